@@ -1,0 +1,69 @@
+# What every target of the project has in common.
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_AUTOMOC ON)
+set(CMAKE_AUTORCC ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1")
+
+find_program(KRX_CCACHE ccache)
+if(KRX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    # The base folder makes a compile in one checkout serve another one; the sloppiness lets
+    # precompiled headers be cached.
+    set(CMAKE_CXX_COMPILER_LAUNCHER
+        ${CMAKE_COMMAND} -E env
+        CCACHE_BASEDIR=${CMAKE_SOURCE_DIR}
+        CCACHE_NOHASHDIR=1
+        CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+        ${KRX_CCACHE})
+endif()
+
+find_program(KRX_MOLD mold)
+if(KRX_MOLD AND NOT KRX_SANITIZE)
+    add_link_options(-fuse-ld=mold)
+endif()
+
+if(KRX_SANITIZE)
+    list(JOIN KRX_SANITIZE "," krxSanitizers)
+    add_compile_options(-fsanitize=${krxSanitizers} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${krxSanitizers})
+endif()
+
+add_compile_options(-Wall -Wextra -Wnon-virtual-dtor -Woverloaded-virtual)
+if(KRX_WARNINGS_ARE_ERRORS)
+    add_compile_options(-Werror)
+endif()
+
+# The strict Qt dialect of our own Qt code (not of generated code that Qt's tools write).
+add_library(krx_strict_qt INTERFACE)
+target_compile_definitions(krx_strict_qt INTERFACE
+    QT_NO_CAST_FROM_ASCII
+    QT_NO_CAST_TO_ASCII
+    QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
+    QT_NO_FOREACH
+    QT_USE_QSTRINGBUILDER
+    QT_STRICT_ITERATORS)
+
+option(KRX_PCH "Compile with precompiled Qt headers" ON)
+
+# Gives a Qt Widgets target of ours the strict dialect and the one precompiled header that all of them share.
+function(krx_qt_target target)
+    target_link_libraries(${target} PRIVATE krx_strict_qt)
+    if(KRX_PCH)
+        if(NOT TARGET krx_pch)
+            file(WRITE "${CMAKE_BINARY_DIR}/krx_pch.cpp.new" "// Only carries the precompiled header.\n")
+            configure_file("${CMAKE_BINARY_DIR}/krx_pch.cpp.new" "${CMAKE_BINARY_DIR}/krx_pch.cpp" COPYONLY)
+            add_library(krx_pch OBJECT "${CMAKE_BINARY_DIR}/krx_pch.cpp")
+            target_link_libraries(krx_pch PRIVATE Qt5::Core Qt5::Gui Qt5::Widgets Qt5::Xml krx_strict_qt Threads::Threads)
+            set_target_properties(krx_pch PROPERTIES AUTOMOC OFF AUTORCC OFF)
+            target_precompile_headers(krx_pch PRIVATE <QtWidgets> <QtXml> <functional> <memory> <vector>)
+        endif()
+        target_precompile_headers(${target} REUSE_FROM krx_pch)
+    endif()
+endfunction()

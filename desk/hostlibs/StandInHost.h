@@ -1,0 +1,124 @@
+#pragma once
+
+#include "HostComponentFactory.h"
+#include "HostCore.h"
+#include "HostMediaEngine.h"
+
+#include <QList>
+#include <QMessageBox>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+/// The stand-in host's own handles: what a program built on it (the desk, a test) sets and reads back.
+/// GUI thread only unless said otherwise. Everything here has a working default.
+namespace StandInHost {
+
+// --- Modal questions -----------------------------------------------------------------------------------
+
+/// One managed message box that the module asked for.
+struct MessageRequest
+{
+    QWidget* parent = nullptr;
+    QMessageBox::Icon icon = QMessageBox::NoIcon;
+    QString title;
+    QString text;
+    QMessageBox::StandardButtons buttons;
+    QMessageBox::StandardButton defaultButton = QMessageBox::NoButton;
+};
+
+using MessageAnswerer = std::function<QMessageBox::StandardButton(const MessageRequest&)>;
+
+/// Answers message boxes in place of a person; an empty function shows real boxes again.
+KRX_HOST_API void setMessageAnswerer(MessageAnswerer answerer);
+/// Every message box so far, answered or shown, oldest first.
+KRX_HOST_API QList<MessageRequest> messageLog();
+
+struct DirectoryRequest
+{
+    QWidget* parent = nullptr;
+    QString caption;
+    QString start;
+};
+
+using DirectoryAnswerer = std::function<QString(const DirectoryRequest&)>;
+
+/// Answers directory choosers in place of a person; an empty function shows real ones again.
+KRX_HOST_API void setDirectoryAnswerer(DirectoryAnswerer answerer);
+KRX_HOST_API QList<DirectoryRequest> directoryLog();
+
+// --- Status bar, help, navigation ----------------------------------------------------------------------
+
+struct ProgressStep
+{
+    enum Kind { Reset, Update, Close };
+    Kind kind = Reset;
+    QString text;
+    int current = 0;
+    int total = 0;
+};
+
+using ProgressListener = std::function<void(const ProgressStep&)>;
+
+/// Called for every step of status progress, in the GUI thread; empty to stop.
+KRX_HOST_API void setProgressListener(ProgressListener listener);
+KRX_HOST_API QList<ProgressStep> progressLog();
+
+struct HelpRequest
+{
+    QString topic;
+    int flag = 0;
+};
+
+using HelpListener = std::function<void(const HelpRequest&)>;
+KRX_HOST_API void setHelpListener(HelpListener listener);
+KRX_HOST_API QList<HelpRequest> helpLog();
+
+/// How many NavigationPaneGuard objects live now, and how many there ever were.
+KRX_HOST_API int navigationGuardDepth();
+KRX_HOST_API int navigationGuardCount();
+
+/// Empties every log and removes every answerer and listener.
+KRX_HOST_API void resetRecords();
+
+// --- Skin, texts ---------------------------------------------------------------------------------------
+
+/// Index of the light skin and of the dark skin that the stand-in brings.
+constexpr int kLightSkin = 0;
+constexpr int kDarkSkin = 4;
+/// Sets the skin: palette colours, icon tint and, when there is a QApplication, its palette and style sheet.
+KRX_HOST_API void setSkin(int index);
+
+/// Loads the catalogue of a language ("en", "de"); an unknown one gives English. Safe from any thread.
+KRX_HOST_API void setLanguage(const QString& language);
+/// Replaces the text look-up; empty restores the catalogues. Safe from any thread.
+KRX_HOST_API void setTranslator(std::function<QString(const QString&)> translator);
+
+// --- Components ----------------------------------------------------------------------------------------
+
+using ComponentFactoryEntry = std::function<HostStatus(const HostIdentifier&, IHostComponentFactory**)>;
+/// Replaces what getComponentFactory() does; empty restores the stand-in's own factory. Safe from any thread.
+KRX_HOST_API void setComponentFactoryEntry(ComponentFactoryEntry entry);
+
+// --- Volumes -------------------------------------------------------------------------------------------
+
+struct Volume
+{
+    QString name;
+    QString path;
+    bool usable = true;
+    bool hasInformation = true;
+    bool locked = false;
+};
+
+/// Replaces the mounted file systems by a fixed list of groups.
+KRX_HOST_API void setVolumes(const QList<QList<Volume>>& groups);
+/// Makes localVolumeGroups() report that there is no list at all.
+KRX_HOST_API void setNoVolumes();
+/// Back to the mounted file systems.
+KRX_HOST_API void useMountedVolumes();
+/// How often localVolumeGroups() was called.
+KRX_HOST_API int volumeListCount();
+
+} // namespace StandInHost

@@ -1,0 +1,186 @@
+#pragma once
+
+#include "HostComponentFactory.h"
+
+#include <QList>
+#include <QSize>
+#include <QString>
+#include <QStringList>
+#include <QtGlobal>
+
+/// What the host's media engine knows: the current project, what it can encode, how it links media.
+/// GUI thread only. Every list is in the engine's own order. Queries that find nothing return empty values.
+namespace HostMediaEngine {
+
+// --- Project types -------------------------------------------------------------------------------------
+
+/// The code of a project that takes raster and colour space from a custom target format.
+constexpr int kCustomFormatProjectType = 26;
+
+/// The code of the current project's type.
+KRX_HOST_API int currentProjectType();
+/// Codes of the project types that a project of type \a current can be changed into; at most \a maxCount.
+KRX_HOST_API QList<int> compatibleProjectTypes(int current, int maxCount);
+/// Whether the installation offers this project type.
+KRX_HOST_API bool isProjectTypeEnabled(int projectType);
+/// The name shown for a project type; the same in every language, because profiles carry it.
+KRX_HOST_API QString projectTypeName(int projectType);
+/// Whether the project type has a standard-definition video format.
+KRX_HOST_API bool hasSDVideoFormat(int projectType);
+/// Whether the project type has a high-definition (or larger) video format.
+KRX_HOST_API bool hasHDVideoFormat(int projectType);
+/// Width and height in pixels of the frame of the project type's video format.
+KRX_HOST_API QSize frameDimensions(int projectType);
+
+// --- Rasters and colour spaces -------------------------------------------------------------------------
+
+/// Whether the engine's project utilities are present; without them \ref rasterOption is not asked.
+KRX_HOST_API bool hasProjectUtilities();
+/// Which rasters the project wants offered; passed through to rasterWidths().
+KRX_HOST_API int rasterOption();
+/// Raster widths in pixels that a project type offers; at most \a maxCount.
+KRX_HOST_API QList<int> rasterWidths(int projectType, int option, int maxCount);
+/// The current project's raster width in pixels.
+KRX_HOST_API int currentRasterWidth();
+/// The current project's colour-space code (1 mono, 2 RGB 709, 4 YCbCr 601, 8 YCbCr 709).
+KRX_HOST_API int currentColorSpace();
+/// Whether a project type can work in a colour space.
+KRX_HOST_API bool isValidColorSpace(int projectType, int colorSpace);
+/// Whether this installation encodes RGB at all.
+KRX_HOST_API bool rgbEncodeSupported();
+/// Whether a project type can be encoded as RGB.
+KRX_HOST_API bool supportsRGB(int projectType);
+
+// --- Custom formats ------------------------------------------------------------------------------------
+
+/// A frame rate as a fraction, in frames per second.
+struct FrameRate
+{
+    int numerator = 0;
+    int denominator = 1;
+};
+
+/// One custom target format.
+struct CustomFormat
+{
+    /// The format's numeric identifier; 0 is no format.
+    quint32 identifier = 0;
+    /// The project type that the format amounts to.
+    int projectType = 0;
+    /// Frame size in pixels.
+    int width = 0;
+    int height = 0;
+};
+
+/// The identifier of the current project's target format; 0 when the project has none.
+KRX_HOST_API quint32 currentTargetFormat();
+/// The formats that a project with that target format can be changed into.
+KRX_HOST_API QList<CustomFormat> compatibleCustomFormats(quint32 targetFormat);
+/// Whether the installation does not offer the format.
+KRX_HOST_API bool isFormatDisabled(const CustomFormat& format);
+/// The format's frame rate.
+KRX_HOST_API FrameRate formatRate(const CustomFormat& format);
+/// The short description shown for a format; unique among formats, the same in every language.
+KRX_HOST_API QString formatShortDescription(const CustomFormat& format);
+/// Finds a format by its short description (exact). \return false when there is none.
+KRX_HOST_API bool findFormatByDescription(const QString& description, CustomFormat& format);
+/// Finds a format in the engine's registry by its identifier. \return false when there is none.
+KRX_HOST_API bool findFormat(quint32 identifier, CustomFormat& format);
+
+// --- Compressions --------------------------------------------------------------------------------------
+
+/// An AAF unique identifier.
+struct AafUid
+{
+    quint32 part1 = 0;
+    quint16 part2 = 0;
+    quint16 part3 = 0;
+    quint8 bytes[8] = {};
+};
+
+/// What the engine knows of one compression (codec).
+struct CompressionDescriptor
+{
+    AafUid uid;
+    quint32 bitsPerComponent = 0;
+    /// Chroma sampling code: 0 4:4:4, 1 4:1:1, 2 4:2:0, 3 4:2:2.
+    int chromaSampling = 0;
+    /// Bits per second; 0 when not limited or not known.
+    quint64 maxBitrate = 0;
+    quint64 avgBitrate = 0;
+    /// How pictures are laid out in time, an 8-bit code: 1 every picture stands alone, 2 groups of pictures.
+    quint8 pictureItemPattern = 0;
+};
+
+/// Looks up the descriptor of a compression.
+class KRX_HOST_API CompressionInfo
+{
+public:
+    /// \param id the compression's identifier.
+    explicit CompressionInfo(quint32 id);
+    /// Whether the engine knows the compression.
+    bool isValid() const { return m_valid; }
+    /// The descriptor; all zero when not valid.
+    const CompressionDescriptor& descriptor() const { return m_descriptor; }
+
+private:
+    bool m_valid = false;
+    CompressionDescriptor m_descriptor;
+};
+
+/// The compression that a new transcode starts with.
+KRX_HOST_API quint32 defaultCompressionId();
+
+// --- Audio ---------------------------------------------------------------------------------------------
+// The setting type selects one of the host's settings; the module always asks with 0.
+
+KRX_HOST_API int audioFormatCount(int settingType);
+/// Code of the audio format at \a index (0 to audioFormatCount() - 1).
+KRX_HOST_API int nthAudioFormat(int index, int settingType);
+/// How audio media is created; 1 is one OP1a file for all tracks.
+KRX_HOST_API int audioCreationType(int settingType);
+KRX_HOST_API int sampleRateCount(int settingType);
+/// Sample rate in Hz at \a index.
+KRX_HOST_API int nthSampleRate(int index, int settingType);
+/// The text shown for a sample rate in the host's multibyte encoding (HostCore::unicodeFromMultibyte);
+/// owned by the engine and valid until the next call; null for an unknown rate.
+KRX_HOST_API const char* sampleRateText(int rate);
+KRX_HOST_API int sampleSizeCount(int settingType);
+/// Code of the sample size at \a index; codes up to 4 count bytes, larger ones bits.
+KRX_HOST_API int nthSampleSize(int index, int settingType);
+/// The current project's sample rate in Hz.
+KRX_HOST_API int projectSampleRate();
+/// The current project's audio file format code.
+KRX_HOST_API int projectAudioFileFormat(int kind);
+/// The current project's sample size in bits.
+KRX_HOST_API int projectSampleSize(int settingType);
+
+// --- Linking -------------------------------------------------------------------------------------------
+
+/// One installed plug-in that links media.
+struct LinkedMediaPlugin
+{
+    /// A GUID in braced text form, for example "{0123abcd-0001-00ef-060e-2b3401020304}".
+    QString guid;
+    QString name;
+    /// A list of extensions separated by dots ("mxf.mov"), or a text that contains "Folder".
+    QString extensions;
+};
+
+/// The installed plug-ins.
+KRX_HOST_API QList<LinkedMediaPlugin> listLinkedMediaPlugins();
+
+/// A grouping of audio tracks into multichannel groups.
+struct ChannelGroups
+{
+    /// The text that is stored; "None" when nothing is grouped.
+    QString persistentText;
+    /// The text that the user sees, localised.
+    QString displayText;
+};
+
+/// Parses the stored text of a grouping. A text that cannot be parsed keeps its persistent form and gets a
+/// display form that says so.
+KRX_HOST_API ChannelGroups channelGroupsFromText(const QString& text);
+
+} // namespace HostMediaEngine

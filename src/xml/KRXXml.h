@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QDomDocument>
+#include <QDomElement>
+#include <QString>
+
+#include <vector>
+
+/// The module's way with XML documents, so that every document is built, guarded, searched and written alike.
+namespace KRXXml {
+
+/// What the declaration says of outside markup.
+enum class Declaration { Plain, Standalone };
+
+/// The largest text, in characters, that is read as a document.
+constexpr int kMaxDocumentLength = 256 * 1024 * 1024;
+/// The deepest nesting of elements that is read. Beyond it QDom would overflow the stack.
+constexpr int kMaxDepth = 64;
+
+/// A new document that holds only its declaration (version 1.0, UTF-8).
+QDomDocument makeDocument(Declaration declaration = Declaration::Plain);
+
+/// Appends \a name with one text node holding \a text, also when \a text is empty.
+QDomElement appendTextElement(QDomDocument& document, QDomNode& parent, const QString& name,
+                              const QString& text);
+
+/// The document as it is sent: one blank of indent for each level.
+QString toText(const QDomDocument& document);
+
+/// Parses a text that came from outside into \a document. Refused before anything is built: a document type
+/// declaration, nesting deeper than \ref kMaxDepth, a text longer than \ref kMaxDocumentLength. What is
+/// refused counts as text that is not XML.
+/// \return false, with \a document as it was, when the text is refused or is not well-formed.
+bool parse(const QString& text, QDomDocument& document);
+
+/// All elements of that name below \a root (not \a root itself), in document order. The list is a snapshot made
+/// in one walk: a live QDomNodeList is searched anew from its start whenever any document changes.
+std::vector<QDomElement> elementsByTag(const QDomNode& root, const QString& name);
+/// The first element of that name below \a root, in document order; null when there is none.
+QDomElement firstElement(const QDomNode& root, const QString& name);
+/// The direct child elements of \a parent, in order.
+std::vector<QDomElement> childElements(const QDomNode& parent);
+
+/// Whether XML 1.0 can carry every character of \a text (no control characters but tab, line feed and carriage
+/// return, no lone surrogates, no U+FFFE and U+FFFF).
+bool canCarry(const QString& text);
+
+} // namespace KRXXml
