@@ -1,0 +1,4 @@
+#include "KRXSettingsController.h"
+
+void KRXSettingsController::getSettingsDefXMLElement(QDomDocument*, QDomElement&) {}
+void KRXSettingsController::updateUI(QDomDocument&) {}
