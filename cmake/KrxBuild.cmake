@@ -8,6 +8,11 @@ set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_AUTOMOC ON)
 set(CMAKE_AUTORCC ON)
+# A header that is new to an already built tree is looked at by moc only when its stamp is gone.
+file(GLOB_RECURSE krxMocStamps "${CMAKE_BINARY_DIR}/*_autogen/timestamp")
+if(krxMocStamps)
+    file(REMOVE ${krxMocStamps})
+endif()
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1")
@@ -55,9 +60,6 @@ option(KRX_PCH "Compile with precompiled Qt headers" ON)
 # Gives a Qt Widgets target of ours the strict dialect and the one precompiled header that all of them share.
 function(krx_qt_target target)
     target_link_libraries(${target} PRIVATE krx_strict_qt)
-    # Without this a header that is new to an already built tree is not looked at by moc.
-    set_property(TARGET ${target} APPEND PROPERTY AUTOGEN_TARGET_DEPENDS
-        "${CMAKE_CURRENT_BINARY_DIR}/CMakeFiles/${target}_autogen.dir/AutogenInfo.json")
     if(KRX_PCH)
         if(NOT TARGET krx_pch)
             file(WRITE "${CMAKE_BINARY_DIR}/krx_pch.cpp.new" "// Only carries the precompiled header.\n")
