@@ -4,6 +4,7 @@
 #include "HostCore.h"
 #include "HostMediaEngine.h"
 
+#include <QColor>
 #include <QList>
 #include <QMessageBox>
 #include <QString>
@@ -89,6 +90,8 @@ constexpr int kLightSkin = 0;
 constexpr int kDarkSkin = 4;
 /// Sets the skin: palette colours, icon tint and, when there is a QApplication, its palette and style sheet.
 KRX_HOST_API void setSkin(int index);
+/// The user's choice of highlight colour; an invalid colour leaves it to the skin.
+KRX_HOST_API void setHighlightColor(const QColor& color);
 
 /// Loads the catalogue of a language ("en", "de"); an unknown one gives English. Safe from any thread.
 KRX_HOST_API void setLanguage(const QString& language);
