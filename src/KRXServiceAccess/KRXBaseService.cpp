@@ -1,0 +1,6 @@
+#include "KRXBaseService.h"
+
+#include "RestClient.h"
+
+KRXBaseService::KRXBaseService(Acquisition) {}
+KRXBaseService::~KRXBaseService() = default;

@@ -1,0 +1,5 @@
+#include "KRXFolder.h"
+
+KRXFolder::KRXFolder() = default;
+
+KRXFolder::~KRXFolder() = default;

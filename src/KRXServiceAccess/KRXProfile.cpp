@@ -1,0 +1,5 @@
+#include "KRXProfile.h"
+
+KRXProfile::KRXProfile() = default;
+
+KRXProfile::~KRXProfile() = default;

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QDomDocument>
+#include <QDomElement>
+
+#include <memory>
+
+class KRXProfile;
+class KRXSettingsController;
+class ProfileActionsController;
+
+/// The documents that carry profiles to and from the service.
+namespace KRXProfileXml {
+
+/// The profile that \a document describes; null when it lacks a name or a GUID.
+std::unique_ptr<KRXProfile> read(const QDomDocument& document);
+/// Appends the profile's element to \a parent, or to the document itself when \a parent is null.
+/// \param settings, actions write their parts; each may be null, and its part is left out then.
+void append(QDomDocument& document, QDomElement& parent, KRXSettingsController* settings,
+            ProfileActionsController* actions, const KRXProfile& profile);
+
+} // namespace KRXProfileXml
