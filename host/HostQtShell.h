@@ -19,7 +19,8 @@ namespace HostQtShell {
 /// Runs a modal message box that the host manages.
 /// \param parent the window to stay above; may be null. \param icon as in QMessageBox (0 none, 1 information,
 /// 2 warning, 3 critical, 4 question). \param defaultButton what Enter presses.
-/// \return the button that was chosen; the default button when the box was closed otherwise.
+/// \return the button that was chosen. A box that is closed otherwise counts as its rejecting button (No or
+/// Cancel) where it has one, else as the default button.
 KRX_HOST_API QMessageBox::StandardButton showManagedMessageBox(QWidget* parent, QMessageBox::Icon icon,
                                                                const QString& title, const QString& text,
                                                                QMessageBox::StandardButtons buttons,
