@@ -2,6 +2,7 @@
 
 #include "KRXExport.h"
 
+#include <QByteArray>
 #include <QDomDocument>
 #include <QString>
 
@@ -58,17 +59,22 @@ protected:
     bool checkResponse(IRestResponse* response, QString* body);
 
     // Whole exchanges in the calling order of every operation: method, check, release. They never throw.
-    bool exchangeGet(const QString& url, QString* body);
-    bool exchangePost(const QString& url, const QString& content, QString* body);
-    bool exchangePut(const QString& url, const QString& content, QString* body);
+    // \a body receives the answer's bytes when given, as text does in checkResponse().
+    bool exchangeGet(const QString& url, QByteArray* body);
+    bool exchangePost(const QString& url, const QString& content, QByteArray* body);
+    bool exchangePut(const QString& url, const QString& content, QByteArray* body);
     bool exchangeDelete(const QString& url);
     /// Sends and forgets: the answer is neither waited for nor checked.
     void sendPost(const QString& url, const QString& content);
 
+    /// What becomes of an answer that is not XML, beside its being a failure.
+    enum class Unreadable { Report, KeepQuiet };
+
     /// GETs \a url and parses the answer into \a document, which stays as it was on failure.
-    bool fetchDocument(const QString& url, QDomDocument& document);
-    /// Parses an answer; one that is not XML sets the last error.
-    bool parseAnswer(const QString& body, QDomDocument& document);
+    bool fetchDocument(const QString& url, QDomDocument& document, Unreadable unreadable = Unreadable::Report);
+    /// Parses an answer into \a document, which stays as it was on failure.
+    bool parseAnswer(const QByteArray& body, QDomDocument& document,
+                     Unreadable unreadable = Unreadable::Report);
     /// Whether XML can carry all of these texts; sets the last error when it cannot.
     bool canSend(std::initializer_list<QString> texts);
 
@@ -77,4 +83,13 @@ protected:
     QString m_resourcePath;
     QString m_lastError;
     IRestClient* m_restClient = nullptr;
+
+private:
+    template <class Call>
+    bool callClient(const char* failureKey, Call call);
+    template <class Send>
+    bool exchange(Send send, QByteArray* body);
+    bool receive(IRestResponse* response, QByteArray* body);
+    bool waitUntilComplete(IRestResponse* response);
+    bool keepErrorMessage(IRestResponse* response);
 };

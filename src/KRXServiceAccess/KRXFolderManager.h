@@ -4,8 +4,6 @@
 #include "KRXExport.h"
 #include "KRXRecordCache.h"
 
-#include <QDomDocument>
-#include <QDomElement>
 #include <QString>
 
 #include <memory>
@@ -63,10 +61,9 @@ private:
 
     bool readFolders();
     bool readFoldersInDetail();
-    KRXFolder* folderDetail(const QString& url);
+    /// The folder at \a url; null on any failure.
+    std::unique_ptr<KRXFolder> folderDetail(const QString& url, Unreadable unreadable = Unreadable::Report);
     QString folderURL(const QString& id) const;
-    KRXFolder* parseFolderDetail(const QDomDocument& document) const;
-    void createXmlFolderElement(QDomDocument& document, QDomElement& parent, const KRXFolder& folder) const;
     void clearFolders();
     void cacheFolder(std::unique_ptr<KRXFolder> folder);
 

@@ -12,11 +12,11 @@ class KRXFolder;
 namespace KRXFolderXml {
 
 /// The folder of one "xelMediaFolder" element; null when the element has no "id".
-std::unique_ptr<KRXFolder> read(const QDomElement& element);
+std::unique_ptr<KRXFolder> readElement(const QDomElement& element);
 /// The folder of the first "xelMediaFolder" element anywhere in \a document; null when there is none.
-std::unique_ptr<KRXFolder> readFirst(const QDomDocument& document);
+std::unique_ptr<KRXFolder> parseFolderDetail(const QDomDocument& document);
 /// Appends the folder's element to \a parent, or to the document itself when \a parent is null.
-void append(QDomDocument& document, QDomElement& parent, const KRXFolder& folder);
+void createXmlFolderElement(QDomDocument& document, QDomElement& parent, const KRXFolder& folder);
 
 /// The request that registers a folder.
 QString createRequest(const KRXFolder& folder);

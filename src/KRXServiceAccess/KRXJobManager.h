@@ -5,7 +5,6 @@
 #include "KRXJob.h"
 #include "KRXServiceStatus.h"
 
-#include <QDomElement>
 #include <QMap>
 #include <QString>
 #include <QStringList>
@@ -55,8 +54,7 @@ public:
 
 private:
     bool changeJobState(const QString& id, const QString& state);
-    KRXJob parseJobInfoElement(const QDomElement& element) const;
-    KRXJob parseJobStatusElement(const QDomElement& element) const;
+    void cacheJob(const KRXJob& job);
 
     QMap<QString, KRXJob> m_jobs;
     /// Identifiers by position, made on the first walk after a change so that walks are cheap.

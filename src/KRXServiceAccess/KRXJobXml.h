@@ -11,9 +11,9 @@
 namespace KRXJobXml {
 
 /// The job of a "jobInfo" element; an empty job for a null element.
-KRXJob readInfo(const QDomElement& element);
+KRXJob parseJobInfoElement(const QDomElement& element);
 /// The identifier, state and progress of a "jobStatus" element; an empty job for a null element.
-KRXJob readStatus(const QDomElement& element);
+KRXJob parseJobStatusElement(const QDomElement& element);
 /// The texts of all error messages, in order.
 QStringList errorMessages(const QDomDocument& document);
 /// The identifiers of the folders that have output ready, in order.
@@ -21,7 +21,7 @@ QStringList readyFolderIds(const QDomDocument& document);
 
 /// The request that submits a job.
 QString submission(const QString& path, const QString& profileId);
-/// The request that changes the state of jobs.
+/// The request that changes the state of jobs; it names no job.
 QString stateChange(const QString& state);
 
 } // namespace KRXJobXml

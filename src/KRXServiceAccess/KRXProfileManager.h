@@ -4,11 +4,11 @@
 #include "KRXExport.h"
 #include "KRXRecordCache.h"
 
-#include <QDomDocument>
-#include <QDomElement>
 #include <QList>
 #include <QPair>
 #include <QString>
+
+#include <memory>
 
 class KRXProfile;
 class KRXSettingsController;
@@ -59,12 +59,11 @@ private:
 
     bool readProfiles();
     bool readProfilesInDetail();
-    KRXProfile* profileDetail(const QString& url);
+    /// The profile at \a url; null on any failure.
+    std::unique_ptr<KRXProfile> profileDetail(const QString& url, Unreadable unreadable = Unreadable::Report);
     QString profileURL(const QString& id) const;
     void clearProfiles();
-    void createXmlProfileElement(QDomDocument& document, QDomElement& parent, KRXSettingsController* settings,
-                                 ProfileActionsController* actions, const KRXProfile& profile) const;
-    KRXProfile* parseProfileDetail(const QDomDocument& document) const;
+    void cacheProfile(std::unique_ptr<KRXProfile> profile);
 
     KRXRecordCache<KRXProfile> m_profiles;
 

@@ -13,10 +13,10 @@ class ProfileActionsController;
 namespace KRXProfileXml {
 
 /// The profile that \a document describes; null when it lacks a name or a GUID.
-std::unique_ptr<KRXProfile> read(const QDomDocument& document);
+std::unique_ptr<KRXProfile> parseProfileDetail(const QDomDocument& document);
 /// Appends the profile's element to \a parent, or to the document itself when \a parent is null.
 /// \param settings, actions write their parts; each may be null, and its part is left out then.
-void append(QDomDocument& document, QDomElement& parent, KRXSettingsController* settings,
-            ProfileActionsController* actions, const KRXProfile& profile);
+void createXmlProfileElement(QDomDocument& document, QDomElement& parent, KRXSettingsController* settings,
+                             ProfileActionsController* actions, const KRXProfile& profile);
 
 } // namespace KRXProfileXml

@@ -1,72 +1,12 @@
 #include "KRXXml.h"
 
+#include "KRXXmlGuard.h"
+
+#include <QTextCodec>
+
 namespace KRXXml {
 
 namespace {
-
-bool isNameStart(QChar c)
-{
-    return c.isLetter() || c == QLatin1Char('_') || c == QLatin1Char(':');
-}
-
-/// Position just behind the next \a end at or after \a from; -1 when there is none.
-int behind(const QString& text, QLatin1String end, int from)
-{
-    const int found = text.indexOf(end, from);
-    return found < 0 ? -1 : found + end.size();
-}
-
-/// Looks through the markup of \a text without building anything. Well-formedness is the parser's business:
-/// this only finds what must never reach it.
-bool isSafeToParse(const QString& text)
-{
-    if (text.size() > kMaxDocumentLength)
-        return false;
-    int depth = 0;
-    int at = text.indexOf(QLatin1Char('<'));
-    while (at >= 0 && at + 1 < text.size()) {
-        const QChar next = text.at(at + 1);
-        int after = -1;
-        if (next == QLatin1Char('!')) {
-            if (text.midRef(at, 4) == QLatin1String("<!--"))
-                after = behind(text, QLatin1String("-->"), at + 4);
-            else if (text.midRef(at, 9) == QLatin1String("<![CDATA["))
-                after = behind(text, QLatin1String("]]>"), at + 9);
-            else
-                return false; // a document type declaration, whatever its case
-        } else if (next == QLatin1Char('?')) {
-            after = behind(text, QLatin1String("?>"), at + 2);
-        } else if (next == QLatin1Char('/')) {
-            --depth;
-            after = at + 2;
-        } else if (isNameStart(next) || next.isSurrogate()) {
-            // A ">" inside an attribute value does not end the tag.
-            QChar quote;
-            after = at + 1;
-            for (; after < text.size(); ++after) {
-                const QChar c = text.at(after);
-                if (!quote.isNull()) {
-                    if (c == quote)
-                        quote = QChar();
-                } else if (c == QLatin1Char('"') || c == QLatin1Char('\'')) {
-                    quote = c;
-                } else if (c == QLatin1Char('>')) {
-                    break;
-                }
-            }
-            if (after >= text.size())
-                return false;
-            if (text.at(after - 1) != QLatin1Char('/') && ++depth > kMaxDepth)
-                return false;
-        } else {
-            return false;
-        }
-        if (after < 0)
-            return false;
-        at = text.indexOf(QLatin1Char('<'), after);
-    }
-    return true;
-}
 
 /// The node that follows \a node in a walk of the tree below \a root; null at the end.
 QDomNode nextInWalk(const QDomNode& node, const QDomNode& root)
@@ -117,6 +57,25 @@ bool parse(const QString& text, QDomDocument& document)
         return false;
     document = parsed;
     return true;
+}
+
+bool parse(const QByteArray& utf8, QDomDocument& document)
+{
+    constexpr int kMibUtf8 = 106;
+    QTextCodec::ConverterState state;
+    const QString text = QTextCodec::codecForMib(kMibUtf8)->toUnicode(utf8.constData(), utf8.size(), &state);
+    // What was replaced in decoding would go back to the service altered.
+    if (state.invalidChars > 0 || state.remainingChars > 0)
+        return false;
+    return parse(text, document);
+}
+
+QString textOf(const QDomElement& element)
+{
+    const QDomNode only = element.firstChild();
+    if (only.isText() && only.nextSibling().isNull())
+        return only.nodeValue();
+    return element.text();
 }
 
 std::vector<QDomElement> elementsByTag(const QDomNode& root, const QString& name)

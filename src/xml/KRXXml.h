@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QDomDocument>
 #include <QDomElement>
 #include <QString>
@@ -28,10 +29,17 @@ QDomElement appendTextElement(QDomDocument& document, QDomNode& parent, const QS
 QString toText(const QDomDocument& document);
 
 /// Parses a text that came from outside into \a document. Refused before anything is built: a document type
-/// declaration, nesting deeper than \ref kMaxDepth, a text longer than \ref kMaxDocumentLength. What is
-/// refused counts as text that is not XML.
+/// declaration, nesting deeper than \ref kMaxDepth, a text longer than \ref kMaxDocumentLength, characters that
+/// XML cannot carry (also by number) and references to entities that XML itself does not define. What is refused
+/// counts as text that is not XML.
 /// \return false, with \a document as it was, when the text is refused or is not well-formed.
 bool parse(const QString& text, QDomDocument& document);
+
+/// As above for the bytes of an answer. Refused too: bytes that are not UTF-8.
+bool parse(const QByteArray& utf8, QDomDocument& document);
+
+/// The text of an element, without a copy in the usual case of one text node.
+QString textOf(const QDomElement& element);
 
 /// All elements of that name below \a root (not \a root itself), in document order. The list is a snapshot made
 /// in one walk: a live QDomNodeList is searched anew from its start whenever any document changes.
