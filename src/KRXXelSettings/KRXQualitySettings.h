@@ -1,0 +1,22 @@
+#pragma once
+
+#include "IKRXXelSettings.h"
+#include "XelFields.h"
+
+class QButtonGroup;
+class QHBoxLayout;
+
+/// Which quality of media a link prefers, for video and for audio.
+class KRXQualitySettings : public IKRXXelSettings
+{
+public:
+    QWidget* createWidget() override;
+    XelSettingsType settingsType() const override { return QualitySettings; }
+    void writeXml(QDomDocument* doc, QDomElement& parent) override;
+    void readXml(const QDomElement& root) override;
+
+private:
+    QButtonGroup* addPolicyBox(QHBoxLayout* row, const QString& title, const QString& objectName);
+
+    XelFields::List m_fields;
+};

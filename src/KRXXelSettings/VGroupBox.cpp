@@ -1,0 +1,6 @@
+#include "VGroupBox.h"
+
+VGroupBox::VGroupBox(const QString& title, QWidget* parent)
+    : QGroupBox(title, parent)
+{
+}

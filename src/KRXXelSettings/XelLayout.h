@@ -1,0 +1,45 @@
+#pragma once
+
+#include "XelFields.h"
+
+#include <QString>
+
+#include <cstddef>
+#include <initializer_list>
+
+class QBoxLayout;
+class QButtonGroup;
+class QVBoxLayout;
+class QWidget;
+
+/// How the link-settings groups are laid out, so that all of them look alike.
+namespace XelLayout {
+
+/// How far what belongs to the line above is moved in, in pixels.
+constexpr int kIndent = 24;
+/// Width of the boxes with frame rates and folder levels, in pixels.
+constexpr int kNarrowBoxWidth = 180;
+
+/// A group's own layout: top to bottom, narrow.
+QVBoxLayout* makeColumn(QWidget* group);
+/// Appends a panel with a layout of its own to \a layout.
+/// \param objectName the element that the panel stands for. \param indent left margin in pixels.
+QWidget* addPanel(QBoxLayout* layout, const QString& objectName, int indent = 0);
+/// The layout of a panel that addPanel() made.
+QVBoxLayout* panelLayout(QWidget* panel);
+/// Appends a row of widgets to \a layout, kept at the left.
+void addRow(QBoxLayout* layout, std::initializer_list<QWidget*> widgets, int indent = 0);
+
+/// Appends one radio button for each choice to the panel's layout.
+/// \param checked the row that is checked at first.
+/// \return the buttons, with their rows as ids; owned by \a panel.
+QButtonGroup* addRadios(QWidget* panel, QBoxLayout* layout, const XelFields::RadioChoice* choices,
+                        std::size_t count, int checked);
+template <std::size_t Count>
+QButtonGroup* addRadios(QWidget* panel, QBoxLayout* layout, const XelFields::RadioChoice (&choices)[Count],
+                        int checked)
+{
+    return addRadios(panel, layout, choices, Count, checked);
+}
+
+} // namespace XelLayout
