@@ -1,0 +1,416 @@
+#include "KRXFolderViewWidget.h"
+
+#include "HostQtShell.h"
+#include "KRXBoundary.h"
+#include "KRXFolder.h"
+#include "KRXFolderItemDelegate.h"
+#include "KRXFolderManager.h"
+#include "KRXFolderProperties.h"
+#include "KRXFolderViewWidgetItem.h"
+#include "KRXProfile.h"
+#include "KRXProfileManager.h"
+#include "KRXProfileProperties.h"
+#include "KRXText.h"
+
+#include <QDirIterator>
+#include <QFileInfo>
+#include <QHash>
+#include <QHeaderView>
+#include <QMessageBox>
+#include <QPixmap>
+#include <QPointer>
+#include <QSet>
+#include <QSignalBlocker>
+#include <QVariant>
+
+namespace {
+
+constexpr int kViewHeight = 180;
+constexpr int kIndentation = 10;
+/// The width that Qt gives a column by itself.
+constexpr int kDefaultWidth = -1;
+
+struct Column
+{
+    int index;
+    const char* title;
+    int width;
+};
+
+constexpr Column kColumns[] = {
+    {KRXFolderViewWidget::kIdxIngestColumn, QT_TRID_NOOP("Acquire"), kDefaultWidth},
+    {KRXFolderViewWidget::kIdxActiveColumn, QT_TRID_NOOP("Enable"), 42},
+    {KRXFolderViewWidget::kIdxFolderColumn, QT_TRID_NOOP("Folder"), 130},
+    {KRXFolderViewWidget::kIdxProfileColumn, QT_TRID_NOOP("Profile"), 180},
+    {KRXFolderViewWidget::kIdxBinColumn, QT_TRID_NOOP("Target Bin"), 130},
+    {KRXFolderViewWidget::kIdxPathColumn, QT_TRID_NOOP("Path"), kDefaultWidth},
+};
+
+constexpr QLatin1String kTrue("true");
+constexpr QLatin1String kFalse("false");
+
+/// Whether a directory is there and has anything in it. Stops at the first entry: watched directories are large.
+bool holdsEntries(const QString& path)
+{
+    return QFileInfo(path).isDir() && QDirIterator(path, QDir::AllEntries | QDir::NoDotAndDotDot).hasNext();
+}
+
+QString shownName(const QString& path)
+{
+    const QString name = QFileInfo(path).fileName();
+    return name.isEmpty() ? path : name;
+}
+
+QString textOf(const QTreeWidgetItem* item, int column)
+{
+    return item ? item->text(column) : QString();
+}
+
+} // namespace
+
+/// What a row shows of its profile.
+struct KRXFolderViewWidget::ProfileTexts
+{
+    QString name;
+    QString bin;
+};
+
+/// Profile texts by identifier, asked for once each: many folders share few profiles.
+class KRXFolderViewWidget::ProfileLookup
+{
+public:
+    const ProfileTexts& texts(const QString& profileId)
+    {
+        const auto known = m_texts.constFind(profileId);
+        if (known != m_texts.constEnd())
+            return *known;
+        ProfileTexts texts;
+        KRXProfile profile;
+        if (KRXProfileManager::getInstance().getProfile(profileId, profile)) {
+            texts.name = profile.property(KRXProfileProperties::kName).toString();
+            texts.bin = profile.property(KRXProfileProperties::kBin).toString();
+        }
+        return *m_texts.insert(profileId, texts);
+    }
+
+private:
+    QHash<QString, ProfileTexts> m_texts;
+};
+
+KRXFolderViewWidget::KRXFolderViewWidget(QWidget* parent)
+    : QTreeWidget(parent)
+    , m_folderIcon(HostQtShell::skinnedIcon(QStringLiteral("folder_closed.png"), QStringLiteral("icons/ProjectBins")))
+{
+    setItemDelegate(new KRXFolderItemDelegate(parent ? parent : this));
+    setFixedHeight(kViewHeight);
+    setIndentation(kIndentation);
+    setFrameShape(QFrame::StyledPanel);
+    setFrameShadow(QFrame::Plain);
+    setSortingEnabled(true);
+    setRootIsDecorated(false);
+    setItemsExpandable(false);
+    setExpandsOnDoubleClick(false);
+    setUniformRowHeights(true);
+    setDragEnabled(false);
+    setAllColumnsShowFocus(true);
+    setMouseTracking(true);
+    initHeader();
+    sortByColumn(kIdxFolderColumn, Qt::AscendingOrder);
+
+    // The clicked row may go in any way, also by the hand of the host.
+    connect(model(), &QAbstractItemModel::modelAboutToBeReset, this, &KRXFolderViewWidget::forgetClickedItem);
+    connect(model(), &QAbstractItemModel::rowsAboutToBeRemoved, this, &KRXFolderViewWidget::forgetClickedItem);
+    connect(this, &QTreeWidget::itemChanged, this, &KRXFolderViewWidget::itemChanged);
+}
+
+void KRXFolderViewWidget::initHeader()
+{
+    QTreeWidgetItem* titles = headerItem();
+    for (const Column& column : kColumns)
+        titles->setText(column.index, KRXText::localised(column.title));
+    titles->setTextAlignment(kIdxIngestColumn, Qt::AlignCenter);
+
+    QHeaderView* bar = header();
+    bar->setVisible(true);
+    bar->setHighlightSections(false);
+    bar->setSortIndicatorShown(true);
+    bar->setSectionsMovable(false);
+    for (const Column& column : kColumns) {
+        if (column.width != kDefaultWidth)
+            bar->resizeSection(column.index, column.width);
+    }
+}
+
+void KRXFolderViewWidget::registerCallback(AcquireCallback callback)
+{
+    m_callback = callback;
+}
+
+// --- Rows ------------------------------------------------------------------------------------------------
+
+void KRXFolderViewWidget::fillView()
+{
+    KRXBoundary::contain("filling the folder list", [this] {
+        if (KRXFolderManager::getInstance().refreshFolders(true)
+            && KRXProfileManager::getInstance().refreshProfiles(true))
+            fillRows();
+    });
+}
+
+void KRXFolderViewWidget::fillRows()
+{
+    const QSignalBlocker blocker(this);
+    clear();
+    const KRXFolderManager& folders = KRXFolderManager::getInstance();
+    ProfileLookup profiles;
+    QList<QTreeWidgetItem*> rows;
+    rows.reserve(folders.countFolders());
+    for (int i = 0; i < folders.countFolders(); ++i) {
+        const KRXFolder* folder = folders.getFolder(i);
+        if (!folder)
+            continue;
+        if (auto row = makeRow(*folder, profiles))
+            rows.append(row.release());
+    }
+    // Put in at one go and sorted once.
+    setSortingEnabled(false);
+    addTopLevelItems(rows);
+    setSortingEnabled(true);
+}
+
+std::unique_ptr<KRXFolderViewWidgetItem> KRXFolderViewWidget::makeRow(const KRXFolder& folder,
+                                                                      ProfileLookup& profiles) const
+{
+    const QString id = folder.property(KRXFolderProperties::kId).toString();
+    if (id.isEmpty())
+        return nullptr;
+    const QString path = folder.property(KRXFolderProperties::kPath).toString();
+    const QString profileId = folder.property(KRXFolderProperties::kProfileId).toString();
+    const bool enabled = folder.property(KRXFolderProperties::kEnabled).toString() == kTrue;
+    const ProfileTexts& profile = profiles.texts(profileId);
+
+    auto row = std::make_unique<KRXFolderViewWidgetItem>();
+    row->setText(kIdxPathColumn, path);
+    row->setText(kIdxBinColumn, profile.bin);
+    row->setText(kIdxProfileColumn, profile.name);
+    row->setData(kIdxProfileColumn, Qt::UserRole, profileId);
+    row->setText(kIdxFolderColumn, shownName(path));
+    row->setIcon(kIdxFolderColumn, m_folderIcon);
+    row->setData(kIdxFolderColumn, Qt::UserRole, id);
+    row->setData(kIdxFolderColumn, kFolderExistRole, true);
+    row->setCheckState(kIdxActiveColumn, enabled ? Qt::Checked : Qt::Unchecked);
+    row->setData(kIdxIngestColumn, Qt::UserRole, static_cast<int>(NoNewClips));
+    return row;
+}
+
+QTreeWidgetItem* KRXFolderViewWidget::krxToFolderItem(const KRXFolder& folder)
+{
+    const QSignalBlocker blocker(this);
+    ProfileLookup profiles;
+    auto row = makeRow(folder, profiles);
+    if (!row)
+        return nullptr;
+    QTreeWidgetItem* item = row.release();
+    addTopLevelItem(item);
+    return item;
+}
+
+void KRXFolderViewWidget::folderItemToKRX(const QTreeWidgetItem* item, KRXFolder& folder)
+{
+    if (!item)
+        return;
+    const bool enabled = item->checkState(kIdxActiveColumn) != Qt::Unchecked;
+    folder.setProperty(KRXFolderProperties::kId, getFolderId(item));
+    folder.setProperty(KRXFolderProperties::kProfileId, getProfileId(item));
+    folder.setProperty(KRXFolderProperties::kPath, getFolderPath(item));
+    folder.setProperty(KRXFolderProperties::kEnabled, QString(enabled ? kTrue : kFalse));
+}
+
+QList<QTreeWidgetItem*> KRXFolderViewWidget::allRows() const
+{
+    QList<QTreeWidgetItem*> rows;
+    rows.reserve(topLevelItemCount());
+    for (int i = 0; i < topLevelItemCount(); ++i)
+        rows.append(topLevelItem(i));
+    return rows;
+}
+
+QTreeWidgetItem* KRXFolderViewWidget::itemByFolderId(const QString& folderId) const
+{
+    for (int i = 0; i < topLevelItemCount(); ++i) {
+        QTreeWidgetItem* item = topLevelItem(i);
+        if (getFolderId(item) == folderId)
+            return item;
+    }
+    return nullptr;
+}
+
+bool KRXFolderViewWidget::hasPath(const QString& path) const
+{
+    for (int i = 0; i < topLevelItemCount(); ++i) {
+        if (getFolderPath(topLevelItem(i)) == path)
+            return true;
+    }
+    return false;
+}
+
+// --- Folders of the service ------------------------------------------------------------------------------
+
+void KRXFolderViewWidget::addFolder(const QString& path, const QString& profileId)
+{
+    if (hasPath(path)) {
+        HostQtShell::showManagedMessageBox(
+            this, QMessageBox::Warning, KRXText::localised("Error occurred"),
+            KRXText::localised("Unable to add a folder with the same path more than once.\n"
+                               "Folder with path %1 already exists in this list.")
+                .arg(path),
+            QMessageBox::Ok, QMessageBox::Ok);
+        return;
+    }
+    KRXBoundary::contain("adding a folder", [&] {
+        KRXFolderManager& manager = KRXFolderManager::getInstance();
+        KRXFolder folder;
+        if (!manager.createFolder(path, profileId, folder)) {
+            HostQtShell::showManagedMessageBox(
+                this, QMessageBox::Critical, KRXText::localised("Error occurred"),
+                KRXText::localised("Can't add folder %1\n%2").arg(path, manager.lastError()), QMessageBox::Ok,
+                QMessageBox::Ok);
+        } else if (QTreeWidgetItem* row = krxToFolderItem(folder)) {
+            setCurrentItem(row);
+        } else {
+            // The service took the folder but could not say what it made of it.
+            fillView();
+        }
+    });
+}
+
+void KRXFolderViewWidget::delFolder()
+{
+    QTreeWidgetItem* item = currentItem();
+    if (!item)
+        return;
+    KRXBoundary::contain("removing a folder", [&] {
+        KRXFolderManager& manager = KRXFolderManager::getInstance();
+        if (manager.deleteFolder(getFolderId(item))) {
+            const std::unique_ptr<QTreeWidgetItem> removed(takeTopLevelItem(indexOfTopLevelItem(item)));
+            return;
+        }
+        HostQtShell::showManagedMessageBox(
+            this, QMessageBox::Critical, KRXText::localised("Error occurred"),
+            KRXText::localised("Can't delete folder %1!\n%2").arg(getFolderName(item), manager.lastError()),
+            QMessageBox::Ok, QMessageBox::Ok);
+    });
+}
+
+void KRXFolderViewWidget::itemChanged(QTreeWidgetItem* item, int column)
+{
+    if (column != kIdxActiveColumn && column != kIdxProfileColumn)
+        return;
+    KRXFolder folder;
+    folderItemToKRX(item, folder);
+    bool processExisting = false;
+    if (column == kIdxProfileColumn && holdsEntries(getFolderPath(item))) {
+        const QPointer<KRXFolderViewWidget> self(this);
+        processExisting = HostQtShell::showManagedMessageBox(
+                              this, QMessageBox::Question, QString(),
+                              KRXText::localised(
+                                  "Do you want to process existing files with the new folder profile?"),
+                              QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes)
+            == QMessageBox::Yes;
+        // Nobody answered when the view went away below the question.
+        if (!self)
+            return;
+    }
+    KRXBoundary::contain("writing a folder",
+                         [&] { KRXFolderManager::getInstance().updateFolder(folder, processExisting); });
+}
+
+void KRXFolderViewWidget::updateOutputsReadyState(const QStringList& folderIds)
+{
+    if (!isVisible() || !currentItem() || topLevelItemCount() == 0)
+        return;
+    const QSet<QString> ready(folderIds.cbegin(), folderIds.cend());
+    // A snapshot: while the view is sorted by this column, every change moves a row.
+    const QList<QTreeWidgetItem*> rows = allRows();
+    for (QTreeWidgetItem* row : rows) {
+        if (getIngestState(row) != AcquisitionInProgress)
+            setIngestState(row, ready.contains(getFolderId(row)) ? NewClipsAvailable : NoNewClips);
+    }
+}
+
+void KRXFolderViewWidget::verifyFoldersPath()
+{
+    const QList<QTreeWidgetItem*> rows = allRows();
+    for (QTreeWidgetItem* row : rows)
+        row->setData(kIdxFolderColumn, kFolderExistRole, QFileInfo::exists(getFolderPath(row)));
+}
+
+void KRXFolderViewWidget::showEvent(QShowEvent* event)
+{
+    QTreeWidget::showEvent(event);
+    if (topLevelItemCount() > 0)
+        setCurrentItem(topLevelItem(0));
+    verifyFoldersPath();
+}
+
+// --- Cells -----------------------------------------------------------------------------------------------
+
+QString KRXFolderViewWidget::getFolderId(const QTreeWidgetItem* item)
+{
+    return item ? item->data(kIdxFolderColumn, Qt::UserRole).toString() : QString();
+}
+
+QString KRXFolderViewWidget::getFolderName(const QTreeWidgetItem* item)
+{
+    return textOf(item, kIdxFolderColumn);
+}
+
+QString KRXFolderViewWidget::getFolderPath(const QTreeWidgetItem* item)
+{
+    return textOf(item, kIdxPathColumn);
+}
+
+int KRXFolderViewWidget::getIngestState(const QTreeWidgetItem* item)
+{
+    return item ? item->data(kIdxIngestColumn, Qt::UserRole).toInt() : NoNewClips;
+}
+
+void KRXFolderViewWidget::setIngestState(QTreeWidgetItem* item, int state)
+{
+    if (item)
+        item->setData(kIdxIngestColumn, Qt::UserRole, state);
+}
+
+QString KRXFolderViewWidget::getProfileId(const QTreeWidgetItem* item)
+{
+    return item ? item->data(kIdxProfileColumn, Qt::UserRole).toString() : QString();
+}
+
+void KRXFolderViewWidget::setProfileId(QTreeWidgetItem* item, const QString& profileId)
+{
+    if (item)
+        item->setData(kIdxProfileColumn, Qt::UserRole, profileId);
+}
+
+QString KRXFolderViewWidget::getProfileName(const QTreeWidgetItem* item)
+{
+    return textOf(item, kIdxProfileColumn);
+}
+
+void KRXFolderViewWidget::setProfileName(QTreeWidgetItem* item, const QString& name)
+{
+    if (!item)
+        return;
+    if (item->treeWidget()) {
+        // An item swallows an equal text. Two profiles may have one name, and the change must be seen.
+        const QSignalBlocker blocker(item->treeWidget()->model());
+        item->setData(kIdxProfileColumn, Qt::DisplayRole, QVariant());
+    }
+    item->setText(kIdxProfileColumn, name);
+}
+
+void KRXFolderViewWidget::setTargetBin(QTreeWidgetItem* item, const QString& bin)
+{
+    if (item)
+        item->setText(kIdxBinColumn, bin);
+}

@@ -1,0 +1,129 @@
+#pragma once
+
+#include "KRXExport.h"
+
+#include <QIcon>
+#include <QList>
+#include <QModelIndex>
+#include <QPoint>
+#include <QRect>
+#include <QSize>
+#include <QString>
+#include <QStringList>
+#include <QTreeWidget>
+
+#include <memory>
+
+class KRXFolder;
+class KRXFolderViewWidgetItem;
+
+/// The list of watched folders: one row each, with its acquire state, an enable check box, its name, profile,
+/// target bin and path. Edits go straight to the service. GUI thread only; requests block it.
+class KRX_EXPORT KRXFolderViewWidget : public QTreeWidget
+{
+    Q_OBJECT
+
+public:
+    static constexpr int kIdxIngestColumn = 0;
+    static constexpr int kIdxActiveColumn = 1;
+    static constexpr int kIdxFolderColumn = 2;
+    static constexpr int kIdxProfileColumn = 3;
+    static constexpr int kIdxBinColumn = 4;
+    static constexpr int kIdxPathColumn = 5;
+
+    /// Role of the folder column: bool, whether the folder's directory exists.
+    static constexpr int kFolderExistRole = Qt::UserRole + 1;
+
+    /// Acquire state of a row, kept as int under Qt::UserRole in the acquire column.
+    enum IngestState
+    {
+        NoNewClips = 0,
+        NewClipsAvailable = 1,
+        AcquisitionInProgress = 2
+    };
+
+    /// Receives one output file path for each acquired clip.
+    using AcquireCallback = void (*)(const QString&);
+
+    explicit KRXFolderViewWidget(QWidget* parent);
+
+    /// Sets who takes acquired clips. Until then the acquire icons do not react.
+    void registerCallback(AcquireCallback callback);
+
+    /// Reloads folders and profiles from the service and rebuilds all rows. A failure is silent and leaves the
+    /// rows as they are.
+    void fillView();
+    /// Registers a folder with the service and makes its row current. Refuses a path that is listed already.
+    /// Failures are shown in a message box.
+    void addFolder(const QString& path, const QString& profileId);
+    /// Removes the current row's folder from the service, and then its row; a failure is shown and keeps both.
+    void delFolder();
+    /// Marks the rows whose folder has output ready, and takes the mark from the others; rows that are being
+    /// acquired stay as they are. Only while the view is visible and has a current row.
+    void updateOutputsReadyState(const QStringList& folderIds);
+    /// Looks for every row's directory in the file system and sets \ref kFolderExistRole.
+    void verifyFoldersPath();
+
+    // Cells of a row. Of no row (null) a text is empty and a state is NoNewClips; setters then do nothing.
+    static QString getFolderId(const QTreeWidgetItem* item);
+    static QString getFolderName(const QTreeWidgetItem* item);
+    static QString getFolderPath(const QTreeWidgetItem* item);
+    static int getIngestState(const QTreeWidgetItem* item);
+    static void setIngestState(QTreeWidgetItem* item, int state);
+    static QString getProfileId(const QTreeWidgetItem* item);
+    static void setProfileId(QTreeWidgetItem* item, const QString& profileId);
+    static QString getProfileName(const QTreeWidgetItem* item);
+    /// Sets the shown profile. This is the deliberate change of a profile: it always emits itemChanged() once,
+    /// also when the name is the old one, and so writes the row's folder to the service.
+    static void setProfileName(QTreeWidgetItem* item, const QString& name);
+    static void setTargetBin(QTreeWidgetItem* item, const QString& bin);
+
+    /// Makes a row of a folder record and puts it into the view. \return the row, owned by the view; null when
+    /// the record has no identifier.
+    QTreeWidgetItem* krxToFolderItem(const KRXFolder& folder);
+    /// Fills \a folder from a row; leaves it alone when there is none.
+    static void folderItemToKRX(const QTreeWidgetItem* item, KRXFolder& folder);
+
+    /// The row of a folder; null when it is not listed. Rows are found again with it after anything that may
+    /// have run an event loop.
+    QTreeWidgetItem* itemByFolderId(const QString& folderId) const;
+
+    /// The icon of an acquire state in \ref ingestIconGroup(); empty when nothing is drawn.
+    static QString ingestIconName(int state);
+    static QString ingestIconGroup();
+
+protected:
+    bool event(QEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
+    /// Rebuilds all rows from the managers' caches, without a request.
+    void fillRows();
+
+private slots:
+    void itemChanged(QTreeWidgetItem* item, int column);
+    void updateProfileValue(const QString& profileId, const QString& profileName);
+
+private:
+    struct ProfileTexts;
+    class ProfileLookup;
+
+    void initHeader();
+    std::unique_ptr<KRXFolderViewWidgetItem> makeRow(const KRXFolder& folder, ProfileLookup& profiles) const;
+    bool hasPath(const QString& path) const;
+    QList<QTreeWidgetItem*> allRows() const;
+    void forgetClickedItem();
+
+    QRect ingestIconArea(const QModelIndex& index) const;
+    void handlePress(const QPoint& position);
+    void ingestClicked(const QModelIndex& index, const QPoint& position);
+    void acquire(const QString& folderId);
+    void showIngestState(const QString& folderId, int state);
+    void profileClicked(const QModelIndex& index);
+
+    QIcon m_folderIcon;
+    mutable QSize m_ingestIconSize;
+    bool m_clickedItemWasSelected = false;
+    AcquireCallback m_callback = nullptr;
+    QTreeWidgetItem* m_clickedItem = nullptr;
+};
