@@ -537,3 +537,26 @@ RefusingPort::~RefusingPort()
 {
     ::close(m_socket);
 }
+
+DeafPort::DeafPort()
+{
+    // The queue of connections that nobody accepts is filled up, so the next ones are not even answered.
+    m_listener = boundSocket(m_port);
+    ::listen(m_listener, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(m_port);
+    for (int i = 0; i < 4; ++i) {
+        const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+        ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
+        m_waiting.push_back(fd);
+    }
+}
+
+DeafPort::~DeafPort()
+{
+    for (const int fd : m_waiting)
+        ::close(fd);
+    ::close(m_listener);
+}

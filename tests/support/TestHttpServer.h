@@ -186,3 +186,20 @@ private:
     int m_socket = -1;
     quint16 m_port = 0;
 };
+
+/// A port of 127.0.0.1 that neither takes nor refuses a connection for as long as this object lives.
+class DeafPort
+{
+public:
+    DeafPort();
+    ~DeafPort();
+    DeafPort(const DeafPort&) = delete;
+    DeafPort& operator=(const DeafPort&) = delete;
+
+    quint16 port() const { return m_port; }
+
+private:
+    int m_listener = -1;
+    std::vector<int> m_waiting;
+    quint16 m_port = 0;
+};
