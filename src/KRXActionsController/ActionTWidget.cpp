@@ -1,0 +1,224 @@
+#include "ActionTWidget.h"
+
+#include "ActionMimeData.h"
+#include "ActionTypeBox.h"
+#include "HostQtShell.h"
+#include "IAction.h"
+#include "ItemActionsController.h"
+#include "KRXProfilesWindow.h"
+#include "KRXText.h"
+#include "ProfileActionsController.h"
+
+#include <QApplication>
+#include <QBoxLayout>
+#include <QDrag>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPixmap>
+#include <QSignalBlocker>
+
+namespace {
+
+constexpr int kTypeBoxGap = 5;
+constexpr qreal kDragOpacity = 0.75;
+
+} // namespace
+
+ActionTWidget::ActionTWidget(QWidget* parent, ActionType type, int number)
+    : KRXTwistWidget(parent, QString())
+    , m_holder(std::make_unique<ItemActionsController>(this))
+    , m_typeBox(new ActionTypeBox(m_titleWidget))
+{
+    setAcceptDrops(true);
+    addTypeBox(type);
+    if (IAction* action = m_holder->setAction(type)) {
+        m_options = action->widget();
+        addWidgetToBody(m_options, 0);
+        if (number != 0)
+            action->setNumber(number);
+    }
+}
+
+// The holder goes before the section's body does: its actions own the option widgets.
+ActionTWidget::~ActionTWidget() = default;
+
+void ActionTWidget::addTypeBox(ActionType type)
+{
+    auto* layout = static_cast<QBoxLayout*>(m_titleWidget->layout());
+    layout->addSpacing(kTypeBoxGap);
+    layout->addWidget(m_typeBox);
+    layout->addStretch();
+    {
+        const QSignalBlocker blocker(m_typeBox);
+        m_typeBox->setCurrentIndex(int(type));
+    }
+    connect(m_typeBox, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
+            &ActionTWidget::actionTypeChanged);
+    if (KRXProfilesWindow* window = getProfilesWindow()) {
+        connect(m_typeBox, QOverload<int>::of(&QComboBox::activated), window,
+                &KRXProfilesWindow::updateModifiedState);
+    }
+}
+
+IAction* ActionTWidget::getCurrentAction() const
+{
+    return m_holder->currentAction();
+}
+
+QString ActionTWidget::getActionName() const
+{
+    return m_typeBox->currentText();
+}
+
+int ActionTWidget::getActionIndex() const
+{
+    const QWidget* parent = parentWidget();
+    if (!parent || !parent->layout())
+        return -1;
+    return parent->layout()->indexOf(const_cast<ActionTWidget*>(this));
+}
+
+bool ActionTWidget::showDropIndicator() const
+{
+    return m_dropPosition != NoDrop;
+}
+
+void ActionTWidget::setList(ProfileActionsController* list)
+{
+    m_list = list;
+}
+
+void ActionTWidget::actionTypeChanged(int index)
+{
+    if (index < 0 || index >= kActionTypeCount)
+        return;
+    const auto type = ActionType(index);
+    if (type == ActionType::Consolidate && m_list && m_list->findAction(type, this)) {
+        refuseSecondConsolidate();
+        return;
+    }
+    removeWidgetFromBody(m_options);
+    IAction* action = m_holder->setAction(type);
+    m_holder->makeCurrent(action);
+    m_options = action->createWidget();
+    addWidgetToBody(m_options, 0);
+    if (m_list)
+        action->setNumber(m_list->nextNumber(type, this));
+    QCoreApplication::sendPostedEvents(m_options, QEvent::MetaCall);
+    updateTWLayout();
+    if (KRXProfilesWindow* window = getProfilesWindow())
+        window->updateHeight();
+}
+
+void ActionTWidget::refuseSecondConsolidate()
+{
+    {
+        const QSignalBlocker blocker(m_typeBox);
+        m_typeBox->setCurrentIndex(int(getCurrentAction()->getType()));
+    }
+    // The row can go while the box is open, so nothing follows.
+    HostQtShell::showManagedMessageBox(getProfilesWindow(), QMessageBox::Warning, QString(),
+                                       KRXText::localised("Only a single Consolidate action can be added"),
+                                       QMessageBox::Ok, QMessageBox::Ok);
+}
+
+void ActionTWidget::mousePressEvent(QMouseEvent* event)
+{
+    const QPointer<ActionTWidget> self(this);
+    if (event->button() == Qt::LeftButton) {
+        select();
+        // A loop of its own, in which the row can go.
+        drag(event->pos());
+    }
+    if (self)
+        KRXTwistWidget::mousePressEvent(event);
+}
+
+void ActionTWidget::select()
+{
+    if (KRXProfilesWindow* window = getProfilesWindow()) {
+        KRXTwistWidget* previous = window->getCurrentSelectedAction();
+        if (previous && previous != this) {
+            previous->setSelected(false);
+            previous->update();
+        }
+        window->setCurrentSelectedAction(this);
+    }
+    setSelected(true);
+    update();
+}
+
+void ActionTWidget::drag(const QPoint& hotSpot)
+{
+    // The drag must outlive a row that goes in the middle of it, so the row is not its parent.
+    auto* drag = new QDrag(qApp);
+    drag->setMimeData(new ActionMimeData(this));
+    drag->setPixmap(dragImage());
+    drag->setHotSpot(hotSpot);
+    drag->exec(Qt::MoveAction);
+}
+
+QPixmap ActionTWidget::dragImage()
+{
+    const QPixmap row = grab();
+    QPixmap image(row.size());
+    image.setDevicePixelRatio(row.devicePixelRatio());
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setOpacity(kDragOpacity);
+    painter.drawPixmap(0, 0, row);
+    painter.drawRect(QRect(QPoint(0, 0), size()).adjusted(0, 0, -1, -1));
+    return image;
+}
+
+/// The row that a drag carries, when it is another one of the same list; null otherwise.
+ActionTWidget* ActionTWidget::draggedSibling(const QMimeData* data) const
+{
+    const auto* payload = qobject_cast<const ActionMimeData*>(data);
+    ActionTWidget* row = payload ? payload->row() : nullptr;
+    if (!row || row == this || !parentWidget() || row->parentWidget() != parentWidget())
+        return nullptr;
+    return row;
+}
+
+void ActionTWidget::dragEnterEvent(QDragEnterEvent* event)
+{
+    const ActionTWidget* row = draggedSibling(event->mimeData());
+    if (!row) {
+        event->ignore();
+        return;
+    }
+    event->acceptProposedAction();
+    setDropPosition(row->getActionIndex() < getActionIndex() ? DropAtBottom : DropAtTop);
+}
+
+void ActionTWidget::dragLeaveEvent(QDragLeaveEvent*)
+{
+    if (m_dropPosition != NoDrop)
+        setDropPosition(NoDrop);
+}
+
+void ActionTWidget::dropEvent(QDropEvent* event)
+{
+    setDropPosition(NoDrop);
+    ActionTWidget* row = draggedSibling(event->mimeData());
+    auto* layout = parentWidget() ? qobject_cast<QBoxLayout*>(parentWidget()->layout()) : nullptr;
+    if (!row || !layout) {
+        event->ignore();
+        return;
+    }
+    // The layout takes the row out of its old place first: one that comes from above ends up below this one.
+    layout->insertWidget(getActionIndex(), row);
+    event->acceptProposedAction();
+    parentWidget()->update();
+    if (KRXProfilesWindow* window = getProfilesWindow())
+        window->updateModifiedState();
+}
+
+void ActionTWidget::setDropPosition(DropPosition position)
+{
+    m_dropPosition = position;
+    update();
+}

@@ -1,0 +1,40 @@
+#include "ActionTypeBox.h"
+
+#include "ActionType.h"
+#include "KRXText.h"
+
+#include <QStyleOptionComboBox>
+#include <QStylePainter>
+#include <QWheelEvent>
+
+namespace {
+
+constexpr int kWidth = 150;
+constexpr int kHeight = 20;
+
+} // namespace
+
+ActionTypeBox::ActionTypeBox(QWidget* parent)
+    : QComboBox(parent)
+{
+    for (int type = 0; type < kActionTypeCount; ++type)
+        addItem(actionTypeName(ActionType(type)));
+    setFixedSize(kWidth, kHeight);
+    setToolTip(KRXText::localised("Choose Action"));
+}
+
+void ActionTypeBox::paintEvent(QPaintEvent*)
+{
+    QStylePainter painter(this);
+    painter.setPen(palette().color(QPalette::Text));
+    QStyleOptionComboBox option;
+    initStyleOption(&option);
+    option.currentText = QStringLiteral(" %1").arg(currentText());
+    painter.drawComplexControl(QStyle::CC_ComboBox, option);
+    painter.drawControl(QStyle::CE_ComboBoxLabel, option);
+}
+
+void ActionTypeBox::wheelEvent(QWheelEvent* event)
+{
+    event->ignore();
+}

@@ -1,0 +1,206 @@
+#include "AudioOptions.h"
+
+#include "HostCore.h"
+#include "HostMediaEngine.h"
+#include "KRXText.h"
+#include "KRXXml.h"
+#include "OptionFields.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QGridLayout>
+#include <QLabel>
+
+namespace {
+
+// The host keeps several sets of audio settings; the actions' options come from this one.
+constexpr int kSettingType = 0;
+constexpr int kCreationTypeOp1a = 1;
+constexpr int kProjectFormatKind = 3;
+constexpr int kBitsPerByte = 8;
+
+// Kinds of list that show the short name of a format, as bits.
+constexpr int kShortNameKinds = 0x1D4;
+constexpr int kShortNameKindEnd = 9;
+constexpr int kMxfKind = 9;
+
+enum AudioFormat { AiffC = 1, Sdii = 2, Wave = 3, MxfPcm = 4, Pcm = 5, MxfMp2 = 6 };
+
+using OptionFields::Field;
+using OptionFields::ValueKind;
+
+constexpr Field kFields[] = {
+    {"audioSampleRate", ValueKind::ComboData, "convertAudioSampleRate"},
+    {"audioSampleWidth", ValueKind::ComboData, "convertAudioBitDepth"},
+    {"audioFormat", ValueKind::ComboText, "convertAudioFormat"},
+};
+
+/// What a person sees of a field; in the order of kFields.
+struct FieldLook
+{
+    const char* checkText;
+    const char* checkToolTip;
+    const char* label;
+    int fixedWidth;
+};
+
+constexpr FieldLook kLooks[] = {
+    {QT_TRID_NOOP("Convert Audio Sample Rate"),
+     QT_TRID_NOOP("Select This Option to Convert the Sample Rate to 32 kHz, 44.1kHz, or 48 kHz"),
+     QT_TRID_NOOP("Target Audio Sample Rate:"), 60},
+    {QT_TRID_NOOP("Convert Audio Bit Depth"),
+     QT_TRID_NOOP("Select This Option to Convert the Bit Depth to 16 Bit or 24 Bit"),
+     QT_TRID_NOOP("Target Audio Bit Depth:"), 60},
+    {QT_TRID_NOOP("Convert Audio Format"),
+     QT_TRID_NOOP("Select either OMF (WAVE), OMF(AIFF-C), or MXF (PCM) Audio Format"),
+     QT_TRID_NOOP("Target Audio Wrapper Format:"), 100},
+};
+
+QString sectionName()
+{
+    return QStringLiteral("outputAudioProfile");
+}
+
+void fillWrapperFormats(QComboBox* box)
+{
+    box->clear();
+    const int count = HostMediaEngine::audioFormatCount(kSettingType);
+    for (int index = 0; index < count; ++index) {
+        const int code = HostMediaEngine::nthAudioFormat(index, kSettingType);
+        const QString name = audioFormatName(code);
+        // Formats of other containers are left out on purpose.
+        if (name.contains(QLatin1String("MXF")))
+            box->addItem(name, code);
+    }
+}
+
+void fillSampleRates(QComboBox* box)
+{
+    box->clear();
+    const int count = HostMediaEngine::sampleRateCount(kSettingType);
+    for (int index = 0; index < count; ++index) {
+        const int rate = HostMediaEngine::nthSampleRate(index, kSettingType);
+        const QString text = HostCore::unicodeFromMultibyte(HostMediaEngine::sampleRateText(rate));
+        if (!text.isEmpty())
+            box->addItem(text, rate);
+    }
+}
+
+void fillBitDepths(QComboBox* box)
+{
+    box->clear();
+    const int count = HostMediaEngine::sampleSizeCount(kSettingType);
+    for (int index = 0; index < count; ++index) {
+        const int code = HostMediaEngine::nthSampleSize(index, kSettingType);
+        const QString name = sampleSizeName(code);
+        if (!name.isEmpty())
+            box->addItem(name, code * kBitsPerByte);
+    }
+}
+
+void selectProjectSetting(QComboBox* box, int value)
+{
+    if (!OptionFields::selectNumberIfFound(box, value))
+        box->setCurrentIndex(0);
+}
+
+} // namespace
+
+QString audioFormatName(int code, int kind)
+{
+    const bool isShort = kind >= 0 && kind < kShortNameKindEnd && ((kShortNameKinds >> kind) & 1) != 0;
+    const bool isOp1a = HostMediaEngine::audioCreationType(kSettingType) == kCreationTypeOp1a;
+    switch (code) {
+    case AiffC:
+        return isShort ? QStringLiteral("AIFF-C") : QStringLiteral("AIFF-C  (OMF)");
+    case Sdii:
+        return QStringLiteral("SDII");
+    case Wave:
+        return isShort ? QStringLiteral("WAVE") : QStringLiteral("WAVE  (OMF)");
+    case MxfPcm:
+        if (kind == kMxfKind)
+            return QStringLiteral("MXF");
+        return isOp1a ? KRXText::localised("PCM  (MXF OP1a)") : KRXText::localised("PCM  (Velo OP-Atom)");
+    case Pcm:
+        return QStringLiteral("PCM");
+    case MxfMp2:
+        return isOp1a ? KRXText::localised("MP2  (MXF OP1a)") : KRXText::localised("MP2  (Velo OP-Atom)");
+    default:
+        return QString();
+    }
+}
+
+QString sampleSizeName(int code)
+{
+    switch (code) {
+    case 1:
+    case 8:
+        return KRXText::localised("8 Bit");
+    case 2:
+    case 16:
+        return KRXText::localised("16 Bit");
+    case 3:
+    case 24:
+        return KRXText::localised("24 Bit");
+    case 4:
+    case 32:
+        return KRXText::localised("32 Bit Float");
+    case -1:
+        return KRXText::localised("Project");
+    default:
+        return QString();
+    }
+}
+
+QGridLayout* AudioOptions::build(QWidget* options, Widths widths)
+{
+    m_options = options;
+    auto* layout = new QGridLayout;
+    layout->setContentsMargins(0, 0, 0, 0);
+    Pair* const pairs[] = {&m_sampleRate, &m_bitDepth, &m_wrapperFormat};
+    int row = 0;
+    for (const Field& field : kFields) {
+        const FieldLook& look = kLooks[row];
+        auto* check = new QCheckBox(KRXText::localised(look.checkText), options);
+        check->setObjectName(QLatin1String(field.enabledBy));
+        check->setToolTip(KRXText::localised(look.checkToolTip));
+        auto* box = new QComboBox(options);
+        box->setObjectName(QLatin1String(field.name));
+        if (widths == Widths::Fixed)
+            box->setFixedWidth(look.fixedWidth);
+        layout->addWidget(check, row, 0);
+        layout->addWidget(new QLabel(KRXText::localised(look.label), options), row, 1);
+        layout->addWidget(box, row, 2, Qt::AlignLeft);
+        *pairs[row] = {check, box};
+        ++row;
+    }
+    layout->setColumnStretch(2, 1);
+    return layout;
+}
+
+void AudioOptions::refill()
+{
+    fillWrapperFormats(m_wrapperFormat.box);
+    fillSampleRates(m_sampleRate.box);
+    fillBitDepths(m_bitDepth.box);
+}
+
+void AudioOptions::setDefaults()
+{
+    refill();
+    selectProjectSetting(m_sampleRate.box, HostMediaEngine::projectSampleRate());
+    selectProjectSetting(m_wrapperFormat.box, HostMediaEngine::projectAudioFileFormat(kProjectFormatKind));
+    selectProjectSetting(m_bitDepth.box, HostMediaEngine::projectSampleSize(kSettingType));
+}
+
+void AudioOptions::write(QDomDocument& doc, QDomElement& parent) const
+{
+    QDomElement section = doc.createElement(sectionName());
+    parent.appendChild(section);
+    OptionFields::write(doc, section, kFields, m_options);
+}
+
+void AudioOptions::read(const QDomElement& activity)
+{
+    OptionFields::read(KRXXml::firstElement(activity, sectionName()), kFields, m_options);
+}

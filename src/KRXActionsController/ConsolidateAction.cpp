@@ -1,0 +1,147 @@
+#include "ConsolidateAction.h"
+
+#include "DestinationDrives.h"
+#include "DestinationXml.h"
+#include "KRXText.h"
+#include "KRXXml.h"
+
+#include <QCheckBox>
+#include <QGridLayout>
+#include <QLabel>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int kBodyHeight = 450;
+constexpr int kProjectWidth = 100;
+constexpr int kCodecWidth = 150;
+
+// Rows of the transcode group's grid below those of the boxes.
+enum GroupRow { ReformatRow = 6, ColorTransformRow = 7 };
+constexpr int kGroupColumns = 2;
+
+constexpr VideoOptions::Look kLook = {QT_TRID_NOOP("Source Quality (Debayer):"), kProjectWidth, kCodecWidth,
+                                      kCodecWidth};
+
+using OptionFields::ValueKind;
+
+constexpr OptionFields::Field kConsolidateFields[] = {
+    {"videoSkipOnTarget", ValueKind::Check},
+    {"videoRelinkSkippedToTarget", ValueKind::Check},
+    {"performTranscodeIfConsolidateFails", ValueKind::Check},
+};
+
+constexpr OptionFields::Field kTranscodeFields[] = {
+    {"videoCompressionType", ValueKind::Compression},
+    {"videoProjectType", ValueKind::ComboText},
+    {"videoColorSpace", ValueKind::ComboText},
+    {"videoRaster", ValueKind::ComboText},
+    {"encodingProfile", ValueKind::ComboText},
+    {"videoDebayerSetting", ValueKind::ComboData},
+    {"videoIncludeReformattedContent", ValueKind::Check},
+    {"applyColorTransformations", ValueKind::Check},
+};
+
+QString consolidateSectionName()
+{
+    return QStringLiteral("outputConsolidateVideoProfile");
+}
+
+QString transcodeSectionName()
+{
+    return QStringLiteral("transcodeOptions");
+}
+
+QCheckBox* makeCheck(QWidget* parent, const char* name, const QString& text)
+{
+    auto* check = new QCheckBox(text, parent);
+    check->setObjectName(QLatin1String(name));
+    return check;
+}
+
+} // namespace
+
+ConsolidateAction::ConsolidateAction(int number)
+    : IAction(ActionType::Consolidate, number)
+{
+}
+
+QWidget* ConsolidateAction::createWidget()
+{
+    if (widget())
+        return widget();
+    auto* options = new QWidget;
+    options->setFixedHeight(kBodyHeight);
+    m_skip = makeCheck(options, "videoSkipOnTarget", KRXText::localised("Skip Media Already On Target Drive"));
+    m_skip->setToolTip(KRXText::localised(
+        "Select to Bypass Files if Some Related Media Files are Already Located on the Target Drives"));
+    m_relinkSkipped = makeCheck(options, "videoRelinkSkippedToTarget",
+                                KRXText::localised("Relink selected clips to target drive before skipping"));
+    m_relinkSkipped->setToolTip(KRXText::localised(
+        "Select to Ensure That all Selected Clips are Linked to Media on the Target Drive"));
+    m_fallback = makeCheck(options, "performTranscodeIfConsolidateFails",
+                           KRXText::localised("If unable to consolidate then transcode"));
+    m_drives = new DestinationDrives(options);
+
+    auto* layout = new QVBoxLayout(options);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_skip);
+    layout->addWidget(m_relinkSkipped);
+    layout->addWidget(new QLabel(KRXText::localised("Audio:"), options));
+    layout->addLayout(m_audio.build(options, AudioOptions::Widths::Fixed));
+    layout->addWidget(m_fallback);
+    layout->addWidget(buildTranscodeGroup(options));
+    layout->addWidget(m_drives);
+    return setWidget(options);
+}
+
+QWidget* ConsolidateAction::buildTranscodeGroup(QWidget* options)
+{
+    auto* group = new QWidget(options);
+    QGridLayout* grid = m_video.build(group, kLook);
+    grid->addWidget(m_video.reformatCheck(), ReformatRow, 0, 1, kGroupColumns);
+    grid->addWidget(m_video.colorTransformCheck(), ColorTransformRow, 0, 1, kGroupColumns);
+    group->setLayout(grid);
+    group->setEnabled(m_fallback->isChecked());
+    QObject::connect(m_fallback, &QCheckBox::toggled, group, &QWidget::setEnabled);
+    return group;
+}
+
+void ConsolidateAction::writeXml(QDomDocument& doc, QDomElement& parent)
+{
+    QDomElement activity = doc.createElement(QStringLiteral("activity"));
+    activity.setAttribute(QStringLiteral("id"), activityId(getType()));
+    activity.setAttribute(QStringLiteral("name"), QStringLiteral("Consolidate"));
+    parent.appendChild(activity);
+
+    QDomElement output = DestinationXml::write(doc, activity, *m_drives);
+    QDomElement section = doc.createElement(consolidateSectionName());
+    output.appendChild(section);
+    OptionFields::write(doc, section, kConsolidateFields, widget());
+    QDomElement transcode = doc.createElement(transcodeSectionName());
+    section.appendChild(transcode);
+    OptionFields::write(doc, transcode, kTranscodeFields, widget());
+    m_audio.write(doc, output);
+}
+
+quint32 ConsolidateAction::readXml(const QDomElement& activity)
+{
+    m_audio.refill();
+    m_drives->refresh();
+    DestinationXml::read(activity, *m_drives);
+    OptionFields::read(KRXXml::firstElement(activity, consolidateSectionName()), kConsolidateFields, widget());
+    const quint32 notice = m_video.read(KRXXml::firstElement(activity, transcodeSectionName()),
+                                        kTranscodeFields, VideoOptions::EncodingProfile::Leave);
+    m_audio.read(activity);
+    return notice;
+}
+
+void ConsolidateAction::setDefaults()
+{
+    m_audio.setDefaults();
+    m_skip->setChecked(true);
+    m_fallback->setChecked(false);
+    m_video.setDefaults();
+    m_video.reformatCheck()->setChecked(false);
+    m_video.colorTransformCheck()->setChecked(false);
+}

@@ -1,0 +1,94 @@
+#include "CopyMoveAction.h"
+
+#include "CopyToPathWidget.h"
+#include "KRXText.h"
+#include "KRXXml.h"
+#include "OptionFields.h"
+
+#include <QCheckBox>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int kBodyHeight = 70;
+
+using OptionFields::ValueKind;
+
+constexpr OptionFields::Field kFields[] = {
+    {"filesystemPath", ValueKind::Path},
+    {"relinkAfterCopy", ValueKind::Check},
+    {"autoCheckin", ValueKind::Check},
+};
+
+QString sectionName()
+{
+    return QStringLiteral("destinationDetail");
+}
+
+} // namespace
+
+CopyMoveAction::CopyMoveAction(int number)
+    : IAction(ActionType::Copy, number)
+{
+}
+
+QWidget* CopyMoveAction::createWidget()
+{
+    if (widget())
+        return widget();
+    auto* options = new QWidget;
+    options->setFixedHeight(kBodyHeight);
+
+    m_folder = new CopyToPathWidget(options);
+    m_folder->setObjectName(QStringLiteral("filesystemPath"));
+    m_folder->setToolTip(KRXText::localised("Choose the Location Where You Want the files Copied to"));
+    m_relink = new QCheckBox(KRXText::localised("Auto Relink when complete"), options);
+    m_relink->setObjectName(QStringLiteral("relinkAfterCopy"));
+    m_relink->setToolTip(KRXText::localised("Automatically Relink Files When Copy is Completed"));
+    m_checkIn = new QCheckBox(KRXText::localised("Check in to Ledgerhouse"), options);
+    m_checkIn->setObjectName(QStringLiteral("autoCheckin"));
+    m_checkIn->setToolTip(KRXText::localised("Checks in assets to Ledgerhouse"));
+
+    auto* layout = new QVBoxLayout(options);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(m_folder);
+    layout->addWidget(m_relink);
+    layout->addWidget(m_checkIn);
+    return setWidget(options);
+}
+
+void CopyMoveAction::writeXml(QDomDocument& doc, QDomElement& parent)
+{
+    QDomElement activity = doc.createElement(QStringLiteral("activity"));
+    activity.setAttribute(QStringLiteral("id"), activityId(getType()));
+    activity.setAttribute(QStringLiteral("name"), KRXText::localised("Copy %1").arg(number()));
+    parent.appendChild(activity);
+    QDomElement section = doc.createElement(sectionName());
+    activity.appendChild(section);
+    OptionFields::write(doc, section, kFields, widget());
+}
+
+quint32 CopyMoveAction::readXml(const QDomElement& activity)
+{
+    for (const QDomElement& section : KRXXml::elementsByTag(activity, sectionName()))
+        OptionFields::read(section, kFields, widget());
+    return 0;
+}
+
+void CopyMoveAction::setDefaults() {}
+
+bool CopyMoveAction::validate(QString& error)
+{
+    const QString path = m_folder->path();
+    if (path.isEmpty()) {
+        error = KRXText::localised("Copy to Folder action : Output folder not set !");
+        return false;
+    }
+    if (!KRXXml::canCarry(path)) {
+        error = KRXText::localised(
+            "Copy to Folder action : The path of the output folder has characters that cannot be stored !");
+        return false;
+    }
+    return true;
+}

@@ -1,0 +1,170 @@
+#include "VideoOptions.h"
+
+#include "CodecBox.h"
+#include "HostMediaEngine.h"
+#include "KRXText.h"
+#include "KRXXml.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QGridLayout>
+#include <QLabel>
+#include <QSignalBlocker>
+
+namespace {
+
+constexpr quint32 kNoNotice = 0;
+constexpr quint32 kProjectTypeNotice = 1;
+constexpr int kDefaultDebayer = 0;
+
+QCheckBox* makeCheck(QWidget* options, const char* name, const QString& text)
+{
+    auto* check = new QCheckBox(text, options);
+    check->setObjectName(QLatin1String(name));
+    return check;
+}
+
+QComboBox* nameBox(QComboBox* box, const char* name, int minimumWidth)
+{
+    box->setObjectName(QLatin1String(name));
+    if (minimumWidth > 0)
+        box->setMinimumWidth(minimumWidth);
+    return box;
+}
+
+} // namespace
+
+QGridLayout* VideoOptions::build(QWidget* options, const Look& look)
+{
+    m_options = options;
+    m_projectType = nameBox(new QComboBox(options), "videoProjectType", look.projectWidth);
+    m_colorSpace = nameBox(new QComboBox(options), "videoColorSpace", look.projectWidth);
+    m_raster = nameBox(new QComboBox(options), "videoRaster", look.projectWidth);
+    m_codec = new CodecBox(m_projectType, m_raster, m_colorSpace, options);
+    nameBox(m_codec, "videoCompressionType", look.codecWidth);
+    QComboBox* encodingProfile =
+        nameBox(m_codec->getEncodingProfileBox(), "encodingProfile", look.codecWidth);
+    m_debayer = nameBox(new QComboBox(options), "videoDebayerSetting", look.debayerWidth);
+    m_reformat = makeCheck(options, "videoIncludeReformattedContent",
+                           KRXText::localised("Apply Reformatting option (compatibility mode)"));
+    m_colorTransform = makeCheck(options, "applyColorTransformations",
+                                 KRXText::localised("Apply color transformations (compatibility mode)"));
+
+    const struct
+    {
+        QString label;
+        QComboBox* box;
+    } rows[] = {
+        {KRXText::localised("Project Type:"), m_projectType},
+        {KRXText::localised("Color Space:"), m_colorSpace},
+        {KRXText::localised("Raster:"), m_raster},
+        {KRXText::localised("Codec:"), m_codec},
+        {KRXText::localised("Encoding Profiles:"), encodingProfile},
+        {KRXText::localised(look.debayerLabel), m_debayer},
+    };
+    auto* layout = new QGridLayout;
+    layout->setContentsMargins(0, 0, 0, 0);
+    int number = 0;
+    for (const auto& row : rows) {
+        layout->addWidget(new QLabel(row.label, options), number, 0);
+        layout->addWidget(row.box, number, 1, Qt::AlignLeft);
+        ++number;
+    }
+    layout->setColumnStretch(1, 1);
+    return layout;
+}
+
+void VideoOptions::setDefaults()
+{
+    m_codec->setupDefaults();
+    OptionFields::selectNumber(m_codec, HostMediaEngine::defaultCompressionId());
+    fillDebayerList(m_debayer);
+    OptionFields::selectNumber(m_debayer, kDefaultDebayer);
+}
+
+quint32 VideoOptions::read(const QDomElement& section, OptionFields::Fields fields,
+                           EncodingProfile encodingProfile)
+{
+    quint32 notice = kNoNotice;
+    Stored stored;
+    {
+        const CodecBox::RefillHold hold(m_codec);
+        fillDebayerList(m_debayer);
+        m_codec->setupDefaults();
+        stored = collect(section, fields);
+        OptionFields::selectNumber(m_debayer, stored.debayer);
+        if (stored.isComplete()) {
+            notice = restoreProjectType(stored.projectType);
+            restoreColorSpaceAndRaster(stored);
+        }
+    }
+    if (!stored.isComplete())
+        return notice;
+    OptionFields::selectNumber(m_codec, stored.compression);
+    // The profile stands in the document as display text and is looked up as a number nevertheless.
+    if (encodingProfile == EncodingProfile::Restore && !stored.encodingProfile.isEmpty())
+        OptionFields::selectNumber(m_codec->getEncodingProfileBox(), stored.encodingProfile);
+    return notice;
+}
+
+bool VideoOptions::Stored::isComplete() const
+{
+    return !projectType.isEmpty() && !colorSpace.isEmpty() && !raster.isEmpty() && !compression.isEmpty();
+}
+
+/// Check boxes are set at once; the other texts are only taken, because their boxes depend on one another.
+VideoOptions::Stored VideoOptions::collect(const QDomElement& section, OptionFields::Fields fields)
+{
+    Stored stored;
+    const struct
+    {
+        const QWidget* box;
+        QString* text;
+    } places[] = {
+        {m_codec, &stored.compression},         {m_codec->getEncodingProfileBox(), &stored.encodingProfile},
+        {m_projectType, &stored.projectType},   {m_colorSpace, &stored.colorSpace},
+        {m_raster, &stored.raster},             {m_debayer, &stored.debayer},
+    };
+    for (const QDomElement& element : KRXXml::childElements(section)) {
+        const QString name = element.tagName();
+        const OptionFields::Field* field = fields.find(name);
+        if (!field)
+            continue;
+        if (field->kind == OptionFields::ValueKind::Check)
+            OptionFields::readField(element, *field, m_options);
+        for (const auto& place : places) {
+            if (place.box->objectName() == name)
+                *place.text = element.text();
+        }
+    }
+    return stored;
+}
+
+quint32 VideoOptions::restoreProjectType(const QString& text)
+{
+    const int index = m_projectType->findText(text, Qt::MatchFixedString);
+    if (index < 0)
+        return kProjectTypeNotice;
+    {
+        const QSignalBlocker blocker(m_projectType);
+        m_projectType->setCurrentIndex(index);
+    }
+    m_codec->projTypeChanged();
+    return kNoNotice;
+}
+
+/// Only as a pair: a raster with another colour space is not what was stored.
+void VideoOptions::restoreColorSpaceAndRaster(const Stored& stored)
+{
+    const int colorSpace = m_colorSpace->findText(stored.colorSpace, Qt::MatchFixedString);
+    const int raster = m_raster->findText(stored.raster, Qt::MatchFixedString);
+    if (colorSpace < 0 || raster < 0)
+        return;
+    {
+        const QSignalBlocker colorSpaceBlocker(m_colorSpace);
+        const QSignalBlocker rasterBlocker(m_raster);
+        m_colorSpace->setCurrentIndex(colorSpace);
+        m_raster->setCurrentIndex(raster);
+    }
+    m_codec->rasterChanged();
+}
