@@ -440,7 +440,7 @@ private slots:
     {
         QTest::addColumn<qint64>("surplus");
         QTest::newRow("one more") << qint64(1);
-        QTest::newRow("a lot more") << qint64(1) << 40;
+        QTest::newRow("a lot more") << (qint64(1) << 40);
         QTest::newRow("wrapped round") << qint64(-5);
     }
     void aComponentThatMiscountsIsNotReadBeyondTheBuffer()
