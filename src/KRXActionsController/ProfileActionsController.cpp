@@ -108,8 +108,6 @@ void ProfileActionsController::readXml(const QDomDocument& doc)
     const QPointer<ProfileActionsController> self(this);
     const ScrollBarOff scrollBarOff(m_window);
     deleteRows();
-    if (!m_section)
-        return;
     const QString notices = rebuildRows(doc);
     if (!notices.isEmpty()) {
         HostQtShell::showManagedMessageBox(m_window, QMessageBox::Information, QString(), notices,
@@ -133,8 +131,7 @@ void ProfileActionsController::deleteRows()
     }
     const QList<ActionTWidget*> rows = m_rows;
     m_rows.clear();
-    for (ActionTWidget* row : rows)
-        row->dispose();
+    qDeleteAll(rows);
     if (m_window)
         m_window->setUpdatesEnabled(true);
 }
@@ -211,8 +208,7 @@ void ProfileActionsController::addRow(ActionTWidget* row)
 void ProfileActionsController::removeRow(ActionTWidget* row)
 {
     m_rows.removeAll(row);
-    if (row)
-        row->setList(nullptr);
+    row->setList(nullptr);
 }
 
 void ProfileActionsController::takeRow(ActionTWidget* row)

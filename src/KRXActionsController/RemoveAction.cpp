@@ -12,7 +12,7 @@ RemoveAction::RemoveAction(ProfileActionsController* controller, ActionTWidget* 
 RemoveAction::~RemoveAction()
 {
     if (m_row && !m_isInList && !m_row->parentWidget())
-        m_row->dispose();
+        delete m_row.data();
 }
 
 void RemoveAction::redo()

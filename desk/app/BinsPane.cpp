@@ -1,0 +1,74 @@
+#include "BinsPane.h"
+
+#include "BinsModel.h"
+#include "DeskProject.h"
+
+#include <QHeaderView>
+#include <QLabel>
+#include <QSignalBlocker>
+#include <QTreeView>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int kNameWidth = 260;
+constexpr int kColumnWidth = 90;
+constexpr int kHintMargin = 24;
+
+} // namespace
+
+BinsPane::BinsPane(DeskProject& project, QWidget* parent)
+    : QWidget(parent)
+    , m_project(project)
+    , m_model(new BinsModel(project, this))
+    , m_view(new QTreeView(this))
+    , m_hint(new QLabel(tr("Clips appear here when you click the icon of a folder that has some ready."), this))
+{
+    m_view->setObjectName(QStringLiteral("binsView"));
+    m_view->setModel(m_model);
+    m_view->setUniformRowHeights(true);
+    m_view->setAlternatingRowColors(true);
+    m_view->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_view->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_view->header()->setStretchLastSection(true);
+    m_view->header()->resizeSection(BinsModel::NameColumn, kNameWidth);
+    for (const int column : {BinsModel::KindColumn, BinsModel::DurationColumn, BinsModel::CheckedColumn})
+        m_view->header()->resizeSection(column, kColumnWidth);
+
+    m_hint->setAlignment(Qt::AlignCenter);
+    m_hint->setWordWrap(true);
+    m_hint->setMargin(kHintMargin);
+    m_hint->setForegroundRole(QPalette::PlaceholderText);
+    m_hint->setAttribute(Qt::WA_TransparentForMouseEvents);
+    auto* over = new QVBoxLayout(m_view->viewport());
+    over->addWidget(m_hint);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_view);
+
+    connect(m_view->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            [this](const QModelIndex& current) { m_project.setActiveBin(BinsModel::binOf(current)); });
+    connect(&m_project, &DeskProject::wasReset, this, &BinsPane::projectReplaced);
+    connect(&m_project, &DeskProject::clipAdded, this, &BinsPane::showLastClip);
+    connect(&m_project, &DeskProject::binAdded, this, &BinsPane::updateEmptyHint);
+    projectReplaced();
+}
+
+void BinsPane::showLastClip(int bin, int clip)
+{
+    const QModelIndex binIndex = m_model->index(bin, 0);
+    m_view->expand(binIndex);
+    m_view->scrollTo(m_model->index(clip, 0, binIndex));
+}
+
+void BinsPane::projectReplaced()
+{
+    m_view->expandAll();
+    updateEmptyHint();
+}
+
+void BinsPane::updateEmptyHint()
+{
+    m_hint->setVisible(m_project.bins().isEmpty());
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+/// Small media files made with ffmpeg's test sources.
+namespace DemoMedia {
+
+/// The files that make() leaves, without their folder: a movie with sound, a still, a Broadcast Wave.
+QStringList fileNames();
+/// Makes those that are missing in \a folder. Blocks for a few seconds.
+/// \return false with a text in \a error.
+bool make(const QString& folder, QString& error);
+/// Puts a copy of \a file into \a folder as a person's copy does: it grows while it is written.
+/// \return false with a text in \a error.
+bool drop(const QString& file, const QString& folder, QString& error);
+
+} // namespace DemoMedia

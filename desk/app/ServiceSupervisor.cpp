@@ -1,0 +1,161 @@
+#include "ServiceSupervisor.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QProcess>
+
+#include <algorithm>
+#include <csignal>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kMaxDoublings = 5;
+constexpr quint16 kServicePort = 58885;
+
+/// A service that ends with the desk, also when the desk is killed and cannot stop it.
+class BoundProcess : public QProcess
+{
+public:
+    using QProcess::QProcess;
+
+protected:
+    void setupChildProcess() override { ::prctl(PR_SET_PDEATHSIG, SIGTERM); }
+};
+
+} // namespace
+
+ServiceSupervisor::ServiceSupervisor(const Settings& settings, QObject* parent)
+    : QObject(parent)
+    , m_settings(settings)
+{
+    m_restart.setSingleShot(true);
+    connect(&m_restart, &QTimer::timeout, this, &ServiceSupervisor::launch);
+}
+
+ServiceSupervisor::~ServiceSupervisor()
+{
+    endProcess();
+}
+
+qint64 ServiceSupervisor::processId() const
+{
+    return m_process ? m_process->processId() : 0;
+}
+
+void ServiceSupervisor::needService()
+{
+    if (!m_forbidden && m_state == Idle)
+        launch();
+}
+
+void ServiceSupervisor::start()
+{
+    m_forbidden = false;
+    m_failures = 0;
+    m_restart.stop();
+    if (m_state != Running)
+        launch();
+}
+
+void ServiceSupervisor::stop()
+{
+    m_forbidden = true;
+    m_restart.stop();
+    endProcess();
+    setState(Idle);
+}
+
+QString ServiceSupervisor::program() const
+{
+    const QString program = m_settings.program.isEmpty()
+        ? QString(QCoreApplication::applicationDirPath() + QLatin1String("/krx-service"))
+        : m_settings.program;
+    return QFileInfo(program).isExecutable() ? program : QString();
+}
+
+QStringList ServiceSupervisor::arguments() const
+{
+    QStringList arguments{QStringLiteral("--port"), QString::number(m_settings.port)};
+    if (!m_settings.data.isEmpty())
+        arguments << QStringLiteral("--data") << m_settings.data;
+    return arguments + m_settings.arguments;
+}
+
+quint16 ServiceSupervisor::portFromEnvironment()
+{
+    bool ok = false;
+    const ushort port = qEnvironmentVariable("KRX_CONNECT_PORT").toUShort(&ok);
+    return ok && port != 0 ? port : kServicePort;
+}
+
+void ServiceSupervisor::launch()
+{
+    const QString path = program();
+    if (path.isEmpty()) {
+        ended(tr("The program krx-service was not found"));
+        return;
+    }
+    endProcess();
+    m_lastLine.clear();
+    m_process = new BoundProcess(this);
+    m_process->setProcessChannelMode(QProcess::MergedChannels);
+    m_process->setStandardInputFile(QProcess::nullDevice());
+    connect(m_process, &QProcess::readyRead, this, &ServiceSupervisor::readLines);
+    connect(m_process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart)
+            ended(tr("The service could not be started: %1").arg(m_process->errorString()));
+    });
+    connect(m_process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this, [this](int code) {
+        readLines();
+        ended(m_lastLine.isEmpty() ? tr("The service ended (code %1)").arg(code)
+                                   : tr("The service ended (code %1): %2").arg(QString::number(code), m_lastLine));
+    });
+    setState(Running);
+    m_process->start(path, arguments());
+}
+
+void ServiceSupervisor::ended(const QString& reason)
+{
+    if (m_process) {
+        m_process->disconnect(this);
+        m_process->deleteLater();
+        m_process = nullptr;
+    }
+    emit message(reason);
+    const int pause = m_settings.restartPause << std::min(m_failures, kMaxDoublings);
+    ++m_failures;
+    setState(Waiting);
+    m_restart.start(pause);
+}
+
+void ServiceSupervisor::setState(State state)
+{
+    if (m_state == state)
+        return;
+    m_state = state;
+    emit stateChanged(state);
+}
+
+void ServiceSupervisor::readLines()
+{
+    while (m_process && m_process->canReadLine()) {
+        m_lastLine = QString::fromUtf8(m_process->readLine()).trimmed();
+        emit line(m_lastLine);
+    }
+}
+
+void ServiceSupervisor::endProcess()
+{
+    if (!m_process)
+        return;
+    m_process->disconnect(this);
+    m_process->terminate();
+    if (m_process->state() != QProcess::NotRunning && !m_process->waitForFinished(m_settings.stopWait)) {
+        m_process->kill();
+        m_process->waitForFinished(m_settings.stopWait);
+    }
+    m_process->deleteLater();
+    m_process = nullptr;
+}

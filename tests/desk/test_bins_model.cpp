@@ -1,0 +1,71 @@
+#include "BinsModel.h"
+#include "DeskProject.h"
+
+#include <QAbstractItemModelTester>
+#include <QtTest>
+
+class TestBinsModel : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void theTreeFollowsTheProject()
+    {
+        DeskProject project;
+        BinsModel model(project);
+        const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        const int bin = project.binNamed(QStringLiteral("Rushes"));
+        QCOMPARE(model.rowCount(), 1);
+        DeskClip clip;
+        clip.id = QStringLiteral("1");
+        clip.name = QStringLiteral("Harbour");
+        clip.kind = QStringLiteral("video");
+        clip.duration = 4;
+        clip.checked = true;
+        clip.source = QStringLiteral("/watch/Harbour.mov");
+        project.addClip(bin, clip);
+        const QModelIndex parent = model.index(0, 0);
+        QCOMPARE(model.rowCount(parent), 1);
+        const auto text = [&](int column) { return model.index(0, column, parent).data().toString(); };
+        QCOMPARE(text(BinsModel::NameColumn), QStringLiteral("Harbour"));
+        QCOMPARE(text(BinsModel::KindColumn), QStringLiteral("Movie"));
+        QCOMPARE(text(BinsModel::DurationColumn), QStringLiteral("4.00 s"));
+        QCOMPARE(text(BinsModel::CheckedColumn), QString(QChar(0x2713)));
+        QCOMPARE(text(BinsModel::SourceColumn), QStringLiteral("Harbour.mov"));
+        QCOMPARE(model.index(0, BinsModel::KindColumn).data().toString(), QStringLiteral("1 clip"));
+        project.create(QStringLiteral("/nowhere/other.krxproject"));
+        QCOMPARE(model.rowCount(), 0);
+    }
+
+    void anIndexKnowsItsBin()
+    {
+        DeskProject project;
+        BinsModel model(project);
+        project.binNamed(QStringLiteral("A"));
+        const int bin = project.binNamed(QStringLiteral("B"));
+        DeskClip clip;
+        clip.id = QStringLiteral("1");
+        project.addClip(bin, clip);
+        QCOMPARE(BinsModel::binOf(QModelIndex()), -1);
+        QCOMPARE(BinsModel::binOf(model.index(1, 2)), 1);
+        QCOMPARE(BinsModel::binOf(model.index(0, 1, model.index(1, 0))), 1);
+    }
+
+    void lengthsReadAsPeopleWriteThem_data()
+    {
+        QTest::addColumn<double>("seconds");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("unknown") << -1.0 << QString();
+        QTest::newRow("short") << 4.2 << QStringLiteral("4.20 s");
+        QTest::newRow("minutes") << 125.0 << QStringLiteral("2:05");
+        QTest::newRow("hours") << 3725.9 << QStringLiteral("1:02:05");
+    }
+    void lengthsReadAsPeopleWriteThem()
+    {
+        QFETCH(double, seconds);
+        QTEST(BinsModel::durationText(seconds), "text");
+    }
+};
+
+QTEST_MAIN(TestBinsModel)
+#include "test_bins_model.moc"

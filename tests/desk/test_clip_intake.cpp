@@ -1,0 +1,337 @@
+#include "ClipIntake.h"
+#include "DeskProject.h"
+#include "LinkDocument.h"
+#include "LinkDocuments.h"
+
+#include "StandInHost.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using LinkDocuments::Parts;
+
+namespace {
+
+LinkDocument parsed(const Parts& parts)
+{
+    LinkDocument document;
+    QString error;
+    if (!LinkDocument::parse(LinkDocuments::text(parts), document, error))
+        qWarning("%s", qPrintable(error));
+    return document;
+}
+
+} // namespace
+
+class TestClipIntake : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<DeskProject> m_project;
+    std::unique_ptr<ClipIntake> m_intake;
+
+    QString path(const char* name) const { return m_dir->filePath(QString::fromLatin1(name)); }
+
+    QString document(const char* name, const Parts& parts) const
+    {
+        const QString where = path(name);
+        return LinkDocuments::write(where, LinkDocuments::text(parts)) ? where : QString();
+    }
+
+private slots:
+    void init()
+    {
+        m_dir = std::make_unique<QTemporaryDir>();
+        m_project = std::make_unique<DeskProject>();
+        m_project->create(path("Show.krxproject"));
+        m_intake = std::make_unique<ClipIntake>(*m_project);
+        StandInHost::setVolumes({{{QStringLiteral("root"), QStringLiteral("/")},
+                                  {QStringLiteral("Card 7"), QStringLiteral("/watch")},
+                                  {QStringLiteral("Nothing"), QStringLiteral("/wat")}}});
+    }
+    void cleanup()
+    {
+        m_intake.reset();
+        m_project.reset();
+        StandInHost::useMountedVolumes();
+    }
+
+    // --- What a document says ---------------------------------------------------------------------------
+
+    void aDocumentIsReadWhole()
+    {
+        Parts parts;
+        parts.id = "out-1";
+        parts.clip = "/copies/Harbour &amp; bay.mov";
+        const LinkDocument document = parsed(parts);
+        QCOMPARE(document.id, QStringLiteral("out-1"));
+        QCOMPARE(document.clipName, QStringLiteral("Harbour & bay"));
+        QCOMPARE(document.mediaPath, QStringLiteral("/copies/Harbour & bay.mov"));
+        QCOMPARE(document.sourcePath, QStringLiteral("/watch/Harbour.mov"));
+        QCOMPARE(document.folderPath, QStringLiteral("/watch"));
+        QCOMPARE(document.profileName, QStringLiteral("Default Profile"));
+        QCOMPARE(document.kind, QStringLiteral("video"));
+        // The length of the file, not of one of its streams.
+        QCOMPARE(document.duration, 4.0);
+        QVERIFY(document.checked);
+    }
+
+    void aClipCountsAsCheckedOnlyWhenItIsAnEqualCopy()
+    {
+        Parts linked;
+        QVERIFY(!parsed(linked).checked);
+        Parts copied;
+        copied.clip = "/copies/Harbour.mov";
+        QVERIFY(parsed(copied).checked);
+        Parts transcoded = copied;
+        transcoded.clipChecksum = "4567";
+        QVERIFY(!parsed(transcoded).checked);
+        Parts unknown = copied;
+        unknown.clipChecksum.clear();
+        unknown.sourceChecksum.clear();
+        QVERIFY(!parsed(unknown).checked);
+    }
+
+    void theKindComesFromTheStreams_data()
+    {
+        QTest::addColumn<QByteArray>("media");
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<double>("duration");
+        QTest::newRow("sound") << QByteArray("<format>wav</format><duration>5.0</duration><stream type=\"audio\"/>")
+                               << QStringLiteral("audio") << 5.0;
+        QTest::newRow("still") << QByteArray("<format>png_pipe</format><stream type=\"video\"/>")
+                               << QStringLiteral("image") << -1.0;
+        QTest::newRow("still that claims a frame's length")
+            << QByteArray("<format>image2</format><duration>0.04</duration><stream type=\"video\"/>")
+            << QStringLiteral("image") << -1.0;
+        QTest::newRow("nothing known") << QByteArray() << QString() << -1.0;
+        QTest::newRow("length that is no number")
+            << QByteArray("<format>mov</format><duration>N/A</duration><stream type=\"video\"/>")
+            << QStringLiteral("video") << -1.0;
+    }
+    void theKindComesFromTheStreams()
+    {
+        QFETCH(QByteArray, media);
+        Parts parts;
+        parts.media = media;
+        const LinkDocument document = parsed(parts);
+        QTEST(document.kind, "kind");
+        QTEST(document.duration, "duration");
+    }
+
+    void aDocumentWithoutAnIdIsKnownByItsWholeText()
+    {
+        Parts parts;
+        const QString first = parsed(parts).id;
+        QVERIFY(!first.isEmpty());
+        QCOMPARE(parsed(parts).id, first);
+        parts.source = "/watch/Harbour 2.mov";
+        QVERIFY(parsed(parts).id != first);
+    }
+
+    void whatIsNoLinkDocumentIsRefused_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::newRow("empty") << QByteArray();
+        QTest::newRow("not XML") << QByteArray("clip");
+        QTest::newRow("cut short") << LinkDocuments::text(Parts()).left(300);
+        QTest::newRow("document type") << QByteArray("<!DOCTYPE xel><xel><clip><path>/a</path></clip></xel>");
+        QTest::newRow("another root") << QByteArray("<lex><clip><path>/a</path></clip></lex>");
+        QTest::newRow("no clip") << QByteArray("<xel><source><path>/a</path></source></xel>");
+        QTest::newRow("too deep") << QByteArray("<xel>" + QByteArray("<a>").repeated(100000));
+    }
+    void whatIsNoLinkDocumentIsRefused()
+    {
+        QFETCH(QByteArray, text);
+        LinkDocument document;
+        QString error;
+        QVERIFY(!LinkDocument::parse(text, document, error));
+        QVERIFY(!error.isEmpty());
+        QVERIFY(document.id.isEmpty());
+    }
+
+    // --- Bins -------------------------------------------------------------------------------------------
+
+    void theBinIsTheOneThatTheProfileNames_data()
+    {
+        QTest::addColumn<QByteArray>("bin");
+        QTest::addColumn<QString>("expected");
+        const QByteArray create = "<binSelectionMethod>CREATENEW</binSelectionMethod>";
+        QTest::newRow("active") << QByteArray("<binSelectionMethod>USEACTIVE</binSelectionMethod>"
+                                              "<binNamingMethod>VOLUME</binNamingMethod>")
+                                << QStringLiteral("Chosen");
+        QTest::newRow("unknown selection") << QByteArray("<binSelectionMethod>LATER</binSelectionMethod>")
+                                           << QStringLiteral("Chosen");
+        QTest::newRow("no bin detail") << QByteArray() << QStringLiteral("Chosen");
+        QTest::newRow("volume") << QByteArray(create + "<binNamingMethod>VOLUME</binNamingMethod>")
+                                << QStringLiteral("Card 7");
+        QTest::newRow("default") << QByteArray(create + "<binNamingMethod>DEFAULT</binNamingMethod>")
+                                 << QStringLiteral("Show");
+        QTest::newRow("explicit") << QByteArray("<binExplicitName>Rushes &amp; more</binExplicitName>" + create
+                                                + "<binNamingMethod>EXPLICIT</binNamingMethod>")
+                                  << QStringLiteral("Rushes & more");
+        QTest::newRow("explicit without a name")
+            << QByteArray("<binExplicitName></binExplicitName>" + create + "<binNamingMethod>EXPLICIT</binNamingMethod>")
+            << QStringLiteral("Show");
+    }
+    void theBinIsTheOneThatTheProfileNames()
+    {
+        QFETCH(QByteArray, bin);
+        QFETCH(QString, expected);
+        m_project->binNamed(QStringLiteral("First"));
+        m_project->setActiveBin(m_project->binNamed(QStringLiteral("Chosen")));
+        Parts parts;
+        parts.bin = bin;
+        m_intake->take(document("a.xel", parts));
+        QVERIFY(m_intake->finish());
+        int found = -1;
+        for (int i = 0; i < m_project->bins().size(); ++i) {
+            if (!m_project->bins().at(i).clips.isEmpty())
+                found = i;
+        }
+        QVERIFY(found >= 0);
+        QCOMPARE(m_project->bins().at(found).name, expected);
+    }
+
+    void aVolumeWithoutALabelIsNamedByItsMountPoint()
+    {
+        StandInHost::setVolumes({{{QString(), QStringLiteral("/")}, {QString(), QStringLiteral("/media/stick")}}});
+        QCOMPARE(ClipIntake::volumeLabel(QStringLiteral("/media/stick/a/b.mov")), QStringLiteral("stick"));
+        QCOMPARE(ClipIntake::volumeLabel(QStringLiteral("/media/sticks/b.mov")), QSysInfo::machineHostName());
+    }
+
+    // --- Order of the steps -----------------------------------------------------------------------------
+
+    void theDocumentIsRemovedOnlyAfterTheProjectIsSaved()
+    {
+        const QString where = document("a.xel", Parts());
+        m_intake->take(where);
+        QVERIFY(QFileInfo::exists(where));
+        QVERIFY(m_intake->finish());
+        QVERIFY(!QFileInfo::exists(where));
+        DeskProject saved;
+        QString error;
+        QVERIFY2(saved.load(m_project->path(), error), qPrintable(error));
+        QCOMPARE(saved.clipCount(), 1);
+    }
+
+    void takingFinishesByItselfOnceTheEventLoopRuns()
+    {
+        const QString first = document("a.xel", Parts());
+        Parts other;
+        other.source = "/watch/b.mov";
+        const QString second = document("b.xel", other);
+        m_intake->take(first);
+        m_intake->take(second);
+        QTRY_VERIFY(!QFileInfo::exists(first) && !QFileInfo::exists(second));
+        QVERIFY(!m_project->isModified());
+        QCOMPARE(m_project->clipCount(), 2);
+    }
+
+    void aCrashBetweenSavingAndRemovingDoesNotDoubleTheClip()
+    {
+        const QByteArray text = LinkDocuments::text(Parts());
+        m_intake->take(document("a.xel", Parts()));
+        QVERIFY(m_intake->finish());
+        // The document is there again, as it is when the removal never happened.
+        QVERIFY(LinkDocuments::write(path("a.xel"), text));
+        DeskProject project;
+        QString error;
+        QVERIFY(project.load(m_project->path(), error));
+        ClipIntake intake(project);
+        QSignalSpy taken(&intake, &ClipIntake::taken);
+        intake.take(path("a.xel"));
+        QVERIFY(intake.finish());
+        QCOMPARE(taken.count(), 1);
+        QCOMPARE(taken.at(0).at(2).toBool(), true);
+        QCOMPARE(project.clipCount(), 1);
+        QVERIFY(!QFileInfo::exists(path("a.xel")));
+    }
+
+    void aCrashBeforeSavingLosesNothing()
+    {
+        const QString where = document("a.xel", Parts());
+        {
+            // A desk that dies before the event loop runs again has saved and removed nothing.
+            ClipIntake dying(*m_project);
+            dying.take(where);
+        }
+        QVERIFY(QFileInfo::exists(where));
+        DeskProject project;
+        project.create(path("Show.krxproject"));
+        ClipIntake intake(project);
+        intake.take(where);
+        QVERIFY(intake.finish());
+        QCOMPARE(project.clipCount(), 1);
+    }
+
+    void aProjectThatCannotBeSavedKeepsTheDocuments()
+    {
+        QVERIFY(QDir().mkpath(QString(m_project->path() + QLatin1String("/in the way"))));
+        QSignalSpy failed(m_intake.get(), &ClipIntake::failed);
+        const QString where = document("a.xel", Parts());
+        m_intake->take(where);
+        QVERIFY(!m_intake->finish());
+        QVERIFY(QFileInfo::exists(where));
+        QCOMPARE(failed.count(), 1);
+        QVERIFY(failed.at(0).at(0).toString().startsWith(
+            QStringLiteral("The project %1 cannot be saved: ").arg(m_project->path())));
+        // Once it can be saved, the next try takes everything.
+        QVERIFY(QDir(m_project->path()).removeRecursively());
+        QVERIFY(m_intake->finish());
+        QVERIFY(!QFileInfo::exists(where));
+    }
+
+    void anUnreadableDocumentStaysAndTheReasonIsTold()
+    {
+        const QString where = path("bad.xel");
+        QVERIFY(LinkDocuments::write(where, "<xel><clip>"));
+        QSignalSpy failed(m_intake.get(), &ClipIntake::failed);
+        m_intake->take(where);
+        m_intake->take(path("missing.xel"));
+        m_intake->take(document("good.xel", Parts()));
+        QVERIFY(m_intake->finish());
+        QVERIFY(QFileInfo::exists(where));
+        QCOMPARE(failed.count(), 2);
+        QCOMPARE(failed.at(0).at(0).toString(),
+                 QStringLiteral("%1 was not acquired: it cannot be read (line 1: Premature end of document.)").arg(where));
+        QCOMPARE(failed.at(1).at(0).toString(),
+                 QStringLiteral("%1 was not acquired: No such file or directory").arg(path("missing.xel")));
+        QCOMPARE(m_project->clipCount(), 1);
+    }
+
+    void aFileTooLargeForALinkDocumentIsNotRead()
+    {
+        const QString where = path("huge.xel");
+        QFile file(where);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QVERIFY(file.resize(LinkDocument::kMaxSize + 1));
+        LinkDocument document;
+        QString error;
+        QVERIFY(!LinkDocument::read(where, document, error));
+        QCOMPARE(error, QStringLiteral("it is too large for a link document"));
+    }
+
+    void manyClipsCostOneSave()
+    {
+        QSignalSpy saved(m_project.get(), &DeskProject::modifiedChanged);
+        for (int i = 0; i < 300; ++i) {
+            Parts parts;
+            parts.id = QByteArray::number(i);
+            m_intake->take(document(QByteArray("d" + parts.id + ".xel").constData(), parts));
+        }
+        QVERIFY(m_intake->finish());
+        QCOMPARE(m_project->clipCount(), 300);
+        // Once when the first clip came, once when all were saved.
+        QCOMPARE(saved.count(), 2);
+        QCOMPARE(QDir(m_dir->path()).entryList({QStringLiteral("*.xel")}).size(), 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestClipIntake)
+#include "test_clip_intake.moc"

@@ -1,0 +1,238 @@
+#include "DeskProject.h"
+#include "DeskProjectFile.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <unistd.h>
+
+namespace {
+
+DeskClip clip(const QString& id, const QString& name = QStringLiteral("Clip"))
+{
+    DeskClip made;
+    made.id = id;
+    made.name = name;
+    made.kind = QStringLiteral("video");
+    made.duration = 4.5;
+    made.media = QStringLiteral("/media/clip.mov");
+    made.source = QStringLiteral("/watch/clip.mov");
+    made.linkDocument = QStringLiteral("/out/clip.xel");
+    made.checked = true;
+    made.acquired = QDateTime(QDate(2024, 3, 5), QTime(14, 7, 9));
+    return made;
+}
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no such file)");
+}
+
+void write(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(bytes), qint64(bytes.size()));
+}
+
+} // namespace
+
+class TestDeskProject : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void whatWasSavedIsReadBack()
+    {
+        const QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("Show.krxproject"));
+        DeskProject project;
+        project.create(path);
+        const int rushes = project.binNamed(QStringLiteral("Rushes \U0001F3AC"));
+        const int sound = project.binNamed(QStringLiteral("Sound"));
+        QVERIFY(project.addClip(rushes, clip(QStringLiteral("a"), QStringLiteral(" two  blanks"))));
+        DeskClip unknownLength = clip(QStringLiteral("b"));
+        unknownLength.duration = -1;
+        unknownLength.checked = false;
+        QVERIFY(project.addClip(sound, unknownLength));
+        project.setActiveBin(sound);
+        QString error;
+        QVERIFY2(project.save(error), qPrintable(error));
+
+        DeskProject read;
+        QVERIFY2(read.load(path, error), qPrintable(error));
+        QCOMPARE(read.name(), QStringLiteral("Show"));
+        QCOMPARE(read.bins().size(), 2);
+        QCOMPARE(read.bins().at(0).name, QStringLiteral("Rushes \U0001F3AC"));
+        const DeskClip back = read.bins().at(0).clips.at(0);
+        QCOMPARE(back.id, QStringLiteral("a"));
+        QCOMPARE(back.name, QStringLiteral(" two  blanks"));
+        QCOMPARE(back.kind, QStringLiteral("video"));
+        QCOMPARE(back.duration, 4.5);
+        QCOMPARE(back.media, QStringLiteral("/media/clip.mov"));
+        QCOMPARE(back.source, QStringLiteral("/watch/clip.mov"));
+        QCOMPARE(back.linkDocument, QStringLiteral("/out/clip.xel"));
+        QVERIFY(back.checked);
+        QCOMPARE(back.acquired, QDateTime(QDate(2024, 3, 5), QTime(14, 7, 9)));
+        QCOMPARE(read.bins().at(1).clips.at(0).duration, -1.0);
+        QVERIFY(!read.bins().at(1).clips.at(0).checked);
+        QCOMPARE(read.activeBin(), 1);
+        QVERIFY(read.contains(QStringLiteral("b")));
+        QCOMPARE(read.clipCount(), 2);
+    }
+
+    void aClipWhoseIdIsKnownIsNotAddedAgain()
+    {
+        DeskProject project;
+        const int bin = project.binNamed(QStringLiteral("Rushes"));
+        const int other = project.binNamed(QStringLiteral("Other"));
+        QVERIFY(project.addClip(bin, clip(QStringLiteral("a"))));
+        QVERIFY(!project.addClip(other, clip(QStringLiteral("a"))));
+        QVERIFY(!project.addClip(bin, clip(QString())));
+        QCOMPARE(project.clipCount(), 1);
+        QVERIFY(project.bins().at(other).clips.isEmpty());
+    }
+
+    void aBinIsMadeOnceForEachName()
+    {
+        DeskProject project;
+        QCOMPARE(project.binNamed(QStringLiteral("Rushes")), 0);
+        QCOMPARE(project.binNamed(QStringLiteral("rushes")), 1);
+        QCOMPARE(project.binNamed(QStringLiteral("Rushes")), 0);
+        QCOMPARE(project.bins().size(), 2);
+    }
+
+    void theActiveBinIsTheChosenElseTheFirstElseOneNamedAsTheProject()
+    {
+        DeskProject project;
+        project.create(QStringLiteral("/nowhere/Evening Show.krxproject"));
+        QCOMPARE(project.activeBin(), 0);
+        QCOMPARE(project.bins().at(0).name, QStringLiteral("Evening Show"));
+        project.binNamed(QStringLiteral("Second"));
+        QCOMPARE(project.activeBin(), 0);
+        project.setActiveBin(1);
+        QCOMPARE(project.activeBin(), 1);
+        project.setActiveBin(-1);
+        QCOMPARE(project.activeBin(), 0);
+    }
+
+    void keysOfALaterVersionSurviveASave()
+    {
+        const QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("a.krxproject"));
+        write(path,
+              "{\"format\":\"krx-desk-project\",\"version\":1,\"colour\":\"blue\",\"bins\":[{\"name\":\"B\",\"locked\":true,\"clips\":[{\"id\":\"1\",\"name\":\"N\",\"rating\":5}]}]}");
+        DeskProject project;
+        QString error;
+        QVERIFY2(project.load(path, error), qPrintable(error));
+        project.binNamed(QStringLiteral("New"));
+        QVERIFY2(project.save(error), qPrintable(error));
+        const QJsonObject root = QJsonDocument::fromJson(contentOf(path)).object();
+        QCOMPARE(root[QLatin1String("colour")].toString(), QStringLiteral("blue"));
+        const QJsonValue bin = root[QLatin1String("bins")][0];
+        QCOMPARE(bin[QLatin1String("locked")].toBool(), true);
+        QCOMPARE(bin[QLatin1String("clips")][0][QLatin1String("rating")].toInt(), 5);
+    }
+
+    void aDamagedFileIsRefusedWithAReasonAndLeftAlone_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("cut short") << QByteArray("{\"format\":\"krx-desk-project\",\"vers")
+                                   << QStringLiteral("it is damaged near byte 35 (unterminated string)");
+        QTest::newRow("empty") << QByteArray() << QStringLiteral("it is damaged near byte 0 (illegal value)");
+        QTest::newRow("something else") << QByteArray("{\"a\":1}")
+                                        << QStringLiteral("it is not a project of KRX Desk");
+        QTest::newRow("newer") << QByteArray("{\"format\":\"krx-desk-project\",\"version\":2}")
+                               << QStringLiteral("it was made by another version of KRX Desk");
+        QTest::newRow("doubled id")
+            << QByteArray("{\"format\":\"krx-desk-project\",\"version\":1,\"bins\":[{\"name\":\"B\",\"clips\":[{\"id\":\"1\"},{\"id\":\"1\"}]}]}")
+            << QStringLiteral("a clip of the bin \"B\" has no id of its own");
+    }
+    void aDamagedFileIsRefusedWithAReasonAndLeftAlone()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QString, reason);
+        const QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("a.krxproject"));
+        write(path, content);
+        DeskProject project;
+        project.create(QStringLiteral("/nowhere/former.krxproject"));
+        project.binNamed(QStringLiteral("Kept"));
+        QString error;
+        QVERIFY(!project.load(path, error));
+        QCOMPARE(error, QStringLiteral("The project %1 cannot be opened: %2.").arg(path, reason));
+        QCOMPARE(contentOf(path), content);
+        QCOMPARE(project.name(), QStringLiteral("former"));
+        QCOMPARE(project.bins().size(), 1);
+    }
+
+    void aMissingFileIsRefusedWithAReason()
+    {
+        DeskProject project;
+        QString error;
+        QVERIFY(!project.load(QStringLiteral("/nowhere/a.krxproject"), error));
+        QCOMPARE(error,
+                 QStringLiteral("The project /nowhere/a.krxproject cannot be opened: No such file or directory."));
+    }
+
+    void aFailedSaveLeavesTheOldFileAndNothingElse()
+    {
+        const QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("a.krxproject"));
+        DeskProject project;
+        project.create(path);
+        project.binNamed(QStringLiteral("First"));
+        QString error;
+        QVERIFY(project.save(error));
+        const QByteArray before = contentOf(path);
+        project.binNamed(QStringLiteral("Second"));
+        // A folder in the file's place fails for every user, root included.
+        QVERIFY(QFile::rename(path, dir.filePath(QStringLiteral("kept"))));
+        QVERIFY(QDir().mkpath(QString(path + QLatin1String("/in the way"))));
+        QVERIFY(!project.save(error));
+        QVERIFY2(error.startsWith(QStringLiteral("The project %1 cannot be saved: ").arg(path)), qPrintable(error));
+        QVERIFY(project.isModified());
+        QCOMPARE(contentOf(dir.filePath(QStringLiteral("kept"))), before);
+        QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size(), 2);
+    }
+
+    void saveAsThatFailsKeepsTheFormerPath()
+    {
+        const QTemporaryDir dir;
+        DeskProject project;
+        project.create(dir.filePath(QStringLiteral("a.krxproject")));
+        QString error;
+        QVERIFY(!project.saveAs(QStringLiteral("/nowhere/b.krxproject"), error));
+        QCOMPARE(project.name(), QStringLiteral("a"));
+        QVERIFY(project.saveAs(dir.filePath(QStringLiteral("c.krxproject")), error));
+        QCOMPARE(project.name(), QStringLiteral("c"));
+    }
+
+    void aReaderSeesTheOldFileOrTheNewOneWhole()
+    {
+        // The file is replaced, never written into: a reader that opened it before goes on reading the old one.
+        const QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("a.krxproject"));
+        DeskProject project;
+        project.create(path);
+        QString error;
+        QVERIFY(project.save(error));
+        QFile reader(path);
+        QVERIFY(reader.open(QIODevice::ReadOnly));
+        const QByteArray before = contentOf(path);
+        for (int i = 0; i < 200; ++i)
+            project.binNamed(QString::number(i));
+        QVERIFY(project.save(error));
+        QCOMPARE(reader.readAll(), before);
+        QVERIFY(contentOf(path) != before);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDeskProject)
+#include "test_desk_project.moc"

@@ -1,0 +1,160 @@
+#include "ServiceSupervisor.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <csignal>
+
+class TestServiceSupervisor : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+
+    /// A program that writes its arguments to "arguments", then does what \a rest says.
+    QString program(const char* rest) const
+    {
+        const QString path = m_dir->filePath(QStringLiteral("service"));
+        QFile file(path);
+        if (!file.open(QIODevice::WriteOnly))
+            return QString();
+        file.write("#!/bin/sh\nprintf '%s\\n' \"$@\" >> \"$(dirname \"$0\")/arguments\"\n");
+        file.write(rest);
+        file.close();
+        file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        return path;
+    }
+
+    QStringList startedWith() const
+    {
+        QFile file(m_dir->filePath(QStringLiteral("arguments")));
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    }
+
+    ServiceSupervisor::Settings settings(const char* rest) const
+    {
+        ServiceSupervisor::Settings made;
+        made.program = program(rest);
+        made.port = 4711;
+        made.restartPause = 1;
+        return made;
+    }
+
+private slots:
+    void init() { m_dir = std::make_unique<QTemporaryDir>(); }
+
+    void oneIsStartedWhenNoneAnswers()
+    {
+        ServiceSupervisor::Settings with = settings("echo ready\nexec sleep 1000\n");
+        with.data = QStringLiteral("/some data");
+        with.arguments = QStringList{QStringLiteral("--settle"), QStringLiteral("0.3")};
+        ServiceSupervisor supervisor(with);
+        QSignalSpy lines(&supervisor, &ServiceSupervisor::line);
+        QVERIFY(!supervisor.owns());
+        supervisor.needService();
+        supervisor.needService();
+        QVERIFY(supervisor.owns());
+        QTRY_COMPARE(lines.count(), 1);
+        QCOMPARE(lines.at(0).at(0).toString(), QStringLiteral("ready"));
+        QCOMPARE(startedWith(), (QStringList{QStringLiteral("--port"), QStringLiteral("4711"), QStringLiteral("--data"),
+                                             QStringLiteral("/some data"), QStringLiteral("--settle"),
+                                             QStringLiteral("0.3")}));
+    }
+
+    void whatWasStartedIsStopped()
+    {
+        qint64 pid = 0;
+        {
+            ServiceSupervisor supervisor(settings("trap 'exit 0' TERM\necho up\nwhile :; do sleep 0.05; done\n"));
+            QSignalSpy lines(&supervisor, &ServiceSupervisor::line);
+            supervisor.needService();
+            QTRY_COMPARE(lines.count(), 1);
+            pid = supervisor.processId();
+            QVERIFY(pid > 0);
+        }
+        QVERIFY(::kill(static_cast<pid_t>(pid), 0) != 0);
+    }
+
+    void oneThatDoesNotHeedTheRequestIsKilled()
+    {
+        ServiceSupervisor::Settings with = settings("trap '' TERM\necho up\nwhile :; do sleep 0.05; done\n");
+        with.stopWait = 100;
+        ServiceSupervisor supervisor(with);
+        QSignalSpy lines(&supervisor, &ServiceSupervisor::line);
+        supervisor.needService();
+        QTRY_COMPARE(lines.count(), 1);
+        const auto pid = static_cast<pid_t>(supervisor.processId());
+        supervisor.stop();
+        QVERIFY(::kill(pid, 0) != 0);
+        QCOMPARE(supervisor.state(), ServiceSupervisor::Idle);
+    }
+
+    void oneThatDiesIsStartedAgain()
+    {
+        ServiceSupervisor supervisor(settings("echo up\nexec sleep 1000\n"));
+        QSignalSpy lines(&supervisor, &ServiceSupervisor::line);
+        supervisor.needService();
+        QTRY_COMPARE(lines.count(), 1);
+        const qint64 first = supervisor.processId();
+        ::kill(static_cast<pid_t>(first), SIGKILL);
+        QTRY_COMPARE(lines.count(), 2);
+        QVERIFY(supervisor.owns());
+        QVERIFY(supervisor.processId() != first);
+    }
+
+    void theReasonOfAnEndIsTold()
+    {
+        ServiceSupervisor supervisor(settings("echo 'port 4711 is taken'\nexit 3\n"));
+        QSignalSpy messages(&supervisor, &ServiceSupervisor::message);
+        supervisor.needService();
+        QTRY_VERIFY(messages.count() >= 2);
+        QCOMPARE(messages.at(0).at(0).toString(), QStringLiteral("The service ended (code 3): port 4711 is taken"));
+    }
+
+    void afterStopNoneIsStartedUntilAPersonWantsIt()
+    {
+        ServiceSupervisor supervisor(settings("echo up\nexec sleep 1000\n"));
+        QSignalSpy lines(&supervisor, &ServiceSupervisor::line);
+        supervisor.needService();
+        QTRY_COMPARE(lines.count(), 1);
+        supervisor.stop();
+        supervisor.needService();
+        QVERIFY(!supervisor.owns());
+        supervisor.start();
+        QVERIFY(supervisor.owns());
+        QTRY_COMPARE(lines.count(), 2);
+    }
+
+    void aMissingProgramIsTold()
+    {
+        ServiceSupervisor::Settings with;
+        with.program = m_dir->filePath(QStringLiteral("none"));
+        ServiceSupervisor supervisor(with);
+        QSignalSpy messages(&supervisor, &ServiceSupervisor::message);
+        supervisor.needService();
+        QCOMPARE(messages.count(), 1);
+        QCOMPARE(messages.at(0).at(0).toString(), QStringLiteral("The program krx-service was not found"));
+        QCOMPARE(supervisor.state(), ServiceSupervisor::Waiting);
+    }
+
+    void thePortFollowsTheEnvironment()
+    {
+        const QByteArray before = qgetenv("KRX_CONNECT_PORT");
+        qputenv("KRX_CONNECT_PORT", "40123");
+        QCOMPARE(ServiceSupervisor::portFromEnvironment(), quint16(40123));
+        qputenv("KRX_CONNECT_PORT", "nonsense");
+        QCOMPARE(ServiceSupervisor::portFromEnvironment(), quint16(58885));
+        qunsetenv("KRX_CONNECT_PORT");
+        QCOMPARE(ServiceSupervisor::portFromEnvironment(), quint16(58885));
+        if (!before.isEmpty())
+            qputenv("KRX_CONNECT_PORT", before);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestServiceSupervisor)
+#include "test_service_supervisor.moc"
