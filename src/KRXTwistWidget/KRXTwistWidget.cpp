@@ -211,6 +211,15 @@ void KRXTwistWidget::changeEvent(QEvent* event)
     QWidget::changeEvent(event);
 }
 
+void KRXTwistWidget::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    // Show events come from the inside out. Settled in that order, each section is laid out once; left to the
+    // layout requests that follow, which go from the outside in, each one would have every section around it
+    // laid out anew, and the work would grow with the square of the nesting.
+    updateTWLayout();
+}
+
 int KRXTwistWidget::indexInParentLayout() const
 {
     const QWidget* parent = parentWidget();

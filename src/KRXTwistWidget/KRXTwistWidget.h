@@ -83,6 +83,7 @@ protected:
 
     void changeEvent(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
     /// The layout of the body.
     QVBoxLayout* bodyLayout() const;

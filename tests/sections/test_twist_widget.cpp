@@ -5,11 +5,13 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QSignalSpy>
 #include <QVBoxLayout>
 #include <QtTest>
 
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -46,6 +48,48 @@ bool showsBody(const Section& section)
 {
     return !section.body()->isHidden();
 }
+
+/// Open sections, one inside the other, inside a closed one in a scroll area.
+struct Nest
+{
+    explicit Nest(int depth)
+    {
+        auto* content = new QWidget;
+        auto* column = new QVBoxLayout(content);
+        outer = new Section;
+        column->addWidget(outer);
+        column->addStretch();
+        area.setWidgetResizable(true);
+        area.setWidget(content);
+        innermost = outer;
+        for (int i = 0; i < depth; ++i) {
+            innermost = innermost->addSubTW(QString::number(i));
+            innermost->setOpen(true);
+        }
+    }
+
+    QScrollArea area;
+    KRXTwistWidget* outer = nullptr;
+    KRXTwistWidget* innermost = nullptr;
+};
+
+/// Counts the layout requests of all widgets.
+class LayoutRequests : public QObject
+{
+public:
+    LayoutRequests() { qApp->installEventFilter(this); }
+    /// How many there were since the last call.
+    int take() { return std::exchange(m_count, 0); }
+
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        m_count += event->type() == QEvent::LayoutRequest ? 1 : 0;
+        return false;
+    }
+
+private:
+    int m_count = 0;
+};
 
 } // namespace
 
@@ -469,20 +513,54 @@ private slots:
 
     void aHundredNestedSectionsOpenAndCloseTogether()
     {
-        Section outer;
-        outer.setOpen(true);
-        KRXTwistWidget* inner = &outer;
-        for (int i = 0; i < 100; ++i) {
-            inner = inner->addSubTW(QString::number(i));
-            inner->setOpen(true);
-        }
-        outer.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&outer));
-        QTRY_COMPARE(outer.minimumHeight(), 101 * 28);
-        outer.setOpen(false);
-        QTRY_COMPARE(outer.height(), 25);
-        outer.setOpen(true);
-        QTRY_COMPARE(outer.minimumHeight(), 101 * 28);
+        Nest nest(100);
+        nest.outer->setOpen(true);
+        nest.area.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&nest.area));
+        QTRY_COMPARE(nest.outer->minimumHeight(), 101 * 28);
+        nest.outer->setOpen(false);
+        QTRY_COMPARE(nest.outer->minimumHeight(), 25);
+        nest.outer->setOpen(true);
+        QTRY_COMPARE(nest.outer->minimumHeight(), 101 * 28);
+    }
+
+    void layoutWorkGrowsWithTheDepthOfNestingAndNotWithItsSquare()
+    {
+        // Counted in layout requests: work that is repeated for each section around another one shows as
+        // hundreds of them for each section.
+        constexpr int depth = 60;
+        constexpr int requestsPerSection = 10;
+        Nest nest(depth);
+        nest.area.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&nest.area));
+        LayoutRequests requests;
+        nest.outer->setOpen(true);
+        QTRY_COMPARE(nest.outer->height(), (depth + 1) * 28);
+        QVERIFY2(requests.take() <= depth * requestsPerSection, "first opening");
+        nest.outer->setOpen(false);
+        QTRY_COMPARE(nest.outer->height(), 25);
+        QVERIFY2(requests.take() <= depth * requestsPerSection, "closing");
+        nest.outer->setOpen(true);
+        QTRY_COMPARE(nest.outer->height(), (depth + 1) * 28);
+        QVERIFY2(requests.take() <= depth * requestsPerSection, "opening again");
+        nest.innermost->setOpen(false);
+        QTRY_COMPARE(nest.outer->height(), (depth + 1) * 28 - 3);
+        QVERIFY2(requests.take() <= depth * requestsPerSection, "closing the innermost");
+        nest.innermost->setOpen(true);
+        QTRY_COMPARE(nest.outer->height(), (depth + 1) * 28);
+        QVERIFY2(requests.take() <= depth * requestsPerSection, "opening the innermost");
+    }
+
+    void showingAWindowWithOpenSectionsLaysEachOutOnce()
+    {
+        constexpr int depth = 60;
+        Nest nest(depth);
+        nest.outer->setOpen(true);
+        LayoutRequests requests;
+        nest.area.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&nest.area));
+        QTRY_COMPARE(nest.outer->height(), (depth + 1) * 28);
+        QVERIFY(requests.take() <= depth * 10);
     }
 };
 

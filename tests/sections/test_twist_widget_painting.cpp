@@ -78,7 +78,8 @@ struct Column
             layout->addWidget(sections.back());
         }
         parent.resize(200, 200);
-        layout->activate();
+        parent.show();
+        QCoreApplication::processEvents();
     }
 
     QWidget parent;
