@@ -1,0 +1,424 @@
+#include "app/Service.h"
+
+#include "base/Log.h"
+#include "base/Text.h"
+#include "documents/ProfileDocument.h"
+
+#include <QMetaObject>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <thread>
+
+namespace krxservice {
+
+namespace {
+
+constexpr std::size_t kLongestPath = 4095; ///< bytes, what the system takes
+
+Refusal noFolder()
+{
+    return {404, "there is no such folder"};
+}
+
+Refusal noProfile()
+{
+    return {404, "there is no such profile"};
+}
+
+Refusal noJob()
+{
+    return {404, "there is no such job"};
+}
+
+/// True when a segment of the path leads somewhere else, also in the disguise of a URL.
+bool hasTreacherousSegment(const std::string& path)
+{
+    std::string low = path;
+    for (char& c : low)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    for (auto at = low.find("%2e"); at != std::string::npos; at = low.find("%2e", at))
+        low.replace(at, 3, ".");
+    low += '/';
+    return low.find("/../") != std::string::npos || low.find("/./") != std::string::npos
+        || low.find('\\') != std::string::npos;
+}
+
+/// Why \a path cannot be the path of anything here, or nothing.
+std::optional<Refusal> checkPath(const std::string& path)
+{
+    if (path.empty() || path.front() != '/')
+        return Refusal{400, "the path is not absolute"};
+    if (path.size() > kLongestPath)
+        return Refusal{400, "the path is too long"};
+    if (!text::isPlainText(path))
+        return Refusal{400, "the path holds a character that documents cannot carry"};
+    if (hasTreacherousSegment(path))
+        return Refusal{400, "the path holds a segment or a character that leads elsewhere"};
+    return std::nullopt;
+}
+
+} // namespace
+
+Service::Service(const Options& options)
+    : m_dataFolder(text::canonicalPath(options.dataFolder))
+    , m_database(options.dataFolder + "/krx-service.db")
+    , m_outputs(m_dataFolder + "/output")
+    , m_worker({m_folders, m_profiles, m_jobs, m_files, m_errors}, m_pipeline,
+          [this](const std::string& folderId, const std::string& path, const std::optional<FileStamp>& stamp) {
+              onWatcher([=](Watcher& watcher) { watcher.fileDone(folderId, path, stamp); });
+          })
+{
+    m_pipeline.recover();
+    m_jobs.recover();
+    ensureDefaultProfile();
+    m_watcher = std::make_unique<Watcher>(Watcher::Stores{m_folders, m_profiles, m_files, m_errors},
+        Watcher::Times{options.settleSeconds, options.rescanSeconds},
+        [this](const std::string& folderId, const std::string& path) { m_worker.addFile(folderId, path); });
+}
+
+Service::~Service()
+{
+    stop();
+}
+
+void Service::start()
+{
+    const int cores = static_cast<int>(std::thread::hardware_concurrency());
+    m_worker.start(std::clamp(cores, 2, 4));
+    m_watcher->moveToThread(&m_watchThread);
+    m_watchThread.start();
+    onWatcher([](Watcher& watcher) { watcher.start(); });
+    for (const auto& job : m_jobs.list(true)) {
+        if (job.state == jobstate::kSubmitted)
+            m_worker.addJob(job.id);
+    }
+}
+
+void Service::stop()
+{
+    if (m_watchThread.isRunning()) {
+        QMetaObject::invokeMethod(
+            m_watcher.get(), [this] { m_watcher->stop(); }, Qt::BlockingQueuedConnection);
+    }
+    m_worker.stop();
+    m_watchThread.quit();
+    m_watchThread.wait();
+}
+
+template <typename Function>
+void Service::onWatcher(Function function)
+{
+    Watcher* watcher = m_watcher.get();
+    QMetaObject::invokeMethod(
+        watcher,
+        [watcher, function] {
+            try {
+                function(*watcher);
+            } catch (const DatabaseError& failure) {
+                log::error(std::string("the watcher could not use the database: ") + failure.what());
+            }
+        },
+        Qt::QueuedConnection);
+}
+
+void Service::ensureDefaultProfile()
+{
+    if (m_profiles.findByName(profiledocument::kDefaultName))
+        return;
+    const auto profile = profiledocument::fromRequest(profiledocument::defaultRequest(), text::newGuid());
+    if (profile && m_profiles.create(*profile))
+        log::info("made the " + profile->name);
+}
+
+std::vector<FolderRecord> Service::folders()
+{
+    return m_folders.list();
+}
+
+std::vector<answers::Folder> Service::foldersInDetail()
+{
+    std::vector<answers::Folder> result;
+    for (auto& record : m_folders.list()) {
+        auto outputs = m_outputs.list(record.id);
+        result.push_back({std::move(record), std::move(outputs)});
+    }
+    return result;
+}
+
+Outcome<answers::Folder> Service::folder(const std::string& id)
+{
+    auto record = m_folders.find(id);
+    if (!record)
+        return noFolder();
+    return answers::Folder{*record, m_outputs.list(id)};
+}
+
+Outcome<std::string> Service::checkWatchPath(const std::string& path, const std::string& ownId)
+{
+    if (const auto refusal = checkPath(path))
+        return *refusal;
+    struct stat facts{};
+    if (::stat(path.c_str(), &facts) != 0)
+        return Refusal{400, "the path cannot be watched: " + text::errnoText(errno)};
+    if (!S_ISDIR(facts.st_mode))
+        return Refusal{400, "the path is no directory"};
+    if (::access(path.c_str(), R_OK | X_OK) != 0)
+        return Refusal{400, "the directory may not be read: " + text::errnoText(errno)};
+    const std::string canonical = text::canonicalPath(path);
+    if (canonical.empty())
+        return Refusal{400, "the path cannot be watched: " + text::errnoText(errno)};
+    if (text::isBelow(canonical, m_dataFolder) || text::isBelow(m_dataFolder, canonical))
+        return Refusal{400, "the directory holds the service's own data or is part of it"};
+    const auto twin = m_folders.findByCanonicalPath(canonical);
+    if (twin && twin->id != ownId)
+        return Refusal{409, "the directory is watched already"};
+    return canonical;
+}
+
+std::optional<Refusal> Service::checkProfile(const FolderRecord& folder, const std::string& profileBefore)
+{
+    const bool exists = m_profiles.find(folder.profile).has_value();
+    if (folder.enabled && folder.profile.empty())
+        return Refusal{400, "a folder without a profile cannot be enabled"};
+    if (!exists && !folder.profile.empty() && (folder.enabled || folder.profile != profileBefore))
+        return Refusal{400, "the folder's profile does not exist"};
+    return std::nullopt;
+}
+
+Outcome<std::string> Service::createFolder(const requests::Folder& request)
+{
+    FolderRecord folder;
+    folder.path = request.path.value_or(std::string());
+    folder.profile = request.profile.value_or(std::string());
+    folder.enabled = request.enabled.value_or(false);
+    const auto lock = m_database.lock();
+    const auto canonical = checkWatchPath(folder.path, {});
+    if (!canonical)
+        return canonical.refusal();
+    folder.canonical = *canonical;
+    if (const auto refusal = checkProfile(folder, {}))
+        return *refusal;
+    const auto id = m_folders.create(folder);
+    if (!id)
+        return Refusal{409, "the directory is watched already"};
+    log::info("folder " + *id + " was made for " + folder.path);
+    onWatcher([id = *id](Watcher& watcher) { watcher.folderChanged(id); });
+    return *id;
+}
+
+Outcome<answers::Folder> Service::updateFolder(const std::string& id, const requests::Folder& request, bool reprocess)
+{
+    const auto lock = m_database.lock();
+    const auto before = m_folders.find(id);
+    if (!before)
+        return noFolder();
+    if (request.id && *request.id != id)
+        return Refusal{400, "the \"id\" in the document is another folder's"};
+    FolderRecord folder = *before;
+    folder.profile = request.profile.value_or(folder.profile);
+    folder.enabled = request.enabled.value_or(folder.enabled);
+    if (request.path && *request.path != before->path) {
+        const auto canonical = checkWatchPath(*request.path, id);
+        if (!canonical)
+            return canonical.refusal();
+        folder.path = *request.path;
+        folder.canonical = *canonical;
+    }
+    if (const auto refusal = checkProfile(folder, before->profile))
+        return *refusal;
+    m_folders.update(folder);
+    if (reprocess) {
+        m_files.forget(id);
+        m_outputs.removeAll(id);
+        onWatcher([id](Watcher& watcher) { watcher.reprocess(id); });
+    }
+    if (!folder.enabled)
+        m_worker.cancelFolder(id);
+    onWatcher([id](Watcher& watcher) { watcher.folderChanged(id); });
+    return answers::Folder{folder, m_outputs.list(id)};
+}
+
+std::optional<Refusal> Service::deleteFolder(const std::string& id)
+{
+    const auto lock = m_database.lock();
+    if (!m_folders.remove(id))
+        return noFolder();
+    m_files.forget(id);
+    m_outputs.removeAll(id);
+    m_worker.cancelFolder(id);
+    log::info("folder " + id + " was removed");
+    onWatcher([id](Watcher& watcher) { watcher.folderChanged(id); });
+    return std::nullopt;
+}
+
+std::vector<std::string> Service::readyFolders()
+{
+    return m_outputs.readyFolders();
+}
+
+std::vector<ProfileRecord> Service::profiles()
+{
+    return m_profiles.list();
+}
+
+Outcome<ProfileRecord> Service::profile(const std::string& id)
+{
+    const auto profile = m_profiles.find(id);
+    return profile ? Outcome<ProfileRecord>(*profile) : Outcome<ProfileRecord>(noProfile());
+}
+
+Outcome<std::string> Service::createProfile(const std::string& body)
+{
+    const auto profile = profiledocument::fromRequest(body, text::newGuid());
+    if (!profile)
+        return profile.refusal();
+    if (!m_profiles.create(*profile))
+        return Refusal{409, "a profile of this name exists already"};
+    log::info("profile " + profile->id + " was made: " + profile->name);
+    return profile->id;
+}
+
+std::optional<Refusal> Service::deleteProfile(const std::string& id)
+{
+    const auto lock = m_database.lock();
+    const auto profile = m_profiles.find(id);
+    if (!profile)
+        return noProfile();
+    if (profile->name == profiledocument::kDefaultName)
+        return Refusal{409, "the Default Profile cannot be deleted"};
+    m_profiles.remove(id);
+    log::info("profile " + id + " was removed: " + profile->name);
+    onWatcher([](Watcher& watcher) { watcher.profilesChanged(); });
+    return std::nullopt;
+}
+
+answers::Job Service::withOutputs(const JobRecord& job)
+{
+    return {job, job.manual ? m_outputs.list(job.id) : std::vector<std::string>()};
+}
+
+std::vector<JobRecord> Service::jobs(bool onlyManual)
+{
+    return m_jobs.list(onlyManual);
+}
+
+std::vector<answers::Job> Service::jobsInDetail(bool onlyManual)
+{
+    std::vector<answers::Job> result;
+    for (const auto& job : m_jobs.list(onlyManual))
+        result.push_back(withOutputs(job));
+    return result;
+}
+
+Outcome<answers::Job> Service::job(const std::string& id)
+{
+    const auto job = m_jobs.find(id);
+    return job ? Outcome<answers::Job>(withOutputs(*job)) : Outcome<answers::Job>(noJob());
+}
+
+Outcome<answers::Job> Service::submitJob(const requests::JobSubmission& request)
+{
+    if (const auto refusal = checkPath(request.path))
+        return *refusal;
+    const std::string canonical = text::canonicalPath(request.path);
+    if (canonical.empty())
+        return Refusal{400, "the path cannot be processed: " + text::errnoText(errno)};
+    struct stat facts{};
+    if (::stat(canonical.c_str(), &facts) != 0 || !(S_ISDIR(facts.st_mode) || S_ISREG(facts.st_mode)))
+        return Refusal{400, "the path is neither a file nor a directory"};
+    if (text::isBelow(canonical, m_dataFolder) || text::isBelow(m_dataFolder, canonical))
+        return Refusal{400, "the path holds the service's own data or is part of it"};
+    if (!m_profiles.find(request.profile))
+        return Refusal{400, "the job's profile does not exist"};
+    JobRecord job;
+    job.manual = true;
+    job.path = request.path;
+    job.profile = request.profile;
+    job.groupId = "manual";
+    job.groupName = "Manual jobs";
+    job.state = jobstate::kSubmitted;
+    job.id = m_jobs.create(job);
+    log::info("job " + job.id + " was submitted for " + job.path);
+    m_worker.addJob(job.id);
+    return withOutputs(job);
+}
+
+bool Service::applyState(const JobRecord& job, const std::string& state)
+{
+    const auto lock = m_database.lock();
+    if (state == jobstate::kCancelled) {
+        if (!m_jobs.move(job.id, {jobstate::kSubmitted, jobstate::kRunning}, state))
+            return false;
+        m_worker.cancelJob(job.id);
+        return true;
+    }
+    if (!m_jobs.move(job.id, {jobstate::kCancelled, jobstate::kFailed}, state))
+        return false;
+    m_files.forgetFailed(job.manual ? job.id : job.groupId, job.manual ? std::string() : job.path);
+    if (job.manual)
+        m_worker.addJob(job.id);
+    else
+        m_worker.addFile(job.groupId, job.path, job.id);
+    return true;
+}
+
+std::vector<JobRecord> Service::changeJobs(const std::string& state)
+{
+    std::vector<JobRecord> changed;
+    for (const auto& job : m_jobs.list(true)) {
+        if (applyState(job, state))
+            changed.push_back(m_jobs.find(job.id).value_or(job));
+    }
+    return changed;
+}
+
+Outcome<answers::Job> Service::changeJob(const std::string& id, const std::string& state)
+{
+    const auto job = m_jobs.find(id);
+    if (!job)
+        return noJob();
+    if (!applyState(*job, state)) {
+        return Refusal{409, "the job is " + job->state + " and cannot be made " + state};
+    }
+    return this->job(id);
+}
+
+std::optional<Refusal> Service::deleteJob(const std::string& id)
+{
+    const auto lock = m_database.lock();
+    const auto job = m_jobs.find(id);
+    if (!job)
+        return noJob();
+    m_worker.cancelJob(id);
+    m_jobs.remove(id);
+    if (job->manual) {
+        m_files.forget(id);
+        m_outputs.removeAll(id);
+    }
+    log::info("job " + id + " was removed");
+    return std::nullopt;
+}
+
+std::vector<std::string> Service::errors(bool clear)
+{
+    return clear ? m_errors.takeAll() : m_errors.list();
+}
+
+bool Service::isActive()
+{
+    return m_worker.isActive();
+}
+
+void Service::deviceChanged(const requests::DeviceStatus& status)
+{
+    log::info("the editor reports volume \"" + status.volumeName + "\", type " + std::to_string(status.volumeType)
+        + ", action " + std::to_string(status.volumeAction));
+    onWatcher([](Watcher& watcher) { watcher.rescan(); });
+}
+
+} // namespace krxservice

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "base/Options.h"
+#include "documents/Answers.h"
+#include "documents/Requests.h"
+#include "store/ErrorStore.h"
+#include "store/FileStore.h"
+#include "store/FolderStore.h"
+#include "store/JobStore.h"
+#include "store/ProfileStore.h"
+#include "watch/Watcher.h"
+#include "work/OutputArea.h"
+#include "work/Pipeline.h"
+#include "work/Worker.h"
+
+#include <QThread>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace krxservice {
+
+/// All of the service but the wire: what clients can ask for, one operation each. The operations are
+/// thread-safe; they throw DatabaseError when the database cannot be used.
+class Service
+{
+public:
+    /// Opens the data folder. Throws std::runtime_error (DatabaseError included) with a text for the person.
+    explicit Service(const Options& options);
+    ~Service();
+
+    /// Begins to watch and to work.
+    void start();
+    /// Ends both; what was under way is taken up again at the next start.
+    void stop();
+
+    std::vector<FolderRecord> folders();
+    std::vector<answers::Folder> foldersInDetail();
+    Outcome<answers::Folder> folder(const std::string& id);
+    /// \return the id of the new folder.
+    Outcome<std::string> createFolder(const requests::Folder& request);
+    Outcome<answers::Folder> updateFolder(const std::string& id, const requests::Folder& request, bool reprocess);
+    std::optional<Refusal> deleteFolder(const std::string& id);
+    std::vector<std::string> readyFolders();
+
+    std::vector<ProfileRecord> profiles();
+    Outcome<ProfileRecord> profile(const std::string& id);
+    /// \return the id of the new profile.
+    Outcome<std::string> createProfile(const std::string& body);
+    std::optional<Refusal> deleteProfile(const std::string& id);
+
+    std::vector<JobRecord> jobs(bool onlyManual);
+    std::vector<answers::Job> jobsInDetail(bool onlyManual);
+    Outcome<answers::Job> job(const std::string& id);
+    Outcome<answers::Job> submitJob(const requests::JobSubmission& request);
+    /// Applies \a state to every manual job it fits and returns those.
+    std::vector<JobRecord> changeJobs(const std::string& state);
+    Outcome<answers::Job> changeJob(const std::string& id, const std::string& state);
+    std::optional<Refusal> deleteJob(const std::string& id);
+
+    std::vector<std::string> errors(bool clear);
+    bool isActive();
+    void deviceChanged(const requests::DeviceStatus& status);
+
+private:
+    Outcome<std::string> checkWatchPath(const std::string& path, const std::string& ownId);
+    std::optional<Refusal> checkProfile(const FolderRecord& folder, const std::string& profileBefore);
+    void ensureDefaultProfile();
+    bool applyState(const JobRecord& job, const std::string& state);
+    answers::Job withOutputs(const JobRecord& job);
+    template <typename Function>
+    void onWatcher(Function function);
+
+    std::string m_dataFolder;
+    Database m_database;
+    FolderStore m_folders{m_database};
+    ProfileStore m_profiles{m_database};
+    JobStore m_jobs{m_database};
+    FileStore m_files{m_database};
+    ErrorStore m_errors{m_database};
+    OutputArea m_outputs;
+    Pipeline m_pipeline{m_database, m_files, m_errors, m_outputs};
+    Worker m_worker;
+    QThread m_watchThread;
+    std::unique_ptr<Watcher> m_watcher;
+};
+
+} // namespace krxservice

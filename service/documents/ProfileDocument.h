@@ -1,0 +1,53 @@
+#pragma once
+
+#include "base/Outcome.h"
+#include "store/Records.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace krxservice {
+
+/// One action of a profile, as far as the service must know it.
+struct ActivityRecipe
+{
+    enum class Kind { Copy, Transcode, Consolidate, Unknown };
+
+    Kind kind = Kind::Unknown;
+    std::string id;              ///< the word in the document
+    std::string name;            ///< the activity's display name
+    std::string destination;     ///< of a copy: the folder to copy into
+    bool relinkAfterCopy = false; ///< of a copy: the output links to the copy
+    bool autoCheckin = false;     ///< of a copy: noted in the output document
+    std::string element;          ///< the whole "activity" element, for the actions that read more of it
+};
+
+/// What a profile asks of the service.
+struct ProfileRecipe
+{
+    std::string id;
+    std::string name;
+    std::string settings; ///< the whole "profileSettings" element; empty when there is none
+    std::vector<ActivityRecipe> activities;
+};
+
+/// Reading and making profile documents.
+namespace profiledocument {
+
+/// Name of the profile that always exists.
+constexpr char kDefaultName[] = "Default Profile";
+
+/// Reads a "profileRequest": the record to be stored, under the id \a guid, which is written into the
+/// document. Everything else that the client sent is kept as it is.
+Outcome<ProfileRecord> fromRequest(std::string_view body, const std::string& guid);
+
+/// What the stored profile asks for.
+Outcome<ProfileRecipe> recipe(const ProfileRecord& profile);
+
+/// The request that makes the default profile: link only, a new bin named after the volume.
+std::string defaultRequest();
+
+} // namespace profiledocument
+
+} // namespace krxservice

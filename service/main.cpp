@@ -1,0 +1,96 @@
+#include "app/DataLock.h"
+#include "app/Routes.h"
+#include "app/Service.h"
+#include "base/Log.h"
+#include "base/Options.h"
+#include "http/HttpListener.h"
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
+
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <vector>
+
+namespace {
+
+enum ExitCode { kDone = 0, kFailure = 1, kWrongUsage = 2, kInUse = 3 };
+
+/// Turns SIGTERM and SIGINT into something readable. Before any thread is started: they inherit the mask.
+int catchSignals()
+{
+    sigset_t endings;
+    sigemptyset(&endings);
+    sigaddset(&endings, SIGTERM);
+    sigaddset(&endings, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &endings, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+    return signalfd(-1, &endings, SFD_CLOEXEC);
+}
+
+int serve(const krxservice::Options& options, int caught, QCoreApplication& application)
+{
+    using namespace krxservice;
+    DataLock lock;
+    bool inUse = false;
+    if (const auto reason = lock.acquire(options.dataFolder, inUse); !reason.empty()) {
+        log::error(reason);
+        return inUse ? kInUse : kFailure;
+    }
+    Service service(options);
+    Routes routes(service);
+    HttpListener listener([&routes](const RequestHead& head, const Target& target, const std::string& body) {
+        return routes.handle(head, target, body);
+    });
+    std::string error;
+    const int port = listener.bind(options.port, error);
+    if (port == 0) {
+        log::error(error);
+        return kInUse;
+    }
+    service.start();
+    listener.start();
+    log::info("data in " + options.dataFolder);
+    std::printf("listening on http://127.0.0.1:%d\n", port);
+    std::fflush(stdout);
+
+    QSocketNotifier notifier(caught, QSocketNotifier::Read);
+    QObject::connect(&notifier, &QSocketNotifier::activated, &application, [&application] { application.quit(); });
+    QCoreApplication::exec();
+    log::info("ending");
+    listener.stop();
+    service.stop();
+    return kDone;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const auto options = krxservice::Options::parse(std::vector<std::string>(argv + 1, argv + argc));
+    if (!options) {
+        std::fprintf(stderr, "krx-service: %s\n", options.refusal().text.c_str());
+        return kWrongUsage;
+    }
+    if (options->wish == krxservice::Options::Wish::Help) {
+        std::fputs(krxservice::Options::helpText().c_str(), stdout);
+        return kDone;
+    }
+    if (options->wish == krxservice::Options::Wish::Version) {
+        std::printf("krx-service %s\n", KRX_VERSION);
+        return kDone;
+    }
+    const int caught = catchSignals();
+    QCoreApplication application(argc, argv);
+    try {
+        return serve(*options, caught, application);
+    } catch (const std::exception& failure) {
+        krxservice::log::error(failure.what());
+        return kFailure;
+    }
+}

@@ -1,0 +1,38 @@
+#include "store/ErrorStore.h"
+
+#include "base/Log.h"
+#include "base/Text.h"
+
+namespace krxservice {
+
+void ErrorStore::add(const std::string& text)
+{
+    const std::string line = text::xmlClean(text::oneLine(text));
+    log::error(line);
+    const auto lock = m_database.lock();
+    m_database.prepare("INSERT OR IGNORE INTO errors(text) VALUES(?)").bind(line).run();
+    m_database.prepare("DELETE FROM errors WHERE seq <= (SELECT max(seq) FROM errors) - ?")
+        .bind(std::int64_t(kMostErrors))
+        .run();
+}
+
+std::vector<std::string> ErrorStore::list()
+{
+    const auto lock = m_database.lock();
+    std::vector<std::string> errors;
+    Statement rows = m_database.prepare("SELECT text FROM errors ORDER BY seq");
+    while (rows.step())
+        errors.push_back(rows.text(0));
+    return errors;
+}
+
+std::vector<std::string> ErrorStore::takeAll()
+{
+    Transaction transaction(m_database);
+    auto errors = list();
+    m_database.execute("DELETE FROM errors");
+    transaction.commit();
+    return errors;
+}
+
+} // namespace krxservice

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "store/Database.h"
+
+#include <string>
+#include <vector>
+
+namespace krxservice {
+
+/// What a person should know, kept until a client clears it. Thread-safe; throws DatabaseError.
+class ErrorStore
+{
+public:
+    static constexpr int kMostErrors = 1000; ///< the oldest are forgotten beyond this
+
+    explicit ErrorStore(Database& database)
+        : m_database(database)
+    {
+    }
+
+    /// Adds \a text to the list (and the log) unless the list holds it already.
+    void add(const std::string& text);
+    /// Oldest first.
+    std::vector<std::string> list();
+    /// The list, emptied in the same moment, so that no error is lost between the two.
+    std::vector<std::string> takeAll();
+
+private:
+    Database& m_database;
+};
+
+} // namespace krxservice

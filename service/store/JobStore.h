@@ -1,0 +1,48 @@
+#pragma once
+
+#include "store/Database.h"
+#include "store/Records.h"
+
+#include <map>
+#include <optional>
+#include <vector>
+
+namespace krxservice {
+
+/// The jobs. Thread-safe; throws DatabaseError. Progress is kept in memory only: it is worth nothing after a
+/// restart, and a write to the disk for each percent would cost more than some jobs do.
+class JobStore
+{
+public:
+    static constexpr int kMostFolderJobs = 1000; ///< the oldest are forgotten beyond this
+
+    explicit JobStore(Database& database)
+        : m_database(database)
+    {
+    }
+
+    /// All jobs in the order they were made, or only the manual ones.
+    std::vector<JobRecord> list(bool onlyManual);
+    std::optional<JobRecord> find(const std::string& id);
+
+    /// Stores a new job and returns its id; ids are never used again.
+    std::string create(const JobRecord& job);
+    /// Moves a job from one of the states in \a from to \a to; false when it is in none of them (or gone).
+    /// Final states set the percentage to 0 or 100: a value between would count as work in progress.
+    bool move(const std::string& id, const std::vector<std::string>& from, const std::string& to,
+        const std::string& message = {});
+    void setPercent(const std::string& id, int percent);
+    bool remove(const std::string& id);
+
+    /// After a crash: manual jobs that were running are submitted again, folder jobs that were not finished
+    /// are forgotten (their files are found again).
+    void recover();
+
+private:
+    void read(const Statement& row, std::vector<JobRecord>& jobs);
+
+    Database& m_database;
+    std::map<std::string, int> m_percent; ///< guarded by the lock of the database
+};
+
+} // namespace krxservice

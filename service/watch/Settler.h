@@ -1,0 +1,34 @@
+#pragma once
+
+#include "store/Records.h"
+
+namespace krxservice {
+
+/// Decides when one file is finished: pure logic, fed with readings. A file is finished when its size and time
+/// stood still for at least three readings and for the settle time, and nobody has it open for writing.
+class Settler
+{
+public:
+    static constexpr int kLeastReadings = 3;
+
+    /// \a settle is the time to stand still; the same unit (nanoseconds) as \a now below, which comes from a
+    /// clock that never goes back.
+    explicit Settler(std::int64_t settle)
+        : m_settle(settle)
+    {
+    }
+
+    /// A reading of the file. True when it stood still for long enough; then the caller looks for writers.
+    bool reading(const FileStamp& stamp, std::int64_t now);
+
+    /// Somebody wrote, closed or replaced the file, or has it open for writing: the wait begins again.
+    void disturbed();
+
+private:
+    std::int64_t m_settle;
+    FileStamp m_stamp;
+    std::int64_t m_since = 0;
+    int m_readings = 0;
+};
+
+} // namespace krxservice
