@@ -1,8 +1,7 @@
 #include "HostQtShell.h"
 
-#include <QCache>
-#include <QFile>
 #include <QGuiApplication>
+#include <QHash>
 #include <QImage>
 #include <QPainter>
 #include <QtMath>
@@ -34,12 +33,18 @@ QString fileAtScale(const QString& stem, int scale)
 /// The picture for a resolution: the next finer one there is, else the finest. Null when there is none.
 QImage imageAt(const QString& stem, qreal ratio)
 {
+    // Rows are painted far more often than there are icons.
+    static QHash<QString, QImage> loaded;
     for (int scale = qBound(1, qCeil(ratio), kMaxScale); scale >= 1; --scale) {
-        QImage image;
-        if (image.load(fileAtScale(stem, scale))) {
+        const QString file = fileAtScale(stem, scale);
+        auto known = loaded.find(file);
+        if (known == loaded.end()) {
+            QImage image(file);
             image.setDevicePixelRatio(scale);
-            return image;
+            known = loaded.insert(file, image);
         }
+        if (!known->isNull())
+            return *known;
     }
     return QImage();
 }
@@ -69,19 +74,27 @@ QImage tinted(const QImage& source, const HostQtShell::IconTintColors& colors)
     return image;
 }
 
+/// Nearer to the background's opposite: darker in light skins, lighter in dark ones.
 QImage pressed(const QImage& source)
 {
     constexpr int share = 70;
+    const int target = HostQtShell::currentSkinIndex() < HostQtShell::kFirstDarkSkin ? 0 : 255;
+    const auto blend = [target](int channel) { return (channel * share + target * (100 - share)) / 100; };
     QImage image = source.convertToFormat(QImage::Format_ARGB32);
     for (int y = 0; y < image.height(); ++y) {
         auto* line = reinterpret_cast<QRgb*>(image.scanLine(y));
         for (int x = 0; x < image.width(); ++x) {
             const QRgb pixel = line[x];
-            line[x] = qRgba(qRed(pixel) * share / 100, qGreen(pixel) * share / 100, qBlue(pixel) * share / 100,
-                            qAlpha(pixel));
+            line[x] = qRgba(blend(qRed(pixel)), blend(qGreen(pixel)), blend(qBlue(pixel)), qAlpha(pixel));
         }
     }
     return image;
+}
+
+/// How large an image is drawn into \a rect, in the painter's units.
+QSizeF fittedSize(const QRect& rect, const QImage& image)
+{
+    return QSizeF(image.size()).scaled(rect.size(), Qt::KeepAspectRatio);
 }
 
 /// Draws into \a rect as large as it fits, its aspect kept, centred.
@@ -89,8 +102,7 @@ void drawFitted(QPainter* painter, const QRect& rect, const QImage& image, int a
 {
     if (image.isNull() || rect.isEmpty())
         return;
-    QSizeF size = image.size();
-    size.scale(rect.size(), Qt::KeepAspectRatio);
+    const QSizeF size = fittedSize(rect, image);
     const QRectF target(rect.x() + (rect.width() - size.width()) / 2, rect.y() + (rect.height() - size.height()) / 2,
                         size.width(), size.height());
     painter->save();
@@ -112,7 +124,13 @@ int disabledAlpha(bool isDisabled)
 void drawSkinnedIcon(QPainter* painter, const QRect& rect, const QString& iconId, const QString& group,
                      const IconTintColors& colors, int alpha, IconVariant variant)
 {
-    QImage image = tinted(imageAt(resourceStem(iconId, group), painter->device()->devicePixelRatioF()), colors);
+    const QString stem = resourceStem(iconId, group);
+    const QImage plain = imageAt(stem, 1);
+    if (plain.isNull() || rect.isEmpty())
+        return;
+    // A picture that is drawn larger than it is needs the finer one also on a coarse screen.
+    const qreal zoom = fittedSize(rect, plain).width() / plain.width();
+    QImage image = tinted(imageAt(stem, painter->device()->devicePixelRatioF() * zoom), colors);
     if (variant == IconVariant::Pressed)
         image = pressed(image);
     drawFitted(painter, rect, image, alpha);
@@ -129,11 +147,9 @@ QIcon skinnedIcon(const QString& iconId, const QString& group)
     const QString stem = resourceStem(iconId, group);
     QIcon icon;
     for (int scale = 1; scale <= kMaxScale; ++scale) {
-        QPixmap pixmap = QPixmap::fromImage(QImage(fileAtScale(stem, scale)));
-        if (pixmap.isNull())
-            continue;
-        pixmap.setDevicePixelRatio(scale);
-        icon.addPixmap(pixmap);
+        const QImage image = imageAt(stem, scale);
+        if (!image.isNull())
+            icon.addPixmap(QPixmap::fromImage(image));
     }
     return icon;
 }

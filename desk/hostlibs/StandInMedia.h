@@ -70,16 +70,6 @@ struct AudioSettings
     int creationType = 1;
 };
 
-struct MediaCatalogue
-{
-    QList<ProjectType> projectTypes;
-    QList<Format> formats;
-    QList<Compression> compressions;
-    AudioSettings audio;
-    QList<HostMediaEngine::LinkedMediaPlugin> plugins;
-    quint32 defaultCompression = 0;
-};
-
 /// The project that is open in the stand-in host.
 struct Project
 {
@@ -96,7 +86,20 @@ struct Project
     int sampleSize = 24;
 };
 
-/// Reads a catalogue file. \return false with a clear text in \a error, and \a out as it was.
+struct MediaCatalogue
+{
+    QList<ProjectType> projectTypes;
+    QList<Format> formats;
+    QList<Compression> compressions;
+    AudioSettings audio;
+    QList<HostMediaEngine::LinkedMediaPlugin> plugins;
+    quint32 defaultCompression = 0;
+    /// The project that is open at first.
+    Project project;
+};
+
+/// Reads a catalogue file (docs/media-catalogue.md). \return false with a text in \a error that names the file
+/// and the field, and \a out as it was.
 KRX_HOST_API bool readCatalogue(const QString& path, MediaCatalogue& out, QString& error);
 /// The catalogue in use; at first the one that comes with the stand-in.
 KRX_HOST_API const MediaCatalogue& catalogue();
@@ -110,5 +113,33 @@ KRX_HOST_API void setProject(const Project& project);
 KRX_HOST_API QList<Compression> compressionsFor(int projectType, int colorSpace);
 /// The frame rates (for example "23.976", "25") that projects of the catalogue have, for rate boxes.
 KRX_HOST_API QStringList frameRateTexts();
+
+// --- Groupings of audio tracks -------------------------------------------------------------------------
+// The stored text is "None", or groups in the order of their tracks, for example "1-2:Stereo;3-8:5.1": first
+// track, last track, layout. Tracks that no group names stay mono.
+
+constexpr int kMaxAudioTracks = 64;
+
+/// Neighbouring tracks that form one multichannel track.
+struct ChannelGroup
+{
+    /// Counts from 1.
+    int first = 0;
+    int count = 0;
+    /// One of channelLayouts().
+    QString layout;
+
+    int last() const { return first + count - 1; }
+};
+
+/// The names of the layouts that a group can have, the same in every language.
+KRX_HOST_API QStringList channelLayouts();
+/// How many tracks a layout takes; 0 for an unknown one.
+KRX_HOST_API int channelLayoutTracks(const QString& layout);
+/// Reads a stored text. \return false, and \a groups as it was, when it is none: wrong form, unknown layout,
+/// a count that does not fit the layout, tracks that overlap, go down or go beyond kMaxAudioTracks.
+KRX_HOST_API bool parseChannelGroups(const QString& text, QList<ChannelGroup>& groups);
+/// The stored text of groups; "None" for an empty list.
+KRX_HOST_API QString channelGroupsText(const QList<ChannelGroup>& groups);
 
 } // namespace StandInHost

@@ -42,7 +42,46 @@ ActionTWidget::ActionTWidget(QWidget* parent, ActionType type, int number)
 }
 
 // The holder goes before the section's body does: its actions own the option widgets.
-ActionTWidget::~ActionTWidget() = default;
+ActionTWidget::~ActionTWidget()
+{
+    if (m_list)
+        m_list->removeRow(this);
+}
+
+/// Marks that an event loop runs inside of a handler of the row. Qt's code around the handler would not survive
+/// the row's end, so a row that was disposed of meanwhile goes when the program is out of the handler.
+class ActionTWidget::NestedLoop
+{
+public:
+    explicit NestedLoop(ActionTWidget* row)
+        : m_row(row)
+    {
+        ++row->m_nestedLoops;
+    }
+    ~NestedLoop()
+    {
+        if (m_row && --m_row->m_nestedLoops == 0 && m_row->m_isDisposed)
+            m_row->deleteLater();
+    }
+    NestedLoop(const NestedLoop&) = delete;
+    NestedLoop& operator=(const NestedLoop&) = delete;
+
+private:
+    QPointer<ActionTWidget> m_row;
+};
+
+void ActionTWidget::dispose()
+{
+    if (m_nestedLoops == 0) {
+        delete this;
+        return;
+    }
+    m_isDisposed = true;
+    if (m_list)
+        m_list->removeRow(this);
+    // Nobody owns it any more, and nobody shall see it.
+    setParent(nullptr);
+}
 
 void ActionTWidget::addTypeBox(ActionType type)
 {
@@ -118,7 +157,7 @@ void ActionTWidget::refuseSecondConsolidate()
         const QSignalBlocker blocker(m_typeBox);
         m_typeBox->setCurrentIndex(int(getCurrentAction()->getType()));
     }
-    // The row can go while the box is open, so nothing follows.
+    const NestedLoop loop(this);
     HostQtShell::showManagedMessageBox(getProfilesWindow(), QMessageBox::Warning, QString(),
                                        KRXText::localised("Only a single Consolidate action can be added"),
                                        QMessageBox::Ok, QMessageBox::Ok);
@@ -129,7 +168,7 @@ void ActionTWidget::mousePressEvent(QMouseEvent* event)
     const QPointer<ActionTWidget> self(this);
     if (event->button() == Qt::LeftButton) {
         select();
-        // A loop of its own, in which the row can go.
+        const NestedLoop loop(this);
         drag(event->pos());
     }
     if (self)

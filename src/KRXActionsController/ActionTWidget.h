@@ -36,6 +36,8 @@ public:
 
     /// The list that the row is in; null for none. Set by the list.
     void setList(ProfileActionsController* list);
+    /// Deletes the row; one that is in the middle of a drag or a message box goes after it.
+    void dispose();
 
 public slots:
     /// Gives the row an action of another type. A second consolidate action in a list is refused with a message.
@@ -48,6 +50,8 @@ protected:
     void dropEvent(QDropEvent* event) override;
 
 private:
+    class NestedLoop;
+
     void addTypeBox(ActionType type);
     void refuseSecondConsolidate();
     void select();
@@ -60,4 +64,6 @@ private:
     ActionTypeBox* m_typeBox;
     QPointer<QWidget> m_options;
     QPointer<ProfileActionsController> m_list;
+    int m_nestedLoops = 0;
+    bool m_isDisposed = false;
 };

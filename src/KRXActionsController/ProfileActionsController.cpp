@@ -108,6 +108,8 @@ void ProfileActionsController::readXml(const QDomDocument& doc)
     const QPointer<ProfileActionsController> self(this);
     const ScrollBarOff scrollBarOff(m_window);
     deleteRows();
+    if (!m_section)
+        return;
     const QString notices = rebuildRows(doc);
     if (!notices.isEmpty()) {
         HostQtShell::showManagedMessageBox(m_window, QMessageBox::Information, QString(), notices,
@@ -131,7 +133,8 @@ void ProfileActionsController::deleteRows()
     }
     const QList<ActionTWidget*> rows = m_rows;
     m_rows.clear();
-    qDeleteAll(rows);
+    for (ActionTWidget* row : rows)
+        row->dispose();
     if (m_window)
         m_window->setUpdatesEnabled(true);
 }
@@ -208,7 +211,8 @@ void ProfileActionsController::addRow(ActionTWidget* row)
 void ProfileActionsController::removeRow(ActionTWidget* row)
 {
     m_rows.removeAll(row);
-    row->setList(nullptr);
+    if (row)
+        row->setList(nullptr);
 }
 
 void ProfileActionsController::takeRow(ActionTWidget* row)

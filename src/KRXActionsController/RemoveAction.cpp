@@ -12,7 +12,7 @@ RemoveAction::RemoveAction(ProfileActionsController* controller, ActionTWidget* 
 RemoveAction::~RemoveAction()
 {
     if (m_row && !m_isInList && !m_row->parentWidget())
-        delete m_row.data();
+        m_row->dispose();
 }
 
 void RemoveAction::redo()
