@@ -2,7 +2,6 @@
 
 #include "HostQtShell.h"
 #include "HostStatusShell.h"
-#include "KRXBoundary.h"
 #include "KRXFolder.h"
 #include "KRXFolderManager.h"
 #include "KRXFolderProperties.h"
@@ -14,8 +13,10 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QFont>
 #include <QHeaderView>
 #include <QHelpEvent>
+#include <QLoggingCategory>
 #include <QMenu>
 #include <QMessageBox>
 #include <QMouseEvent>
@@ -25,6 +26,8 @@
 #include <QToolTip>
 
 namespace {
+
+Q_LOGGING_CATEGORY(logFolderView, "krx.folderview")
 
 /// Pixels between a profile cell and its menu.
 constexpr int kMenuGap = 2;
@@ -39,6 +42,14 @@ QString ingestTooltip(int state)
     default:
         return KRXText::localised("No new clips available");
     }
+}
+
+/// The application's font with every property set, so that a menu takes none from the view below it.
+QFont applicationFont()
+{
+    QFont font = QApplication::font();
+    font.resolve(~0u);
+    return font;
 }
 
 /// The text as a menu shows it, which would take a single "&" for the mark of a shortcut.
@@ -106,7 +117,7 @@ void KRXFolderViewWidget::mousePressEvent(QMouseEvent* event)
 {
     if (event->button() == Qt::LeftButton) {
         const QPointer<KRXFolderViewWidget> self(this);
-        KRXBoundary::contain("a click on the folder list", [&] { handlePress(event->pos()); });
+        handlePress(event->pos());
         if (!self)
             return;
     }
@@ -136,7 +147,7 @@ void KRXFolderViewWidget::ingestClicked(const QModelIndex& index, const QPoint& 
         return;
     if (!m_callback) {
         // The clips stay on offer: nobody is there to take them.
-        qWarning("KRX Folders: no one is registered to take acquired clips");
+        qCWarning(logFolderView, "No one is registered to take acquired clips");
         return;
     }
     acquire(getFolderId(m_clickedItem));
@@ -146,10 +157,7 @@ void KRXFolderViewWidget::acquire(const QString& folderId)
 {
     const QPointer<KRXFolderViewWidget> self(this);
     KRXFolder folder;
-    bool read = false;
-    KRXBoundary::contain("reading a folder",
-                         [&] { read = KRXFolderManager::getInstance().readFolder(folderId, folder); });
-    if (read) {
+    if (KRXFolderManager::getInstance().readFolder(folderId, folder)) {
         const QStringList files = folder.property(KRXFolderProperties::kOutputFiles).toStringList();
         const AcquireCallback callback = m_callback;
         HostStatusShell::statusProgressReset();
@@ -203,7 +211,7 @@ void KRXFolderViewWidget::profileClicked(const QModelIndex& index)
         });
     }
     const QRect cell = visualRect(index);
-    menu->setFont(QApplication::font());
+    menu->setFont(applicationFont());
     menu->setMinimumWidth(cell.width());
     menu->popup(mapToGlobal(QPoint(cell.left(), cell.bottom() + header()->height() + kMenuGap)));
 }
@@ -213,8 +221,7 @@ void KRXFolderViewWidget::updateProfileValue(const QString& profileId, const QSt
     if (!m_clickedItem)
         return;
     KRXProfile profile;
-    KRXBoundary::contain("looking up a profile",
-                         [&] { KRXProfileManager::getInstance().getProfile(profileId, profile); });
+    KRXProfileManager::getInstance().getProfile(profileId, profile);
     const QStringList copyTo = profile.property(KRXProfileProperties::kCopyToFolder).toStringList();
     if (copyTo.contains(getFolderPath(m_clickedItem))) {
         HostQtShell::showManagedMessageBox(

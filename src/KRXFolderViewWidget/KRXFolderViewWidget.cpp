@@ -1,7 +1,6 @@
 #include "KRXFolderViewWidget.h"
 
 #include "HostQtShell.h"
-#include "KRXBoundary.h"
 #include "KRXFolder.h"
 #include "KRXFolderItemDelegate.h"
 #include "KRXFolderManager.h"
@@ -150,11 +149,9 @@ void KRXFolderViewWidget::registerCallback(AcquireCallback callback)
 
 void KRXFolderViewWidget::fillView()
 {
-    KRXBoundary::contain("filling the folder list", [this] {
-        if (KRXFolderManager::getInstance().refreshFolders(true)
-            && KRXProfileManager::getInstance().refreshProfiles(true))
-            fillRows();
-    });
+    if (KRXFolderManager::getInstance().refreshFolders(true)
+        && KRXProfileManager::getInstance().refreshProfiles(true))
+        fillRows();
 }
 
 void KRXFolderViewWidget::fillRows()
@@ -267,21 +264,19 @@ void KRXFolderViewWidget::addFolder(const QString& path, const QString& profileI
             QMessageBox::Ok, QMessageBox::Ok);
         return;
     }
-    KRXBoundary::contain("adding a folder", [&] {
-        KRXFolderManager& manager = KRXFolderManager::getInstance();
-        KRXFolder folder;
-        if (!manager.createFolder(path, profileId, folder)) {
-            HostQtShell::showManagedMessageBox(
-                this, QMessageBox::Critical, KRXText::localised("Error occurred"),
-                KRXText::localised("Can't add folder %1\n%2").arg(path, manager.lastError()), QMessageBox::Ok,
-                QMessageBox::Ok);
-        } else if (QTreeWidgetItem* row = krxToFolderItem(folder)) {
-            setCurrentItem(row);
-        } else {
-            // The service took the folder but could not say what it made of it.
-            fillView();
-        }
-    });
+    KRXFolderManager& manager = KRXFolderManager::getInstance();
+    KRXFolder folder;
+    if (!manager.createFolder(path, profileId, folder)) {
+        HostQtShell::showManagedMessageBox(
+            this, QMessageBox::Critical, KRXText::localised("Error occurred"),
+            KRXText::localised("Can't add folder %1\n%2").arg(path, manager.lastError()), QMessageBox::Ok,
+            QMessageBox::Ok);
+    } else if (QTreeWidgetItem* row = krxToFolderItem(folder)) {
+        setCurrentItem(row);
+    } else {
+        // The service took the folder but could not say what it made of it.
+        fillView();
+    }
 }
 
 void KRXFolderViewWidget::delFolder()
@@ -289,17 +284,15 @@ void KRXFolderViewWidget::delFolder()
     QTreeWidgetItem* item = currentItem();
     if (!item)
         return;
-    KRXBoundary::contain("removing a folder", [&] {
-        KRXFolderManager& manager = KRXFolderManager::getInstance();
-        if (manager.deleteFolder(getFolderId(item))) {
-            const std::unique_ptr<QTreeWidgetItem> removed(takeTopLevelItem(indexOfTopLevelItem(item)));
-            return;
-        }
-        HostQtShell::showManagedMessageBox(
-            this, QMessageBox::Critical, KRXText::localised("Error occurred"),
-            KRXText::localised("Can't delete folder %1!\n%2").arg(getFolderName(item), manager.lastError()),
-            QMessageBox::Ok, QMessageBox::Ok);
-    });
+    KRXFolderManager& manager = KRXFolderManager::getInstance();
+    if (manager.deleteFolder(getFolderId(item))) {
+        const std::unique_ptr<QTreeWidgetItem> removed(takeTopLevelItem(indexOfTopLevelItem(item)));
+        return;
+    }
+    HostQtShell::showManagedMessageBox(
+        this, QMessageBox::Critical, KRXText::localised("Error occurred"),
+        KRXText::localised("Can't delete folder %1!\n%2").arg(getFolderName(item), manager.lastError()),
+        QMessageBox::Ok, QMessageBox::Ok);
 }
 
 void KRXFolderViewWidget::itemChanged(QTreeWidgetItem* item, int column)
@@ -321,8 +314,7 @@ void KRXFolderViewWidget::itemChanged(QTreeWidgetItem* item, int column)
         if (!self)
             return;
     }
-    KRXBoundary::contain("writing a folder",
-                         [&] { KRXFolderManager::getInstance().updateFolder(folder, processExisting); });
+    KRXFolderManager::getInstance().updateFolder(folder, processExisting);
 }
 
 void KRXFolderViewWidget::updateOutputsReadyState(const QStringList& folderIds)

@@ -4,6 +4,8 @@
 #include <QString>
 #include <QtTest>
 
+#include <cstddef>
+
 /// What the tests of all areas share.
 namespace KRXTest {
 
@@ -11,6 +13,16 @@ namespace KRXTest {
 /// QDom writes attributes in an order that changes from process to process, so documents are compared whole
 /// in this form.
 QString withSortedAttributes(const QString& xml);
+
+namespace literals {
+
+/// "text"_s is a QString.
+inline QString operator""_s(const char* text, std::size_t length)
+{
+    return QString::fromUtf8(text, static_cast<int>(length));
+}
+
+} // namespace literals
 
 } // namespace KRXTest
 

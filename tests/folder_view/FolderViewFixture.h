@@ -1,0 +1,108 @@
+#pragma once
+
+#include "FakeFolderService.h"
+#include "KRXFolderManager.h"
+#include "KRXFolderViewWidget.h"
+#include "KRXProfileManager.h"
+#include "KRXTest.h"
+#include "StandInHost.h"
+
+#include <QMouseEvent>
+
+#include <functional>
+#include <memory>
+
+using namespace KRXTest::literals;
+
+/// One folder list on a service in memory, with every question answered by the test.
+class FolderViewFixture
+{
+public:
+    FolderViewFixture()
+    {
+        StandInHost::resetRecords();
+        StandInHost::setMessageAnswerer(
+            [this](const StandInHost::MessageRequest& request) { return answer(request); });
+        service.profiles = {{"p1"_s, "Proxy"_s, "Bin 1"_s, {}, {}}, {"p2"_s, "Conform"_s, "Bin 2"_s, {}, {}}};
+        view = std::make_unique<KRXFolderViewWidget>(nullptr);
+        acquired().clear();
+        view->registerCallback([](const QString& path) {
+            acquired() << path;
+            if (duringAcquisition())
+                duringAcquisition()(path);
+        });
+    }
+
+    ~FolderViewFixture()
+    {
+        view.reset();
+        KRXFolderManager::cleanup();
+        KRXProfileManager::cleanup();
+        StandInHost::resetRecords();
+        StandInHost::setSkin(StandInHost::kLightSkin);
+        duringAcquisition() = nullptr;
+    }
+
+    /// The folders a (/media/a, profile p1) and b (/media/b, profile p2), shown.
+    void showTwoFolders()
+    {
+        service.folders = {{"a"_s, "/media/a"_s, "p1"_s, "false"_s, {}}, {"b"_s, "/media/b"_s, "p2"_s, "true"_s, {}}};
+        view->fillView();
+        show();
+    }
+
+    void show()
+    {
+        view->resize(900, 180);
+        view->show();
+        QVERIFY(QTest::qWaitForWindowExposed(view.get()));
+        service.clear();
+    }
+
+    QTreeWidgetItem* row(const QString& folderId) const { return view->itemByFolderId(folderId); }
+
+    QRect cell(const QString& folderId, int column) const
+    {
+        const QTreeWidgetItem* item = row(folderId);
+        QRect rect = view->visualItemRect(item);
+        rect.setLeft(view->columnViewportPosition(column));
+        rect.setWidth(view->columnWidth(column));
+        return rect;
+    }
+
+    void press(const QPoint& position, Qt::MouseButton button = Qt::LeftButton) const
+    {
+        QTest::mousePress(view->viewport(), button, {}, position);
+        if (QWidget* target = view ? view->viewport() : nullptr)
+            QTest::mouseRelease(target, button, {}, position);
+    }
+
+    void pressCell(const QString& folderId, int column) const { press(cell(folderId, column).center()); }
+
+    /// The answer to every message box.
+    QMessageBox::StandardButton reply = QMessageBox::Yes;
+    /// Runs while a message box is open.
+    std::function<void()> whileAsked;
+
+    static QStringList& acquired()
+    {
+        static QStringList paths;
+        return paths;
+    }
+    static std::function<void(const QString&)>& duringAcquisition()
+    {
+        static std::function<void(const QString&)> work;
+        return work;
+    }
+
+    KRXTest::FakeFolderService service;
+    std::unique_ptr<KRXFolderViewWidget> view;
+
+private:
+    QMessageBox::StandardButton answer(const StandInHost::MessageRequest& request) const
+    {
+        if (whileAsked)
+            whileAsked();
+        return request.buttons.testFlag(reply) ? reply : request.defaultButton;
+    }
+};

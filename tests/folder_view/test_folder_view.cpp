@@ -1,0 +1,805 @@
+#include "FolderViewFixture.h"
+#include "KRXFolder.h"
+#include "KRXFolderItemDelegate.h"
+#include "KRXFolderProperties.h"
+#include "KRXTest.h"
+
+#include <QDir>
+#include <QFile>
+#include <QHeaderView>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using View = KRXFolderViewWidget;
+
+Q_DECLARE_METATYPE(QMessageBox::StandardButton)
+
+namespace {
+
+void setRecord(KRXFolder& folder, const QString& id, const QString& path, const QString& profile,
+               const QString& enabled)
+{
+    folder.setProperty(KRXFolderProperties::kId, id);
+    folder.setProperty(KRXFolderProperties::kPath, path);
+    folder.setProperty(KRXFolderProperties::kProfileId, profile);
+    folder.setProperty(KRXFolderProperties::kEnabled, enabled);
+}
+
+QStringList shownIds(const View& view)
+{
+    QStringList ids;
+    for (int i = 0; i < view.topLevelItemCount(); ++i)
+        ids << View::getFolderId(view.topLevelItem(i));
+    return ids;
+}
+
+void compareMessage(int index, QMessageBox::Icon icon, const QString& title, const QString& text)
+{
+    const auto log = StandInHost::messageLog();
+    QVERIFY2(log.size() > index, "the message box was not shown");
+    QCOMPARE(log.at(index).icon, icon);
+    QCOMPARE(log.at(index).title, title);
+    QCOMPARE(log.at(index).text, text);
+}
+
+QString updateDocument(const QString& id, const QString& path, const QString& profile, const QString& enabled)
+{
+    return QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+                          "<xelMediaFolder id=\"%1\">\n <path>%2</path>\n <profile>%3</profile>\n"
+                          " <enabled>%4</enabled>\n</xelMediaFolder>\n")
+        .arg(id, path, profile, enabled);
+}
+
+} // namespace
+
+class TestFolderView : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    // --- Set-up ---
+    void columnsHaveTheirConstants();
+    void headerShowsItsTitlesAndWidths();
+    void headerTitlesAreLocalised();
+    void viewIsSetUpAsAFlatFixedList();
+    void delegateBelongsToTheParentWidget();
+    void startsSortedByFolderAscending();
+
+    // --- Rows ---
+    void rowHoldsEveryCell();
+    void rowOfUnknownProfileHasNoNameAndNoBin();
+    void onlyTheTextTrueIsEnabled_data();
+    void onlyTheTextTrueIsEnabled();
+    void driveRootShowsItsWholePath();
+    void recordWithoutIdentifierMakesNoRow();
+    void makingARowChangesNothingOnTheService();
+    void recordIsFilledFromARow();
+    void partlyCheckedRowIsEnabled();
+    void noRowLeavesTheRecordAlone();
+    void accessorsOfNoRowAreEmptyAndSettersDoNothing();
+    void acquireColumnSortsByState();
+    void enableColumnSortsByCheckMark();
+    void otherColumnsSortByText();
+
+    // --- Filling ---
+    void fillingAsksForFoldersThenProfiles();
+    void fillingReplacesRowsAndDiscardsStates();
+    void fillingKeepsTheSortColumn();
+    void failedFolderRefreshKeepsTheRows();
+    void failedProfileRefreshKeepsTheRows();
+    void fillingWritesNothingAndEmitsNothing();
+
+    // --- Adding and removing ---
+    void addedFolderBecomesTheCurrentRow();
+    void samePathIsRefusedWithAMessage();
+    void pathOfOtherCaseIsAccepted();
+    void failedAddShowsTheServicesText();
+    void textsWithMarkersStayWhole();
+    void createdFolderThatCannotBeReadFillsTheView();
+    void removedFolderLosesItsRow();
+    void removingWithoutACurrentRowDoesNothing();
+    void failedRemovalShowsTheServicesTextAndKeepsTheRow();
+
+    // --- Writing edits ---
+    void enablingWritesWithoutAQuestion();
+    void profileOfAnEmptyDirectoryIsWrittenWithoutAQuestion();
+    void profileOfAMissingDirectoryIsWrittenWithoutAQuestion();
+    void profileOfAFilledDirectoryAsks_data();
+    void profileOfAFilledDirectoryAsks();
+    void failedWriteKeepsTheEditedRow();
+    void otherColumnsAreNotWritten();
+    void equalNamesOfTwoProfilesStillWriteOnce();
+    void viewDestroyedUnderTheQuestionWritesNothing();
+
+    // --- Output ready, paths, showing ---
+    void readyFoldersAreMarkedAndOthersCleared();
+    void identifiersAreComparedCaseSensitively();
+    void acquiringRowsAreLeftAlone();
+    void hiddenViewIgnoresReadyFolders();
+    void viewWithoutCurrentRowIgnoresReadyFolders();
+    void everyRowIsMarkedWhileSortedByTheAcquireColumn();
+    void missingDirectoriesAreFound();
+    void showingMakesTheFirstRowCurrent();
+    void showingAnEmptyViewIsHarmless();
+    void hostWithoutAFactoryIsContained();
+};
+
+void TestFolderView::columnsHaveTheirConstants()
+{
+    QCOMPARE(View::kIdxIngestColumn, 0);
+    QCOMPARE(View::kIdxActiveColumn, 1);
+    QCOMPARE(View::kIdxFolderColumn, 2);
+    QCOMPARE(View::kIdxProfileColumn, 3);
+    QCOMPARE(View::kIdxBinColumn, 4);
+    QCOMPARE(View::kIdxPathColumn, 5);
+    QCOMPARE(View::kFolderExistRole, 257);
+    QCOMPARE(int(View::NoNewClips), 0);
+    QCOMPARE(int(View::NewClipsAvailable), 1);
+    QCOMPARE(int(View::AcquisitionInProgress), 2);
+}
+
+void TestFolderView::headerShowsItsTitlesAndWidths()
+{
+    FolderViewFixture f;
+    const QTreeWidgetItem* titles = f.view->headerItem();
+    QCOMPARE(f.view->columnCount(), 6);
+    QStringList texts;
+    for (int i = 0; i < 6; ++i)
+        texts << titles->text(i);
+    QCOMPARE(texts, QStringList({"Acquire"_s, "Enable"_s, "Folder"_s, "Profile"_s, "Target Bin"_s, "Path"_s}));
+    QCOMPARE(titles->textAlignment(View::kIdxIngestColumn), int(Qt::AlignCenter));
+    QCOMPARE(f.view->columnWidth(View::kIdxIngestColumn), f.view->header()->defaultSectionSize());
+    QCOMPARE(f.view->columnWidth(View::kIdxActiveColumn), 42);
+    QCOMPARE(f.view->columnWidth(View::kIdxFolderColumn), 130);
+    QCOMPARE(f.view->columnWidth(View::kIdxProfileColumn), 180);
+    QCOMPARE(f.view->columnWidth(View::kIdxBinColumn), 130);
+    QVERIFY(!f.view->header()->isHidden());
+    QVERIFY(!f.view->header()->highlightSections());
+    QVERIFY(f.view->header()->isSortIndicatorShown());
+    QVERIFY(!f.view->header()->sectionsMovable());
+}
+
+void TestFolderView::headerTitlesAreLocalised()
+{
+    StandInHost::setTranslator([](const QString& key) -> QString { return QLatin1Char('<') + key + QLatin1Char('>'); });
+    FolderViewFixture f;
+    StandInHost::setTranslator({});
+    QCOMPARE(f.view->headerItem()->text(View::kIdxBinColumn), QStringLiteral("<Target Bin>"));
+}
+
+void TestFolderView::viewIsSetUpAsAFlatFixedList()
+{
+    FolderViewFixture f;
+    QCOMPARE(f.view->minimumHeight(), 180);
+    QCOMPARE(f.view->maximumHeight(), 180);
+    QCOMPARE(f.view->indentation(), 10);
+    QCOMPARE(f.view->frameShape(), QFrame::StyledPanel);
+    QCOMPARE(f.view->frameShadow(), QFrame::Plain);
+    QVERIFY(f.view->isSortingEnabled());
+    QVERIFY(!f.view->rootIsDecorated());
+    QVERIFY(!f.view->itemsExpandable());
+    QVERIFY(!f.view->expandsOnDoubleClick());
+    QVERIFY(f.view->uniformRowHeights());
+    QVERIFY(!f.view->dragEnabled());
+    QVERIFY(f.view->allColumnsShowFocus());
+    QVERIFY(f.view->hasMouseTracking());
+}
+
+void TestFolderView::delegateBelongsToTheParentWidget()
+{
+    QWidget parent;
+    KRXFolderViewWidget view(&parent);
+    QVERIFY(qobject_cast<KRXFolderItemDelegate*>(view.itemDelegate()));
+    QCOMPARE(view.itemDelegate()->parent(), &parent);
+}
+
+void TestFolderView::startsSortedByFolderAscending()
+{
+    FolderViewFixture f;
+    f.service.folders = {{"1"_s, "/x/zebra"_s, "p1"_s}, {"2"_s, "/y/ape"_s, "p1"_s}, {"3"_s, "/a/monkey"_s, "p1"_s}};
+    f.view->fillView();
+    QCOMPARE(f.view->sortColumn(), View::kIdxFolderColumn);
+    QCOMPARE(f.view->header()->sortIndicatorOrder(), Qt::AscendingOrder);
+    QCOMPARE(shownIds(*f.view), QStringList({"2"_s, "3"_s, "1"_s}));
+}
+
+void TestFolderView::rowHoldsEveryCell()
+{
+    FolderViewFixture f;
+    f.service.folders = {{"7"_s, "/media/card one"_s, "p2"_s, "true"_s}};
+    f.view->fillView();
+    const QTreeWidgetItem* row = f.row("7"_s);
+    QVERIFY(row);
+    QCOMPARE(row->data(View::kIdxIngestColumn, Qt::UserRole), QVariant(0));
+    QCOMPARE(row->text(View::kIdxIngestColumn), QString());
+    QCOMPARE(row->checkState(View::kIdxActiveColumn), Qt::Checked);
+    QCOMPARE(row->text(View::kIdxFolderColumn), QStringLiteral("card one"));
+    QCOMPARE(row->data(View::kIdxFolderColumn, Qt::UserRole), QVariant(QStringLiteral("7")));
+    QCOMPARE(row->data(View::kIdxFolderColumn, View::kFolderExistRole), QVariant(true));
+    QVERIFY(!row->icon(View::kIdxFolderColumn).isNull());
+    QCOMPARE(row->data(View::kIdxProfileColumn, Qt::UserRole), QVariant(QStringLiteral("p2")));
+    QCOMPARE(row->text(View::kIdxProfileColumn), QStringLiteral("Conform"));
+    QCOMPARE(row->text(View::kIdxBinColumn), QStringLiteral("Bin 2"));
+    QCOMPARE(row->text(View::kIdxPathColumn), QStringLiteral("/media/card one"));
+}
+
+void TestFolderView::rowOfUnknownProfileHasNoNameAndNoBin()
+{
+    FolderViewFixture f;
+    f.service.folders = {{"7"_s, "/media/a"_s, "gone"_s}};
+    f.view->fillView();
+    QCOMPARE(View::getProfileId(f.row("7"_s)), QStringLiteral("gone"));
+    QCOMPARE(View::getProfileName(f.row("7"_s)), QString());
+    QCOMPARE(f.row("7"_s)->text(View::kIdxBinColumn), QString());
+}
+
+void TestFolderView::onlyTheTextTrueIsEnabled_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("state");
+    QTest::newRow("true") << "true"_s << int(Qt::Checked);
+    QTest::newRow("false") << "false"_s << int(Qt::Unchecked);
+    QTest::newRow("TRUE") << "TRUE"_s << int(Qt::Unchecked);
+    QTest::newRow("1") << "1"_s << int(Qt::Unchecked);
+    QTest::newRow("empty") << ""_s << int(Qt::Unchecked);
+}
+
+void TestFolderView::onlyTheTextTrueIsEnabled()
+{
+    QFETCH(QString, text);
+    QFETCH(int, state);
+    FolderViewFixture f;
+    f.service.folders = {{"7"_s, "/media/a"_s, "p1"_s, text}};
+    f.view->fillView();
+    QCOMPARE(int(f.row("7"_s)->checkState(View::kIdxActiveColumn)), state);
+}
+
+void TestFolderView::driveRootShowsItsWholePath()
+{
+    FolderViewFixture f;
+    f.service.folders = {{"7"_s, "/"_s, "p1"_s}, {"8"_s, "D:/"_s, "p1"_s}};
+    f.view->fillView();
+    QCOMPARE(View::getFolderName(f.row("7"_s)), QStringLiteral("/"));
+    QCOMPARE(View::getFolderName(f.row("8"_s)), QStringLiteral("D:/"));
+}
+
+void TestFolderView::recordWithoutIdentifierMakesNoRow()
+{
+    FolderViewFixture f;
+    KRXFolder folder;
+    folder.setProperty(KRXFolderProperties::kPath, QStringLiteral("/media/a"));
+    QCOMPARE(f.view->krxToFolderItem(folder), nullptr);
+    QCOMPARE(f.view->topLevelItemCount(), 0);
+    QVERIFY(!f.view->signalsBlocked());
+}
+
+void TestFolderView::makingARowChangesNothingOnTheService()
+{
+    FolderViewFixture f;
+    QSignalSpy changes(f.view.get(), &QTreeWidget::itemChanged);
+    KRXFolder folder;
+    setRecord(folder, "7"_s, "/media/a"_s, "p1"_s, "true"_s);
+    QTreeWidgetItem* row = f.view->krxToFolderItem(folder);
+    QVERIFY(row);
+    QCOMPARE(row, f.view->topLevelItem(0));
+    QCOMPARE(changes.count(), 0);
+    QVERIFY(!f.view->signalsBlocked());
+    QCOMPARE(f.service.lines(), QStringList());
+}
+
+void TestFolderView::recordIsFilledFromARow()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    KRXFolder folder;
+    View::folderItemToKRX(f.row("b"_s), folder);
+    QCOMPARE(folder.property(KRXFolderProperties::kId), QVariant(QStringLiteral("b")));
+    QCOMPARE(folder.property(KRXFolderProperties::kProfileId), QVariant(QStringLiteral("p2")));
+    QCOMPARE(folder.property(KRXFolderProperties::kPath), QVariant(QStringLiteral("/media/b")));
+    QCOMPARE(folder.property(KRXFolderProperties::kEnabled), QVariant(QStringLiteral("true")));
+    View::folderItemToKRX(f.row("a"_s), folder);
+    QCOMPARE(folder.property(KRXFolderProperties::kEnabled), QVariant(QStringLiteral("false")));
+    QCOMPARE(folder.dynamicPropertyNames().size(), 4);
+}
+
+void TestFolderView::partlyCheckedRowIsEnabled()
+{
+    QTreeWidgetItem row;
+    row.setCheckState(View::kIdxActiveColumn, Qt::PartiallyChecked);
+    KRXFolder folder;
+    View::folderItemToKRX(&row, folder);
+    QCOMPARE(folder.property(KRXFolderProperties::kEnabled), QVariant(QStringLiteral("true")));
+}
+
+void TestFolderView::noRowLeavesTheRecordAlone()
+{
+    KRXFolder folder;
+    setRecord(folder, "7"_s, "/media/a"_s, "p1"_s, "true"_s);
+    View::folderItemToKRX(nullptr, folder);
+    QCOMPARE(folder.property(KRXFolderProperties::kId), QVariant(QStringLiteral("7")));
+    QCOMPARE(folder.property(KRXFolderProperties::kEnabled), QVariant(QStringLiteral("true")));
+}
+
+void TestFolderView::accessorsOfNoRowAreEmptyAndSettersDoNothing()
+{
+    QCOMPARE(View::getFolderId(nullptr), QString());
+    QCOMPARE(View::getFolderName(nullptr), QString());
+    QCOMPARE(View::getFolderPath(nullptr), QString());
+    QCOMPARE(View::getIngestState(nullptr), 0);
+    QCOMPARE(View::getProfileId(nullptr), QString());
+    QCOMPARE(View::getProfileName(nullptr), QString());
+    View::setIngestState(nullptr, 1);
+    View::setProfileId(nullptr, QStringLiteral("p1"));
+    View::setProfileName(nullptr, QStringLiteral("Proxy"));
+    View::setTargetBin(nullptr, QStringLiteral("Bin"));
+}
+
+void TestFolderView::acquireColumnSortsByState()
+{
+    FolderViewFixture f;
+    f.service.folders = {{"1"_s, "/a"_s, "p1"_s}, {"2"_s, "/b"_s, "p1"_s}, {"3"_s, "/c"_s, "p1"_s}};
+    f.view->fillView();
+    View::setIngestState(f.row("1"_s), 2);
+    View::setIngestState(f.row("3"_s), 1);
+    f.view->sortByColumn(View::kIdxIngestColumn, Qt::AscendingOrder);
+    QCOMPARE(shownIds(*f.view), QStringList({"2"_s, "3"_s, "1"_s}));
+}
+
+void TestFolderView::enableColumnSortsByCheckMark()
+{
+    FolderViewFixture f;
+    f.service.folders = {{"1"_s, "/a"_s, "p1"_s, "true"_s}, {"2"_s, "/b"_s, "p1"_s, "false"_s}};
+    f.view->fillView();
+    f.view->sortByColumn(View::kIdxActiveColumn, Qt::AscendingOrder);
+    QCOMPARE(shownIds(*f.view), QStringList({"2"_s, "1"_s}));
+    f.view->sortByColumn(View::kIdxActiveColumn, Qt::DescendingOrder);
+    QCOMPARE(shownIds(*f.view), QStringList({"1"_s, "2"_s}));
+}
+
+void TestFolderView::otherColumnsSortByText()
+{
+    FolderViewFixture f;
+    f.service.folders = {{"1"_s, "/b/x"_s, "p2"_s}, {"2"_s, "/a/y"_s, "p1"_s}};
+    f.view->fillView();
+    f.view->sortByColumn(View::kIdxPathColumn, Qt::AscendingOrder);
+    QCOMPARE(shownIds(*f.view), QStringList({"2"_s, "1"_s}));
+    f.view->sortByColumn(View::kIdxProfileColumn, Qt::AscendingOrder);
+    QCOMPARE(shownIds(*f.view), QStringList({"1"_s, "2"_s}));
+}
+
+void TestFolderView::fillingAsksForFoldersThenProfiles()
+{
+    FolderViewFixture f;
+    f.view->fillView();
+    QCOMPARE(f.service.lines(),
+             QStringList({"GET xelmediafolders?level=detail"_s, "GET profiles?level=detail"_s}));
+}
+
+void TestFolderView::fillingReplacesRowsAndDiscardsStates()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    View::setIngestState(f.row("a"_s), 1);
+    View::setIngestState(f.row("b"_s), 2);
+    f.service.folders.append({"c"_s, "/media/c"_s, "p1"_s});
+    f.view->fillView();
+    QCOMPARE(shownIds(*f.view), QStringList({"a"_s, "b"_s, "c"_s}));
+    QCOMPARE(View::getIngestState(f.row("a"_s)), 0);
+    QCOMPARE(View::getIngestState(f.row("b"_s)), 0);
+    f.service.folders.clear();
+    f.view->fillView();
+    QCOMPARE(f.view->topLevelItemCount(), 0);
+}
+
+void TestFolderView::fillingKeepsTheSortColumn()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    f.view->sortByColumn(View::kIdxPathColumn, Qt::DescendingOrder);
+    f.view->fillView();
+    QCOMPARE(f.view->sortColumn(), View::kIdxPathColumn);
+    QCOMPARE(shownIds(*f.view), QStringList({"b"_s, "a"_s}));
+    QVERIFY(f.view->isSortingEnabled());
+}
+
+void TestFolderView::failedFolderRefreshKeepsTheRows()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    View::setIngestState(f.row("a"_s), 1);
+    f.service.folders.clear();
+    f.service.refusals["GET xelmediafolders?level=detail"_s] = "down"_s;
+    f.view->fillView();
+    QCOMPARE(shownIds(*f.view), QStringList({"a"_s, "b"_s}));
+    QCOMPARE(View::getIngestState(f.row("a"_s)), 1);
+    QCOMPARE(f.service.lines(), QStringList({"GET xelmediafolders?level=detail"_s}));
+    QVERIFY(StandInHost::messageLog().isEmpty());
+}
+
+void TestFolderView::failedProfileRefreshKeepsTheRows()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    f.service.folders.clear();
+    f.service.refusals["GET profiles?level=detail"_s] = "down"_s;
+    f.view->fillView();
+    QCOMPARE(shownIds(*f.view), QStringList({"a"_s, "b"_s}));
+    QVERIFY(StandInHost::messageLog().isEmpty());
+}
+
+void TestFolderView::fillingWritesNothingAndEmitsNothing()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    QSignalSpy changes(f.view.get(), &QTreeWidget::itemChanged);
+    QSignalSpy currents(f.view.get(), &QTreeWidget::currentItemChanged);
+    f.view->fillView();
+    QCOMPARE(changes.count(), 0);
+    QCOMPARE(currents.count(), 0);
+    QVERIFY(!f.view->signalsBlocked());
+    QCOMPARE(f.service.lines().filter("PUT"_s), QStringList());
+}
+
+void TestFolderView::addedFolderBecomesTheCurrentRow()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    f.view->addFolder("/media/new"_s, "p2"_s);
+    QCOMPARE(f.view->topLevelItemCount(), 3);
+    QCOMPARE(View::getFolderId(f.view->currentItem()), QStringLiteral("new"));
+    QCOMPARE(View::getProfileName(f.view->currentItem()), QStringLiteral("Conform"));
+    QCOMPARE(f.view->currentItem()->checkState(View::kIdxActiveColumn), Qt::Unchecked);
+    QCOMPARE(f.service.lines(), QStringList({"POST xelmediafolders"_s, "GET xelmediafolders/new"_s}));
+    KRX_COMPARE_XML(f.service.bodyOf("POST xelmediafolders"_s),
+                    QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<xelMediaFolderRequest>\n"
+                                   " <xelMediaFolder>\n  <path>/media/new</path>\n  <profile>p2</profile>\n"
+                                   "  <enabled>false</enabled>\n </xelMediaFolder>\n</xelMediaFolderRequest>\n"));
+    QVERIFY(StandInHost::messageLog().isEmpty());
+}
+
+void TestFolderView::samePathIsRefusedWithAMessage()
+{
+    FolderViewFixture f;
+    f.service.folders = {{"1"_s, "C:/Media"_s, "p1"_s}};
+    f.view->fillView();
+    f.service.clear();
+    f.view->addFolder("C:/Media"_s, "p1"_s);
+    compareMessage(0, QMessageBox::Warning, "Error occurred"_s,
+                   "Unable to add a folder with the same path more than once.\n"_s
+                   "Folder with path C:/Media already exists in this list."_s);
+    QCOMPARE(StandInHost::messageLog().at(0).buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+    QCOMPARE(StandInHost::messageLog().at(0).parent, f.view.get());
+    QCOMPARE(f.service.lines(), QStringList());
+    QCOMPARE(f.view->topLevelItemCount(), 1);
+}
+
+void TestFolderView::pathOfOtherCaseIsAccepted()
+{
+    FolderViewFixture f;
+    f.service.folders = {{"1"_s, "C:/Media"_s, "p1"_s}};
+    f.view->fillView();
+    f.view->addFolder("c:/media"_s, "p1"_s);
+    QVERIFY(StandInHost::messageLog().isEmpty());
+    QCOMPARE(f.view->topLevelItemCount(), 2);
+}
+
+void TestFolderView::failedAddShowsTheServicesText()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    f.service.refusals["POST xelmediafolders"_s] = "The volume is read-only"_s;
+    f.view->addFolder("/media/new"_s, "p1"_s);
+    compareMessage(0, QMessageBox::Critical, "Error occurred"_s,
+                   "Can't add folder /media/new\nThe volume is read-only"_s);
+    QCOMPARE(StandInHost::messageLog().at(0).buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+    QCOMPARE(shownIds(*f.view), QStringList({"a"_s, "b"_s}));
+}
+
+void TestFolderView::textsWithMarkersStayWhole()
+{
+    FolderViewFixture f;
+    f.service.folders = {{"1"_s, "/media/%2"_s, "p1"_s}};
+    f.view->fillView();
+    f.service.refusals["POST xelmediafolders"_s] = "why"_s;
+    f.view->addFolder("/media/%2/x"_s, "p1"_s);
+    compareMessage(0, QMessageBox::Critical, "Error occurred"_s, "Can't add folder /media/%2/x\nwhy"_s);
+    f.service.refusals["DELETE xelmediafolders/1"_s] = "because"_s;
+    f.view->setCurrentItem(f.row("1"_s));
+    f.view->delFolder();
+    compareMessage(1, QMessageBox::Critical, "Error occurred"_s, "Can't delete folder %2!\nbecause"_s);
+}
+
+void TestFolderView::createdFolderThatCannotBeReadFillsTheView()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    f.service.nextFolderId.clear();
+    f.service.folders.append({"unreadable"_s, "/media/new"_s, "p1"_s});
+    f.view->addFolder("/media/new"_s, "p1"_s);
+    QCOMPARE(f.service.lines(), QStringList({"POST xelmediafolders"_s, "GET xelmediafolders?level=detail"_s,
+                                             "GET profiles?level=detail"_s}));
+    QCOMPARE(shownIds(*f.view), QStringList({"a"_s, "b"_s, "unreadable"_s}));
+    QVERIFY(StandInHost::messageLog().isEmpty());
+}
+
+void TestFolderView::removedFolderLosesItsRow()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    f.view->setCurrentItem(f.row("b"_s));
+    f.view->delFolder();
+    QCOMPARE(f.service.lines(), QStringList({"DELETE xelmediafolders/b"_s}));
+    QCOMPARE(shownIds(*f.view), QStringList({"a"_s}));
+    QVERIFY(StandInHost::messageLog().isEmpty());
+}
+
+void TestFolderView::removingWithoutACurrentRowDoesNothing()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    f.view->setCurrentItem(nullptr);
+    f.view->delFolder();
+    QCOMPARE(f.service.lines(), QStringList());
+    QCOMPARE(shownIds(*f.view), QStringList({"a"_s, "b"_s}));
+}
+
+void TestFolderView::failedRemovalShowsTheServicesTextAndKeepsTheRow()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    f.view->setCurrentItem(f.row("b"_s));
+    f.service.refusals["DELETE xelmediafolders/b"_s] = "Busy"_s;
+    f.view->delFolder();
+    compareMessage(0, QMessageBox::Critical, "Error occurred"_s, "Can't delete folder b!\nBusy"_s);
+    QCOMPARE(StandInHost::messageLog().at(0).buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+    QCOMPARE(shownIds(*f.view), QStringList({"a"_s, "b"_s}));
+}
+
+void TestFolderView::enablingWritesWithoutAQuestion()
+{
+    QTemporaryDir filled;
+    QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
+    FolderViewFixture f;
+    f.service.folders = {{"a"_s, filled.path(), "p1"_s, "false"_s}};
+    f.view->fillView();
+    f.service.clear();
+    f.row("a"_s)->setCheckState(View::kIdxActiveColumn, Qt::Checked);
+    QVERIFY(StandInHost::messageLog().isEmpty());
+    QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/a"_s}));
+    KRX_COMPARE_XML(f.service.bodyOf("PUT xelmediafolders/a"_s), updateDocument("a"_s, filled.path(), "p1"_s, "true"_s));
+    f.service.clear();
+    f.row("a"_s)->setCheckState(View::kIdxActiveColumn, Qt::Unchecked);
+    QVERIFY(StandInHost::messageLog().isEmpty());
+    KRX_COMPARE_XML(f.service.bodyOf("PUT xelmediafolders/a"_s), updateDocument("a"_s, filled.path(), "p1"_s, "false"_s));
+}
+
+void TestFolderView::profileOfAnEmptyDirectoryIsWrittenWithoutAQuestion()
+{
+    QTemporaryDir empty;
+    FolderViewFixture f;
+    f.service.folders = {{"a"_s, empty.path(), "p1"_s, "true"_s}};
+    f.view->fillView();
+    f.service.clear();
+    View::setProfileId(f.row("a"_s), "p2"_s);
+    View::setProfileName(f.row("a"_s), "Conform"_s);
+    QVERIFY(StandInHost::messageLog().isEmpty());
+    QCOMPARE(f.service.lines().last(), "PUT xelmediafolders/a"_s);
+    KRX_COMPARE_XML(f.service.bodyOf("PUT xelmediafolders/a"_s), updateDocument("a"_s, empty.path(), "p2"_s, "true"_s));
+}
+
+void TestFolderView::profileOfAMissingDirectoryIsWrittenWithoutAQuestion()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    View::setProfileName(f.row("a"_s), "Conform"_s);
+    QVERIFY(StandInHost::messageLog().isEmpty());
+    QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/a"_s}));
+}
+
+void TestFolderView::profileOfAFilledDirectoryAsks_data()
+{
+    QTest::addColumn<QMessageBox::StandardButton>("reply");
+    QTest::addColumn<bool>("directoryInside");
+    QTest::addColumn<QString>("line");
+    QTest::newRow("yes, a file") << QMessageBox::Yes << false << "PUT xelmediafolders/a?reprocess=true"_s;
+    QTest::newRow("no, a file") << QMessageBox::No << false << "PUT xelmediafolders/a"_s;
+    QTest::newRow("yes, a directory") << QMessageBox::Yes << true << "PUT xelmediafolders/a?reprocess=true"_s;
+}
+
+void TestFolderView::profileOfAFilledDirectoryAsks()
+{
+    QFETCH(QMessageBox::StandardButton, reply);
+    QFETCH(bool, directoryInside);
+    QFETCH(QString, line);
+    QTemporaryDir filled;
+    if (directoryInside)
+        QVERIFY(QDir(filled.path()).mkdir("inside"_s));
+    else
+        QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
+    FolderViewFixture f;
+    f.service.folders = {{"a"_s, filled.path(), "p1"_s, "true"_s}};
+    f.view->fillView();
+    f.service.clear();
+    f.reply = reply;
+    View::setProfileName(f.row("a"_s), "Conform"_s);
+    QCOMPARE(StandInHost::messageLog().size(), 1);
+    compareMessage(0, QMessageBox::Question, QString(),
+                   "Do you want to process existing files with the new folder profile?"_s);
+    QCOMPARE(StandInHost::messageLog().at(0).buttons,
+             QMessageBox::StandardButtons(QMessageBox::Yes | QMessageBox::No));
+    QCOMPARE(StandInHost::messageLog().at(0).defaultButton, QMessageBox::Yes);
+    QCOMPARE(f.service.lines(), QStringList({line}));
+}
+
+void TestFolderView::failedWriteKeepsTheEditedRow()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    f.service.refusals["PUT xelmediafolders/a"_s] = "no"_s;
+    f.row("a"_s)->setCheckState(View::kIdxActiveColumn, Qt::Checked);
+    QVERIFY(StandInHost::messageLog().isEmpty());
+    QCOMPARE(f.row("a"_s)->checkState(View::kIdxActiveColumn), Qt::Checked);
+}
+
+void TestFolderView::otherColumnsAreNotWritten()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    View::setIngestState(f.row("a"_s), 1);
+    View::setTargetBin(f.row("a"_s), "Bin"_s);
+    f.row("a"_s)->setText(View::kIdxFolderColumn, "name"_s);
+    f.row("a"_s)->setText(View::kIdxPathColumn, "/path"_s);
+    QCOMPARE(f.service.lines(), QStringList());
+}
+
+void TestFolderView::equalNamesOfTwoProfilesStillWriteOnce()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    QSignalSpy changes(f.view.get(), &QTreeWidget::itemChanged);
+    View::setProfileName(f.row("a"_s), View::getProfileName(f.row("a"_s)));
+    QCOMPARE(changes.count(), 1);
+    QCOMPARE(changes.at(0).at(1).toInt(), View::kIdxProfileColumn);
+    QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/a"_s}));
+    QCOMPARE(View::getProfileName(f.row("a"_s)), QStringLiteral("Proxy"));
+}
+
+void TestFolderView::viewDestroyedUnderTheQuestionWritesNothing()
+{
+    QTemporaryDir filled;
+    QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
+    FolderViewFixture f;
+    f.service.folders = {{"a"_s, filled.path(), "p1"_s, "true"_s}};
+    f.view->fillView();
+    f.service.clear();
+    // The signal is sent straight, because the tree itself may not die while it changes an item.
+    f.whileAsked = [&f] { f.view.reset(); };
+    QVERIFY(QMetaObject::invokeMethod(f.view.get(), "itemChanged", Q_ARG(QTreeWidgetItem*, f.row("a"_s)),
+                                      Q_ARG(int, View::kIdxProfileColumn)));
+    QVERIFY(!f.view);
+    QCOMPARE(f.service.lines(), QStringList());
+}
+
+void TestFolderView::readyFoldersAreMarkedAndOthersCleared()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    f.view->updateOutputsReadyState({"b"_s, "unknown"_s});
+    QCOMPARE(View::getIngestState(f.row("a"_s)), 0);
+    QCOMPARE(View::getIngestState(f.row("b"_s)), 1);
+    f.view->updateOutputsReadyState({"a"_s});
+    QCOMPARE(View::getIngestState(f.row("a"_s)), 1);
+    QCOMPARE(View::getIngestState(f.row("b"_s)), 0);
+    f.view->updateOutputsReadyState({});
+    QCOMPARE(View::getIngestState(f.row("a"_s)), 0);
+    QCOMPARE(f.service.lines(), QStringList());
+}
+
+void TestFolderView::identifiersAreComparedCaseSensitively()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    f.view->updateOutputsReadyState({"A"_s, "bb"_s});
+    QCOMPARE(View::getIngestState(f.row("a"_s)), 0);
+    QCOMPARE(View::getIngestState(f.row("b"_s)), 0);
+}
+
+void TestFolderView::acquiringRowsAreLeftAlone()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    View::setIngestState(f.row("a"_s), 2);
+    f.view->updateOutputsReadyState({"a"_s, "b"_s});
+    QCOMPARE(View::getIngestState(f.row("a"_s)), 2);
+    f.view->updateOutputsReadyState({});
+    QCOMPARE(View::getIngestState(f.row("a"_s)), 2);
+}
+
+void TestFolderView::hiddenViewIgnoresReadyFolders()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    f.view->hide();
+    f.view->updateOutputsReadyState({"a"_s});
+    QCOMPARE(View::getIngestState(f.row("a"_s)), 0);
+}
+
+void TestFolderView::viewWithoutCurrentRowIgnoresReadyFolders()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    f.view->setCurrentItem(nullptr);
+    f.view->updateOutputsReadyState({"a"_s});
+    QCOMPARE(View::getIngestState(f.row("a"_s)), 0);
+}
+
+void TestFolderView::everyRowIsMarkedWhileSortedByTheAcquireColumn()
+{
+    FolderViewFixture f;
+    for (int i = 0; i < 50; ++i)
+        f.service.folders.append({QString::number(i), QStringLiteral("/media/%1").arg(i), "p1"_s});
+    f.view->fillView();
+    f.show();
+    f.view->sortByColumn(View::kIdxIngestColumn, Qt::AscendingOrder);
+    QStringList ready;
+    for (int i = 0; i < 50; i += 2)
+        ready << QString::number(i);
+    f.view->updateOutputsReadyState(ready);
+    for (int i = 0; i < 50; ++i)
+        QCOMPARE(View::getIngestState(f.row(QString::number(i))), i % 2 == 0 ? 1 : 0);
+    for (int i = 0; i < 50; ++i)
+        QCOMPARE(View::getIngestState(f.view->topLevelItem(i)), i < 25 ? 0 : 1);
+}
+
+void TestFolderView::missingDirectoriesAreFound()
+{
+    QTemporaryDir there;
+    FolderViewFixture f;
+    f.service.folders = {{"here"_s, there.path(), "p1"_s}, {"gone"_s, there.filePath("gone"_s), "p1"_s}};
+    f.view->fillView();
+    f.service.clear();
+    f.view->verifyFoldersPath();
+    QCOMPARE(f.row("here"_s)->data(View::kIdxFolderColumn, View::kFolderExistRole), QVariant(true));
+    QCOMPARE(f.row("gone"_s)->data(View::kIdxFolderColumn, View::kFolderExistRole), QVariant(false));
+    QVERIFY(QDir(there.path()).mkdir("gone"_s));
+    f.view->verifyFoldersPath();
+    QCOMPARE(f.row("gone"_s)->data(View::kIdxFolderColumn, View::kFolderExistRole), QVariant(true));
+    QCOMPARE(f.service.lines(), QStringList());
+}
+
+void TestFolderView::showingMakesTheFirstRowCurrent()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    QCOMPARE(f.view->currentItem(), f.view->topLevelItem(0));
+    QCOMPARE(f.row("a"_s)->data(View::kIdxFolderColumn, View::kFolderExistRole), QVariant(false));
+    f.view->setCurrentItem(f.row("b"_s));
+    f.view->hide();
+    f.view->show();
+    QCOMPARE(f.view->currentItem(), f.view->topLevelItem(0));
+}
+
+void TestFolderView::showingAnEmptyViewIsHarmless()
+{
+    FolderViewFixture f;
+    f.show();
+    QCOMPARE(f.view->currentItem(), nullptr);
+    QCOMPARE(f.service.lines(), QStringList());
+}
+
+void TestFolderView::hostWithoutAFactoryIsContained()
+{
+    FolderViewFixture f;
+    KRXFolderManager::cleanup();
+    KRXProfileManager::cleanup();
+    f.service.client().factoryIsNull = true;
+    const QRegularExpression complaint("gave no component factory"_s);
+    QTest::ignoreMessage(QtCriticalMsg, complaint);
+    QTest::ignoreMessage(QtCriticalMsg, complaint);
+    f.view->fillView();
+    QCOMPARE(f.view->topLevelItemCount(), 0);
+}
+
+QTEST_MAIN(TestFolderView)
+#include "test_folder_view.moc"
