@@ -56,7 +56,7 @@ QString translateText(const QString& english)
         return (*translator)(english);
     if (!language)
         return english;
-    const QString translated = language->translate("", english.toUtf8().constData());
+    const QString translated = language->translate("KRX", english.toUtf8().constData());
     return translated.isEmpty() ? english : translated;
 }
 

@@ -1,5 +1,7 @@
 #include "MountedVolumes.h"
 
+#include "RemoteProbe.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -10,21 +12,10 @@
 #include <QStringList>
 
 #include <algorithm>
-#include <chrono>
-#include <condition_variable>
 #include <iterator>
-#include <memory>
-#include <mutex>
-#include <set>
-#include <string>
-#include <system_error>
-#include <thread>
 
 namespace StandInHost {
 namespace {
-
-/// How long all remote mounts together may take to answer.
-constexpr std::chrono::milliseconds kRemotePatience(250);
 
 constexpr const char* kRemoteTypes[] = {"nfs",  "nfs4", "cifs", "smb3",      "smbfs", "afs",
                                         "ceph", "9p",   "ncpfs", "glusterfs", "lustre", "davfs"};
@@ -63,64 +54,6 @@ bool hasOption(const QByteArray& options, const char* option)
 {
     return options.split(',').contains(QByteArray(option));
 }
-
-/// Asks remote mounts whether they are there. A file system whose server is away can hold a thread for
-/// minutes, so every mount is asked by a thread of its own that nobody waits for longer than the patience.
-class RemoteProbe
-{
-public:
-    /// Those of \a paths that answered in time.
-    QSet<QString> answering(const QStringList& paths)
-    {
-        const std::shared_ptr<State> state = m_state;
-        std::unique_lock<std::mutex> lock(state->mutex);
-        for (const QString& path : paths) {
-            const std::string key = path.toStdString();
-            state->answered.erase(key);
-            // One that still hangs from before is not asked a second time.
-            if (!state->asked.insert(key).second)
-                continue;
-            ask(state, path, key);
-        }
-        state->changed.wait_for(lock, kRemotePatience, [&state] { return state->asked.empty(); });
-        QSet<QString> there;
-        for (const QString& path : paths) {
-            if (state->answered.count(path.toStdString()) > 0)
-                there.insert(path);
-        }
-        return there;
-    }
-
-private:
-    struct State
-    {
-        std::mutex mutex;
-        std::condition_variable changed;
-        std::set<std::string> asked;
-        std::set<std::string> answered;
-    };
-
-    static void ask(const std::shared_ptr<State>& state, const QString& path, const std::string& key)
-    {
-        try {
-            std::thread([state, path, key] {
-                const QStorageInfo storage(path);
-                const bool isThere = storage.isValid() && storage.isReady();
-                const std::lock_guard<std::mutex> guard(state->mutex);
-                state->asked.erase(key);
-                if (isThere)
-                    state->answered.insert(key);
-                state->changed.notify_all();
-            }).detach();
-        } catch (const std::system_error& error) {
-            // No thread to be had: the mount is not listed this time.
-            qWarning("The mount %s could not be asked: %s", key.c_str(), error.what());
-            state->asked.erase(key);
-        }
-    }
-
-    std::shared_ptr<State> m_state = std::make_shared<State>();
-};
 
 QList<Mount> currentMounts()
 {
@@ -238,7 +171,10 @@ QList<Mount> mediaMounts(const QList<Mount>& mounts)
 
 QList<QList<Volume>> mountedVolumes()
 {
-    static RemoteProbe probe;
+    static RemoteProbe probe([](const QString& path) {
+        const QStorageInfo storage(path);
+        return storage.isValid() && storage.isReady();
+    });
     const QList<Mount> mounts = mediaMounts(currentMounts());
     QStringList remote;
     for (const Mount& mount : mounts) {
