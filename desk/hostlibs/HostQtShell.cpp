@@ -25,7 +25,6 @@ public:
         setAttribute(Qt::WA_NoSystemBackground);
         setFocusPolicy(Qt::NoFocus);
         area->installEventFilter(this);
-        area->viewport()->installEventFilter(this);
         follow();
     }
 
@@ -58,12 +57,18 @@ protected:
 private:
     void follow()
     {
+        // The area's owner may have given it another viewport.
+        if (m_viewport != m_area->viewport()) {
+            m_viewport = m_area->viewport();
+            m_viewport->installEventFilter(this);
+        }
         if (m_area->viewport()->geometry() != geometry())
             setGeometry(m_area->viewport()->geometry());
         raise();
     }
 
     QAbstractScrollArea* m_area;
+    QPointer<QWidget> m_viewport;
 };
 
 } // namespace
