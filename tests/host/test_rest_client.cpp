@@ -407,7 +407,7 @@ void TestRestClient::releaseBeforeTheEndDoesNotCancel()
     TestHttpServer server;
     const ScopedConnectPort connect(server.port());
     server.setReply("GET", "/held", Reply::xml("<a/>").heldBack());
-    server.setReply("GET", "/x", Reply::xml("<a/>").thenClose());
+    server.setReply("GET", "/x", Reply::xml("<a/>").withHeader("Connection", "close").thenClose());
     IRestResponse* response = RestTest::start("GET", path("/held"));
     QVERIFY(server.waitForRequests(1));
     QCOMPARE(response->release(), std::uint32_t(0));
@@ -416,7 +416,12 @@ void TestRestClient::releaseBeforeTheEndDoesNotCancel()
     server.release();
     // A cancelled exchange would have taken its connection along. This one ends, and its connection, the only
     // one that the server does not close, serves again.
-    QTRY_VERIFY(RestTest::get(path("/x")).success && server.lastRequest().connection == 1);
+    bool servesAgain = false;
+    const auto serveAgain = [&] {
+        servesAgain = servesAgain || (RestTest::get(path("/x")).success && server.lastRequest().connection == 1);
+        return servesAgain;
+    };
+    QTRY_VERIFY(serveAgain());
 }
 
 void TestRestClient::releaseAtOnceStillSends()
