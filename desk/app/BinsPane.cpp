@@ -5,7 +5,7 @@
 
 #include <QHeaderView>
 #include <QLabel>
-#include <QSignalBlocker>
+#include <QStyledItemDelegate>
 #include <QTreeView>
 #include <QVBoxLayout>
 
@@ -14,6 +14,19 @@ namespace {
 constexpr int kNameWidth = 260;
 constexpr int kColumnWidth = 90;
 constexpr int kHintMargin = 24;
+constexpr int kRowPadding = 6;
+
+/// Rows with some air, for a list that is read rather than worked in.
+class RoomyDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        return QStyledItemDelegate::sizeHint(option, index) + QSize(0, kRowPadding);
+    }
+};
 
 } // namespace
 
@@ -27,6 +40,7 @@ BinsPane::BinsPane(DeskProject& project, QWidget* parent)
     m_view->setObjectName(QStringLiteral("binsView"));
     m_view->setModel(m_model);
     m_view->setUniformRowHeights(true);
+    m_view->setItemDelegate(new RoomyDelegate(m_view));
     m_view->setAlternatingRowColors(true);
     m_view->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_view->setEditTriggers(QAbstractItemView::NoEditTriggers);

@@ -30,7 +30,9 @@ namespace {
 constexpr int kWidth = 980;
 constexpr int kHeight = 640;
 constexpr int kPaneMargin = 8;
-constexpr int kProgressWidth = 180;
+constexpr double kHeaderFontScale = 0.85;
+constexpr int kProgressWidth = 160;
+constexpr int kProgressTextWidth = 280;
 constexpr int kMaxMessages = 2000;
 constexpr int kMessageTime = 8000;
 /// One missed answer may be a hiccup; after two the service counts as gone.
@@ -60,6 +62,7 @@ DeskWindow::DeskWindow(DeskProject& project, const ServiceSupervisor::Settings& 
 {
     theIntake = m_intake;
     setObjectName(QStringLiteral("deskWindow"));
+    setHeaderFont();
     makePanes();
     makeStatusBar();
     makeMessagesDock();
@@ -150,8 +153,15 @@ void DeskWindow::makeStatusBar()
     m_progress->setObjectName(QStringLiteral("progress"));
     m_progress->setFixedWidth(kProgressWidth);
     m_progress->setTextVisible(false);
-    m_progressText->hide();
-    m_progress->hide();
+    // Progress is shown while no event is handled, so its place is kept and needs no new layout.
+    for (QWidget* widget : {static_cast<QWidget*>(m_progressText), static_cast<QWidget*>(m_progress)}) {
+        QSizePolicy policy = widget->sizePolicy();
+        policy.setRetainSizeWhenHidden(true);
+        widget->setSizePolicy(policy);
+        widget->hide();
+    }
+    m_progressText->setFixedWidth(kProgressTextWidth);
+    m_progressText->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     m_serviceState = new QLabel(this);
     m_serviceState->setObjectName(QStringLiteral("serviceState"));
     statusBar()->addPermanentWidget(m_progressText);
@@ -171,6 +181,14 @@ void DeskWindow::makeMessagesDock()
     m_messagesDock->setWidget(m_messages);
     addDockWidget(Qt::BottomDockWidgetArea, m_messagesDock);
     m_messagesDock->hide();
+}
+
+void DeskWindow::setHeaderFont()
+{
+    // The folder list's narrow columns have room for their titles only in smaller type.
+    QFont font = QApplication::font();
+    font.setPointSizeF(font.pointSizeF() * kHeaderFontScale);
+    QApplication::setFont(font, "QHeaderView");
 }
 
 void DeskWindow::makeMenus()

@@ -32,6 +32,7 @@ public:
     KRXFolderViewWidget* folderView() const;
     BinsPane* binsPane() const { return m_bins; }
     ServiceSupervisor& supervisor() { return m_supervisor; }
+    ClipIntake& intake() { return *m_intake; }
     bool isServiceOnline() const { return m_online; }
     /// Reads the folder list from the service again.
     void refreshFolders();
@@ -48,6 +49,7 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    void setHeaderFont();
     void makePanes();
     void makeStatusBar();
     void makeMessagesDock();

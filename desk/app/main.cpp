@@ -1,6 +1,7 @@
 #include "DeskApplication.h"
 #include "DeskOptions.h"
 #include "DeskVersion.h"
+#include "tour/Tour.h"
 
 #include "StandInHost.h"
 
@@ -56,5 +57,5 @@ int main(int argc, char** argv)
         return 2;
     }
     StandInHost::setLanguage(options.language.isEmpty() ? QLocale::system().name().left(2) : options.language);
-    return DeskApplication::runWindow(options);
+    return options.mode == DeskOptions::Mode::Tour ? Tour::run(options) : DeskApplication::runWindow(options);
 }

@@ -1,0 +1,82 @@
+#include "Tour.h"
+
+#include "AcquireTour.h"
+#include "RealInput.h"
+#include "TourRunner.h"
+#include "TourStage.h"
+
+#include "ClipIntake.h"
+#include "Demo.h"
+#include "DemoMedia.h"
+#include "DeskApplication.h"
+#include "DeskProject.h"
+#include "DeskWindow.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QTemporaryDir>
+
+#include <cstdio>
+
+namespace {
+
+/// The service waits this long for a file to stand still; the tour's files are whole at once.
+const char kSettle[] = "0.3";
+
+int refuse(const QString& reason)
+{
+    std::fprintf(stderr, "krx-desk: %s\n", qPrintable(reason));
+    return 1;
+}
+
+ServiceSupervisor::Settings serviceSettings(const DeskOptions& options, const QString& base)
+{
+    // A port and a data folder of its own: a service that a person has running is never touched.
+    qputenv("KRX_CONNECT_PORT", QByteArray::number(Demo::freePort()));
+    DeskOptions own = options;
+    own.serviceData = QString(base + QLatin1String("/service"));
+    ServiceSupervisor::Settings settings = DeskApplication::serviceSettings(own);
+    settings.arguments = QStringList{QStringLiteral("--settle"), QLatin1String(kSettle)};
+    return settings;
+}
+
+int play(const DeskOptions& options, const QString& base, RealInput& input)
+{
+    DeskProject project;
+    QString error;
+    if (!DeskApplication::openProject(project, QString(base + QLatin1String("/Tour.krxproject")), error))
+        return refuse(error);
+    DeskWindow window(project, serviceSettings(options, base));
+    window.setDarkSkin(options.skin == DeskOptions::Skin::Dark);
+    TourRunner runner(options.tour, &window, input);
+    TourStage stage(window, project, runner, input, base);
+    AcquireTour acquire(stage);
+    acquire.addSteps();
+    QObject::connect(&runner, &TourRunner::finished, &window, [](bool held) { QCoreApplication::exit(held ? 0 : 1); });
+    window.show();
+    window.start();
+    runner.start();
+    return QApplication::exec();
+}
+
+} // namespace
+
+int Tour::run(const DeskOptions& options)
+{
+    RealInput input;
+    QString error;
+    if (!input.isUsable(error))
+        return refuse(error);
+    if (!QDir().mkpath(options.tour))
+        return refuse(QStringLiteral("The folder %1 cannot be made").arg(options.tour));
+    const QTemporaryDir base(QDir::temp().filePath(QStringLiteral("krx-tour-XXXXXX")));
+    if (!base.isValid())
+        return refuse(base.errorString());
+    if (!DemoMedia::make(QString(base.path() + QLatin1String("/media")), error))
+        return refuse(error);
+    // File dialogs open where the tour's folders are.
+    QDir::setCurrent(base.path());
+    const int code = play(options, base.path(), input);
+    DeskApplication::cleanUpModule();
+    return code;
+}

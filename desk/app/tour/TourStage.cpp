@@ -1,0 +1,227 @@
+#include "TourStage.h"
+
+#include "DemoMedia.h"
+#include "DeskProject.h"
+#include "DeskWindow.h"
+
+#include "KRXFolder.h"
+#include "KRXFolderManager.h"
+#include "KRXFolderProperties.h"
+#include "KRXFolderViewWidget.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QMenu>
+#include <QMenuBar>
+#include <QStyle>
+#include <QStyleOptionViewItem>
+
+#include <algorithm>
+
+namespace {
+
+/// Where an item view draws a check box in a cell.
+QRect checkBoxArea(const QTreeWidget* view, const QRect& cell)
+{
+    QStyleOptionViewItem option;
+    option.initFrom(view);
+    option.rect = cell;
+    option.features = QStyleOptionViewItem::HasCheckIndicator;
+    option.widget = view;
+    return view->style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, view);
+}
+
+QRect cellArea(QTreeWidgetItem* row, int column)
+{
+    const QTreeWidget* view = row->treeWidget();
+    return view->visualRect(view->model()->index(view->indexOfTopLevelItem(row), column));
+}
+
+/// A folder as the service has it now. \return false when it does not answer.
+bool freshFolder(const TourStage& stage, const QString& path, KRXFolder& folder)
+{
+    const QString id = KRXFolderViewWidget::getFolderId(stage.row(path));
+    return !id.isEmpty() && KRXFolderManager::getInstance().readFolder(id, folder);
+}
+
+} // namespace
+
+TourStage::TourStage(DeskWindow& window, DeskProject& project, TourRunner& runner, RealInput& input,
+                     const QString& base)
+    : m_window(window)
+    , m_project(project)
+    , m_runner(runner)
+    , m_input(input)
+    , m_base(base)
+    , m_media(QString(base + QLatin1String("/media")))
+{
+}
+
+QString TourStage::watchedFolder(const QString& name) const
+{
+    const QString path = QDir(m_base).filePath(name);
+    QDir().mkpath(path);
+    return path;
+}
+
+void TourStage::drop(const QString& fileName, const QString& folder, const QString& newName)
+{
+    const QString target = QDir(folder).filePath(newName.isEmpty() ? fileName : newName);
+    if (!QFile::copy(QDir(m_media).filePath(fileName), target))
+        m_runner.fail(QStringLiteral("%1 cannot be copied to %2").arg(fileName, folder));
+}
+
+QWidget* TourStage::widget(const char* objectName) const
+{
+    const QList<QWidget*> found = topWindow()->findChildren<QWidget*>(QString::fromLatin1(objectName));
+    const auto visible = std::find_if(found.begin(), found.end(), [](const QWidget* one) { return one->isVisible(); });
+    return visible == found.end() ? nullptr : *visible;
+}
+
+QWidget* TourStage::topWindow() const
+{
+    QWidget* modal = QApplication::activeModalWidget();
+    return modal ? modal : &m_window;
+}
+
+KRXFolderViewWidget* TourStage::folders() const
+{
+    return m_window.folderView();
+}
+
+QTreeWidgetItem* TourStage::row(const QString& path) const
+{
+    const QList<QTreeWidgetItem*> found =
+        folders()->findItems(path, Qt::MatchExactly | Qt::MatchCaseSensitive, KRXFolderViewWidget::kIdxPathColumn);
+    return found.isEmpty() ? nullptr : found.first();
+}
+
+QStringList TourStage::clipsIn(const QString& binName) const
+{
+    QStringList names;
+    for (const DeskBin& bin : m_project.bins()) {
+        if (bin.name != binName)
+            continue;
+        for (const DeskClip& clip : bin.clips)
+            names << clip.name;
+    }
+    names.sort();
+    return names;
+}
+
+void TourStage::click(const QWidget* target)
+{
+    if (target)
+        m_input.clickAt(target->mapToGlobal(target->rect().center()));
+    else
+        m_runner.fail(QStringLiteral("there is nothing to click on"));
+}
+
+void TourStage::clickCell(QTreeWidgetItem* row, int column)
+{
+    if (!row)
+        return m_runner.fail(QStringLiteral("there is no row to click on"));
+    m_input.clickAt(row->treeWidget()->viewport()->mapToGlobal(cellArea(row, column).center()));
+}
+
+void TourStage::clickCheckBox(QTreeWidgetItem* row, int column)
+{
+    if (!row)
+        return m_runner.fail(QStringLiteral("there is no row to click on"));
+    const QTreeWidget* view = row->treeWidget();
+    m_input.clickAt(view->viewport()->mapToGlobal(checkBoxArea(view, cellArea(row, column)).center()));
+}
+
+void TourStage::clickMenu(const QString& title)
+{
+    QMenuBar* bar = m_window.menuBar();
+    const QList<QAction*> menus = bar->actions();
+    for (QAction* menu : menus) {
+        if (menu->text() == title)
+            m_input.clickAt(bar->mapToGlobal(bar->actionGeometry(menu).center()));
+    }
+}
+
+void TourStage::clickMenuItem(const QString& text)
+{
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    const QList<QAction*> items = menu ? menu->actions() : QList<QAction*>();
+    for (QAction* item : items) {
+        if (item->text() == text)
+            m_input.clickAt(menu->mapToGlobal(menu->actionGeometry(item).center()));
+    }
+}
+
+TourStep::Condition TourStage::menuIsOpen() const
+{
+    return [] {
+        return qobject_cast<QMenu*>(QApplication::activePopupWidget()) ? QString() : QStringLiteral("no menu is open");
+    };
+}
+
+TourStep::Condition TourStage::widgetIsThere(const char* objectName) const
+{
+    return [this, objectName] {
+        return widget(objectName) ? QString()
+                                  : QStringLiteral("%1 is not to be seen").arg(QLatin1String(objectName));
+    };
+}
+
+TourStep::Condition TourStage::rowState(const QString& path, int state) const
+{
+    return [this, path, state]() -> QString {
+        const QTreeWidgetItem* found = row(path);
+        if (!found)
+            return QStringLiteral("%1 is not listed").arg(path);
+        const int now = KRXFolderViewWidget::getIngestState(found);
+        return now == state ? QString()
+                            : QStringLiteral("%1 is in state %2, not %3").arg(path).arg(now).arg(state);
+    };
+}
+
+TourStep::Condition TourStage::serviceIsOnline(bool online) const
+{
+    return [this, online] {
+        return m_window.isServiceOnline() == online
+            ? QString()
+            : QStringLiteral("the service is %1").arg(online ? QLatin1String("not there") : QLatin1String("still there"));
+    };
+}
+
+TourStep::Condition TourStage::serviceHasFolder(const QString& path, bool enabled) const
+{
+    return [this, path, enabled]() -> QString {
+        KRXFolder folder;
+        if (!freshFolder(*this, path, folder))
+            return QStringLiteral("the service does not know %1").arg(path);
+        const bool is = folder.property(KRXFolderProperties::kEnabled).toString() == QLatin1String("true");
+        return is == enabled ? QString() : QStringLiteral("%1 has the wrong enabled flag on the service").arg(path);
+    };
+}
+
+TourStep::Condition TourStage::outputsWaiting(const QString& path, int count) const
+{
+    return [this, path, count]() -> QString {
+        KRXFolder folder;
+        if (!freshFolder(*this, path, folder))
+            return QStringLiteral("the service does not know %1").arg(path);
+        const QStringList waiting = folder.property(KRXFolderProperties::kOutputFiles).toStringList();
+        return waiting.size() == count
+            ? QString()
+            : QStringLiteral("outputs that wait: \"%1\"").arg(waiting.join(QLatin1String("\", \"")));
+    };
+}
+
+TourStep::Condition TourStage::binHolds(const QString& binName, const QStringList& clips) const
+{
+    return [this, binName, clips]() -> QString {
+        QStringList wanted = clips;
+        wanted.sort();
+        const QStringList there = clipsIn(binName);
+        return there == wanted
+            ? QString()
+            : QStringLiteral("the bin \"%1\" holds: %2").arg(binName, there.join(QLatin1String(", ")));
+    };
+}

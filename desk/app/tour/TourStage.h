@@ -1,0 +1,75 @@
+#pragma once
+
+#include "RealInput.h"
+#include "TourRunner.h"
+
+#include <QString>
+#include <QStringList>
+
+class DeskProject;
+class DeskWindow;
+class KRXFolderViewWidget;
+class QAbstractItemView;
+class QModelIndex;
+class QTreeWidgetItem;
+class QWidget;
+
+/// What the tour's steps have at hand: the desk, its folders on disk, and short ways to point, look and ask.
+class TourStage
+{
+public:
+    /// \param base an empty folder for everything that the tour makes.
+    TourStage(DeskWindow& window, DeskProject& project, TourRunner& runner, RealInput& input, const QString& base);
+
+    DeskWindow& window() { return m_window; }
+    DeskProject& project() { return m_project; }
+    TourRunner& runner() { return m_runner; }
+    RealInput& input() { return m_input; }
+
+    QString mediaFolder() const { return m_media; }
+    /// A folder that is watched in the tour; it exists.
+    QString watchedFolder(const QString& name) const;
+    /// Copies one media file into a folder, under another name when one is given.
+    void drop(const QString& fileName, const QString& folder, const QString& newName = QString());
+
+    // --- Finding -----------------------------------------------------------------------------------------
+
+    /// The visible widget of that object name in the window that is on top; null when there is none.
+    QWidget* widget(const char* objectName) const;
+    /// The window that takes input now: the modal dialog, else the desk.
+    QWidget* topWindow() const;
+    KRXFolderViewWidget* folders() const;
+    /// The row of the folder at \a path; null when it is not listed.
+    QTreeWidgetItem* row(const QString& path) const;
+    /// Names of the clips in the bin of that name, sorted; empty when there is no such bin.
+    QStringList clipsIn(const QString& binName) const;
+
+    // --- Doing -------------------------------------------------------------------------------------------
+
+    void click(const QWidget* target);
+    void clickCell(QTreeWidgetItem* row, int column);
+    void clickCheckBox(QTreeWidgetItem* row, int column);
+    /// Clicks on a menu's title in the menu bar.
+    void clickMenu(const QString& title);
+    /// Clicks on an item of the menu that is open.
+    void clickMenuItem(const QString& text);
+
+    // --- Conditions: empty when they hold --------------------------------------------------------------
+
+    TourStep::Condition menuIsOpen() const;
+    TourStep::Condition widgetIsThere(const char* objectName) const;
+    TourStep::Condition rowState(const QString& path, int state) const;
+    TourStep::Condition serviceIsOnline(bool online) const;
+    /// Asks the service itself.
+    TourStep::Condition serviceHasFolder(const QString& path, bool enabled) const;
+    TourStep::Condition outputsWaiting(const QString& path, int count) const;
+    TourStep::Condition binHolds(const QString& binName, const QStringList& clips) const;
+
+private:
+    DeskWindow& m_window;
+    DeskProject& m_project;
+    TourRunner& m_runner;
+    RealInput& m_input;
+    QString m_base;
+    QString m_media;
+};
