@@ -5,428 +5,433 @@
     <name>KRX</name>
     <message>
         <source>16 Bit</source>
-        <translation type="unfinished"></translation>
+        <translation>16 Bit</translation>
     </message>
     <message>
         <source>24 Bit</source>
-        <translation type="unfinished"></translation>
+        <translation>24 Bit</translation>
     </message>
     <message>
         <source>32 Bit Float</source>
-        <translation type="unfinished"></translation>
+        <translation>32 Bit Gleitkomma</translation>
     </message>
     <message>
         <source>8 Bit</source>
-        <translation type="unfinished"></translation>
+        <translation>8 Bit</translation>
     </message>
     <message>
         <source>ACTIONS:</source>
-        <translation type="unfinished"></translation>
+        <translation>AKTIONEN:</translation>
     </message>
     <message>
         <source>Acquire</source>
-        <translation type="unfinished"></translation>
+        <translation>Übernehmen</translation>
     </message>
     <message>
         <source>Acquiring clips from KRX... %1 of %2</source>
-        <translation type="unfinished"></translation>
+        <translation>Clips werden aus KRX übernommen ... %1 von %2</translation>
     </message>
     <message>
         <source>Active  Bin</source>
-        <translation type="unfinished"></translation>
+        <translation>Aktive Bin</translation>
     </message>
     <message>
         <source>Add an Action</source>
-        <translation type="unfinished"></translation>
+        <translation>Aktion hinzufügen</translation>
     </message>
     <message>
         <source>Apply Reformatting option (compatibility mode)</source>
-        <translation type="unfinished"></translation>
+        <translation>Umformatierung anwenden (Kompatibilitätsmodus)</translation>
     </message>
     <message>
         <source>Apply color transformations (compatibility mode)</source>
-        <translation type="unfinished"></translation>
+        <translation>Farbtransformationen anwenden (Kompatibilitätsmodus)</translation>
     </message>
     <message>
         <source>Are you sure you want to delete [%1] profile?</source>
-        <translation type="unfinished"></translation>
+        <translation>Soll das Profil [%1] wirklich gelöscht werden?</translation>
     </message>
     <message>
         <source>Assign Audio Tracks to Specific Channels in Your Linked Media</source>
-        <translation type="unfinished"></translation>
+        <translation>Audiospuren bestimmten Kanälen der verknüpften Medien zuordnen</translation>
     </message>
     <message>
         <source>Audio</source>
-        <translation type="unfinished"></translation>
+        <translation>Audio</translation>
     </message>
     <message>
         <source>Audio Drive</source>
-        <translation type="unfinished"></translation>
+        <translation>Audiolaufwerk</translation>
     </message>
     <message>
         <source>Audio Start-Time Option (for Broadcast Wave)</source>
-        <translation type="unfinished"></translation>
+        <translation>Audio-Startzeit (für Broadcast Wave)</translation>
     </message>
     <message>
         <source>Audio timecode rate</source>
-        <translation type="unfinished"></translation>
+        <translation>Audio-Timecode-Rate</translation>
     </message>
     <message>
         <source>Audio timecode rate:</source>
-        <translation type="unfinished"></translation>
+        <translation>Audio-Timecode-Rate:</translation>
     </message>
     <message>
         <source>Audio:</source>
-        <translation type="unfinished"></translation>
+        <translation>Audio:</translation>
     </message>
     <message>
         <source>Auto Relink when complete</source>
-        <translation type="unfinished"></translation>
+        <translation>Nach Abschluss automatisch neu verknüpfen</translation>
     </message>
     <message>
         <source>Auto copy to</source>
-        <translation type="unfinished"></translation>
+        <translation>Automatisch kopieren nach</translation>
     </message>
     <message>
         <source>Autodetect Plug-in</source>
-        <translation type="unfinished"></translation>
+        <translation>Autodetect Plug-in</translation>
     </message>
     <message>
         <source>Automatically Relink Files When Copy is Completed</source>
-        <translation type="unfinished"></translation>
+        <translation>Dateien automatisch neu verknüpfen, sobald sie kopiert sind</translation>
     </message>
     <message>
         <source>Bins</source>
-        <translation type="unfinished"></translation>
+        <translation>Bins</translation>
     </message>
     <message>
         <source>Bins:</source>
-        <translation type="unfinished"></translation>
+        <translation>Bins:</translation>
     </message>
     <message>
         <source>Can&apos;t add folder %1
 %2</source>
-        <translation type="unfinished"></translation>
+        <translation>Der Ordner %1 kann nicht hinzugefügt werden
+%2</translation>
     </message>
     <message>
         <source>Can&apos;t assign %1 profile to this folder. Folder and Profile [Copy To] action have the same path</source>
-        <translation type="unfinished"></translation>
+        <translation>Das Profil %1 kann diesem Ordner nicht zugewiesen werden. Der Ordner und die Aktion [Kopieren nach] des Profils haben denselben Pfad</translation>
     </message>
     <message>
         <source>Can&apos;t create new profile!
 %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Das neue Profil kann nicht angelegt werden!
+%1</translation>
     </message>
     <message>
         <source>Can&apos;t delete %1</source>
-        <translation type="unfinished"></translation>
+        <translation>%1 kann nicht gelöscht werden</translation>
     </message>
     <message>
         <source>Can&apos;t delete folder %1!
 %2</source>
-        <translation type="unfinished"></translation>
+        <translation>Der Ordner %1 kann nicht entfernt werden!
+%2</translation>
     </message>
     <message>
         <source>Can&apos;t delete selected profile!
 %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Das ausgewählte Profil kann nicht gelöscht werden!
+%1</translation>
     </message>
     <message>
         <source>Cancel</source>
-        <translation type="unfinished"></translation>
+        <translation>Abbrechen</translation>
     </message>
     <message>
         <source>Check in to Ledgerhouse</source>
-        <translation type="unfinished"></translation>
+        <translation>In Ledgerhouse einchecken</translation>
     </message>
     <message>
         <source>Checkin to Ledgerhouse</source>
-        <translation type="unfinished"></translation>
+        <translation>In Ledgerhouse einchecken</translation>
     </message>
     <message>
         <source>Checks in assets to Ledgerhouse</source>
-        <translation type="unfinished"></translation>
+        <translation>Checkt Medien in Ledgerhouse ein</translation>
     </message>
     <message>
         <source>Choose Action</source>
-        <translation type="unfinished"></translation>
+        <translation>Aktion wählen</translation>
     </message>
     <message>
         <source>Choose the Location Where You Want the files Copied to</source>
-        <translation type="unfinished"></translation>
+        <translation>Ort wählen, an den die Dateien kopiert werden</translation>
     </message>
     <message>
         <source>Codec:</source>
-        <translation type="unfinished"></translation>
+        <translation>Codec:</translation>
     </message>
     <message>
         <source>Color Space:</source>
-        <translation type="unfinished"></translation>
+        <translation>Farbraum:</translation>
     </message>
     <message>
         <source>Consolidate</source>
-        <translation type="unfinished"></translation>
+        <translation>Konsolidieren</translation>
     </message>
     <message>
         <source>Convert Audio Bit Depth</source>
-        <translation type="unfinished"></translation>
+        <translation>Audio-Bittiefe konvertieren</translation>
     </message>
     <message>
         <source>Convert Audio Bit Depth : </source>
-        <translation type="unfinished"></translation>
+        <translation>Audio-Bittiefe konvertieren : </translation>
     </message>
     <message>
         <source>Convert Audio Format</source>
-        <translation type="unfinished"></translation>
+        <translation>Audioformat konvertieren</translation>
     </message>
     <message>
         <source>Convert Audio Sample Rate</source>
-        <translation type="unfinished"></translation>
+        <translation>Audio-Abtastrate konvertieren</translation>
     </message>
     <message>
         <source>Convert Audio Sample Rate : </source>
-        <translation type="unfinished"></translation>
+        <translation>Audio-Abtastrate konvertieren : </translation>
     </message>
     <message>
         <source>Convert timecode to frames</source>
-        <translation type="unfinished"></translation>
+        <translation>Timecode in Frames umrechnen</translation>
     </message>
     <message>
         <source>Copy %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Kopieren %1</translation>
     </message>
     <message>
         <source>Copy To:  %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Kopieren nach:  %1</translation>
     </message>
     <message>
         <source>Copy to Folder</source>
-        <translation type="unfinished"></translation>
+        <translation>In Ordner kopieren</translation>
     </message>
     <message>
         <source>Copy to Folder action : Output folder not set !</source>
-        <translation type="unfinished"></translation>
+        <translation>Aktion „In Ordner kopieren“: Es ist kein Zielordner gewählt!</translation>
     </message>
     <message>
         <source>Copy to Folder action : The path of the output folder has characters that cannot be stored !</source>
-        <translation type="unfinished"></translation>
+        <translation>Aktion „In Ordner kopieren“: Der Pfad des Zielordners enthält Zeichen, die nicht gespeichert werden können!</translation>
     </message>
     <message>
         <source>Create New Bin</source>
-        <translation type="unfinished"></translation>
+        <translation>Neue Bin anlegen</translation>
     </message>
     <message>
         <source>Create New Bin to Store Linked Clips</source>
-        <translation type="unfinished"></translation>
+        <translation>Eine neue Bin für verknüpfte Clips anlegen</translation>
     </message>
     <message>
         <source>Create a new Bin : </source>
-        <translation type="unfinished"></translation>
+        <translation>Neue Bin anlegen : </translation>
     </message>
     <message>
         <source>Default Bin Name</source>
-        <translation type="unfinished"></translation>
+        <translation>Standardname der Bin</translation>
     </message>
     <message>
         <source>Default Bin Naming Convention</source>
-        <translation type="unfinished"></translation>
+        <translation>Bin nach Standard benennen</translation>
     </message>
     <message>
         <source>Default FPS:</source>
-        <translation type="unfinished"></translation>
+        <translation>Standard-Bildrate:</translation>
     </message>
     <message>
         <source>Default Name</source>
-        <translation type="unfinished"></translation>
+        <translation>Standardname</translation>
     </message>
     <message>
         <source>Default Profile</source>
-        <translation type="unfinished"></translation>
+        <translation>Default Profile</translation>
     </message>
     <message>
         <source>Delete Profile</source>
-        <translation type="unfinished"></translation>
+        <translation>Profil löschen</translation>
     </message>
     <message>
         <source>Do you want to process existing files with the new folder profile?</source>
-        <translation type="unfinished"></translation>
+        <translation>Sollen vorhandene Dateien mit dem neuen Profil des Ordners verarbeitet werden?</translation>
     </message>
     <message>
         <source>Drag to order:</source>
-        <translation type="unfinished"></translation>
+        <translation>Zum Ordnen ziehen:</translation>
     </message>
     <message>
         <source>Edit...</source>
-        <translation type="unfinished"></translation>
+        <translation>Bearbeiten ...</translation>
     </message>
     <message>
         <source>Eight folders up</source>
-        <translation type="unfinished"></translation>
+        <translation>Acht Ordner darüber</translation>
     </message>
     <message>
         <source>Eighth</source>
-        <translation type="unfinished"></translation>
+        <translation>Achtel</translation>
     </message>
     <message>
         <source>Embedded in source file</source>
-        <translation type="unfinished"></translation>
+        <translation>In der Quelldatei enthalten</translation>
     </message>
     <message>
         <source>Enable</source>
-        <translation type="unfinished"></translation>
+        <translation>Aktiv</translation>
     </message>
     <message>
         <source>Encoding Profiles:</source>
-        <translation type="unfinished"></translation>
+        <translation>Kodierprofile:</translation>
     </message>
     <message>
         <source>Error occurred</source>
-        <translation type="unfinished"></translation>
+        <translation>Fehler</translation>
     </message>
     <message>
         <source>Error!!!</source>
-        <translation type="unfinished"></translation>
+        <translation>Fehler!!!</translation>
     </message>
     <message>
         <source>Exit without saving profile ?</source>
-        <translation type="unfinished"></translation>
+        <translation>Beenden, ohne das Profil zu speichern?</translation>
     </message>
     <message>
         <source>Five folders up</source>
-        <translation type="unfinished"></translation>
+        <translation>Fünf Ordner darüber</translation>
     </message>
     <message>
         <source>Folder</source>
-        <translation type="unfinished"></translation>
+        <translation>Ordner</translation>
     </message>
     <message>
         <source>Four folders up</source>
-        <translation type="unfinished"></translation>
+        <translation>Vier Ordner darüber</translation>
     </message>
     <message>
         <source>Frame Count for DPX column:</source>
-        <translation type="unfinished"></translation>
+        <translation>Bildzähler für die Spalte „DPX“:</translation>
     </message>
     <message>
         <source>From file name</source>
-        <translation type="unfinished"></translation>
+        <translation>Aus dem Dateinamen</translation>
     </message>
     <message>
         <source>Full</source>
-        <translation type="unfinished"></translation>
+        <translation>Voll</translation>
     </message>
     <message>
         <source>Half (Better Quality)</source>
-        <translation type="unfinished"></translation>
+        <translation>Halb (bessere Qualität)</translation>
     </message>
     <message>
         <source>Half (Good Quality)</source>
-        <translation type="unfinished"></translation>
+        <translation>Halb (gute Qualität)</translation>
     </message>
     <message>
         <source>Highest Quality</source>
-        <translation type="unfinished"></translation>
+        <translation>Höchste Qualität</translation>
     </message>
     <message>
         <source>If unable to consolidate then transcode</source>
-        <translation type="unfinished"></translation>
+        <translation>Transkodieren, wenn Konsolidieren nicht möglich ist</translation>
     </message>
     <message>
         <source>If you delete the profile it will be replaced with the Default profile for all related KRX folders 
  and these folders will be disabled.</source>
-        <translation type="unfinished"></translation>
+        <translation>Wird das Profil gelöscht, so tritt in allen betroffenen KRX-Ordnern das Standardprofil an seine Stelle,
+ und diese Ordner werden deaktiviert.</translation>
     </message>
     <message>
         <source>KRX_CONNECT_PORT is set to %1, which is no port number</source>
-        <translation type="unfinished"></translation>
+        <translation>KRX_CONNECT_PORT steht auf %1; das ist keine Portnummer</translation>
     </message>
     <message>
         <source>Lets You Enter a New Bin Name</source>
-        <translation type="unfinished"></translation>
+        <translation>Name der neuen Bin eingeben</translation>
     </message>
     <message>
         <source>Link Options</source>
-        <translation type="unfinished"></translation>
+        <translation>Verknüpfungsoptionen</translation>
     </message>
     <message>
         <source>Link Options:</source>
-        <translation type="unfinished"></translation>
+        <translation>Verknüpfungsoptionen:</translation>
     </message>
     <message>
         <source>Link Preferences</source>
-        <translation type="unfinished"></translation>
+        <translation>Verknüpfungseinstellungen</translation>
     </message>
     <message>
         <source>Link Settings &amp; Actions</source>
-        <translation type="unfinished"></translation>
+        <translation>Verknüpfung und Aktionen</translation>
     </message>
     <message>
         <source>Link using</source>
-        <translation type="unfinished"></translation>
+        <translation>Verknüpfen mit</translation>
     </message>
     <message>
         <source>Link using:</source>
-        <translation type="unfinished"></translation>
+        <translation>Plug-in:</translation>
     </message>
     <message>
         <source>Linked Source Scaling/Quality:</source>
-        <translation type="unfinished"></translation>
+        <translation>Skalierung/Qualität der Quelle:</translation>
     </message>
     <message>
         <source>Linking to clips</source>
-        <translation type="unfinished"></translation>
+        <translation>Clips werden verknüpft</translation>
     </message>
     <message>
         <source>Linking to files/volumes will:</source>
-        <translation type="unfinished"></translation>
+        <translation>Beim Verknüpfen mit Dateien/Volumes:</translation>
     </message>
     <message>
         <source>MP2  (MXF OP1a)</source>
-        <translation type="unfinished"></translation>
+        <translation>MP2  (MXF OP1a)</translation>
     </message>
     <message>
         <source>MP2  (Velo OP-Atom)</source>
-        <translation type="unfinished"></translation>
+        <translation>MP2  (Velo OP-Atom)</translation>
     </message>
     <message>
         <source>Mono</source>
-        <translation type="unfinished"></translation>
+        <translation>Mono</translation>
     </message>
     <message>
         <source>Most Compressed</source>
-        <translation type="unfinished"></translation>
+        <translation>Höchste Kompression</translation>
     </message>
     <message>
         <source>Move Action Down</source>
-        <translation type="unfinished"></translation>
+        <translation>Aktion nach unten</translation>
     </message>
     <message>
         <source>Move Action Up</source>
-        <translation type="unfinished"></translation>
+        <translation>Aktion nach oben</translation>
     </message>
     <message>
         <source>Multichannel Audio</source>
-        <translation type="unfinished"></translation>
+        <translation>Mehrkanalton</translation>
     </message>
     <message>
         <source>Multichannel Audio :</source>
-        <translation type="unfinished"></translation>
+        <translation>Mehrkanalton :</translation>
     </message>
     <message>
         <source>New Bin Name</source>
-        <translation type="unfinished"></translation>
+        <translation>Name der neuen Bin</translation>
     </message>
     <message>
         <source>New clips available</source>
-        <translation type="unfinished"></translation>
+        <translation>Neue Clips verfügbar</translation>
     </message>
     <message>
         <source>No new clips available</source>
-        <translation type="unfinished"></translation>
+        <translation>Keine neuen Clips verfügbar</translation>
     </message>
     <message>
         <source>No service answers at %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Unter %1 antwortet kein Dienst</translation>
     </message>
     <message>
         <source>None</source>
@@ -434,338 +439,341 @@
     </message>
     <message>
         <source>OPH Component Factory not found</source>
-        <translation type="unfinished"></translation>
+        <translation>OPH-Komponentenfabrik nicht gefunden</translation>
     </message>
     <message>
         <source>OPH REST client not found</source>
-        <translation type="unfinished"></translation>
+        <translation>OPH-REST-Client nicht gefunden</translation>
     </message>
     <message>
         <source>One folder up</source>
-        <translation type="unfinished"></translation>
+        <translation>Ein Ordner darüber</translation>
     </message>
     <message>
         <source>Only a single Consolidate action can be added</source>
-        <translation type="unfinished"></translation>
+        <translation>Es kann nur eine Aktion „Konsolidieren“ hinzugefügt werden</translation>
     </message>
     <message>
         <source>Only services of this machine may be asked, not %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Nur Dienste dieses Rechners dürfen gefragt werden, nicht %1</translation>
     </message>
     <message>
         <source>PCM  (MXF OP1a)</source>
-        <translation type="unfinished"></translation>
+        <translation>PCM  (MXF OP1a)</translation>
     </message>
     <message>
         <source>PCM  (Velo OP-Atom)</source>
-        <translation type="unfinished"></translation>
+        <translation>PCM  (Velo OP-Atom)</translation>
     </message>
     <message>
         <source>Path</source>
-        <translation type="unfinished"></translation>
+        <translation>Pfad</translation>
     </message>
     <message>
         <source>Plug-in Used When Linking</source>
-        <translation type="unfinished"></translation>
+        <translation>Plug-in, mit dem verknüpft wird</translation>
     </message>
     <message>
         <source>Plugin</source>
-        <translation type="unfinished"></translation>
+        <translation>Plug-in</translation>
     </message>
     <message>
         <source>Profile</source>
-        <translation type="unfinished"></translation>
+        <translation>Profil</translation>
     </message>
     <message>
         <source>Profile : %1 already exists</source>
-        <translation type="unfinished"></translation>
+        <translation>Profil: %1 gibt es bereits</translation>
     </message>
     <message>
         <source>Profile Editor</source>
-        <translation type="unfinished"></translation>
+        <translation>Profil-Editor</translation>
     </message>
     <message>
         <source>Profile name:</source>
-        <translation type="unfinished"></translation>
+        <translation>Profilname:</translation>
     </message>
     <message>
         <source>Profile to Edit</source>
-        <translation type="unfinished"></translation>
+        <translation>Zu bearbeitendes Profil</translation>
     </message>
     <message>
         <source>Project</source>
-        <translation type="unfinished"></translation>
+        <translation>Projekt</translation>
     </message>
     <message>
         <source>Project Type:</source>
-        <translation type="unfinished"></translation>
+        <translation>Projekttyp:</translation>
     </message>
     <message>
         <source>Quality</source>
-        <translation type="unfinished"></translation>
+        <translation>Qualität</translation>
     </message>
     <message>
         <source>Quarter</source>
-        <translation type="unfinished"></translation>
+        <translation>Viertel</translation>
     </message>
     <message>
         <source>REST client reported that DELETE method failed</source>
-        <translation type="unfinished"></translation>
+        <translation>Der REST-Client meldet: Methode DELETE fehlgeschlagen</translation>
     </message>
     <message>
         <source>REST client reported that GET method failed</source>
-        <translation type="unfinished"></translation>
+        <translation>Der REST-Client meldet: Methode GET fehlgeschlagen</translation>
     </message>
     <message>
         <source>REST client reported that POST method failed</source>
-        <translation type="unfinished"></translation>
+        <translation>Der REST-Client meldet: Methode POST fehlgeschlagen</translation>
     </message>
     <message>
         <source>REST client reported that PUT method failed</source>
-        <translation type="unfinished"></translation>
+        <translation>Der REST-Client meldet: Methode PUT fehlgeschlagen</translation>
     </message>
     <message>
         <source>RGB 709</source>
-        <translation type="unfinished"></translation>
+        <translation>RGB 709</translation>
     </message>
     <message>
         <source>Raster:</source>
-        <translation type="unfinished"></translation>
+        <translation>Raster:</translation>
     </message>
     <message>
         <source>Reel name for Labroll column based on:</source>
-        <translation type="unfinished"></translation>
+        <translation>Bandname für die Spalte „Labroll“ nach:</translation>
     </message>
     <message>
         <source>Relink selected clips to target drive before skipping</source>
-        <translation type="unfinished"></translation>
+        <translation>Ausgewählte Clips vor dem Überspringen mit dem Ziellaufwerk verknüpfen</translation>
     </message>
     <message>
         <source>Remove Selected Action</source>
-        <translation type="unfinished"></translation>
+        <translation>Ausgewählte Aktion entfernen</translation>
     </message>
     <message>
         <source>SETTINGS:</source>
-        <translation type="unfinished"></translation>
+        <translation>EINSTELLUNGEN:</translation>
     </message>
     <message>
         <source>Save</source>
-        <translation type="unfinished"></translation>
+        <translation>Speichern</translation>
     </message>
     <message>
         <source>Save Profile As</source>
-        <translation type="unfinished"></translation>
+        <translation>Profil speichern unter</translation>
     </message>
     <message>
         <source>Select Folder</source>
-        <translation type="unfinished"></translation>
+        <translation>Ordner auswählen</translation>
     </message>
     <message>
         <source>Select This Option to Convert the Bit Depth to 16 Bit or 24 Bit</source>
-        <translation type="unfinished"></translation>
+        <translation>Mit dieser Option wird die Bittiefe auf 16 Bit oder 24 Bit konvertiert</translation>
     </message>
     <message>
         <source>Select This Option to Convert the Sample Rate to 32 kHz, 44.1kHz, or 48 kHz</source>
-        <translation type="unfinished"></translation>
+        <translation>Mit dieser Option wird die Abtastrate auf 32 kHz, 44,1 kHz oder 48 kHz konvertiert</translation>
     </message>
     <message>
         <source>Select either OMF (WAVE), OMF(AIFF-C), or MXF (PCM) Audio Format</source>
-        <translation type="unfinished"></translation>
+        <translation>Audioformat OMF (WAVE), OMF (AIFF-C) oder MXF (PCM) wählen</translation>
     </message>
     <message>
         <source>Select the Destination Drives for the Consolidated Media</source>
-        <translation type="unfinished"></translation>
+        <translation>Ziellaufwerke für die konsolidierten Medien wählen</translation>
     </message>
     <message>
         <source>Select to Bypass Files if Some Related Media Files are Already Located on the Target Drives</source>
-        <translation type="unfinished"></translation>
+        <translation>Dateien überspringen, deren zugehörige Mediendateien teilweise schon auf den Ziellaufwerken liegen</translation>
     </message>
     <message>
         <source>Select to Ensure That all Selected Clips are Linked to Media on the Target Drive</source>
-        <translation type="unfinished"></translation>
+        <translation>Sicherstellen, dass alle ausgewählten Clips mit Medien auf dem Ziellaufwerk verknüpft sind</translation>
     </message>
     <message>
         <source>Set</source>
-        <translation type="unfinished"></translation>
+        <translation>…</translation>
     </message>
     <message>
         <source>Set the Audio Project Rate for Broadcast Wave Files</source>
-        <translation type="unfinished"></translation>
+        <translation>Audio-Projektrate für Broadcast-Wave-Dateien festlegen</translation>
     </message>
     <message>
         <source>Seven folders up</source>
-        <translation type="unfinished"></translation>
+        <translation>Sieben Ordner darüber</translation>
     </message>
     <message>
         <source>Six folders up</source>
-        <translation type="unfinished"></translation>
+        <translation>Sechs Ordner darüber</translation>
     </message>
     <message>
         <source>Sixteenth</source>
-        <translation type="unfinished"></translation>
+        <translation>Sechzehntel</translation>
     </message>
     <message>
         <source>Skip Media Already On Target Drive</source>
-        <translation type="unfinished"></translation>
+        <translation>Medien überspringen, die schon auf dem Ziellaufwerk sind</translation>
     </message>
     <message>
         <source>Source Quality (Debayer):</source>
-        <translation type="unfinished"></translation>
+        <translation>Qualität der Quelle (Debayer):</translation>
     </message>
     <message>
         <source>Source file name</source>
-        <translation type="unfinished"></translation>
+        <translation>Name der Quelldatei</translation>
     </message>
     <message>
         <source>Source folder name</source>
-        <translation type="unfinished"></translation>
+        <translation>Name des Quellordners</translation>
     </message>
     <message>
         <source>Specify bin name</source>
-        <translation type="unfinished"></translation>
+        <translation>Bin-Namen angeben</translation>
     </message>
     <message>
         <source>Start frame count at 0</source>
-        <translation type="unfinished"></translation>
+        <translation>Bildzählung bei 0 beginnen</translation>
     </message>
     <message>
         <source>Start frame count at 1</source>
-        <translation type="unfinished"></translation>
+        <translation>Bildzählung bei 1 beginnen</translation>
     </message>
     <message>
         <source>Still Image FPS:</source>
-        <translation type="unfinished"></translation>
+        <translation>Bildrate für Standbilder:</translation>
     </message>
     <message>
         <source>Summary</source>
-        <translation type="unfinished"></translation>
+        <translation>Zusammenfassung</translation>
     </message>
     <message>
         <source>Summary of Selected Folder&apos;s Profile</source>
-        <translation type="unfinished"></translation>
+        <translation>Zusammenfassung des Profils des ausgewählten Ordners</translation>
     </message>
     <message>
         <source>Target Audio Bit Depth:</source>
-        <translation type="unfinished"></translation>
+        <translation>Ziel-Bittiefe:</translation>
     </message>
     <message>
         <source>Target Audio Sample Rate:</source>
-        <translation type="unfinished"></translation>
+        <translation>Ziel-Abtastrate:</translation>
     </message>
     <message>
         <source>Target Audio Wrapper Format:</source>
-        <translation type="unfinished"></translation>
+        <translation>Ziel-Containerformat:</translation>
     </message>
     <message>
         <source>Target Bin</source>
-        <translation type="unfinished"></translation>
+        <translation>Ziel-Bin</translation>
     </message>
     <message>
         <source>The address %1 holds characters that no address may hold</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Adresse %1 enthält Zeichen, die in keiner Adresse stehen dürfen</translation>
     </message>
     <message>
         <source>The address %1 is not a proper HTTP address</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Adresse %1 ist keine gültige HTTP-Adresse</translation>
     </message>
     <message>
         <source>The answer of the service could not be read</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Antwort des Dienstes konnte nicht gelesen werden</translation>
     </message>
     <message>
         <source>The answer of the service is not proper HTTP</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Antwort des Dienstes ist kein gültiges HTTP</translation>
     </message>
     <message>
         <source>The answer of the service is too large</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Antwort des Dienstes ist zu groß</translation>
     </message>
     <message>
         <source>The bin name can&apos;t be saved: it consists of blanks only or contains characters that a profile can&apos;t hold.</source>
-        <translation type="unfinished"></translation>
+        <translation>Der Bin-Name kann nicht gespeichert werden: Er besteht nur aus Leerzeichen oder enthält Zeichen, die ein Profil nicht aufnehmen kann.</translation>
     </message>
     <message>
         <source>The connection to the service broke off before the answer was complete</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Verbindung zum Dienst brach ab, bevor die Antwort vollständig war</translation>
     </message>
     <message>
         <source>The exchange with the service failed: %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Der Austausch mit dem Dienst ist fehlgeschlagen: %1</translation>
     </message>
     <message>
         <source>The headers of the service&apos;s answer are too large</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Kopfzeilen der Antwort des Dienstes sind zu groß</translation>
     </message>
     <message>
         <source>The link setting &quot;%1&quot; can&apos;t be saved: it contains characters that a profile can&apos;t hold.</source>
-        <translation type="unfinished"></translation>
+        <translation>Die Verknüpfungseinstellung „%1“ kann nicht gespeichert werden: Sie enthält Zeichen, die ein Profil nicht aufnehmen kann.</translation>
     </message>
     <message>
         <source>The name or path holds characters that cannot be stored</source>
-        <translation type="unfinished"></translation>
+        <translation>Der Name oder Pfad enthält Zeichen, die nicht gespeichert werden können</translation>
     </message>
     <message>
         <source>The profile [%1] you are trying to delete is associated with existing KRX folders:
 </source>
-        <translation type="unfinished"></translation>
+        <translation>Das Profil [%1], das gelöscht werden soll, gehört zu vorhandenen KRX-Ordnern:
+</translation>
     </message>
     <message>
         <source>The program ended before the service answered</source>
-        <translation type="unfinished"></translation>
+        <translation>Das Programm endete, bevor der Dienst geantwortet hatte</translation>
     </message>
     <message>
         <source>The service answered %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Der Dienst antwortete %1</translation>
     </message>
     <message>
         <source>The service did not answer in time</source>
-        <translation type="unfinished"></translation>
+        <translation>Der Dienst hat nicht rechtzeitig geantwortet</translation>
     </message>
     <message>
         <source>There is not enough memory for the answer of the service</source>
-        <translation type="unfinished"></translation>
+        <translation>Für die Antwort des Dienstes reicht der Speicher nicht</translation>
     </message>
     <message>
         <source>This profile was created in a different project type.The following transcode options have been reset to their defaults: Project Type, Codec.Only newly saved profiles will have this change.
 </source>
-        <translation type="unfinished"></translation>
+        <translation>Dieses Profil wurde in einem anderen Projekttyp angelegt. Die folgenden Transkodieroptionen wurden auf ihre Vorgaben zurückgesetzt: Projekttyp, Codec. Nur neu gespeicherte Profile enthalten diese Änderung.
+</translation>
     </message>
     <message>
         <source>Three folders up</source>
-        <translation type="unfinished"></translation>
+        <translation>Drei Ordner darüber</translation>
     </message>
     <message>
         <source>Timecode for Start column:</source>
-        <translation type="unfinished"></translation>
+        <translation>Timecode für die Spalte „Start“:</translation>
     </message>
     <message>
         <source>Too many requests are waiting for the service</source>
-        <translation type="unfinished"></translation>
+        <translation>Zu viele Anfragen warten auf den Dienst</translation>
     </message>
     <message>
         <source>Transcode</source>
-        <translation type="unfinished"></translation>
+        <translation>Transkodieren</translation>
     </message>
     <message>
         <source>Transcode Video Resolution:</source>
-        <translation type="unfinished"></translation>
+        <translation>Videoauflösung beim Transkodieren:</translation>
     </message>
     <message>
         <source>Two folders up</source>
-        <translation type="unfinished"></translation>
+        <translation>Zwei Ordner darüber</translation>
     </message>
     <message>
         <source>Unable to add a folder with the same path more than once.
 Folder with path %1 already exists in this list.</source>
-        <translation type="unfinished"></translation>
+        <translation>Ein Ordner kann nicht mehrmals mit demselben Pfad hinzugefügt werden.
+Ein Ordner mit dem Pfad %1 steht bereits in dieser Liste.</translation>
     </message>
     <message>
         <source>Unknown</source>
-        <translation type="unfinished"></translation>
+        <translation>Unbekannt</translation>
     </message>
     <message>
         <source>Unknown error: Service response HTTP code %1</source>
-        <translation type="unfinished"></translation>
+        <translation>Unbekannter Fehler: Der Dienst antwortete mit dem HTTP-Code %1</translation>
     </message>
     <message>
         <source>Unknown grouping: %1</source>
@@ -773,63 +781,63 @@ Folder with path %1 already exists in this list.</source>
     </message>
     <message>
         <source>Untitled</source>
-        <translation type="unfinished"></translation>
+        <translation>Ohne Titel</translation>
     </message>
     <message>
         <source>Use Active Bin</source>
-        <translation type="unfinished"></translation>
+        <translation>Aktive Bin verwenden</translation>
     </message>
     <message>
         <source>Use the Currently Active Bin to Store Linked Clips</source>
-        <translation type="unfinished"></translation>
+        <translation>Verknüpfte Clips in der gerade aktiven Bin ablegen</translation>
     </message>
     <message>
         <source>Uses the Name or Label of the Volume</source>
-        <translation type="unfinished"></translation>
+        <translation>Verwendet den Namen des Volumes</translation>
     </message>
     <message>
         <source>Uses the Project Name for the Bin</source>
-        <translation type="unfinished"></translation>
+        <translation>Verwendet den Projektnamen für die Bin</translation>
     </message>
     <message>
         <source>Video</source>
-        <translation type="unfinished"></translation>
+        <translation>Video</translation>
     </message>
     <message>
         <source>Video Drive</source>
-        <translation type="unfinished"></translation>
+        <translation>Videolaufwerk</translation>
     </message>
     <message>
         <source>Video Volume : %1   Audio Volume : %2</source>
-        <translation type="unfinished"></translation>
+        <translation>Video-Volume : %1   Audio-Volume : %2</translation>
     </message>
     <message>
         <source>Volume Mounting</source>
-        <translation type="unfinished"></translation>
+        <translation>Volumes einbinden</translation>
     </message>
     <message>
         <source>Volume Name</source>
-        <translation type="unfinished"></translation>
+        <translation>Volume-Name</translation>
     </message>
     <message>
         <source>What&apos;s This?</source>
-        <translation type="unfinished"></translation>
+        <translation>Was ist das?</translation>
     </message>
     <message>
         <source>When mounting previously mounted volumes do not check for modification to the volume</source>
-        <translation type="unfinished"></translation>
+        <translation>Schon früher eingebundene Volumes beim Einbinden nicht auf Änderungen prüfen</translation>
     </message>
     <message>
         <source>YCbCr 601</source>
-        <translation type="unfinished"></translation>
+        <translation>YCbCr 601</translation>
     </message>
     <message>
         <source>YCbCr 709</source>
-        <translation type="unfinished"></translation>
+        <translation>YCbCr 709</translation>
     </message>
     <message>
         <source>ZOR Metadata</source>
-        <translation type="unfinished"></translation>
+        <translation>ZOR-Metadaten</translation>
     </message>
 </context>
 </TS>
