@@ -285,8 +285,15 @@ void KRXFolderViewWidget::delFolder()
     if (!item)
         return;
     KRXFolderManager& manager = KRXFolderManager::getInstance();
-    if (manager.deleteFolder(getFolderId(item))) {
-        const std::unique_ptr<QTreeWidgetItem> removed(takeTopLevelItem(indexOfTopLevelItem(item)));
+    const QString folderId = getFolderId(item);
+    if (manager.deleteFolder(folderId)) {
+        // Another row becomes current before the model changes: those who follow the current row may ask the
+        // user something.
+        const QPointer<KRXFolderViewWidget> self(this);
+        setCurrentItem(itemBelow(item) ? itemBelow(item) : itemAbove(item));
+        if (self)
+            const std::unique_ptr<QTreeWidgetItem> gone(
+                takeTopLevelItem(indexOfTopLevelItem(itemByFolderId(folderId))));
         return;
     }
     HostQtShell::showManagedMessageBox(
