@@ -231,9 +231,12 @@ Outcome<answers::Folder> Service::updateFolder(const std::string& id, const requ
     }
     if (const auto refusal = checkProfile(folder, before->profile))
         return *refusal;
+    Transaction transaction(m_database);
     m_folders.update(folder);
-    if (reprocess) {
+    if (reprocess)
         m_files.forget(id);
+    transaction.commit();
+    if (reprocess) {
         m_outputs.removeAll(id);
         onWatcher([id](Watcher& watcher) { watcher.reprocess(id); });
     }
@@ -246,9 +249,11 @@ Outcome<answers::Folder> Service::updateFolder(const std::string& id, const requ
 std::optional<Refusal> Service::deleteFolder(const std::string& id)
 {
     const auto lock = m_database.lock();
+    Transaction transaction(m_database);
     if (!m_folders.remove(id))
         return noFolder();
     m_files.forget(id);
+    transaction.commit();
     m_outputs.removeAll(id);
     m_worker.cancelFolder(id);
     log::info("folder " + id + " was removed");
@@ -395,11 +400,13 @@ std::optional<Refusal> Service::deleteJob(const std::string& id)
     if (!job)
         return noJob();
     m_worker.cancelJob(id);
+    Transaction transaction(m_database);
     m_jobs.remove(id);
-    if (job->manual) {
+    if (job->manual)
         m_files.forget(id);
+    transaction.commit();
+    if (job->manual)
         m_outputs.removeAll(id);
-    }
     log::info("job " + id + " was removed");
     return std::nullopt;
 }

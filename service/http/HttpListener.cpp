@@ -27,6 +27,7 @@ constexpr int kThreads = 32;              ///< also the number of connections se
 constexpr int kIdleMilliseconds = 15000;  ///< a kept-alive connection is closed after this much silence
 constexpr int kStallMilliseconds = 5000;  ///< a single read or write may take this long
 constexpr int kRequestSeconds = 20;       ///< a request must have arrived whole within this time
+constexpr size_t kMostBytes = xmlguard::kLargestBody + 256 * 1024; ///< a request with its head
 constexpr int kPollMilliseconds = 100;    ///< how soon an idle connection notices that the service stops
 
 using Clock = std::chrono::steady_clock;
@@ -50,7 +51,11 @@ public:
     {
     }
 
-    void beginRequest() { m_deadline = Clock::now() + std::chrono::seconds(kRequestSeconds); }
+    void beginRequest()
+    {
+        m_deadline = Clock::now() + std::chrono::seconds(kRequestSeconds);
+        m_budget = kMostBytes;
+    }
     bool hasBuffered() const { return m_at < m_filled; }
 
     bool is_readable() const override { return hasBuffered() || wait(m_socket, POLLIN, kStallMilliseconds); }
@@ -67,7 +72,10 @@ public:
             m_at = 0;
             m_filled = static_cast<size_t>(got);
         }
-        const size_t piece = std::min(size, m_filled - m_at);
+        const size_t piece = std::min({size, m_filled - m_at, m_budget});
+        if (piece == 0)
+            return -1;
+        m_budget -= piece;
         std::copy_n(m_buffer.data() + m_at, piece, target);
         m_at += piece;
         return static_cast<ssize_t>(piece);
@@ -94,6 +102,7 @@ private:
     socket_t m_socket;
     Clock::time_point m_deadline = Clock::now();
     std::array<char, 16384> m_buffer{};
+    size_t m_budget = kMostBytes;
     size_t m_at = 0;
     size_t m_filled = 0;
 };

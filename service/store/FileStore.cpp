@@ -50,6 +50,13 @@ std::optional<FileRecord> FileStore::findDone(const std::string& owner, const st
     return row.step() ? std::optional(read(row)) : std::nullopt;
 }
 
+bool FileStore::exists(const std::string& owner, std::int64_t id)
+{
+    const auto lock = m_database.lock();
+    Statement row = m_database.prepare("SELECT 1 FROM files WHERE id=? AND owner=?");
+    return row.bind(id).bind(owner).step();
+}
+
 void FileStore::setStamp(std::int64_t id, const FileStamp& stamp)
 {
     const auto lock = m_database.lock();

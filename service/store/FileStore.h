@@ -25,6 +25,9 @@ public:
     /// A file of \a owner with this path and content whose work is done.
     std::optional<FileRecord> findDone(const std::string& owner, const std::string& path, const std::string& checksum);
 
+    /// True when the record \a id exists and is \a owner's.
+    bool exists(const std::string& owner, std::int64_t id);
+
     /// The file has a new time but its old content.
     void setStamp(std::int64_t id, const FileStamp& stamp);
 

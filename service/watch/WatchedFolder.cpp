@@ -29,19 +29,19 @@ bool WatchedFolder::isDone(const std::string& path, const FileStamp& stamp) cons
     return found != m_known.end() && found->second == stamp;
 }
 
-void WatchedFolder::saw(const std::string& path, bool disturbed)
+void WatchedFolder::saw(const std::string& path, bool disturbed, std::int64_t now)
 {
     if (m_underWay.count(path) > 0)
         return;
-    const auto candidate = m_candidates.find(path);
-    if (candidate != m_candidates.end()) {
-        if (disturbed)
-            candidate->second.disturbed();
+    if (!disturbed && m_candidates.count(path) > 0)
         return;
-    }
     const auto stamp = filetools::stampOf(path);
-    if (stamp && stamp->size > 0 && !isDone(path, *stamp))
-        m_candidates.emplace(path, Settler(m_settle));
+    if (!stamp || stamp->size == 0 || isDone(path, *stamp))
+        return;
+    // The wait begins now, not at the next round of readings.
+    Settler& settler = m_candidates.try_emplace(path, m_settle).first->second;
+    settler.disturbed();
+    settler.reading(*stamp, now);
 }
 
 std::vector<std::string> WatchedFolder::takeFinished(std::int64_t now)
@@ -73,14 +73,14 @@ std::vector<std::string> WatchedFolder::takeFinished(std::int64_t now)
     return finished;
 }
 
-void WatchedFolder::done(const std::string& path, const std::optional<FileStamp>& stamp)
+void WatchedFolder::done(const std::string& path, const std::optional<FileStamp>& stamp, std::int64_t now)
 {
     m_underWay.erase(path);
     if (!stamp)
         return;
     m_known[path] = *stamp;
     // It may have been written again while it was worked on; the event of that time went unheard.
-    saw(path, false);
+    saw(path, false, now);
 }
 
 void WatchedFolder::forgetAll()

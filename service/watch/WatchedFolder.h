@@ -28,16 +28,16 @@ public:
     const std::set<std::string>& skipped() const { return m_skipped; }
     bool isSame(const FolderRecord& record, const std::set<std::string>& skipped) const;
 
-    /// A file was seen; \a disturbed when an event told of a change. It becomes a candidate unless its work is
-    /// done or under way.
-    void saw(const std::string& path, bool disturbed);
+    /// A file was seen at \a now (nanoseconds); \a disturbed when an event told of a change. It becomes a
+    /// candidate unless its work is done or under way.
+    void saw(const std::string& path, bool disturbed, std::int64_t now);
     bool hasCandidates() const { return !m_candidates.empty(); }
     /// Reads all candidates at \a now (nanoseconds) and returns those that are finished; they are under way
     /// from then on.
     std::vector<std::string> takeFinished(std::int64_t now);
 
     /// The work on a file ended; without a stamp it will be looked at again.
-    void done(const std::string& path, const std::optional<FileStamp>& stamp);
+    void done(const std::string& path, const std::optional<FileStamp>& stamp, std::int64_t now);
     void forgetAll();
 
     bool polled = false;      ///< no events arrive from at least one directory

@@ -68,7 +68,7 @@ void Watcher::start()
     m_tickTimer.setTimerType(Qt::PreciseTimer);
     m_rescanTimer.start(milliseconds(m_times.rescanSeconds));
     m_pollTimer.start(milliseconds(std::min(kPollSeconds, m_times.rescanSeconds)));
-    m_tickTimer.setInterval(milliseconds(std::clamp(m_times.settleSeconds / 4, 0.02, 0.5)));
+    m_tickTimer.setInterval(milliseconds(std::clamp(m_times.settleSeconds / 8, 0.02, 0.25)));
     profilesChanged();
 }
 
@@ -102,8 +102,10 @@ void Watcher::update(const FolderRecord& folder)
     const auto profile = folder.enabled ? m_stores.profiles.find(folder.profile) : std::nullopt;
     if (!profile) {
         drop(folder.id);
-        if (folder.enabled && m_withoutProfile.emplace(folder.id, folder.profile).second)
-            m_stores.errors.add("The folder " + folder.path + " is not watched: its profile does not exist any more");
+        if (!folder.enabled)
+            m_withoutProfile.erase(folder.id);
+        else if (m_withoutProfile.emplace(folder.id, folder.profile).second)
+            report("The folder " + folder.path + " is not watched: its profile does not exist any more");
         return;
     }
     m_withoutProfile.erase(folder.id);
@@ -116,6 +118,15 @@ void Watcher::update(const FolderRecord& folder)
         static_cast<std::int64_t>(m_times.settleSeconds * 1e9));
     log::info("watching " + folder.path + " with the profile " + profile->name);
     scan(*watched);
+}
+
+void Watcher::report(const std::string& error)
+{
+    try {
+        m_stores.errors.add(error);
+    } catch (const DatabaseError& failure) {
+        log::error(std::string("the error list cannot be written: ") + failure.what());
+    }
 }
 
 void Watcher::drop(const std::string& id)
@@ -159,10 +170,10 @@ void Watcher::scan(WatchedFolder& folder)
     visitor.directory = [&](const std::string& directory) {
         allReported = m_events->add(folder.id(), directory) && allReported;
     };
-    visitor.file = [&](const std::string& file) { folder.saw(file, false); };
+    visitor.file = [&](const std::string& file) { folder.saw(file, false, steadyNow()); };
     const int error = filewalk::walk(folder.root(), folder.skipped(), visitor);
     if (error != 0 && !folder.unavailable)
-        m_stores.errors.add("The folder " + folder.root() + " cannot be read: " + text::errnoText(error));
+        report("The folder " + folder.root() + " cannot be read: " + text::errnoText(error));
     if (error == 0 && folder.unavailable)
         log::info("the folder " + folder.root() + " can be read again");
     folder.unavailable = error != 0;
@@ -185,7 +196,7 @@ void Watcher::readEvents()
         WatchedFolder& folder = *found->second;
         const bool isFile = !event.name.empty() && !event.isDirectory;
         if (isFile && filewalk::isCandidateName(event.name))
-            folder.saw(event.directory + '/' + event.name, true);
+            folder.saw(event.directory + '/' + event.name, true, steadyNow());
         else if (!isFile && scanned.insert(event.owner).second)
             scan(folder);
         if (folder.hasCandidates())
@@ -221,7 +232,7 @@ void Watcher::fileDone(const std::string& folderId, const std::string& path, con
     const auto found = m_folders.find(folderId);
     if (found == m_folders.end())
         return;
-    found->second->done(path, stamp);
+    found->second->done(path, stamp, steadyNow());
     if (found->second->hasCandidates())
         beginTicking();
 }

@@ -69,6 +69,7 @@ private:
     void readEvents();
     void tick();
     void beginTicking();
+    void report(const std::string& error);
 
     Stores m_stores;
     Times m_times;

@@ -45,8 +45,6 @@ public:
     {
         if (!m_source.isOpen() || ::fstat(m_source.get(), &m_facts) != 0)
             return failed(m_order.source, errno);
-        if (const auto reason = filetools::makeDirectories(m_order.directory); !reason.empty())
-            return failed(reason);
         const std::string name = text::baseName(m_order.source);
         m_scratch = m_order.directory + "/.krx-" + text::newGuid().substr(0, 8) + '-' + name.substr(0, 200) + ".part";
         if (m_order.willWrite)

@@ -11,7 +11,8 @@ namespace krxservice {
 struct CopyOrder
 {
     std::string source;
-    std::string directory; ///< made when missing
+    /// Must exist: making it could fill the disk below a volume that is not mounted.
+    std::string directory;
     CancelToken cancel;
     /// Called with the name of the unfinished copy before it exists, so that it can be cleaned up after a
     /// crash.

@@ -153,6 +153,21 @@ std::vector<std::string> OutputArea::readyFolders()
     return owners;
 }
 
+void OutputArea::removeUnless(const std::function<bool(const std::string& owner, std::int64_t id)>& isWanted)
+{
+    const std::lock_guard lock(m_mutex);
+    for (auto& [owner, names] : m_index) {
+        for (auto it = names.begin(); it != names.end();) {
+            if (isWanted(owner, it->first)) {
+                ++it;
+                continue;
+            }
+            ::unlink(path(owner, it->second).c_str());
+            it = names.erase(it);
+        }
+    }
+}
+
 void OutputArea::removeAll(const std::string& owner)
 {
     const std::lock_guard lock(m_mutex);

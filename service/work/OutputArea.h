@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -35,6 +36,9 @@ public:
     std::vector<std::string> readyFolders();
     /// Removes all documents of \a owner.
     void removeAll(const std::string& owner);
+
+    /// Removes the published documents that \a isWanted denies, by owner and id of the file record.
+    void removeUnless(const std::function<bool(const std::string& owner, std::int64_t id)>& isWanted);
 
     /// The path of a document.
     std::string path(const std::string& owner, const std::string& name) const;

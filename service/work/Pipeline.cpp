@@ -26,6 +26,7 @@ struct Pipeline::Work
     FileRecord record;
     MediaFacts media;
     FileFacts clip;
+    FileFacts source;
 };
 
 Pipeline::Pipeline(Database& database, FileStore& files, ErrorStore& errors, OutputArea& outputs)
@@ -41,7 +42,7 @@ FileResult Pipeline::process(const FileOrder& order)
     const auto stamp = filetools::stampOf(order.path);
     if (!stamp)
         return ended(FileResult::End::Later, "the file is gone");
-    Work work{order, {}, {}, {}};
+    Work work{order, {}, {}, {}, {}};
     work.record.owner = order.ownerId;
     work.record.path = order.path;
     work.record.stamp = *stamp;
@@ -74,13 +75,18 @@ FileResult Pipeline::process(const FileOrder& order)
     if (probe.verdict == ProbeResult::Verdict::NotMedia)
         return reject(work, probe.text);
     work.media = probe.facts;
-    work.clip = {order.path, *stamp, *checksum};
+    work.source = {order.path, *stamp, *checksum};
+    work.clip = work.source;
     work.record.id = m_files.take(work.record);
 
     const std::string failure = runActivities(work);
     if (*order.cancel) {
-        m_files.remove(work.record.id);
-        return ended(FileResult::End::Cancelled, "cancelled");
+        const bool stays = order.staysCancelled && order.staysCancelled();
+        if (stays)
+            m_files.move(work.record.id, FileState::Taken, FileState::Failed);
+        else
+            m_files.remove(work.record.id);
+        return ended(FileResult::End::Cancelled, "cancelled", stays ? stamp : std::nullopt);
     }
     if (!failure.empty()) {
         m_files.move(work.record.id, FileState::Taken, FileState::Failed);
@@ -132,6 +138,7 @@ std::string Pipeline::runCopy(Work& work, const ActivityRecipe& activity, int in
     if (!result.ok)
         return result.error;
     log::info("copied " + work.order.path + " to " + result.path);
+    work.source.checksum = result.checksum;
     if (activity.relinkAfterCopy) {
         const auto stamp = filetools::stampOf(result.path);
         if (!stamp)
@@ -151,13 +158,19 @@ FileResult Pipeline::publish(Work& work)
     facts.ownerId = order.ownerId;
     facts.ownerPath = order.ownerPath;
     facts.clip = work.clip;
-    facts.source = {order.path, work.record.stamp, work.record.checksum};
+    facts.source = work.source;
     facts.media = work.media;
     facts.profile = order.profile;
     const std::string name = OutputArea::fileName(work.record.id, order.path);
     std::string reason = m_outputs.prepare(order.ownerId, name, outputdocument::write(facts));
     // The lock keeps a removal of the folder or the job from coming between the record and the file.
     const auto lock = m_database.lock();
+    if (m_files.findDone(order.ownerId, order.path, work.record.checksum)) {
+        // Work that was interrupted and begun anew may come here twice.
+        m_outputs.abandon(order.ownerId, name);
+        m_files.remove(work.record.id);
+        return ended(FileResult::End::Known, "it was worked on before", work.record.stamp);
+    }
     if (!reason.empty() || !m_files.move(work.record.id, FileState::Taken, FileState::Publishing, name)) {
         m_outputs.abandon(order.ownerId, name);
         m_files.remove(work.record.id);
@@ -175,6 +188,7 @@ FileResult Pipeline::publish(Work& work)
 
 void Pipeline::recover()
 {
+    m_outputs.removeUnless([this](const std::string& owner, std::int64_t id) { return m_files.exists(owner, id); });
     for (const auto& file : m_files.inState(FileState::Publishing)) {
         if (m_outputs.isPrepared(file.owner, file.output)) {
             if (const auto reason = m_outputs.publish(file.owner, file.output); !reason.empty()) {

@@ -23,6 +23,7 @@ struct FileOrder
     CancelToken cancel;
     std::function<void()> willAct;         ///< called before the first action of the profile begins
     std::function<void(int)> progress;     ///< 0 to 100 over all actions
+    std::function<bool()> staysCancelled;  ///< asked when cancelled: true when it is not to be tried again
 };
 
 /// How the work on a file ended.

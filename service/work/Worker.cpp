@@ -113,14 +113,24 @@ void Worker::run()
         try {
             perform(task);
         } catch (const std::exception& failure) {
-            log::error("the work on " + task.path + task.jobId + " was given up: " + failure.what());
-            if (!task.folderId.empty())
-                m_fileDone(task.folderId, task.path, std::nullopt);
+            giveUp(task, failure.what());
         }
         lock.lock();
         m_running.erase(std::find_if(m_running.begin(), m_running.end(),
             [&](const Task& other) { return other.cancel == task.cancel; }));
     }
+}
+
+void Worker::giveUp(const Task& task, const std::string& reason)
+{
+    log::error("the work on " + task.path + task.jobId + " was given up: " + reason);
+    try {
+        m_stores.jobs.move(task.jobId, kRunningOnly, jobstate::kFailed, reason);
+    } catch (const std::exception& failure) {
+        log::error("the job " + task.jobId + " keeps its state: " + failure.what());
+    }
+    if (!task.folderId.empty())
+        m_fileDone(task.folderId, task.path, std::nullopt);
 }
 
 void Worker::perform(Task& task)
@@ -142,10 +152,11 @@ void Worker::performFile(Task& task)
         if (std::any_of(m_running.begin(), m_running.end(), twin))
             *task.cancel = true;
     }
+    const bool wasRetried = !task.jobId.empty();
     const FileResult result = *task.cancel ? FileResult() : processForFolder(task);
     if (result.end == FileResult::End::Failed)
         m_stores.errors.add(result.text);
-    endFolderJob(task, result);
+    endFolderJob(task, result, wasRetried);
     m_fileDone(task.folderId, task.path, result.stamp);
 }
 
@@ -187,10 +198,14 @@ FileResult Worker::processForFolder(Task& task)
         }
     };
     order.progress = [&](int percent) { m_stores.jobs.setPercent(task.jobId, percent); };
+    order.staysCancelled = [&] {
+        const auto job = m_stores.jobs.find(task.jobId);
+        return job && job->state == jobstate::kCancelled;
+    };
     return m_pipeline.process(order);
 }
 
-void Worker::endFolderJob(const Task& task, const FileResult& result)
+void Worker::endFolderJob(const Task& task, const FileResult& result, bool wasRetried)
 {
     if (task.jobId.empty())
         return;
@@ -198,7 +213,8 @@ void Worker::endFolderJob(const Task& task, const FileResult& result)
     // A job that a client cancelled stays to be seen; one that succeeded has its output to show for it.
     if (!job || job->state == jobstate::kCancelled)
         return;
-    if (result.end == FileResult::End::Failed)
+    const bool nothingLeft = wasRetried && result.end == FileResult::End::Later && !result.text.empty();
+    if (result.end == FileResult::End::Failed || nothingLeft)
         m_stores.jobs.move(task.jobId, {jobstate::kSubmitted, jobstate::kRunning}, jobstate::kFailed, result.text);
     else
         m_stores.jobs.remove(task.jobId);

@@ -66,7 +66,8 @@ private:
     void performFile(Task& task);
     void performJob(Task& task);
     FileResult processForFolder(Task& task);
-    void endFolderJob(const Task& task, const FileResult& result);
+    void endFolderJob(const Task& task, const FileResult& result, bool wasRetried);
+    void giveUp(const Task& task, const std::string& reason);
     template <typename Matches>
     void cancelWhere(Matches matches);
 
