@@ -5,6 +5,7 @@
 #include "KRXText.h"
 #include "KRXXml.h"
 #include "OptionFields.h"
+#include "OptionLayout.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -18,6 +19,7 @@ constexpr int kSettingType = 0;
 constexpr int kCreationTypeOp1a = 1;
 constexpr int kProjectFormatKind = 3;
 constexpr int kBitsPerByte = 8;
+constexpr int kLineSpacing = 1;
 
 // Kinds of list that show the short name of a format, as bits.
 constexpr int kShortNameKinds = 0x1D4;
@@ -157,13 +159,13 @@ QGridLayout* AudioOptions::build(QWidget* options, Widths widths)
     m_options = options;
     auto* layout = new QGridLayout;
     layout->setContentsMargins(0, 0, 0, 0);
+    layout->setVerticalSpacing(kLineSpacing);
     Pair* const pairs[] = {&m_sampleRate, &m_bitDepth, &m_wrapperFormat};
     int row = 0;
     for (const Field& field : kFields) {
         const FieldLook& look = kLooks[row];
-        auto* check = new QCheckBox(KRXText::localised(look.checkText), options);
-        check->setObjectName(QLatin1String(field.enabledBy));
-        check->setToolTip(KRXText::localised(look.checkToolTip));
+        QCheckBox* check = OptionLayout::makeCheck(options, field.enabledBy, KRXText::localised(look.checkText),
+                                                   KRXText::localised(look.checkToolTip));
         auto* box = new QComboBox(options);
         box->setObjectName(QLatin1String(field.name));
         if (widths == Widths::Fixed)

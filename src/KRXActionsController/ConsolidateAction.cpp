@@ -4,6 +4,7 @@
 #include "DestinationXml.h"
 #include "KRXText.h"
 #include "KRXXml.h"
+#include "OptionLayout.h"
 
 #include <QCheckBox>
 #include <QGridLayout>
@@ -52,13 +53,6 @@ QString transcodeSectionName()
     return QStringLiteral("transcodeOptions");
 }
 
-QCheckBox* makeCheck(QWidget* parent, const char* name, const QString& text)
-{
-    auto* check = new QCheckBox(text, parent);
-    check->setObjectName(QLatin1String(name));
-    return check;
-}
-
 } // namespace
 
 ConsolidateAction::ConsolidateAction(int number)
@@ -70,28 +64,28 @@ QWidget* ConsolidateAction::createWidget()
 {
     if (widget())
         return widget();
-    auto* options = new QWidget;
-    options->setFixedHeight(kBodyHeight);
-    m_skip = makeCheck(options, "videoSkipOnTarget", KRXText::localised("Skip Media Already On Target Drive"));
-    m_skip->setToolTip(KRXText::localised(
-        "Select to Bypass Files if Some Related Media Files are Already Located on the Target Drives"));
-    m_relinkSkipped = makeCheck(options, "videoRelinkSkippedToTarget",
-                                KRXText::localised("Relink selected clips to target drive before skipping"));
-    m_relinkSkipped->setToolTip(KRXText::localised(
-        "Select to Ensure That all Selected Clips are Linked to Media on the Target Drive"));
-    m_fallback = makeCheck(options, "performTranscodeIfConsolidateFails",
-                           KRXText::localised("If unable to consolidate then transcode"));
+    QWidget* options = OptionLayout::makeOptions(kBodyHeight);
+    m_skip = OptionLayout::makeCheck(
+        options, "videoSkipOnTarget", KRXText::localised("Skip Media Already On Target Drive"),
+        KRXText::localised(
+            "Select to Bypass Files if Some Related Media Files are Already Located on the Target Drives"));
+    m_relinkSkipped = OptionLayout::makeCheck(
+        options, "videoRelinkSkippedToTarget",
+        KRXText::localised("Relink selected clips to target drive before skipping"),
+        KRXText::localised("Select to Ensure That all Selected Clips are Linked to Media on the Target Drive"));
+    m_fallback = OptionLayout::makeCheck(options, "performTranscodeIfConsolidateFails",
+                                         KRXText::localised("If unable to consolidate then transcode"));
     m_drives = new DestinationDrives(options);
 
-    auto* layout = new QVBoxLayout(options);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(m_skip);
-    layout->addWidget(m_relinkSkipped);
-    layout->addWidget(new QLabel(KRXText::localised("Audio:"), options));
-    layout->addLayout(m_audio.build(options, AudioOptions::Widths::Fixed));
-    layout->addWidget(m_fallback);
-    layout->addWidget(buildTranscodeGroup(options));
-    layout->addWidget(m_drives);
+    QVBoxLayout* column = OptionLayout::columnOf(options);
+    column->addWidget(m_skip);
+    column->addWidget(m_relinkSkipped);
+    column->addWidget(new QLabel(KRXText::localised("Audio:"), options));
+    column->addLayout(m_audio.build(options, AudioOptions::Widths::Fixed));
+    column->addWidget(m_fallback);
+    column->addWidget(buildTranscodeGroup(options));
+    column->addWidget(m_drives);
+    OptionLayout::allowCompactLines(options);
     return setWidget(options);
 }
 

@@ -4,6 +4,7 @@
 #include "KRXText.h"
 #include "KRXXml.h"
 #include "OptionFields.h"
+#include "OptionLayout.h"
 
 #include <QCheckBox>
 #include <QVBoxLayout>
@@ -36,25 +37,21 @@ QWidget* CopyMoveAction::createWidget()
 {
     if (widget())
         return widget();
-    auto* options = new QWidget;
-    options->setFixedHeight(kBodyHeight);
-
+    QWidget* options = OptionLayout::makeOptions(kBodyHeight);
     m_folder = new CopyToPathWidget(options);
     m_folder->setObjectName(QStringLiteral("filesystemPath"));
     m_folder->setToolTip(KRXText::localised("Choose the Location Where You Want the files Copied to"));
-    m_relink = new QCheckBox(KRXText::localised("Auto Relink when complete"), options);
-    m_relink->setObjectName(QStringLiteral("relinkAfterCopy"));
-    m_relink->setToolTip(KRXText::localised("Automatically Relink Files When Copy is Completed"));
-    m_checkIn = new QCheckBox(KRXText::localised("Check in to Ledgerhouse"), options);
-    m_checkIn->setObjectName(QStringLiteral("autoCheckin"));
-    m_checkIn->setToolTip(KRXText::localised("Checks in assets to Ledgerhouse"));
+    m_relink = OptionLayout::makeCheck(options, "relinkAfterCopy", KRXText::localised("Auto Relink when complete"),
+                                       KRXText::localised("Automatically Relink Files When Copy is Completed"));
+    m_checkIn = OptionLayout::makeCheck(options, "autoCheckin", KRXText::localised("Check in to Ledgerhouse"),
+                                        KRXText::localised("Checks in assets to Ledgerhouse"));
 
-    auto* layout = new QVBoxLayout(options);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
-    layout->addWidget(m_folder);
-    layout->addWidget(m_relink);
-    layout->addWidget(m_checkIn);
+    QVBoxLayout* column = OptionLayout::columnOf(options);
+    column->setSpacing(0);
+    column->addWidget(m_folder);
+    column->addWidget(m_relink);
+    column->addWidget(m_checkIn);
+    OptionLayout::allowCompactLines(options);
     return setWidget(options);
 }
 

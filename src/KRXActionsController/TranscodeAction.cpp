@@ -4,6 +4,7 @@
 #include "DestinationXml.h"
 #include "KRXText.h"
 #include "KRXXml.h"
+#include "OptionLayout.h"
 
 #include <QCheckBox>
 #include <QGridLayout>
@@ -46,18 +47,17 @@ QWidget* TranscodeAction::createWidget()
 {
     if (widget())
         return widget();
-    auto* options = new QWidget;
-    options->setFixedHeight(kBodyHeight);
+    QWidget* options = OptionLayout::makeOptions(kBodyHeight);
     m_drives = new DestinationDrives(options);
 
-    auto* layout = new QVBoxLayout(options);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(new QLabel(KRXText::localised("Transcode Video Resolution:"), options));
-    layout->addLayout(m_video.build(options, kLook));
-    layout->addWidget(m_video.reformatCheck());
-    layout->addWidget(m_video.colorTransformCheck());
-    layout->addLayout(m_audio.build(options, AudioOptions::Widths::Natural));
-    layout->addWidget(m_drives);
+    QVBoxLayout* column = OptionLayout::columnOf(options);
+    column->addWidget(new QLabel(KRXText::localised("Transcode Video Resolution:"), options));
+    column->addLayout(m_video.build(options, kLook));
+    column->addWidget(m_video.reformatCheck());
+    column->addWidget(m_video.colorTransformCheck());
+    column->addLayout(m_audio.build(options, AudioOptions::Widths::Natural));
+    column->addWidget(m_drives);
+    OptionLayout::allowCompactLines(options);
     return setWidget(options);
 }
 

@@ -4,6 +4,7 @@
 #include "HostMediaEngine.h"
 #include "KRXText.h"
 #include "KRXXml.h"
+#include "OptionLayout.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -16,13 +17,7 @@ namespace {
 constexpr quint32 kNoNotice = 0;
 constexpr quint32 kProjectTypeNotice = 1;
 constexpr int kDefaultDebayer = 0;
-
-QCheckBox* makeCheck(QWidget* options, const char* name, const QString& text)
-{
-    auto* check = new QCheckBox(text, options);
-    check->setObjectName(QLatin1String(name));
-    return check;
-}
+constexpr int kLineSpacing = 1;
 
 QComboBox* nameBox(QComboBox* box, const char* name, int minimumWidth)
 {
@@ -45,10 +40,11 @@ QGridLayout* VideoOptions::build(QWidget* options, const Look& look)
     QComboBox* encodingProfile =
         nameBox(m_codec->getEncodingProfileBox(), "encodingProfile", look.codecWidth);
     m_debayer = nameBox(new QComboBox(options), "videoDebayerSetting", look.debayerWidth);
-    m_reformat = makeCheck(options, "videoIncludeReformattedContent",
-                           KRXText::localised("Apply Reformatting option (compatibility mode)"));
-    m_colorTransform = makeCheck(options, "applyColorTransformations",
-                                 KRXText::localised("Apply color transformations (compatibility mode)"));
+    m_reformat = OptionLayout::makeCheck(options, "videoIncludeReformattedContent",
+                                         KRXText::localised("Apply Reformatting option (compatibility mode)"));
+    m_colorTransform =
+        OptionLayout::makeCheck(options, "applyColorTransformations",
+                                KRXText::localised("Apply color transformations (compatibility mode)"));
 
     const struct
     {
@@ -64,6 +60,7 @@ QGridLayout* VideoOptions::build(QWidget* options, const Look& look)
     };
     auto* layout = new QGridLayout;
     layout->setContentsMargins(0, 0, 0, 0);
+    layout->setVerticalSpacing(kLineSpacing);
     int number = 0;
     for (const auto& row : rows) {
         layout->addWidget(new QLabel(row.label, options), number, 0);

@@ -1,0 +1,603 @@
+#include "ActionRow.h"
+#include "AudioOptions.h"
+#include "ConsolidateAction.h"
+#include "CopyMoveAction.h"
+#include "CopyToPathWidget.h"
+#include "DestinationDrives.h"
+#include "KRXTest.h"
+#include "TranscodeAction.h"
+
+#include <QGridLayout>
+#include <QLabel>
+#include <QPointer>
+
+#include <algorithm>
+#include <memory>
+
+using namespace ActionsWorld;
+
+namespace {
+
+struct CheckLook
+{
+    const char* name;
+    const char* text;
+    const char* toolTip;
+};
+
+void compareChecks(QWidget* options, const QList<CheckLook>& looks)
+{
+    for (const CheckLook& look : looks) {
+        const auto* check = options->findChild<QCheckBox*>(QLatin1String(look.name));
+        QVERIFY2(check, look.name);
+        QCOMPARE(check->text(), QString::fromLatin1(look.text));
+        QCOMPARE(check->toolTip(), QString::fromLatin1(look.toolTip));
+    }
+    QCOMPARE(options->findChildren<QCheckBox*>().count(), looks.count());
+}
+
+const QList<CheckLook> kAudioChecks = {
+    {"convertAudioSampleRate", "Convert Audio Sample Rate",
+     "Select This Option to Convert the Sample Rate to 32 kHz, 44.1kHz, or 48 kHz"},
+    {"convertAudioBitDepth", "Convert Audio Bit Depth",
+     "Select This Option to Convert the Bit Depth to 16 Bit or 24 Bit"},
+    {"convertAudioFormat", "Convert Audio Format",
+     "Select either OMF (WAVE), OMF(AIFF-C), or MXF (PCM) Audio Format"},
+};
+
+const QList<CheckLook> kVideoChecks = {
+    {"videoIncludeReformattedContent", "Apply Reformatting option (compatibility mode)", ""},
+    {"applyColorTransformations", "Apply color transformations (compatibility mode)", ""},
+};
+
+QGridLayout* gridOf(QWidget* widget)
+{
+    for (QGridLayout* grid : widget->parentWidget()->findChildren<QGridLayout*>()) {
+        if (grid->indexOf(widget) >= 0)
+            return grid;
+    }
+    return nullptr;
+}
+
+/// The label in front of a box, found by its place in the grid.
+QString labelOf(QWidget* box)
+{
+    QGridLayout* grid = gridOf(box);
+    if (!grid)
+        return QString();
+    int row = 0;
+    int column = 0;
+    int rowSpan = 0;
+    int columnSpan = 0;
+    grid->getItemPosition(grid->indexOf(box), &row, &column, &rowSpan, &columnSpan);
+    QLayoutItem* item = grid->itemAtPosition(row, column - 1);
+    const auto* label = item ? qobject_cast<QLabel*>(item->widget()) : nullptr;
+    return label ? label->text() : QString();
+}
+
+int gridRow(QWidget* widget, int* columnSpan = nullptr)
+{
+    QGridLayout* grid = gridOf(widget);
+    int row = -1;
+    int column = 0;
+    int rowSpan = 0;
+    int span = 0;
+    if (grid)
+        grid->getItemPosition(grid->indexOf(widget), &row, &column, &rowSpan, &span);
+    if (columnSpan)
+        *columnSpan = span;
+    return row;
+}
+
+QStringList labels(const QWidget* options)
+{
+    QStringList texts;
+    for (const QLabel* label : options->findChildren<QLabel*>())
+        texts.append(label->text());
+    return texts;
+}
+
+int top(const QWidget* widget, const QWidget* options)
+{
+    return widget->mapTo(options, QPoint(0, 0)).y();
+}
+
+} // namespace
+
+class TestActionOptions : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { reset(); }
+
+    void copyOptions();
+    void transcodeOptions();
+    void consolidateOptions();
+    void audioBlockIsTheSameInBoth_data();
+    void audioBlockIsTheSameInBoth();
+    void optionsFitTheirFixedHeight_data();
+    void optionsFitTheirFixedHeight();
+    void textsAreLocalised();
+    void createWidgetCalledAgainReturnsTheSameWidget();
+    void actionDeletesItsWidget();
+    void widgetThatItsParentDeletedIsNotDeletedAgain();
+
+    void defaultsOfACopy();
+    void defaultsOfATranscode();
+    void defaultsOfAConsolidate();
+    void defaultsThatAreNotOfferedAreTheFirst();
+    void defaultsCalledAgainDoNotAccumulateItems();
+    void transcodeGroupFollowsItsCheckBox();
+
+    void validationOfACopy();
+    void copyToAPathThatNoDocumentCanCarryIsRefused();
+    void transcodeAndConsolidateAlwaysPass();
+
+    void audioFormatNames();
+    void audioFormatNamesOfOtherKinds();
+    void audioFormatNamesLocaliseOnlyPcmAndMp2();
+    void onlyMxfFormatsAreOffered();
+    void otherCreationTypesOfferNoWrapperFormat();
+    void sampleSizeNames();
+    void bitDepthsCarryBits();
+    void sampleRatesWithoutATextAreLeftOut();
+};
+
+void TestActionOptions::copyOptions()
+{
+    CopyMoveAction action(0);
+    const std::unique_ptr<QWidget> options(action.createWidget());
+    QCOMPARE(options->minimumHeight(), 70);
+    QCOMPARE(options->maximumHeight(), 70);
+    const auto* folder = options->findChild<CopyToPathWidget*>(QStringLiteral("filesystemPath"));
+    QVERIFY(folder);
+    QCOMPARE(folder->toolTip(), QStringLiteral("Choose the Location Where You Want the files Copied to"));
+    compareChecks(options.get(), {{"relinkAfterCopy", "Auto Relink when complete",
+                                   "Automatically Relink Files When Copy is Completed"},
+                                  {"autoCheckin", "Check in to Ledgerhouse", "Checks in assets to Ledgerhouse"}});
+}
+
+void TestActionOptions::transcodeOptions()
+{
+    TranscodeAction action(0);
+    const std::unique_ptr<QWidget> options(action.createWidget());
+    QCOMPARE(options->minimumHeight(), 360);
+    QCOMPARE(options->maximumHeight(), 360);
+    compareChecks(options.get(), kVideoChecks + kAudioChecks);
+    QVERIFY(labels(options.get()).contains(QStringLiteral("Transcode Video Resolution:")));
+    const struct
+    {
+        const char* name;
+        const char* label;
+        int minimumWidth;
+    } rows[] = {{"videoProjectType", "Project Type:", 0},
+                {"videoColorSpace", "Color Space:", 0},
+                {"videoRaster", "Raster:", 0},
+                {"videoCompressionType", "Codec:", 150},
+                {"encodingProfile", "Encoding Profiles:", 150},
+                {"videoDebayerSetting", "Linked Source Scaling/Quality:", 0}};
+    int row = 0;
+    for (const auto& expected : rows) {
+        auto* box = options->findChild<QComboBox*>(QLatin1String(expected.name));
+        QVERIFY2(box, expected.name);
+        QCOMPARE(gridRow(box), row++);
+        QCOMPARE(labelOf(box), QString::fromLatin1(expected.label));
+        QCOMPARE(box->minimumWidth(), expected.minimumWidth);
+    }
+    QVERIFY(options->findChild<CodecBox*>(QStringLiteral("videoCompressionType")));
+    QVERIFY(options->findChild<DestinationDrives*>());
+}
+
+void TestActionOptions::consolidateOptions()
+{
+    ConsolidateAction action(0);
+    const std::unique_ptr<QWidget> options(action.createWidget());
+    QCOMPARE(options->minimumHeight(), 450);
+    QCOMPARE(options->maximumHeight(), 450);
+    compareChecks(options.get(),
+                  QList<CheckLook>{{"videoSkipOnTarget", "Skip Media Already On Target Drive",
+                                    "Select to Bypass Files if Some Related Media Files are Already Located on the "
+                                    "Target Drives"},
+                                   {"videoRelinkSkippedToTarget",
+                                    "Relink selected clips to target drive before skipping",
+                                    "Select to Ensure That all Selected Clips are Linked to Media on the Target Drive"},
+                                   {"performTranscodeIfConsolidateFails",
+                                    "If unable to consolidate then transcode", ""}}
+                      + kVideoChecks + kAudioChecks);
+    QVERIFY(labels(options.get()).contains(QStringLiteral("Audio:")));
+    const struct
+    {
+        const char* name;
+        const char* label;
+        int minimumWidth;
+    } rows[] = {{"videoProjectType", "Project Type:", 100},
+                {"videoColorSpace", "Color Space:", 100},
+                {"videoRaster", "Raster:", 100},
+                {"videoCompressionType", "Codec:", 150},
+                {"encodingProfile", "Encoding Profiles:", 150},
+                {"videoDebayerSetting", "Source Quality (Debayer):", 150}};
+    int row = 0;
+    for (const auto& expected : rows) {
+        auto* box = options->findChild<QComboBox*>(QLatin1String(expected.name));
+        QVERIFY2(box, expected.name);
+        QCOMPARE(gridRow(box), row++);
+        QCOMPARE(labelOf(box), QString::fromLatin1(expected.label));
+        QCOMPARE(box->minimumWidth(), expected.minimumWidth);
+    }
+    for (const char* name : {"videoIncludeReformattedContent", "applyColorTransformations"}) {
+        int span = 0;
+        QCOMPARE(gridRow(options->findChild<QCheckBox*>(QLatin1String(name)), &span), row++);
+        QCOMPARE(span, 2);
+    }
+    const struct
+    {
+        const char* name;
+        int width;
+    } widths[] = {{"audioSampleRate", 60}, {"audioSampleWidth", 60}, {"audioFormat", 100}};
+    for (const auto& expected : widths) {
+        const auto* box = options->findChild<QComboBox*>(QLatin1String(expected.name));
+        QCOMPARE(box->minimumWidth(), expected.width);
+        QCOMPARE(box->maximumWidth(), expected.width);
+    }
+}
+
+void TestActionOptions::audioBlockIsTheSameInBoth_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::newRow("transcode") << int(ActionType::Transcode);
+    QTest::newRow("consolidate") << int(ActionType::Consolidate);
+}
+
+void TestActionOptions::audioBlockIsTheSameInBoth()
+{
+    QFETCH(int, type);
+    ActionRow row{ActionType(type)};
+    const struct
+    {
+        const char* check;
+        const char* box;
+        const char* label;
+    } rows[] = {{"convertAudioSampleRate", "audioSampleRate", "Target Audio Sample Rate:"},
+                {"convertAudioBitDepth", "audioSampleWidth", "Target Audio Bit Depth:"},
+                {"convertAudioFormat", "audioFormat", "Target Audio Wrapper Format:"}};
+    for (const auto& expected : rows) {
+        QCOMPARE(labelOf(row.box(expected.box)), QString::fromLatin1(expected.label));
+        QCOMPARE(gridRow(row.check(expected.check)), gridRow(row.box(expected.box)));
+    }
+}
+
+void TestActionOptions::optionsFitTheirFixedHeight_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::newRow("copy") << int(ActionType::Copy);
+    QTest::newRow("consolidate") << int(ActionType::Consolidate);
+    QTest::newRow("transcode") << int(ActionType::Transcode);
+}
+
+void TestActionOptions::optionsFitTheirFixedHeight()
+{
+    QFETCH(int, type);
+    ActionRow row{ActionType(type)};
+    QWidget* options = row.action().widget();
+    const int needed = options->layout()->minimumSize().height();
+    QVERIFY2(needed <= options->maximumHeight(),
+             qPrintable(QStringLiteral("%1 of %2").arg(needed).arg(options->maximumHeight())));
+    if (ActionType(type) == ActionType::Copy)
+        return;
+    // From top to bottom: video and audio parts in the order of their action, the drives at the end.
+    row.section.setOpen(true);
+    row.row->setOpen(true);
+    options->resize(500, options->maximumHeight());
+    options->layout()->activate();
+    for (QWidget* child : options->findChildren<QWidget*>()) {
+        if (child->layout())
+            child->layout()->activate();
+    }
+    QList<int> tops;
+    const bool isTranscode = ActionType(type) == ActionType::Transcode;
+    for (const char* name : {"videoProjectType", "videoCompressionType", "videoIncludeReformattedContent",
+                             "applyColorTransformations"})
+        tops.append(top(row.option<QWidget>(name), options));
+    QList<int> audioTops;
+    for (const char* name : {"audioSampleRate", "audioSampleWidth", "audioFormat"})
+        audioTops.append(top(row.option<QWidget>(name), options));
+    const QList<int> all = (isTranscode ? tops + audioTops : audioTops + tops)
+        + QList<int>{top(options->findChild<DestinationDrives*>(), options)};
+    QVERIFY(std::is_sorted(all.begin(), all.end()));
+    QCOMPARE(QSet<int>(all.begin(), all.end()).count(), all.count());
+}
+
+void TestActionOptions::textsAreLocalised()
+{
+    StandInHost::setTranslator([](const QString& key) -> QString { return QLatin1Char('~') + key; });
+    for (ActionType type : {ActionType::Copy, ActionType::Consolidate, ActionType::Transcode}) {
+        ActionRow row(type);
+        for (const QCheckBox* check : row.action().widget()->findChildren<QCheckBox*>())
+            QVERIFY2(check->text().startsWith(QLatin1Char('~')), qPrintable(check->text()));
+        for (const QString& label : labels(row.action().widget()))
+            QVERIFY2(label.startsWith(QLatin1Char('~')), qPrintable(label));
+        for (const QWidget* widget : row.action().widget()->findChildren<QWidget*>()) {
+            if (!widget->toolTip().isEmpty())
+                QVERIFY2(widget->toolTip().startsWith(QLatin1Char('~')), qPrintable(widget->toolTip()));
+        }
+    }
+}
+
+void TestActionOptions::createWidgetCalledAgainReturnsTheSameWidget()
+{
+    CopyMoveAction copy(0);
+    ConsolidateAction consolidate(0);
+    TranscodeAction transcode(0);
+    for (IAction* action : {static_cast<IAction*>(&copy), static_cast<IAction*>(&consolidate),
+                            static_cast<IAction*>(&transcode)}) {
+        QWidget* widget = action->createWidget();
+        QCOMPARE(action->widget(), widget);
+        QCOMPARE(action->createWidget(), widget);
+    }
+}
+
+void TestActionOptions::actionDeletesItsWidget()
+{
+    auto action = std::make_unique<TranscodeAction>(0);
+    const QPointer<QWidget> widget(action->createWidget());
+    action.reset();
+    QVERIFY(!widget);
+}
+
+void TestActionOptions::widgetThatItsParentDeletedIsNotDeletedAgain()
+{
+    auto action = std::make_unique<ConsolidateAction>(0);
+    auto parent = std::make_unique<QWidget>();
+    action->createWidget()->setParent(parent.get());
+    parent.reset();
+    QCOMPARE(action->widget(), nullptr);
+    action.reset();
+}
+
+void TestActionOptions::defaultsOfACopy()
+{
+    CopyMoveAction action(0);
+    const std::unique_ptr<QWidget> options(action.createWidget());
+    action.setDefaults();
+    QCOMPARE(options->findChild<CopyToPathWidget*>()->path(), QString());
+    for (const QCheckBox* check : options->findChildren<QCheckBox*>())
+        QVERIFY(!check->isChecked());
+    // The defaults of a copy change nothing.
+    options->findChild<CopyToPathWidget*>()->setPath(QStringLiteral("/x"));
+    action.setDefaults();
+    QCOMPARE(options->findChild<CopyToPathWidget*>()->path(), QStringLiteral("/x"));
+}
+
+void TestActionOptions::defaultsOfATranscode()
+{
+    openProject(kHdRgb, 1440, 8);
+    ActionRow row(ActionType::Transcode);
+    QCOMPARE(row.codec()->currentData().toUInt(), kDefaultCodec);
+    QCOMPARE(row.box("videoRaster")->currentText(), QStringLiteral("1440x1080"));
+    QCOMPARE(row.box("audioSampleRate")->currentData().toInt(), 48000);
+    QCOMPARE(row.box("audioSampleWidth")->currentData().toInt(), 24);
+    QCOMPARE(row.box("audioFormat")->currentData().toInt(), 4);
+    QCOMPARE(row.box("videoDebayerSetting")->currentData().toInt(), 0);
+    QVERIFY(row.check("videoIncludeReformattedContent")->isChecked());
+    for (const char* name :
+         {"applyColorTransformations", "convertAudioSampleRate", "convertAudioBitDepth", "convertAudioFormat"})
+        QVERIFY2(!row.check(name)->isChecked(), name);
+}
+
+void TestActionOptions::defaultsOfAConsolidate()
+{
+    ActionRow row(ActionType::Consolidate);
+    row.check("performTranscodeIfConsolidateFails")->setChecked(true);
+    row.check("videoIncludeReformattedContent")->setChecked(true);
+    row.check("applyColorTransformations")->setChecked(true);
+    row.check("videoSkipOnTarget")->setChecked(false);
+    row.action().setDefaults();
+    QVERIFY(row.check("videoSkipOnTarget")->isChecked());
+    QVERIFY(!row.check("performTranscodeIfConsolidateFails")->isChecked());
+    QVERIFY(!row.codec()->isEnabled());
+    QCOMPARE(row.codec()->currentData().toUInt(), kDefaultCodec);
+    QCOMPARE(row.box("videoDebayerSetting")->currentData().toInt(), 0);
+    QVERIFY(!row.check("videoIncludeReformattedContent")->isChecked());
+    QVERIFY(!row.check("applyColorTransformations")->isChecked());
+    QCOMPARE(row.box("audioSampleRate")->currentData().toInt(), 48000);
+    QCOMPARE(row.box("audioSampleWidth")->currentData().toInt(), 24);
+    QCOMPARE(row.box("audioFormat")->currentData().toInt(), 4);
+}
+
+void TestActionOptions::defaultsThatAreNotOfferedAreTheFirst()
+{
+    StandInHost::Project project = StandInHost::project();
+    project.sampleRate = 96000;
+    project.sampleSize = 20;
+    project.audioFileFormat = 3;
+    StandInHost::setProject(project);
+    StandInHost::MediaCatalogue catalogue = StandInHost::catalogue();
+    catalogue.defaultCompression = 4711;
+    StandInHost::setCatalogue(catalogue);
+    ActionRow row(ActionType::Transcode);
+    row.box("audioSampleRate")->setCurrentIndex(2);
+    row.action().setDefaults();
+    QCOMPARE(row.box("audioSampleRate")->currentIndex(), 0);
+    QCOMPARE(row.box("audioSampleWidth")->currentIndex(), 0);
+    QCOMPARE(row.box("audioFormat")->currentIndex(), 0);
+    QCOMPARE(row.codec()->currentIndex(), 0);
+}
+
+void TestActionOptions::defaultsCalledAgainDoNotAccumulateItems()
+{
+    ActionRow row(ActionType::Transcode);
+    row.action().setDefaults();
+    row.action().setDefaults();
+    QCOMPARE(row.box("audioSampleRate")->count(), 3);
+    QCOMPARE(row.box("audioSampleWidth")->count(), 2);
+    QCOMPARE(row.box("audioFormat")->count(), 2);
+    QCOMPARE(row.box("videoDebayerSetting")->count(), 6);
+    QCOMPARE(row.box("videoProjectType")->count(), 4);
+}
+
+void TestActionOptions::transcodeGroupFollowsItsCheckBox()
+{
+    ActionRow row(ActionType::Consolidate);
+    QCheckBox* fallback = row.check("performTranscodeIfConsolidateFails");
+    for (bool on : {true, false, true}) {
+        fallback->setChecked(on);
+        for (const char* name : {"videoCompressionType", "encodingProfile", "videoDebayerSetting"})
+            QCOMPARE(row.box(name)->isEnabled(), on);
+        QCOMPARE(row.check("videoIncludeReformattedContent")->isEnabled(), on);
+        QVERIFY(row.box("audioSampleRate")->isEnabled());
+        QVERIFY(row.box("filesystemVideoVolume")->isEnabled());
+    }
+}
+
+void TestActionOptions::validationOfACopy()
+{
+    CopyMoveAction action(0);
+    const std::unique_ptr<QWidget> options(action.createWidget());
+    QString error;
+    QVERIFY(!action.validate(error));
+    QCOMPARE(error, QStringLiteral("Copy to Folder action : Output folder not set !"));
+    StandInHost::setTranslator([](const QString&) { return QStringLiteral("kein Ordner"); });
+    QVERIFY(!action.validate(error));
+    QCOMPARE(error, QStringLiteral("kein Ordner"));
+    options->findChild<CopyToPathWidget*>()->setPath(QStringLiteral("/x"));
+    error = QStringLiteral("untouched");
+    QVERIFY(action.validate(error));
+    QCOMPARE(error, QStringLiteral("untouched"));
+}
+
+void TestActionOptions::copyToAPathThatNoDocumentCanCarryIsRefused()
+{
+    CopyMoveAction action(0);
+    const std::unique_ptr<QWidget> options(action.createWidget());
+    for (const QString& path : {QString(QLatin1String("/bell") + QChar(7)), QString(QChar(0xd800)),
+                                QString(QLatin1String("/x") + QChar(0xffff))}) {
+        options->findChild<CopyToPathWidget*>()->setPath(path);
+        QString error;
+        QVERIFY(!action.validate(error));
+        QCOMPARE(error, QStringLiteral("Copy to Folder action : The path of the output folder has characters that "
+                                       "cannot be stored !"));
+    }
+}
+
+void TestActionOptions::transcodeAndConsolidateAlwaysPass()
+{
+    StandInHost::setNoVolumes();
+    for (ActionType type : {ActionType::Consolidate, ActionType::Transcode}) {
+        ActionRow row(type);
+        QString error = QStringLiteral("untouched");
+        QVERIFY(row.action().validate(error));
+        QCOMPARE(error, QStringLiteral("untouched"));
+    }
+}
+
+void TestActionOptions::audioFormatNames()
+{
+    QCOMPARE(audioFormatName(1), QStringLiteral("AIFF-C  (OMF)"));
+    QCOMPARE(audioFormatName(2), QStringLiteral("SDII"));
+    QCOMPARE(audioFormatName(3), QStringLiteral("WAVE  (OMF)"));
+    QCOMPARE(audioFormatName(4), QStringLiteral("PCM  (MXF OP1a)"));
+    QCOMPARE(audioFormatName(5), QStringLiteral("PCM"));
+    QCOMPARE(audioFormatName(6), QStringLiteral("MP2  (MXF OP1a)"));
+    for (int other : {0, 7, -1, 100})
+        QCOMPARE(audioFormatName(other), QString());
+    StandInHost::MediaCatalogue catalogue = StandInHost::catalogue();
+    catalogue.audio.creationType = 2;
+    StandInHost::setCatalogue(catalogue);
+    QCOMPARE(audioFormatName(4), QStringLiteral("PCM  (Velo OP-Atom)"));
+    QCOMPARE(audioFormatName(6), QStringLiteral("MP2  (Velo OP-Atom)"));
+}
+
+void TestActionOptions::audioFormatNamesOfOtherKinds()
+{
+    // The mask 0x1D4 has the bits 2, 4, 6, 7 and 8.
+    const QList<int> shortKinds = {2, 4, 6, 7, 8};
+    for (int kind = 0; kind < 40; ++kind) {
+        const bool isShort = shortKinds.contains(kind);
+        QCOMPARE(audioFormatName(1, kind), isShort ? QStringLiteral("AIFF-C") : QStringLiteral("AIFF-C  (OMF)"));
+        QCOMPARE(audioFormatName(3, kind), isShort ? QStringLiteral("WAVE") : QStringLiteral("WAVE  (OMF)"));
+        QCOMPARE(audioFormatName(4, kind),
+                 kind == 9 ? QStringLiteral("MXF") : QStringLiteral("PCM  (MXF OP1a)"));
+        QCOMPARE(audioFormatName(6, kind), QStringLiteral("MP2  (MXF OP1a)"));
+    }
+    QCOMPARE(audioFormatName(1, -1), QStringLiteral("AIFF-C  (OMF)"));
+}
+
+void TestActionOptions::audioFormatNamesLocaliseOnlyPcmAndMp2()
+{
+    StandInHost::setTranslator([](const QString& key) -> QString { return QLatin1Char('~') + key; });
+    QCOMPARE(audioFormatName(4), QStringLiteral("~PCM  (MXF OP1a)"));
+    QCOMPARE(audioFormatName(6), QStringLiteral("~MP2  (MXF OP1a)"));
+    QCOMPARE(audioFormatName(1), QStringLiteral("AIFF-C  (OMF)"));
+    QCOMPARE(audioFormatName(2), QStringLiteral("SDII"));
+    QCOMPARE(audioFormatName(3), QStringLiteral("WAVE  (OMF)"));
+    QCOMPARE(audioFormatName(5), QStringLiteral("PCM"));
+}
+
+void TestActionOptions::onlyMxfFormatsAreOffered()
+{
+    ActionRow row(ActionType::Transcode);
+    QCOMPARE(texts(row.box("audioFormat")),
+             QStringList({QStringLiteral("PCM  (MXF OP1a)"), QStringLiteral("MP2  (MXF OP1a)")}));
+    QCOMPARE(data(row.box("audioFormat")), QStringList({QStringLiteral("4"), QStringLiteral("6")}));
+    // In this case only.
+    StandInHost::setTranslator([](const QString& key) { return key.toLower(); });
+    row.action().setDefaults();
+    QCOMPARE(row.box("audioFormat")->count(), 0);
+}
+
+void TestActionOptions::otherCreationTypesOfferNoWrapperFormat()
+{
+    StandInHost::MediaCatalogue catalogue = StandInHost::catalogue();
+    catalogue.audio.creationType = 2;
+    StandInHost::setCatalogue(catalogue);
+    ActionRow row(ActionType::Consolidate);
+    QCOMPARE(row.box("audioFormat")->count(), 0);
+}
+
+void TestActionOptions::sampleSizeNames()
+{
+    for (int code : {1, 8})
+        QCOMPARE(sampleSizeName(code), QStringLiteral("8 Bit"));
+    for (int code : {2, 16})
+        QCOMPARE(sampleSizeName(code), QStringLiteral("16 Bit"));
+    for (int code : {3, 24})
+        QCOMPARE(sampleSizeName(code), QStringLiteral("24 Bit"));
+    for (int code : {4, 32})
+        QCOMPARE(sampleSizeName(code), QStringLiteral("32 Bit Float"));
+    QCOMPARE(sampleSizeName(-1), QStringLiteral("Project"));
+    for (int code : {0, 5, 7, 9, 64, -2})
+        QCOMPARE(sampleSizeName(code), QString());
+}
+
+void TestActionOptions::bitDepthsCarryBits()
+{
+    StandInHost::MediaCatalogue catalogue = StandInHost::catalogue();
+    catalogue.audio.sampleSizes = {1, 2, 3, 4, 5, -1, 16};
+    StandInHost::setCatalogue(catalogue);
+    ActionRow row(ActionType::Transcode);
+    QCOMPARE(texts(row.box("audioSampleWidth")),
+             QStringList({QStringLiteral("8 Bit"), QStringLiteral("16 Bit"), QStringLiteral("24 Bit"),
+                          QStringLiteral("32 Bit Float"), QStringLiteral("Project"), QStringLiteral("16 Bit")}));
+    QCOMPARE(data(row.box("audioSampleWidth")),
+             QStringList({QStringLiteral("8"), QStringLiteral("16"), QStringLiteral("24"), QStringLiteral("32"),
+                          QStringLiteral("-8"), QStringLiteral("128")}));
+}
+
+void TestActionOptions::sampleRatesWithoutATextAreLeftOut()
+{
+    ActionRow row(ActionType::Transcode);
+    QCOMPARE(texts(row.box("audioSampleRate")),
+             QStringList({QStringLiteral("32 kHz"), QStringLiteral("44.1 kHz"), QStringLiteral("48 kHz")}));
+    QCOMPARE(data(row.box("audioSampleRate")),
+             QStringList({QStringLiteral("32000"), QStringLiteral("44100"), QStringLiteral("48000")}));
+    StandInHost::MediaCatalogue catalogue = StandInHost::catalogue();
+    catalogue.audio.sampleRates.clear();
+    StandInHost::setCatalogue(catalogue);
+    row.action().setDefaults();
+    QCOMPARE(row.box("audioSampleRate")->count(), 0);
+    QCOMPARE(row.box("audioSampleRate")->currentIndex(), -1);
+}
+
+QTEST_MAIN(TestActionOptions)
+#include "test_action_options.moc"
