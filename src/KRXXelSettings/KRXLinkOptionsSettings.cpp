@@ -6,6 +6,7 @@
 #include "XelLayout.h"
 
 #include <QComboBox>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -35,8 +36,11 @@ QWidget* KRXLinkOptionsSettings::createWidget()
     m_multichannelLabel->setObjectName(QStringLiteral("multichannelAudio"));
     // The text comes from profiles, which anyone may have written.
     m_multichannelLabel->setTextFormat(Qt::PlainText);
-    XelLayout::addRow(column, {new QLabel(KRXText::localised("Multichannel Audio :")), m_editButton,
-                               m_multichannelLabel});
+    // A long grouping is cut off at the edge rather than making the editor as wide as itself.
+    m_multichannelLabel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    QHBoxLayout* row = XelLayout::addRow(column, {new QLabel(KRXText::localised("Multichannel Audio :")),
+                                                  m_editButton, m_multichannelLabel});
+    row->setStretchFactor(m_multichannelLabel, 1);
 
     column->addWidget(new QLabel(KRXText::localised("Audio Start-Time Option (for Broadcast Wave)")));
     m_audioStartTimeBox = new QComboBox;

@@ -41,7 +41,7 @@ QVBoxLayout* panelLayout(QWidget* panel)
     return static_cast<QVBoxLayout*>(panel->layout());
 }
 
-void addRow(QBoxLayout* layout, std::initializer_list<QWidget*> widgets, int indent)
+QHBoxLayout* addRow(QBoxLayout* layout, std::initializer_list<QWidget*> widgets, int indent)
 {
     auto* row = new QHBoxLayout;
     row->setContentsMargins(indent, 0, 0, 0);
@@ -50,6 +50,7 @@ void addRow(QBoxLayout* layout, std::initializer_list<QWidget*> widgets, int ind
         row->addWidget(widget);
     row->addStretch();
     layout->addLayout(row);
+    return row;
 }
 
 QButtonGroup* addRadios(QWidget* panel, QBoxLayout* layout, const XelFields::RadioChoice* choices,

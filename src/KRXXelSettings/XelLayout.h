@@ -9,6 +9,7 @@
 
 class QBoxLayout;
 class QButtonGroup;
+class QHBoxLayout;
 class QVBoxLayout;
 class QWidget;
 
@@ -27,8 +28,8 @@ QVBoxLayout* makeColumn(QWidget* group);
 QWidget* addPanel(QBoxLayout* layout, const QString& objectName, int indent = 0);
 /// The layout of a panel that addPanel() made.
 QVBoxLayout* panelLayout(QWidget* panel);
-/// Appends a row of widgets to \a layout, kept at the left.
-void addRow(QBoxLayout* layout, std::initializer_list<QWidget*> widgets, int indent = 0);
+/// Appends a row of widgets to \a layout, kept at the left. \return the row, owned by \a layout.
+QHBoxLayout* addRow(QBoxLayout* layout, std::initializer_list<QWidget*> widgets, int indent = 0);
 
 /// Appends one radio button for each choice to the panel's layout.
 /// \param checked the row that is checked at first.

@@ -32,24 +32,23 @@ public:
     QString getResID() const override { return QStringLiteral("one_arrow.png"); }
 };
 
-QImage blank(const QSize& size, qreal ratio = 1)
+QImage blank(const QSize& size)
 {
-    QImage image(size * ratio, QImage::Format_ARGB32_Premultiplied);
-    image.setDevicePixelRatio(ratio);
+    QImage image(size, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     return image;
 }
 
-QImage painted(QWidget& widget, qreal ratio = 1)
+QImage painted(QWidget& widget)
 {
-    QImage image = blank(widget.size(), ratio);
+    QImage image = blank(widget.size());
     widget.render(&image, QPoint(), QRegion(), QWidget::RenderFlags());
     return image;
 }
 
-QImage icon(const QString& group, const QString& name, int alpha, qreal ratio = 1)
+QImage icon(const QString& group, const QString& name, int alpha)
 {
-    QImage image = blank(QSize(10, 10), ratio);
+    QImage image = blank(QSize(10, 10));
     QPainter painter(&image);
     HostQtShell::drawSkinnedIcon(&painter, QRect(0, 0, 10, 10), name, group, HostQtShell::iconTintColors(), alpha);
     return image;
@@ -149,27 +148,24 @@ private slots:
     void theIconOfTheStateIsDrawnOverTheWholeButton_data()
     {
         QTest::addColumn<int>("skin");
-        QTest::addColumn<qreal>("ratio");
-        QTest::newRow("light") << StandInHost::kLightSkin << 1.0;
-        QTest::newRow("dark") << StandInHost::kDarkSkin << 1.0;
-        QTest::newRow("light, fine screen") << StandInHost::kLightSkin << 2.0;
+        QTest::newRow("light") << StandInHost::kLightSkin;
+        QTest::newRow("dark") << StandInHost::kDarkSkin;
     }
 
     void theIconOfTheStateIsDrawnOverTheWholeButton()
     {
         QFETCH(int, skin);
-        QFETCH(qreal, ratio);
         StandInHost::setSkin(skin);
         ArrowButton button(nullptr);
         button.resize(10, 10);
         const QString group = QStringLiteral("icons/Arrows/");
-        const QImage closed = icon(group, QStringLiteral("closed_arrow.png"), 255, ratio);
-        const QImage open = icon(group, QStringLiteral("open_arrow.png"), 255, ratio);
-        QVERIFY(closed != blank(button.size(), ratio));
+        const QImage closed = icon(group, QStringLiteral("closed_arrow.png"), 255);
+        const QImage open = icon(group, QStringLiteral("open_arrow.png"), 255);
+        QVERIFY(closed != blank(button.size()));
         QVERIFY(closed != open);
-        QCOMPARE(painted(button, ratio), closed);
+        QCOMPARE(painted(button), closed);
         button.setState(ArrowButton::Open);
-        QCOMPARE(painted(button, ratio), open);
+        QCOMPARE(painted(button), open);
     }
 
     void aDisabledButtonIsDrawnFainter()
