@@ -92,6 +92,9 @@ constexpr int kDarkSkin = 4;
 KRX_HOST_API void setSkin(int index);
 /// The user's choice of highlight colour; an invalid colour leaves it to the skin.
 KRX_HOST_API void setHighlightColor(const QColor& color);
+/// Replaces a number of every skin.
+KRX_HOST_API void setPaletteNumber(const QString& name, quint16 value);
+KRX_HOST_API void resetPaletteNumbers();
 
 /// Loads the catalogue of a language ("en", "de"); an unknown one gives English. Safe from any thread.
 KRX_HOST_API void setLanguage(const QString& language);

@@ -2,6 +2,7 @@
 #include "StandInHost.h"
 
 #include <QApplication>
+#include <QHash>
 #include <QPalette>
 #include <QStyle>
 #include <QStyleFactory>
@@ -75,6 +76,7 @@ constexpr QRgb kIconInkDark = 0xc8cdd4;
 
 int theSkin = StandInHost::kLightSkin;
 QColor theHighlight;
+QHash<QString, quint16> theNumbers;
 
 bool isDark()
 {
@@ -146,6 +148,8 @@ QColor highlightPaletteColor(const QString& name)
 
 quint16 paletteNumber(const QString& name)
 {
+    if (theNumbers.contains(name))
+        return theNumbers.value(name);
     const NamedNumber* number = find(kNumbers, name);
     return number ? (isDark() ? number->dark : number->light) : quint16(0);
 }
@@ -175,6 +179,16 @@ void setHighlightColor(const QColor& color)
 {
     theHighlight = color.isValid() ? QColor::fromRgb(color.rgb()) : QColor();
     applyToApplication();
+}
+
+void setPaletteNumber(const QString& name, quint16 value)
+{
+    theNumbers.insert(name, value);
+}
+
+void resetPaletteNumbers()
+{
+    theNumbers.clear();
 }
 
 } // namespace StandInHost

@@ -24,19 +24,22 @@ constexpr int kSpacing = 3;
 constexpr int kBoxWidth = 180;
 constexpr int kButtonHeight = 20;
 
-/// Keeps the host's window shut off while it lives.
+/// Keeps the host's window shut off while it lives. The window may go away meanwhile, which shows when it is a
+/// Qt object, as host windows are.
 class DisabledHostWindow
 {
 public:
     explicit DisabledHostWindow(HostManagedWindow* window)
         : m_window(window)
+        , m_object(dynamic_cast<QObject*>(window))
+        , m_isObject(!m_object.isNull())
     {
         if (m_window)
             m_window->setWindowEnabled(false);
     }
     ~DisabledHostWindow()
     {
-        if (m_window)
+        if (m_window && (!m_isObject || m_object))
             m_window->setWindowEnabled(true);
     }
     DisabledHostWindow(const DisabledHostWindow&) = delete;
@@ -44,6 +47,8 @@ public:
 
 private:
     HostManagedWindow* m_window;
+    QPointer<QObject> m_object;
+    bool m_isObject;
 };
 
 QSpacerItem* stretch()
@@ -117,6 +122,7 @@ void KRXLinkToProfileWidget::refreshProfileSummary(const QString& profileId)
         return;
     if (profileId.isEmpty()) {
         m_summary->clear();
+        m_summary->setRowCount(0);
         return;
     }
     KRXProfile profile;

@@ -1,0 +1,752 @@
+#include "HostQtShell.h"
+#include "PanelFixture.h"
+
+#include <QDir>
+#include <QFontInfo>
+#include <QImage>
+#include <QLayout>
+#include <QMenu>
+#include <QPainter>
+#include <QPointer>
+#include <QtTest>
+
+using View = KRXFolderViewWidget;
+
+namespace {
+
+const QStringList kLoading = {QStringLiteral("GET xelmediafolders?level=detail"),
+                              QStringLiteral("GET profiles?level=detail")};
+const QString kProfiles = QStringLiteral("GET profiles?level=detail");
+
+} // namespace
+
+class TestPanel : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+
+    // --- Construction ---
+    void constructionAsksNothing();
+    void textsAndTooltipsAreAsNamed();
+    void textsAreLocalised();
+    void sizesArePixelForPixel();
+    void offlineMessageIsBoldAndHidden();
+    void tabOrderFollowsThePanel();
+    void folderViewHasTheHostsShadow();
+    void hooksOfTheHostDoNothing();
+
+    // --- Showing ---
+    void firstShowLoadsEverythingInOrder();
+    void firstShowMakesTheFirstRowCurrent();
+    void laterShowsRefreshOnlyProfilesAndSummary();
+    void profilesWindowIsCreatedOnce();
+    void offlineShowAsksNothing();
+    void withoutProfilesNothingCanBeAdded();
+    void withoutACurrentFolderNothingCanBeRemoved();
+    void plainPanelMakesItsOwnEditor();
+
+    // --- Service state ---
+    void goingOfflineShutsEverythingOffAndKeepsTheRows();
+    void goingOnlineReloadsInOrder();
+    void sameStateAgainDoesNothing();
+    void goingOnlineDoesNotWriteFromAStaleBox();
+    void boxStandsAtTheFirstRowsProfileAfterGoingOnline();
+    void failedProfileRefreshKeepsTheKnownProfiles();
+
+    // --- Adding and removing ---
+    void firstChooserStartedNowhere();
+    void chooserIsGuardedAndTitled();
+    void chooserStartsWhereItWasLastInEveryPanel();
+    void directoryIsRememberedThoughTheAddFailed();
+    void cancelledChooserChangesNothing();
+    void chosenDirectoryIsAddedWithTheBoxesProfile();
+    void emptyBoxAddsWithoutAProfile();
+    void panelDestroyedWhileChoosingIsHarmless();
+    void removingTheLastFolderDisablesTheButton();
+    void removingMovesToTheNextRow();
+    void failedRemovalKeepsTheButton();
+
+    // --- Refreshing ---
+    void refreshRestoresTheCurrentFolder();
+    void refreshFallsBackToTheFirstFolder();
+    void refreshWritesNothing();
+    void refreshUpdatesTheButtons();
+    void refreshWhileOfflineEnablesNothing();
+    void readyFoldersReachTheView();
+    void acquiredClipsReachTheHost();
+    void registeredCallbackDoesNotReachTheView();
+    void nullCallbackIsNeverCalled();
+
+    // --- Height and frame ---
+    void openedSummaryAsksForAHeight();
+    void frameIsDrawnOnlyWhileHighlighted();
+    void frameOfWidthThreeIsInsetByOneAndTwo();
+    void frameHasTheHostsColour();
+    void changingTheStateRepaintsOnce();
+};
+
+void TestPanel::initTestCase()
+{
+    // The first chooser of the process, whatever test runs alone.
+    PanelFixture f;
+    f.show();
+    f.press(f.add());
+    QCOMPARE(StandInHost::directoryLog().size(), 1);
+    QCOMPARE(StandInHost::directoryLog().at(0).start, QString());
+}
+
+void TestPanel::firstChooserStartedNowhere()
+{
+    // initTestCase() held it, because the directory is remembered for the life of the process.
+    QVERIFY(true);
+}
+
+void TestPanel::constructionAsksNothing()
+{
+    PanelFixture f;
+    QCOMPARE(f.service.lines(), QStringList());
+    QVERIFY(f.panel->isKRXServiceOnline());
+    QCOMPARE(f.panel->editorInits, 0);
+    QCOMPARE(f.view()->topLevelItemCount(), 0);
+    QVERIFY(!f.add()->isEnabled());
+}
+
+void TestPanel::textsAndTooltipsAreAsNamed()
+{
+    PanelFixture f;
+    QCOMPARE(f.add()->text(), "+"_s);
+    QCOMPARE(f.add()->toolTip(), "Add Folder to the KRX Folder List"_s);
+    QCOMPARE(f.del()->text(), "-"_s);
+    QCOMPARE(f.del()->toolTip(), "Remove Selected Folder from KRX Folder List"_s);
+    QCOMPARE(f.view()->objectName(), "folderViewWidget"_s);
+    QCOMPARE(f.view()->toolTip(), "List of KRX Folders"_s);
+    QCOMPARE(f.box()->toolTip(), "Choose Profile for Selected Folder"_s);
+    QCOMPARE(f.edit()->text(), "Profile Editor"_s);
+    QCOMPARE(f.edit()->toolTip(), "Edit a Profile"_s);
+    QCOMPARE(f.section()->toolTip(), "Summary of Selected Folder's Profile"_s);
+    QVERIFY(f.section()->isUseTransparentBackground());
+    QCOMPARE(f.offline()->text(), "Velo Editor Services are not Running. Please start Services from the Velo Editor "
+                                  "Services Manager..."_s);
+    QStringList labels;
+    const auto all = f.panel->findChildren<QLabel*>();
+    for (const QLabel* label : all)
+        labels << label->text();
+    QVERIFY(labels.contains("Profile:"_s));
+    QVERIFY(labels.contains("Summary"_s));
+}
+
+void TestPanel::textsAreLocalised()
+{
+    StandInHost::setTranslator([](const QString& key) -> QString { return QLatin1Char('<') + key + QLatin1Char('>'); });
+    PanelFixture f;
+    StandInHost::setTranslator({});
+    QCOMPARE(f.edit()->text(), "<Profile Editor>"_s);
+    QVERIFY(f.offline()->text().startsWith("<Velo Editor Services"_s));
+}
+
+void TestPanel::sizesArePixelForPixel()
+{
+    PanelFixture f;
+    for (const QPushButton* button : {f.add(), f.del()}) {
+        QCOMPARE(button->minimumSize(), QSize(20, 20));
+        QCOMPARE(button->maximumSize(), QSize(20, 20));
+    }
+    QCOMPARE(f.box()->minimumWidth(), 180);
+    QCOMPARE(f.box()->maximumWidth(), 180);
+    QCOMPARE(f.edit()->minimumWidth(), 80);
+    QCOMPARE(f.edit()->maximumWidth(), 80);
+    QCOMPARE(f.edit()->minimumHeight(), f.box()->sizeHint().height());
+    QCOMPARE(f.edit()->maximumHeight(), f.box()->sizeHint().height());
+    QCOMPARE(f.panel->layout()->sizeConstraint(), QLayout::SetMinAndMaxSize);
+    QCOMPARE(f.panel->sizePolicy().horizontalPolicy(), QSizePolicy::Maximum);
+    QCOMPARE(f.panel->sizePolicy().verticalPolicy(), QSizePolicy::Maximum);
+}
+
+void TestPanel::offlineMessageIsBoldAndHidden()
+{
+    PanelFixture f;
+    f.show();
+    QCOMPARE(f.offline()->font().weight(), 75);
+    QVERIFY(f.offline()->isHidden());
+}
+
+void TestPanel::tabOrderFollowsThePanel()
+{
+    PanelFixture f;
+    QList<QWidget*> order;
+    QWidget* widget = f.view();
+    do {
+        if (widget->focusPolicy() != Qt::NoFocus
+            && QList<QWidget*>({f.view(), f.add(), f.del(), f.box(), f.edit()}).contains(widget))
+            order << widget;
+        widget = widget->nextInFocusChain();
+    } while (widget != f.view());
+    QCOMPARE(order, QList<QWidget*>({f.view(), f.add(), f.del(), f.box(), f.edit()}));
+}
+
+void TestPanel::folderViewHasTheHostsShadow()
+{
+    PanelFixture f;
+    f.show();
+    const QWidget* shadow = f.view()->findChild<QWidget*>("dropShadowOverlay"_s);
+    QVERIFY(shadow);
+    QVERIFY(shadow->testAttribute(Qt::WA_TransparentForMouseEvents));
+    QCOMPARE(shadow->geometry(), f.view()->viewport()->geometry());
+}
+
+void TestPanel::hooksOfTheHostDoNothing()
+{
+    PanelFixture f;
+    f.panel->Show();
+    f.panel->openServicesDialog();
+    QVERIFY(!f.panel->isVisible());
+    QCOMPARE(f.service.lines(), QStringList());
+}
+
+void TestPanel::firstShowLoadsEverythingInOrder()
+{
+    PanelFixture f;
+    f.show(true);
+    QCOMPARE(f.service.lines(), QStringList({kProfiles}) + kLoading + QStringList({kProfiles}));
+    QCOMPARE(f.view()->topLevelItemCount(), 2);
+    QCOMPARE(f.box()->count(), 2);
+    QCOMPARE(f.box()->itemText(0), "Conform"_s);
+    QCOMPARE(f.box()->itemData(0).toString(), "p1"_s);
+    QVERIFY(f.add()->isEnabled());
+    QVERIFY(f.del()->isEnabled());
+}
+
+void TestPanel::firstShowMakesTheFirstRowCurrent()
+{
+    PanelFixture f;
+    f.service.folders[0].profile = "p2"_s;
+    f.show(true);
+    QCOMPARE(f.currentFolder(), "a"_s);
+    QCOMPARE(f.boxProfile(), "p2"_s);
+    QCOMPARE(f.summaryBin(), "Bin 2"_s);
+    QCOMPARE(f.puts(), QStringList());
+}
+
+void TestPanel::laterShowsRefreshOnlyProfilesAndSummary()
+{
+    PanelFixture f;
+    f.show();
+    f.service.folders.removeLast();
+    f.service.profiles[0].bin = "Other bin"_s;
+    f.panel->hide();
+    f.show(true);
+    QCOMPARE(f.service.lines(), QStringList({kProfiles}));
+    QCOMPARE(f.view()->topLevelItemCount(), 2);
+    QCOMPARE(f.summaryBin(), "Other bin"_s);
+}
+
+void TestPanel::profilesWindowIsCreatedOnce()
+{
+    PanelFixture f;
+    f.show();
+    const KRXProfilesWindow* editor = f.panel->profilesWindow();
+    f.panel->hide();
+    f.show();
+    f.press(f.edit());
+    QCOMPARE(f.panel->editorInits, 1);
+    QCOMPARE(f.panel->profilesWindow(), editor);
+}
+
+void TestPanel::offlineShowAsksNothing()
+{
+    PanelFixture f;
+    f.panel->updateKRXServiceOnlineState(false);
+    f.show(true);
+    QCOMPARE(f.service.lines(), QStringList());
+    QCOMPARE(f.panel->editorInits, 0);
+    QVERIFY(f.offline()->isVisible());
+    QVERIFY(!f.view()->isEnabled());
+    // The first show with the service is still to come.
+    f.panel->hide();
+    f.panel->updateKRXServiceOnlineState(true);
+    f.service.clear();
+    f.show(true);
+    QCOMPARE(f.service.lines(), QStringList({kProfiles}) + kLoading + QStringList({kProfiles}));
+}
+
+void TestPanel::withoutProfilesNothingCanBeAdded()
+{
+    PanelFixture f;
+    f.service.profiles.clear();
+    f.show(true);
+    QVERIFY(!f.add()->isEnabled());
+    QVERIFY(f.del()->isEnabled());
+    // An empty box assigns nothing.
+    QCOMPARE(f.puts(), QStringList());
+    QCOMPARE(f.profileOf("b"_s), "p2"_s);
+}
+
+void TestPanel::withoutACurrentFolderNothingCanBeRemoved()
+{
+    PanelFixture f;
+    f.service.folders.clear();
+    f.show();
+    QVERIFY(f.add()->isEnabled());
+    QVERIFY(!f.del()->isEnabled());
+}
+
+void TestPanel::plainPanelMakesItsOwnEditor()
+{
+    PanelFixture f;
+    KRXWindow plain(nullptr, nullptr);
+    plain.initProfilesWindow();
+    const auto editors = plain.findChildren<KRXProfilesWindow*>();
+    QCOMPARE(editors.size(), 1);
+    QCOMPARE(editors.at(0)->parentWidget(), &plain);
+    QCOMPARE(plain.findChild<QComboBox*>("profilesBox"_s, Qt::FindDirectChildrenOnly)->count(), 2);
+    plain.initProfilesWindow();
+    QCOMPARE(plain.findChildren<KRXProfilesWindow*>().size(), 1);
+}
+
+void TestPanel::goingOfflineShutsEverythingOffAndKeepsTheRows()
+{
+    PanelFixture f;
+    f.show();
+    f.panel->updateKRXServiceOnlineState(false);
+    QVERIFY(!f.panel->isKRXServiceOnline());
+    QVERIFY(f.offline()->isVisible());
+    for (const QWidget* control : QList<QWidget*>{f.view(), f.add(), f.del(), f.edit(), f.box(), f.summary(), f.section()})
+        QVERIFY2(!control->isEnabled(), qPrintable(control->objectName()));
+    QCOMPARE(f.view()->topLevelItemCount(), 2);
+    QCOMPARE(f.service.lines(), QStringList());
+}
+
+void TestPanel::goingOnlineReloadsInOrder()
+{
+    PanelFixture f;
+    f.show();
+    f.panel->updateKRXServiceOnlineState(false);
+    f.service.folders.append({"c"_s, "/media/0"_s, "p2"_s});
+    f.panel->updateKRXServiceOnlineState(true);
+    QCOMPARE(f.service.lines(), kLoading + QStringList({kProfiles}));
+    QVERIFY(f.offline()->isHidden());
+    for (const QWidget* control : QList<QWidget*>{f.view(), f.add(), f.del(), f.edit(), f.box(), f.summary(), f.section()})
+        QVERIFY2(control->isEnabled(), qPrintable(control->objectName()));
+    QCOMPARE(f.view()->topLevelItemCount(), 3);
+    QCOMPARE(f.currentFolder(), "c"_s);
+    QCOMPARE(f.summaryBin(), "Bin 2"_s);
+}
+
+void TestPanel::sameStateAgainDoesNothing()
+{
+    PanelFixture f;
+    f.show();
+    f.panel->updateKRXServiceOnlineState(true);
+    QCOMPARE(f.service.lines(), QStringList());
+    f.panel->updateKRXServiceOnlineState(false);
+    f.panel->updateKRXServiceOnlineState(false);
+    QCOMPARE(f.service.lines(), QStringList());
+}
+
+void TestPanel::goingOnlineDoesNotWriteFromAStaleBox()
+{
+    PanelFixture f;
+    f.show();
+    f.panel->updateKRXServiceOnlineState(false);
+    // Meanwhile somebody made a profile and gave it to the first folder.
+    f.service.profiles.append({"p9"_s, "Zoom"_s, "Bin 9"_s});
+    f.service.folders[0].profile = "p9"_s;
+    f.panel->updateKRXServiceOnlineState(true);
+    QCOMPARE(f.puts(), QStringList());
+    QCOMPARE(f.profileOf("a"_s), "p9"_s);
+    QCOMPARE(f.boxProfile(), "p9"_s);
+    QCOMPARE(f.summaryBin(), "Bin 9"_s);
+}
+
+void TestPanel::boxStandsAtTheFirstRowsProfileAfterGoingOnline()
+{
+    PanelFixture f;
+    f.service.folders[0].profile = "p2"_s;
+    f.show();
+    f.panel->updateKRXServiceOnlineState(false);
+    f.panel->updateKRXServiceOnlineState(true);
+    QCOMPARE(f.boxProfile(), "p2"_s);
+    QCOMPARE(f.summaryBin(), "Bin 2"_s);
+}
+
+void TestPanel::failedProfileRefreshKeepsTheKnownProfiles()
+{
+    PanelFixture f;
+    f.show();
+    f.service.refusals[kProfiles] = "down"_s;
+    f.panel->hide();
+    f.show();
+    QCOMPARE(f.box()->count(), 2);
+    QVERIFY(StandInHost::messageLog().isEmpty());
+}
+
+void TestPanel::chooserIsGuardedAndTitled()
+{
+    PanelFixture f;
+    f.show();
+    f.press(f.add());
+    QCOMPARE(StandInHost::directoryLog().size(), 1);
+    QCOMPARE(StandInHost::directoryLog().at(0).caption, "Select Folder"_s);
+    QCOMPARE(StandInHost::directoryLog().at(0).parent, f.panel.get());
+    QCOMPARE(f.guardDepthWhileChoosing, 1);
+    QCOMPARE(StandInHost::navigationGuardDepth(), 0);
+}
+
+void TestPanel::chooserStartsWhereItWasLastInEveryPanel()
+{
+    {
+        PanelFixture f;
+        f.show();
+        f.directory = "/media/remembered"_s;
+        f.press(f.add());
+    }
+    PanelFixture f;
+    f.show();
+    f.press(f.add());
+    QCOMPARE(StandInHost::directoryLog().at(0).start, "/media/remembered"_s);
+    // Cancelling keeps it.
+    f.press(f.add());
+    QCOMPARE(StandInHost::directoryLog().at(1).start, "/media/remembered"_s);
+}
+
+void TestPanel::directoryIsRememberedThoughTheAddFailed()
+{
+    PanelFixture f;
+    f.show();
+    f.directory = "/media/a"_s;
+    f.press(f.add());
+    QCOMPARE(StandInHost::messageLog().size(), 1);
+    f.press(f.add());
+    QCOMPARE(StandInHost::directoryLog().at(1).start, "/media/a"_s);
+}
+
+void TestPanel::cancelledChooserChangesNothing()
+{
+    PanelFixture f;
+    f.show();
+    f.press(f.add());
+    QCOMPARE(f.service.lines(), QStringList());
+    QCOMPARE(f.view()->topLevelItemCount(), 2);
+}
+
+void TestPanel::chosenDirectoryIsAddedWithTheBoxesProfile()
+{
+    PanelFixture f;
+    f.show();
+    f.view()->setCurrentItem(f.row("b"_s));
+    f.directory = "/media/new"_s;
+    f.press(f.add());
+    QCOMPARE(f.service.lines(), QStringList({"POST xelmediafolders"_s, "GET xelmediafolders/new"_s}));
+    QCOMPARE(f.currentFolder(), "new"_s);
+    QCOMPARE(f.profileOf("new"_s), "p2"_s);
+    QCOMPARE(View::getFolderPath(f.row("new"_s)), QDir::toNativeSeparators("/media/new"_s));
+    QVERIFY(f.del()->isEnabled());
+}
+
+void TestPanel::emptyBoxAddsWithoutAProfile()
+{
+    PanelFixture f;
+    f.service.profiles.clear();
+    f.show();
+    f.directory = "/media/new"_s;
+    // Only the button is shut off; the host may still reach the slot.
+    QVERIFY(QMetaObject::invokeMethod(f.panel.get(), "addFolderBtnPressed"));
+    QVERIFY(f.service.bodyOf("POST xelmediafolders"_s).contains("<profile></profile>"_s));
+}
+
+void TestPanel::panelDestroyedWhileChoosingIsHarmless()
+{
+    PanelFixture f;
+    f.show();
+    f.directory = "/media/new"_s;
+    f.whileChoosing = [&f] { f.panel.reset(); };
+    f.add()->click();
+    QVERIFY(!f.panel);
+    QCOMPARE(f.service.lines(), QStringList());
+    QCOMPARE(StandInHost::navigationGuardDepth(), 0);
+}
+
+void TestPanel::removingTheLastFolderDisablesTheButton()
+{
+    PanelFixture f;
+    f.service.folders.removeLast();
+    f.show();
+    QVERIFY(f.del()->isEnabled());
+    f.press(f.del());
+    QCOMPARE(f.service.lines(), QStringList({"DELETE xelmediafolders/a"_s}));
+    QCOMPARE(f.view()->topLevelItemCount(), 0);
+    QVERIFY(!f.del()->isEnabled());
+}
+
+void TestPanel::removingMovesToTheNextRow()
+{
+    PanelFixture f;
+    f.show();
+    f.press(f.del());
+    QCOMPARE(f.currentFolder(), "b"_s);
+    QCOMPARE(f.boxProfile(), "p2"_s);
+    QCOMPARE(f.summaryBin(), "Bin 2"_s);
+    QVERIFY(f.del()->isEnabled());
+    QCOMPARE(f.puts(), QStringList());
+}
+
+void TestPanel::failedRemovalKeepsTheButton()
+{
+    PanelFixture f;
+    f.show();
+    f.service.refusals["DELETE xelmediafolders/a"_s] = "Busy"_s;
+    f.press(f.del());
+    QCOMPARE(StandInHost::messageLog().size(), 1);
+    QCOMPARE(StandInHost::messageLog().at(0).text, "Can't delete folder a!\nBusy"_s);
+    QVERIFY(f.del()->isEnabled());
+    QCOMPARE(f.currentFolder(), "a"_s);
+}
+
+void TestPanel::refreshRestoresTheCurrentFolder()
+{
+    PanelFixture f;
+    f.show();
+    f.view()->setCurrentItem(f.row("b"_s));
+    f.service.folders.prepend({"0"_s, "/media/0"_s, "p1"_s});
+    f.service.clear();
+    f.panel->refreshFolders();
+    QCOMPARE(f.service.lines(), kLoading + QStringList({kProfiles}));
+    QCOMPARE(f.view()->topLevelItemCount(), 3);
+    QCOMPARE(f.currentFolder(), "b"_s);
+    QCOMPARE(f.boxProfile(), "p2"_s);
+    QCOMPARE(f.summaryBin(), "Bin 2"_s);
+    QVERIFY(!f.view()->signalsBlocked());
+    QVERIFY(!f.box()->signalsBlocked());
+}
+
+void TestPanel::refreshFallsBackToTheFirstFolder()
+{
+    PanelFixture f;
+    f.show();
+    f.view()->setCurrentItem(f.row("b"_s));
+    f.service.folders.removeLast();
+    f.panel->refreshFolders();
+    QCOMPARE(f.currentFolder(), "a"_s);
+    QCOMPARE(f.boxProfile(), "p1"_s);
+}
+
+void TestPanel::refreshWritesNothing()
+{
+    PanelFixture f;
+    f.show();
+    f.service.folders[0].profile = "gone"_s;
+    f.service.profiles.append({"p9"_s, "Zoom"_s});
+    f.service.folders[1].profile = "p9"_s;
+    f.panel->refreshFolders();
+    f.view()->setCurrentItem(f.row("b"_s));
+    f.panel->refreshFolders();
+    QCOMPARE(f.puts(), QStringList());
+    QCOMPARE(f.profileOf("a"_s), "gone"_s);
+    QCOMPARE(f.boxProfile(), "p9"_s);
+}
+
+void TestPanel::refreshUpdatesTheButtons()
+{
+    PanelFixture f;
+    f.show();
+    f.service.folders.clear();
+    f.service.profiles.clear();
+    f.panel->refreshFolders();
+    QVERIFY(!f.add()->isEnabled());
+    QVERIFY(!f.del()->isEnabled());
+    f.service.folders = {{"a"_s, "/media/a"_s, "p1"_s}};
+    f.service.profiles = {{"p1"_s, "Conform"_s}};
+    f.panel->refreshFolders();
+    QVERIFY(f.add()->isEnabled());
+    QVERIFY(f.del()->isEnabled());
+}
+
+void TestPanel::refreshWhileOfflineEnablesNothing()
+{
+    PanelFixture f;
+    f.show();
+    f.panel->updateKRXServiceOnlineState(false);
+    f.panel->refreshFolders();
+    QVERIFY(!f.add()->isEnabled());
+    QVERIFY(!f.del()->isEnabled());
+}
+
+void TestPanel::readyFoldersReachTheView()
+{
+    PanelFixture f;
+    f.show();
+    f.panel->updateFoldersOutputReadyState({"b"_s});
+    QCOMPARE(View::getIngestState(f.row("a"_s)), 0);
+    QCOMPARE(View::getIngestState(f.row("b"_s)), 1);
+}
+
+namespace {
+
+void acquire(const PanelFixture& f, const QString& folderId)
+{
+    View::setIngestState(f.row(folderId), View::NewClipsAvailable);
+    QRect cell = f.view()->visualItemRect(f.row(folderId));
+    cell.setWidth(f.view()->columnWidth(View::kIdxIngestColumn));
+    cell.moveLeft(0);
+    QTest::mouseClick(f.view()->viewport(), Qt::LeftButton, {}, cell.center());
+}
+
+QStringList& otherAcquired()
+{
+    static QStringList paths;
+    return paths;
+}
+
+} // namespace
+
+void TestPanel::acquiredClipsReachTheHost()
+{
+    PanelFixture f;
+    f.show();
+    f.service.folders[0].files = QStringList{"/out/1.xel"_s, "/out/2.xel"_s};
+    acquire(f, "a"_s);
+    QCOMPARE(PanelFixture::acquired(), QStringList({"/out/1.xel"_s, "/out/2.xel"_s}));
+}
+
+void TestPanel::registeredCallbackDoesNotReachTheView()
+{
+    PanelFixture f;
+    f.show();
+    otherAcquired().clear();
+    f.panel->registerCallback([](const QString& path) { otherAcquired() << path; });
+    f.service.folders[0].files = QStringList{"/out/1.xel"_s};
+    acquire(f, "a"_s);
+    QCOMPARE(PanelFixture::acquired(), QStringList({"/out/1.xel"_s}));
+    QCOMPARE(otherAcquired(), QStringList());
+}
+
+void TestPanel::nullCallbackIsNeverCalled()
+{
+    PanelFixture f;
+    f.panel = std::make_unique<HostPanel>(nullptr);
+    f.show();
+    f.service.folders[0].files = QStringList{"/out/1.xel"_s};
+    QTest::ignoreMessage(QtWarningMsg, "No one is registered to take acquired clips");
+    acquire(f, "a"_s);
+    QCOMPARE(View::getIngestState(f.row("a"_s)), 1);
+}
+
+void TestPanel::openedSummaryAsksForAHeight()
+{
+    PanelFixture f;
+    f.show();
+    const int closed = f.panel->layout()->totalSizeHint().height();
+    f.section()->DoExpandColapse();
+    QCOMPARE(f.panel->heights.size(), 1);
+    QCOMPARE(f.panel->heights.at(0), f.panel->layout()->totalSizeHint().height());
+    QVERIFY(f.panel->heights.at(0) > closed);
+    f.section()->DoExpandColapse();
+    QCOMPARE(f.panel->heights.last(), closed);
+}
+
+namespace {
+
+QImage painted(QWidget& panel)
+{
+    QImage image(panel.size(), QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::white);
+    panel.render(&image, QPoint(), QRegion(), QWidget::RenderFlags());
+    return image;
+}
+
+} // namespace
+
+void TestPanel::frameIsDrawnOnlyWhileHighlighted()
+{
+    PanelFixture f;
+    f.show();
+    const QImage plain = painted(*f.panel);
+    f.panel->setInHighlightState(true);
+    QVERIFY(painted(*f.panel) != plain);
+    f.panel->setInHighlightState(false);
+    QCOMPARE(painted(*f.panel), plain);
+}
+
+void TestPanel::frameOfWidthThreeIsInsetByOneAndTwo()
+{
+    PanelFixture f;
+    f.show();
+    StandInHost::setPaletteNumber("WindowHighlightFrameWidth"_s, 3);
+    StandInHost::setPaletteNumber("WindowHighlightFrameOpacity"_s, 100);
+    f.panel->setInHighlightState(true);
+    const QImage image = painted(*f.panel);
+    StandInHost::resetPaletteNumbers();
+    QImage expected(f.panel->size(), QImage::Format_ARGB32_Premultiplied);
+    expected.fill(Qt::white);
+    {
+        QPainter painter(&expected);
+        painter.setPen(QPen(HostQtShell::highlightPaletteColor("WindowHighlightFrameColor"_s), 3, Qt::SolidLine,
+                            Qt::SquareCap, Qt::BevelJoin));
+        painter.drawRect(QRect(1, 1, f.panel->width() - 3, f.panel->height() - 3));
+    }
+    const QRgb frame = HostQtShell::highlightPaletteColor("WindowHighlightFrameColor"_s).rgb();
+    const int right = f.panel->width() - 1;
+    const int bottom = f.panel->height() - 1;
+    const int middle = f.panel->width() / 2;
+    // Three pixels along each edge, none further in.
+    for (int depth = 0; depth < 3; ++depth) {
+        QCOMPARE(image.pixel(depth, 5), frame);
+        QCOMPARE(image.pixel(middle, depth), frame);
+        QCOMPARE(image.pixel(right - depth, 5), frame);
+        QCOMPARE(image.pixel(middle, bottom - depth), frame);
+    }
+    QVERIFY(image.pixel(3, 5) != frame);
+    QVERIFY(image.pixel(middle, 3) != frame);
+    QVERIFY(image.pixel(right - 3, 5) != frame);
+    QVERIFY(image.pixel(middle, bottom - 3) != frame);
+    QCOMPARE(expected.pixel(right - 2, 5), frame);
+}
+
+void TestPanel::frameHasTheHostsColour()
+{
+    PanelFixture f;
+    f.show();
+    StandInHost::setPaletteNumber("WindowHighlightFrameWidth"_s, 5);
+    StandInHost::setPaletteNumber("WindowHighlightFrameOpacity"_s, 50);
+    StandInHost::setHighlightColor(QColor(200, 0, 0));
+    const QImage plain = painted(*f.panel);
+    f.panel->setInHighlightState(true);
+    const QColor mixed = painted(*f.panel).pixelColor(2, 5);
+    StandInHost::resetPaletteNumbers();
+    StandInHost::setHighlightColor(QColor());
+    // 50 percent is an alpha of 127.
+    const QColor below = plain.pixelColor(2, 5);
+    const auto mix = [](int over, int under) { return (over * 127 + under * 128) / 255; };
+    QVERIFY(qAbs(mixed.red() - mix(200, below.red())) <= 2);
+    QVERIFY(qAbs(mixed.green() - mix(0, below.green())) <= 2);
+    QVERIFY(qAbs(mixed.blue() - mix(0, below.blue())) <= 2);
+}
+
+void TestPanel::changingTheStateRepaintsOnce()
+{
+    PanelFixture f;
+    f.show();
+    class Counter : public QObject
+    {
+    public:
+        bool eventFilter(QObject*, QEvent* event) override
+        {
+            paints += event->type() == QEvent::Paint ? 1 : 0;
+            return false;
+        }
+        int paints = 0;
+    } counter;
+    QCoreApplication::processEvents();
+    f.panel->installEventFilter(&counter);
+    f.panel->setInHighlightState(true);
+    f.panel->setInHighlightState(true);
+    QTRY_COMPARE(counter.paints, 1);
+    f.panel->setInHighlightState(true);
+    QCoreApplication::processEvents();
+    QCOMPARE(counter.paints, 1);
+}
+
+QTEST_MAIN(TestPanel)
+#include "test_panel.moc"
