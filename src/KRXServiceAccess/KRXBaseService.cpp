@@ -255,10 +255,18 @@ bool KRXBaseService::fetchDocument(const QString& url, QDomDocument& document, U
 
 bool KRXBaseService::parseAnswer(const QByteArray& body, QDomDocument& document, Unreadable unreadable)
 {
-    if (KRXXml::parse(body, document))
-        return true;
-    if (unreadable == Unreadable::Report)
-        m_lastError = KRXText::localised("The answer of the service could not be read");
+    return KRXXml::parse(body, document) || (unreadable == Unreadable::Report && reportUnreadable());
+}
+
+bool KRXBaseService::parseAnswerEach(const QByteArray& body, const QString& name,
+                                     const std::function<void(const QDomElement&)>& visit)
+{
+    return KRXXml::parseEach(body, name, visit) || reportUnreadable();
+}
+
+bool KRXBaseService::reportUnreadable()
+{
+    m_lastError = KRXText::localised("The answer of the service could not be read");
     return false;
 }
 

@@ -4,8 +4,10 @@
 
 #include <QByteArray>
 #include <QDomDocument>
+#include <QDomElement>
 #include <QString>
 
+#include <functional>
 #include <initializer_list>
 
 class IRestClient;
@@ -75,6 +77,9 @@ protected:
     /// Parses an answer into \a document, which stays as it was on failure.
     bool parseAnswer(const QByteArray& body, QDomDocument& document,
                      Unreadable unreadable = Unreadable::Report);
+    /// Parses an answer for the elements of one name; see KRXXml::parseEach().
+    bool parseAnswerEach(const QByteArray& body, const QString& name,
+                         const std::function<void(const QDomElement&)>& visit);
     /// Whether XML can carry all of these texts; sets the last error when it cannot.
     bool canSend(std::initializer_list<QString> texts);
 
@@ -85,6 +90,7 @@ protected:
     IRestClient* m_restClient = nullptr;
 
 private:
+    bool reportUnreadable();
     template <class Call>
     bool callClient(const char* failureKey, Call call);
     template <class Send>

@@ -11,6 +11,7 @@
 #include <QVariant>
 
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -70,14 +71,22 @@ bool KRXFolderManager::readFolders()
 
 bool KRXFolderManager::readFoldersInDetail()
 {
-    QDomDocument list;
-    if (!fetchDocument(QStringLiteral("%1?level=detail").arg(buildUrl()), list))
+    QByteArray body;
+    if (!exchangeGet(QStringLiteral("%1?level=detail").arg(buildUrl()), &body))
         return false;
+    // The records are made last: the earlier ones make room for them first.
+    std::vector<KRXFolderXml::FolderTexts> folders;
+    KRXFolderXml::Reader reader;
+    const auto take = [&](const QDomElement& element) {
+        if (auto folder = reader.read(element))
+            folders.push_back(std::move(*folder));
+    };
+    if (!parseAnswerEach(body, QStringLiteral("xelMediaFolder"), take))
+        return false;
+    body.clear();
     clearFolders();
-    // An element alone in a document of its own would be the first folder element there: reading it in place
-    // comes to the same.
-    for (const QDomElement& element : KRXXml::elementsByTag(list, QStringLiteral("xelMediaFolder")))
-        cacheFolder(KRXFolderXml::readElement(element));
+    for (const KRXFolderXml::FolderTexts& folder : folders)
+        cacheFolder(KRXFolderXml::makeFolder(folder));
     return true;
 }
 

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cstddef>
+#include <tuple>
 
 namespace KRXFolderXml {
 
@@ -24,13 +25,15 @@ struct TextField
 {
     const char* property;
     const char* element;
+    /// Whether many folders have the same text.
+    bool isCommon;
 };
 
 /// In the order in which they are written and set.
-constexpr std::array<TextField, 3> kTextFields = {{
-    {KRXFolderProperties::kPath, "path"},
-    {KRXFolderProperties::kProfileId, "profile"},
-    {KRXFolderProperties::kEnabled, "enabled"},
+constexpr std::array<TextField, std::tuple_size<decltype(FolderTexts::texts)>::value> kTextFields = {{
+    {KRXFolderProperties::kPath, "path", false},
+    {KRXFolderProperties::kProfileId, "profile", true},
+    {KRXFolderProperties::kEnabled, "enabled", true},
 }};
 
 QStringList fileNames(const QDomElement& list)
@@ -43,36 +46,46 @@ QStringList fileNames(const QDomElement& list)
 
 } // namespace
 
-std::unique_ptr<KRXFolder> readElement(const QDomElement& element)
+std::optional<FolderTexts> Reader::read(const QDomElement& element)
 {
-    const QString id = element.attribute(QLatin1String(kIdAttribute));
-    if (id.isEmpty())
-        return nullptr;
-    std::array<QString, kTextFields.size()> texts;
-    texts.fill(QLatin1String(""));
-    QStringList outputFiles;
+    FolderTexts result;
+    result.id = element.attribute(QLatin1String(kIdAttribute));
+    if (result.id.isEmpty())
+        return {};
+    result.texts.fill(QLatin1String(""));
     for (QDomElement child = element.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
         const QString tag = child.tagName();
         if (tag == QLatin1String(kOutputFilesElement)) {
-            outputFiles += fileNames(child);
+            result.outputFiles += fileNames(child);
             continue;
         }
         for (std::size_t i = 0; i < kTextFields.size(); ++i) {
             if (tag == QLatin1String(kTextFields[i].element))
-                texts[i] = KRXXml::textOf(child);
+                result.texts[i] = kTextFields[i].isCommon ? shared(KRXXml::textOf(child)) : KRXXml::textOf(child);
         }
     }
+    return result;
+}
+
+QString Reader::shared(const QString& text)
+{
+    return *m_pool.insert(text);
+}
+
+std::unique_ptr<KRXFolder> makeFolder(const FolderTexts& texts)
+{
     auto folder = std::make_unique<KRXFolder>();
-    folder->setProperty(KRXFolderProperties::kId, id);
+    folder->setProperty(KRXFolderProperties::kId, texts.id);
     for (std::size_t i = 0; i < kTextFields.size(); ++i)
-        folder->setProperty(kTextFields[i].property, texts[i]);
-    folder->setProperty(KRXFolderProperties::kOutputFiles, outputFiles);
+        folder->setProperty(kTextFields[i].property, texts.texts[i]);
+    folder->setProperty(KRXFolderProperties::kOutputFiles, texts.outputFiles);
     return folder;
 }
 
 std::unique_ptr<KRXFolder> parseFolderDetail(const QDomDocument& document)
 {
-    return readElement(KRXXml::firstElement(document, QLatin1String(kFolderElement)));
+    const auto texts = Reader().read(KRXXml::firstElement(document, QLatin1String(kFolderElement)));
+    return texts ? makeFolder(*texts) : nullptr;
 }
 
 void createXmlFolderElement(QDomDocument& document, QDomElement& parent, const KRXFolder& folder)

@@ -2,17 +2,43 @@
 
 #include <QDomDocument>
 #include <QDomElement>
+#include <QSet>
 #include <QString>
+#include <QStringList>
 
+#include <array>
 #include <memory>
+#include <optional>
 
 class KRXFolder;
 
 /// The documents that carry folders to and from the service.
 namespace KRXFolderXml {
 
-/// The folder of one "xelMediaFolder" element; null when the element has no "id".
-std::unique_ptr<KRXFolder> readElement(const QDomElement& element);
+/// What one "xelMediaFolder" element says.
+struct FolderTexts
+{
+    QString id;
+    /// Path, profile and enabled flag.
+    std::array<QString, 3> texts;
+    QStringList outputFiles;
+};
+
+/// Reads folder elements. Texts that many folders have in common are kept once for all that one reader reads.
+class Reader
+{
+public:
+    /// \return nothing when the element has no "id".
+    std::optional<FolderTexts> read(const QDomElement& element);
+
+private:
+    QString shared(const QString& text);
+
+    QSet<QString> m_pool;
+};
+
+/// The record of what an element says.
+std::unique_ptr<KRXFolder> makeFolder(const FolderTexts& texts);
 /// The folder of the first "xelMediaFolder" element anywhere in \a document; null when there is none.
 std::unique_ptr<KRXFolder> parseFolderDetail(const QDomDocument& document);
 /// Appends the folder's element to \a parent, or to the document itself when \a parent is null.

@@ -56,14 +56,20 @@ public:
     {
         if (index < 0 || index >= size())
             return nullptr;
-        return order()[static_cast<std::size_t>(index)]->second.get();
+        return order()[static_cast<std::size_t>(index)].record;
     }
 
     /// The identifier at a position within the order.
-    const QString& idAt(int index) const { return order()[static_cast<std::size_t>(index)]->first; }
+    const QString& idAt(int index) const { return *order()[static_cast<std::size_t>(index)].id; }
 
 private:
     using Records = std::map<QString, std::unique_ptr<Record>>;
+
+    struct Position
+    {
+        const QString* id;
+        Record* record;
+    };
 
     std::unique_ptr<Record>& slot(const QString& id)
     {
@@ -73,18 +79,18 @@ private:
     }
 
     /// Positions, made on the first walk after a change so that walks are linear.
-    const std::vector<typename Records::const_iterator>& order() const
+    const std::vector<Position>& order() const
     {
         if (m_order.size() != m_records.size()) {
             m_order.clear();
             m_order.reserve(m_records.size());
-            for (auto it = m_records.cbegin(); it != m_records.cend(); ++it)
-                m_order.push_back(it);
+            for (const auto& [id, record] : m_records)
+                m_order.push_back({&id, record.get()});
         }
         return m_order;
     }
 
     Records m_records;
     std::vector<std::unique_ptr<Record>> m_retired;
-    mutable std::vector<typename Records::const_iterator> m_order;
+    mutable std::vector<Position> m_order;
 };

@@ -8,6 +8,31 @@ namespace KRXXml {
 
 namespace {
 
+bool decode(const QByteArray& utf8, QString& text)
+{
+    constexpr int kMibUtf8 = 106;
+    QTextCodec::ConverterState state;
+    text = QTextCodec::codecForMib(kMibUtf8)->toUnicode(utf8.constData(), utf8.size(), &state);
+    // What was replaced in decoding would go back to the service altered.
+    return state.invalidChars == 0 && state.remainingChars == 0;
+}
+
+/// What is left of a document when those elements are cut out of it: well-formed exactly if they stood in
+/// well-formed surroundings.
+QString withoutSpans(const QString& text, const std::vector<ElementSpan>& spans, const QString& name)
+{
+    QString rest;
+    int from = 0;
+    for (const ElementSpan& span : spans) {
+        rest += text.midRef(from, span.begin - from);
+        // A blank keeps apart what was apart; a root leaves a root.
+        rest += span.isRoot ? QString(QLatin1Char('<') + name + QLatin1String("/>")) : QStringLiteral(" ");
+        from = span.end;
+    }
+    rest += text.midRef(from);
+    return rest;
+}
+
 /// The node that follows \a node in a walk of the tree below \a root; null at the end.
 QDomNode nextInWalk(const QDomNode& node, const QDomNode& root)
 {
@@ -61,13 +86,26 @@ bool parse(const QString& text, QDomDocument& document)
 
 bool parse(const QByteArray& utf8, QDomDocument& document)
 {
-    constexpr int kMibUtf8 = 106;
-    QTextCodec::ConverterState state;
-    const QString text = QTextCodec::codecForMib(kMibUtf8)->toUnicode(utf8.constData(), utf8.size(), &state);
-    // What was replaced in decoding would go back to the service altered.
-    if (state.invalidChars > 0 || state.remainingChars > 0)
+    QString text;
+    return decode(utf8, text) && parse(text, document);
+}
+
+bool parseEach(const QByteArray& utf8, const QString& name,
+               const std::function<void(const QDomElement&)>& visit)
+{
+    QString text;
+    std::vector<ElementSpan> spans;
+    QDomDocument document;
+    if (!decode(utf8, text) || !isSafeToParse(text, name, &spans)
+        || !document.setContent(withoutSpans(text, spans, name)))
         return false;
-    return parse(text, document);
+    for (const ElementSpan& span : spans) {
+        if (!document.setContent(QString::fromRawData(text.constData() + span.begin, span.end - span.begin)))
+            return false;
+        for (const QDomElement& element : elementsByTag(document, name))
+            visit(element);
+    }
+    return true;
 }
 
 QString textOf(const QDomElement& element)

@@ -5,6 +5,7 @@
 #include <QDomElement>
 #include <QString>
 
+#include <functional>
 #include <vector>
 
 /// The module's way with XML documents, so that every document is built, guarded, searched and written alike.
@@ -37,6 +38,13 @@ bool parse(const QString& text, QDomDocument& document);
 
 /// As above for the bytes of an answer. Refused too: bytes that are not UTF-8.
 bool parse(const QByteArray& utf8, QDomDocument& document);
+
+/// Parses the bytes of an answer for the elements of one name only, and gives each to \a visit, in document order.
+/// Outermost elements of that name are parsed one by one, each in a document of its own, so that a long list costs
+/// the memory of one entry. Refuses what parse() refuses.
+/// \return false when the answer is not well-formed; \a visit may have been called by then.
+bool parseEach(const QByteArray& utf8, const QString& name,
+               const std::function<void(const QDomElement&)>& visit);
 
 /// The text of an element, without a copy in the usual case of one text node.
 QString textOf(const QDomElement& element);

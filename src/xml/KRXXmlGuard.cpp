@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <vector>
 
 namespace KRXXml {
 
@@ -29,9 +30,11 @@ bool isCharacter(uint code)
 class MarkupWalk
 {
 public:
-    explicit MarkupWalk(const QString& text)
+    MarkupWalk(const QString& text, QStringView spanName, std::vector<ElementSpan>* spans)
         : m_begin(text.constData())
         , m_end(text.constData() + text.size())
+        , m_spanName(spanName)
+        , m_spans(spans)
     {
     }
 
@@ -99,15 +102,55 @@ private:
         case '?':
             return behindNext(at + 2, QLatin1String("?>"));
         case '/':
-            if (--m_depth < 0)
-                return nullptr;
-            return behindNext(at + 2, QLatin1String(">"));
+            return behindEndTag(at);
         default:
-            return behindTag(at + 1);
+            return behindStartTag(at);
         }
     }
 
-    const QChar* behindTag(const QChar* at)
+    const QChar* behindEndTag(const QChar* at)
+    {
+        if (--m_depth < 0)
+            return nullptr;
+        const QChar* behind = behindNext(at + 2, QLatin1String(">"));
+        if (behind && m_spanBegin && m_depth == m_spanDepth)
+            closeSpan(behind);
+        return behind;
+    }
+
+    const QChar* behindStartTag(const QChar* start)
+    {
+        const QChar* behind = endOfTag(start + 1);
+        if (!behind)
+            return nullptr;
+        if (m_spans && !m_spanBegin && isSpanTag(start + 1)) {
+            m_spanBegin = start;
+            m_spanDepth = m_depth;
+        }
+        if (behind[-2] == QLatin1Char('/')) {
+            if (m_spanBegin == start)
+                closeSpan(behind);
+            return behind;
+        }
+        return ++m_depth <= kMaxDepth ? behind : nullptr;
+    }
+
+    bool isSpanTag(const QChar* name) const
+    {
+        const QChar* behind = name + m_spanName.size();
+        if (behind >= m_end || QStringView(name, behind) != m_spanName)
+            return false;
+        return behind->isSpace() || *behind == QLatin1Char('>') || *behind == QLatin1Char('/');
+    }
+
+    void closeSpan(const QChar* behind)
+    {
+        m_spans->push_back({static_cast<int>(m_spanBegin - m_begin), static_cast<int>(behind - m_begin),
+                            m_spanDepth == 0});
+        m_spanBegin = nullptr;
+    }
+
+    const QChar* endOfTag(const QChar* at) const
     {
         // A ">" inside an attribute value does not end the tag.
         QChar quote;
@@ -123,8 +166,7 @@ private:
             } else if (c == QLatin1Char('"') || c == QLatin1Char('\'')) {
                 quote = c;
             } else if (c == QLatin1Char('>')) {
-                const bool isClosed = at[-1] == QLatin1Char('/');
-                return isClosed || ++m_depth <= kMaxDepth ? at + 1 : nullptr;
+                return at + 1;
             }
             ++at;
         }
@@ -133,14 +175,19 @@ private:
 
     const QChar* m_begin;
     const QChar* m_end;
+    QStringView m_spanName;
+    std::vector<ElementSpan>* m_spans;
     int m_depth = 0;
+    /// Where the span that the walk is in begins, and how many elements it stands in; null outside spans.
+    const QChar* m_spanBegin = nullptr;
+    int m_spanDepth = 0;
 };
 
 } // namespace
 
-bool isSafeToParse(const QString& text)
+bool isSafeToParse(const QString& text, QStringView spanName, std::vector<ElementSpan>* spans)
 {
-    return text.size() <= kMaxDocumentLength && canCarry(text) && MarkupWalk(text).isSafe();
+    return text.size() <= kMaxDocumentLength && canCarry(text) && MarkupWalk(text, spanName, spans).isSafe();
 }
 
 } // namespace KRXXml
