@@ -145,10 +145,10 @@ QString KRXProfileManager::getDefaultProfileID() const
 QList<QPair<QString, QString>> KRXProfileManager::profileItems() const
 {
     QList<QPair<QString, QString>> items;
-    for (int i = 0; i < m_profiles.size(); ++i) {
-        const QVariant name = m_profiles.at(i)->property(KRXProfileProperties::kName);
+    for (const auto& [id, profile] : m_profiles.entries()) {
+        const QVariant name = profile->property(KRXProfileProperties::kName);
         if (name.isValid())
-            items.append(qMakePair(m_profiles.idAt(i), name.toString()));
+            items.append(qMakePair(id, name.toString()));
     }
     std::sort(items.begin(), items.end(), [](const auto& a, const auto& b) {
         return QString::compare(a.second, b.second, Qt::CaseInsensitive) < 0;
@@ -160,8 +160,8 @@ QList<KRXProfile*> KRXProfileManager::getKRXProfileList() const
 {
     QList<KRXProfile*> profiles;
     profiles.reserve(m_profiles.size());
-    for (int i = 0; i < m_profiles.size(); ++i)
-        profiles.append(m_profiles.at(i));
+    for (const auto& entry : m_profiles.entries())
+        profiles.append(entry.second.get());
     return profiles;
 }
 

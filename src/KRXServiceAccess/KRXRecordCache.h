@@ -56,20 +56,14 @@ public:
     {
         if (index < 0 || index >= size())
             return nullptr;
-        return order()[static_cast<std::size_t>(index)].record;
+        return order()[static_cast<std::size_t>(index)];
     }
 
-    /// The identifier at a position within the order.
-    const QString& idAt(int index) const { return *order()[static_cast<std::size_t>(index)].id; }
+    /// Every identifier with its record, in order.
+    const std::map<QString, std::unique_ptr<Record>>& entries() const { return m_records; }
 
 private:
     using Records = std::map<QString, std::unique_ptr<Record>>;
-
-    struct Position
-    {
-        const QString* id;
-        Record* record;
-    };
 
     std::unique_ptr<Record>& slot(const QString& id)
     {
@@ -79,18 +73,18 @@ private:
     }
 
     /// Positions, made on the first walk after a change so that walks are linear.
-    const std::vector<Position>& order() const
+    const std::vector<Record*>& order() const
     {
         if (m_order.size() != m_records.size()) {
             m_order.clear();
             m_order.reserve(m_records.size());
-            for (const auto& [id, record] : m_records)
-                m_order.push_back({&id, record.get()});
+            for (const auto& entry : m_records)
+                m_order.push_back(entry.second.get());
         }
         return m_order;
     }
 
     Records m_records;
     std::vector<std::unique_ptr<Record>> m_retired;
-    mutable std::vector<Position> m_order;
+    mutable std::vector<Record*> m_order;
 };
