@@ -90,7 +90,7 @@ RestClientUrl refused(RestFailure failure, const QString& detail)
 
 QString textOf(std::string_view bytes)
 {
-    return QString::fromUtf8(bytes.data(), static_cast<int>(bytes.size()));
+    return QString::fromStdString(std::string(bytes));
 }
 
 } // namespace
