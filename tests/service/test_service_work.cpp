@@ -1,0 +1,530 @@
+#include "base/Text.h"
+#include "store/Database.h"
+#include "store/ErrorStore.h"
+#include "store/FileStore.h"
+#include "work/Copier.h"
+#include "work/FileTools.h"
+#include "work/MediaProbe.h"
+#include "work/OutputArea.h"
+#include "work/Pipeline.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace krxservice;
+
+namespace {
+
+void write(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(content), qint64(content.size()));
+}
+
+QByteArray content(const std::string& path)
+{
+    QFile file(QString::fromStdString(path));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
+}
+
+QStringList names(const QString& folder)
+{
+    return QDir(folder).entryList(QDir::Files | QDir::Hidden, QDir::Name);
+}
+
+QByteArray report(const char* format, const char* score, const char* streams)
+{
+    return QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?><ffprobe><streams>") + streams
+        + "</streams><format format_name=\"" + format + "\" probe_score=\"" + score + "\" duration=\"1.5\"/></ffprobe>";
+}
+
+ProbeResult read(const QByteArray& text)
+{
+    return MediaProbe::read({text.constData(), static_cast<std::size_t>(text.size())});
+}
+
+} // namespace
+
+class TestServiceWork : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_media;
+    std::string m_wave;
+
+    /// A pipeline on a fresh data folder.
+    struct Bench
+    {
+        QTemporaryDir folder;
+        Database database{folder.path().toStdString() + "/db"};
+        FileStore files{database};
+        ErrorStore errors{database};
+        OutputArea outputs{folder.path().toStdString() + "/output"};
+        Pipeline pipeline{database, files, errors, outputs};
+
+        FileOrder order(const std::string& path) const
+        {
+            FileOrder order;
+            order.ownerKind = "folder";
+            order.ownerId = "f000001";
+            order.ownerPath = "/in";
+            order.path = path;
+            order.profile.name = "P";
+            order.cancel = makeCancelToken();
+            return order;
+        }
+        std::vector<std::string> listed() { return outputs.list("f000001"); }
+    };
+
+    static ActivityRecipe copyTo(const QString& folder, bool relink = false)
+    {
+        ActivityRecipe copy;
+        copy.kind = ActivityRecipe::Kind::Copy;
+        copy.id = "copy";
+        copy.destination = folder.toStdString();
+        copy.relinkAfterCopy = relink;
+        return copy;
+    }
+
+    static CopyOrder copyOrder(const QString& source, const QString& folder)
+    {
+        CopyOrder order;
+        order.source = source.toStdString();
+        order.directory = folder.toStdString();
+        order.cancel = makeCancelToken();
+        return order;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        const QString file = m_media.filePath(QStringLiteral("a.wav"));
+        QCOMPARE(QProcess::execute(QStringLiteral("ffmpeg"),
+                     {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-f"), QStringLiteral("lavfi"),
+                         QStringLiteral("-i"), QStringLiteral("sine=d=0.1"), file}),
+            0);
+        m_wave = file.toStdString();
+    }
+
+    void copyIsVerifiedAndKeepsTheTime()
+    {
+        QTemporaryDir folder;
+        const QString source = folder.filePath(QStringLiteral("a.mov"));
+        const QByteArray bytes(3 * 1024 * 1024 + 17, 'q');
+        write(source, bytes);
+        QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("to")));
+        std::string scratch;
+        int last = -1;
+        CopyOrder order = copyOrder(source, folder.filePath(QStringLiteral("to")));
+        order.willWrite = [&](const std::string& name) { scratch = name; };
+        order.progress = [&](int percent) {
+            QVERIFY(percent >= last && percent <= 100);
+            last = percent;
+            // Until it is whole, nobody can mistake it for a clip.
+            QCOMPARE(names(folder.filePath(QStringLiteral("to"))).size(), 1);
+            QVERIFY(names(folder.filePath(QStringLiteral("to"))).first().startsWith(QLatin1Char('.')));
+        };
+        const CopyResult result = Copier::copy(order);
+        QVERIFY2(result.ok, result.error.c_str());
+        QCOMPARE(result.path, folder.filePath(QStringLiteral("to/a.mov")).toStdString());
+        QCOMPARE(content(result.path), bytes);
+        QVERIFY(*filetools::stampOf(result.path) == *filetools::stampOf(source.toStdString()));
+        QVERIFY(!scratch.empty() && ::access(scratch.c_str(), F_OK) != 0);
+        QVERIFY(last > 0);
+        std::string error;
+        QCOMPARE(*filetools::checksum(result.path, makeCancelToken(), error), result.checksum);
+    }
+
+    void copyNeverReplacesAnotherFile()
+    {
+        QTemporaryDir folder;
+        const QString source = folder.filePath(QStringLiteral("a.b.mov"));
+        QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("to")));
+        write(source, "new");
+        write(folder.filePath(QStringLiteral("to/a.b.mov")), "old");
+        const CopyResult second = Copier::copy(copyOrder(source, folder.filePath(QStringLiteral("to"))));
+        QCOMPARE(second.path, folder.filePath(QStringLiteral("to/a.b (2).mov")).toStdString());
+        QCOMPARE(content(folder.filePath(QStringLiteral("to/a.b.mov")).toStdString()), QByteArray("old"));
+        QCOMPARE(content(second.path), QByteArray("new"));
+    }
+
+    void fileOfTheSameContentCountsAsTheCopy()
+    {
+        QTemporaryDir folder;
+        const QString source = folder.filePath(QStringLiteral("a.mov"));
+        QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("to")));
+        write(source, "same");
+        write(folder.filePath(QStringLiteral("to/a.mov")), "same");
+        const CopyResult result = Copier::copy(copyOrder(source, folder.filePath(QStringLiteral("to"))));
+        QVERIFY(result.ok);
+        QCOMPARE(names(folder.filePath(QStringLiteral("to"))), QStringList{QStringLiteral("a.mov")});
+    }
+
+    void copyToAMissingFolderFailsAndMakesNothing()
+    {
+        QTemporaryDir folder;
+        const QString source = folder.filePath(QStringLiteral("a.mov"));
+        write(source, "x");
+        const CopyResult result = Copier::copy(copyOrder(source, folder.filePath(QStringLiteral("away"))));
+        QVERIFY(!result.ok && !result.error.empty());
+        QVERIFY(!QFile::exists(folder.filePath(QStringLiteral("away"))));
+    }
+
+    void cancelledCopyLeavesNothing()
+    {
+        QTemporaryDir folder;
+        const QString source = folder.filePath(QStringLiteral("a.mov"));
+        write(source, QByteArray(4 * 1024 * 1024, 'x'));
+        QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("to")));
+        CopyOrder order = copyOrder(source, folder.filePath(QStringLiteral("to")));
+        order.progress = [&](int) { *order.cancel = true; };
+        const CopyResult result = Copier::copy(order);
+        QVERIFY(!result.ok && result.cancelled);
+        QVERIFY(names(folder.filePath(QStringLiteral("to"))).isEmpty());
+    }
+
+    void sourceThatChangesWhileItIsCopiedFails()
+    {
+        QTemporaryDir folder;
+        const QString source = folder.filePath(QStringLiteral("a.mov"));
+        write(source, QByteArray(4 * 1024 * 1024, 'x'));
+        QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("to")));
+        CopyOrder order = copyOrder(source, folder.filePath(QStringLiteral("to")));
+        bool once = false;
+        order.progress = [&](int) {
+            QFile file(source);
+            if (!once && file.open(QIODevice::Append))
+                file.write("more");
+            once = true;
+        };
+        QVERIFY(!Copier::copy(order).ok);
+        QVERIFY(names(folder.filePath(QStringLiteral("to"))).isEmpty());
+    }
+
+    void copyDamagedOnTheDiskIsNoticed()
+    {
+        QTemporaryDir folder;
+        const QString source = folder.filePath(QStringLiteral("a.mov"));
+        write(source, QByteArray(2 * 1024 * 1024, 'x'));
+        QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("to")));
+        CopyOrder order = copyOrder(source, folder.filePath(QStringLiteral("to")));
+        std::string scratch;
+        order.willWrite = [&](const std::string& name) { scratch = name; };
+        order.progress = [&](int percent) {
+            QFile file(QString::fromStdString(scratch));
+            if (percent == 90 && file.open(QIODevice::ReadWrite))
+                file.write("y");
+        };
+        const CopyResult result = Copier::copy(order);
+        QVERIFY(!result.ok);
+        QVERIFY(result.error.find("differs") != std::string::npos);
+        QVERIFY(names(folder.filePath(QStringLiteral("to"))).isEmpty());
+    }
+
+    void fingerprintOfLargeFilesSeesBothEndsAndTheLength()
+    {
+        QTemporaryDir folder;
+        const std::string path = folder.filePath(QStringLiteral("big")).toStdString();
+        const auto token = makeCancelToken();
+        std::string error;
+        write(QString::fromStdString(path), "start");
+        QCOMPARE(::truncate(path.c_str(), 70LL * 1024 * 1024), 0);
+        const auto first = filetools::fingerprint(path, token, error);
+        QVERIFY(first && first->rfind("xxh3-64-sampled:", 0) == 0);
+        QFile file(QString::fromStdString(path));
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        file.seek(file.size() - 1);
+        file.write("e");
+        file.close();
+        const auto second = filetools::fingerprint(path, token, error);
+        QVERIFY(second && *second != *first);
+        QCOMPARE(::truncate(path.c_str(), 70LL * 1024 * 1024 + 1), 0);
+        QVERIFY(*filetools::fingerprint(path, token, error) != *second);
+        *token = true;
+        QVERIFY(!filetools::fingerprint(path, token, error));
+    }
+
+    void probeTellsMediaFromOtherFiles()
+    {
+        const char* video = "<stream index=\"0\" codec_type=\"video\" width=\"64\" height=\"48\" r_frame_rate=\"25/1\">"
+                            "<tag key=\"timecode\" value=\"01:00:00:00\"/></stream>";
+        const auto movie = read(report("mov,mp4", "100", video));
+        QVERIFY(movie.verdict == ProbeResult::Verdict::Media);
+        QCOMPARE(movie.facts.kind, std::string("video"));
+        QCOMPARE(movie.facts.duration, std::string("1.5"));
+        QCOMPARE(movie.facts.timecode, std::string("01:00:00:00"));
+        QCOMPARE(movie.facts.streams.at(0).frameRate, std::string("25/1"));
+        QCOMPARE(read(report("png_pipe", "99", video)).facts.kind, std::string("image"));
+        QCOMPARE(read(report("image2", "50", video)).facts.kind, std::string("image"));
+        QCOMPARE(read(report("wav", "99", "<stream codec_type=\"audio\" sample_rate=\"48000\"/>")).facts.kind,
+            std::string("audio"));
+        QVERIFY(read(report("tty", "50", video)).verdict == ProbeResult::Verdict::NotMedia);
+        QVERIFY(read(report("mp3", "25", video)).verdict == ProbeResult::Verdict::NotMedia);
+        QVERIFY(read(report("srt", "100", "<stream codec_type=\"subtitle\"/>")).verdict == ProbeResult::Verdict::NotMedia);
+        QVERIFY(read(report("mov", "100", "")).verdict == ProbeResult::Verdict::NotMedia);
+        QVERIFY(read("").verdict == ProbeResult::Verdict::NotMedia);
+        QVERIFY(read("<ffprobe>").verdict == ProbeResult::Verdict::NotMedia);
+    }
+
+    void probeAsksTheRealProgram()
+    {
+        QVERIFY(MediaProbe::probe(m_wave, makeCancelToken()).verdict == ProbeResult::Verdict::Media);
+        QVERIFY(MediaProbe::probe("/nowhere", makeCancelToken()).verdict == ProbeResult::Verdict::NotMedia);
+        const QString text = m_media.filePath(QStringLiteral("notes.txt"));
+        write(text, "just some words\n");
+        QVERIFY(MediaProbe::probe(text.toStdString(), makeCancelToken()).verdict == ProbeResult::Verdict::NotMedia);
+    }
+
+    void playListDoesNotMakeTheProbeOpenOtherPlaces()
+    {
+        const QString list = m_media.filePath(QStringLiteral("list.m3u8"));
+        write(list, "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\nhttp://127.0.0.1:9/a.ts\n#EXT-X-ENDLIST\n");
+        QVERIFY(MediaProbe::probe(list.toStdString(), makeCancelToken()).verdict == ProbeResult::Verdict::NotMedia);
+    }
+
+    void outputNamesKeepTheSourceNameReadable()
+    {
+        QCOMPARE(OutputArea::fileName(7, "/in/a b.mov"), std::string("7-a b.mov.xel"));
+        QCOMPARE(OutputArea::fileName(1, "/in/a\nb\xFF"), std::string("1-a b\xEF\xBF\xBD.xel"));
+        std::string letters;
+        for (int i = 0; i < 120; ++i)
+            letters += "\xC3\xA9";
+        const std::string name = OutputArea::fileName(1, "/in/" + letters);
+        QVERIFY(name.size() < 200 && text::isXmlText(name));
+    }
+
+    void outputsAreListedWhileTheyAreOnTheDisk()
+    {
+        QTemporaryDir folder;
+        const std::string root = folder.path().toStdString() + "/output";
+        {
+            OutputArea area(root);
+            for (const char* name : {"10-b.xel", "9-a.xel"}) {
+                QCOMPARE(area.prepare("f000001", name, "x"), std::string());
+                QVERIFY(area.isPrepared("f000001", name));
+                QVERIFY(area.readyFolders().empty() || std::string(name) == "9-a.xel");
+                QCOMPARE(area.publish("f000001", name), std::string());
+                QVERIFY(!area.isPrepared("f000001", name));
+            }
+            area.prepare("j000001", "3-c.xel", "x");
+            area.publish("j000001", "3-c.xel");
+            QCOMPARE(area.list("f000001"), (std::vector<std::string>{root + "/f000001/9-a.xel", root + "/f000001/10-b.xel"}));
+            QCOMPARE(area.readyFolders(), std::vector<std::string>{"f000001"});
+        }
+        OutputArea area(root);
+        QCOMPARE(area.list("j000001"), std::vector<std::string>{root + "/jobs/j000001/3-c.xel"});
+        QCOMPARE(area.list("f000001").size(), std::size_t(2));
+        ::unlink((root + "/f000001/9-a.xel").c_str());
+        QCOMPARE(area.list("f000001").size(), std::size_t(1));
+        ::unlink((root + "/f000001/10-b.xel").c_str());
+        QVERIFY(area.readyFolders().empty());
+        area.removeAll("j000001");
+        QVERIFY(area.list("j000001").empty());
+        QVERIFY(::access((root + "/jobs/j000001").c_str(), F_OK) != 0);
+    }
+
+    void fileIsOfferedOnceThenKnown()
+    {
+        Bench bench;
+        QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == FileResult::End::Offered);
+        QCOMPARE(bench.listed().size(), std::size_t(1));
+        QVERIFY(content(bench.listed()[0]).contains("<path>" + QByteArray::fromStdString(m_wave) + "</path>"));
+        QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == FileResult::End::Known);
+        ::unlink(bench.listed()[0].c_str());
+        QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == FileResult::End::Known);
+        QVERIFY(bench.listed().empty());
+    }
+
+    void touchedFileOfTheSameContentIsNotOfferedAgain()
+    {
+        Bench bench;
+        const QString file = bench.folder.filePath(QStringLiteral("a.wav"));
+        QVERIFY(QFile::copy(QString::fromStdString(m_wave), file));
+        bench.pipeline.process(bench.order(file.toStdString()));
+        const timespec times[2] = {{1000, 0}, {1000, 0}};
+        QCOMPARE(::utimensat(AT_FDCWD, file.toStdString().c_str(), times, 0), 0);
+        const auto again = bench.pipeline.process(bench.order(file.toStdString()));
+        QVERIFY(again.end == FileResult::End::Known);
+        QCOMPARE(bench.files.known("f000001").at(file.toStdString()).modified, std::int64_t(1000) * 1000000000);
+    }
+
+    void fileThatIsNoMediaIsReportedOnce()
+    {
+        Bench bench;
+        const QString file = bench.folder.filePath(QStringLiteral("a.txt"));
+        write(file, "words\n");
+        QVERIFY(bench.pipeline.process(bench.order(file.toStdString())).end == FileResult::End::Rejected);
+        QVERIFY(bench.pipeline.process(bench.order(file.toStdString())).end == FileResult::End::Known);
+        QCOMPARE(bench.errors.list().size(), std::size_t(1));
+        QVERIFY(bench.listed().empty());
+    }
+
+    void fileWhoseNameNoDocumentCarriesIsReportedNotAltered()
+    {
+        Bench bench;
+        const std::string path = bench.folder.path().toStdString() + "/a\x01.wav";
+        QVERIFY(QFile::copy(QString::fromStdString(m_wave), QString::fromStdString(path)));
+        QVERIFY(bench.pipeline.process(bench.order(path)).end == FileResult::End::Rejected);
+        QVERIFY(bench.listed().empty());
+    }
+
+    void copyActionIsDoneAndTheOutputLinksToTheCopyWhenAsked()
+    {
+        for (const bool relink : {false, true}) {
+            Bench bench;
+            const QString to = bench.folder.filePath(QStringLiteral("to"));
+            QVERIFY(QDir().mkdir(to));
+            FileOrder order = bench.order(m_wave);
+            order.profile.activities = {copyTo(to + QLatin1Char('/'), relink)};
+            bool acted = false;
+            order.willAct = [&] { acted = true; };
+            QVERIFY(bench.pipeline.process(order).end == FileResult::End::Offered);
+            QVERIFY(acted);
+            const QByteArray copy = to.toUtf8() + "/a.wav";
+            QCOMPARE(content(copy.toStdString()), content(m_wave));
+            const QByteArray document = content(bench.listed().at(0));
+            QCOMPARE(document.contains("<path>" + copy + "</path>"), relink);
+            QVERIFY(document.contains("<path>" + QByteArray::fromStdString(m_wave) + "</path>"));
+        }
+    }
+
+    void failedActionLeavesNoOutputAndIsNotTriedAgain()
+    {
+        Bench bench;
+        FileOrder order = bench.order(m_wave);
+        order.profile.activities = {copyTo(QStringLiteral("/nowhere/at/all"))};
+        const auto result = bench.pipeline.process(order);
+        QVERIFY(result.end == FileResult::End::Failed);
+        QVERIFY(result.text.find("/nowhere/at/all") != std::string::npos);
+        QVERIFY(bench.listed().empty());
+        QVERIFY(bench.pipeline.process(order).end == FileResult::End::Known);
+        bench.files.forgetFailed("f000001");
+        QVERIFY(bench.pipeline.process(order).end == FileResult::End::Failed);
+    }
+
+    void transcodeAndConsolidateFailWithATextThatSaysSo()
+    {
+        for (const char* id : {"transcode", "consolidate"}) {
+            Bench bench;
+            FileOrder order = bench.order(m_wave);
+            ActivityRecipe activity;
+            activity.kind = std::string(id) == "transcode" ? ActivityRecipe::Kind::Transcode
+                                                          : ActivityRecipe::Kind::Consolidate;
+            activity.id = id;
+            order.profile.activities = {activity};
+            const auto result = bench.pipeline.process(order);
+            QVERIFY(result.end == FileResult::End::Failed);
+            QCOMPARE(result.text,
+                "The action \"" + std::string(id) + "\" is not available in this version of the service");
+            QVERIFY(bench.listed().empty());
+        }
+    }
+
+    void copyIntoTheWatchedFolderItselfFails()
+    {
+        Bench bench;
+        FileOrder order = bench.order(m_wave);
+        order.ownerPath = m_media.path().toStdString();
+        order.profile.activities = {copyTo(m_media.path() + QLatin1Char('/'))};
+        QVERIFY(bench.pipeline.process(order).end == FileResult::End::Failed);
+    }
+
+    void crashBeforeTheOutputIsPreparedWorksOnTheFileAgain()
+    {
+        Bench bench;
+        const QString scratch = bench.folder.filePath(QStringLiteral(".x.part"));
+        write(scratch, "half a copy");
+        FileRecord record;
+        record.owner = "f000001";
+        record.path = m_wave;
+        const auto id = bench.files.take(record);
+        bench.files.setScratch(id, scratch.toStdString());
+        const std::string name = OutputArea::fileName(id, m_wave);
+        bench.outputs.prepare("f000001", name, "x");
+        bench.pipeline.recover();
+        QVERIFY(!QFile::exists(scratch));
+        QVERIFY(!bench.outputs.isPrepared("f000001", name));
+        QVERIFY(bench.files.inState(FileState::Taken).empty());
+        QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == FileResult::End::Offered);
+        QCOMPARE(bench.listed().size(), std::size_t(1));
+    }
+
+    void crashBeforeTheRenamePublishesTheOutputOnce()
+    {
+        Bench bench;
+        FileRecord record;
+        record.owner = "f000001";
+        record.path = m_wave;
+        const auto id = bench.files.take(record);
+        const std::string name = OutputArea::fileName(id, m_wave);
+        bench.outputs.prepare("f000001", name, "x");
+        bench.files.move(id, FileState::Taken, FileState::Publishing, name);
+        bench.pipeline.recover();
+        QCOMPARE(bench.listed().size(), std::size_t(1));
+        bench.pipeline.recover();
+        QCOMPARE(bench.listed().size(), std::size_t(1));
+        QCOMPARE(bench.files.inState(FileState::Offered).size(), std::size_t(1));
+    }
+
+    void crashAfterTheRenameOffersNothingTwiceThoughTheClipWasTakenMeanwhile()
+    {
+        Bench bench;
+        FileRecord record;
+        record.owner = "f000001";
+        record.path = m_wave;
+        const auto id = bench.files.take(record);
+        const std::string name = OutputArea::fileName(id, m_wave);
+        bench.outputs.prepare("f000001", name, "x");
+        bench.files.move(id, FileState::Taken, FileState::Publishing, name);
+        bench.outputs.publish("f000001", name);
+        ::unlink(bench.outputs.path("f000001", name).c_str());
+        bench.pipeline.recover();
+        QVERIFY(bench.listed().empty());
+        QCOMPARE(bench.files.inState(FileState::Offered).size(), std::size_t(1));
+    }
+
+    void outputsNobodyKnowsOfAreRemovedAtTheStart()
+    {
+        Bench bench;
+        bench.outputs.prepare("f000009", "5-x.xel", "x");
+        bench.outputs.publish("f000009", "5-x.xel");
+        bench.pipeline.recover();
+        QVERIFY(bench.outputs.list("f000009").empty());
+    }
+
+    void cancelledWorkIsTakenUpAgainUnlessItIsToStayCancelled()
+    {
+        for (const bool stays : {false, true}) {
+            Bench bench;
+            FileOrder order = bench.order(m_wave);
+            order.profile.activities = {copyTo(bench.folder.path())};
+            order.willAct = [&] { *order.cancel = true; };
+            order.staysCancelled = [stays] { return stays; };
+            const auto result = bench.pipeline.process(order);
+            QVERIFY(result.end == FileResult::End::Cancelled);
+            QCOMPARE(result.stamp.has_value(), stays);
+            QVERIFY(bench.pipeline.process(bench.order(m_wave)).end
+                == (stays ? FileResult::End::Known : FileResult::End::Offered));
+        }
+    }
+
+    void folderRemovedWhileItsFileIsWorkedOnGetsNoOutput()
+    {
+        Bench bench;
+        FileOrder order = bench.order(m_wave);
+        order.profile.activities = {copyTo(bench.folder.path())};
+        order.willAct = [&] { bench.files.forget("f000001"); };
+        QVERIFY(bench.pipeline.process(order).end == FileResult::End::Later);
+        QVERIFY(bench.listed().empty());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestServiceWork)
+#include "test_service_work.moc"
