@@ -90,10 +90,12 @@ private slots:
 
     void enterPressesTheDefaultButton()
     {
-        whenShown<QMessageBox>(this, [](QMessageBox* box) { QTest::keyClick(box, Qt::Key_Return); });
-        QCOMPARE(HostQtShell::showManagedMessageBox(nullptr, QMessageBox::Question, QString(), QStringLiteral("?"),
-                                                    QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes),
-                 QMessageBox::Yes);
+        for (const QMessageBox::StandardButton button : {QMessageBox::Yes, QMessageBox::No}) {
+            whenShown<QMessageBox>(this, [](QMessageBox* box) { QTest::keyClick(box, Qt::Key_Return); });
+            QCOMPARE(HostQtShell::showManagedMessageBox(nullptr, QMessageBox::Question, QString(), QStringLiteral("?"),
+                                                        QMessageBox::Yes | QMessageBox::No, button),
+                     button);
+        }
     }
 
     void aBoxThatWasClosedOtherwiseGivesTheDefaultButton()

@@ -271,8 +271,18 @@ private slots:
             const QString suffix = ratio == 1 ? QString() : QStringLiteral("@%1x").arg(ratio);
             const QImage source(QStringLiteral(":/stand-in/icons/KRX/IngestReady%1.png").arg(suffix));
             QCOMPARE(image.size(), source.size());
-            const QPoint centre = source.rect().center();
-            QCOMPARE(image.pixelColor(centre), source.convertToFormat(QImage::Format_ARGB32).pixelColor(centre));
+            int differing = 0;
+            for (int y = 0; y < source.height(); ++y) {
+                for (int x = 0; x < source.width(); ++x) {
+                    // Painting rounds once more where a pixel is not opaque.
+                    const QColor expected = source.pixelColor(x, y);
+                    const QColor actual = image.pixelColor(x, y);
+                    const bool isSame = qAbs(expected.alpha() - actual.alpha()) <= 2
+                        && (expected.alpha() < 255 || expected == actual);
+                    differing += isSame ? 0 : 1;
+                }
+            }
+            QCOMPARE(differing, 0);
         }
     }
 
