@@ -4,6 +4,14 @@
 <context>
     <name>KRX</name>
     <message>
+        <source>+</source>
+        <translation>+</translation>
+    </message>
+    <message>
+        <source>-</source>
+        <translation>-</translation>
+    </message>
+    <message>
         <source>16 Bit</source>
         <translation>16 Bit</translation>
     </message>
@@ -34,6 +42,10 @@
     <message>
         <source>Active  Bin</source>
         <translation>Aktive Bin</translation>
+    </message>
+    <message>
+        <source>Add Folder to the KRX Folder List</source>
+        <translation>Ordner zur Liste der KRX-Ordner hinzufügen</translation>
     </message>
     <message>
         <source>Add an Action</source>
@@ -156,6 +168,10 @@
         <translation>Aktion wählen</translation>
     </message>
     <message>
+        <source>Choose Profile for Selected Folder</source>
+        <translation>Profil für den ausgewählten Ordner wählen</translation>
+    </message>
+    <message>
         <source>Choose the Location Where You Want the files Copied to</source>
         <translation>Ort wählen, an den die Dateien kopiert werden</translation>
     </message>
@@ -258,6 +274,10 @@
     <message>
         <source>Drag to order:</source>
         <translation>Zum Ordnen ziehen:</translation>
+    </message>
+    <message>
+        <source>Edit a Profile</source>
+        <translation>Ein Profil bearbeiten</translation>
     </message>
     <message>
         <source>Edit...</source>
@@ -386,6 +406,10 @@
         <translation>Beim Verknüpfen mit Dateien/Volumes:</translation>
     </message>
     <message>
+        <source>List of KRX Folders</source>
+        <translation>Liste der KRX-Ordner</translation>
+    </message>
+    <message>
         <source>MP2  (MXF OP1a)</source>
         <translation>MP2  (MXF OP1a)</translation>
     </message>
@@ -498,6 +522,10 @@
         <translation>Zu bearbeitendes Profil</translation>
     </message>
     <message>
+        <source>Profile:</source>
+        <translation>Profil:</translation>
+    </message>
+    <message>
         <source>Project</source>
         <translation>Projekt</translation>
     </message>
@@ -548,6 +576,10 @@
     <message>
         <source>Remove Selected Action</source>
         <translation>Ausgewählte Aktion entfernen</translation>
+    </message>
+    <message>
+        <source>Remove Selected Folder from KRX Folder List</source>
+        <translation>Ausgewählten Ordner aus der Liste der KRX-Ordner entfernen</translation>
     </message>
     <message>
         <source>SETTINGS:</source>
@@ -798,6 +830,10 @@ Ein Ordner mit dem Pfad %1 steht bereits in dieser Liste.</translation>
     <message>
         <source>Uses the Project Name for the Bin</source>
         <translation>Verwendet den Projektnamen für die Bin</translation>
+    </message>
+    <message>
+        <source>Velo Editor Services are not Running. Please start Services from the Velo Editor Services Manager...</source>
+        <translation>Die Velo Editor Services laufen nicht. Bitte die Dienste im Velo Editor Services Manager starten ...</translation>
     </message>
     <message>
         <source>Video</source>
