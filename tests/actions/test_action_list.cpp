@@ -1,0 +1,852 @@
+#include "ActionMimeData.h"
+#include "ActionTWidget.h"
+#include "ActionTypeBox.h"
+#include "ActionsWorld.h"
+#include "ActivityTexts.h"
+#include "CodecBox.h"
+#include "CopyToPathWidget.h"
+#include "IAction.h"
+#include "ItemActionsController.h"
+#include "KRXTest.h"
+#include "KRXTwistWidget.h"
+#include "ProfileActionsController.h"
+#include "RemoveAction.h"
+
+#include <QBoxLayout>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QPointer>
+#include <QScrollArea>
+#include <QSignalSpy>
+#include <QUndoStack>
+#include <QWheelEvent>
+
+#include <memory>
+
+using namespace ActionsWorld;
+
+namespace {
+
+/// A list of actions in an editor of its own section, with a label above the rows as the editor has one.
+class List
+{
+public:
+    List()
+        : section(std::make_unique<KRXTwistWidget>(&editor, QStringLiteral("Actions")))
+        , controller(std::make_unique<ProfileActionsController>(section.get(), &editor))
+    {
+        section->addWidgetToBody(new QLabel(QStringLiteral("Drag to order:")), 0);
+        editor.clearModified();
+    }
+
+    ActionTWidget* add(ActionType type, int number = 0)
+    {
+        auto* row = new ActionTWidget(section.get(), type, number ? number : controller->nextNumber(type));
+        controller->addRow(row);
+        return row;
+    }
+
+    void read(const QString& activities) { controller->readXml(document(profile(activities))); }
+    static QString profile(const QString& activities)
+    {
+        return QStringLiteral("<profile><processDefinition><package><activities>%1</activities></package>"
+                              "</processDefinition></profile>")
+            .arg(activities);
+    }
+
+    /// The names of the activities in the order in which they are written.
+    QStringList written()
+    {
+        QStringList names;
+        for (QDomElement activity = activities().firstChildElement(); !activity.isNull();
+             activity = activity.nextSiblingElement())
+            names.append(activity.attribute(QStringLiteral("name")));
+        return names;
+    }
+    QDomElement activities()
+    {
+        doc = QDomDocument();
+        QDomElement root = doc.createElement(QStringLiteral("profile"));
+        doc.appendChild(root);
+        controller->writeXml(doc, root);
+        return root.firstChildElement().firstChildElement().firstChildElement();
+    }
+
+    void select(ActionTWidget* row)
+    {
+        editor.setCurrentSelectedAction(row);
+        row->setSelected(true);
+    }
+    ActionTypeBox* typeBox(ActionTWidget* row) { return row->findChild<ActionTypeBox*>(); }
+    QStringList namesOfRows()
+    {
+        QStringList names;
+        for (const ActionTWidget* row : controller->rows())
+            names.append(row->getActionName());
+        return names;
+    }
+
+    Editor editor;
+    std::unique_ptr<KRXTwistWidget> section;
+    std::unique_ptr<ProfileActionsController> controller;
+    QDomDocument doc;
+};
+
+QString activity(const char* id, const QString& name)
+{
+    return QStringLiteral("<activity id=\"%1\" name=\"%2\"/>").arg(QLatin1String(id), name);
+}
+
+QStringList messageTexts()
+{
+    QStringList texts;
+    for (const StandInHost::MessageRequest& message : StandInHost::messageLog())
+        texts.append(message.text);
+    return texts;
+}
+
+const auto kTellOk = [](const StandInHost::MessageRequest&) { return QMessageBox::Ok; };
+
+} // namespace
+
+class TestActionList : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        reset();
+        StandInHost::setMessageAnswerer(kTellOk);
+    }
+
+    void newRowIsClosedWithItsTypeAndOptions();
+    void rowOutsideOfALayoutHasNoIndex();
+    void typeBoxShowsTheTypesInTheirOrder();
+    void typeBoxPaintsALeadingBlank();
+    void typeBoxLeavesTheWheelToTheEditor();
+    void holderMakesEachTypeOnce();
+    void holderMakesNothingForUnknown();
+
+    void threeAddsGiveCopyConsolidateTranscodeAndAFourthATranscode();
+    void addingMarksTheProfileAsModified();
+    void addingRestoresTheScrollBar();
+    void removedNumberIsUsedAgain();
+    void nextNumberIsTheFirstFree_data();
+    void nextNumberIsTheFirstFree();
+    void nextNumbersOfTypesAreTheirOwn();
+    void findGivesTheFirstRowOfTheType();
+
+    void typeChangeKeepsTheFormerActionForReuse();
+    void typeChangeThereAndBackWritesTheFirstType();
+    void typeChangeTakesTheNextNumberOfTheOtherRows();
+    void typeChangeShowsTheOtherOptions();
+    void secondConsolidateIsRefused();
+    void refusalRestoresTheBoxBeforeTheMessage();
+    void rowReloadedDuringTheRefusalIsNotTouched();
+    void onlyConsolidateMayBeChangedToConsolidateAgain();
+    void typeChangeAsksForTheCodecsOfTheEditor();
+
+    void removingWithoutASelectionDoesNothing();
+    void removingClearsTheSelectionAndMarksModified();
+    void selectionThatIsNoRowOfTheListIsNotRemoved();
+    void undoPutsTheRowBackAtItsPlace();
+    void undoAtTheFirstPlacePutsTheRowFirst();
+    void redoRemovesAgain();
+    void addingAfterRemovalMakesItFinal();
+    void addingAfterUndoKeepsTheRow();
+    void undoneRowIsConnectedOnce();
+    void undoAfterTheSectionDiedDoesNothing();
+    void commandOfARowThatIsGoneDoesNothing();
+    void stackDeletesOnlyRowsThatAreNotInTheList();
+    void listKnowsOfRowsThatGo();
+
+    void optionsMarkTheProfileAsModified();
+    void chosenFolderMarksTheProfileAsModified();
+    void codecBoxesReachTheEditor();
+
+    void writtenWholeInOrder();
+    void emptyListIsWrittenWhole();
+    void validationStopsAtTheFirstThatFails();
+
+    void altUpAndDownMoveTheSelectedRow();
+    void altUpAndDownStopAtTheEnds();
+    void altUpAndDownAreShortcutsOfTheSection();
+};
+
+void TestActionList::newRowIsClosedWithItsTypeAndOptions()
+{
+    List list;
+    for (ActionType type : {ActionType::Copy, ActionType::Consolidate, ActionType::Transcode}) {
+        ActionTWidget* row = list.add(type, 3);
+        QVERIFY(!row->isOpen());
+        QVERIFY(row->acceptDrops());
+        QVERIFY(!row->showDropIndicator());
+        QCOMPARE(list.typeBox(row)->currentIndex(), int(type));
+        QCOMPARE(row->getActionName(), list.typeBox(row)->currentText());
+        QCOMPARE(row->getCurrentAction()->getType(), type);
+        QCOMPARE(row->getCurrentAction()->number(), 3);
+        QCOMPARE(row->getActionsController()->currentAction(), row->getCurrentAction());
+        QVERIFY(row->isAncestorOf(row->getCurrentAction()->widget()));
+        QVERIFY(row->getCurrentAction()->widget()->isHidden() == false);
+    }
+    // Below the label.
+    QCOMPARE(list.controller->rows().at(2)->getActionIndex(), 3);
+    QVERIFY(!list.editor.isModified());
+}
+
+void TestActionList::rowOutsideOfALayoutHasNoIndex()
+{
+    ActionTWidget alone(nullptr, ActionType::Copy, 0);
+    QCOMPARE(alone.getActionIndex(), -1);
+    QWidget parent;
+    alone.setParent(&parent);
+    QCOMPARE(alone.getActionIndex(), -1);
+    alone.setParent(nullptr);
+    QCOMPARE(alone.getCurrentAction()->number(), 0);
+}
+
+void TestActionList::typeBoxShowsTheTypesInTheirOrder()
+{
+    ActionTypeBox box(nullptr);
+    QCOMPARE(texts(&box), QStringList({QStringLiteral("Copy to Folder"), QStringLiteral("Consolidate"),
+                                       QStringLiteral("Transcode")}));
+    QCOMPARE(box.minimumSize(), QSize(150, 20));
+    QCOMPARE(box.maximumSize(), QSize(150, 20));
+    QCOMPARE(box.toolTip(), QStringLiteral("Choose Action"));
+    StandInHost::setTranslator([](const QString& key) { return key.toUpper(); });
+    ActionTypeBox localised(nullptr);
+    QCOMPARE(localised.itemText(1), QStringLiteral("CONSOLIDATE"));
+    QCOMPARE(localised.toolTip(), QStringLiteral("CHOOSE ACTION"));
+}
+
+void TestActionList::typeBoxPaintsALeadingBlank()
+{
+    // As a plain box of the same look paints the text with a blank before it.
+    ActionTypeBox box(nullptr);
+    QComboBox plain;
+    plain.addItem(QStringLiteral(" Copy to Folder"));
+    plain.setFixedSize(box.size());
+    QCOMPARE(box.grab().toImage(), plain.grab().toImage());
+    QCOMPARE(box.currentText(), QStringLiteral("Copy to Folder"));
+    plain.setItemText(0, QStringLiteral("Copy to Folder"));
+    QVERIFY(box.grab().toImage() != plain.grab().toImage());
+}
+
+void TestActionList::typeBoxLeavesTheWheelToTheEditor()
+{
+    ActionTypeBox box(nullptr);
+    QWheelEvent wheel(QPointF(5, 5), QPointF(5, 5), QPoint(), QPoint(0, -120), Qt::NoButton, Qt::NoModifier,
+                      Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(&box, &wheel);
+    QVERIFY(!wheel.isAccepted());
+    QCOMPARE(box.currentIndex(), 0);
+}
+
+void TestActionList::holderMakesEachTypeOnce()
+{
+    ActionTWidget row(nullptr, ActionType::Copy, 0);
+    ItemActionsController* holder = row.getActionsController();
+    IAction* copy = holder->currentAction();
+    QCOMPARE(holder->setAction(ActionType::Copy), copy);
+    IAction* transcode = holder->setAction(ActionType::Transcode);
+    QVERIFY(transcode != copy);
+    QCOMPARE(holder->currentAction(), transcode);
+    QVERIFY(transcode->widget());
+    // The one made before is returned and does not become current by this.
+    QCOMPARE(holder->setAction(ActionType::Copy), copy);
+    QCOMPARE(holder->currentAction(), transcode);
+    holder->makeCurrent(copy);
+    QCOMPARE(holder->currentAction(), copy);
+    QCOMPARE(holder->setAction(ActionType::Transcode), transcode);
+}
+
+void TestActionList::holderMakesNothingForUnknown()
+{
+    ActionTWidget row(nullptr, ActionType::Copy, 0);
+    ItemActionsController* holder = row.getActionsController();
+    IAction* copy = holder->currentAction();
+    QCOMPARE(holder->setAction(ActionType::Unknown), nullptr);
+    QCOMPARE(holder->currentAction(), copy);
+}
+
+void TestActionList::threeAddsGiveCopyConsolidateTranscodeAndAFourthATranscode()
+{
+    List list;
+    const QStringList expected = {QStringLiteral("Copy 1"), QStringLiteral("Consolidate"),
+                                  QStringLiteral("Transcode 1"), QStringLiteral("Transcode 2")};
+    for (int count = 1; count <= 4; ++count) {
+        list.controller->addNewAction();
+        QCOMPARE(list.written(), expected.mid(0, count));
+    }
+}
+
+void TestActionList::addingMarksTheProfileAsModified()
+{
+    List list;
+    list.controller->addNewAction();
+    QVERIFY(list.editor.isModified());
+}
+
+void TestActionList::addingRestoresTheScrollBar()
+{
+    List list;
+    list.controller->addNewAction();
+    QCOMPARE(list.editor.getScrollArea()->verticalScrollBarPolicy(), Qt::ScrollBarAsNeeded);
+    list.read(activity("copy", QStringLiteral("Copy 1")));
+    QCOMPARE(list.editor.getScrollArea()->verticalScrollBarPolicy(), Qt::ScrollBarAsNeeded);
+}
+
+void TestActionList::removedNumberIsUsedAgain()
+{
+    List list;
+    list.controller->addNewAction();
+    list.select(list.controller->rows().first());
+    list.controller->removeAction();
+    QCOMPARE(list.written(), QStringList());
+    list.controller->addNewAction();
+    QCOMPARE(list.written(), QStringList(QStringLiteral("Copy 1")));
+}
+
+void TestActionList::nextNumberIsTheFirstFree_data()
+{
+    QTest::addColumn<QList<int>>("taken");
+    QTest::addColumn<int>("next");
+    QTest::newRow("none") << QList<int>() << 1;
+    QTest::newRow("gap") << QList<int>{1, 2, 4} << 3;
+    QTest::newRow("from two") << QList<int>{2, 3} << 1;
+    QTest::newRow("unsorted") << QList<int>{3, 1, 2} << 4;
+    QTest::newRow("duplicates") << QList<int>{1, 1, 2, 2} << 3;
+    QTest::newRow("without a number") << QList<int>{0, 0, 1} << 2;
+}
+
+void TestActionList::nextNumberIsTheFirstFree()
+{
+    QFETCH(QList<int>, taken);
+    List list;
+    for (int number : taken)
+        list.add(ActionType::Transcode, 1)->getCurrentAction()->setNumber(number);
+    QTEST(list.controller->nextNumber(ActionType::Transcode), "next");
+}
+
+void TestActionList::nextNumbersOfTypesAreTheirOwn()
+{
+    List list;
+    list.add(ActionType::Copy, 1);
+    QCOMPARE(list.controller->nextNumber(ActionType::Copy), 2);
+    QCOMPARE(list.controller->nextNumber(ActionType::Transcode), 1);
+}
+
+void TestActionList::findGivesTheFirstRowOfTheType()
+{
+    List list;
+    QCOMPARE(list.controller->findAction(ActionType::Copy), nullptr);
+    ActionTWidget* first = list.add(ActionType::Copy);
+    list.add(ActionType::Copy);
+    QCOMPARE(list.controller->findAction(ActionType::Copy), first->getCurrentAction());
+    QCOMPARE(list.controller->findAction(ActionType::Consolidate), nullptr);
+}
+
+void TestActionList::typeChangeKeepsTheFormerActionForReuse()
+{
+    List list;
+    ActionTWidget* row = list.add(ActionType::Copy);
+    row->getCurrentAction()->widget()->findChild<CopyToPathWidget*>()->setPath(QStringLiteral("/kept"));
+    list.typeBox(row)->setCurrentIndex(2);
+    QCOMPARE(row->getCurrentAction()->getType(), ActionType::Transcode);
+    QCOMPARE(list.written(), QStringList(QStringLiteral("Transcode 1")));
+    list.typeBox(row)->setCurrentIndex(0);
+    QCOMPARE(row->getCurrentAction()->widget()->findChild<CopyToPathWidget*>()->path(), QStringLiteral("/kept"));
+}
+
+void TestActionList::typeChangeThereAndBackWritesTheFirstType()
+{
+    List list;
+    ActionTWidget* row = list.add(ActionType::Copy);
+    for (int type : {2, 0, 2, 1, 0})
+        list.typeBox(row)->setCurrentIndex(type);
+    QCOMPARE(list.written(), QStringList(QStringLiteral("Copy 1")));
+    list.typeBox(row)->setCurrentIndex(2);
+    QCOMPARE(list.written(), QStringList(QStringLiteral("Transcode 1")));
+}
+
+void TestActionList::typeChangeTakesTheNextNumberOfTheOtherRows()
+{
+    List list;
+    list.add(ActionType::Transcode, 1);
+    ActionTWidget* row = list.add(ActionType::Copy, 1);
+    list.add(ActionType::Transcode, 3);
+    list.typeBox(row)->setCurrentIndex(2);
+    QCOMPARE(row->getCurrentAction()->number(), 2);
+    list.typeBox(row)->setCurrentIndex(0);
+    QCOMPARE(row->getCurrentAction()->number(), 1);
+    // Its own former number does not stand in its way.
+    list.typeBox(row)->setCurrentIndex(2);
+    QCOMPARE(row->getCurrentAction()->number(), 2);
+}
+
+void TestActionList::typeChangeShowsTheOtherOptions()
+{
+    List list;
+    list.editor.show();
+    list.section->setOpen(true);
+    ActionTWidget* row = list.add(ActionType::Copy);
+    row->setOpen(true);
+    QWidget* copy = row->getCurrentAction()->widget();
+    QTRY_VERIFY(copy->isVisibleTo(row));
+    list.typeBox(row)->setCurrentIndex(2);
+    QWidget* transcode = row->getCurrentAction()->widget();
+    QVERIFY(transcode->isVisibleTo(row));
+    QVERIFY(!copy->isVisible());
+    QCOMPARE(copy->parentWidget(), nullptr);
+    list.typeBox(row)->setCurrentIndex(0);
+    QVERIFY(copy->isVisibleTo(row));
+    QVERIFY(!transcode->isVisible());
+}
+
+void TestActionList::secondConsolidateIsRefused()
+{
+    List list;
+    list.add(ActionType::Consolidate);
+    ActionTWidget* copy = list.add(ActionType::Copy);
+    list.typeBox(copy)->setCurrentIndex(1);
+    QCOMPARE(list.typeBox(copy)->currentIndex(), 0);
+    QCOMPARE(copy->getCurrentAction()->getType(), ActionType::Copy);
+    QCOMPARE(list.written(), QStringList({QStringLiteral("Consolidate"), QStringLiteral("Copy 1")}));
+    QCOMPARE(StandInHost::messageLog().count(), 1);
+    const StandInHost::MessageRequest message = StandInHost::messageLog().first();
+    QCOMPARE(message.text, QStringLiteral("Only a single Consolidate action can be added"));
+    QCOMPARE(message.title, QString());
+    QCOMPARE(int(message.icon), 2);
+    QCOMPARE(message.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+}
+
+void TestActionList::refusalRestoresTheBoxBeforeTheMessage()
+{
+    List list;
+    list.add(ActionType::Consolidate);
+    ActionTWidget* row = list.add(ActionType::Transcode);
+    QSignalSpy changes(list.typeBox(row), QOverload<int>::of(&QComboBox::currentIndexChanged));
+    int indexInMessage = -1;
+    StandInHost::setMessageAnswerer([&](const StandInHost::MessageRequest&) {
+        indexInMessage = list.typeBox(row)->currentIndex();
+        return QMessageBox::Ok;
+    });
+    list.typeBox(row)->setCurrentIndex(1);
+    QCOMPARE(indexInMessage, 2);
+    // The person's own change; restoring says nothing.
+    QCOMPARE(changes.count(), 1);
+}
+
+void TestActionList::rowReloadedDuringTheRefusalIsNotTouched()
+{
+    List list;
+    list.add(ActionType::Consolidate);
+    QPointer<ActionTWidget> row(list.add(ActionType::Copy));
+    StandInHost::setMessageAnswerer([&](const StandInHost::MessageRequest&) {
+        list.read(activity("transcode", QStringLiteral("Transcode 5")));
+        return QMessageBox::Ok;
+    });
+    list.typeBox(row)->setCurrentIndex(1);
+    QCOMPARE(list.written(), QStringList(QStringLiteral("Transcode 5")));
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(!row);
+}
+
+void TestActionList::onlyConsolidateMayBeChangedToConsolidateAgain()
+{
+    List list;
+    ActionTWidget* row = list.add(ActionType::Consolidate);
+    list.typeBox(row)->setCurrentIndex(0);
+    list.typeBox(row)->setCurrentIndex(1);
+    QCOMPARE(messageTexts(), QStringList());
+    QCOMPARE(list.written(), QStringList(QStringLiteral("Consolidate")));
+}
+
+void TestActionList::typeChangeAsksForTheCodecsOfTheEditor()
+{
+    List list;
+    ActionTWidget* row = list.add(ActionType::Copy);
+    QCOMPARE(list.editor.codecFills, 0);
+    list.typeBox(row)->setCurrentIndex(2);
+    QCOMPARE(list.editor.codecFills, 1);
+    list.typeBox(row)->setCurrentIndex(0);
+    list.typeBox(row)->setCurrentIndex(2);
+    QCOMPARE(list.editor.codecFills, 1);
+}
+
+void TestActionList::removingWithoutASelectionDoesNothing()
+{
+    List list;
+    list.add(ActionType::Copy);
+    list.controller->removeAction();
+    QCOMPARE(list.controller->rows().count(), 1);
+    QVERIFY(!list.controller->undoStack()->canUndo());
+    QVERIFY(!list.editor.isModified());
+}
+
+void TestActionList::removingClearsTheSelectionAndMarksModified()
+{
+    List list;
+    ActionTWidget* row = list.add(ActionType::Copy);
+    list.select(row);
+    list.controller->removeAction();
+    QCOMPARE(list.controller->rows().count(), 0);
+    QCOMPARE(list.editor.getCurrentSelectedAction(), nullptr);
+    QVERIFY(!row->isSelected());
+    QVERIFY(list.editor.isModified());
+    QCOMPARE(row->parentWidget(), nullptr);
+    QVERIFY(list.controller->undoStack()->canUndo());
+}
+
+void TestActionList::selectionThatIsNoRowOfTheListIsNotRemoved()
+{
+    List list;
+    list.add(ActionType::Copy);
+    KRXTwistWidget other(&list.editor, QStringLiteral("Other"));
+    list.editor.setCurrentSelectedAction(&other);
+    list.controller->removeAction();
+    List foreign;
+    list.editor.setCurrentSelectedAction(foreign.add(ActionType::Copy));
+    list.controller->removeAction();
+    QCOMPARE(list.controller->rows().count(), 1);
+    QCOMPARE(foreign.controller->rows().count(), 1);
+    QVERIFY(!list.editor.isModified());
+}
+
+void TestActionList::undoPutsTheRowBackAtItsPlace()
+{
+    for (int place = 0; place < 3; ++place) {
+        List list;
+        list.add(ActionType::Copy);
+        list.add(ActionType::Consolidate);
+        list.add(ActionType::Transcode);
+        const QStringList all = list.written();
+        list.select(list.controller->rows().at(place));
+        list.controller->removeAction();
+        QCOMPARE(list.written().count(), 2);
+        list.controller->undoStack()->undo();
+        QCOMPARE(list.written(), all);
+        // In the list it is the newest one.
+        QCOMPARE(list.controller->rows().last()->getActionIndex(), place + 1);
+    }
+}
+
+void TestActionList::undoAtTheFirstPlacePutsTheRowFirst()
+{
+    Editor editor;
+    KRXTwistWidget section(&editor, QString());
+    ProfileActionsController controller(&section, &editor);
+    QList<ActionTWidget*> rows;
+    for (int number = 1; number <= 3; ++number) {
+        rows.append(new ActionTWidget(&section, ActionType::Copy, number));
+        controller.addRow(rows.last());
+    }
+    QCOMPARE(rows.first()->getActionIndex(), 0);
+    editor.setCurrentSelectedAction(rows.first());
+    controller.removeAction();
+    QCOMPARE(rows.at(1)->getActionIndex(), 0);
+    controller.undoStack()->undo();
+    QCOMPARE(rows.first()->getActionIndex(), 0);
+    QCOMPARE(rows.at(1)->getActionIndex(), 1);
+    QCOMPARE(rows.at(2)->getActionIndex(), 2);
+}
+
+void TestActionList::redoRemovesAgain()
+{
+    List list;
+    list.add(ActionType::Copy);
+    ActionTWidget* row = list.add(ActionType::Transcode);
+    list.select(row);
+    list.controller->removeAction();
+    for (int round = 0; round < 3; ++round) {
+        list.controller->undoStack()->undo();
+        QCOMPARE(list.written(), QStringList({QStringLiteral("Copy 1"), QStringLiteral("Transcode 1")}));
+        list.controller->undoStack()->redo();
+        QCOMPARE(list.written(), QStringList(QStringLiteral("Copy 1")));
+    }
+}
+
+void TestActionList::addingAfterRemovalMakesItFinal()
+{
+    List list;
+    const QPointer<ActionTWidget> row(list.add(ActionType::Transcode));
+    list.select(row);
+    list.controller->removeAction();
+    QVERIFY(row);
+    list.controller->addNewAction();
+    QVERIFY(!list.controller->undoStack()->canUndo());
+    QVERIFY(!row);
+    list.controller->undoStack()->undo();
+    QCOMPARE(list.written(), QStringList(QStringLiteral("Copy 1")));
+}
+
+void TestActionList::addingAfterUndoKeepsTheRow()
+{
+    List list;
+    const QPointer<ActionTWidget> row(list.add(ActionType::Copy));
+    list.select(row);
+    list.controller->removeAction();
+    list.controller->undoStack()->undo();
+    list.controller->addNewAction();
+    QVERIFY(row);
+    QCOMPARE(list.written(), QStringList({QStringLiteral("Copy 1"), QStringLiteral("Consolidate")}));
+    list.controller->undoStack()->clear();
+    QVERIFY(row);
+}
+
+void TestActionList::undoneRowIsConnectedOnce()
+{
+    List list;
+    ActionTWidget* row = list.add(ActionType::Copy);
+    for (int round = 0; round < 3; ++round) {
+        list.select(row);
+        list.controller->removeAction();
+        list.controller->undoStack()->undo();
+    }
+    QSignalSpy resized(list.section.get(), &KRXTwistWidget::widgetWasResized);
+    row->DoExpandColapse();
+    QCOMPARE(resized.count(), 1);
+}
+
+void TestActionList::undoAfterTheSectionDiedDoesNothing()
+{
+    List list;
+    QPointer<ActionTWidget> row(list.add(ActionType::Copy));
+    const QPointer<ActionTWidget> other(list.add(ActionType::Transcode));
+    list.select(row);
+    list.controller->removeAction();
+    list.section.reset();
+    QVERIFY(!other);
+    list.controller->undoStack()->undo();
+    QVERIFY(row);
+    QCOMPARE(list.controller->rows().count(), 0);
+    list.controller->undoStack()->redo();
+    list.controller->addNewAction();
+    list.controller->moveSelectedUp();
+    QString error;
+    QVERIFY(list.controller->validate(error));
+    QCOMPARE(list.written(), QStringList());
+    list.read(activity("copy", QStringLiteral("Copy 1")));
+    QCOMPARE(list.controller->rows().count(), 0);
+    QVERIFY(!row);
+}
+
+void TestActionList::commandOfARowThatIsGoneDoesNothing()
+{
+    List list;
+    ActionTWidget* row = list.add(ActionType::Copy);
+    list.select(row);
+    list.controller->removeAction();
+    delete row;
+    list.controller->undoStack()->undo();
+    list.controller->undoStack()->redo();
+    QCOMPARE(list.controller->rows().count(), 0);
+    RemoveAction orphan(nullptr, nullptr);
+    orphan.redo();
+    orphan.undo();
+}
+
+void TestActionList::stackDeletesOnlyRowsThatAreNotInTheList()
+{
+    const QPointer<ActionTWidget> removed = [] {
+        List list;
+        const QPointer<ActionTWidget> row(list.add(ActionType::Copy));
+        list.add(ActionType::Transcode);
+        list.select(row);
+        list.controller->removeAction();
+        return row;
+    }();
+    QVERIFY(!removed);
+}
+
+void TestActionList::listKnowsOfRowsThatGo()
+{
+    List list;
+    ActionTWidget* row = list.add(ActionType::Copy);
+    list.add(ActionType::Transcode);
+    list.select(row);
+    delete row;
+    QCOMPARE(list.written(), QStringList(QStringLiteral("Transcode 1")));
+    QCOMPARE(list.editor.getCurrentSelectedAction(), nullptr);
+    QCOMPARE(list.namesOfRows(), QStringList(QStringLiteral("Transcode")));
+    list.controller->removeRow(nullptr);
+}
+
+void TestActionList::optionsMarkTheProfileAsModified()
+{
+    List list;
+    for (ActionType type : {ActionType::Copy, ActionType::Consolidate, ActionType::Transcode}) {
+        ActionTWidget* row = list.add(type);
+        const QWidget* options = row->getCurrentAction()->widget();
+        for (QCheckBox* check : options->findChildren<QCheckBox*>()) {
+            list.editor.clearModified();
+            check->setChecked(!check->isChecked());
+            QVERIFY(!list.editor.isModified());
+            emit check->pressed();
+            QVERIFY2(list.editor.isModified(), qPrintable(check->objectName()));
+        }
+        for (QComboBox* box : options->findChildren<QComboBox*>()) {
+            list.editor.clearModified();
+            emit box->activated(0);
+            QVERIFY2(list.editor.isModified(), qPrintable(box->objectName()));
+        }
+        list.editor.clearModified();
+        emit list.typeBox(row)->activated(int(type));
+        QVERIFY(list.editor.isModified());
+    }
+}
+
+void TestActionList::chosenFolderMarksTheProfileAsModified()
+{
+    StandInHost::setDirectoryAnswerer([](const StandInHost::DirectoryRequest&) { return QStringLiteral("/new"); });
+    List list;
+    ActionTWidget* row = list.add(ActionType::Copy);
+    auto* folder = row->getCurrentAction()->widget()->findChild<CopyToPathWidget*>();
+    folder->setPath(QStringLiteral("/loaded"));
+    QVERIFY(!list.editor.isModified());
+    folder->showFileDialog();
+    QVERIFY(list.editor.isModified());
+}
+
+void TestActionList::codecBoxesReachTheEditor()
+{
+    List list;
+    for (ActionType type : {ActionType::Consolidate, ActionType::Transcode}) {
+        ActionTWidget* row = list.add(type);
+        auto* codec = row->findChild<CodecBox*>();
+        list.editor.codecFills = 0;
+        list.editor.encodingProfileFills = 0;
+        codec->setCurrentIndex(codec->currentIndex() ? 0 : 1);
+        QCOMPARE(list.editor.codecFills, 0);
+        QCOMPARE(list.editor.encodingProfileFills, 1);
+        codec->getProjectTypeBox()->setCurrentIndex(0);
+        QCOMPARE(list.editor.codecFills, 1);
+    }
+}
+
+void TestActionList::writtenWholeInOrder()
+{
+    List list;
+    list.controller->addNewAction();
+    list.controller->addNewAction();
+    list.controller->addNewAction();
+    list.activities();
+    QString expected;
+    for (const QString& activity :
+         {ActivityTexts::text(ActivityTexts::Copy()), ActivityTexts::text(ActivityTexts::Consolidate()),
+          ActivityTexts::text(ActivityTexts::Transcode())}) {
+        for (const QString& line : activity.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+            expected += QString(QLatin1String("    ") + line + QLatin1Char('\n'));
+    }
+    expected = QString(QLatin1String("<profile>\n <processDefinition>\n  <package>\n   <activities>\n") + expected
+                       + QLatin1String("   </activities>\n  </package>\n </processDefinition>\n</profile>\n"));
+    KRX_COMPARE_XML(list.doc.toString(1), expected);
+}
+
+void TestActionList::emptyListIsWrittenWhole()
+{
+    List list;
+    list.doc = QDomDocument();
+    QDomElement root = list.doc.createElement(QStringLiteral("profile"));
+    list.doc.appendChild(root);
+    QVERIFY(list.controller->writeXml(list.doc, root));
+    QCOMPARE(list.doc.toString(1),
+             QStringLiteral("<profile>\n <processDefinition>\n  <package>\n   <activities/>\n  </package>\n "
+                            "</processDefinition>\n</profile>\n"));
+}
+
+void TestActionList::validationStopsAtTheFirstThatFails()
+{
+    List list;
+    QString error = QStringLiteral("untouched");
+    QVERIFY(list.controller->validate(error));
+    list.add(ActionType::Transcode);
+    ActionTWidget* bad = list.add(ActionType::Copy);
+    ActionTWidget* empty = list.add(ActionType::Copy);
+    bad->findChild<CopyToPathWidget*>()->setPath(QString(QChar(7)));
+    QVERIFY(!list.controller->validate(error));
+    QVERIFY(error.contains(QStringLiteral("cannot be stored")));
+    // In the order of the list, whatever the order on the screen.
+    static_cast<QBoxLayout*>(bad->parentWidget()->layout())->insertWidget(1, empty);
+    QVERIFY(!list.controller->validate(error));
+    QVERIFY(error.contains(QStringLiteral("cannot be stored")));
+    bad->findChild<CopyToPathWidget*>()->setPath(QStringLiteral("/x"));
+    QVERIFY(!list.controller->validate(error));
+    QCOMPARE(error, QStringLiteral("Copy to Folder action : Output folder not set !"));
+    empty->findChild<CopyToPathWidget*>()->setPath(QStringLiteral("/y"));
+    error = QStringLiteral("untouched");
+    QVERIFY(list.controller->validate(error));
+    QCOMPARE(error, QStringLiteral("untouched"));
+}
+
+void TestActionList::altUpAndDownMoveTheSelectedRow()
+{
+    List list;
+    list.section->setOpen(true);
+    ActionTWidget* copy = list.add(ActionType::Copy);
+    list.add(ActionType::Consolidate);
+    list.add(ActionType::Transcode);
+    list.controller->moveSelectedDown();
+    QVERIFY(!list.editor.isModified());
+    list.select(copy);
+    list.controller->moveSelectedDown();
+    QVERIFY(list.editor.isModified());
+    QCOMPARE(list.written(),
+             QStringList({QStringLiteral("Consolidate"), QStringLiteral("Copy 1"), QStringLiteral("Transcode 1")}));
+    list.controller->moveSelectedDown();
+    QCOMPARE(list.written(),
+             QStringList({QStringLiteral("Consolidate"), QStringLiteral("Transcode 1"), QStringLiteral("Copy 1")}));
+    list.controller->moveSelectedUp();
+    list.controller->moveSelectedUp();
+    QCOMPARE(list.written(),
+             QStringList({QStringLiteral("Copy 1"), QStringLiteral("Consolidate"), QStringLiteral("Transcode 1")}));
+    QCOMPARE(list.editor.getCurrentSelectedAction(), copy);
+}
+
+void TestActionList::altUpAndDownStopAtTheEnds()
+{
+    List list;
+    list.section->setOpen(true);
+    ActionTWidget* copy = list.add(ActionType::Copy);
+    ActionTWidget* transcode = list.add(ActionType::Transcode);
+    list.select(copy);
+    list.controller->moveSelectedUp();
+    // The label above the rows is no place for one.
+    QCOMPARE(copy->getActionIndex(), 1);
+    QVERIFY(!list.editor.isModified());
+    list.select(transcode);
+    list.controller->moveSelectedDown();
+    QVERIFY(!list.editor.isModified());
+    // Nor does anything move that cannot be seen.
+    list.section->setOpen(false);
+    list.controller->moveSelectedUp();
+    QCOMPARE(list.written(), QStringList({QStringLiteral("Copy 1"), QStringLiteral("Transcode 1")}));
+}
+
+void TestActionList::altUpAndDownAreShortcutsOfTheSection()
+{
+    // In the editor's own list: a second one would have the same shortcuts.
+    Editor editor;
+    ProfileActionsController* controller = editor.getAllActionsController();
+    for (int count = 0; count < 2; ++count)
+        controller->addNewAction();
+    const QList<ActionTWidget*> rows = controller->rows();
+    editor.findChild<KRXTwistWidget*>(QStringLiteral("xelSettingsTwistWidget"))->setOpen(true);
+    editor.show();
+    editor.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&editor));
+    editor.setCurrentSelectedAction(rows.first());
+    const int first = rows.first()->getActionIndex();
+    QTest::keyClick(&editor, Qt::Key_Down, Qt::AltModifier);
+    QCOMPARE(rows.at(1)->getActionIndex(), first);
+    QCOMPARE(rows.first()->getActionIndex(), first + 1);
+    QTest::keyClick(&editor, Qt::Key_Up, Qt::AltModifier);
+    QCOMPARE(rows.first()->getActionIndex(), first);
+    QVERIFY(editor.isModified());
+    editor.clearModified();
+}
+
+QTEST_MAIN(TestActionList)
+#include "test_action_list.moc"
