@@ -1,11 +1,10 @@
 #include "HostQtShell.h"
 #include "StandInHost.h"
+#include "StandInStyle.h"
 
 #include <QApplication>
 #include <QHash>
 #include <QPalette>
-#include <QStyle>
-#include <QStyleFactory>
 #include <QToolTip>
 
 #include <algorithm>
@@ -121,8 +120,8 @@ void applyToApplication()
 {
     if (!qobject_cast<QApplication*>(QCoreApplication::instance()))
         return;
-    if (QApplication::style()->objectName().compare(QLatin1String("fusion"), Qt::CaseInsensitive) != 0)
-        QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    if (!dynamic_cast<StandInStyle*>(QApplication::style()))
+        QApplication::setStyle(new StandInStyle);
     const QPalette palette = skinPalette();
     QApplication::setPalette(palette);
     QToolTip::setPalette(palette);

@@ -4,6 +4,7 @@
 #include "KRXTest.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QImage>
 #include <QPainter>
 #include <QPalette>
@@ -180,12 +181,30 @@ private slots:
     void aSkinSetsTheApplicationsStyleAndPalette()
     {
         StandInHost::setSkin(StandInHost::kDarkSkin);
-        QCOMPARE(QApplication::style()->objectName().toLower(), QStringLiteral("fusion"));
+        QCOMPARE(QApplication::style()->objectName(), QStringLiteral("stand-in"));
         QVERIFY(QApplication::palette().color(QPalette::Window).lightness() < 128);
         QVERIFY(QApplication::palette().color(QPalette::Disabled, QPalette::Text)
                 != QApplication::palette().color(QPalette::Active, QPalette::Text));
         StandInHost::setSkin(StandInHost::kLightSkin);
         QVERIFY(QApplication::palette().color(QPalette::Window).lightness() > 128);
+    }
+
+    void anEmptyCheckBoxCanBeSeenInBothSkins()
+    {
+        for (const int skin : kSkins) {
+            StandInHost::setSkin(skin);
+            QCheckBox box;
+            box.resize(24, 24);
+            const QImage picture = box.grab().toImage();
+            const QColor ground = QApplication::palette().color(QPalette::Window);
+            double strongest = 1;
+            for (int y = 0; y < picture.height(); ++y) {
+                for (int x = 0; x < picture.width(); ++x)
+                    strongest = qMax(strongest, contrast(picture.pixelColor(x, y), ground));
+            }
+            constexpr double visible = 1.6;
+            QVERIFY2(strongest >= visible, qPrintable(QString::number(strongest)));
+        }
     }
 
     void disabledIconsAreDrawnWithLessAlpha()
