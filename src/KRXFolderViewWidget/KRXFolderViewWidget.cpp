@@ -320,8 +320,27 @@ void KRXFolderViewWidget::itemChanged(QTreeWidgetItem* item, int column)
         // Nobody answered when the view went away below the question.
         if (!self)
             return;
+        keepEdit(folder);
     }
     KRXFolderManager::getInstance().updateFolder(folder, processExisting);
+}
+
+/// Shows an edit again when the list was filled while the user was asked about it.
+void KRXFolderViewWidget::keepEdit(const KRXFolder& folder)
+{
+    QTreeWidgetItem* row = itemByFolderId(folder.property(KRXFolderProperties::kId).toString());
+    const QString profileId = folder.property(KRXFolderProperties::kProfileId).toString();
+    if (!row || getProfileId(row) == profileId)
+        return;
+    ProfileLookup profiles;
+    const ProfileTexts& profile = profiles.texts(profileId);
+    {
+        const QSignalBlocker blocker(model());
+        setProfileId(row, profileId);
+        row->setText(kIdxProfileColumn, profile.name);
+        setTargetBin(row, profile.bin);
+    }
+    viewport()->update();
 }
 
 void KRXFolderViewWidget::updateOutputsReadyState(const QStringList& folderIds)

@@ -111,6 +111,7 @@ private:
     void initHeader();
     std::unique_ptr<KRXFolderViewWidgetItem> makeRow(const KRXFolder& folder, ProfileLookup& profiles) const;
     bool hasPath(const QString& path) const;
+    void keepEdit(const KRXFolder& folder);
     QList<QTreeWidgetItem*> allRows() const;
     void forgetClickedItem();
 

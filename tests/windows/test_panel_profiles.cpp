@@ -1,0 +1,576 @@
+// The panel's profile box and its way into the profile editor.
+
+#include "PanelFixture.h"
+
+#include <QFile>
+#include <QPointer>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using View = KRXFolderViewWidget;
+
+class TestPanelProfiles : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    // --- Choosing in the box ---
+    void chosenProfileIsShownAndWrittenOnce();
+    void chosenProfileOfAFilledDirectoryAsks();
+    void choosingWithoutAFolderOnlyShowsTheSummary();
+    void noIndexIsIgnored();
+    void profileThatCopiesIntoTheFolderIsRefused();
+    void refusalLeavesABoxThatDoesNotHoldTheFormerProfile();
+    void equalNamesAreStillTwoProfiles();
+    void editSurvivesARefreshUnderTheQuestion();
+    void hostChoosesByIndex();
+
+    // --- Following the list ---
+    void selectedFoldersProfileIsShown();
+    void selectingAFolderOfTheShownProfileAsksNothing();
+    void selectingAFolderOfAGoneProfileAssignsTheFirst();
+    void goneProfileGivesWayWhenTheBoxStandsAtTheFirstAlready();
+    void folderWithoutAProfileGetsTheFirst();
+    void firstProfileThatCopiesIntoTheFolderIsRefusedToo();
+    void emptyBoxAssignsNothing();
+    void profileUnknownToTheBoxButKnownIsNotReplaced();
+    void profileChosenInTheListMovesTheBox();
+    void otherChangesDoNotMoveTheBox();
+    void removingARowBeforeAGoneProfileIsHarmless();
+
+    // --- Box and summary ---
+    void boxIsFilledInOrderWithoutASignal();
+    void identifierOfAnEmptyBoxIsEmpty();
+    void actualItemsAskTheService();
+    void summaryFollowsTheProfile();
+    void unknownProfileLeavesTheSummary();
+
+    // --- Editor ---
+    void editorGetsTheProfilesAndTheCurrentOne();
+    void editorRequestsAreInOrder();
+    void visibleEditorIsNotOpenedAgain();
+    void withoutAnEditorNothingHappens();
+    void editorIsCreatedByTheButtonWhenThereIsNone();
+    void newProfilesAreInTheBoxAfterwards();
+    void deletedProfileOfTheCurrentFolderGivesWayToTheFirst();
+    void withoutAFolderTheBoxKeepsItsProfile();
+    void withoutAFolderADeletedProfileGivesWayToTheFirst();
+    void lastProfileDeletedDisablesAdding();
+    void hostRefreshingInTheEditorWritesNothing();
+    void panelDestroyedUnderTheEditorIsHarmless();
+    void panelDeletedLaterUnderAQuestionIsHarmless();
+    void hostWithoutAFactoryIsContained();
+};
+
+void TestPanelProfiles::chosenProfileIsShownAndWrittenOnce()
+{
+    PanelFixture f;
+    f.show();
+    f.box()->setCurrentIndex(1);
+    QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/a"_s}));
+    QCOMPARE(f.profileOf("a"_s), "p2"_s);
+    QCOMPARE(View::getProfileName(f.row("a"_s)), "Proxy"_s);
+    QCOMPARE(f.row("a"_s)->text(View::kIdxBinColumn), "Bin 2"_s);
+    QCOMPARE(f.service.folders.at(0).profile, "p2"_s);
+    QCOMPARE(f.summaryBin(), "Bin 2"_s);
+    QVERIFY(!f.view()->model()->signalsBlocked());
+    QVERIFY(StandInHost::messageLog().isEmpty());
+}
+
+void TestPanelProfiles::chosenProfileOfAFilledDirectoryAsks()
+{
+    QTemporaryDir filled;
+    QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
+    PanelFixture f;
+    f.service.folders = {{"a"_s, filled.path(), "p1"_s, "true"_s}};
+    f.show();
+    f.reply = QMessageBox::No;
+    f.box()->setCurrentIndex(1);
+    QCOMPARE(StandInHost::messageLog().size(), 1);
+    QCOMPARE(StandInHost::messageLog().at(0).text,
+             "Do you want to process existing files with the new folder profile?"_s);
+    QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/a"_s}));
+}
+
+void TestPanelProfiles::choosingWithoutAFolderOnlyShowsTheSummary()
+{
+    PanelFixture f;
+    f.service.folders.clear();
+    f.show();
+    f.box()->setCurrentIndex(1);
+    QCOMPARE(f.service.lines(), QStringList());
+    QCOMPARE(f.summaryBin(), "Bin 2"_s);
+}
+
+void TestPanelProfiles::noIndexIsIgnored()
+{
+    PanelFixture f;
+    f.show();
+    f.box()->setCurrentIndex(-1);
+    QCOMPARE(f.service.lines(), QStringList());
+    QCOMPARE(f.profileOf("a"_s), "p1"_s);
+    QCOMPARE(f.summaryBin(), "Bin 1"_s);
+}
+
+void TestPanelProfiles::profileThatCopiesIntoTheFolderIsRefused()
+{
+    PanelFixture f;
+    f.service.profiles[1].copyTo = QStringList{"/media/a"_s};
+    f.show();
+    f.box()->setCurrentIndex(1);
+    const auto log = StandInHost::messageLog();
+    QCOMPARE(log.size(), 1);
+    QCOMPARE(log.at(0).icon, QMessageBox::Warning);
+    QCOMPARE(log.at(0).title, "Error occurred"_s);
+    QCOMPARE(log.at(0).text, "Can't assign Proxy profile to this folder. Folder and Profile [Copy To] action have the "
+                             "same path"_s);
+    QCOMPARE(log.at(0).buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+    QCOMPARE(f.boxProfile(), "p1"_s);
+    QCOMPARE(f.profileOf("a"_s), "p1"_s);
+    QCOMPARE(f.service.lines(), QStringList());
+    QCOMPARE(f.summaryBin(), "Bin 1"_s);
+    QVERIFY(!f.box()->signalsBlocked());
+}
+
+void TestPanelProfiles::refusalLeavesABoxThatDoesNotHoldTheFormerProfile()
+{
+    PanelFixture f;
+    f.service.profiles[1].copyTo = QStringList{"/media/a"_s};
+    f.show();
+    // The row's profile is gone from the service and from the box.
+    {
+        const QSignalBlocker blocker(f.view()->model());
+        View::setProfileId(f.row("a"_s), "gone"_s);
+    }
+    f.box()->setCurrentIndex(1);
+    QCOMPARE(StandInHost::messageLog().size(), 1);
+    QCOMPARE(f.boxProfile(), "p2"_s);
+    QCOMPARE(f.service.lines(), QStringList());
+}
+
+void TestPanelProfiles::equalNamesAreStillTwoProfiles()
+{
+    PanelFixture f;
+    f.service.profiles = {{"p1"_s, "Twin"_s, "Bin 1"_s}, {"p2"_s, "Twin"_s, "Bin 2"_s}};
+    f.show();
+    const int other = f.box()->findData("p2"_s);
+    f.box()->setCurrentIndex(other);
+    QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/a"_s}));
+    QCOMPARE(f.service.folders.at(0).profile, "p2"_s);
+    QCOMPARE(f.row("a"_s)->text(View::kIdxBinColumn), "Bin 2"_s);
+}
+
+void TestPanelProfiles::editSurvivesARefreshUnderTheQuestion()
+{
+    QTemporaryDir filled;
+    QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
+    PanelFixture f;
+    f.service.folders = {{"a"_s, filled.path(), "p1"_s, "true"_s}};
+    f.show();
+    f.whileAsked = [&f] {
+        f.whileAsked = nullptr;
+        f.panel->refreshFolders();
+    };
+    f.box()->setCurrentIndex(1);
+    QCOMPARE(StandInHost::messageLog().size(), 1);
+    QCOMPARE(f.service.folders.at(0).profile, "p2"_s);
+    QCOMPARE(f.profileOf("a"_s), "p2"_s);
+    QCOMPARE(f.boxProfile(), "p2"_s);
+}
+
+void TestPanelProfiles::hostChoosesByIndex()
+{
+    PanelFixture f;
+    f.show();
+    f.panel->updateCurrentProfileIndex(1);
+    QCOMPARE(f.boxProfile(), "p2"_s);
+    QCOMPARE(f.profileOf("a"_s), "p2"_s);
+}
+
+void TestPanelProfiles::selectedFoldersProfileIsShown()
+{
+    PanelFixture f;
+    f.show();
+    f.view()->setCurrentItem(f.row("b"_s));
+    QCOMPARE(f.boxProfile(), "p2"_s);
+    QCOMPARE(f.summaryBin(), "Bin 2"_s);
+    QCOMPARE(f.service.lines(), QStringList());
+}
+
+void TestPanelProfiles::selectingAFolderOfTheShownProfileAsksNothing()
+{
+    PanelFixture f;
+    f.service.folders[1].profile = "p1"_s;
+    f.show();
+    f.view()->setCurrentItem(f.row("b"_s));
+    QCOMPARE(f.service.lines(), QStringList());
+    QCOMPARE(f.boxProfile(), "p1"_s);
+}
+
+void TestPanelProfiles::selectingAFolderOfAGoneProfileAssignsTheFirst()
+{
+    PanelFixture f;
+    f.service.folders[0].profile = "p2"_s;
+    f.service.folders[1].profile = "gone"_s;
+    f.show();
+    f.view()->setCurrentItem(f.row("b"_s));
+    QCOMPARE(f.boxProfile(), "p1"_s);
+    QCOMPARE(f.profileOf("b"_s), "p1"_s);
+    QCOMPARE(View::getProfileName(f.row("b"_s)), "Conform"_s);
+    QCOMPARE(f.row("b"_s)->text(View::kIdxBinColumn), "Bin 1"_s);
+    QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/b"_s}));
+    QCOMPARE(f.service.folders.at(1).profile, "p1"_s);
+    QCOMPARE(f.service.folders.at(1).enabled, "true"_s);
+}
+
+void TestPanelProfiles::goneProfileGivesWayWhenTheBoxStandsAtTheFirstAlready()
+{
+    PanelFixture f;
+    f.service.folders[1].profile = "gone"_s;
+    f.show();
+    QCOMPARE(f.box()->currentIndex(), 0);
+    f.view()->setCurrentItem(f.row("b"_s));
+    QCOMPARE(f.profileOf("b"_s), "p1"_s);
+    QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/b"_s}));
+}
+
+void TestPanelProfiles::folderWithoutAProfileGetsTheFirst()
+{
+    PanelFixture f;
+    f.service.folders[1].profile.clear();
+    f.show();
+    f.view()->setCurrentItem(f.row("b"_s));
+    QCOMPARE(f.profileOf("b"_s), "p1"_s);
+    QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/b"_s}));
+}
+
+void TestPanelProfiles::firstProfileThatCopiesIntoTheFolderIsRefusedToo()
+{
+    PanelFixture f;
+    f.service.profiles[0].copyTo = QStringList{"/media/b"_s};
+    f.service.folders[1].profile = "gone"_s;
+    f.show();
+    f.view()->setCurrentItem(f.row("b"_s));
+    QCOMPARE(StandInHost::messageLog().size(), 1);
+    QCOMPARE(f.profileOf("b"_s), "gone"_s);
+    QCOMPARE(f.boxProfile(), "p1"_s);
+    QCOMPARE(f.service.lines(), QStringList());
+}
+
+void TestPanelProfiles::emptyBoxAssignsNothing()
+{
+    PanelFixture f;
+    f.service.profiles.clear();
+    f.show();
+    f.view()->setCurrentItem(f.row("b"_s));
+    QCOMPARE(f.service.lines(), QStringList());
+    QCOMPARE(f.profileOf("b"_s), "p2"_s);
+}
+
+void TestPanelProfiles::profileUnknownToTheBoxButKnownIsNotReplaced()
+{
+    PanelFixture f;
+    f.show();
+    f.service.profiles.append({"p9"_s, "Zoom"_s, "Bin 9"_s});
+    f.service.folders[1].profile = "p9"_s;
+    // The host filled the list by itself, so the box has not heard of the new profile.
+    f.view()->fillView();
+    f.service.clear();
+    f.view()->setCurrentItem(f.row("b"_s));
+    QCOMPARE(f.boxProfile(), "p9"_s);
+    QCOMPARE(f.profileOf("b"_s), "p9"_s);
+    QCOMPARE(f.service.lines(), QStringList());
+}
+
+void TestPanelProfiles::profileChosenInTheListMovesTheBox()
+{
+    PanelFixture f;
+    f.show();
+    {
+        const QSignalBlocker blocker(f.view()->model());
+        View::setProfileId(f.row("a"_s), "p2"_s);
+    }
+    View::setProfileName(f.row("a"_s), "Proxy"_s);
+    QCOMPARE(f.boxProfile(), "p2"_s);
+    QCOMPARE(f.summaryBin(), "Bin 2"_s);
+    QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/a"_s}));
+}
+
+void TestPanelProfiles::otherChangesDoNotMoveTheBox()
+{
+    PanelFixture f;
+    f.show();
+    {
+        const QSignalBlocker blocker(f.view()->model());
+        View::setProfileId(f.row("a"_s), "p2"_s);
+    }
+    View::setTargetBin(f.row("a"_s), "x"_s);
+    View::setIngestState(f.row("a"_s), 1);
+    f.row("a"_s)->setCheckState(View::kIdxActiveColumn, Qt::Checked);
+    QCOMPARE(f.boxProfile(), "p1"_s);
+}
+
+void TestPanelProfiles::removingARowBeforeAGoneProfileIsHarmless()
+{
+    QTemporaryDir filled;
+    QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
+    PanelFixture f;
+    f.service.folders = {{"a"_s, "/0/a"_s, "p1"_s}, {"b"_s, filled.path(), "gone"_s}, {"c"_s, "/z/zz"_s, "p1"_s}};
+    f.show();
+    f.view()->sortByColumn(View::kIdxPathColumn, Qt::AscendingOrder);
+    f.view()->setCurrentItem(f.row("a"_s));
+    // The next row asks about its files as it becomes current; the list is filled again meanwhile.
+    f.whileAsked = [&f] {
+        f.whileAsked = nullptr;
+        f.panel->refreshFolders();
+    };
+    f.press(f.del());
+    QCOMPARE(StandInHost::messageLog().size(), 1);
+    QCOMPARE(f.view()->topLevelItemCount(), 2);
+    QCOMPARE(f.row("a"_s), nullptr);
+    QCOMPARE(f.service.folders.at(0).profile, "p1"_s);
+}
+
+void TestPanelProfiles::boxIsFilledInOrderWithoutASignal()
+{
+    PanelFixture f;
+    f.service.profiles = {{"1"_s, "zeta"_s}, {"2"_s, "Alpha"_s}, {"3"_s, "beta"_s}};
+    QComboBox box;
+    int changes = 0;
+    connect(&box, QOverload<int>::of(&QComboBox::currentIndexChanged), this, [&changes] { ++changes; });
+    box.addItem("old"_s);
+    changes = 0;
+    f.panel->fillProfilesComboBox(&box);
+    QStringList texts;
+    QStringList ids;
+    for (int i = 0; i < box.count(); ++i) {
+        texts << box.itemText(i);
+        ids << box.itemData(i, Qt::UserRole).toString();
+    }
+    QCOMPARE(texts, QStringList({"Alpha"_s, "beta"_s, "zeta"_s}));
+    QCOMPARE(ids, QStringList({"2"_s, "3"_s, "1"_s}));
+    QCOMPARE(changes, 0);
+    QCOMPARE(box.currentIndex(), 0);
+}
+
+void TestPanelProfiles::identifierOfAnEmptyBoxIsEmpty()
+{
+    PanelFixture f;
+    QComboBox box;
+    QCOMPARE(f.panel->profileIdFromComboBox(&box), QString());
+}
+
+void TestPanelProfiles::actualItemsAskTheService()
+{
+    PanelFixture f;
+    const QList<QPair<QString, QString>> expected = {{"p1"_s, "Conform"_s}, {"p2"_s, "Proxy"_s}};
+    QCOMPARE(f.panel->getActualProfileItems(), expected);
+    QCOMPARE(f.service.lines(), QStringList({"GET profiles?level=detail"_s}));
+    f.service.refusals["*"_s] = "down"_s;
+    QCOMPARE(f.panel->getActualProfileItems(), expected);
+}
+
+void TestPanelProfiles::summaryFollowsTheProfile()
+{
+    PanelFixture f;
+    f.show();
+    f.panel->refreshProfileSummary("p2"_s);
+    QCOMPARE(f.summaryBin(), "Bin 2"_s);
+    f.panel->refreshProfileSummary("p1"_s);
+    QCOMPARE(f.summaryBin(), "Bin 1"_s);
+    QCOMPARE(f.service.lines(), QStringList());
+}
+
+void TestPanelProfiles::unknownProfileLeavesTheSummary()
+{
+    PanelFixture f;
+    f.show();
+    f.panel->refreshProfileSummary("gone"_s);
+    f.panel->refreshProfileSummary(QString());
+    QCOMPARE(f.summaryBin(), "Bin 1"_s);
+}
+
+void TestPanelProfiles::editorGetsTheProfilesAndTheCurrentOne()
+{
+    PanelFixture f;
+    f.show();
+    f.view()->setCurrentItem(f.row("b"_s));
+    f.press(f.edit());
+    QCOMPARE(f.panel->editor()->runs, 1);
+    QCOMPARE(f.panel->editor()->offeredId, "p2"_s);
+    const QList<QPair<QString, QString>> expected = {{"p1"_s, "Conform"_s}, {"p2"_s, "Proxy"_s}};
+    QCOMPARE(f.panel->editor()->offered, expected);
+}
+
+void TestPanelProfiles::editorRequestsAreInOrder()
+{
+    PanelFixture f;
+    f.show();
+    f.panel->editor()->whileOpen = [&f] {
+        QCOMPARE(f.service.lines(), QStringList({"GET profiles?level=detail"_s}));
+    };
+    f.press(f.edit());
+    QCOMPARE(f.service.lines(), QStringList({"GET profiles?level=detail"_s, "GET profiles?level=detail"_s}));
+    QCOMPARE(f.boxProfile(), "p1"_s);
+}
+
+void TestPanelProfiles::visibleEditorIsNotOpenedAgain()
+{
+    PanelFixture f;
+    f.show();
+    f.panel->editor()->show();
+    f.press(f.edit());
+    QCOMPARE(f.panel->editor()->runs, 0);
+    QCOMPARE(f.panel->editor()->offeredId, "not called"_s);
+    QCOMPARE(f.service.lines(), QStringList());
+}
+
+void TestPanelProfiles::withoutAnEditorNothingHappens()
+{
+    PanelFixture f;
+    f.panel->withoutEditor = true;
+    f.show();
+    f.panel->editorInits = 0;
+    f.press(f.edit());
+    QCOMPARE(f.panel->editorInits, 1);
+    QCOMPARE(f.service.lines(), QStringList());
+}
+
+void TestPanelProfiles::editorIsCreatedByTheButtonWhenThereIsNone()
+{
+    PanelFixture f;
+    f.panel->updateKRXServiceOnlineState(false);
+    f.show();
+    f.panel->updateKRXServiceOnlineState(true);
+    QCOMPARE(f.panel->profilesWindow(), nullptr);
+    f.press(f.edit());
+    QVERIFY(f.panel->profilesWindow());
+    QCOMPARE(f.panel->editor()->runs, 1);
+}
+
+void TestPanelProfiles::newProfilesAreInTheBoxAfterwards()
+{
+    PanelFixture f;
+    f.show();
+    f.view()->setCurrentItem(f.row("b"_s));
+    f.panel->editor()->whileOpen = [&f] { f.service.profiles.prepend({"p0"_s, "Archive"_s, "Bin 0"_s}); };
+    f.press(f.edit());
+    QCOMPARE(f.box()->count(), 3);
+    QCOMPARE(f.boxProfile(), "p2"_s);
+    QCOMPARE(f.summaryBin(), "Bin 2"_s);
+    QCOMPARE(f.puts(), QStringList());
+}
+
+void TestPanelProfiles::deletedProfileOfTheCurrentFolderGivesWayToTheFirst()
+{
+    PanelFixture f;
+    f.show();
+    f.view()->setCurrentItem(f.row("b"_s));
+    f.panel->editor()->whileOpen = [&f] { f.service.profiles.removeLast(); };
+    f.press(f.edit());
+    QCOMPARE(f.boxProfile(), "p1"_s);
+    QCOMPARE(f.profileOf("b"_s), "p1"_s);
+    QCOMPARE(f.puts(), QStringList({"PUT xelmediafolders/b"_s}));
+    QCOMPARE(f.summaryBin(), "Bin 1"_s);
+}
+
+void TestPanelProfiles::withoutAFolderTheBoxKeepsItsProfile()
+{
+    PanelFixture f;
+    f.service.folders.clear();
+    f.show();
+    f.box()->setCurrentIndex(1);
+    f.panel->editor()->whileOpen = [&f] { f.service.profiles.prepend({"p0"_s, "Archive"_s, "Bin 0"_s}); };
+    f.press(f.edit());
+    QCOMPARE(f.panel->editor()->offeredId, "p2"_s);
+    QCOMPARE(f.boxProfile(), "p2"_s);
+    QCOMPARE(f.summaryBin(), "Bin 2"_s);
+}
+
+void TestPanelProfiles::withoutAFolderADeletedProfileGivesWayToTheFirst()
+{
+    PanelFixture f;
+    f.service.folders.clear();
+    f.show();
+    f.box()->setCurrentIndex(1);
+    f.panel->editor()->whileOpen = [&f] { f.service.profiles.removeLast(); };
+    f.press(f.edit());
+    QCOMPARE(f.boxProfile(), "p1"_s);
+    QCOMPARE(f.summaryBin(), "Bin 1"_s);
+    QCOMPARE(f.puts(), QStringList());
+}
+
+void TestPanelProfiles::lastProfileDeletedDisablesAdding()
+{
+    PanelFixture f;
+    f.show();
+    f.panel->editor()->whileOpen = [&f] { f.service.profiles.clear(); };
+    f.press(f.edit());
+    QVERIFY(!f.add()->isEnabled());
+    QCOMPARE(f.box()->count(), 0);
+    QCOMPARE(f.puts(), QStringList());
+}
+
+void TestPanelProfiles::hostRefreshingInTheEditorWritesNothing()
+{
+    PanelFixture f;
+    f.show();
+    f.view()->setCurrentItem(f.row("b"_s));
+    // What a deletion in the editor does: the folder goes to another profile and is disabled.
+    f.panel->editor()->whileOpen = [&f] {
+        f.service.profiles.removeLast();
+        f.service.folders[1].profile = "p1"_s;
+        f.service.folders[1].enabled = "false"_s;
+        f.panel->refreshFolders();
+    };
+    f.press(f.edit());
+    QCOMPARE(f.puts(), QStringList());
+    QCOMPARE(f.currentFolder(), "b"_s);
+    QCOMPARE(f.row("b"_s)->checkState(View::kIdxActiveColumn), Qt::Unchecked);
+    QCOMPARE(f.service.folders.at(1).enabled, "false"_s);
+}
+
+void TestPanelProfiles::panelDestroyedUnderTheEditorIsHarmless()
+{
+    PanelFixture f;
+    f.show();
+    f.panel->editor()->whileOpen = [&f] { f.panel.reset(); };
+    f.edit()->click();
+    QVERIFY(!f.panel);
+    QCOMPARE(f.service.lines(), QStringList({"GET profiles?level=detail"_s}));
+}
+
+void TestPanelProfiles::panelDeletedLaterUnderAQuestionIsHarmless()
+{
+    QTemporaryDir filled;
+    QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
+    PanelFixture f;
+    f.service.folders = {{"a"_s, filled.path(), "p1"_s, "true"_s}};
+    f.show();
+    const QPointer<HostPanel> panel = f.panel.get();
+    f.whileAsked = [&f] {
+        f.panel->close();
+        f.panel.release()->deleteLater();
+        QCoreApplication::processEvents();
+    };
+    // The press comes from the event loop, as a person's does.
+    QMetaObject::invokeMethod(
+        f.box(), [box = f.box()] { box->setCurrentIndex(1); }, Qt::QueuedConnection);
+    QTRY_VERIFY(!panel);
+    QCOMPARE(StandInHost::messageLog().size(), 1);
+}
+
+void TestPanelProfiles::hostWithoutAFactoryIsContained()
+{
+    PanelFixture f;
+    KRXFolderManager::cleanup();
+    KRXProfileManager::cleanup();
+    f.service.client().factoryIsNull = true;
+    f.show();
+    QCOMPARE(f.box()->count(), 0);
+    QCOMPARE(f.view()->topLevelItemCount(), 0);
+    QVERIFY(!f.add()->isEnabled());
+}
+
+QTEST_MAIN(TestPanelProfiles)
+#include "test_panel_profiles.moc"
