@@ -23,8 +23,8 @@ struct NamedColor
 };
 
 constexpr NamedColor kColors[] = {
-    {"BackgroundOddRowActiveColor", 0xe4e7ec, 0x34383f, false},
-    {"BackgroundEvenRowActiveColor", 0xf1f3f6, 0x2b2f35, false},
+    {"BackgroundOddRowActiveColor", 0xd6dbe2, 0x464c55, false},
+    {"BackgroundEvenRowActiveColor", 0xe1e5eb, 0x3f454d, false},
     {"MenuSelectionColor", 0x2f6fd0, 0x5b9bff, true},
     {"WindowHighlightFrameColor", 0x2f6fd0, 0x5b9bff, true},
 };
@@ -67,8 +67,8 @@ constexpr RoleColor kRoles[] = {
     {QPalette::HighlightedText, 0xffffff, 0xffffff},
 };
 
-constexpr QRgb kDisabledTextLight = 0x8a9099;
-constexpr QRgb kDisabledTextDark = 0x767d87;
+constexpr QRgb kDisabledTextLight = 0x757c86;
+constexpr QRgb kDisabledTextDark = 0x959ca5;
 /// The colour that the icons are drawn in.
 constexpr QRgb kIconInk = 0x4a5059;
 constexpr QRgb kIconInkDark = 0xc8cdd4;

@@ -3,6 +3,7 @@
 #include "KRXText.h"
 #include "KRXXml.h"
 #include "XelLayout.h"
+#include "XelTextFitter.h"
 
 #include <QButtonGroup>
 #include <QLineEdit>
@@ -42,6 +43,7 @@ QWidget* KRXBinsSettings::createWidget()
     QWidget* panel = XelLayout::addPanel(indented, QStringLiteral("binNamingMethod"));
     indented->addStretch();
     panel->setFixedWidth(kNamingPanelWidth);
+    new XelTextFitter(panel);
     QButtonGroup* naming = XelLayout::addRadios(panel, XelLayout::panelLayout(panel), kNamings, VolumeName);
     m_binName = new QLineEdit;
     m_binName->setToolTip(KRXText::localised("New Bin Name"));

@@ -4,6 +4,7 @@
 #include "KRXXml.h"
 #include "VGroupBox.h"
 #include "XelLayout.h"
+#include "XelTextFitter.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -52,6 +53,7 @@ QButtonGroup* KRXQualitySettings::addPolicyBox(QHBoxLayout* row, const QString& 
     auto* box = new VGroupBox(title);
     box->setObjectName(objectName);
     box->setFixedWidth(kPolicyBoxWidth);
+    new XelTextFitter(box);
     row->addWidget(box);
     return XelLayout::addRadios(box, XelLayout::makeColumn(box), kPolicies, HighestQuality);
 }

@@ -5,6 +5,7 @@
 #include "KRXXml.h"
 #include "XelFields.h"
 #include "XelLayout.h"
+#include "XelTextFitter.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -42,6 +43,7 @@ QWidget* KRXXelPlugin::createWidget()
     m_widget = new QWidget;
     auto* label = new QLabel(KRXText::localised("Link using:"));
     label->setFixedWidth(kLabelWidth);
+    new XelTextFitter(label);
     m_pluginBox = new QComboBox;
     m_pluginBox->setObjectName(QStringLiteral("xelPreferredPlugin"));
     m_pluginBox->setFixedWidth(kPluginBoxWidth);
