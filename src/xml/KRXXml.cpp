@@ -8,28 +8,37 @@ namespace KRXXml {
 
 namespace {
 
-bool decode(const QByteArray& utf8, QString& text)
+/// Decodes UTF-8. Refuses bytes that are not UTF-8: what was replaced in decoding would go back to the service
+/// altered.
+bool decode(const char* utf8, int size, QString& text)
 {
     constexpr int kMibUtf8 = 106;
+    static QTextCodec* const codec = QTextCodec::codecForMib(kMibUtf8);
     QTextCodec::ConverterState state;
-    text = QTextCodec::codecForMib(kMibUtf8)->toUnicode(utf8.constData(), utf8.size(), &state);
-    // What was replaced in decoding would go back to the service altered.
+    text = codec->toUnicode(utf8, size, &state);
     return state.invalidChars == 0 && state.remainingChars == 0;
+}
+
+/// Parses bytes whose markup is known to be safe.
+bool parseSafeMarkup(const char* utf8, int size, QDomDocument& document)
+{
+    QString text;
+    return decode(utf8, size, text) && canCarry(text) && document.setContent(text);
 }
 
 /// What is left of a document when those elements are cut out of it: well-formed exactly if they stood in
 /// well-formed surroundings.
-QString withoutSpans(const QString& text, const std::vector<ElementSpan>& spans, const QString& name)
+QByteArray withoutSpans(const QByteArray& utf8, const std::vector<ElementSpan>& spans)
 {
-    QString rest;
+    QByteArray rest;
     int from = 0;
     for (const ElementSpan& span : spans) {
-        rest += text.midRef(from, span.begin - from);
+        rest.append(utf8.constData() + from, span.begin - from);
         // A blank keeps apart what was apart; a root leaves a root.
-        rest += span.isRoot ? QString(QLatin1Char('<') + name + QLatin1String("/>")) : QStringLiteral(" ");
+        rest.append(span.isRoot ? "<root/>" : " ");
         from = span.end;
     }
-    rest += text.midRef(from);
+    rest.append(utf8.constData() + from, utf8.size() - from);
     return rest;
 }
 
@@ -87,20 +96,21 @@ bool parse(const QString& text, QDomDocument& document)
 bool parse(const QByteArray& utf8, QDomDocument& document)
 {
     QString text;
-    return decode(utf8, text) && parse(text, document);
+    return decode(utf8.constData(), utf8.size(), text) && parse(text, document);
 }
 
 bool parseEach(const QByteArray& utf8, const QString& name,
                const std::function<void(const QDomElement&)>& visit)
 {
-    QString text;
     std::vector<ElementSpan> spans;
+    if (!findSpans(utf8, name.toUtf8(), spans))
+        return false;
     QDomDocument document;
-    if (!decode(utf8, text) || !isSafeToParse(text, name, &spans)
-        || !document.setContent(withoutSpans(text, spans, name)))
+    const QByteArray surroundings = withoutSpans(utf8, spans);
+    if (!parseSafeMarkup(surroundings.constData(), surroundings.size(), document))
         return false;
     for (const ElementSpan& span : spans) {
-        if (!document.setContent(QString::fromRawData(text.constData() + span.begin, span.end - span.begin)))
+        if (!parseSafeMarkup(utf8.constData() + span.begin, span.end - span.begin, document))
             return false;
         for (const QDomElement& element : elementsByTag(document, name))
             visit(element);

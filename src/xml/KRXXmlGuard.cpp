@@ -2,37 +2,50 @@
 
 #include "KRXXml.h"
 
-#include <QLatin1String>
-#include <QStringView>
-
 #include <algorithm>
 #include <array>
-#include <vector>
+#include <cstdlib>
+#include <string_view>
 
 namespace KRXXml {
 
 namespace {
 
 /// The entities that XML itself defines.
-constexpr std::array<const char*, 5> kEntities = {{"amp", "lt", "gt", "quot", "apos"}};
-/// Longer references do not exist ("&#x0010FFFF;" with some leading zeros to spare).
+constexpr std::array<std::string_view, 5> kEntities = {{"amp", "lt", "gt", "quot", "apos"}};
+/// The longest reference that is read, from "&" to ";". Only leading zeros could make one longer.
 constexpr int kMaxReferenceLength = 24;
 
-bool isCharacter(uint code)
+bool isCharacter(long code)
 {
     if (code < 0x20)
         return code == 0x09 || code == 0x0A || code == 0x0D;
     return code < 0xD800 || (code > 0xDFFF && code != 0xFFFE && code != 0xFFFF && code <= 0x10FFFF);
 }
 
-/// Walks the markup from "<" to "<". Each function takes the position of what it looks at, and gives the position
-/// behind it, or null when the text is to be refused.
+/// Whether "amp", "#38" or "#x26" stands for a character.
+bool isReference(std::string_view name)
+{
+    if (name.empty() || name.front() != '#')
+        return std::find(kEntities.begin(), kEntities.end(), name) != kEntities.end();
+    const bool hex = name.size() > 1 && name[1] == 'x';
+    name.remove_prefix(hex ? 2 : 1);
+    const std::string_view digits = hex ? "0123456789abcdefABCDEF" : "0123456789";
+    if (name.empty() || name.find_first_not_of(digits) != std::string_view::npos)
+        return false;
+    return isCharacter(std::strtol(name.data(), nullptr, hex ? 16 : 10));
+}
+
+/// Walks markup from "<" to "<", in UTF-16 or UTF-8: all that it looks for is ASCII. Each function takes the
+/// position of what it looks at and gives the position behind it, or null when the text is to be refused.
+template <class Char>
 class MarkupWalk
 {
 public:
-    MarkupWalk(const QString& text, QStringView spanName, std::vector<ElementSpan>* spans)
-        : m_begin(text.constData())
-        , m_end(text.constData() + text.size())
+    MarkupWalk(const Char* begin, const Char* end, std::string_view spanName = {},
+               std::vector<ElementSpan>* spans = nullptr)
+        : m_begin(begin)
+        , m_end(end)
         , m_spanName(spanName)
         , m_spans(spans)
     {
@@ -40,7 +53,7 @@ public:
 
     bool isSafe()
     {
-        const QChar* at = m_begin;
+        const Char* at = m_begin;
         while (at) {
             at = behindText(at);
             if (at == m_end)
@@ -52,55 +65,54 @@ public:
     }
 
 private:
-    bool startsWith(const QChar* at, QLatin1String start) const
+    bool startsWith(const Char* at, std::string_view start) const
     {
-        return QStringView(at, m_end).startsWith(start);
+        return static_cast<std::size_t>(m_end - at) >= start.size()
+            && std::equal(start.begin(), start.end(), at, [](char a, Char b) { return Char(a) == b; });
     }
 
-    const QChar* behindNext(const QChar* at, QLatin1String mark) const
+    const Char* behindNext(const Char* at, std::string_view mark) const
     {
-        const auto found = QStringView(at, m_end).indexOf(mark);
-        return found < 0 ? nullptr : at + found + mark.size();
+        for (; at < m_end; ++at) {
+            if (*at == Char(mark.front()) && startsWith(at, mark))
+                return at + mark.size();
+        }
+        return nullptr;
     }
 
-    const QChar* behindText(const QChar* at) const
+    const Char* behindText(const Char* at) const
     {
-        while (at && at < m_end && *at != QLatin1Char('<'))
-            at = *at == QLatin1Char('&') ? behindReference(at) : at + 1;
+        while (at && at < m_end && *at != '<')
+            at = *at == '&' ? behindReference(at) : at + 1;
         return at;
     }
 
-    const QChar* behindReference(const QChar* at) const
+    const Char* behindReference(const Char* at) const
     {
-        const QChar* limit = m_end - at > kMaxReferenceLength ? at + kMaxReferenceLength : m_end;
-        const QChar* close = std::find(at, limit, QLatin1Char(';'));
-        if (close == limit)
-            return nullptr;
-        const QStringView name(at + 1, close);
-        if (!name.startsWith(QLatin1Char('#'))) {
-            const bool known = std::any_of(kEntities.begin(), kEntities.end(),
-                                           [&](const char* entity) { return name == QLatin1String(entity); });
-            return known ? close + 1 : nullptr;
+        std::array<char, kMaxReferenceLength> name = {};
+        std::size_t length = 0;
+        for (++at; at < m_end && *at != ';'; ++at) {
+            // One place stays zero to end the number.
+            if (*at > 0x7F || length + 1 >= name.size())
+                return nullptr;
+            name[length++] = static_cast<char>(*at);
         }
-        const bool hex = name.startsWith(QLatin1String("#x"));
-        bool isNumber = false;
-        const uint code = name.mid(hex ? 2 : 1).toString().toUInt(&isNumber, hex ? 16 : 10);
-        return isNumber && isCharacter(code) ? close + 1 : nullptr;
+        return at < m_end && isReference(std::string_view(name.data(), length)) ? at + 1 : nullptr;
     }
 
-    const QChar* behindMarkup(const QChar* at)
+    const Char* behindMarkup(const Char* at)
     {
         if (m_end - at < 2)
             return nullptr;
-        switch (at[1].unicode()) {
+        switch (at[1]) {
         case '!':
-            if (startsWith(at, QLatin1String("<!--")))
-                return behindNext(at + 4, QLatin1String("-->"));
-            if (startsWith(at, QLatin1String("<![CDATA[")))
-                return behindNext(at + 9, QLatin1String("]]>"));
+            if (startsWith(at, "<!--"))
+                return behindNext(at + 4, "-->");
+            if (startsWith(at, "<![CDATA["))
+                return behindNext(at + 9, "]]>");
             return nullptr; // a document type declaration, whatever its case
         case '?':
-            return behindNext(at + 2, QLatin1String("?>"));
+            return behindNext(at + 2, "?>");
         case '/':
             return behindEndTag(at);
         default:
@@ -108,26 +120,26 @@ private:
         }
     }
 
-    const QChar* behindEndTag(const QChar* at)
+    const Char* behindEndTag(const Char* at)
     {
         if (--m_depth < 0)
             return nullptr;
-        const QChar* behind = behindNext(at + 2, QLatin1String(">"));
+        const Char* behind = behindNext(at + 2, ">");
         if (behind && m_spanBegin && m_depth == m_spanDepth)
             closeSpan(behind);
         return behind;
     }
 
-    const QChar* behindStartTag(const QChar* start)
+    const Char* behindStartTag(const Char* start)
     {
-        const QChar* behind = endOfTag(start + 1);
+        const Char* behind = endOfTag(start + 1);
         if (!behind)
             return nullptr;
         if (m_spans && !m_spanBegin && isSpanTag(start + 1)) {
             m_spanBegin = start;
             m_spanDepth = m_depth;
         }
-        if (behind[-2] == QLatin1Char('/')) {
+        if (behind[-2] == '/') {
             if (m_spanBegin == start)
                 closeSpan(behind);
             return behind;
@@ -135,59 +147,70 @@ private:
         return ++m_depth <= kMaxDepth ? behind : nullptr;
     }
 
-    bool isSpanTag(const QChar* name) const
+    bool isSpanTag(const Char* name) const
     {
-        const QChar* behind = name + m_spanName.size();
-        if (behind >= m_end || QStringView(name, behind) != m_spanName)
+        if (!startsWith(name, m_spanName))
             return false;
-        return behind->isSpace() || *behind == QLatin1Char('>') || *behind == QLatin1Char('/');
+        // The tag is known to end with ">".
+        const Char next = name[m_spanName.size()];
+        return next == '>' || next == '/' || next == ' ' || next == '\t' || next == '\n' || next == '\r';
     }
 
-    void closeSpan(const QChar* behind)
+    void closeSpan(const Char* behind)
     {
         m_spans->push_back({static_cast<int>(m_spanBegin - m_begin), static_cast<int>(behind - m_begin),
                             m_spanDepth == 0});
         m_spanBegin = nullptr;
     }
 
-    const QChar* endOfTag(const QChar* at) const
+    const Char* endOfTag(const Char* at) const
     {
         // A ">" inside an attribute value does not end the tag.
-        QChar quote;
+        Char quote = 0;
         while (at && at < m_end) {
-            const QChar c = *at;
-            if (c == QLatin1Char('&')) {
+            const Char c = *at;
+            if (c == '&') {
                 at = behindReference(at);
                 continue;
             }
-            if (!quote.isNull()) {
-                if (c == quote)
-                    quote = QChar();
-            } else if (c == QLatin1Char('"') || c == QLatin1Char('\'')) {
-                quote = c;
-            } else if (c == QLatin1Char('>')) {
-                return at + 1;
-            }
             ++at;
+            if (quote != 0) {
+                if (c == quote)
+                    quote = 0;
+            } else if (c == '"' || c == '\'') {
+                quote = c;
+            } else if (c == '>') {
+                return at;
+            }
         }
         return nullptr;
     }
 
-    const QChar* m_begin;
-    const QChar* m_end;
-    QStringView m_spanName;
+    const Char* m_begin;
+    const Char* m_end;
+    std::string_view m_spanName;
     std::vector<ElementSpan>* m_spans;
     int m_depth = 0;
-    /// Where the span that the walk is in begins, and how many elements it stands in; null outside spans.
-    const QChar* m_spanBegin = nullptr;
+    /// Where the span that the walk is in begins, and in how many elements; null outside spans.
+    const Char* m_spanBegin = nullptr;
     int m_spanDepth = 0;
 };
 
 } // namespace
 
-bool isSafeToParse(const QString& text, QStringView spanName, std::vector<ElementSpan>* spans)
+bool isSafeToParse(const QString& text)
 {
-    return text.size() <= kMaxDocumentLength && canCarry(text) && MarkupWalk(text, spanName, spans).isSafe();
+    const ushort* begin = text.utf16();
+    return text.size() <= kMaxDocumentLength && canCarry(text)
+        && MarkupWalk<ushort>(begin, begin + text.size()).isSafe();
+}
+
+bool findSpans(const QByteArray& utf8, const QByteArray& name, std::vector<ElementSpan>& spans)
+{
+    const auto* begin = reinterpret_cast<const uchar*>(utf8.constData());
+    const std::string_view spanName(name.constData(), static_cast<std::size_t>(name.size()));
+    return utf8.size() <= kMaxDocumentLength
+        && MarkupWalk<uchar>(begin, begin + utf8.size(), spanName, &spans).isSafe();
 }
 
 } // namespace KRXXml

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
-#include <QStringView>
 
 #include <vector>
 
@@ -16,12 +16,16 @@ struct ElementSpan
     bool isRoot = false;
 };
 
-/// Looks through the markup of a text without building anything, for what must never reach the parser:
-/// a document type declaration, nesting deeper than kMaxDepth, a text longer than kMaxDocumentLength,
-/// characters that XML cannot carry, references to entities that XML itself does not define. Whether the rest is
-/// well-formed is the parser's business.
-/// \param spanName, spans when given, \a spans receives where the elements of that name stand that stand in no
-/// other element of that name.
-bool isSafeToParse(const QString& text, QStringView spanName = {}, std::vector<ElementSpan>* spans = nullptr);
+// Both functions look through markup without building anything, for what must never reach the parser: a document
+// type declaration, nesting deeper than kMaxDepth, a text longer than kMaxDocumentLength, references to entities
+// that XML itself does not define or to characters that it cannot carry. Whether the rest is well-formed is the
+// parser's business.
+
+/// Judges a text. Refuses also characters that XML cannot carry.
+bool isSafeToParse(const QString& text);
+
+/// Judges the markup of UTF-8 bytes, and finds the elements named \a name that stand in no other element of that
+/// name. What is between the markup is not decoded and not judged.
+bool findSpans(const QByteArray& utf8, const QByteArray& name, std::vector<ElementSpan>& spans);
 
 } // namespace KRXXml
