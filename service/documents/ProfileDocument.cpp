@@ -8,6 +8,8 @@ namespace krxservice::profiledocument {
 namespace {
 
 constexpr std::size_t kLongestName = 8192; ///< bytes
+/// Bytes of a stored profile. Indenting makes documents longer, and what is stored must fit a document again.
+constexpr std::size_t kLargestProfile = 512 * 1024;
 
 ActivityRecipe::Kind kindOf(const std::string& id)
 {
@@ -84,7 +86,10 @@ Outcome<ProfileRecord> fromRequest(std::string_view body, const std::string& gui
     if (const auto refusal = checkActivities(profile))
         return *refusal;
     setGuid(detail, guid);
-    return ProfileRecord{guid, name, xmltools::elementText(profile)};
+    ProfileRecord record{guid, name, xmltools::elementText(profile)};
+    if (record.document.size() > kLargestProfile)
+        return Refusal{413, "the profile is larger than 512 KB"};
+    return record;
 }
 
 Outcome<ProfileRecipe> recipe(const ProfileRecord& profile)

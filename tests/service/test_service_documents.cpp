@@ -234,6 +234,21 @@ private slots:
             profileRequest("<profileName>" + std::string(9000, 'x') + "</profileName>"), "g"));
     }
 
+    void profileThatGrowsTooLargeByIndentingIsRefused()
+    {
+        // Small as it is sent, large once every element stands on a line of its own.
+        std::string deep;
+        for (int i = 0; i < 50; ++i)
+            deep += "<a>";
+        for (int i = 0; i < 20000; ++i)
+            deep += "<b/>";
+        for (int i = 0; i < 50; ++i)
+            deep += "</a>";
+        const auto profile = profiledocument::fromRequest(profileRequest("<profileName>A</profileName>", deep), "g");
+        QVERIFY(!profile);
+        QCOMPARE(profile.refusal().status, 413);
+    }
+
     void profileWithUnknownActivityOrRelativeCopyFolderIsRefused()
     {
         const std::string name = "<profileName>A</profileName>";
