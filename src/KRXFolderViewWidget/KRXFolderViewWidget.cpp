@@ -22,6 +22,9 @@
 #include <QSignalBlocker>
 #include <QVariant>
 
+#include <algorithm>
+#include <utility>
+
 namespace {
 
 constexpr int kViewHeight = 180;
@@ -160,18 +163,32 @@ void KRXFolderViewWidget::fillRows()
     clear();
     const KRXFolderManager& folders = KRXFolderManager::getInstance();
     ProfileLookup profiles;
-    QList<QTreeWidgetItem*> rows;
-    rows.reserve(folders.countFolders());
+    std::vector<std::unique_ptr<KRXFolderViewWidgetItem>> rows;
+    rows.reserve(static_cast<std::size_t>(folders.countFolders()));
     for (int i = 0; i < folders.countFolders(); ++i) {
         const KRXFolder* folder = folders.getFolder(i);
         if (!folder)
             continue;
         if (auto row = makeRow(*folder, profiles))
-            rows.append(row.release());
+            rows.push_back(std::move(row));
     }
-    // Put in at one go and sorted once.
+    putInRows(std::move(rows));
+}
+
+/// Puts rows in at one go, in order already: the view's own sort then has nothing to move.
+void KRXFolderViewWidget::putInRows(std::vector<std::unique_ptr<KRXFolderViewWidgetItem>> rows)
+{
+    const int column = sortColumn();
+    const bool ascending = header()->sortIndicatorOrder() == Qt::AscendingOrder;
+    std::stable_sort(rows.begin(), rows.end(), [column, ascending](const auto& a, const auto& b) {
+        return ascending ? a->isBefore(*b, column) : b->isBefore(*a, column);
+    });
+    QList<QTreeWidgetItem*> items;
+    items.reserve(static_cast<int>(rows.size()));
+    for (auto& row : rows)
+        items.append(row.release());
     setSortingEnabled(false);
-    addTopLevelItems(rows);
+    addTopLevelItems(items);
     setSortingEnabled(true);
 }
 
@@ -348,19 +365,44 @@ void KRXFolderViewWidget::updateOutputsReadyState(const QStringList& folderIds)
     if (!isVisible() || !currentItem() || topLevelItemCount() == 0)
         return;
     const QSet<QString> ready(folderIds.cbegin(), folderIds.cend());
-    // A snapshot: while the view is sorted by this column, every change moves a row.
-    const QList<QTreeWidgetItem*> rows = allRows();
-    for (QTreeWidgetItem* row : rows) {
-        if (getIngestState(row) != AcquisitionInProgress)
-            setIngestState(row, ready.contains(getFolderId(row)) ? NewClipsAvailable : NoNewClips);
-    }
+    setInEveryRow(kIdxIngestColumn, Qt::UserRole, [&ready](const QTreeWidgetItem* row) -> QVariant {
+        if (getIngestState(row) == AcquisitionInProgress)
+            return static_cast<int>(AcquisitionInProgress);
+        return static_cast<int>(ready.contains(getFolderId(row)) ? NewClipsAvailable : NoNewClips);
+    });
 }
 
 void KRXFolderViewWidget::verifyFoldersPath()
 {
-    const QList<QTreeWidgetItem*> rows = allRows();
-    for (QTreeWidgetItem* row : rows)
-        row->setData(kIdxFolderColumn, kFolderExistRole, QFileInfo::exists(getFolderPath(row)));
+    setInEveryRow(kIdxFolderColumn, kFolderExistRole,
+                  [](const QTreeWidgetItem* row) -> QVariant { return QFileInfo::exists(getFolderPath(row)); });
+}
+
+/// Sets one cell of every row as one change for the view, however many rows there are. No row moves meanwhile,
+/// also when the view is sorted by that column.
+template <class ValueOf>
+void KRXFolderViewWidget::setInEveryRow(int column, int role, ValueOf valueOf)
+{
+    bool changed = false;
+    {
+        const QSignalBlocker blocker(model());
+        const QList<QTreeWidgetItem*> rows = allRows();
+        for (QTreeWidgetItem* row : rows) {
+            const QVariant value = valueOf(row);
+            changed = changed || row->data(column, role) != value;
+            row->setData(column, role, value);
+        }
+    }
+    if (!changed)
+        return;
+    if (sortColumn() == column) {
+        model()->sort(column, header()->sortIndicatorOrder());
+        // Sorting tells the view only when a row moves.
+        viewport()->update();
+    } else {
+        const QModelIndex last = model()->index(topLevelItemCount() - 1, column);
+        emit model()->dataChanged(model()->index(0, column), last, {role});
+    }
 }
 
 void KRXFolderViewWidget::showEvent(QShowEvent* event)

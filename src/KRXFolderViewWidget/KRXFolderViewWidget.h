@@ -13,6 +13,7 @@
 #include <QTreeWidget>
 
 #include <memory>
+#include <vector>
 
 class KRXFolder;
 class KRXFolderViewWidgetItem;
@@ -110,6 +111,9 @@ private:
 
     void initHeader();
     std::unique_ptr<KRXFolderViewWidgetItem> makeRow(const KRXFolder& folder, ProfileLookup& profiles) const;
+    void putInRows(std::vector<std::unique_ptr<KRXFolderViewWidgetItem>> rows);
+    template <class ValueOf>
+    void setInEveryRow(int column, int role, ValueOf valueOf);
     bool hasPath(const QString& path) const;
     void keepEdit(const KRXFolder& folder);
     QList<QTreeWidgetItem*> allRows() const;

@@ -2,21 +2,89 @@
 
 #include "KRXFolderViewWidget.h"
 
+#include <QAbstractItemModel>
+#include <QVector>
+
+namespace {
+
+using View = KRXFolderViewWidget;
+
+struct Cell
+{
+    int column;
+    int role;
+};
+
+/// What every row keeps, in the order of its cells.
+constexpr Cell kCells[] = {
+    {View::kIdxIngestColumn, Qt::UserRole},     {View::kIdxActiveColumn, Qt::CheckStateRole},
+    {View::kIdxFolderColumn, Qt::DisplayRole},  {View::kIdxFolderColumn, Qt::DecorationRole},
+    {View::kIdxFolderColumn, Qt::UserRole},     {View::kIdxFolderColumn, View::kFolderExistRole},
+    {View::kIdxProfileColumn, Qt::DisplayRole}, {View::kIdxProfileColumn, Qt::UserRole},
+    {View::kIdxBinColumn, Qt::DisplayRole},     {View::kIdxPathColumn, Qt::DisplayRole},
+};
+
+constexpr int kNoCell = -1;
+
+int cellOf(int column, int role)
+{
+    // An item has one text for showing and editing.
+    const int wanted = role == Qt::EditRole ? static_cast<int>(Qt::DisplayRole) : role;
+    int cell = 0;
+    for (const Cell& candidate : kCells) {
+        if (candidate.column == column && candidate.role == wanted)
+            return cell;
+        ++cell;
+    }
+    return kNoCell;
+}
+
+} // namespace
+
 KRXFolderViewWidgetItem::KRXFolderViewWidgetItem()
     : QTreeWidgetItem(UserType)
 {
+    static_assert(sizeof(kCells) / sizeof(kCells[0]) == kCellCount, "one place for each cell");
+}
+
+QVariant KRXFolderViewWidgetItem::data(int column, int role) const
+{
+    const int cell = cellOf(column, role);
+    return cell == kNoCell ? QTreeWidgetItem::data(column, role) : m_cells[static_cast<std::size_t>(cell)];
+}
+
+void KRXFolderViewWidgetItem::setData(int column, int role, const QVariant& value)
+{
+    const int cell = cellOf(column, role);
+    if (cell == kNoCell) {
+        QTreeWidgetItem::setData(column, role, value);
+        return;
+    }
+    QVariant& kept = m_cells[static_cast<std::size_t>(cell)];
+    if (kept.userType() == value.userType() && kept == value)
+        return;
+    kept = value;
+    QTreeWidget* view = treeWidget();
+    if (!view || view->model()->signalsBlocked())
+        return;
+    const QModelIndex index = view->model()->index(view->indexOfTopLevelItem(this), column);
+    emit view->model()->dataChanged(index, index, {role});
 }
 
 bool KRXFolderViewWidgetItem::operator<(const QTreeWidgetItem& other) const
 {
     const QTreeWidget* view = treeWidget();
-    switch (view ? view->sortColumn() : KRXFolderViewWidget::kIdxFolderColumn) {
-    case KRXFolderViewWidget::kIdxIngestColumn:
-        return KRXFolderViewWidget::getIngestState(this) < KRXFolderViewWidget::getIngestState(&other);
-    case KRXFolderViewWidget::kIdxActiveColumn:
-        return checkState(KRXFolderViewWidget::kIdxActiveColumn)
-            < other.checkState(KRXFolderViewWidget::kIdxActiveColumn);
+    return isBefore(other, view ? view->sortColumn() : View::kIdxFolderColumn);
+}
+
+bool KRXFolderViewWidgetItem::isBefore(const QTreeWidgetItem& other, int sortColumn) const
+{
+    switch (sortColumn) {
+    case View::kIdxIngestColumn:
+        return View::getIngestState(this) < View::getIngestState(&other);
+    case View::kIdxActiveColumn:
+        return checkState(sortColumn) < other.checkState(sortColumn);
     default:
-        return QTreeWidgetItem::operator<(other);
+        return text(sortColumn) < other.text(sortColumn);
     }
 }

@@ -10,11 +10,14 @@
 #include <QColor>
 #include <QComboBox>
 #include <QFont>
+#include <QFontMetrics>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QMargins>
 #include <QPainter>
 #include <QPen>
 #include <QPushButton>
+#include <QResizeEvent>
 #include <QSizePolicy>
 #include <QSpacerItem>
 #include <QTreeWidget>
@@ -27,6 +30,38 @@ constexpr int kProfilesBoxWidth = 180;
 constexpr int kEditorButtonWidth = 80;
 constexpr int kMessageWeight = 75;
 constexpr int kOpaque = 255;
+
+/// Makes the text of a button of fixed width smaller until all of it can be read; translations are longer than
+/// the width allows.
+void fitText(QPushButton* button)
+{
+    constexpr int margins = 8;
+    constexpr qreal smallest = 6;
+    QFont font = button->font();
+    while (font.pointSizeF() > smallest
+           && QFontMetrics(font).horizontalAdvance(button->text()) > button->width() - margins)
+        font.setPointSizeF(font.pointSizeF() - 0.5);
+    button->setFont(font);
+}
+
+/// A message that wraps. Layouts ask a wrapping label for its height before they know its width, and then squeeze
+/// its neighbours; this one insists on what its width needs.
+class MessageLabel : public QLabel
+{
+public:
+    MessageLabel(const QString& text, QWidget* parent)
+        : QLabel(text, parent)
+    {
+        setWordWrap(true);
+    }
+
+protected:
+    void resizeEvent(QResizeEvent* event) override
+    {
+        QLabel::resizeEvent(event);
+        setMinimumHeight(heightForWidth(width()));
+    }
+};
 
 QPushButton* smallButton(const QString& objectName, const QString& text, const QString& tooltip, QWidget* parent)
 {
@@ -49,11 +84,11 @@ void KRXWindow::initInterior()
     initSummary();
     main->addStretch();
 
-    m_offlineMessage = new QLabel(KRXText::localised("Velo Editor Services are not Running. "
-                                                     "Please start Services from the Velo Editor Services Manager..."),
-                                  this);
+    m_offlineMessage = new MessageLabel(
+        KRXText::localised("Velo Editor Services are not Running. "
+                           "Please start Services from the Velo Editor Services Manager..."),
+        this);
     m_offlineMessage->setObjectName(QStringLiteral("offlineMessage"));
-    m_offlineMessage->setWordWrap(true);
     QFont bold = font();
     bold.setWeight(kMessageWeight);
     m_offlineMessage->setFont(bold);
@@ -100,6 +135,7 @@ void KRXWindow::initProfilesWidgets()
     m_profileEditBtn->setObjectName(QStringLiteral("profileEditBtn"));
     m_profileEditBtn->setFixedSize(kEditorButtonWidth, m_profilesBox->sizeHint().height());
     m_profileEditBtn->setToolTip(KRXText::localised("Edit a Profile"));
+    fitText(m_profileEditBtn);
 
     auto* row = new QHBoxLayout;
     row->addWidget(new QLabel(KRXText::localised("Profile:"), this));
@@ -145,6 +181,9 @@ void KRXWindow::enableUI(bool on)
                              static_cast<QWidget*>(m_summaryWidget), static_cast<QWidget*>(m_profilesBox),
                              static_cast<QWidget*>(m_summarySection)})
         control->setEnabled(on);
+    // The message knows its width before it asks for a height.
+    const QMargins margins = layout()->contentsMargins();
+    m_offlineMessage->resize(width() - margins.left() - margins.right(), m_offlineMessage->height());
     m_offlineMessage->setVisible(!on);
 }
 

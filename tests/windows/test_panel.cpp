@@ -2,7 +2,7 @@
 #include "PanelFixture.h"
 
 #include <QDir>
-#include <QFontInfo>
+#include <QFontMetrics>
 #include <QImage>
 #include <QLayout>
 #include <QMenu>
@@ -36,6 +36,8 @@ private slots:
     void tabOrderFollowsThePanel();
     void folderViewHasTheHostsShadow();
     void hooksOfTheHostDoNothing();
+    void editorButtonShowsItsWholeText();
+    void offlineMessageSqueezesNothing();
 
     // --- Showing ---
     void firstShowLoadsEverythingInOrder();
@@ -203,6 +205,28 @@ void TestPanel::hooksOfTheHostDoNothing()
     f.panel->openServicesDialog();
     QVERIFY(!f.panel->isVisible());
     QCOMPARE(f.service.lines(), QStringList());
+}
+
+void TestPanel::editorButtonShowsItsWholeText()
+{
+    PanelFixture f;
+    f.show();
+    QVERIFY(QFontMetrics(f.edit()->font()).horizontalAdvance(f.edit()->text()) <= f.edit()->width() - 8);
+}
+
+void TestPanel::offlineMessageSqueezesNothing()
+{
+    PanelFixture f;
+    f.show();
+    f.panel->resize(f.panel->minimumSize());
+    const int height = f.panel->height();
+    f.panel->updateKRXServiceOnlineState(false);
+    QTRY_VERIFY(f.offline()->isVisible() && f.panel->height() > height);
+    QVERIFY(f.panel->height() < height + 8 * QFontMetrics(f.offline()->font()).height());
+    QTRY_VERIFY(f.offline()->height() >= f.offline()->heightForWidth(f.offline()->width()));
+    QVERIFY(f.offline()->height() > 2 * QFontMetrics(f.offline()->font()).height() - 4);
+    QTRY_VERIFY(f.add()->geometry().top() > f.view()->geometry().bottom());
+    QVERIFY(f.offline()->geometry().bottom() < f.panel->height());
 }
 
 void TestPanel::firstShowLoadsEverythingInOrder()
