@@ -28,6 +28,7 @@ int main(int argc, char* argv[])
     };
     constexpr Area kAreas[] = {
         {"access", &KRXBench::measureServiceAccess},
+        {"actions", &KRXBench::measureActions},
     };
 
     KRXBench::Table table;

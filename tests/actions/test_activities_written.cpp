@@ -63,6 +63,13 @@ QList<CodecCase> codecCases()
     };
 }
 
+/// Every combination with one codec; with the others only none and all, because what a codec changes does not
+/// depend on the rest.
+int stepOf(const CodecCase& codec, int count)
+{
+    return codec.written.codecId == QLatin1String("102") ? 1 : count - 1;
+}
+
 /// Sets the three audio conversions as three bits, with targets that are not the project's.
 ActivityTexts::Audio setAudio(ActionRow& row, int bits)
 {
@@ -229,7 +236,7 @@ void TestActivitiesWritten::transcodeIsWrittenWholeInEveryState()
     row.choose("filesystemVideoVolume", QStringLiteral("Media A"));
     row.choose("filesystemAudioVolume", QStringLiteral("Media B"));
     for (const CodecCase& codec : codecCases()) {
-        for (int bits = 0; bits < 64; ++bits) {
+        for (int bits = 0; bits < 64; bits += stepOf(codec, 64)) {
             ActivityTexts::Transcode expected;
             expected.name = QStringLiteral("Transcode 7");
             expected.video = codec.written;
@@ -302,7 +309,7 @@ void TestActivitiesWritten::consolidateIsWrittenWholeInEveryState()
     row.choose("filesystemVideoVolume", QStringLiteral("Media B"));
     row.choose("filesystemAudioVolume", QStringLiteral("Media A"));
     for (const CodecCase& codec : codecCases()) {
-        for (int bits = 0; bits < 512; ++bits) {
+        for (int bits = 0; bits < 512; bits += stepOf(codec, 512)) {
             ActivityTexts::Consolidate expected;
             expected.video = codec.written;
             row.choose("videoCompressionType", QString::fromLatin1(codec.shown));
