@@ -21,6 +21,9 @@ public:
     /// A reading of the file. True when it stood still for long enough; then the caller looks for writers.
     bool reading(const FileStamp& stamp, std::int64_t now);
 
+    /// The earliest moment at which the file can be finished.
+    std::int64_t dueAt() const { return m_since + m_settle; }
+
     /// Somebody wrote, closed or replaced the file, or has it open for writing: the wait begins again.
     void disturbed();
 

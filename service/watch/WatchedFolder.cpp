@@ -4,6 +4,9 @@
 #include "watch/OpenWriters.h"
 #include "work/FileTools.h"
 
+#include <algorithm>
+#include <limits>
+
 namespace krxservice {
 
 WatchedFolder::WatchedFolder(const FolderRecord& record, std::unordered_map<std::string, FileStamp> known,
@@ -81,6 +84,14 @@ void WatchedFolder::done(const std::string& path, const std::optional<FileStamp>
     m_known[path] = *stamp;
     // It may have been written again while it was worked on; the event of that time went unheard.
     saw(path, false, now);
+}
+
+std::int64_t WatchedFolder::nextDue() const
+{
+    std::int64_t due = std::numeric_limits<std::int64_t>::max();
+    for (const auto& [path, settler] : m_candidates)
+        due = std::min(due, settler.dueAt());
+    return due;
 }
 
 void WatchedFolder::forgetAll()

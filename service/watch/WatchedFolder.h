@@ -31,6 +31,8 @@ public:
     /// A file was seen at \a now (nanoseconds); \a disturbed when an event told of a change. It becomes a
     /// candidate unless its work is done or under way.
     void saw(const std::string& path, bool disturbed, std::int64_t now);
+    /// The earliest moment at which a candidate can be finished (nanoseconds); the largest number without any.
+    std::int64_t nextDue() const;
     bool hasCandidates() const { return !m_candidates.empty(); }
     /// Reads all candidates at \a now (nanoseconds) and returns those that are finished; they are under way
     /// from then on.

@@ -9,11 +9,13 @@
 
 #include <algorithm>
 #include <chrono>
+#include <limits>
 
 namespace krxservice {
 
 namespace {
 
+constexpr std::int64_t kQuickestTick = 10; ///< milliseconds
 constexpr double kPollSeconds = 2; ///< for directories from which no events arrive or that are away
 
 int milliseconds(double seconds)
@@ -68,7 +70,7 @@ void Watcher::start()
     m_tickTimer.setTimerType(Qt::PreciseTimer);
     m_rescanTimer.start(milliseconds(m_times.rescanSeconds));
     m_pollTimer.start(milliseconds(std::min(kPollSeconds, m_times.rescanSeconds)));
-    m_tickTimer.setInterval(milliseconds(std::clamp(m_times.settleSeconds / 8, 0.02, 0.25)));
+    m_slowestTick = milliseconds(std::clamp(m_times.settleSeconds / 4, 0.02, 0.25));
     profilesChanged();
 }
 
@@ -208,7 +210,6 @@ void Watcher::beginTicking()
 {
     if (m_tickTimer.isActive())
         return;
-    m_tickTimer.start();
     tick();
 }
 
@@ -216,14 +217,19 @@ void Watcher::tick()
 {
     bool waiting = false;
     const std::int64_t now = steadyNow();
+    std::int64_t due = std::numeric_limits<std::int64_t>::max();
     for (const auto& [id, folder] : m_folders) {
         if (!folder->hasCandidates())
             continue;
         for (const auto& path : folder->takeFinished(now))
             m_sink(id, path);
         waiting = waiting || folder->hasCandidates();
+        due = std::min(due, folder->nextDue());
     }
-    if (!waiting)
+    // In step while files settle, and on the spot when the first of them is due.
+    if (waiting)
+        m_tickTimer.start(static_cast<int>(std::clamp((due - now) / 1000000 + 1, kQuickestTick, m_slowestTick)));
+    else
         m_tickTimer.stop();
 }
 

@@ -81,6 +81,7 @@ private:
     QTimer m_rescanTimer{this};
     QTimer m_pollTimer{this};
     QTimer m_tickTimer{this};
+    std::int64_t m_slowestTick = 0; ///< milliseconds between two readings of a file
 };
 
 } // namespace krxservice

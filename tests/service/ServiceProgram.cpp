@@ -83,7 +83,8 @@ ServiceProgram::~ServiceProgram()
 
 QString ServiceProgram::path()
 {
-    return QStringLiteral(KRX_SERVICE_PROGRAM);
+    // Another build of the program, for example one with sanitizers, may be put to the same tests.
+    return qEnvironmentVariable("KRX_SERVICE_PROGRAM", QStringLiteral(KRX_SERVICE_PROGRAM));
 }
 
 bool ServiceProgram::start(const QString& dataFolder, const QStringList& more)
