@@ -6,12 +6,37 @@
 
 #include <QFileInfo>
 #include <QFont>
+#include <QHash>
 #include <QIcon>
+#include <QPainter>
+#include <QPixmap>
 
 namespace {
 
 /// What a bin carries as internal id; a clip carries its bin's position plus one.
 constexpr quintptr kBinId = 0;
+constexpr int kIconSize = 16;
+/// Pixels per unit, enough for dense screens.
+constexpr int kIconScale = 2;
+
+/// The bin's icon in the colours of the skin.
+QIcon binIcon()
+{
+    static QHash<int, QIcon> icons;
+    QIcon& icon = icons[HostQtShell::currentSkinIndex()];
+    if (icon.isNull()) {
+        QPixmap picture(kIconSize * kIconScale, kIconSize * kIconScale);
+        picture.fill(Qt::transparent);
+        QPainter painter(&picture);
+        HostQtShell::drawSkinnedIcon(&painter, picture.rect(), QStringLiteral("folder_closed.png"),
+                                     QStringLiteral("icons/ProjectBins"), HostQtShell::iconTintColors(),
+                                     HostQtShell::disabledAlpha(false));
+        painter.end();
+        picture.setDevicePixelRatio(kIconScale);
+        icon = QIcon(picture);
+    }
+    return icon;
+}
 
 QString kindText(const QString& kind)
 {
@@ -94,7 +119,7 @@ QVariant BinsModel::binData(int bin, int column, int role) const
     if (column == NameColumn && role == Qt::DisplayRole)
         return record.name;
     if (column == NameColumn && role == Qt::DecorationRole)
-        return HostQtShell::skinnedIcon(QStringLiteral("folder_closed.png"), QStringLiteral("icons/ProjectBins"));
+        return binIcon();
     if (column == NameColumn && role == Qt::FontRole) {
         QFont font;
         font.setBold(true);

@@ -17,13 +17,13 @@ ClipIntake::ClipIntake(DeskProject& project, QObject* parent)
 {
 }
 
-void ClipIntake::take(const QString& linkDocument)
+bool ClipIntake::take(const QString& linkDocument)
 {
     LinkDocument document;
     QString error;
     if (!LinkDocument::read(linkDocument, document, error)) {
         emit failed(tr("%1 was not acquired: %2").arg(linkDocument, error));
-        return;
+        return false;
     }
     const bool doubled = m_project.contains(document.id);
     QString binName;
@@ -50,6 +50,7 @@ void ClipIntake::take(const QString& linkDocument)
         m_finishScheduled = true;
         QTimer::singleShot(0, this, &ClipIntake::finish);
     }
+    return true;
 }
 
 bool ClipIntake::finish()

@@ -20,7 +20,8 @@ public:
     /// Reads the document and records its clip. The project is saved and the documents are removed once for all
     /// files that were taken before control returned to the event loop, so that a folder with many outputs costs
     /// one save. A document that cannot be read stays where it is and is reported.
-    void take(const QString& linkDocument);
+    /// \return whether the clip is in the project.
+    bool take(const QString& linkDocument);
     /// Saves and removes now what take() left for later. \return false when the project could not be saved; the
     /// documents then stay.
     bool finish();

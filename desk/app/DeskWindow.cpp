@@ -2,10 +2,17 @@
 
 #include "BinsPane.h"
 #include "ClipIntake.h"
+#include "DeskPanel.h"
 #include "DeskProject.h"
-#include "FolderPane.h"
+#include "HelpDialog.h"
+#include "JobIntake.h"
+#include "LinkMediaDialog.h"
+#include "ServicesDialog.h"
+#include "VolumeWatcher.h"
 
+#include "KRXFolderManager.h"
 #include "KRXFolderViewWidget.h"
+#include "KRXProfilesWindow.h"
 
 #include "HostQtShell.h"
 
@@ -19,17 +26,20 @@
 #include <QLabel>
 #include <QMenuBar>
 #include <QPlainTextEdit>
-#include <QPointer>
 #include <QProgressBar>
+#include <QScrollArea>
 #include <QStatusBar>
 #include <QTime>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace {
 
 constexpr int kWidth = 980;
 constexpr int kHeight = 640;
 constexpr int kPaneMargin = 8;
+constexpr int kMinBinsHeight = 150;
 constexpr double kHeaderFontScale = 0.85;
 constexpr int kProgressWidth = 160;
 constexpr int kProgressTextWidth = 280;
@@ -54,11 +64,14 @@ QString projectFilter()
 
 } // namespace
 
-DeskWindow::DeskWindow(DeskProject& project, const ServiceSupervisor::Settings& service, QWidget* parent)
+DeskWindow::DeskWindow(DeskProject& project, const ServiceSupervisor::Settings& service, int pollInterval,
+                       QWidget* parent)
     : QMainWindow(parent)
     , m_project(project)
+    , m_monitor(pollInterval)
     , m_supervisor(service)
     , m_intake(new ClipIntake(project, this))
+    , m_jobs(new JobIntake(*m_intake, m_monitor, this))
 {
     theIntake = m_intake;
     setObjectName(QStringLiteral("deskWindow"));
@@ -76,15 +89,21 @@ DeskWindow::DeskWindow(DeskProject& project, const ServiceSupervisor::Settings& 
     connect(m_intake, &ClipIntake::taken, this, [this](const QString& clip, const QString& bin, bool doubled) {
         showMessage(doubled ? tr("%1 was acquired before").arg(clip) : tr("%1 is in the bin \"%2\"").arg(clip, bin));
     });
+    connect(m_jobs, &JobIntake::failed, this, &DeskWindow::showMessage);
+    connect(&m_monitor, &ServiceMonitor::commandFailed, this, &DeskWindow::showMessage);
     connect(&m_monitor, &ServiceMonitor::reported, this, &DeskWindow::serviceReported);
     connect(&m_supervisor, &ServiceSupervisor::message, this, &DeskWindow::showMessage);
     connect(&m_supervisor, &ServiceSupervisor::line, m_messages, &QPlainTextEdit::appendPlainText);
     StandInHost::setProgressListener([this](const StandInHost::ProgressStep& step) { showProgress(step); });
+    StandInHost::setHelpListener([this](const StandInHost::HelpRequest& request) { showHelp(request.topic); });
+    followVolumes();
+    followFocus();
 }
 
 DeskWindow::~DeskWindow()
 {
     StandInHost::setProgressListener(nullptr);
+    StandInHost::setHelpListener(nullptr);
     m_intake->finish();
 }
 
@@ -95,12 +114,12 @@ void DeskWindow::start()
 
 KRXFolderViewWidget* DeskWindow::folderView() const
 {
-    return m_folders->getFolderViewWidget();
+    return m_panel->getFolderViewWidget();
 }
 
 void DeskWindow::refreshFolders()
 {
-    m_folders->refreshFolders();
+    m_panel->refreshFolders();
 }
 
 void DeskWindow::showMessage(const QString& text)
@@ -134,15 +153,68 @@ void DeskWindow::closeEvent(QCloseEvent* event)
 
 void DeskWindow::makePanes()
 {
-    m_folders = new FolderPane(&acquire, this);
+    // A pane with a scroll bar for screens on which the panel does not fit whole.
+    m_pane = new QScrollArea(this);
+    m_pane->setObjectName(QStringLiteral("panelPane"));
+    m_pane->setFrameShape(QFrame::NoFrame);
+    m_pane->setWidgetResizable(true);
+    auto* content = new QWidget(m_pane);
+    m_panel = new DeskPanel(content, &acquire);
+    auto* column = new QVBoxLayout(content);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->addWidget(m_panel);
+    column->addStretch();
+    m_pane->setWidget(content);
+    connect(m_panel, &DeskPanel::heightWanted, this, &DeskWindow::setPaneHeight);
+    connect(m_panel, &DeskPanel::servicesDialogWanted, this, &DeskWindow::openServicesDialog);
+
     m_bins = new BinsPane(m_project, this);
+    m_bins->setMinimumHeight(kMinBinsHeight);
     auto* central = new QWidget(this);
     auto* layout = new QVBoxLayout(central);
     layout->setContentsMargins(kPaneMargin, kPaneMargin, kPaneMargin, kPaneMargin);
     layout->setSpacing(kPaneMargin);
-    layout->addWidget(m_folders);
+    layout->addWidget(m_pane);
     layout->addWidget(m_bins, 1);
     setCentralWidget(central);
+}
+
+void DeskWindow::setPaneHeight(int height)
+{
+    // The window grows with the pane as far as its screen goes; beyond that the pane scrolls.
+    const int decoration = frameGeometry().height() - geometry().height();
+    const int others = this->height() - m_pane->height() - m_bins->height() + m_bins->minimumHeight();
+    const int room = screen()->availableGeometry().height() - decoration - others;
+    m_pane->setFixedHeight(std::min(height, std::max(room, kMinBinsHeight)));
+}
+
+void DeskWindow::followVolumes()
+{
+    auto* volumes = new VolumeWatcher(this);
+    connect(volumes, &VolumeWatcher::changed, this, [this](const QString& mountPoint, int type, int action) {
+        folderView()->verifyFoldersPath();
+        if (m_online) {
+            const QByteArray name = mountPoint.toUtf8();
+            KRXFolderManager::volumeStatusCallback(reinterpret_cast<const unsigned char*>(name.constData()), type,
+                                                   action);
+        }
+    });
+}
+
+void DeskWindow::followFocus()
+{
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) {
+        // No widget at all has the focus while another program is in front.
+        if (now)
+            m_panel->setInHighlightState(m_panel->isAncestorOf(now));
+    });
+}
+
+void DeskWindow::showEvent(QShowEvent* event)
+{
+    QMainWindow::showEvent(event);
+    if (!event->spontaneous())
+        m_panel->Show();
 }
 
 void DeskWindow::makeStatusBar()
@@ -207,6 +279,9 @@ void DeskWindow::makeFileMenu()
     menu->addAction(tr("&Save Project"), this, &DeskWindow::saveProject, QKeySequence::Save);
     menu->addAction(tr("Save Project &As..."), this, &DeskWindow::saveProjectAs, QKeySequence::SaveAs);
     menu->addSeparator();
+    m_linkMedia = menu->addAction(tr("&Link Media with a Profile..."), this, &DeskWindow::linkMedia);
+    m_linkMedia->setEnabled(false);
+    menu->addSeparator();
     menu->addAction(tr("&Quit"), this, &QWidget::close, QKeySequence::Quit);
 }
 
@@ -230,10 +305,9 @@ void DeskWindow::makeServiceMenu()
 {
     QMenu* menu = menuBar()->addMenu(tr("&Service"));
     QAction* start = menu->addAction(tr("&Start Service"), this, [this] { m_supervisor.start(); });
-    QAction* stop = menu->addAction(tr("S&top Service"), this, [this] {
-        m_supervisor.stop();
-        m_monitor.askNow();
-    });
+    QAction* stop = menu->addAction(tr("S&top Service"), this, [this] { m_supervisor.stop(); });
+    menu->addSeparator();
+    menu->addAction(tr("Services &Manager..."), this, [this] { m_panel->openServicesDialog(); });
     connect(menu, &QMenu::aboutToShow, this, [this, start, stop] {
         start->setEnabled(!m_online && !m_supervisor.owns());
         // Somebody else's service is not ours to stop.
@@ -244,7 +318,47 @@ void DeskWindow::makeServiceMenu()
 void DeskWindow::makeHelpMenu()
 {
     QMenu* menu = menuBar()->addMenu(tr("&Help"));
+    menu->addAction(tr("&Contents"), this, [this] { showHelp(QString()); }, QKeySequence::HelpContents);
     menu->addAction(tr("&About KRX Desk"), this, &DeskWindow::about);
+}
+
+void DeskWindow::linkMedia()
+{
+    LinkMediaDialog dialog(m_panel->editor(), this);
+    if (dialog.exec() == QDialog::Accepted)
+        m_monitor.submitJobs(dialog.files(), dialog.profileId());
+    // The editor may have been open above the dialog.
+    m_panel->refreshFolders();
+}
+
+void DeskWindow::openServicesDialog()
+{
+    if (!m_services) {
+        m_services = new ServicesDialog(this);
+        m_services->setAttribute(Qt::WA_DeleteOnClose);
+        connect(m_services, &ServicesDialog::startWanted, this, [this] { m_supervisor.start(); });
+        connect(m_services, &ServicesDialog::stopWanted, this, [this] { m_supervisor.stop(); });
+        connect(m_services, &ServicesDialog::clearErrorsWanted, &m_monitor, &ServiceMonitor::clearErrors);
+        connect(m_services, &ServicesDialog::cancelJobsWanted, &m_monitor, &ServiceMonitor::cancelJobs);
+        connect(m_services, &ServicesDialog::retryJobsWanted, &m_monitor, &ServiceMonitor::retryJobs);
+        connect(m_services, &ServicesDialog::deleteJobWanted, &m_monitor, &ServiceMonitor::deleteJob);
+        m_services->showReport(m_lastReport, m_supervisor.owns());
+    }
+    m_services->show();
+    m_services->raise();
+    m_services->activateWindow();
+}
+
+void DeskWindow::showHelp(const QString& topic)
+{
+    // Above whatever window asked, which may be a modal one.
+    QWidget* asking = QApplication::activeModalWidget();
+    if (m_help)
+        m_help->deleteLater();
+    m_help = new HelpDialog(asking ? asking : this);
+    m_help->setAttribute(Qt::WA_DeleteOnClose);
+    m_help->showTopic(topic);
+    m_help->show();
 }
 
 void DeskWindow::newProject()
@@ -324,10 +438,20 @@ void DeskWindow::serviceReported(const ServiceReport& report)
     const bool online = report.online || (m_online && m_unanswered < kUnansweredLimit);
     const bool changed = online != m_online;
     m_online = online;
-    if (changed)
-        m_folders->updateKRXServiceOnlineState(online);
-    if (report.online)
-        m_folders->updateFoldersOutputReadyState(report.readyFolders);
+    m_lastReport = report;
+    m_linkMedia->setEnabled(online);
+    if (changed && online)
+        m_panel->editor()->createDefaultProfileIfNeed();
+    if (changed) {
+        m_panel->updateKRXServiceOnlineState(online);
+        setPaneHeight(m_panel->neededHeight());
+    }
+    if (report.online) {
+        m_panel->updateFoldersOutputReadyState(report.readyFolders);
+        m_jobs->follow(report.jobs);
+    }
+    if (m_services)
+        m_services->showReport(report, m_supervisor.owns());
     showServiceState(report);
     if (changed)
         emit serviceOnlineChanged(online);
@@ -338,7 +462,8 @@ void DeskWindow::showServiceState(const ServiceReport& report)
     QString text = tr("Service: not running");
     QColor color(0x8a, 0x90, 0x99);
     if (m_online && !report.errors.isEmpty()) {
-        text = tr("Service: %1").arg(report.errors.last());
+        text = report.errors.size() == 1 ? tr("Service: 1 message")
+                                         : tr("Service: %1 messages").arg(report.errors.size());
         color = QColor(0xd9, 0x8e, 0x04);
     } else if (m_online) {
         text = report.active ? tr("Service: working") : tr("Service: ready");
@@ -373,6 +498,7 @@ void DeskWindow::showProgress(const StandInHost::ProgressStep& step)
 
 void DeskWindow::updateTitle()
 {
-    setWindowTitle(tr("%1[*] - KRX Desk").arg(m_project.name()));
+    // The program's name comes behind it by itself.
+    setWindowTitle(QString(m_project.name() + QLatin1String("[*]")));
     setWindowModified(m_project.isModified());
 }

@@ -6,16 +6,21 @@
 #include "StandInHost.h"
 
 #include <QMainWindow>
+#include <QPointer>
 
 class BinsPane;
 class ClipIntake;
 class DeskProject;
-class FolderPane;
+class DeskPanel;
+class HelpDialog;
+class JobIntake;
 class KRXFolderViewWidget;
 class QAction;
 class QLabel;
 class QPlainTextEdit;
 class QProgressBar;
+class QScrollArea;
+class ServicesDialog;
 
 /// The desk: the folder panel above the project's bins, and a status bar with progress and the service's state.
 class DeskWindow : public QMainWindow
@@ -24,15 +29,20 @@ class DeskWindow : public QMainWindow
 
 public:
     /// \param project must outlive the window.
-    DeskWindow(DeskProject& project, const ServiceSupervisor::Settings& service, QWidget* parent = nullptr);
+    /// \param pollInterval milliseconds between two questions to the service.
+    DeskWindow(DeskProject& project, const ServiceSupervisor::Settings& service, int pollInterval = 1000,
+               QWidget* parent = nullptr);
     ~DeskWindow() override;
 
     /// Begins to ask for the service, and to start one when none answers.
     void start();
+    DeskPanel* panel() const { return m_panel; }
     KRXFolderViewWidget* folderView() const;
     BinsPane* binsPane() const { return m_bins; }
     ServiceSupervisor& supervisor() { return m_supervisor; }
     ClipIntake& intake() { return *m_intake; }
+    /// What the service answered when it was last asked.
+    const ServiceReport& lastReport() const { return m_lastReport; }
     bool isServiceOnline() const { return m_online; }
     /// Reads the folder list from the service again.
     void refreshFolders();
@@ -47,6 +57,7 @@ signals:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     void setHeaderFont();
@@ -59,6 +70,13 @@ private:
     void makeServiceMenu();
     void makeHelpMenu();
 
+    void setPaneHeight(int height);
+    void followVolumes();
+    void followFocus();
+
+    void linkMedia();
+    void openServicesDialog();
+    void showHelp(const QString& topic);
     void newProject();
     void openProject();
     void saveProject();
@@ -76,15 +94,21 @@ private:
     ServiceMonitor m_monitor;
     ServiceSupervisor m_supervisor;
     ClipIntake* m_intake;
-    FolderPane* m_folders = nullptr;
+    JobIntake* m_jobs;
+    DeskPanel* m_panel = nullptr;
+    QScrollArea* m_pane = nullptr;
     BinsPane* m_bins = nullptr;
     QProgressBar* m_progress = nullptr;
     QLabel* m_progressText = nullptr;
     QLabel* m_serviceState = nullptr;
     QPlainTextEdit* m_messages = nullptr;
     QDockWidget* m_messagesDock = nullptr;
+    QAction* m_linkMedia = nullptr;
     QAction* m_lightSkin = nullptr;
     QAction* m_darkSkin = nullptr;
+    QPointer<ServicesDialog> m_services;
+    QPointer<HelpDialog> m_help;
+    ServiceReport m_lastReport;
     QStringList m_serviceErrors;
     bool m_online = false;
     int m_unanswered = 0;

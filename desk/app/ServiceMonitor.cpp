@@ -12,6 +12,7 @@ ServiceMonitor::ServiceMonitor(int interval, QObject* parent)
     connect(&m_thread, &QThread::started, m_poller, &ServicePoller::start);
     connect(&m_thread, &QThread::finished, m_poller, &QObject::deleteLater);
     connect(m_poller, &ServicePoller::reported, this, &ServiceMonitor::reported);
+    connect(m_poller, &ServicePoller::commandFailed, this, &ServiceMonitor::commandFailed);
 }
 
 ServiceMonitor::~ServiceMonitor()
@@ -32,4 +33,32 @@ void ServiceMonitor::start()
 void ServiceMonitor::askNow()
 {
     QMetaObject::invokeMethod(m_poller, &ServicePoller::ask, Qt::QueuedConnection);
+}
+
+void ServiceMonitor::submitJobs(const QStringList& paths, const QString& profileId)
+{
+    QMetaObject::invokeMethod(
+        m_poller, [poller = m_poller, paths, profileId] { poller->submitJobs(paths, profileId); },
+        Qt::QueuedConnection);
+}
+
+void ServiceMonitor::deleteJob(const QString& jobId)
+{
+    QMetaObject::invokeMethod(
+        m_poller, [poller = m_poller, jobId] { poller->deleteJob(jobId); }, Qt::QueuedConnection);
+}
+
+void ServiceMonitor::cancelJobs()
+{
+    QMetaObject::invokeMethod(m_poller, &ServicePoller::cancelJobs, Qt::QueuedConnection);
+}
+
+void ServiceMonitor::retryJobs()
+{
+    QMetaObject::invokeMethod(m_poller, &ServicePoller::retryJobs, Qt::QueuedConnection);
+}
+
+void ServiceMonitor::clearErrors()
+{
+    QMetaObject::invokeMethod(m_poller, &ServicePoller::clearErrors, Qt::QueuedConnection);
 }

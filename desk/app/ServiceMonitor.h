@@ -1,31 +1,14 @@
 #pragma once
 
-#include <QMetaType>
-#include <QObject>
-#include <QString>
-#include <QStringList>
-#include <QThread>
+#include "ServiceReport.h"
 
-/// What the service answered when it was last asked.
-struct ServiceReport
-{
-    /// The service answered.
-    bool online = false;
-    /// It works on something.
-    bool active = false;
-    /// What it has to complain about.
-    QStringList errors;
-    /// Folders that have outputs ready.
-    QStringList readyFolders;
-    /// Why it did not answer.
-    QString failure;
-};
-Q_DECLARE_METATYPE(ServiceReport)
+#include <QObject>
+#include <QThread>
 
 class ServicePoller;
 
-/// Asks the service again and again how it is, on a thread of its own, so that a service that is dead or slow
-/// never holds up the window.
+/// Asks the service again and again how it is, and carries commands about jobs to it, all on a thread of its
+/// own, so that a service that is dead or slow never holds up the window. Every function returns at once.
 class ServiceMonitor : public QObject
 {
     Q_OBJECT
@@ -37,12 +20,23 @@ public:
     ~ServiceMonitor() override;
 
     void start();
-    /// Asks at once instead of at the end of the interval. Returns before the answer.
+    /// Asks at once instead of at the end of the interval.
     void askNow();
 
+    /// Has each of the files processed with a profile.
+    void submitJobs(const QStringList& paths, const QString& profileId);
+    void deleteJob(const QString& jobId);
+    /// Cancels what is not finished. The notice carries no job's name: it is for every manual job.
+    void cancelJobs();
+    /// Has what failed or was cancelled done again; for every manual job as well.
+    void retryJobs();
+    /// Has the service forget its error messages.
+    void clearErrors();
+
 signals:
-    /// Delivered in the thread that the monitor lives in.
+    // Delivered in the thread that the monitor lives in.
     void reported(const ServiceReport& report);
+    void commandFailed(const QString& message);
 
 private:
     QThread m_thread;

@@ -38,5 +38,59 @@ ServiceReport ServicePoller::report()
     status.getReadyFolderIDList(report.readyFolders);
     if (status.isError())
         m_jobs->getErrorList(report.errors, false);
+    report.jobs = jobs();
     return report;
+}
+
+QVector<DeskJob> ServicePoller::jobs()
+{
+    QVector<DeskJob> found;
+    // The details come without states, so one without the other tells nothing.
+    if (!m_jobs->updateManualJobsDetail() || !m_jobs->updateJobsStatus())
+        return found;
+    for (int i = 0; i < m_jobs->countJobs(); ++i) {
+        KRXJob job;
+        // What has a state but no path is a folder's own work.
+        if (m_jobs->getJob(i, job) && !job.path.isEmpty())
+            found.append({job.id, job.path, job.state, job.complete, job.percentComplete, job.outputFiles});
+    }
+    return found;
+}
+
+void ServicePoller::submitJobs(const QStringList& paths, const QString& profileId)
+{
+    for (const QString& path : paths) {
+        QString jobId;
+        if (!m_jobs->submitJob(path, profileId, jobId))
+            emit commandFailed(tr("%1 could not be submitted: %2").arg(path, m_jobs->lastError()));
+    }
+    ask();
+}
+
+void ServicePoller::deleteJob(const QString& jobId)
+{
+    finishCommand(m_jobs->deleteJob(jobId), tr("The job could not be removed: %1"));
+}
+
+void ServicePoller::cancelJobs()
+{
+    finishCommand(m_jobs->cancelJob(QString()), tr("The jobs could not be cancelled: %1"));
+}
+
+void ServicePoller::retryJobs()
+{
+    finishCommand(m_jobs->retryJob(QString()), tr("The jobs could not be started again: %1"));
+}
+
+void ServicePoller::clearErrors()
+{
+    QStringList errors;
+    finishCommand(m_jobs->getErrorList(errors, true), tr("The messages could not be cleared: %1"));
+}
+
+void ServicePoller::finishCommand(bool succeeded, const QString& what)
+{
+    if (!succeeded)
+        emit commandFailed(what.arg(m_jobs->lastError()));
+    ask();
 }

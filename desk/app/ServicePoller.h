@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ServiceMonitor.h"
+#include "ServiceReport.h"
 
 #include "KRXJobManager.h"
 
@@ -9,7 +9,8 @@
 
 #include <memory>
 
-/// The monitor's worker: lives in the monitor's thread and is the only user of its job manager.
+/// The monitor's worker: lives in the monitor's thread and is the only user of its job manager. Call everything
+/// in that thread.
 class ServicePoller : public QObject
 {
     Q_OBJECT
@@ -17,16 +18,23 @@ class ServicePoller : public QObject
 public:
     explicit ServicePoller(int interval);
 
-    /// Call in the poller's own thread.
     void start();
     void ask();
-    void stop();
+
+    void submitJobs(const QStringList& paths, const QString& profileId);
+    void deleteJob(const QString& jobId);
+    void cancelJobs();
+    void retryJobs();
+    void clearErrors();
 
 signals:
     void reported(const ServiceReport& report);
+    void commandFailed(const QString& message);
 
 private:
     ServiceReport report();
+    QVector<DeskJob> jobs();
+    void finishCommand(bool succeeded, const QString& what);
 
     QTimer m_timer;
     std::unique_ptr<KRXJobManager> m_jobs;

@@ -32,6 +32,11 @@ ServiceSupervisor::ServiceSupervisor(const Settings& settings, QObject* parent)
 {
     m_restart.setSingleShot(true);
     connect(&m_restart, &QTimer::timeout, this, &ServiceSupervisor::launch);
+    m_patience.setSingleShot(true);
+    connect(&m_patience, &QTimer::timeout, this, [this] {
+        if (m_process)
+            m_process->kill();
+    });
 }
 
 ServiceSupervisor::~ServiceSupervisor()
@@ -55,7 +60,8 @@ void ServiceSupervisor::start()
     m_forbidden = false;
     m_failures = 0;
     m_restart.stop();
-    if (m_state != Running)
+    // One that is about to end is waited for: two would want the same port.
+    if (m_state == Idle || m_state == Waiting)
         launch();
 }
 
@@ -63,8 +69,13 @@ void ServiceSupervisor::stop()
 {
     m_forbidden = true;
     m_restart.stop();
-    endProcess();
-    setState(Idle);
+    if (m_state == Waiting)
+        setState(Idle);
+    if (!m_process || m_state != Running)
+        return;
+    setState(Stopping);
+    m_patience.start(m_settings.stopWait);
+    m_process->terminate();
 }
 
 QString ServiceSupervisor::program() const
@@ -97,7 +108,6 @@ void ServiceSupervisor::launch()
         ended(tr("The program krx-service was not found"));
         return;
     }
-    endProcess();
     m_lastLine.clear();
     m_process = new BoundProcess(this);
     m_process->setProcessChannelMode(QProcess::MergedChannels);
@@ -116,12 +126,26 @@ void ServiceSupervisor::launch()
     m_process->start(path, arguments());
 }
 
+void ServiceSupervisor::forgetProcess()
+{
+    m_patience.stop();
+    if (!m_process)
+        return;
+    m_process->disconnect(this);
+    m_process->deleteLater();
+    m_process = nullptr;
+}
+
 void ServiceSupervisor::ended(const QString& reason)
 {
-    if (m_process) {
-        m_process->disconnect(this);
-        m_process->deleteLater();
-        m_process = nullptr;
+    forgetProcess();
+    const bool wasAsked = m_state == Stopping;
+    if (wasAsked || m_forbidden) {
+        setState(Idle);
+        // Somebody may have wanted it back in the meantime.
+        if (!m_forbidden)
+            launch();
+        return;
     }
     emit message(reason);
     const int pause = m_settings.restartPause << std::min(m_failures, kMaxDoublings);
@@ -151,11 +175,11 @@ void ServiceSupervisor::endProcess()
     if (!m_process)
         return;
     m_process->disconnect(this);
-    m_process->terminate();
+    if (m_state != Stopping)
+        m_process->terminate();
     if (m_process->state() != QProcess::NotRunning && !m_process->waitForFinished(m_settings.stopWait)) {
         m_process->kill();
         m_process->waitForFinished(m_settings.stopWait);
     }
-    m_process->deleteLater();
-    m_process = nullptr;
+    forgetProcess();
 }

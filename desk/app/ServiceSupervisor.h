@@ -22,6 +22,8 @@ public:
         Running,
         /// It died or could not be started and is started again after a pause.
         Waiting,
+        /// It was asked to end and has not ended yet.
+        Stopping,
     };
 
     struct Settings
@@ -53,7 +55,7 @@ public:
     void needService();
     /// Starts one on a person's wish; lifts what stop() forbade.
     void start();
-    /// Ends what was started and starts none by itself until start() is called. Waits for the end.
+    /// Asks what was started to end, and starts none by itself until start() is called. Does not wait.
     void stop();
 
     /// The program that is started; empty when there is none.
@@ -73,6 +75,7 @@ signals:
 private:
     void launch();
     void ended(const QString& reason);
+    void forgetProcess();
     void setState(State state);
     void readLines();
     void endProcess();
@@ -80,6 +83,7 @@ private:
     Settings m_settings;
     QProcess* m_process = nullptr;
     QTimer m_restart;
+    QTimer m_patience;
     int m_failures = 0;
     bool m_forbidden = false;
     State m_state = Idle;

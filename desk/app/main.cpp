@@ -56,6 +56,7 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "krx-desk: %s\nTry krx-desk --help.\n", qPrintable(error));
         return 2;
     }
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("KRX Desk"));
     StandInHost::setLanguage(options.language.isEmpty() ? QLocale::system().name().left(2) : options.language);
     return options.mode == DeskOptions::Mode::Tour ? Tour::run(options) : DeskApplication::runWindow(options);
 }

@@ -90,8 +90,9 @@ private slots:
         QTRY_COMPARE(lines.count(), 1);
         const auto pid = static_cast<pid_t>(supervisor.processId());
         supervisor.stop();
+        QCOMPARE(supervisor.state(), ServiceSupervisor::Stopping);
+        QTRY_COMPARE(supervisor.state(), ServiceSupervisor::Idle);
         QVERIFY(::kill(pid, 0) != 0);
-        QCOMPARE(supervisor.state(), ServiceSupervisor::Idle);
     }
 
     void oneThatDiesIsStartedAgain()
@@ -123,11 +124,27 @@ private slots:
         supervisor.needService();
         QTRY_COMPARE(lines.count(), 1);
         supervisor.stop();
+        QTRY_COMPARE(supervisor.state(), ServiceSupervisor::Idle);
         supervisor.needService();
         QVERIFY(!supervisor.owns());
         supervisor.start();
         QVERIFY(supervisor.owns());
         QTRY_COMPARE(lines.count(), 2);
+    }
+
+    void oneThatIsWantedBackWhileItEndsIsStartedAfterItsEnd()
+    {
+        ServiceSupervisor supervisor(settings("echo up\nexec sleep 1000\n"));
+        QSignalSpy lines(&supervisor, &ServiceSupervisor::line);
+        supervisor.needService();
+        QTRY_COMPARE(lines.count(), 1);
+        const qint64 first = supervisor.processId();
+        supervisor.stop();
+        supervisor.start();
+        QCOMPARE(supervisor.state(), ServiceSupervisor::Stopping);
+        QTRY_COMPARE(lines.count(), 2);
+        QVERIFY(supervisor.owns());
+        QVERIFY(supervisor.processId() != first);
     }
 
     void aMissingProgramIsTold()

@@ -29,6 +29,7 @@
 namespace {
 
 constexpr int kLookInterval = 20;
+constexpr int kPollInterval = 100;
 constexpr std::uint32_t kWait = 3000;
 
 QString theDeathWord;
@@ -141,7 +142,7 @@ int main(int argc, char** argv)
     service.arguments = QStringList{QStringLiteral("--settle"), QStringLiteral("0.1"), QStringLiteral("--rescan"),
                                     QStringLiteral("0.5")};
     service.restartPause = 1;
-    DeskWindow window(project, service);
+    DeskWindow window(project, service, kPollInterval);
     QObject::connect(&window, &DeskWindow::serviceOnlineChanged, &window, [&](bool online) {
         say(online ? QStringLiteral("online") : QStringLiteral("offline"));
         if (!online)

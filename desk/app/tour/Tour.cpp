@@ -1,7 +1,9 @@
 #include "Tour.h"
 
-#include "AcquireTour.h"
+#include "FolderTour.h"
+#include "ProfileTour.h"
 #include "RealInput.h"
+#include "ServiceTour.h"
 #include "TourRunner.h"
 #include "TourStage.h"
 
@@ -14,6 +16,7 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <cstdio>
@@ -40,6 +43,45 @@ ServiceSupervisor::Settings serviceSettings(const DeskOptions& options, const QS
     return settings;
 }
 
+QStringList clipNames()
+{
+    QStringList names;
+    const QStringList files = DemoMedia::fileNames();
+    for (const QString& file : files)
+        names << QFileInfo(file).completeBaseName();
+    return names;
+}
+
+void addSteps(TourStage& stage, FolderTour& folders, ProfileTour& profiles, ServiceTour& services)
+{
+    const QString copying = QStringLiteral("Copy and link");
+    const QString linking = QStringLiteral("Default Profile");
+    const QString rushes = QStringLiteral("Rushes");
+    const QString volume = ClipIntake::volumeLabel(folders.folder());
+    const QStringList clips = clipNames();
+    const int count = clips.size();
+
+    services.addStart();
+    profiles.addCreation(copying, rushes, stage.watchedFolder(QStringLiteral("Copies")));
+    folders.addFolder();
+    folders.addProfileChange(copying, false);
+    folders.addSummary();
+    folders.addEnabling();
+    folders.addDrop(DemoMedia::fileNames(), QStringLiteral("folder-state-1"));
+    folders.addAcquisition(rushes, clips, count, QStringLiteral("folder-state-2"));
+
+    folders.addProfileChange(linking, true, true);
+    folders.addWaitForClips(count, QString());
+    folders.addAcquisition(volume, clips, 2 * count, QString());
+
+    folders.addProfileChange(copying, true, false);
+    profiles.addDeletion(copying);
+    services.addServicesManager();
+    services.addStopAndStart();
+    folders.addEnabling();
+    services.addLinkedMedia(DemoMedia::fileNames().first(), 2 * count + 1);
+}
+
 int play(const DeskOptions& options, const QString& base, RealInput& input)
 {
     DeskProject project;
@@ -47,11 +89,13 @@ int play(const DeskOptions& options, const QString& base, RealInput& input)
     if (!DeskApplication::openProject(project, QString(base + QLatin1String("/Tour.krxproject")), error))
         return refuse(error);
     DeskWindow window(project, serviceSettings(options, base));
-    window.setDarkSkin(options.skin == DeskOptions::Skin::Dark);
-    TourRunner runner(options.tour, &window, input);
+    window.setDarkSkin(false);
+    TourRunner runner(options.tour, &window, input, [&window](bool dark) { window.setDarkSkin(dark); });
     TourStage stage(window, project, runner, input, base);
-    AcquireTour acquire(stage);
-    acquire.addSteps();
+    FolderTour folders(stage);
+    ProfileTour profiles(stage, folders);
+    ServiceTour services(stage, folders);
+    addSteps(stage, folders, profiles, services);
     QObject::connect(&runner, &TourRunner::finished, &window, [](bool held) { QCoreApplication::exit(held ? 0 : 1); });
     window.show();
     window.start();

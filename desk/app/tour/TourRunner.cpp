@@ -4,7 +4,9 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QPainter>
 #include <QPixmap>
+#include <QRegion>
 #include <QScreen>
 #include <QWidget>
 
@@ -15,15 +17,18 @@ namespace {
 constexpr int kBeat = 40;
 /// Time for windows to paint and for effects to end before a picture is taken.
 constexpr int kPaintTime = 350;
+constexpr QRgb kBackground = 0xff8d949c;
 constexpr double kMillisecondsPerSecond = 1000;
 
 } // namespace
 
-TourRunner::TourRunner(const QString& directory, QWidget* window, RealInput& input, QObject* parent)
+TourRunner::TourRunner(const QString& directory, QWidget* window, RealInput& input,
+                       const std::function<void(bool)>& setDark, QObject* parent)
     : QObject(parent)
     , m_directory(directory)
     , m_window(window)
     , m_input(input)
+    , m_setDark(setDark)
     , m_report(QDir(directory).filePath(QStringLiteral("tour.txt")))
 {
     m_timer.setInterval(kBeat);
@@ -49,14 +54,20 @@ void TourRunner::start()
 
 void TourRunner::takePicture(const QString& name)
 {
-    QRect area = m_window->frameGeometry();
+    QRegion covered = m_window->frameGeometry();
     const QWidgetList windows = QApplication::topLevelWidgets();
     for (const QWidget* window : windows) {
         if (window->isVisible() && window->windowType() != Qt::Desktop)
-            area |= window->frameGeometry();
+            covered |= window->frameGeometry();
     }
+    const QRect area = covered.boundingRect();
     QScreen* screen = m_window->screen();
-    const QPixmap picture = screen->grabWindow(0, area.x(), area.y(), area.width(), area.height());
+    QPixmap picture = screen->grabWindow(0, area.x(), area.y(), area.width(), area.height());
+    // What lies beside the windows is none of ours.
+    QPainter painter(&picture);
+    painter.setClipRegion((QRegion(area) - covered).translated(-area.topLeft()));
+    painter.fillRect(picture.rect(), kBackground);
+    painter.end();
     const QString file = QStringLiteral("%1-%2.png").arg(++m_pictures, 2, 10, QLatin1Char('0')).arg(name);
     if (!picture.save(QDir(m_directory).filePath(file)))
         fail(QStringLiteral("the picture %1 cannot be written").arg(file));
@@ -113,14 +124,31 @@ void TourRunner::tick()
             enter(Phase::Picture);
         break;
     case Phase::Picture:
-        if (step.picture.isEmpty())
-            finishStep();
-        else if (m_sincePhase.hasExpired(kPaintTime)) {
-            takePicture(step.picture);
-            finishStep();
-        }
+    case Phase::DarkPicture:
+        takePictureOfStep();
         break;
     }
+}
+
+void TourRunner::takePictureOfStep()
+{
+    const QString name = m_steps.at(m_current).picture;
+    if (name.isEmpty()) {
+        finishStep();
+        return;
+    }
+    if (!m_sincePhase.hasExpired(kPaintTime))
+        return;
+    if (m_phase == Phase::Picture) {
+        takePicture(name);
+        m_setDark(true);
+        enter(Phase::DarkPicture);
+        return;
+    }
+    --m_pictures; // both pictures of a step have its number
+    takePicture(QString(name + QLatin1String("-dark")));
+    m_setDark(false);
+    finishStep();
 }
 
 void TourRunner::enter(Phase phase)

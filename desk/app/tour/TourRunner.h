@@ -38,11 +38,13 @@ class TourRunner : public QObject
 
 public:
     /// \param directory where pictures and tour.txt go; it must exist. \param window what pictures are cut to.
-    TourRunner(const QString& directory, QWidget* window, RealInput& input, QObject* parent = nullptr);
+    /// \param setDark switches between the two skins; every picture of a step is taken in both.
+    TourRunner(const QString& directory, QWidget* window, RealInput& input, const std::function<void(bool)>& setDark,
+               QObject* parent = nullptr);
 
     void add(const TourStep& step) { m_steps.append(step); }
     void start();
-    /// Takes a numbered picture at once, of the window and of whatever lies over it.
+    /// Takes a numbered picture at once, in the skin of now, of the window and of whatever lies over it.
     void takePicture(const QString& name);
     /// Writes a line into the report.
     void note(const QString& text);
@@ -54,17 +56,19 @@ signals:
     void finished(bool held);
 
 private:
-    enum class Phase { Before, Settling, After, Picture };
+    enum class Phase { Before, Settling, After, Picture, DarkPicture };
 
     void tick();
     void enter(Phase phase);
     void finishStep();
+    void takePictureOfStep();
     bool holds(const TourStep::Condition& condition);
     void report(const QString& result);
 
     QString m_directory;
     QWidget* m_window;
     RealInput& m_input;
+    std::function<void(bool)> m_setDark;
     QFile m_report;
     QTimer m_timer;
     QVector<TourStep> m_steps;

@@ -4,17 +4,28 @@
 #include "DeskProject.h"
 #include "DeskWindow.h"
 
+#include "ArrowButton.h"
 #include "KRXFolder.h"
 #include "KRXFolderManager.h"
 #include "KRXFolderProperties.h"
 #include "KRXFolderViewWidget.h"
+#include "KRXProfile.h"
+#include "KRXProfileManager.h"
+#include "KRXProfileProperties.h"
+#include "KRXTwistWidget.h"
 
+#include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
 #include <QDir>
 #include <QFile>
+#include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
+#include <QRadioButton>
+#include <QScrollArea>
 #include <QStyle>
 #include <QStyleOptionViewItem>
 
@@ -73,6 +84,17 @@ void TourStage::drop(const QString& fileName, const QString& folder, const QStri
         m_runner.fail(QStringLiteral("%1 cannot be copied to %2").arg(fileName, folder));
 }
 
+void TourStage::add(const QString& name, const std::function<void()>& action, const TourStep::Condition& after,
+                    const QString& picture)
+{
+    TourStep step;
+    step.name = name;
+    step.action = action;
+    step.after = after;
+    step.picture = picture;
+    m_runner.add(step);
+}
+
 QWidget* TourStage::widget(const char* objectName) const
 {
     const QList<QWidget*> found = topWindow()->findChildren<QWidget*>(QString::fromLatin1(objectName));
@@ -89,6 +111,28 @@ QWidget* TourStage::topWindow() const
 KRXFolderViewWidget* TourStage::folders() const
 {
     return m_window.folderView();
+}
+
+KRXTwistWidget* TourStage::section(const QString& title) const
+{
+    const QList<KRXTwistWidget*> sections = topWindow()->findChildren<KRXTwistWidget*>();
+    for (KRXTwistWidget* section : sections) {
+        const auto* arrow = section->findChild<ArrowButton*>();
+        const auto* label = arrow ? arrow->parentWidget()->findChild<QLabel*>() : nullptr;
+        if (label && label->text() == title && section->isVisible())
+            return section;
+    }
+    return nullptr;
+}
+
+QAbstractButton* TourStage::button(const QString& text) const
+{
+    const QList<QAbstractButton*> buttons = topWindow()->findChildren<QAbstractButton*>();
+    for (QAbstractButton* button : buttons) {
+        if (button->isVisible() && button->text() == text)
+            return button;
+    }
+    return nullptr;
 }
 
 QTreeWidgetItem* TourStage::row(const QString& path) const
@@ -113,10 +157,38 @@ QStringList TourStage::clipsIn(const QString& binName) const
 
 void TourStage::click(const QWidget* target)
 {
-    if (target)
-        m_input.clickAt(target->mapToGlobal(target->rect().center()));
-    else
-        m_runner.fail(QStringLiteral("there is nothing to click on"));
+    if (!target)
+        return m_runner.fail(QStringLiteral("there is nothing to click on"));
+    QPoint place = target->rect().center();
+    // These react where their mark and text are, not on the empty rest of a wide one.
+    if (qobject_cast<const QCheckBox*>(target) || qobject_cast<const QRadioButton*>(target))
+        place.setX(target->style()->pixelMetric(QStyle::PM_IndicatorWidth) / 2);
+    m_input.clickAt(target->mapToGlobal(place));
+}
+
+void TourStage::clickInside(QWidget* target)
+{
+    for (QWidget* around = target; around; around = around->parentWidget()) {
+        if (auto* area = qobject_cast<QScrollArea*>(around))
+            area->ensureWidgetVisible(target);
+    }
+    click(target);
+}
+
+void TourStage::answer(QMessageBox::StandardButton button)
+{
+    const auto* box = qobject_cast<QMessageBox*>(topWindow());
+    click(box ? box->button(button) : nullptr);
+}
+
+void TourStage::clickPopupItem(const char* boxName, const QString& text)
+{
+    const auto* box = qobject_cast<QComboBox*>(widget(boxName));
+    if (!box || box->findText(text) < 0)
+        return m_runner.fail(QStringLiteral("there is no \"%1\" to choose").arg(text));
+    const QAbstractItemView* list = box->view();
+    const QRect item = list->visualRect(list->model()->index(box->findText(text), box->modelColumn()));
+    m_input.clickAt(list->viewport()->mapToGlobal(item.center()));
 }
 
 void TourStage::clickCell(QTreeWidgetItem* row, int column)
@@ -161,6 +233,40 @@ TourStep::Condition TourStage::menuIsOpen() const
     };
 }
 
+TourStep::Condition TourStage::popupIsOpen() const
+{
+    return [] { return QApplication::activePopupWidget() ? QString() : QStringLiteral("no list is open"); };
+}
+
+TourStep::Condition TourStage::deskIsOnTop() const
+{
+    return [] {
+        const QWidget* modal = QApplication::activeModalWidget();
+        return modal ? QStringLiteral("\"%1\" is still open").arg(modal->windowTitle()) : QString();
+    };
+}
+
+TourStep::Condition TourStage::boxSays(const QString& beginning) const
+{
+    return [this, beginning]() -> QString {
+        const auto* box = qobject_cast<QMessageBox*>(topWindow());
+        if (!box)
+            return QStringLiteral("no question is asked");
+        return box->text().startsWith(beginning) ? QString()
+                                                 : QStringLiteral("the question is: %1").arg(box->text());
+    };
+}
+
+TourStep::Condition TourStage::boxShows(const char* boxName, const QString& text) const
+{
+    return [this, boxName, text]() -> QString {
+        const auto* box = qobject_cast<QComboBox*>(widget(boxName));
+        if (!box)
+            return QStringLiteral("%1 is not to be seen").arg(QLatin1String(boxName));
+        return box->currentText() == text ? QString() : QStringLiteral("the box shows \"%1\"").arg(box->currentText());
+    };
+}
+
 TourStep::Condition TourStage::widgetIsThere(const char* objectName) const
 {
     return [this, objectName] {
@@ -198,6 +304,33 @@ TourStep::Condition TourStage::serviceHasFolder(const QString& path, bool enable
             return QStringLiteral("the service does not know %1").arg(path);
         const bool is = folder.property(KRXFolderProperties::kEnabled).toString() == QLatin1String("true");
         return is == enabled ? QString() : QStringLiteral("%1 has the wrong enabled flag on the service").arg(path);
+    };
+}
+
+TourStep::Condition TourStage::serviceHasProfile(const QString& path, const QString& profileName) const
+{
+    return [this, path, profileName]() -> QString {
+        KRXFolder folder;
+        KRXProfile profile;
+        if (!freshFolder(*this, path, folder))
+            return QStringLiteral("the service does not know %1").arg(path);
+        const QString id = folder.property(KRXFolderProperties::kProfileId).toString();
+        KRXProfileManager::getInstance().getProfile(id, profile);
+        const QString name = profile.property(KRXProfileProperties::kName).toString();
+        return name == profileName ? QString() : QStringLiteral("the folder has \"%1\"").arg(name);
+    };
+}
+
+TourStep::Condition TourStage::projectFileHolds(int clips) const
+{
+    return [this, clips]() -> QString {
+        DeskProject saved;
+        QString error;
+        if (!saved.load(m_project.path(), error))
+            return error;
+        return saved.clipCount() == clips && m_project.clipCount() == clips
+            ? QString()
+            : QStringLiteral("the project has %1 clips, its file %2").arg(m_project.clipCount()).arg(saved.clipCount());
     };
 }
 

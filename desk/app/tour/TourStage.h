@@ -3,14 +3,17 @@
 #include "RealInput.h"
 #include "TourRunner.h"
 
+#include <QMessageBox>
 #include <QString>
 #include <QStringList>
+
+#include <functional>
 
 class DeskProject;
 class DeskWindow;
 class KRXFolderViewWidget;
-class QAbstractItemView;
-class QModelIndex;
+class KRXTwistWidget;
+class QAbstractButton;
 class QTreeWidgetItem;
 class QWidget;
 
@@ -32,6 +35,10 @@ public:
     /// Copies one media file into a folder, under another name when one is given.
     void drop(const QString& fileName, const QString& folder, const QString& newName = QString());
 
+    /// Appends a step. \param after what must come of it. \param picture its picture's name; none when empty.
+    void add(const QString& name, const std::function<void()>& action, const TourStep::Condition& after,
+             const QString& picture = QString());
+
     // --- Finding -----------------------------------------------------------------------------------------
 
     /// The visible widget of that object name in the window that is on top; null when there is none.
@@ -39,6 +46,10 @@ public:
     /// The window that takes input now: the modal dialog, else the desk.
     QWidget* topWindow() const;
     KRXFolderViewWidget* folders() const;
+    /// The section with that title in the window on top; null when there is none to be seen.
+    KRXTwistWidget* section(const QString& title) const;
+    /// The visible button with that text in the window on top.
+    QAbstractButton* button(const QString& text) const;
     /// The row of the folder at \a path; null when it is not listed.
     QTreeWidgetItem* row(const QString& path) const;
     /// Names of the clips in the bin of that name, sorted; empty when there is no such bin.
@@ -47,6 +58,12 @@ public:
     // --- Doing -------------------------------------------------------------------------------------------
 
     void click(const QWidget* target);
+    /// Scrolls a widget into view and clicks on it.
+    void clickInside(QWidget* target);
+    /// Clicks on a button of the message box that is open.
+    void answer(QMessageBox::StandardButton button);
+    /// Clicks on an item of the drop-down list that is open.
+    void clickPopupItem(const char* boxName, const QString& text);
     void clickCell(QTreeWidgetItem* row, int column);
     void clickCheckBox(QTreeWidgetItem* row, int column);
     /// Clicks on a menu's title in the menu bar.
@@ -57,11 +74,19 @@ public:
     // --- Conditions: empty when they hold --------------------------------------------------------------
 
     TourStep::Condition menuIsOpen() const;
+    TourStep::Condition popupIsOpen() const;
+    /// No dialog is open.
+    TourStep::Condition deskIsOnTop() const;
+    /// A message box is open whose text begins so.
+    TourStep::Condition boxSays(const QString& beginning) const;
+    TourStep::Condition boxShows(const char* boxName, const QString& text) const;
     TourStep::Condition widgetIsThere(const char* objectName) const;
     TourStep::Condition rowState(const QString& path, int state) const;
     TourStep::Condition serviceIsOnline(bool online) const;
     /// Asks the service itself.
     TourStep::Condition serviceHasFolder(const QString& path, bool enabled) const;
+    TourStep::Condition serviceHasProfile(const QString& path, const QString& profileName) const;
+    TourStep::Condition projectFileHolds(int clips) const;
     TourStep::Condition outputsWaiting(const QString& path, int count) const;
     TourStep::Condition binHolds(const QString& binName, const QStringList& clips) const;
 

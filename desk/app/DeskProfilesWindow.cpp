@@ -1,0 +1,140 @@
+#include "DeskProfilesWindow.h"
+
+#include "MultichannelDialog.h"
+
+#include "CodecBox.h"
+#include "KRXLinkOptionsSettings.h"
+#include "KRXSettingsController.h"
+#include "KRXZorMetadata.h"
+
+#include "HostMediaEngine.h"
+#include "StandInMedia.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QScreen>
+#include <QSignalBlocker>
+#include <QWindow>
+
+#include <algorithm>
+
+namespace {
+
+void fillRates(QComboBox* box)
+{
+    if (!box)
+        return;
+    const QSignalBlocker blocker(box);
+    box->clear();
+    // A profile stores the data of some of these boxes and is read by the text of others, so both agree.
+    const QStringList rates = StandInHost::frameRateTexts();
+    for (const QString& rate : rates)
+        box->addItem(rate, rate);
+}
+
+/// The project type that codecs are looked up for: what is chosen, or what the chosen custom format amounts to.
+int chosenProjectType(const CodecBox* box)
+{
+    const QComboBox* types = box->getProjectTypeBox();
+    HostMediaEngine::CustomFormat format;
+    if (HostMediaEngine::currentProjectType() == customFormatProjectType
+        && HostMediaEngine::findFormatByDescription(types->currentText(), format))
+        return format.projectType;
+    return types->currentData().toInt();
+}
+
+/// Selects the item with that data, else the first one.
+void selectData(QComboBox* box, const QVariant& wanted)
+{
+    box->setCurrentIndex(std::max(0, box->findData(wanted)));
+}
+
+} // namespace
+
+DeskProfilesWindow::DeskProfilesWindow(QWidget* parent)
+    : KRXProfilesWindow(parent)
+{
+    // The boxes must be filled before the first profile is loaded into them.
+    DeskProfilesWindow::initXelSettingsValues();
+}
+
+void DeskProfilesWindow::setNewHeight(int height)
+{
+    const QRect available = screen()->availableGeometry();
+    const int frame = frameGeometry().height() - geometry().height();
+    const int fitting = std::min(height, available.height() - frame);
+    KRXProfilesWindow::setNewHeight(fitting);
+    const int below = frameGeometry().bottom() - available.bottom();
+    if (below > 0)
+        move(x(), std::max(available.top(), y() - below));
+}
+
+void DeskProfilesWindow::initXelSettingsValues()
+{
+    const KRXSettingsController* settings = getSettingsController();
+    if (const auto* link = dynamic_cast<KRXLinkOptionsSettings*>(settings->getSettingsByType(LinkOptionsSettings))) {
+        fillRates(link->getAudioStartTimeBox());
+        fillRates(link->getStillImageBox());
+    }
+    if (const auto* zor = dynamic_cast<KRXZorMetadata*>(settings->getSettingsByType(ZorMetadataSettings)))
+        fillRates(zor->getDefaultFPSBox());
+}
+
+void DeskProfilesWindow::updateMultiChannelLabel(QLabel* label)
+{
+    if (!label)
+        return;
+    const QString stored = label->property(KRXLinkOptionsSettings::kGroupingProperty).toString();
+    MultichannelDialog dialog(stored, this);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    const HostMediaEngine::ChannelGroups groups = HostMediaEngine::channelGroupsFromText(dialog.groupingText());
+    if (groups.persistentText == stored)
+        return;
+    label->setProperty(KRXLinkOptionsSettings::kGroupingProperty, groups.persistentText);
+    label->setText(groups.displayText);
+    updateModifiedState();
+}
+
+void DeskProfilesWindow::updateKRXWindowInfo()
+{
+    emit profilesChanged();
+}
+
+void DeskProfilesWindow::updateCodecBox(CodecBox* box)
+{
+    if (!box)
+        return;
+    const QVariant former = box->currentData();
+    const QList<StandInHost::Compression> compressions =
+        StandInHost::compressionsFor(chosenProjectType(box), box->getColorSpaceBox()->currentData().toInt());
+    {
+        const QSignalBlocker blocker(box);
+        box->clear();
+        for (const StandInHost::Compression& compression : compressions)
+            box->addItem(compression.name, compression.id);
+        const bool keeps = former.isValid() && box->findData(former) >= 0;
+        selectData(box, keeps ? former : QVariant(HostMediaEngine::defaultCompressionId()));
+    }
+    updateEncodingProfileBox(box);
+}
+
+void DeskProfilesWindow::updateEncodingProfileBox(CodecBox* box)
+{
+    if (!box)
+        return;
+    QComboBox* profiles = box->getEncodingProfileBox();
+    const QVariant former = profiles->currentData();
+    const quint32 codec = box->currentData().toUInt();
+    const QSignalBlocker blocker(profiles);
+    profiles->clear();
+    for (const StandInHost::Compression& compression : StandInHost::catalogue().compressions) {
+        if (compression.id != codec)
+            continue;
+        for (const StandInHost::EncodingProfile& profile : compression.profiles)
+            profiles->addItem(profile.name, profile.id);
+    }
+    if (profiles->count() > 0)
+        selectData(profiles, former);
+    profiles->setEnabled(profiles->count() > 1);
+}

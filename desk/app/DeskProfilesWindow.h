@@ -1,0 +1,29 @@
+#pragma once
+
+#include "KRXProfilesWindow.h"
+
+/// The profile editor with what the desk knows: codecs and encoding profiles of the media catalogue, rates of
+/// its projects, and an editor for groupings of audio tracks.
+class DeskProfilesWindow : public KRXProfilesWindow
+{
+    Q_OBJECT
+
+public:
+    explicit DeskProfilesWindow(QWidget* parent);
+
+    /// Keeps the window on its screen.
+    void setNewHeight(int height) override;
+
+public slots:
+    void updateCodecBox(CodecBox* box) override;
+    void updateEncodingProfileBox(CodecBox* box) override;
+
+signals:
+    /// A profile was made or deleted on the service.
+    void profilesChanged();
+
+protected:
+    void initXelSettingsValues() override;
+    void updateMultiChannelLabel(QLabel* label) override;
+    void updateKRXWindowInfo() override;
+};

@@ -1,0 +1,301 @@
+#include "DeskProfilesWindow.h"
+#include "HelpDialog.h"
+#include "LinkMediaDialog.h"
+#include "MultichannelDialog.h"
+#include "ServicesDialog.h"
+
+#include "CodecBox.h"
+#include "KRXFolderManager.h"
+#include "KRXLinkOptionsSettings.h"
+#include "KRXProfileManager.h"
+#include "KRXSettingsController.h"
+#include "KRXZorMetadata.h"
+#include "StandInMedia.h"
+#include "TestHttpServer.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QListWidget>
+#include <QPushButton>
+#include <QScreen>
+#include <QSignalSpy>
+#include <QTableWidget>
+#include <QTextBrowser>
+#include <QTimer>
+#include <QtTest>
+
+namespace {
+
+/// The editor with its hooks open to the test.
+class Editor : public DeskProfilesWindow
+{
+public:
+    Editor()
+        : DeskProfilesWindow(nullptr)
+    {
+    }
+    using DeskProfilesWindow::updateKRXWindowInfo;
+    using DeskProfilesWindow::updateMultiChannelLabel;
+};
+
+QStringList itemTexts(const QComboBox* box)
+{
+    QStringList texts;
+    for (int i = 0; i < box->count(); ++i)
+        texts << box->itemText(i);
+    return texts;
+}
+
+} // namespace
+
+class TestDeskDialogs : public QObject
+{
+    Q_OBJECT
+
+    TestHttpServer m_server;
+    ScopedConnectPort m_connect{m_server.port()};
+
+private slots:
+    void init()
+    {
+        StandInHost::resetMedia();
+        m_server.clearReplies();
+        m_server.clearRequests();
+    }
+    void cleanupTestCase()
+    {
+        KRXFolderManager::cleanup();
+        KRXProfileManager::cleanup();
+    }
+
+    // --- Editor -----------------------------------------------------------------------------------------
+
+    void theRateBoxesAreFilledBeforeAnyProfileIsLoaded()
+    {
+        const Editor editor;
+        const KRXSettingsController* settings = editor.getSettingsController();
+        const auto* link = dynamic_cast<KRXLinkOptionsSettings*>(settings->getSettingsByType(LinkOptionsSettings));
+        const auto* zor = dynamic_cast<KRXZorMetadata*>(settings->getSettingsByType(ZorMetadataSettings));
+        for (const QComboBox* box : {link->getAudioStartTimeBox(), link->getStillImageBox(), zor->getDefaultFPSBox()}) {
+            QCOMPARE(itemTexts(box), StandInHost::frameRateTexts());
+            for (int i = 0; i < box->count(); ++i)
+                QCOMPARE(box->itemData(i).toString(), box->itemText(i));
+        }
+    }
+
+    void theCodecsAreThoseThatFitTheProjectTypeAndColourSpace()
+    {
+        Editor editor;
+        QComboBox type;
+        QComboBox raster;
+        QComboBox space;
+        CodecBox box(&type, &raster, &space, nullptr);
+        box.setupDefaults();
+        QSignalSpy changed(&box, &CodecBox::codecChanged);
+        editor.updateCodecBox(&box);
+        QStringList expected;
+        const auto fitting = StandInHost::compressionsFor(type.currentData().toInt(), space.currentData().toInt());
+        for (const StandInHost::Compression& compression : fitting)
+            expected << compression.name;
+        QVERIFY(!expected.isEmpty());
+        QCOMPARE(itemTexts(&box), expected);
+        QCOMPARE(box.currentData().toUInt(), HostMediaEngine::defaultCompressionId());
+        QCOMPARE(changed.count(), 0);
+    }
+
+    void aRefillKeepsTheCodecThatIsStillThere()
+    {
+        Editor editor;
+        QComboBox type;
+        QComboBox raster;
+        QComboBox space;
+        CodecBox box(&type, &raster, &space, nullptr);
+        box.setupDefaults();
+        editor.updateCodecBox(&box);
+        QVERIFY(box.count() > 1);
+        box.setCurrentIndex(box.count() - 1);
+        const QVariant chosen = box.currentData();
+        editor.updateCodecBox(&box);
+        QCOMPARE(box.currentData(), chosen);
+    }
+
+    void theEncodingProfilesAreThoseOfTheCodec()
+    {
+        Editor editor;
+        QComboBox type;
+        QComboBox raster;
+        QComboBox space;
+        CodecBox box(&type, &raster, &space, nullptr);
+        box.setupDefaults();
+        editor.updateCodecBox(&box);
+        for (const StandInHost::Compression& compression : StandInHost::catalogue().compressions) {
+            const int index = box.findData(compression.id);
+            if (index < 0)
+                continue;
+            box.setCurrentIndex(index);
+            editor.updateEncodingProfileBox(&box);
+            QStringList expected;
+            for (const StandInHost::EncodingProfile& profile : compression.profiles)
+                expected << profile.name;
+            QCOMPARE(itemTexts(box.getEncodingProfileBox()), expected);
+            QCOMPARE(box.getEncodingProfileBox()->isEnabled(), expected.size() > 1);
+        }
+    }
+
+    void theEditorStaysOnItsScreen()
+    {
+        Editor editor;
+        editor.show();
+        const QRect available = editor.screen()->availableGeometry();
+        editor.setNewHeight(available.height() * 3);
+        QVERIFY(editor.frameGeometry().height() <= available.height());
+        QVERIFY(editor.frameGeometry().bottom() <= available.bottom());
+        editor.setNewHeight(300);
+        QCOMPARE(editor.height(), 300);
+    }
+
+    void savedAndDeletedProfilesAreTold()
+    {
+        Editor editor;
+        QSignalSpy changed(&editor, &DeskProfilesWindow::profilesChanged);
+        editor.updateKRXWindowInfo();
+        QCOMPARE(changed.count(), 1);
+    }
+
+    void anEditedGroupingIsStoredAndShown()
+    {
+        Editor editor;
+        QLabel label;
+        QTimer::singleShot(0, &editor, [] {
+            auto* dialog = qobject_cast<MultichannelDialog*>(QApplication::activeModalWidget());
+            auto* first = dialog->findChild<QComboBox*>(QStringLiteral("track1"));
+            first->setCurrentIndex(first->findData(QStringLiteral("Stereo")));
+            dialog->accept();
+        });
+        editor.updateMultiChannelLabel(&label);
+        const QString stored = label.property(KRXLinkOptionsSettings::kGroupingProperty).toString();
+        QCOMPARE(stored, QStringLiteral("1-2:Stereo"));
+        QCOMPARE(label.text(), HostMediaEngine::channelGroupsFromText(stored).displayText);
+    }
+
+    void aCancelledGroupingChangesNothing()
+    {
+        Editor editor;
+        QLabel label(QStringLiteral("as before"));
+        QTimer::singleShot(0, &editor, [] { qobject_cast<QDialog*>(QApplication::activeModalWidget())->reject(); });
+        editor.updateMultiChannelLabel(&label);
+        editor.updateMultiChannelLabel(nullptr);
+        QCOMPARE(label.text(), QStringLiteral("as before"));
+        QVERIFY(!label.property(KRXLinkOptionsSettings::kGroupingProperty).isValid());
+    }
+
+    // --- Groupings --------------------------------------------------------------------------------------
+
+    void aGroupingIsShownAsItWasStored_data()
+    {
+        QTest::addColumn<QString>("stored");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("none") << "None" << "None";
+        QTest::newRow("two groups") << "1-2:Stereo;3-8:5.1" << "1-2:Stereo;3-8:5.1";
+        QTest::newRow("beyond the tracks shown at first") << "31-32:Stereo" << "31-32:Stereo";
+        QTest::newRow("unreadable") << "something else" << "None";
+    }
+    void aGroupingIsShownAsItWasStored()
+    {
+        QFETCH(QString, stored);
+        const MultichannelDialog dialog(stored, nullptr);
+        QTEST(dialog.groupingText(), "shown");
+    }
+
+    void theTracksOfAGroupCannotBeginAnother()
+    {
+        const MultichannelDialog dialog(QStringLiteral("1-2:Stereo"), nullptr);
+        QVERIFY(dialog.findChild<QComboBox*>(QStringLiteral("track1"))->isEnabled());
+        QVERIFY(!dialog.findChild<QComboBox*>(QStringLiteral("track2"))->isEnabled());
+        QVERIFY(dialog.findChild<QComboBox*>(QStringLiteral("track3"))->isEnabled());
+        dialog.findChild<QPushButton*>(QStringLiteral("ungroupBtn"))->click();
+        QVERIFY(dialog.findChild<QComboBox*>(QStringLiteral("track2"))->isEnabled());
+        QCOMPARE(dialog.groupingText(), QStringLiteral("None"));
+    }
+
+    // --- Linking media ----------------------------------------------------------------------------------
+
+    void mediaCanBeLinkedOnceThereAreFiles()
+    {
+        m_server.setReply("GET", "/KRXService/profiles?level=detail", 200,
+                          "<profiles><profile><profileDetail><profileName>Proxy</profileName>"
+                          "<profileGUID>p7</profileGUID></profileDetail></profile></profiles>");
+        LinkMediaDialog dialog(nullptr, nullptr);
+        const auto* link = dialog.findChild<QPushButton*>(QStringLiteral("linkBtn"));
+        QVERIFY(!link->isEnabled());
+        dialog.addFiles({QStringLiteral("/a.mov"), QStringLiteral("/b.mov"), QStringLiteral("/a.mov")});
+        QVERIFY(link->isEnabled());
+        QCOMPARE(dialog.files(), (QStringList{QStringLiteral("/a.mov"), QStringLiteral("/b.mov")}));
+        QCOMPARE(dialog.profileId(), QStringLiteral("p7"));
+        // Profiles that are deleted in the editor are looked for among the folders, so these are known.
+        QCOMPARE(m_server.requestCount("GET", "/KRXService/xelmediafolders?level=detail"), 1);
+    }
+
+    void theDialogCanBeShutOffWhileTheEditorIsOpen()
+    {
+        LinkMediaDialog dialog(nullptr, nullptr);
+        dialog.setWindowEnabled(false);
+        QVERIFY(!dialog.isEnabled());
+        dialog.setWindowEnabled(true);
+        QVERIFY(dialog.isEnabled());
+    }
+
+    // --- Services manager -------------------------------------------------------------------------------
+
+    void onlyAServiceOfOurOwnCanBeStopped()
+    {
+        ServicesDialog dialog(nullptr);
+        const auto* start = dialog.findChild<QPushButton*>(QStringLiteral("startServiceBtn"));
+        const auto* stop = dialog.findChild<QPushButton*>(QStringLiteral("stopServiceBtn"));
+        QVERIFY(start->isEnabled());
+        QVERIFY(!stop->isEnabled());
+        ServiceReport report;
+        report.online = true;
+        dialog.showReport(report, false);
+        QVERIFY(!start->isEnabled());
+        QVERIFY(!stop->isEnabled());
+        dialog.showReport(report, true);
+        QVERIFY(stop->isEnabled());
+    }
+
+    void jobsAndMessagesAreShownAndTheSelectionStays()
+    {
+        ServicesDialog dialog(nullptr);
+        auto* table = dialog.findChild<QTableWidget*>(QStringLiteral("jobsTable"));
+        const auto* errors = dialog.findChild<QListWidget*>(QStringLiteral("errorsList"));
+        ServiceReport report;
+        report.online = true;
+        report.errors << QStringLiteral("Disk full");
+        report.jobs << DeskJob{QStringLiteral("1"), QStringLiteral("/m/a.mov"), QStringLiteral("FAILED"), true, 40, {}};
+        report.jobs << DeskJob{QStringLiteral("2"), QStringLiteral("/m/b.mov"), QStringLiteral("RUNNING"), false, 5, {}};
+        dialog.showReport(report, true);
+        QCOMPARE(table->rowCount(), 2);
+        QCOMPARE(table->item(0, 0)->text(), QStringLiteral("a.mov"));
+        QCOMPARE(table->item(1, 1)->text(), QStringLiteral("RUNNING"));
+        QCOMPARE(table->item(1, 2)->text(), QStringLiteral("5 %"));
+        QCOMPARE(errors->count(), 1);
+        table->selectRow(1);
+        dialog.showReport(report, true);
+        QVERIFY(table->item(1, 0)->isSelected());
+    }
+
+    // --- Help -------------------------------------------------------------------------------------------
+
+    void everyTopicOfTheModuleHasItsText()
+    {
+        HelpDialog dialog(nullptr);
+        const auto* text = dialog.findChild<QTextBrowser*>();
+        dialog.showTopic(QStringLiteral("IDH_ProfileEditor_Window"));
+        QVERIFY(text->toPlainText().startsWith(QLatin1String("Profile Editor")));
+        dialog.showTopic(QStringLiteral("no such topic"));
+        QVERIFY(text->toPlainText().startsWith(QLatin1String("KRX Desk")));
+    }
+};
+
+QTEST_MAIN(TestDeskDialogs)
+#include "test_desk_dialogs.moc"

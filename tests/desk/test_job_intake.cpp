@@ -1,0 +1,129 @@
+#include "ClipIntake.h"
+#include "DeskProject.h"
+#include "JobIntake.h"
+#include "LinkDocuments.h"
+#include "ServiceMonitor.h"
+#include "TestHttpServer.h"
+
+#include <QFileInfo>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+class TestJobIntake : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<TestHttpServer> m_server;
+    std::unique_ptr<ScopedConnectPort> m_connect;
+    std::unique_ptr<DeskProject> m_project;
+    std::unique_ptr<ClipIntake> m_clips;
+    std::unique_ptr<ServiceMonitor> m_monitor;
+    std::unique_ptr<JobIntake> m_jobs;
+
+    QString document(const QByteArray& text)
+    {
+        const QString path = m_dir->filePath(QStringLiteral("out.xel"));
+        return LinkDocuments::write(path, text) ? path : QString();
+    }
+    static DeskJob job(const char* state, bool complete, const QStringList& outputs = {})
+    {
+        return {QStringLiteral("j1"), QStringLiteral("/media/a.mov"), QString::fromLatin1(state), complete, 0, outputs};
+    }
+    int deletions() const { return m_server->requestCount("DELETE", "/KRXService/jobs/j1"); }
+
+private slots:
+    void init()
+    {
+        m_dir = std::make_unique<QTemporaryDir>();
+        m_server = std::make_unique<TestHttpServer>();
+        m_connect = std::make_unique<ScopedConnectPort>(m_server->port());
+        m_server->setReply("DELETE", "/KRXService/jobs/j1", 200, "");
+        m_project = std::make_unique<DeskProject>();
+        m_project->create(m_dir->filePath(QStringLiteral("Show.krxproject")));
+        m_clips = std::make_unique<ClipIntake>(*m_project);
+        m_monitor = std::make_unique<ServiceMonitor>(1000 * 1000);
+        m_jobs = std::make_unique<JobIntake>(*m_clips, *m_monitor);
+        m_monitor->start();
+    }
+    void cleanup()
+    {
+        m_jobs.reset();
+        m_monitor.reset();
+        m_clips.reset();
+        m_connect.reset();
+    }
+
+    void theClipsOfACompletedJobAreTakenAndTheJobIsForgotten()
+    {
+        const QString output = document(LinkDocuments::text({}));
+        m_jobs->follow({job("COMPLETED", true, {output})});
+        QCOMPARE(m_project->clipCount(), 1);
+        QVERIFY(!QFileInfo::exists(output));
+        QTRY_COMPARE(deletions(), 1);
+        // The service may list it once more before the deletion arrives.
+        m_jobs->follow({job("COMPLETED", true, {output})});
+        m_jobs->follow({});
+        QCOMPARE(m_project->clipCount(), 1);
+        QCOMPARE(deletions(), 1);
+    }
+
+    void aJobWhoseOutputsWereTakenBeforeACrashIsForgotten()
+    {
+        m_jobs->follow({job("COMPLETED", true)});
+        QTRY_COMPARE(deletions(), 1);
+    }
+
+    void aJobUnderWayIsLeftAlone()
+    {
+        QSignalSpy failed(m_jobs.get(), &JobIntake::failed);
+        m_jobs->follow({job("RUNNING", false, {document(LinkDocuments::text({}))})});
+        QCOMPARE(m_project->clipCount(), 0);
+        QCOMPARE(failed.count(), 0);
+    }
+
+    void aFailedJobIsToldOnceAndKept()
+    {
+        QSignalSpy failed(m_jobs.get(), &JobIntake::failed);
+        m_jobs->follow({job("FAILED", true)});
+        m_jobs->follow({job("FAILED", true)});
+        QCOMPARE(failed.count(), 1);
+        QCOMPARE(failed.at(0).at(0).toString(), QStringLiteral("/media/a.mov was not linked (FAILED)"));
+        // Tried again and failed again: told again.
+        m_jobs->follow({job("RUNNING", false)});
+        m_jobs->follow({job("FAILED", true)});
+        QCOMPARE(failed.count(), 2);
+        QCOMPARE(deletions(), 0);
+    }
+
+    void aJobWithAnUnreadableOutputIsKept()
+    {
+        const QString output = document("<xel>");
+        QSignalSpy failed(m_clips.get(), &ClipIntake::failed);
+        m_jobs->follow({job("COMPLETED", true, {output})});
+        m_jobs->follow({job("COMPLETED", true, {output})});
+        QCOMPARE(failed.count(), 1);
+        QVERIFY(QFileInfo::exists(output));
+        QCOMPARE(deletions(), 0);
+    }
+
+    void commandsReachTheServiceAndTheirFailuresAreTold()
+    {
+        QSignalSpy failed(m_monitor.get(), &ServiceMonitor::commandFailed);
+        m_server->setReply("PUT", "/KRXService/jobs", TestHttpServer::Reply::text(409, "nothing to cancel"));
+        m_server->setReply("POST", "/KRXService/jobs", 200, "<jobInfo><id>j2</id></jobInfo>");
+        m_server->setReply("GET", "/KRXService/errors?clear=true", 200, "<e/>");
+        m_monitor->cancelJobs();
+        QTRY_COMPARE(failed.count(), 1);
+        QVERIFY(failed.at(0).at(0).toString().startsWith(QLatin1String("The jobs could not be cancelled: ")));
+        m_monitor->submitJobs({QStringLiteral("/media/b.mov"), QStringLiteral("/media/c.mov")}, QStringLiteral("p1"));
+        QTRY_COMPARE(m_server->requestCount("POST", "/KRXService/jobs"), 2);
+        m_monitor->clearErrors();
+        QTRY_COMPARE(m_server->requestCount("GET", "/KRXService/errors?clear=true"), 1);
+        QCOMPARE(failed.count(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestJobIntake)
+#include "test_job_intake.moc"
