@@ -29,6 +29,7 @@ int main(int argc, char* argv[])
     constexpr Area kAreas[] = {
         {"access", &KRXBench::measureServiceAccess},
         {"actions", &KRXBench::measureActions},
+        {"sections", &KRXBench::measureSections},
     };
 
     KRXBench::Table table;
