@@ -12,7 +12,7 @@ class KRX_EXPORT ArrowButton : public QWidget
 
 public:
     /// What the arrow shows. The numbers are fixed; derived buttons give them meanings of their own.
-    enum ArrowButtonnState {
+    enum ArrowButtonnState : int {
         Open = 0,
         Closed = 1
     };
