@@ -1,12 +1,16 @@
 #include "GalleryPages.h"
 
 #include "ActionTWidget.h"
+#include "CodecBox.h"
+#include "CopyToPathWidget.h"
 #include "KRXLinkOptionsSettings.h"
 #include "KRXSettingsController.h"
 #include "KRXTwistWidget.h"
 #include "KRXZorMetadata.h"
+#include "StandInHost.h"
 #include "StandInMedia.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDomDocument>
 #include <QLabel>
@@ -137,20 +141,44 @@ QWidget* makeSectionsPage()
     return page;
 }
 
+/// Fills the boxes that a host's editor fills.
+void showCodecs(ActionTWidget* row)
+{
+    auto* codecs = row->findChild<CodecBox*>();
+    if (!codecs)
+        return;
+    for (const StandInHost::Compression& compression : StandInHost::catalogue().compressions) {
+        codecs->addItem(compression.name, compression.id);
+        if (codecs->count() > 1)
+            continue;
+        for (const StandInHost::EncodingProfile& profile : compression.profiles)
+            codecs->getEncodingProfileBox()->addItem(profile.name, profile.id);
+    }
+}
+
 QWidget* makeActionsPage()
 {
+    // The same pictures on every machine.
+    StandInHost::setVolumes({{{QStringLiteral("System"), QString(QLatin1Char('/'))},
+                              {QStringLiteral("Media"), QStringLiteral("/volumes/media")}}});
     QWidget* page = makePage();
     KRXTwistWidget* section = addOpenSection(page, QStringLiteral("Actions"));
     const auto addRow = [section](ActionType type, int number) {
         auto* row = new GalleryActionRow(section, type, number);
         section->addSubTW(row, 0);
         row->setOpen(true);
+        showCodecs(row);
         return row;
     };
     addRow(ActionType::Copy, 1);
+    GalleryActionRow* longPath = addRow(ActionType::Copy, 2);
+    longPath->findChild<CopyToPathWidget*>()->setPath(
+        QStringLiteral("/volumes/rushes/2026/a production with a rather long name/day 12/camera A/card 3/backup"));
     addRow(ActionType::Consolidate, 0)->setSelected(true);
+    GalleryActionRow* fallback = addRow(ActionType::Consolidate, 0);
+    fallback->findChild<QCheckBox*>(QStringLiteral("performTranscodeIfConsolidateFails"))->setChecked(true);
     addRow(ActionType::Transcode, 1);
-    GalleryActionRow* target = addRow(ActionType::Copy, 2);
+    GalleryActionRow* target = addRow(ActionType::Copy, 3);
     target->setOpen(false);
     target->showDropAtTop();
     return page;

@@ -1,5 +1,6 @@
 #include "AudioOptions.h"
 
+#include "FittedComboBox.h"
 #include "HostCore.h"
 #include "HostMediaEngine.h"
 #include "KRXText.h"
@@ -20,6 +21,7 @@ constexpr int kCreationTypeOp1a = 1;
 constexpr int kProjectFormatKind = 3;
 constexpr int kBitsPerByte = 8;
 constexpr int kLineSpacing = 1;
+constexpr int kColumnSpacing = 7;
 
 // Kinds of list that show the short name of a format, as bits.
 constexpr int kShortNameKinds = 0x1D4;
@@ -100,6 +102,16 @@ void fillBitDepths(QComboBox* box)
     }
 }
 
+/// \param fixedWidth in pixels; 0 for a box as wide as its contents.
+QComboBox* makeBox(QWidget* options, int fixedWidth)
+{
+    if (fixedWidth == 0)
+        return new QComboBox(options);
+    auto* box = new FittedComboBox(options);
+    box->setFixedWidth(fixedWidth);
+    return box;
+}
+
 void selectProjectSetting(QComboBox* box, int value)
 {
     if (!OptionFields::selectNumberIfFound(box, value))
@@ -160,23 +172,22 @@ QGridLayout* AudioOptions::build(QWidget* options, Widths widths)
     auto* layout = new QGridLayout;
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setVerticalSpacing(kLineSpacing);
+    layout->setHorizontalSpacing(kColumnSpacing);
     Pair* const pairs[] = {&m_sampleRate, &m_bitDepth, &m_wrapperFormat};
     int row = 0;
     for (const Field& field : kFields) {
         const FieldLook& look = kLooks[row];
         QCheckBox* check = OptionLayout::makeCheck(options, field.enabledBy, KRXText::localised(look.checkText),
                                                    KRXText::localised(look.checkToolTip));
-        auto* box = new QComboBox(options);
+        QComboBox* box = makeBox(options, widths == Widths::Fixed ? look.fixedWidth : 0);
         box->setObjectName(QLatin1String(field.name));
-        if (widths == Widths::Fixed)
-            box->setFixedWidth(look.fixedWidth);
         layout->addWidget(check, row, 0);
         layout->addWidget(new QLabel(KRXText::localised(look.label), options), row, 1);
-        layout->addWidget(box, row, 2, Qt::AlignLeft);
+        layout->addWidget(box, row, 2, widths == Widths::Fixed ? Qt::AlignLeft : Qt::Alignment());
         *pairs[row] = {check, box};
         ++row;
     }
-    layout->setColumnStretch(2, 1);
+    layout->setColumnStretch(3, 1);
     return layout;
 }
 

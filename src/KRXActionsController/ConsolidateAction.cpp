@@ -85,6 +85,7 @@ QWidget* ConsolidateAction::createWidget()
     column->addWidget(m_fallback);
     column->addWidget(buildTranscodeGroup(options));
     column->addWidget(m_drives);
+    column->addStretch();
     OptionLayout::allowCompactLines(options);
     return setWidget(options);
 }

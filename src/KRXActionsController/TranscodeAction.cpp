@@ -57,6 +57,7 @@ QWidget* TranscodeAction::createWidget()
     column->addWidget(m_video.colorTransformCheck());
     column->addLayout(m_audio.build(options, AudioOptions::Widths::Natural));
     column->addWidget(m_drives);
+    column->addStretch();
     OptionLayout::allowCompactLines(options);
     return setWidget(options);
 }

@@ -18,6 +18,7 @@ constexpr quint32 kNoNotice = 0;
 constexpr quint32 kProjectTypeNotice = 1;
 constexpr int kDefaultDebayer = 0;
 constexpr int kLineSpacing = 1;
+constexpr int kColumnSpacing = 7;
 
 QComboBox* nameBox(QComboBox* box, const char* name, int minimumWidth)
 {
@@ -61,13 +62,14 @@ QGridLayout* VideoOptions::build(QWidget* options, const Look& look)
     auto* layout = new QGridLayout;
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setVerticalSpacing(kLineSpacing);
+    layout->setHorizontalSpacing(kColumnSpacing);
     int number = 0;
     for (const auto& row : rows) {
         layout->addWidget(new QLabel(row.label, options), number, 0);
-        layout->addWidget(row.box, number, 1, Qt::AlignLeft);
+        layout->addWidget(row.box, number, 1);
         ++number;
     }
-    layout->setColumnStretch(1, 1);
+    layout->setColumnStretch(2, 1);
     return layout;
 }
 

@@ -4,9 +4,11 @@
 #include "CopyMoveAction.h"
 #include "CopyToPathWidget.h"
 #include "DestinationDrives.h"
+#include "FittedComboBox.h"
 #include "KRXTest.h"
 #include "TranscodeAction.h"
 
+#include <QAbstractItemView>
 #include <QGridLayout>
 #include <QLabel>
 #include <QPointer>
@@ -118,6 +120,7 @@ private slots:
     void audioBlockIsTheSameInBoth();
     void optionsFitTheirFixedHeight_data();
     void optionsFitTheirFixedHeight();
+    void narrowBoxesShowTheirTextsWhole();
     void textsAreLocalised();
     void createWidgetCalledAgainReturnsTheSameWidget();
     void actionDeletesItsWidget();
@@ -306,6 +309,37 @@ void TestActionOptions::optionsFitTheirFixedHeight()
         + QList<int>{top(options->findChild<DestinationDrives*>(), options)};
     QVERIFY(std::is_sorted(all.begin(), all.end()));
     QCOMPARE(QSet<int>(all.begin(), all.end()).count(), all.count());
+}
+
+void TestActionOptions::narrowBoxesShowTheirTextsWhole()
+{
+    // Two texts that differ only at their ends look different, so the ends are not cut off; in a plain box of that
+    // width they look alike.
+    const auto picture = [](QComboBox* box, const QString& text) {
+        const std::unique_ptr<QComboBox> owner(box);
+        QFont font = box->font();
+        font.setPointSize(9);
+        box->setFont(font);
+        box->setFixedWidth(60);
+        box->addItem(text);
+        return box->grab().toImage();
+    };
+    const QString texts[] = {QStringLiteral("44.1 kHz"), QStringLiteral("44.1 kHl")};
+    QCOMPARE(picture(new QComboBox, texts[0]), picture(new QComboBox, texts[1]));
+    QVERIFY(picture(new FittedComboBox(nullptr), texts[0]) != picture(new FittedComboBox(nullptr), texts[1]));
+    // What fits is painted as everywhere.
+    QCOMPARE(picture(new FittedComboBox(nullptr), QStringLiteral("4")), picture(new QComboBox, QStringLiteral("4")));
+
+    ActionRow row(ActionType::Consolidate);
+    for (const char* name : {"audioSampleRate", "audioSampleWidth", "audioFormat"})
+        QVERIFY(row.option<FittedComboBox>(name));
+    row.editor.show();
+    row.section.setOpen(true);
+    row.row->setOpen(true);
+    QComboBox* format = row.box("audioFormat");
+    format->showPopup();
+    QVERIFY(format->view()->width() >= format->view()->sizeHintForColumn(0));
+    format->hidePopup();
 }
 
 void TestActionOptions::textsAreLocalised()
