@@ -5,8 +5,8 @@
 /// The texts of the module.
 namespace KRXText {
 
-/// The localised form of a user-visible English key text. The translation tools collect the arguments of this
-/// function (see docs/translating.md), so it is only called with a literal.
+/// The localised form of a user-visible English key text. The translation tools collect literal arguments of
+/// this function; a key from elsewhere is marked where it stands (see docs/translating.md).
 QString localised(const char* englishKey);
 
 } // namespace KRXText

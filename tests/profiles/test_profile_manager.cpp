@@ -2,12 +2,16 @@
 #include "FakeRestClient.h"
 #include "KRXProfile.h"
 #include "KRXProfileManager.h"
+#include "KRXSettingsController.h"
 #include "KRXTest.h"
+#include "KRXTwistWidget.h"
 #include "KRXXml.h"
+#include "ProfileActionsController.h"
 #include "ServiceUrls.h"
 #include "StandInHost.h"
 
 #include <QGuiApplication>
+#include <QLineEdit>
 #include <QPointer>
 #include <QRegularExpression>
 
@@ -49,6 +53,29 @@ QString text(const KRXProfile& profile, const char* property)
 {
     return profile.property(property).toString();
 }
+
+QStringList tagsIn(const QDomElement& parent)
+{
+    QStringList tags;
+    for (const QDomElement& child : KRXXml::childElements(parent))
+        tags << child.tagName();
+    return tags;
+}
+
+/// The controllers of a profile editor with the groups that it shows, and no actions.
+struct Editor
+{
+    Editor()
+    {
+        for (const XelSettingsType type :
+             {PluginSettings, BinsSettings, LinkOptionsSettings, ZorMetadataSettings})
+            settings->addNewSetting(type);
+    }
+
+    KRXTwistWidget section{nullptr, QString()};
+    KRXSettingsController* settings = new KRXSettingsController(&section, nullptr);
+    ProfileActionsController actions{&section, nullptr};
+};
 
 } // namespace
 
@@ -236,6 +263,26 @@ private slots:
         QCOMPARE(text(*manager().getKRXProfileList().first(), "profileName"), QStringLiteral("later"));
     }
 
+    void theEarlierOfTwoProfilesOfOneGuidLivesUntilTheCacheIsCleared()
+    {
+        QPointer<KRXProfile> earlier;
+        m_fake->setHandler([&](const FakeRequest& request) -> FakeAnswer {
+            if (request.url == ServiceUrls::kProfiles)
+                return {200, listOf(uri("http://u/a") + uri("http://u/b"))};
+            if (request.url == QLatin1String("http://u/b"))
+                earlier = manager().getKRXProfileList().first();
+            return {200, profileXml("1", request.url.right(1).toLatin1())};
+        });
+        QVERIFY(manager().refreshProfiles(false));
+        QVERIFY(earlier);
+        QCOMPARE(text(*earlier, "profileName"), QStringLiteral("a"));
+        QCOMPARE(manager().countProfiles(), 1);
+        QCOMPARE(text(*manager().getKRXProfileList().first(), "profileName"), QStringLiteral("b"));
+        m_fake->setHandler({});
+        fill({});
+        QVERIFY(!earlier);
+    }
+
     void theWaitCursorShowsDuringRefreshAndReadAndIsTakenBackAlsoOnFailure()
     {
         QList<Qt::CursorShape> shapes;
@@ -340,6 +387,58 @@ private slots:
                                 "</profileRequest>\n"));
     }
 
+    void createProfileSendsWhatTheControllersWriteBehindTheDetail_data()
+    {
+        QTest::addColumn<bool>("withSettings");
+        QTest::addColumn<bool>("withActions");
+        QTest::newRow("both") << true << true;
+        QTest::newRow("settings only") << true << false;
+        QTest::newRow("actions only") << false << true;
+    }
+    void createProfileSendsWhatTheControllersWriteBehindTheDetail()
+    {
+        QFETCH(bool, withSettings);
+        QFETCH(bool, withActions);
+        Editor editor;
+        m_fake->answer(kPost, ServiceUrls::kProfiles, 201, "<ok/>");
+        QString id;
+        QVERIFY(manager().createProfile(QStringLiteral("n"), withSettings ? editor.settings : nullptr,
+                                        withActions ? &editor.actions : nullptr, id));
+        QDomDocument sent;
+        QVERIFY(KRXXml::parse(m_fake->lastRequest().body, sent));
+        QStringList parts{QStringLiteral("version"), QStringLiteral("profileDetail")};
+        if (withSettings)
+            parts << QStringLiteral("profileSettings");
+        if (withActions)
+            parts << QStringLiteral("processDefinition");
+        const QDomElement profile = KRXXml::firstElement(sent, QStringLiteral("profile"));
+        QCOMPARE(tagsIn(profile), parts);
+        if (withSettings)
+            QCOMPARE(tagsIn(profile.firstChildElement(QStringLiteral("profileSettings"))),
+                     QStringList({QStringLiteral("binDetail"), QStringLiteral("linkDetail"),
+                                  QStringLiteral("zorMetadata")}));
+        if (withActions)
+            QVERIFY(!KRXXml::firstElement(profile.lastChildElement(), QStringLiteral("activities")).isNull());
+    }
+
+    void createProfileRefusesTextsOfTheControllersThatXmlCannotCarry()
+    {
+        Editor editor;
+        QDomDocument given;
+        QVERIFY(KRXXml::parse(QStringLiteral("<profile><profileSettings><binDetail>"
+                                             "<binSelectionMethod>CREATENEW</binSelectionMethod>"
+                                             "<binNamingMethod>EXPLICIT</binNamingMethod>"
+                                             "</binDetail></profileSettings></profile>"),
+                              given));
+        editor.settings->updateUI(given);
+        editor.section.findChild<QLineEdit*>()->setText(QString(QChar(7)));
+        QString id;
+        QVERIFY(!manager().createProfile(QStringLiteral("n"), editor.settings, nullptr, id));
+        QVERIFY(m_fake->requests().isEmpty());
+        QCOMPARE(manager().lastError(),
+                 QStringLiteral("The name or path holds characters that cannot be stored"));
+    }
+
     void createProfileWithoutAUsableAnswerIsTrueAndLeavesTheIdAlone_data()
     {
         QTest::addColumn<QByteArray>("answer");
@@ -438,16 +537,21 @@ private slots:
         QCOMPARE(ids(), QStringList(QStringLiteral("1")));
     }
 
-    void anIdThatLivesInTheRecordMayBeDeletedAndRead()
+    void anIdThatChangesDuringTheRequestIsTheOneThatWasAskedFor()
     {
-        fill(profileXml("1", "a"));
-        m_fake->answer(kGet, profileUrl(QStringLiteral("1")), 200, profileXml("1", "b"));
-        m_fake->answer(kDelete, profileUrl(QStringLiteral("1")), 200);
-        const QList<QPair<QString, QString>> items = manager().profileItems();
+        fill(profileXml("1", "a") + profileXml("2", "b"));
+        QString id = QStringLiteral("1");
+        m_fake->setHandler([&](const FakeRequest& request) -> FakeAnswer {
+            id = QStringLiteral("2");
+            return {200, request.method == kGet ? profileXml("1", "new") : QByteArray()};
+        });
         KRXProfile out;
-        QVERIFY(manager().readProfile(items.first().first, out));
-        QVERIFY(manager().deleteProfile(items.first().first));
-        QCOMPARE(manager().countProfiles(), 0);
+        QVERIFY(manager().readProfile(id, out));
+        QCOMPARE(text(*manager().getKRXProfileList().at(0), "profileName"), QStringLiteral("new"));
+        QCOMPARE(text(*manager().getKRXProfileList().at(1), "profileName"), QStringLiteral("b"));
+        id = QStringLiteral("1");
+        QVERIFY(manager().deleteProfile(id));
+        QCOMPARE(ids(), QStringList(QStringLiteral("2")));
     }
 
     // --- Default, items, list --------------------------------------------------------------------------

@@ -165,6 +165,20 @@ private slots:
         QVERIFY(fake.requests().isEmpty());
     }
 
+    void aComponentGivenDespiteAFailureIsNotUsed()
+    {
+        FakeRestClient fake;
+        fake.componentStatus = kHostStatusFailed;
+        fake.componentDespiteFailure = true;
+        Service service;
+        QVERIFY(!service.m_restClient);
+        QCOMPARE(service.lastError(), QStringLiteral("OPH REST client not found"));
+        IRestResponse* response = nullptr;
+        QVERIFY(!service.restGet(kUrl, response));
+        QVERIFY(fake.requests().isEmpty());
+        QVERIFY(!fake.calls().contains(QStringLiteral("client.release")));
+    }
+
     void aMissingClientIsTriedAgainAtEveryRequestAndThenKept()
     {
         FakeRestClient fake;
@@ -204,7 +218,7 @@ private slots:
         fake.factoryIsNull = true;
         QTest::ignoreMessage(QtCriticalMsg, QRegularExpression(QStringLiteral("No REST client.*0x80000005")));
         QVERIFY(!service.exchangeGet(kUrl, nullptr));
-        QVERIFY(!service.lastError().isEmpty());
+        QCOMPARE(service.lastError(), QStringLiteral("OPH Component Factory not found"));
     }
 
     // --- The four methods ------------------------------------------------------------------------------
@@ -546,10 +560,18 @@ private slots:
         fake.componentStatus = kHostStatusOk;
         FakeAnswer failed;
         failed.callStatus = kHostStatusFailed;
-        fake.answer(kGet, kUrl, failed);
-        QVERIFY(!service.get(nullptr));
+        fake.setHandler([&](const KRXTest::FakeRequest&) { return failed; });
+        IRestResponse* response = nullptr;
+        QVERIFY(service.restGet(kUrl, response));
         QCOMPARE(service.lastError(), QStringLiteral("~REST client reported that GET method failed"));
+        QVERIFY(service.restPost(kUrl, QString(), response));
+        QCOMPARE(service.lastError(), QStringLiteral("~REST client reported that POST method failed"));
+        QVERIFY(service.restPut(kUrl, QString(), response));
+        QCOMPARE(service.lastError(), QStringLiteral("~REST client reported that PUT method failed"));
+        QVERIFY(service.restDelete(kUrl, response));
+        QCOMPARE(service.lastError(), QStringLiteral("~REST client reported that DELETE method failed"));
         service.m_lastError.clear();
+        fake.setHandler({});
         fake.answer(kGet, kUrl, 500);
         QVERIFY(!service.get(nullptr));
         QCOMPARE(service.lastError(), QStringLiteral("~Unknown error: Service response HTTP code 500"));
@@ -576,6 +598,28 @@ private slots:
         QCOMPARE(fake.clientReferences(), -1);
         Service later;
         QVERIFY(later.get(nullptr));
+    }
+
+    void anAssignmentTakesAllFiveFieldsAsTheyStand()
+    {
+        FakeRestClient fake;
+        Service source;
+        source.m_host = QStringLiteral("h");
+        source.m_port = QStringLiteral("1");
+        source.m_resourcePath = QStringLiteral("p");
+        source.m_lastError = QStringLiteral("text");
+        {
+            Service target;
+            target.m_restClient->release();
+            target.m_restClient = nullptr;
+            fake.clearCalls();
+            target = source;
+            QCOMPARE(target.m_restClient, source.m_restClient);
+            QCOMPARE(target.buildUrl(), QStringLiteral("http://h:1/p"));
+            QCOMPARE(target.lastError(), QStringLiteral("text"));
+            QCOMPARE(fake.calls(), QStringList());
+        }
+        QCOMPARE(fake.calls(), QStringList(QStringLiteral("client.release")));
     }
 };
 

@@ -253,6 +253,17 @@ private slots:
         QCOMPARE(ids(), QStringList(QStringLiteral("3")));
     }
 
+    void theTextOfAnUnreadableAnswerIsLocalised()
+    {
+        StandInHost::setTranslator([](const QString& key) -> QString { return QStringLiteral("~") + key; });
+        m_fake->answer(kGet, ServiceUrls::kFolders, 200, "oops");
+        m_fake->answer(kGet, ServiceUrls::kFoldersInDetail, 200, "oops");
+        for (const bool detailed : {false, true}) {
+            QVERIFY(!manager().refreshFolders(detailed));
+            QCOMPARE(manager().lastError(), QStringLiteral("~The answer of the service could not be read"));
+        }
+    }
+
     void aRefusedListIsFailureAndKeepsTheCache()
     {
         fill({"1", "2"});
@@ -290,6 +301,25 @@ private slots:
         QVERIFY(manager().refreshFolders(detailed));
         QCOMPARE(manager().countFolders(), 1);
         QCOMPARE(text(*manager().getFolder(0), "folderPath"), QStringLiteral("/later"));
+    }
+
+    void theEarlierOfTwoFoldersOfOneIdLivesUntilTheCacheIsCleared()
+    {
+        QPointer<const KRXFolder> earlier;
+        m_fake->setHandler([&](const FakeRequest& request) -> FakeAnswer {
+            if (request.url == ServiceUrls::kFolders)
+                return {200, listOf(uri("http://u/a") + uri("http://u/b"))};
+            if (request.url == QLatin1String("http://u/b"))
+                earlier = manager().getFolder(0);
+            return {200, folderXml("1", request.url.right(1).toLatin1().constData())};
+        });
+        QVERIFY(manager().refreshFolders(false));
+        QVERIFY(earlier);
+        QCOMPARE(text(*earlier, "folderPath"), QStringLiteral("a"));
+        QCOMPARE(text(*manager().getFolder(0), "folderPath"), QStringLiteral("b"));
+        m_fake->setHandler({});
+        fill({});
+        QVERIFY(!earlier);
     }
 
     void theWaitCursorShowsDuringARefreshAndIsTakenBackAlsoOnFailure()
@@ -612,6 +642,23 @@ private slots:
         QCOMPARE(ids(), QStringList(QStringLiteral("1")));
     }
 
+    void anIdThatChangesDuringTheRequestIsTheOneThatWasAskedFor()
+    {
+        fill({"1", "2"});
+        QString id = QStringLiteral("1");
+        m_fake->setHandler([&](const FakeRequest& request) -> FakeAnswer {
+            id = QStringLiteral("2");
+            return {200, request.method == kGet ? folderXml("1", "/new") : QByteArray()};
+        });
+        KRXFolder out;
+        QVERIFY(manager().readFolder(id, out));
+        QCOMPARE(text(*manager().getFolder(0), "folderPath"), QStringLiteral("/new"));
+        QCOMPARE(text(*manager().getFolder(1), "folderPath"), QStringLiteral("/2"));
+        id = QStringLiteral("1");
+        QVERIFY(manager().deleteFolder(id));
+        QCOMPARE(ids(), QStringList(QStringLiteral("2")));
+    }
+
     void markersInAnIdStayAsTheyAre()
     {
         const QString id = QStringLiteral("%1%2%L1");
@@ -648,6 +695,14 @@ private slots:
     {
         KRXFolderManager::volumeStatusCallback(nullptr, 1, 1);
         QVERIFY(m_fake->requests().isEmpty());
+    }
+
+    void aVolumeWhoseNameXmlCannotCarryIsNotReported()
+    {
+        KRXFolderManager::volumeStatusCallback(reinterpret_cast<const unsigned char*>("V\x01"), 1, 1);
+        QVERIFY(m_fake->requests().isEmpty());
+        QCOMPARE(manager().lastError(),
+                 QStringLiteral("The name or path holds characters that cannot be stored"));
     }
 
     // --- Texts that XML cannot carry -------------------------------------------------------------------

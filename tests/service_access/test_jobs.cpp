@@ -158,6 +158,14 @@ private slots:
         QStringList list;
         moved.getReadyFolderIDList(list);
         QCOMPARE(list, QStringList({QStringLiteral("1"), QStringLiteral("2")}));
+        KRXServiceStatus assigned;
+        assigned = moved;
+        assigned.setReadyFolderIDList({});
+        QVERIFY(assigned.isActive());
+        QVERIFY(assigned.isError());
+        QVERIFY(!assigned.isFolderReady());
+        assigned = std::move(moved);
+        QVERIFY(assigned.isFolderReady());
     }
 
     // --- Reading elements ------------------------------------------------------------------------------
@@ -218,8 +226,14 @@ private slots:
 
     void aNullElementYieldsTheEmptyJob()
     {
-        QCOMPARE(KRXJobXml::parseJobInfoElement(QDomElement()).id, QString());
-        QVERIFY(!KRXJobXml::parseJobStatusElement(QDomElement()).complete);
+        for (const KRXJob& job : {KRXJobXml::parseJobInfoElement(QDomElement()),
+                                  KRXJobXml::parseJobStatusElement(QDomElement())}) {
+            for (const QString& text : {job.id, job.path, job.profile, job.groupID, job.groupName, job.state})
+                QCOMPARE(text, QString());
+            QVERIFY(job.outputFiles.isEmpty());
+            QVERIFY(!job.complete);
+            QCOMPARE(job.percentComplete, qint16(0));
+        }
     }
 
     void onlyTheExactTextTrueIsComplete_data()
@@ -374,6 +388,18 @@ private slots:
         QCOMPARE(ids(), QStringList(QStringLiteral("2")));
     }
 
+    void anIdThatChangesDuringTheRequestIsTheOneThatWasAskedFor()
+    {
+        fillManual(info("1", "/a") + info("2", "/b"));
+        QString id = QStringLiteral("1");
+        m_fake->setHandler([&](const KRXTest::FakeRequest&) {
+            id = QStringLiteral("2");
+            return FakeAnswer();
+        });
+        QVERIFY(m_jobs->deleteJob(id));
+        QCOMPARE(ids(), QStringList(QStringLiteral("2")));
+    }
+
     void deleteJobOfAJobThatIsNotCachedIsTheServicesWord()
     {
         m_fake->answer(kDelete, ServiceUrls::member(ServiceUrls::kJobs, QStringLiteral("1")), 200);
@@ -427,6 +453,17 @@ private slots:
         for (const QString& text : {job.path, job.profile, job.groupID, job.groupName})
             QCOMPARE(text, QString());
         QVERIFY(job.outputFiles.isEmpty());
+    }
+
+    void aStatusWithoutAnIdIsAJobOfTheEmptyId()
+    {
+        m_fake->answer(kGet, ServiceUrls::kJobsStatus, 200,
+                       listOf("<jobStatus><state>RUNNING</state></jobStatus>"));
+        QVERIFY(m_jobs->updateJobsStatus());
+        KRXJob job;
+        QVERIFY(m_jobs->getJob(QString(), job));
+        QCOMPARE(job.state, QStringLiteral("RUNNING"));
+        QCOMPARE(m_jobs->countJobs(), 1);
     }
 
     void statusesAreFoundAtAnyDepthAndTheLaterOneWins()
@@ -502,6 +539,9 @@ private slots:
         QCOMPARE(job.id, QStringLiteral("before"));
         QVERIFY(m_jobs->getJob(1, job));
         QCOMPARE(job.path, QStringLiteral("/b"));
+        // The id may live in the record that is written to.
+        QVERIFY(m_jobs->getJob(job.id, job));
+        QCOMPARE(job.id, QStringLiteral("2"));
         QVERIFY(m_fake->requests().isEmpty());
     }
 

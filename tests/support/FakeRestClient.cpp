@@ -217,11 +217,12 @@ public:
         const std::shared_ptr<State> state = current();
         if (!state || outer || classId != kRestClientClassId || interfaceId != kRestClientInterfaceId)
             return kHostStatusNoClass;
-        if (hostSucceeded(state->owner->componentStatus) && !state->owner->componentIsNull) {
+        const FakeRestClient& fake = *state->owner;
+        if (!fake.componentIsNull && (hostSucceeded(fake.componentStatus) || fake.componentDespiteFailure)) {
             *out = static_cast<IRestClient*>(&client);
             ++state->clientReferences;
         }
-        return state->owner->componentStatus;
+        return fake.componentStatus;
     }
 };
 
@@ -272,11 +273,6 @@ void FakeRestClient::answer(const QString& method, const QString& url, int statu
                             const QString& message)
 {
     answer(method, url, FakeAnswer(status, body, message));
-}
-
-void FakeRestClient::forgetAnswers()
-{
-    m_state->table.clear();
 }
 
 void FakeRestClient::setHandler(Handler handler)

@@ -39,7 +39,7 @@ struct FakeAnswer
     quint16 statusCode = 200;
     HostStatus statusCodeStatus = kHostStatusOk;
     QByteArray body;
-    /// What getContentLength() says; below -1 the length of the body.
+    /// What getContentLength() says.
     qint64 contentLength = kLengthOfBody;
     HostStatus contentLengthStatus = kHostStatusOk;
     HostStatus readStatus = kHostStatusOk;
@@ -48,6 +48,7 @@ struct FakeAnswer
     /// Null means that getErrorMessage() fails.
     QString message;
 
+    /// Stands for the length of the body.
     static constexpr qint64 kLengthOfBody = INT64_MIN;
 };
 
@@ -70,8 +71,6 @@ public:
     void answer(const QString& method, const QString& url, const FakeAnswer& answer);
     void answer(const QString& method, const QString& url, int status, const QByteArray& body = {},
                 const QString& message = {});
-    /// Forgets all standing answers.
-    void forgetAnswers();
     /// Answers every request instead of the table; empty to return to the table.
     void setHandler(Handler handler);
 
@@ -100,6 +99,8 @@ public:
     bool factoryDespiteFailure = false;
     HostStatus componentStatus = kHostStatusOk;
     bool componentIsNull = false;
+    /// A failing creation yields a component nonetheless.
+    bool componentDespiteFailure = false;
 
     struct State;
 
