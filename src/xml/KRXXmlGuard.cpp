@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdlib>
 #include <string_view>
 
@@ -73,18 +74,28 @@ private:
 
     const Char* behindNext(const Char* at, std::string_view mark) const
     {
-        for (; at < m_end; ++at) {
-            if (*at == Char(mark.front()) && startsWith(at, mark))
-                return at + mark.size();
+        const Char last = Char(mark.back());
+        const auto before = static_cast<std::ptrdiff_t>(mark.size()) - 1;
+        if (m_end - at < before)
+            return nullptr;
+        for (at = std::find(at + before, m_end, last); at != m_end; at = std::find(at + 1, m_end, last)) {
+            if (startsWith(at - before, mark))
+                return at + 1;
         }
         return nullptr;
     }
 
     const Char* behindText(const Char* at) const
     {
-        while (at && at < m_end && *at != '<')
-            at = *at == '&' ? behindReference(at) : at + 1;
-        return at;
+        for (;;) {
+            while (at < m_end && *at != '<' && *at != '&')
+                ++at;
+            if (at == m_end || *at == '<')
+                return at;
+            at = behindReference(at);
+            if (!at)
+                return nullptr;
+        }
     }
 
     const Char* behindReference(const Char* at) const
@@ -165,25 +176,30 @@ private:
 
     const Char* endOfTag(const Char* at) const
     {
-        // A ">" inside an attribute value does not end the tag.
-        Char quote = 0;
-        while (at && at < m_end) {
-            const Char c = *at;
-            if (c == '&') {
-                at = behindReference(at);
-                continue;
-            }
-            ++at;
-            if (quote != 0) {
-                if (c == quote)
-                    quote = 0;
-            } else if (c == '"' || c == '\'') {
-                quote = c;
-            } else if (c == '>') {
+        while (at < m_end) {
+            const Char c = *at++;
+            if (c == '>')
                 return at;
-            }
+            // A ">" inside an attribute value does not end the tag.
+            if ((c == '"' || c == '\'') && !(at = behindValue(at, c)))
+                return nullptr;
         }
         return nullptr;
+    }
+
+    const Char* behindValue(const Char* at, Char quote) const
+    {
+        for (;;) {
+            while (at < m_end && *at != quote && *at != '&')
+                ++at;
+            if (at == m_end)
+                return nullptr;
+            if (*at == quote)
+                return at + 1;
+            at = behindReference(at);
+            if (!at)
+                return nullptr;
+        }
     }
 
     const Char* m_begin;
