@@ -125,6 +125,12 @@ KRXFolderViewWidget::KRXFolderViewWidget(QWidget* parent)
     connect(this, &QTreeWidget::itemChanged, this, &KRXFolderViewWidget::itemChanged);
 }
 
+KRXFolderViewWidget::~KRXFolderViewWidget()
+{
+    // The model outlives this part of the object, and empties itself as it goes.
+    disconnect(model(), nullptr, this, nullptr);
+}
+
 void KRXFolderViewWidget::initHeader()
 {
     QTreeWidgetItem* titles = headerItem();

@@ -47,6 +47,7 @@ public:
     using AcquireCallback = void (*)(const QString&);
 
     explicit KRXFolderViewWidget(QWidget* parent);
+    ~KRXFolderViewWidget() override;
 
     /// Sets who takes acquired clips. Until then the acquire icons do not react.
     void registerCallback(AcquireCallback callback);
