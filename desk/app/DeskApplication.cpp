@@ -3,6 +3,7 @@
 #include "Demo.h"
 #include "DeskProject.h"
 #include "DeskWindow.h"
+#include "QuitSignals.h"
 
 #include "KRXFolderManager.h"
 #include "KRXProfileManager.h"
@@ -72,6 +73,7 @@ int runWindow(const DeskOptions& given)
 
     int code = 0;
     {
+        const QuitSignals quitSignals;
         DeskWindow window(project, serviceSettings(options));
         window.setDarkSkin(options.skin == DeskOptions::Skin::Dark);
         if (demo)

@@ -12,6 +12,7 @@
 
 #include "KRXFolderManager.h"
 #include "KRXFolderViewWidget.h"
+#include "KRXProfileManager.h"
 #include "KRXProfilesWindow.h"
 
 #include "HostQtShell.h"
@@ -104,7 +105,10 @@ DeskWindow::~DeskWindow()
 {
     StandInHost::setProgressListener(nullptr);
     StandInHost::setHelpListener(nullptr);
-    m_intake->finish();
+    // A program that is told to end gets no close event.
+    QString error;
+    if (m_intake->finish() && m_project.isModified() && !m_project.save(error))
+        qWarning("%s", qPrintable(error));
 }
 
 void DeskWindow::start()
@@ -267,6 +271,7 @@ void DeskWindow::makeMenus()
 {
     makeFileMenu();
     makeViewMenu();
+    makeFoldersMenu();
     makeServiceMenu();
     makeHelpMenu();
 }
@@ -299,6 +304,30 @@ void DeskWindow::makeViewMenu()
     connect(m_darkSkin, &QAction::triggered, this, [this] { setDarkSkin(true); });
     menu->addSeparator();
     menu->addAction(m_messagesDock->toggleViewAction());
+}
+
+void DeskWindow::makeFoldersMenu()
+{
+    QMenu* menu = menuBar()->addMenu(tr("F&olders"));
+    QAction* refresh = menu->addAction(tr("&Refresh"), m_panel, &DeskPanel::refreshFolders, QKeySequence::Refresh);
+    // The same choice as in the panel's box, for hands that are on the keyboard.
+    QMenu* profiles = menu->addMenu(tr("&Profile of the Selected Folder"));
+    connect(menu, &QMenu::aboutToShow, this, [this, refresh, profiles] {
+        const QTreeWidgetItem* row = folderView()->currentItem();
+        refresh->setEnabled(m_online);
+        profiles->setEnabled(m_online && row);
+        profiles->clear();
+        int index = 0;
+        const auto items = KRXProfileManager::getInstance().profileItems();
+        for (const auto& item : items) {
+            QString text = item.second;
+            QAction* choice = profiles->addAction(text.replace(QLatin1Char('&'), QLatin1String("&&")), this,
+                                                  [this, index] { m_panel->updateCurrentProfileIndex(index); });
+            choice->setCheckable(true);
+            choice->setChecked(item.first == KRXFolderViewWidget::getProfileId(row));
+            ++index;
+        }
+    });
 }
 
 void DeskWindow::makeServiceMenu()

@@ -67,6 +67,7 @@ private:
     void makeMenus();
     void makeFileMenu();
     void makeViewMenu();
+    void makeFoldersMenu();
     void makeServiceMenu();
     void makeHelpMenu();
 

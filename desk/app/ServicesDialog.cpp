@@ -18,7 +18,6 @@ enum JobColumn { FileColumn, StateColumn, PercentColumn, JobColumnCount };
 
 constexpr int kWidth = 560;
 constexpr int kHeight = 460;
-constexpr int kFileWidth = 320;
 
 } // namespace
 
@@ -56,8 +55,7 @@ QWidget* ServicesDialog::makeJobsPart()
     m_jobs = new QTableWidget(0, JobColumnCount, part);
     m_jobs->setObjectName(QStringLiteral("jobsTable"));
     m_jobs->setHorizontalHeaderLabels({tr("File"), tr("State"), tr("Done")});
-    m_jobs->horizontalHeader()->setStretchLastSection(true);
-    m_jobs->setColumnWidth(FileColumn, kFileWidth);
+    m_jobs->horizontalHeader()->setSectionResizeMode(FileColumn, QHeaderView::Stretch);
     m_jobs->verticalHeader()->hide();
     m_jobs->setSelectionBehavior(QAbstractItemView::SelectRows);
     m_jobs->setSelectionMode(QAbstractItemView::SingleSelection);

@@ -35,6 +35,8 @@ public:
     int timesSaid(const QString& line) const { return m_lines.count(line); }
     QStringList lines() const { return m_lines; }
     qint64 processId() const { return m_process.processId(); }
+    int exitCode() const { return m_process.exitCode(); }
+    void terminate() { m_process.terminate(); }
     void kill()
     {
         m_process.kill();

@@ -221,6 +221,20 @@ private slots:
         aDeskFinishesTheWork();
     }
 
+    void aDeskThatIsToldToEndSavesAndStopsItsService()
+    {
+        WayDesk desk(m_dir->path(), m_port);
+        QTRY_VERIFY_WITH_TIMEOUT(desk.hasSaid(QStringLiteral("online")), kPatience);
+        const auto service = static_cast<pid_t>(serviceOf(desk));
+        dropAll();
+        QTRY_VERIFY_WITH_TIMEOUT(desk.timesSaid(QStringLiteral("ready")) > 0, kPatience);
+        desk.terminate();
+        QTRY_VERIFY_WITH_TIMEOUT(!desk.isRunning(), kPatience);
+        QCOMPARE(desk.exitCode(), 0);
+        QVERIFY(::kill(service, 0) != 0);
+        aDeskFinishesTheWork();
+    }
+
     void theServiceOfADeskThatDiedEndsToo()
     {
         WayDesk desk(m_dir->path(), m_port);

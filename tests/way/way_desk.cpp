@@ -7,6 +7,7 @@
 #include "DeskApplication.h"
 #include "DeskProject.h"
 #include "DeskWindow.h"
+#include "QuitSignals.h"
 
 #include "KRXFolder.h"
 #include "KRXFolderManager.h"
@@ -116,25 +117,9 @@ void clickIfReady(KRXFolderViewWidget* view)
     QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier, view->visualRect(cell).center());
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+int run(DeskProject& project, const QCommandLineParser& parser)
 {
-    QApplication application(argc, argv);
-    QCommandLineParser parser;
-    const QStringList names{QStringLiteral("project"), QStringLiteral("data"),     QStringLiteral("service"),
-                            QStringLiteral("folder"),  QStringLiteral("copy-to"),  QStringLiteral("die-at")};
-    for (const QString& name : names)
-        parser.addOption(QCommandLineOption(name, QString(), QStringLiteral("VALUE")));
-    parser.process(application);
-    theDeathWord = parser.value(QStringLiteral("die-at"));
-
-    DeskProject project;
-    QString error;
-    if (!DeskApplication::openProject(project, parser.value(QStringLiteral("project")), error)) {
-        std::fprintf(stderr, "%s\n", qPrintable(error));
-        return 1;
-    }
+    const QuitSignals quitSignals;
     ServiceSupervisor::Settings service;
     service.program = parser.value(QStringLiteral("service"));
     service.data = parser.value(QStringLiteral("data"));
@@ -162,4 +147,28 @@ int main(int argc, char** argv)
     window.show();
     window.start();
     return QApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QApplication application(argc, argv);
+    QCommandLineParser parser;
+    const QStringList names{QStringLiteral("project"), QStringLiteral("data"),     QStringLiteral("service"),
+                            QStringLiteral("folder"),  QStringLiteral("copy-to"),  QStringLiteral("die-at")};
+    for (const QString& name : names)
+        parser.addOption(QCommandLineOption(name, QString(), QStringLiteral("VALUE")));
+    parser.process(application);
+    theDeathWord = parser.value(QStringLiteral("die-at"));
+
+    DeskProject project;
+    QString error;
+    if (!DeskApplication::openProject(project, parser.value(QStringLiteral("project")), error)) {
+        std::fprintf(stderr, "%s\n", qPrintable(error));
+        return 1;
+    }
+    const int code = run(project, parser);
+    DeskApplication::cleanUpModule();
+    return code;
 }
