@@ -108,7 +108,7 @@ QBoxLayout* KRXProfilesWindow::addProfileRow()
     connect(m_profilesBox, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
             &KRXProfilesWindow::profileCurrentIndexChanged);
     m_deleteButton =
-        makeSmallButton(QStringLiteral("-"), "delProfileBtn", localised("Delete Profile"), this);
+        makeSmallButton(localised("-"), "delProfileBtn", localised("Delete Profile"), this);
     connect(m_deleteButton, &QPushButton::clicked, this, &KRXProfilesWindow::delBtnPressed);
 
     auto* row = new QHBoxLayout;
@@ -169,9 +169,9 @@ void KRXProfilesWindow::addActionsPart()
 
     auto* buttons = new QWidget;
     buttons->setFixedHeight(kActionButtonsHeight);
-    QPushButton* add = makeSmallButton(QStringLiteral("+"), "addActionBtn", localised("Add an Action"), buttons);
+    QPushButton* add = makeSmallButton(localised("+"), "addActionBtn", localised("Add an Action"), buttons);
     QPushButton* remove =
-        makeSmallButton(QStringLiteral("-"), "delActionBtn", localised("Remove Selected Action"), buttons);
+        makeSmallButton(localised("-"), "delActionBtn", localised("Remove Selected Action"), buttons);
     auto* row = new QHBoxLayout(buttons);
     row->setContentsMargins(0, 0, 0, 0);
     row->addWidget(add);
@@ -287,19 +287,18 @@ void KRXProfilesWindow::profileCurrentIndexChanged(int index)
     updateHeight();
 }
 
-bool KRXProfilesWindow::refreshProfileSummary(const QString& profileId)
+void KRXProfilesWindow::refreshProfileSummary(const QString& profileId)
 {
     KRXProfile profile;
     if (!KRXProfileManager::getInstance().getProfile(profileId, profile))
-        return false;
+        return;
     const QVariant xml = profile.property(KRXProfileProperties::kXml);
     QDomDocument document;
     if (!xml.isValid() || !KRXXml::parse(xml.toString(), document))
-        return false;
+        return;
     m_settingsController->updateUI(document);
     m_actionsController->readXml(document);
     m_summary->updateSummaryFromXML(document);
-    return true;
 }
 
 void KRXProfilesWindow::createDefaultProfileIfNeed()

@@ -107,7 +107,8 @@ private:
     KRXLinkOptionsSettings* linkOptions() const;
     /// Only the Save button may be pressed by Enter, whatever buttons came since.
     void keepEnterForSave();
-    bool refreshProfileSummary(const QString& profileId);
+    /// Loads a cached profile into the editors and the summary; of an unknown one they stay as they were.
+    void refreshProfileSummary(const QString& profileId);
     bool mayBeSaved(QString& error) const;
     void saveAs(const QString& name);
     bool confirmDeletion(const QString& name, const QList<QString>& paths);

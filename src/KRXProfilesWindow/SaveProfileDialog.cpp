@@ -13,6 +13,13 @@
 
 using KRXText::localised;
 
+namespace {
+
+/// Room for the names that people give, in pixels.
+constexpr int kNameWidth = 260;
+
+} // namespace
+
 SaveProfileDialog::SaveProfileDialog(KRXProfilesWindow* parent)
     : QDialog(parent)
     , m_editor(parent)
@@ -38,7 +45,7 @@ SaveProfileDialog::SaveProfileDialog(KRXProfilesWindow* parent)
     connect(buttons, &QDialogButtonBox::accepted, this, &SaveProfileDialog::save);
     connect(buttons, &QDialogButtonBox::rejected, this, &SaveProfileDialog::reject);
 
-    m_name->setMinimumWidth(260);
+    m_name->setMinimumWidth(kNameWidth);
     m_name->setText(m_editor->generateProfileNameForSave());
     m_name->selectAll();
     m_name->setFocus();

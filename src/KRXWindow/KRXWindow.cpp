@@ -92,7 +92,8 @@ void KRXWindow::showEvent(QShowEvent* event)
         m_firstShow = false;
         loadFolders();
     }
-    if (self)
+    // The service may have gone while the user was asked about the first row.
+    if (self && isKRXServiceOnline())
         followService();
 }
 
@@ -106,7 +107,7 @@ void KRXWindow::updateKRXServiceOnlineState(bool online)
         return;
     const QPointer<KRXWindow> self(this);
     loadFolders();
-    if (self)
+    if (self && isKRXServiceOnline())
         followService();
 }
 
@@ -124,10 +125,7 @@ void KRXWindow::refreshFolders()
         m_folderView->setCurrentItem(former ? former : m_folderView->topLevelItem(0));
         showProfileOfCurrentRow();
     }
-    if (isKRXServiceOnline()) {
-        refreshStateAddFolderBtn();
-        refreshStateDelFolderBtn();
-    }
+    refreshButtons();
     refreshProfileSummary(profileIdFromComboBox(m_profilesBox));
 }
 
@@ -147,9 +145,17 @@ void KRXWindow::followService()
 {
     fillProfilesComboBox(m_profilesBox);
     showProfileOfCurrentRow();
+    refreshButtons();
+    refreshProfileSummary(profileIdFromComboBox(m_profilesBox));
+}
+
+/// Off-line everything stays shut off, also when the service went while a dialog was open.
+void KRXWindow::refreshButtons()
+{
+    if (!isKRXServiceOnline())
+        return;
     refreshStateAddFolderBtn();
     refreshStateDelFolderBtn();
-    refreshProfileSummary(profileIdFromComboBox(m_profilesBox));
 }
 
 // --- Folders ---------------------------------------------------------------------------------------------
@@ -168,7 +174,7 @@ void KRXWindow::addFolderBtnPressed()
     m_folderView->addFolder(path, profileIdFromComboBox(m_profilesBox));
     lastDirectory() = path;
     if (self)
-        refreshStateDelFolderBtn();
+        refreshButtons();
 }
 
 void KRXWindow::delFolderBtnPressed()
@@ -176,7 +182,7 @@ void KRXWindow::delFolderBtnPressed()
     const QPointer<KRXWindow> self(this);
     m_folderView->delFolder();
     if (self)
-        refreshStateDelFolderBtn();
+        refreshButtons();
 }
 
 void KRXWindow::folderItemChanged(QTreeWidgetItem*, int column)
@@ -211,7 +217,7 @@ void KRXWindow::openProfilesWindow()
         m_profilesBox->setCurrentIndex(qMax(0, profileIndex(formerId)));
     if (!self)
         return;
-    refreshStateAddFolderBtn();
+    refreshButtons();
     // The refill left the first item current without a signal, so the summary may be another profile's.
     refreshProfileSummary(profileIdFromComboBox(m_profilesBox));
 }

@@ -110,6 +110,7 @@ private:
     static void putItems(QComboBox* box, const ProfileItems& items);
     void loadFolders();
     void followService();
+    void refreshButtons();
     int profileIndex(const QString& profileId) const;
     void showProfileOfCurrentRow();
     void putKnownProfileInBox(const QString& profileId);

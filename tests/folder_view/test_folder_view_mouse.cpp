@@ -8,6 +8,8 @@
 #include <QHeaderView>
 #include <QHelpEvent>
 #include <QMenu>
+#include <QPaintEvent>
+#include <QRegion>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QToolTip>
@@ -85,6 +87,7 @@ private slots:
     void clickOnTheReadyIconHandsOverEveryFile();
     void progressCountsFromNought();
     void rowIsInProgressWhileAFileIsTaken();
+    void iconInProgressIsPaintedBeforeTheFirstFileIsTaken();
     void rowInProgressReactsToo();
     void rowWithoutClipsDoesNotReact();
     void clickBesideTheIconDoesNothing();
@@ -174,6 +177,36 @@ void TestFolderViewMouse::rowIsInProgressWhileAFileIsTaken()
     f.pressCell("a"_s, View::kIdxIngestColumn);
     QCOMPARE(states, QList<int>({2, 2}));
     QCOMPARE(View::getIngestState(f.row("a"_s)), 0);
+}
+
+void TestFolderViewMouse::iconInProgressIsPaintedBeforeTheFirstFileIsTaken()
+{
+    class PaintedArea : public QObject
+    {
+    public:
+        bool eventFilter(QObject*, QEvent* event) override
+        {
+            if (event->type() == QEvent::Paint)
+                area += static_cast<QPaintEvent*>(event)->region();
+            return false;
+        }
+        QRegion area;
+    } painted;
+    FolderViewFixture f;
+    f.showTwoFolders();
+    f.service.folders[0].files = QStringList{"/out/1.xel"_s, "/out/2.xel"_s};
+    View::setIngestState(f.row("a"_s), 1);
+    const QPoint icon = f.cell("a"_s, View::kIdxIngestColumn).center();
+    QCoreApplication::processEvents();
+    f.view->viewport()->installEventFilter(&painted);
+    QList<bool> beforeEachFile;
+    // No event loop runs here, so only a painting at once can be seen.
+    FolderViewFixture::duringAcquisition() = [&](const QString&) {
+        beforeEachFile << painted.area.contains(icon);
+        painted.area = QRegion();
+    };
+    f.press(icon);
+    QCOMPARE(beforeEachFile, QList<bool>({true, false}));
 }
 
 void TestFolderViewMouse::rowInProgressReactsToo()

@@ -174,6 +174,35 @@ private slots:
         QCOMPARE(editor.initialisations, 0);
     }
 
+    void everyTextIsLookedUpInTheHost()
+    {
+        StandInHost::setTranslator([](const QString& text) -> QString { return QLatin1Char('<') + text + QLatin1Char('>'); });
+        Editor editor;
+        SaveProfileDialog dialog(&editor);
+        StandInHost::setTranslator({});
+        QCOMPARE(editor.windowTitle(), QStringLiteral("<Profile Editor>"));
+        QCOMPARE(editor.getProfilesBox()->toolTip(), QStringLiteral("<Profile to Edit>"));
+        QStringList buttons;
+        for (const char* name : {"delProfileBtn", "addActionBtn", "delActionBtn", "KRX_SaveBtn", "KRX_CancelBtn"}) {
+            const auto* button = editor.child<QPushButton>(name);
+            buttons << button->text() + QLatin1Char('|') + button->toolTip();
+        }
+        QCOMPARE(buttons, QStringList({QStringLiteral("<->|<Delete Profile>"), QStringLiteral("<+>|<Add an Action>"),
+                                       QStringLiteral("<->|<Remove Selected Action>"), QStringLiteral("<Save>|"),
+                                       QStringLiteral("<Cancel>|")}));
+        QCOMPARE(editor.child<KRXTwistWidget>("summaryTwistWidget")->toolTip(),
+                 QStringLiteral("<Summary of Selected Folder's Profile>"));
+        QStringList labels;
+        for (const QLabel* label : editor.findChildren<QLabel*>())
+            labels << label->text();
+        for (const char* text : {"<Summary>", "<Link Settings & Actions>", "<SETTINGS:>",
+                                 "<Linking to files/volumes will:>", "<ACTIONS:>", "<Drag to order:>",
+                                 "<Profile name:>"})
+            QVERIFY2(labels.contains(QLatin1String(text)), text);
+        QCOMPARE(editor.findChild<QMenu*>()->actions().first()->text(), QStringLiteral("<What's This?>"));
+        QCOMPARE(dialog.windowTitle(), QStringLiteral("<Save Profile As>"));
+    }
+
     void theEditorOffersFourGroupsInTheirOrder()
     {
         Editor editor;
@@ -247,6 +276,27 @@ private slots:
         for (const QRadioButton* button : editor.findChildren<QRadioButton*>())
             active = active || (button->text() == QLatin1String("Use Active Bin") && button->isChecked());
         QVERIFY(active);
+    }
+
+    void loadingAProfileMarksNothingAsModified()
+    {
+        m_service->addProfile(QStringLiteral("1"), QStringLiteral("Alpha"), bins("CREATENEW"));
+        m_service->addProfile(QStringLiteral("2"), QStringLiteral("Beta"),
+                              bins("USEACTIVE")
+                                  + QStringLiteral("<processDefinition><package><activities>"
+                                                   "<activity id=\"copy\" name=\"Copy 1\"><destinationDetail>"
+                                                   "<filesystemPath>/media/out</filesystemPath></destinationDetail>"
+                                                   "</activity></activities></package></processDefinition>"));
+        m_service->load();
+        Editor editor;
+        m_service->open(editor, QStringLiteral("1"));
+        editor.show();
+        editor.getProfilesBox()->setCurrentIndex(1);
+        QVERIFY(editor.getAllActionsController()->findAction(ActionType::Copy));
+        QVERIFY(!editor.getProfileState()->isModified());
+        editor.getProfilesBox()->setCurrentIndex(0);
+        QVERIFY(!editor.getAllActionsController()->findAction(ActionType::Copy));
+        QVERIFY(!editor.getProfileState()->isModified());
     }
 
     void aProfileThatIsGoneLeavesTheEditorAsItWas()
@@ -443,6 +493,28 @@ private slots:
         QVERIFY(!editor.findChild<SaveProfileDialog*>());
     }
 
+    void aBinNameThatAProfileCannotHoldStopsTheSave()
+    {
+        m_service->addProfile(QStringLiteral("1"), QStringLiteral("Alpha"));
+        m_service->load();
+        Editor editor;
+        m_service->open(editor, QStringLiteral("1"));
+        editor.show();
+        for (QRadioButton* button : editor.findChildren<QRadioButton*>()) {
+            if (button->text() == QLatin1String("Specify bin name"))
+                button->click();
+        }
+        editor.child<KRXTwistWidget>("xelSettingsTwistWidget")->findChild<QLineEdit*>()->setText(QStringLiteral("   "));
+        editor.saveBtnPressed();
+        QCOMPARE(onlyMessage().title, QStringLiteral("Error occurred"));
+        QCOMPARE(onlyMessage().text,
+                 QStringLiteral("The bin name can't be saved: it consists of blanks only or contains characters that a "
+                                "profile can't hold."));
+        QCOMPARE(onlyMessage().icon, QMessageBox::Warning);
+        QVERIFY(m_service->requests().isEmpty());
+        QVERIFY(editor.isVisible());
+    }
+
     // --- Deleting ---------------------------------------------------------------------------------------
 
     void theDefaultProfileCannotBeDeleted()
@@ -495,6 +567,7 @@ private slots:
         QCOMPARE(m_service->folders[QStringLiteral("1")].enabled, QStringLiteral("false"));
         QCOMPARE(m_service->folders[QStringLiteral("2")].enabled, QStringLiteral("true"));
         QCOMPARE(m_service->folders[QStringLiteral("3")].enabled, QStringLiteral("false"));
+        QCOMPARE(m_service->folders[QStringLiteral("3")].profile, QStringLiteral("d"));
         QCOMPARE(boxTexts(editor.getProfilesBox()), QStringList(QStringLiteral("Default Profile")));
         QCOMPARE(editor.getProfilesBox()->currentIndex(), 0);
         QCOMPARE(editor.infoUpdates, 1);
@@ -665,22 +738,37 @@ private slots:
         QVERIFY(editor.getAllActionsController()->findAction(ActionType::Copy));
     }
 
-    void deleteRemovesTheSelectedActionAndControlZBringsItBack()
+    void minusOrDeleteRemovesTheSelectedActionAndControlZBringsItBack_data()
     {
+        QTest::addColumn<Qt::Key>("key");
+        QTest::newRow("minus") << Qt::Key_Minus;
+        QTest::newRow("delete") << Qt::Key_Delete;
+    }
+
+    void minusOrDeleteRemovesTheSelectedActionAndControlZBringsItBack()
+    {
+        QFETCH(Qt::Key, key);
         Editor editor;
         editor.show();
-        editor.child<KRXTwistWidget>("xelSettingsTwistWidget")->setOpen(true);
+        auto* section = editor.child<KRXTwistWidget>("xelSettingsTwistWidget");
+        section->setOpen(true);
         QTest::keyClick(&editor, Qt::Key_Plus);
         auto* controller = editor.getAllActionsController();
         QVERIFY(controller->findAction(ActionType::Copy));
         KRXTwistWidget* row = nullptr;
-        for (KRXTwistWidget* section : editor.findChildren<KRXTwistWidget*>()) {
-            if (section->inherits("ActionTWidget"))
-                row = section;
+        for (KRXTwistWidget* candidate : editor.findChildren<KRXTwistWidget*>()) {
+            if (candidate->inherits("ActionTWidget"))
+                row = candidate;
         }
         QVERIFY(row);
         editor.setCurrentSelectedAction(row);
-        QTest::keyClick(&editor, Qt::Key_Delete);
+        section->setOpen(false);
+        QKeyEvent whileClosed(QEvent::KeyPress, key, Qt::NoModifier);
+        QApplication::sendEvent(&editor, &whileClosed);
+        QVERIFY(!whileClosed.isAccepted());
+        QVERIFY(controller->findAction(ActionType::Copy));
+        section->setOpen(true);
+        QTest::keyClick(&editor, key);
         QVERIFY(!controller->findAction(ActionType::Copy));
         QVERIFY(!editor.getCurrentSelectedAction());
 
@@ -688,8 +776,10 @@ private slots:
         QApplication::sendEvent(&editor, &plainZ);
         QVERIFY(!plainZ.isAccepted());
         QVERIFY(!controller->findAction(ActionType::Copy));
+        editor.heights.clear();
         QTest::keyClick(&editor, Qt::Key_Z, Qt::ControlModifier);
         QVERIFY(controller->findAction(ActionType::Copy));
+        QVERIFY(!editor.heights.isEmpty());
         QTest::keyClick(&editor, Qt::Key_Y, Qt::ControlModifier);
         QVERIFY(!controller->findAction(ActionType::Copy));
         QKeyEvent nothingToRedo(QEvent::KeyPress, Qt::Key_Y, Qt::ControlModifier);

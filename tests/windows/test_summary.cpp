@@ -1,3 +1,4 @@
+#include "HostMediaEngine.h"
 #include "KRXSummaryWidget.h"
 #include "KRXTest.h"
 #include "KRXTwistWidget.h"
@@ -128,7 +129,7 @@ private slots:
     {
         const QString stored = QStringLiteral("1-2:Stereo");
         const QString display = HostMediaEngine::channelGroupsFromText(stored).displayText;
-        QVERIFY(display != stored || !display.isEmpty());
+        QVERIFY(display != stored);
         QCOMPARE(detailOf(QStringLiteral("<linkDetail><multichannelAudio>%1</multichannelAudio></linkDetail>")
                               .arg(stored),
                           1),
@@ -206,6 +207,17 @@ private slots:
                                 "Video Volume : /v/   Audio Volume : /a/"));
     }
 
+    void aLaterColourTextThatIsNotTrueClearsTheColourLine()
+    {
+        QCOMPARE(detailOf(activity(QStringLiteral("transcode"), QStringLiteral("Transcode 1"),
+                                   QStringLiteral("<outputDetail><outputTranscodeVideoProfile>"
+                                                  "<applyColorTransformations>true</applyColorTransformations>"
+                                                  "<applyColorTransformations>no</applyColorTransformations>"
+                                                  "</outputTranscodeVideoProfile></outputDetail>")),
+                          2),
+                 QStringLiteral("Video: \nVideo Volume :    Audio Volume : "));
+    }
+
     void consolidateRowWithEveryOption()
     {
         QCOMPARE(detailOf(activity(QStringLiteral("consolidate"), QStringLiteral("Consolidate"),
@@ -261,6 +273,50 @@ private slots:
         QCOMPARE(cell(summary, 0, 1), QStringLiteral("<Create a new Bin : ><Volume Name>"));
         QCOMPARE(cell(summary, 1, 1),
                  QStringLiteral("<Multichannel Audio> : \n<Audio timecode rate> : \n<Link using> : \n"));
+        QCOMPARE(cell(summary, 1, 0), QStringLiteral("<Link Options:>"));
+    }
+
+    void textsOfActionsAreLookedUpButTheirFormatsAreNot()
+    {
+        QDomDocument doc = document(
+            activity(QStringLiteral("copy"), QStringLiteral("Copy 1"),
+                     QStringLiteral("<destinationDetail><filesystemPath>/m</filesystemPath>"
+                                    "<relinkAfterCopy>true</relinkAfterCopy><autoCheckin>true</autoCheckin>"
+                                    "</destinationDetail>"))
+            + activity(QStringLiteral("transcode"), QStringLiteral("Transcode 1"),
+                       QStringLiteral("<outputDetail><filesystemVideoVolume>/v</filesystemVideoVolume>"
+                                      "<filesystemAudioVolume>/a</filesystemAudioVolume><outputTranscodeVideoProfile>"
+                                      "<videoIncludeReformattedContent>true</videoIncludeReformattedContent>"
+                                      "<applyColorTransformations>true</applyColorTransformations>"
+                                      "<videoCompressionType name=\"FFV1\">7</videoCompressionType>"
+                                      "</outputTranscodeVideoProfile><outputAudioProfile>"
+                                      "<audioSampleRate enabled=\"true\">48</audioSampleRate>"
+                                      "<audioSampleWidth enabled=\"true\">24</audioSampleWidth>"
+                                      "<audioFormat enabled=\"true\">PCM</audioFormat>"
+                                      "</outputAudioProfile></outputDetail>"))
+            + activity(QStringLiteral("consolidate"), QStringLiteral("Consolidate"),
+                       QStringLiteral("<outputDetail><outputConsolidateVideoProfile>"
+                                      "<videoSkipOnTarget>true</videoSkipOnTarget>"
+                                      "<videoRelinkSkippedToTarget>true</videoRelinkSkippedToTarget>"
+                                      "</outputConsolidateVideoProfile></outputDetail>")));
+        StandInHost::setTranslator([](const QString& text) -> QString { return QLatin1Char('<') + text + QLatin1Char('>'); });
+        KRXSummaryWidget summary(nullptr);
+        summary.updateSummaryFromXML(doc);
+        StandInHost::setTranslator({});
+        QCOMPARE(cell(summary, 2, 0), QStringLiteral("Copy 1"));
+        QCOMPARE(cell(summary, 2, 1),
+                 QStringLiteral("<Auto copy to> : /m\n<Checkin to Ledgerhouse>\n<Auto Relink when complete>\n"));
+        QCOMPARE(cell(summary, 3, 1),
+                 QStringLiteral("Video: FFV1\n"
+                                "<Apply Reformatting option (compatibility mode)>\n"
+                                "<Apply color transformations (compatibility mode)>\n"
+                                "<Convert Audio Sample Rate : > : 48\n"
+                                "<Convert Audio Bit Depth : > : 24\n"
+                                "<Convert Audio Format> : PCM\n"
+                                "<Video Volume : /v   Audio Volume : /a>"));
+        QCOMPARE(cell(summary, 4, 1),
+                 QStringLiteral("<Skip Media Already On Target Drive>\n"
+                                "<Relink selected clips to target drive before skipping>\n"));
     }
 };
 
