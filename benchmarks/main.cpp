@@ -27,9 +27,9 @@ int main(int argc, char* argv[])
         void (*measure)(KRXBench::Table&);
     };
     constexpr Area kAreas[] = {
-        {"access", &KRXBench::measureServiceAccess},
-        {"actions", &KRXBench::measureActions},
-        {"sections", &KRXBench::measureSections},
+        {"access", &KRXBench::measureServiceAccess}, {"view", &KRXBench::measureFolderView},
+        {"sections", &KRXBench::measureSections},    {"actions", &KRXBench::measureActions},
+        {"windows", &KRXBench::measureWindows},      {"service", &KRXBench::measureService},
     };
 
     KRXBench::Table table;
