@@ -30,7 +30,7 @@ if(KRX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
 endif()
 
 find_program(KRX_MOLD mold)
-if(KRX_MOLD AND NOT KRX_SANITIZE)
+if(KRX_MOLD)
     add_link_options(-fuse-ld=mold)
 endif()
 
