@@ -188,6 +188,7 @@ FileResult Pipeline::publish(Work& work)
 
 void Pipeline::recover()
 {
+    const auto lock = m_database.lock();
     m_outputs.removeUnless([this](const std::string& owner, std::int64_t id) { return m_files.exists(owner, id); });
     for (const auto& file : m_files.inState(FileState::Publishing)) {
         if (m_outputs.isPrepared(file.owner, file.output)) {
