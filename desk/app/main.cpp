@@ -8,29 +8,42 @@
 #include <QApplication>
 #include <QLocale>
 
+#include <algorithm>
 #include <cstdio>
-#include <cstring>
 
 namespace {
 
-/// Help and version are printed without a display.
-bool answersWithoutDisplay(const DeskOptions& options)
+constexpr int kWrongCommandLine = 2;
+
+int refuse(const QString& error)
 {
+    std::fprintf(stderr, "krx-desk: %s\nTry krx-desk --help.\n", qPrintable(error));
+    return kWrongCommandLine;
+}
+
+/// Whether an argument is for Qt ("-platform" and the like), which takes it out of the list.
+bool isForQt(const QString& argument)
+{
+    return argument.size() > 2 && argument.startsWith(QLatin1Char('-')) && !argument.startsWith(QLatin1String("--"));
+}
+
+/// Answers what needs no display: help, version, and a command line that makes no sense.
+/// \return the exit code; -1 when there is more to do.
+int answerWithoutDisplay(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    DeskOptions options;
+    QString error;
+    if (!DeskOptions::parse(arguments, options, error))
+        return std::any_of(arguments.begin(), arguments.end(), isForQt) ? -1 : refuse(error);
     if (options.mode == DeskOptions::Mode::ShowHelp)
         std::fputs(qPrintable(DeskOptions::helpText()), stdout);
     else if (options.mode == DeskOptions::Mode::ShowVersion)
         std::printf("krx-desk %s\n", KRX_DESK_VERSION);
     else
-        return false;
-    return true;
-}
-
-QStringList textsOf(int argc, char** argv)
-{
-    QStringList texts;
-    for (int i = 0; i < argc; ++i)
-        texts << QString::fromLocal8Bit(argv[i]);
-    return texts;
+        return -1;
+    return 0;
 }
 
 } // namespace
@@ -43,19 +56,14 @@ int main(int argc, char** argv)
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
 
-    const QStringList arguments = textsOf(argc, argv);
+    const int answered = answerWithoutDisplay(argc, argv);
+    if (answered >= 0)
+        return answered;
+    const QApplication application(argc, argv);
     DeskOptions options;
     QString error;
-    // What Qt takes for itself ("-platform" and the like) is gone from the list once there is an application;
-    // help and version come before that, because they need no display.
-    if (DeskOptions::parse(arguments, options, error) && answersWithoutDisplay(options))
-        return 0;
-    QApplication application(argc, argv);
-    options = DeskOptions();
-    if (!DeskOptions::parse(QCoreApplication::arguments(), options, error)) {
-        std::fprintf(stderr, "krx-desk: %s\nTry krx-desk --help.\n", qPrintable(error));
-        return 2;
-    }
+    if (!DeskOptions::parse(QCoreApplication::arguments(), options, error))
+        return refuse(error);
     QGuiApplication::setApplicationDisplayName(QStringLiteral("KRX Desk"));
     StandInHost::setLanguage(options.language.isEmpty() ? QLocale::system().name().left(2) : options.language);
     return options.mode == DeskOptions::Mode::Tour ? Tour::run(options) : DeskApplication::runWindow(options);
