@@ -345,6 +345,8 @@ private slots:
         QTest::newRow("a name that is no expression takes number 1") << list("A(,A(.1") << "A(" << "A(.1";
         QTest::newRow("the expression is not bound to the start") << list("A,XA.1") << "A" << "A.2";
         QTest::newRow("the name's case counts") << list("a,A.1") << "a" << "a.1";
+        const QString longName(4096, QLatin1Char('n'));
+        QTest::newRow("a name of 4 KB") << QStringList(longName) << longName << longName + QStringLiteral(".1");
         QTest::newRow("a number beyond all bounds does no harm") << list("A,A.99999999999") << "A" << "A.1";
     }
 
@@ -452,6 +454,27 @@ private slots:
         QVERIFY(!editor.isVisible());
         QVERIFY(editor.getProfileState()->isModified());
         QCOMPARE(editor.infoUpdates, 0);
+    }
+
+    void aServiceThatGoesAfterTheSaveLosesNothing()
+    {
+        m_service->addProfile(QStringLiteral("1"), QStringLiteral("Alpha"));
+        m_service->load();
+        // The new profile is made, but can be read neither by itself nor in the list.
+        m_service->refusedMethod = QStringLiteral("GET");
+        Editor editor;
+        m_service->open(editor, QStringLiteral("1"));
+        editor.show();
+        editor.updateModifiedState();
+        answerSaveDialog(editor, QStringLiteral("Mine"), "saveBtn");
+        editor.saveBtnPressed();
+        QCOMPARE(m_service->profiles.size(), 2);
+        QCOMPARE(KRXProfileManager::getInstance().profileItems().size(), 1);
+        QVERIFY(!editor.getProfileState()->isModified());
+        QCOMPARE(editor.infoUpdates, 1);
+        QVERIFY(!editor.isVisible());
+        QTRY_VERIFY(!editor.findChild<SaveProfileDialog*>());
+        QVERIFY(StandInHost::messageLog().isEmpty());
     }
 
     void nothingIsSavedWithoutANameOrWithCancel_data()
@@ -608,6 +631,27 @@ private slots:
         QCOMPARE(StandInHost::messageLog().last().icon, QMessageBox::Critical);
         QCOMPARE(m_service->requests(), QStringList(QStringLiteral("DELETE profiles/x")));
         QCOMPARE(m_service->folders[QStringLiteral("1")].enabled, QStringLiteral("true"));
+        QVERIFY(editor.isVisible());
+    }
+
+    void aServiceThatGoesAfterTheDeletionLeavesWhatIsKnown()
+    {
+        m_service->addProfile(QStringLiteral("d"), QStringLiteral("Default Profile"));
+        m_service->addProfile(QStringLiteral("x"), QStringLiteral("Mine"));
+        m_service->addFolder(QStringLiteral("1"), QStringLiteral("/media/a"), QStringLiteral("x"));
+        m_service->load();
+        m_service->refusedMethod = QStringLiteral("GET");
+        Editor editor;
+        m_service->open(editor, QStringLiteral("x"));
+        editor.show();
+        answerWith(QMessageBox::Yes);
+        editor.delBtnPressed();
+        // Only the question was asked; the folder is taken care of though the lists cannot be read.
+        QCOMPARE(StandInHost::messageLog().size(), 1);
+        QCOMPARE(boxTexts(editor.getProfilesBox()), QStringList(QStringLiteral("Default Profile")));
+        QCOMPARE(m_service->folders[QStringLiteral("1")].profile, QStringLiteral("d"));
+        QCOMPARE(m_service->folders[QStringLiteral("1")].enabled, QStringLiteral("false"));
+        QCOMPARE(editor.infoUpdates, 1);
         QVERIFY(editor.isVisible());
     }
 
