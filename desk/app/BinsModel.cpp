@@ -189,5 +189,8 @@ QString BinsModel::durationText(double seconds)
     const QLatin1Char zero('0');
     if (whole < 3600)
         return padded.arg(whole / 60).arg(whole % 60, 2, 10, zero);
-    return QStringLiteral("%1:%2:%3").arg(whole / 3600).arg(whole / 60 % 60, 2, 10, zero).arg(whole % 60, 2, 10, zero);
+    return QStringLiteral("%1:%2:%3")
+        .arg(whole / 3600)
+        .arg(whole / 60 % 60, 2, 10, zero)
+        .arg(whole % 60, 2, 10, zero);
 }

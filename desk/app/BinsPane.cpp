@@ -35,7 +35,8 @@ BinsPane::BinsPane(DeskProject& project, QWidget* parent)
     , m_project(project)
     , m_model(new BinsModel(project, this))
     , m_view(new QTreeView(this))
-    , m_hint(new QLabel(tr("Clips appear here when you click the icon of a folder that has some ready."), this))
+    , m_hint(
+          new QLabel(tr("Clips appear here when you click the icon of a folder that has some ready."), this))
 {
     m_view->setObjectName(QStringLiteral("binsView"));
     m_view->setModel(m_model);

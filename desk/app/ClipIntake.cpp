@@ -73,7 +73,8 @@ bool ClipIntake::finish()
     return true;
 }
 
-QString ClipIntake::binName(const LinkDocument& document, const QString& projectName, const QString& volumeLabel)
+QString ClipIntake::binName(const LinkDocument& document, const QString& projectName,
+                            const QString& volumeLabel)
 {
     if (document.binSelection == LinkDocument::BinSelection::UseActive)
         return QString();
@@ -97,10 +98,12 @@ QString ClipIntake::volumeLabel(const QString& path)
         for (const HostCore::VolumeHandle volume : group) {
             HostCore::VolumeIdentity identity;
             HostCore::VolumeInformation information;
-            if (!HostCore::volumeIdentity(volume, identity) || !HostCore::volumeInformation(identity, information))
+            if (!HostCore::volumeIdentity(volume, identity) ||
+                !HostCore::volumeInformation(identity, information))
                 continue;
             const QString mount = information.path;
-            const bool holds = mount == QLatin1String("/") || path == mount || path.startsWith(QString(mount + QLatin1Char('/')));
+            const bool holds = mount == QLatin1String("/") || path == mount ||
+                               path.startsWith(QString(mount + QLatin1Char('/')));
             if (holds && mount.size() > best.path.size())
                 best = information;
         }

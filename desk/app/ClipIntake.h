@@ -17,19 +17,20 @@ class ClipIntake : public QObject
 public:
     explicit ClipIntake(DeskProject& project, QObject* parent = nullptr);
 
-    /// Reads the document and records its clip. The project is saved and the documents are removed once for all
-    /// files that were taken before control returned to the event loop, so that a folder with many outputs costs
-    /// one save. A document that cannot be read stays where it is and is reported.
-    /// \return whether the clip is in the project.
+    /// Reads the document and records its clip. The project is saved and the documents are removed once for
+    /// all files that were taken before control returned to the event loop, so that a folder with many
+    /// outputs costs one save. A document that cannot be read stays where it is and is reported. \return
+    /// whether the clip is in the project.
     bool take(const QString& linkDocument);
-    /// Saves and removes now what take() left for later. \return false when the project could not be saved; the
-    /// documents then stay.
+    /// Saves and removes now what take() left for later. \return false when the project could not be saved;
+    /// the documents then stay.
     bool finish();
 
     /// The bin's name that a document asks for.
     /// \param projectName the name of the project. \param volumeLabel the label of the folder's volume.
     /// \return empty for the active bin.
-    static QString binName(const LinkDocument& document, const QString& projectName, const QString& volumeLabel);
+    static QString binName(const LinkDocument& document, const QString& projectName,
+                           const QString& volumeLabel);
     /// The label of the volume that a path lies on, as the host knows it; the mount point's name, or the
     /// computer's name for the root, when it has none.
     static QString volumeLabel(const QString& path);

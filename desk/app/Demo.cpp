@@ -81,8 +81,8 @@ quint16 Demo::freePort()
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t length = sizeof(address);
     quint16 port = 0;
-    if (::bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0
-        && ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length) == 0)
+    if (::bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 &&
+        ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length) == 0)
         port = ntohs(address.sin_port);
     ::close(socket);
     return port;

@@ -17,13 +17,13 @@ struct Recipe
 };
 
 constexpr Recipe kRecipes[] = {
-    {"Harbour at dawn.mov",
-     "-f lavfi -i testsrc2=size=640x360:rate=25:duration=4 -f lavfi -i sine=frequency=440:sample_rate=48000:duration=4 "
-     "-c:v mpeg4 -q:v 4 -c:a pcm_s16le -timecode 10:00:00:00"},
+    {"Harbour at dawn.mov", "-f lavfi -i testsrc2=size=640x360:rate=25:duration=4 -f lavfi -i "
+                            "sine=frequency=440:sample_rate=48000:duration=4 "
+                            "-c:v mpeg4 -q:v 4 -c:a pcm_s16le -timecode 10:00:00:00"},
     {"Title card.png", "-f lavfi -i smptehdbars=size=1280x720:rate=25:duration=0.04 -frames:v 1"},
-    {"Wind and gulls.wav",
-     "-f lavfi -i anoisesrc=color=pink:amplitude=0.3:sample_rate=48000:duration=5 -c:a pcm_s24le -write_bext 1 "
-     "-metadata description=Wind -metadata time_reference=1728000000"},
+    {"Wind and gulls.wav", "-f lavfi -i anoisesrc=color=pink:amplitude=0.3:sample_rate=48000:duration=5 -c:a "
+                           "pcm_s24le -write_bext 1 "
+                           "-metadata description=Wind -metadata time_reference=1728000000"},
 };
 
 QString tr(const char* text)
@@ -42,10 +42,11 @@ bool makeOne(const Recipe& recipe, const QString& path, QString& error)
     arguments += temporary;
     QProcess ffmpeg;
     ffmpeg.start(QStringLiteral("ffmpeg"), arguments);
-    if (!ffmpeg.waitForFinished(kTimeout) || ffmpeg.exitStatus() != QProcess::NormalExit || ffmpeg.exitCode() != 0) {
+    if (!ffmpeg.waitForFinished(kTimeout) || ffmpeg.exitStatus() != QProcess::NormalExit ||
+        ffmpeg.exitCode() != 0) {
         const QString reason = ffmpeg.error() == QProcess::FailedToStart
-            ? ffmpeg.errorString()
-            : QString::fromLocal8Bit(ffmpeg.readAllStandardError()).trimmed();
+                                   ? ffmpeg.errorString()
+                                   : QString::fromLocal8Bit(ffmpeg.readAllStandardError()).trimmed();
         error = tr("ffmpeg could not make %1: %2").arg(path, reason);
         return false;
     }

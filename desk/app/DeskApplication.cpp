@@ -28,8 +28,8 @@ constexpr QLatin1String kDark("dark");
 
 QString defaultProject()
 {
-    return QString(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
-                   + QLatin1String("/Untitled.krxproject"));
+    return QString(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) +
+                   QLatin1String("/Untitled.krxproject"));
 }
 
 int refuse(const QString& text)
@@ -84,7 +84,9 @@ int runWindow(const DeskOptions& given)
     }
     if (!isDemo) {
         settings.setValue(kLastProject, project.path());
-        settings.setValue(kSkin, HostQtShell::currentSkinIndex() < HostQtShell::kFirstDarkSkin ? QString() : QString(kDark));
+        settings.setValue(kSkin, HostQtShell::currentSkinIndex() < HostQtShell::kFirstDarkSkin
+                                     ? QString()
+                                     : QString(kDark));
     }
     cleanUpModule();
     return code;

@@ -31,22 +31,26 @@ constexpr PathOption kPaths[] = {
      &DeskOptions::serviceProgram},
     {kDemo, "Open on a demo in this folder: generated media, a project and a service of its own.", "DIR",
      &DeskOptions::demo},
-    {kTour, "Play the guided tour by itself; pictures and tour.txt go to this folder.", "DIR", &DeskOptions::tour},
+    {kTour, "Play the guided tour by itself; pictures and tour.txt go to this folder.", "DIR",
+     &DeskOptions::tour},
 };
 
 void fill(QCommandLineParser& parser)
 {
-    parser.setApplicationDescription(QStringLiteral("KRX Desk: watch folders for a video editor, on a small desk."));
+    parser.setApplicationDescription(
+        QStringLiteral("KRX Desk: watch folders for a video editor, on a small desk."));
     for (const PathOption& option : kPaths) {
         parser.addOption(QCommandLineOption(option.name, QString::fromUtf8(option.help),
                                             QString::fromUtf8(option.valueName)));
     }
     parser.addOption(QCommandLineOption(kSkin, QStringLiteral("How the desk looks: light or dark."),
                                         QStringLiteral("SKIN")));
-    parser.addOption(QCommandLineOption(kLanguage, QStringLiteral("Language of the texts, for example en or de."),
+    parser.addOption(QCommandLineOption(kLanguage,
+                                        QStringLiteral("Language of the texts, for example en or de."),
                                         QStringLiteral("LANGUAGE")));
     parser.addOption(QCommandLineOption({QStringLiteral("h"), kHelp}, QStringLiteral("Print this help.")));
-    parser.addOption(QCommandLineOption({QStringLiteral("v"), kVersion}, QStringLiteral("Print the version.")));
+    parser.addOption(
+        QCommandLineOption({QStringLiteral("v"), kVersion}, QStringLiteral("Print the version.")));
 }
 
 bool readSkin(const QCommandLineParser& parser, DeskOptions& options, QString& error)
@@ -73,7 +77,8 @@ bool DeskOptions::parse(const QStringList& arguments, DeskOptions& options, QStr
         return false;
     }
     if (!parser.positionalArguments().isEmpty()) {
-        error = QStringLiteral("\"%1\" is not an option of krx-desk.").arg(parser.positionalArguments().first());
+        error =
+            QStringLiteral("\"%1\" is not an option of krx-desk.").arg(parser.positionalArguments().first());
         return false;
     }
     for (const PathOption& option : kPaths) {

@@ -32,13 +32,14 @@ void fillRates(QComboBox* box)
         box->addItem(rate, rate);
 }
 
-/// The project type that codecs are looked up for: what is chosen, or what the chosen custom format amounts to.
+/// The project type that codecs are looked up for: what is chosen, or what the chosen custom format amounts
+/// to.
 int chosenProjectType(const CodecBox* box)
 {
     const QComboBox* types = box->getProjectTypeBox();
     HostMediaEngine::CustomFormat format;
-    if (HostMediaEngine::currentProjectType() == customFormatProjectType
-        && HostMediaEngine::findFormatByDescription(types->currentText(), format))
+    if (HostMediaEngine::currentProjectType() == customFormatProjectType &&
+        HostMediaEngine::findFormatByDescription(types->currentText(), format))
         return format.projectType;
     return types->currentData().toInt();
 }
@@ -72,7 +73,8 @@ void DeskProfilesWindow::setNewHeight(int height)
 void DeskProfilesWindow::initXelSettingsValues()
 {
     const KRXSettingsController* settings = getSettingsController();
-    if (const auto* link = dynamic_cast<KRXLinkOptionsSettings*>(settings->getSettingsByType(LinkOptionsSettings))) {
+    if (const auto* link =
+            dynamic_cast<KRXLinkOptionsSettings*>(settings->getSettingsByType(LinkOptionsSettings))) {
         fillRates(link->getAudioStartTimeBox());
         fillRates(link->getStillImageBox());
     }
@@ -88,7 +90,8 @@ void DeskProfilesWindow::updateMultiChannelLabel(QLabel* label)
     MultichannelDialog dialog(stored, this);
     if (dialog.exec() != QDialog::Accepted)
         return;
-    const HostMediaEngine::ChannelGroups groups = HostMediaEngine::channelGroupsFromText(dialog.groupingText());
+    const HostMediaEngine::ChannelGroups groups =
+        HostMediaEngine::channelGroupsFromText(dialog.groupingText());
     if (groups.persistentText == stored)
         return;
     label->setProperty(KRXLinkOptionsSettings::kGroupingProperty, groups.persistentText);

@@ -49,7 +49,8 @@ bool DeskProject::load(const QString& path, QString& error)
 bool DeskProject::save(QString& error)
 {
     QString reason;
-    if (!DeskProjectFile::replaceFile(m_path, DeskProjectFile::toBytes({m_bins, m_activeBin, m_more}), reason)) {
+    if (!DeskProjectFile::replaceFile(m_path, DeskProjectFile::toBytes({m_bins, m_activeBin, m_more}),
+                                      reason)) {
         error = tr("The project %1 cannot be saved: %2.").arg(m_path, reason);
         return false;
     }

@@ -38,7 +38,8 @@ struct DeskBin
 };
 
 /// The bins of one project and the file that holds them.
-/// The file is replaced as a whole and only by a complete one, so that a crash leaves the old or the new state.
+/// The file is replaced as a whole and only by a complete one, so that a crash leaves the old or the new
+/// state.
 class DeskProject : public QObject
 {
     Q_OBJECT
@@ -72,8 +73,8 @@ public:
     /// Position of the bin that clips go to when a profile asks for the active one: the bin last chosen, else
     /// the first one, else a new bin with the project's name.
     int activeBin();
-    /// Makes a bin the active one; a position outside the list makes none active. The choice goes into the file
-    /// with the next save, but is no change that a person would want to be asked about.
+    /// Makes a bin the active one; a position outside the list makes none active. The choice goes into the
+    /// file with the next save, but is no change that a person would want to be asked about.
     void setActiveBin(int bin);
     /// Adds a clip at the end of a bin. \return false, and nothing changes, when its id is known already.
     bool addClip(int bin, const DeskClip& clip);

@@ -29,12 +29,9 @@ struct TextField
 };
 
 constexpr TextField kTextFields[] = {
-    {QLatin1String("id"), &DeskClip::id},
-    {QLatin1String("name"), &DeskClip::name},
-    {QLatin1String("kind"), &DeskClip::kind},
-    {QLatin1String("media"), &DeskClip::media},
-    {QLatin1String("source"), &DeskClip::source},
-    {QLatin1String("linkDocument"), &DeskClip::linkDocument},
+    {QLatin1String("id"), &DeskClip::id},         {QLatin1String("name"), &DeskClip::name},
+    {QLatin1String("kind"), &DeskClip::kind},     {QLatin1String("media"), &DeskClip::media},
+    {QLatin1String("source"), &DeskClip::source}, {QLatin1String("linkDocument"), &DeskClip::linkDocument},
 };
 constexpr QLatin1String kDuration("durationSeconds");
 constexpr QLatin1String kChecked("checked");
@@ -128,8 +125,8 @@ bool fromBytes(const QByteArray& bytes, Contents& contents, QString& error)
     QJsonParseError parseError;
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &parseError);
     if (document.isNull()) {
-        error = tr("it is damaged near byte %1 (%2)").arg(QString::number(parseError.offset),
-                                                          parseError.errorString());
+        error = tr("it is damaged near byte %1 (%2)")
+                    .arg(QString::number(parseError.offset), parseError.errorString());
         return false;
     }
     QJsonObject root = document.object();
@@ -161,8 +158,8 @@ bool replaceFile(const QString& path, const QByteArray& bytes, QString& error)
     QSaveFile file(path);
     // Writing into the file itself, the way out when a temporary file cannot be made, could leave half of it.
     file.setDirectWriteFallback(false);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush()
-        || ::fsync(file.handle()) != 0 || !file.commit()) {
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush() ||
+        ::fsync(file.handle()) != 0 || !file.commit()) {
         error = file.errorString();
         return false;
     }

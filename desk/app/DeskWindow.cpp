@@ -87,16 +87,19 @@ DeskWindow::DeskWindow(DeskProject& project, const ServiceSupervisor::Settings& 
     connect(&m_project, &DeskProject::wasReset, this, &DeskWindow::updateTitle);
     connect(&m_project, &DeskProject::modifiedChanged, this, &DeskWindow::updateTitle);
     connect(m_intake, &ClipIntake::failed, this, &DeskWindow::showMessage);
-    connect(m_intake, &ClipIntake::taken, this, [this](const QString& clip, const QString& bin, bool doubled) {
-        showMessage(doubled ? tr("%1 was acquired before").arg(clip) : tr("%1 is in the bin \"%2\"").arg(clip, bin));
-    });
+    connect(m_intake, &ClipIntake::taken, this,
+            [this](const QString& clip, const QString& bin, bool doubled) {
+                showMessage(doubled ? tr("%1 was acquired before").arg(clip)
+                                    : tr("%1 is in the bin \"%2\"").arg(clip, bin));
+            });
     connect(m_jobs, &JobIntake::failed, this, &DeskWindow::showMessage);
     connect(&m_monitor, &ServiceMonitor::commandFailed, this, &DeskWindow::showMessage);
     connect(&m_monitor, &ServiceMonitor::reported, this, &DeskWindow::serviceReported);
     connect(&m_supervisor, &ServiceSupervisor::message, this, &DeskWindow::showMessage);
     connect(&m_supervisor, &ServiceSupervisor::line, m_messages, &QPlainTextEdit::appendPlainText);
     StandInHost::setProgressListener([this](const StandInHost::ProgressStep& step) { showProgress(step); });
-    StandInHost::setHelpListener([this](const StandInHost::HelpRequest& request) { showHelp(request.topic); });
+    StandInHost::setHelpListener(
+        [this](const StandInHost::HelpRequest& request) { showHelp(request.topic); });
     followVolumes();
     followFocus();
 }
@@ -129,7 +132,8 @@ void DeskWindow::refreshFolders()
 void DeskWindow::showMessage(const QString& text)
 {
     statusBar()->showMessage(text, kMessageTime);
-    m_messages->appendPlainText(QStringLiteral("%1  %2").arg(QTime::currentTime().toString(Qt::ISODate), text));
+    m_messages->appendPlainText(
+        QStringLiteral("%1  %2").arg(QTime::currentTime().toString(Qt::ISODate), text));
 }
 
 void DeskWindow::setDarkSkin(bool dark)
@@ -199,8 +203,8 @@ void DeskWindow::followVolumes()
         folderView()->verifyFoldersPath();
         if (m_online) {
             const QByteArray name = mountPoint.toUtf8();
-            KRXFolderManager::volumeStatusCallback(reinterpret_cast<const unsigned char*>(name.constData()), type,
-                                                   action);
+            KRXFolderManager::volumeStatusCallback(reinterpret_cast<const unsigned char*>(name.constData()),
+                                                   type, action);
         }
     });
 }
@@ -298,7 +302,8 @@ void DeskWindow::makeViewMenu()
     m_darkSkin = skins->addAction(tr("&Dark Skin"));
     for (QAction* skin : {m_lightSkin, m_darkSkin})
         skin->setCheckable(true);
-    (HostQtShell::currentSkinIndex() < HostQtShell::kFirstDarkSkin ? m_lightSkin : m_darkSkin)->setChecked(true);
+    (HostQtShell::currentSkinIndex() < HostQtShell::kFirstDarkSkin ? m_lightSkin : m_darkSkin)
+        ->setChecked(true);
     menu->addActions(skins->actions());
     connect(m_lightSkin, &QAction::triggered, this, [this] { setDarkSkin(false); });
     connect(m_darkSkin, &QAction::triggered, this, [this] { setDarkSkin(true); });
@@ -309,7 +314,8 @@ void DeskWindow::makeViewMenu()
 void DeskWindow::makeFoldersMenu()
 {
     QMenu* menu = menuBar()->addMenu(tr("F&olders"));
-    QAction* refresh = menu->addAction(tr("&Refresh"), m_panel, &DeskPanel::refreshFolders, QKeySequence::Refresh);
+    QAction* refresh =
+        menu->addAction(tr("&Refresh"), m_panel, &DeskPanel::refreshFolders, QKeySequence::Refresh);
     // The same choice as in the panel's box, for hands that are on the keyboard.
     QMenu* profiles = menu->addMenu(tr("&Profile of the Selected Folder"));
     connect(menu, &QMenu::aboutToShow, this, [this, refresh, profiles] {
@@ -321,8 +327,9 @@ void DeskWindow::makeFoldersMenu()
         const auto items = KRXProfileManager::getInstance().profileItems();
         for (const auto& item : items) {
             QString text = item.second;
-            QAction* choice = profiles->addAction(text.replace(QLatin1Char('&'), QLatin1String("&&")), this,
-                                                  [this, index] { m_panel->updateCurrentProfileIndex(index); });
+            QAction* choice =
+                profiles->addAction(text.replace(QLatin1Char('&'), QLatin1String("&&")), this,
+                                    [this, index] { m_panel->updateCurrentProfileIndex(index); });
             choice->setCheckable(true);
             choice->setChecked(item.first == KRXFolderViewWidget::getProfileId(row));
             ++index;
@@ -347,7 +354,8 @@ void DeskWindow::makeServiceMenu()
 void DeskWindow::makeHelpMenu()
 {
     QMenu* menu = menuBar()->addMenu(tr("&Help"));
-    menu->addAction(tr("&Contents"), this, [this] { showHelp(QString()); }, QKeySequence::HelpContents);
+    menu->addAction(
+        tr("&Contents"), this, [this] { showHelp(QString()); }, QKeySequence::HelpContents);
     menu->addAction(tr("&About KRX Desk"), this, &DeskWindow::about);
 }
 
@@ -392,19 +400,19 @@ void DeskWindow::showHelp(const QString& topic)
 
 void DeskWindow::newProject()
 {
-    const QString path = QFileDialog::getSaveFileName(this, tr("New Project"), QFileInfo(m_project.path()).path(),
-                                                      projectFilter());
+    const QString path = QFileDialog::getSaveFileName(this, tr("New Project"),
+                                                      QFileInfo(m_project.path()).path(), projectFilter());
     if (path.isEmpty() || !keepCurrentProject())
         return;
-    m_project.create(path.endsWith(QLatin1String(".krxproject")) ? path
-                                                                 : QString(path + QLatin1String(".krxproject")));
+    m_project.create(
+        path.endsWith(QLatin1String(".krxproject")) ? path : QString(path + QLatin1String(".krxproject")));
     saveProject();
 }
 
 void DeskWindow::openProject()
 {
-    const QString path = QFileDialog::getOpenFileName(this, tr("Open Project"), QFileInfo(m_project.path()).path(),
-                                                      projectFilter());
+    const QString path = QFileDialog::getOpenFileName(this, tr("Open Project"),
+                                                      QFileInfo(m_project.path()).path(), projectFilter());
     if (path.isEmpty() || !keepCurrentProject())
         return;
     QString error;
@@ -424,7 +432,8 @@ void DeskWindow::saveProject()
 
 void DeskWindow::saveProjectAs()
 {
-    const QString path = QFileDialog::getSaveFileName(this, tr("Save Project As"), m_project.path(), projectFilter());
+    const QString path =
+        QFileDialog::getSaveFileName(this, tr("Save Project As"), m_project.path(), projectFilter());
     if (path.isEmpty())
         return;
     QString error;
@@ -445,18 +454,18 @@ bool DeskWindow::keepCurrentProject()
 
 void DeskWindow::showError(const QString& text)
 {
-    HostQtShell::showManagedMessageBox(this, QMessageBox::Critical, tr("Error occurred"), text, QMessageBox::Ok,
-                                       QMessageBox::Ok);
+    HostQtShell::showManagedMessageBox(this, QMessageBox::Critical, tr("Error occurred"), text,
+                                       QMessageBox::Ok, QMessageBox::Ok);
 }
 
 void DeskWindow::about()
 {
-    HostQtShell::showManagedMessageBox(
-        this, QMessageBox::Information, tr("About KRX Desk"),
-        tr("KRX Desk %1\nA small host around KRX Folders: watched folders, their profiles and the clips that come "
-           "of them.")
-            .arg(QApplication::applicationVersion()),
-        QMessageBox::Ok, QMessageBox::Ok);
+    HostQtShell::showManagedMessageBox(this, QMessageBox::Information, tr("About KRX Desk"),
+                                       tr("KRX Desk %1\nA small host around KRX Folders: watched folders, "
+                                          "their profiles and the clips that come "
+                                          "of them.")
+                                           .arg(QApplication::applicationVersion()),
+                                       QMessageBox::Ok, QMessageBox::Ok);
 }
 
 void DeskWindow::serviceReported(const ServiceReport& report)
@@ -500,8 +509,8 @@ void DeskWindow::showServiceState(const ServiceReport& report)
     } else if (m_supervisor.owns()) {
         text = tr("Service: starting");
     }
-    m_serviceState->setText(QStringLiteral("<span style=\"color:%1\">&#9679;</span> %2")
-                                .arg(color.name(), text.toHtmlEscaped()));
+    m_serviceState->setText(
+        QStringLiteral("<span style=\"color:%1\">&#9679;</span> %2").arg(color.name(), text.toHtmlEscaped()));
     m_serviceState->setToolTip(m_online ? report.errors.join(QLatin1Char('\n')) : report.failure);
     for (const QString& error : report.errors) {
         if (!m_serviceErrors.contains(error))

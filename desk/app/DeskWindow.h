@@ -22,7 +22,8 @@ class QProgressBar;
 class QScrollArea;
 class ServicesDialog;
 
-/// The desk: the folder panel above the project's bins, and a status bar with progress and the service's state.
+/// The desk: the folder panel above the project's bins, and a status bar with progress and the service's
+/// state.
 class DeskWindow : public QMainWindow
 {
     Q_OBJECT

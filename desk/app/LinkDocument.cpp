@@ -48,9 +48,11 @@ constexpr Field kFields[] = {
     {QLatin1String("xel/media/duration"), &RawDocument::duration, nullptr},
     {QLatin1String("xel/media/format"), &RawDocument::format, nullptr},
     {QLatin1String("xel/profile/profileName"), nullptr, &LinkDocument::profileName},
-    {QLatin1String("xel/profile/profileSettings/binDetail/binSelectionMethod"), &RawDocument::selection, nullptr},
+    {QLatin1String("xel/profile/profileSettings/binDetail/binSelectionMethod"), &RawDocument::selection,
+     nullptr},
     {QLatin1String("xel/profile/profileSettings/binDetail/binNamingMethod"), &RawDocument::naming, nullptr},
-    {QLatin1String("xel/profile/profileSettings/binDetail/binExplicitName"), nullptr, &LinkDocument::explicitBin},
+    {QLatin1String("xel/profile/profileSettings/binDetail/binExplicitName"), nullptr,
+     &LinkDocument::explicitBin},
 };
 constexpr QLatin1String kStream("xel/media/stream");
 
@@ -116,8 +118,8 @@ void putInOrder(RawDocument& raw)
     bool isNumber = false;
     const double seconds = raw.duration.toDouble(&isNumber);
     document.duration = isNumber && seconds >= 0 && document.kind != QLatin1String("image") ? seconds : -1;
-    document.checked = !raw.clipChecksum.isEmpty() && raw.clipChecksum == raw.sourceChecksum
-        && document.mediaPath != document.sourcePath;
+    document.checked = !raw.clipChecksum.isEmpty() && raw.clipChecksum == raw.sourceChecksum &&
+                       document.mediaPath != document.sourcePath;
     // Anything but the two words counts as the active bin and as the project's name.
     if (raw.selection == QLatin1String("CREATENEW"))
         document.binSelection = LinkDocument::BinSelection::CreateNew;
@@ -149,7 +151,8 @@ bool LinkDocument::parse(const QByteArray& text, LinkDocument& document, QString
     RawDocument raw;
     QXmlStreamReader xml(text);
     if (!readRaw(xml, raw)) {
-        error = tr("it cannot be read (line %1: %2)").arg(QString::number(xml.lineNumber()), xml.errorString());
+        error =
+            tr("it cannot be read (line %1: %2)").arg(QString::number(xml.lineNumber()), xml.errorString());
         return false;
     }
     if (raw.document.mediaPath.isEmpty()) {
@@ -158,7 +161,8 @@ bool LinkDocument::parse(const QByteArray& text, LinkDocument& document, QString
     }
     putInOrder(raw);
     if (raw.document.id.isEmpty())
-        raw.document.id = QString::fromLatin1(QCryptographicHash::hash(text, QCryptographicHash::Sha256).toHex());
+        raw.document.id =
+            QString::fromLatin1(QCryptographicHash::hash(text, QCryptographicHash::Sha256).toHex());
     document = raw.document;
     return true;
 }

@@ -7,8 +7,8 @@ class QComboBox;
 class QLabel;
 class QTableWidget;
 
-/// Groups audio tracks into multichannel tracks. Each row is one track and says what begins there: a mono track
-/// or a group that takes the following tracks as well.
+/// Groups audio tracks into multichannel tracks. Each row is one track and says what begins there: a mono
+/// track or a group that takes the following tracks as well.
 class MultichannelDialog : public QDialog
 {
     Q_OBJECT

@@ -9,8 +9,8 @@
 
 #include <memory>
 
-/// The monitor's worker: lives in the monitor's thread and is the only user of its job manager. Call everything
-/// in that thread.
+/// The monitor's worker: lives in the monitor's thread and is the only user of its job manager. Call
+/// everything in that thread.
 class ServicePoller : public QObject
 {
     Q_OBJECT

@@ -80,9 +80,10 @@ void ServiceSupervisor::stop()
 
 QString ServiceSupervisor::program() const
 {
-    const QString program = m_settings.program.isEmpty()
-        ? QString(QCoreApplication::applicationDirPath() + QLatin1String("/krx-service"))
-        : m_settings.program;
+    const QString program =
+        m_settings.program.isEmpty()
+            ? QString(QCoreApplication::applicationDirPath() + QLatin1String("/krx-service"))
+            : m_settings.program;
     return QFileInfo(program).isExecutable() ? program : QString();
 }
 
@@ -119,8 +120,9 @@ void ServiceSupervisor::launch()
     });
     connect(m_process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this, [this](int code) {
         readLines();
-        ended(m_lastLine.isEmpty() ? tr("The service ended (code %1)").arg(code)
-                                   : tr("The service ended (code %1): %2").arg(QString::number(code), m_lastLine));
+        ended(m_lastLine.isEmpty()
+                  ? tr("The service ended (code %1)").arg(code)
+                  : tr("The service ended (code %1): %2").arg(QString::number(code), m_lastLine));
     });
     setState(Running);
     m_process->start(path, arguments());

@@ -101,13 +101,15 @@ void ServicesDialog::showReport(const ServiceReport& report, bool ours)
     if (!report.online)
         m_state->setText(tr("The folder service is not running."));
     else
-        m_state->setText(report.active ? tr("The folder service is working.") : tr("The folder service is ready."));
+        m_state->setText(report.active ? tr("The folder service is working.")
+                                       : tr("The folder service is ready."));
     m_start->setEnabled(!report.online && !ours);
     m_stop->setEnabled(ours);
-    m_stop->setToolTip(report.online && !ours ? tr("The service was started by another program.") : QString());
+    m_stop->setToolTip(report.online && !ours ? tr("The service was started by another program.")
+                                              : QString());
     showJobs(report.jobs);
-    const bool unfinished = std::any_of(report.jobs.begin(), report.jobs.end(),
-                                        [](const DeskJob& job) { return !job.complete; });
+    const bool unfinished =
+        std::any_of(report.jobs.begin(), report.jobs.end(), [](const DeskJob& job) { return !job.complete; });
     const bool ended = std::any_of(report.jobs.begin(), report.jobs.end(),
                                    [](const DeskJob& job) { return job.complete && !job.isCompleted(); });
     m_cancel->setEnabled(unfinished);
@@ -139,5 +141,6 @@ void ServicesDialog::showJobs(const QVector<DeskJob>& jobs)
 QString ServicesDialog::selectedJob() const
 {
     const QList<QTableWidgetItem*> items = m_jobs->selectedItems();
-    return items.isEmpty() ? QString() : m_jobs->item(items.first()->row(), FileColumn)->data(Qt::UserRole).toString();
+    return items.isEmpty() ? QString()
+                           : m_jobs->item(items.first()->row(), FileColumn)->data(Qt::UserRole).toString();
 }

@@ -16,16 +16,17 @@ constexpr char kMountTable[] = "/proc/self/mounts";
 constexpr QLatin1String kNetworkTypes[] = {QLatin1String("nfs"), QLatin1String("nfs4"), QLatin1String("cifs"),
                                            QLatin1String("smb3"), QLatin1String("fuse.sshfs")};
 constexpr QLatin1String kLocalTypes[] = {
-    QLatin1String("ext2"), QLatin1String("ext3"), QLatin1String("ext4"),    QLatin1String("xfs"),
-    QLatin1String("btrfs"), QLatin1String("vfat"), QLatin1String("exfat"),  QLatin1String("ntfs"),
-    QLatin1String("ntfs3"), QLatin1String("fuseblk"), QLatin1String("hfsplus"), QLatin1String("udf"),
-    QLatin1String("iso9660"), QLatin1String("tmpfs"), QLatin1String("zfs"),  QLatin1String("f2fs"),
+    QLatin1String("ext2"),    QLatin1String("ext3"),    QLatin1String("ext4"),    QLatin1String("xfs"),
+    QLatin1String("btrfs"),   QLatin1String("vfat"),    QLatin1String("exfat"),   QLatin1String("ntfs"),
+    QLatin1String("ntfs3"),   QLatin1String("fuseblk"), QLatin1String("hfsplus"), QLatin1String("udf"),
+    QLatin1String("iso9660"), QLatin1String("tmpfs"),   QLatin1String("zfs"),     QLatin1String("f2fs"),
 };
 
 template <class Types>
 bool contains(const Types& types, const QString& type)
 {
-    return std::any_of(std::begin(types), std::end(types), [&type](QLatin1String known) { return known == type; });
+    return std::any_of(std::begin(types), std::end(types),
+                       [&type](QLatin1String known) { return known == type; });
 }
 
 /// The table writes blanks and the like as three octal digits.

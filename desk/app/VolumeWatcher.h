@@ -22,8 +22,8 @@ public:
     explicit VolumeWatcher(QObject* parent = nullptr);
     ~VolumeWatcher() override;
 
-    /// Compares the mounted file systems with those seen last and tells the differences. Called by itself when
-    /// the system's table of mounts changes.
+    /// Compares the mounted file systems with those seen last and tells the differences. Called by itself
+    /// when the system's table of mounts changes.
     void look();
 
 signals:

@@ -24,7 +24,8 @@ int refuse(const QString& error)
 /// Whether an argument is for Qt ("-platform" and the like), which takes it out of the list.
 bool isForQt(const QString& argument)
 {
-    return argument.size() > 2 && argument.startsWith(QLatin1Char('-')) && !argument.startsWith(QLatin1String("--"));
+    return argument.size() > 2 && argument.startsWith(QLatin1Char('-')) &&
+           !argument.startsWith(QLatin1String("--"));
 }
 
 /// Answers what needs no display: help, version, and a command line that makes no sense.
@@ -65,6 +66,7 @@ int main(int argc, char** argv)
     if (!DeskOptions::parse(QCoreApplication::arguments(), options, error))
         return refuse(error);
     QGuiApplication::setApplicationDisplayName(QStringLiteral("KRX Desk"));
-    StandInHost::setLanguage(options.language.isEmpty() ? QLocale::system().name().left(2) : options.language);
+    StandInHost::setLanguage(options.language.isEmpty() ? QLocale::system().name().left(2)
+                                                        : options.language);
     return options.mode == DeskOptions::Mode::Tour ? Tour::run(options) : DeskApplication::runWindow(options);
 }

@@ -102,7 +102,8 @@ private slots:
         QTest::addColumn<QByteArray>("media");
         QTest::addColumn<QString>("kind");
         QTest::addColumn<double>("duration");
-        QTest::newRow("sound") << QByteArray("<format>wav</format><duration>5.0</duration><stream type=\"audio\"/>")
+        QTest::newRow("sound") << QByteArray(
+                                      "<format>wav</format><duration>5.0</duration><stream type=\"audio\"/>")
                                << QStringLiteral("audio") << 5.0;
         QTest::newRow("still") << QByteArray("<format>png_pipe</format><stream type=\"video\"/>")
                                << QStringLiteral("image") << -1.0;
@@ -165,18 +166,19 @@ private slots:
         QTest::newRow("active") << QByteArray("<binSelectionMethod>USEACTIVE</binSelectionMethod>"
                                               "<binNamingMethod>VOLUME</binNamingMethod>")
                                 << QStringLiteral("Chosen");
-        QTest::newRow("unknown selection") << QByteArray("<binSelectionMethod>LATER</binSelectionMethod>")
-                                           << QStringLiteral("Chosen");
+        QTest::newRow("unknown selection")
+            << QByteArray("<binSelectionMethod>LATER</binSelectionMethod>") << QStringLiteral("Chosen");
         QTest::newRow("no bin detail") << QByteArray() << QStringLiteral("Chosen");
         QTest::newRow("volume") << QByteArray(create + "<binNamingMethod>VOLUME</binNamingMethod>")
                                 << QStringLiteral("Card 7");
         QTest::newRow("default") << QByteArray(create + "<binNamingMethod>DEFAULT</binNamingMethod>")
                                  << QStringLiteral("Show");
-        QTest::newRow("explicit") << QByteArray("<binExplicitName>Rushes &amp; more</binExplicitName>" + create
-                                                + "<binNamingMethod>EXPLICIT</binNamingMethod>")
+        QTest::newRow("explicit") << QByteArray("<binExplicitName>Rushes &amp; more</binExplicitName>" +
+                                                create + "<binNamingMethod>EXPLICIT</binNamingMethod>")
                                   << QStringLiteral("Rushes & more");
         QTest::newRow("explicit without a name")
-            << QByteArray("<binExplicitName></binExplicitName>" + create + "<binNamingMethod>EXPLICIT</binNamingMethod>")
+            << QByteArray("<binExplicitName></binExplicitName>" + create +
+                          "<binNamingMethod>EXPLICIT</binNamingMethod>")
             << QStringLiteral("Show");
     }
     void theBinIsTheOneThatTheProfileNames()
@@ -200,7 +202,8 @@ private slots:
 
     void aVolumeWithoutALabelIsNamedByItsMountPoint()
     {
-        StandInHost::setVolumes({{{QString(), QStringLiteral("/")}, {QString(), QStringLiteral("/media/stick")}}});
+        StandInHost::setVolumes(
+            {{{QString(), QStringLiteral("/")}, {QString(), QStringLiteral("/media/stick")}}});
         QCOMPARE(ClipIntake::volumeLabel(QStringLiteral("/media/stick/a/b.mov")), QStringLiteral("stick"));
         QCOMPARE(ClipIntake::volumeLabel(QStringLiteral("/media/sticks/b.mov")), QSysInfo::machineHostName());
     }
@@ -299,7 +302,8 @@ private slots:
         QVERIFY(QFileInfo::exists(where));
         QCOMPARE(failed.count(), 2);
         QCOMPARE(failed.at(0).at(0).toString(),
-                 QStringLiteral("%1 was not acquired: it cannot be read (line 1: Premature end of document.)").arg(where));
+                 QStringLiteral("%1 was not acquired: it cannot be read (line 1: Premature end of document.)")
+                     .arg(where));
         QCOMPARE(failed.at(1).at(0).toString(),
                  QStringLiteral("%1 was not acquired: No such file or directory").arg(path("missing.xel")));
         QCOMPARE(m_project->clipCount(), 1);

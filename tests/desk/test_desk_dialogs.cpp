@@ -74,9 +74,11 @@ private slots:
     {
         const Editor editor;
         const KRXSettingsController* settings = editor.getSettingsController();
-        const auto* link = dynamic_cast<KRXLinkOptionsSettings*>(settings->getSettingsByType(LinkOptionsSettings));
+        const auto* link =
+            dynamic_cast<KRXLinkOptionsSettings*>(settings->getSettingsByType(LinkOptionsSettings));
         const auto* zor = dynamic_cast<KRXZorMetadata*>(settings->getSettingsByType(ZorMetadataSettings));
-        for (const QComboBox* box : {link->getAudioStartTimeBox(), link->getStillImageBox(), zor->getDefaultFPSBox()}) {
+        for (const QComboBox* box :
+             {link->getAudioStartTimeBox(), link->getStillImageBox(), zor->getDefaultFPSBox()}) {
             QCOMPARE(itemTexts(box), StandInHost::frameRateTexts());
             for (int i = 0; i < box->count(); ++i)
                 QCOMPARE(box->itemData(i).toString(), box->itemText(i));
@@ -94,7 +96,8 @@ private slots:
         QSignalSpy changed(&box, &CodecBox::codecChanged);
         editor.updateCodecBox(&box);
         QStringList expected;
-        const auto fitting = StandInHost::compressionsFor(type.currentData().toInt(), space.currentData().toInt());
+        const auto fitting =
+            StandInHost::compressionsFor(type.currentData().toInt(), space.currentData().toInt());
         for (const StandInHost::Compression& compression : fitting)
             expected << compression.name;
         QVERIFY(!expected.isEmpty());
@@ -182,7 +185,8 @@ private slots:
     {
         Editor editor;
         QLabel label(QStringLiteral("as before"));
-        QTimer::singleShot(0, &editor, [] { qobject_cast<QDialog*>(QApplication::activeModalWidget())->reject(); });
+        QTimer::singleShot(0, &editor,
+                           [] { qobject_cast<QDialog*>(QApplication::activeModalWidget())->reject(); });
         editor.updateMultiChannelLabel(&label);
         editor.updateMultiChannelLabel(nullptr);
         QCOMPARE(label.text(), QStringLiteral("as before"));
@@ -195,10 +199,14 @@ private slots:
     {
         QTest::addColumn<QString>("stored");
         QTest::addColumn<QString>("shown");
-        QTest::newRow("none") << "None" << "None";
-        QTest::newRow("two groups") << "1-2:Stereo;3-8:5.1" << "1-2:Stereo;3-8:5.1";
-        QTest::newRow("beyond the tracks shown at first") << "31-32:Stereo" << "31-32:Stereo";
-        QTest::newRow("unreadable") << "something else" << "None";
+        QTest::newRow("none") << "None"
+                              << "None";
+        QTest::newRow("two groups") << "1-2:Stereo;3-8:5.1"
+                                    << "1-2:Stereo;3-8:5.1";
+        QTest::newRow("beyond the tracks shown at first") << "31-32:Stereo"
+                                                          << "31-32:Stereo";
+        QTest::newRow("unreadable") << "something else"
+                                    << "None";
     }
     void aGroupingIsShownAsItWasStored()
     {
@@ -271,8 +279,10 @@ private slots:
         ServiceReport report;
         report.online = true;
         report.errors << QStringLiteral("Disk full");
-        report.jobs << DeskJob{QStringLiteral("1"), QStringLiteral("/m/a.mov"), QStringLiteral("FAILED"), true, 40, {}};
-        report.jobs << DeskJob{QStringLiteral("2"), QStringLiteral("/m/b.mov"), QStringLiteral("RUNNING"), false, 5, {}};
+        report.jobs << DeskJob{
+            QStringLiteral("1"), QStringLiteral("/m/a.mov"), QStringLiteral("FAILED"), true, 40, {}};
+        report.jobs << DeskJob{
+            QStringLiteral("2"), QStringLiteral("/m/b.mov"), QStringLiteral("RUNNING"), false, 5, {}};
         dialog.showReport(report, true);
         QCOMPARE(table->rowCount(), 2);
         QCOMPARE(table->item(0, 0)->text(), QStringLiteral("a.mov"));

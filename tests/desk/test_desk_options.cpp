@@ -30,7 +30,8 @@ private slots:
     {
         DeskOptions options;
         QString error;
-        QVERIFY(parse("--project a.krxproject --service-data d --tour out --skin dark --language de", options, error));
+        QVERIFY(parse("--project a.krxproject --service-data d --tour out --skin dark --language de", options,
+                      error));
         QCOMPARE(options.project, QDir::current().absoluteFilePath(QStringLiteral("a.krxproject")));
         QCOMPARE(options.serviceData, QDir::current().absoluteFilePath(QStringLiteral("d")));
         QCOMPARE(options.tour, QDir::current().absoluteFilePath(QStringLiteral("out")));
@@ -48,8 +49,8 @@ private slots:
         QCOMPARE(help.mode, DeskOptions::Mode::ShowHelp);
         QVERIFY(parse("--version", version, error));
         QCOMPARE(version.mode, DeskOptions::Mode::ShowVersion);
-        for (const char* name : {"--project", "--service-data", "--service-program", "--demo", "--tour", "--skin",
-                                 "--language", "--help", "--version"})
+        for (const char* name : {"--project", "--service-data", "--service-program", "--demo", "--tour",
+                                 "--skin", "--language", "--help", "--version"})
             QVERIFY2(DeskOptions::helpText().contains(QString::fromLatin1(name)), name);
     }
 
@@ -57,11 +58,16 @@ private slots:
     {
         QTest::addColumn<QString>("arguments");
         QTest::addColumn<QString>("reason");
-        QTest::newRow("unknown option") << "--nonsense" << "Unknown option 'nonsense'.";
-        QTest::newRow("stray word") << "word" << "\"word\" is not an option of krx-desk.";
-        QTest::newRow("skin") << "--skin blue" << "--skin takes light or dark, not \"blue\".";
-        QTest::newRow("value missing") << "--project" << "Missing value after '--project'.";
-        QTest::newRow("empty path") << "--project=" << "--project needs a path.";
+        QTest::newRow("unknown option") << "--nonsense"
+                                        << "Unknown option 'nonsense'.";
+        QTest::newRow("stray word") << "word"
+                                    << "\"word\" is not an option of krx-desk.";
+        QTest::newRow("skin") << "--skin blue"
+                              << "--skin takes light or dark, not \"blue\".";
+        QTest::newRow("value missing") << "--project"
+                                       << "Missing value after '--project'.";
+        QTest::newRow("empty path") << "--project="
+                                    << "--project needs a path.";
     }
     void whatMakesNoSenseIsRefusedWithAReason()
     {

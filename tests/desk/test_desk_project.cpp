@@ -125,8 +125,8 @@ private slots:
     {
         const QTemporaryDir dir;
         const QString path = dir.filePath(QStringLiteral("a.krxproject"));
-        write(path,
-              "{\"format\":\"krx-desk-project\",\"version\":1,\"colour\":\"blue\",\"bins\":[{\"name\":\"B\",\"locked\":true,\"clips\":[{\"id\":\"1\",\"name\":\"N\",\"rating\":5}]}]}");
+        write(path, "{\"format\":\"krx-desk-project\",\"version\":1,\"colour\":\"blue\",\"bins\":[{\"name\":"
+                    "\"B\",\"locked\":true,\"clips\":[{\"id\":\"1\",\"name\":\"N\",\"rating\":5}]}]}");
         DeskProject project;
         QString error;
         QVERIFY2(project.load(path, error), qPrintable(error));
@@ -146,13 +146,14 @@ private slots:
         QTest::newRow("cut short") << QByteArray("{\"format\":\"krx-desk-project\",\"vers")
                                    << QStringLiteral("it is damaged near byte 35 (unterminated string)");
         QTest::newRow("empty") << QByteArray() << QStringLiteral("it is damaged near byte 0 (illegal value)");
-        QTest::newRow("something else") << QByteArray("{\"a\":1}")
-                                        << QStringLiteral("it is not a project of KRX Desk");
+        QTest::newRow("something else")
+            << QByteArray("{\"a\":1}") << QStringLiteral("it is not a project of KRX Desk");
         QTest::newRow("newer") << QByteArray("{\"format\":\"krx-desk-project\",\"version\":2}")
                                << QStringLiteral("it was made by another version of KRX Desk");
-        QTest::newRow("doubled id")
-            << QByteArray("{\"format\":\"krx-desk-project\",\"version\":1,\"bins\":[{\"name\":\"B\",\"clips\":[{\"id\":\"1\"},{\"id\":\"1\"}]}]}")
-            << QStringLiteral("a clip of the bin \"B\" has no id of its own");
+        QTest::newRow("doubled id") << QByteArray(
+                                           "{\"format\":\"krx-desk-project\",\"version\":1,\"bins\":[{"
+                                           "\"name\":\"B\",\"clips\":[{\"id\":\"1\"},{\"id\":\"1\"}]}]}")
+                                    << QStringLiteral("a clip of the bin \"B\" has no id of its own");
     }
     void aDamagedFileIsRefusedWithAReasonAndLeftAlone()
     {
@@ -177,8 +178,9 @@ private slots:
         DeskProject project;
         QString error;
         QVERIFY(!project.load(QStringLiteral("/nowhere/a.krxproject"), error));
-        QCOMPARE(error,
-                 QStringLiteral("The project /nowhere/a.krxproject cannot be opened: No such file or directory."));
+        QCOMPARE(
+            error,
+            QStringLiteral("The project /nowhere/a.krxproject cannot be opened: No such file or directory."));
     }
 
     void aFailedSaveLeavesTheOldFileAndNothingElse()
@@ -196,10 +198,12 @@ private slots:
         QVERIFY(QFile::rename(path, dir.filePath(QStringLiteral("kept"))));
         QVERIFY(QDir().mkpath(QString(path + QLatin1String("/in the way"))));
         QVERIFY(!project.save(error));
-        QVERIFY2(error.startsWith(QStringLiteral("The project %1 cannot be saved: ").arg(path)), qPrintable(error));
+        QVERIFY2(error.startsWith(QStringLiteral("The project %1 cannot be saved: ").arg(path)),
+                 qPrintable(error));
         QVERIFY(project.isModified());
         QCOMPARE(contentOf(dir.filePath(QStringLiteral("kept"))), before);
-        QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size(), 2);
+        QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size(),
+                 2);
     }
 
     void saveAsThatFailsKeepsTheFormerPath()
@@ -216,7 +220,8 @@ private slots:
 
     void aReaderSeesTheOldFileOrTheNewOneWhole()
     {
-        // The file is replaced, never written into: a reader that opened it before goes on reading the old one.
+        // The file is replaced, never written into: a reader that opened it before goes on reading the old
+        // one.
         const QTemporaryDir dir;
         const QString path = dir.filePath(QStringLiteral("a.krxproject"));
         DeskProject project;

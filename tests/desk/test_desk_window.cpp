@@ -30,9 +30,9 @@ constexpr int kPollInterval = 10;
 const QByteArray kFolders =
     "<xelMediaFolders><xelMediaFolder id=\"f1\"><path>/watch</path><profile>p1</profile>"
     "<enabled>true</enabled></xelMediaFolder></xelMediaFolders>";
-const QByteArray kProfiles =
-    "<profiles><profile><profileDetail><profileName>Default Profile</profileName><profileGUID>p1</profileGUID>"
-    "</profileDetail></profile></profiles>";
+const QByteArray kProfiles = "<profiles><profile><profileDetail><profileName>Default "
+                             "Profile</profileName><profileGUID>p1</profileGUID>"
+                             "</profileDetail></profile></profiles>";
 const QByteArray kProfileList =
     "<profiles><profileURI>http://127.0.0.1:58885/KRXService/profiles/p1</profileURI></profiles>";
 const QByteArray kIdle = "<activity><status>StatusIdle</status></activity>";
@@ -68,7 +68,10 @@ class TestDeskWindow : public QObject
         }
         return nullptr;
     }
-    QString serviceState() const { return m_window->findChild<QLabel*>(QStringLiteral("serviceState"))->text(); }
+    QString serviceState() const
+    {
+        return m_window->findChild<QLabel*>(QStringLiteral("serviceState"))->text();
+    }
 
 private slots:
     void init()

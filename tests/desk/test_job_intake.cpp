@@ -29,7 +29,12 @@ class TestJobIntake : public QObject
     }
     static DeskJob job(const char* state, bool complete, const QStringList& outputs = {})
     {
-        return {QStringLiteral("j1"), QStringLiteral("/media/a.mov"), QString::fromLatin1(state), complete, 0, outputs};
+        return {QStringLiteral("j1"),
+                QStringLiteral("/media/a.mov"),
+                QString::fromLatin1(state),
+                complete,
+                0,
+                outputs};
     }
     int deletions() const { return m_server->requestCount("DELETE", "/KRXService/jobs/j1"); }
 
@@ -117,7 +122,8 @@ private slots:
         m_monitor->cancelJobs();
         QTRY_COMPARE(failed.count(), 1);
         QVERIFY(failed.at(0).at(0).toString().startsWith(QLatin1String("The jobs could not be cancelled: ")));
-        m_monitor->submitJobs({QStringLiteral("/media/b.mov"), QStringLiteral("/media/c.mov")}, QStringLiteral("p1"));
+        m_monitor->submitJobs({QStringLiteral("/media/b.mov"), QStringLiteral("/media/c.mov")},
+                              QStringLiteral("p1"));
         QTRY_COMPARE(m_server->requestCount("POST", "/KRXService/jobs"), 2);
         m_monitor->clearErrors();
         QTRY_COMPARE(m_server->requestCount("GET", "/KRXService/errors?clear=true"), 1);

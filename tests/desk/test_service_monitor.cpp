@@ -98,7 +98,8 @@ private slots:
         const ScopedConnectPort connect(port.port());
         ServiceMonitor monitor(kInterval);
         QThread* where = nullptr;
-        QObject::connect(&monitor, &ServiceMonitor::reported, &monitor, [&] { where = QThread::currentThread(); });
+        QObject::connect(&monitor, &ServiceMonitor::reported, &monitor,
+                         [&] { where = QThread::currentThread(); });
         monitor.start();
         QTRY_VERIFY(where);
         QCOMPARE(where, QThread::currentThread());

@@ -61,16 +61,17 @@ private slots:
         QVERIFY(supervisor.owns());
         QTRY_COMPARE(lines.count(), 1);
         QCOMPARE(lines.at(0).at(0).toString(), QStringLiteral("ready"));
-        QCOMPARE(startedWith(), (QStringList{QStringLiteral("--port"), QStringLiteral("4711"), QStringLiteral("--data"),
-                                             QStringLiteral("/some data"), QStringLiteral("--settle"),
-                                             QStringLiteral("0.3")}));
+        QCOMPARE(startedWith(), (QStringList{QStringLiteral("--port"), QStringLiteral("4711"),
+                                             QStringLiteral("--data"), QStringLiteral("/some data"),
+                                             QStringLiteral("--settle"), QStringLiteral("0.3")}));
     }
 
     void whatWasStartedIsStopped()
     {
         qint64 pid = 0;
         {
-            ServiceSupervisor supervisor(settings("trap 'exit 0' TERM\necho up\nwhile :; do sleep 0.05; done\n"));
+            ServiceSupervisor supervisor(
+                settings("trap 'exit 0' TERM\necho up\nwhile :; do sleep 0.05; done\n"));
             QSignalSpy lines(&supervisor, &ServiceSupervisor::line);
             supervisor.needService();
             QTRY_COMPARE(lines.count(), 1);
@@ -114,7 +115,8 @@ private slots:
         QSignalSpy messages(&supervisor, &ServiceSupervisor::message);
         supervisor.needService();
         QTRY_VERIFY(messages.count() >= 2);
-        QCOMPARE(messages.at(0).at(0).toString(), QStringLiteral("The service ended (code 3): port 4711 is taken"));
+        QCOMPARE(messages.at(0).at(0).toString(),
+                 QStringLiteral("The service ended (code 3): port 4711 is taken"));
     }
 
     void afterStopNoneIsStartedUntilAPersonWantsIt()

@@ -32,10 +32,10 @@ QByteArray sound(quint32 size, char mark)
     const auto put = [&header](int at, quint32 value) { qToLittleEndian(value, header.data() + at); };
     put(4, 36 + size);
     put(16, 16);
-    put(20, 1 | 2u << 16);       // PCM, two channels
-    put(24, 48000);              // frames per second
-    put(28, 48000 * 4);          // bytes per second
-    put(32, 4 | 16u << 16);      // bytes per frame, bits per sample
+    put(20, 1 | 2u << 16);  // PCM, two channels
+    put(24, 48000);         // frames per second
+    put(28, 48000 * 4);     // bytes per second
+    put(32, 4 | 16u << 16); // bytes per frame, bits per sample
     put(40, size);
     return header + QByteArray(static_cast<int>(size), mark);
 }
@@ -119,8 +119,9 @@ class TestKilledOnTheWay : public QObject
         QTRY_VERIFY_WITH_TIMEOUT(outputsLeft().isEmpty(), kPatience);
         noPartialCopyIsVisible();
         // Two more answers of the service, and a rescan, bring nothing new.
-        QTRY_COMPARE_WITH_TIMEOUT(QDir(in("copies")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-                                  allClips(), kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(
+            QDir(in("copies")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), allClips(),
+            kPatience);
         QCOMPARE(clipSources(), allClips());
     }
 
@@ -130,8 +131,8 @@ class TestKilledOnTheWay : public QObject
     static qint64 serviceOf(const WayDesk& desk)
     {
         QProcess pgrep;
-        pgrep.start(QStringLiteral("pgrep"),
-                    {QStringLiteral("-P"), QString::number(desk.processId()), QStringLiteral("-x"), QStringLiteral("krx-service")});
+        pgrep.start(QStringLiteral("pgrep"), {QStringLiteral("-P"), QString::number(desk.processId()),
+                                              QStringLiteral("-x"), QStringLiteral("krx-service")});
         pgrep.waitForFinished();
         return pgrep.readAllStandardOutput().trimmed().toLongLong();
     }
@@ -167,8 +168,8 @@ private slots:
             if (clipSources() == allClips() && outputsLeft().isEmpty())
                 break;
             WayDesk dying(m_dir->path(), m_port, moment);
-            QTRY_VERIFY_WITH_TIMEOUT(!dying.isRunning() || (clipSources() == allClips() && outputsLeft().isEmpty()),
-                                     kPatience);
+            QTRY_VERIFY_WITH_TIMEOUT(
+                !dying.isRunning() || (clipSources() == allClips() && outputsLeft().isEmpty()), kPatience);
         }
         aDeskFinishesTheWork();
     }

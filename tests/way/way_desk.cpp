@@ -46,15 +46,16 @@ void say(const QString& line)
 /// A profile that copies into \a target and links to the copy.
 QByteArray copyProfile(const QString& target)
 {
-    return QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<profileRequest><profile><version>200</version>"
-                          "<profileDetail><profileName>Copy</profileName></profileDetail>"
-                          "<profileSettings><binDetail><binExplicitName>Copies</binExplicitName>"
-                          "<binSelectionMethod>CREATENEW</binSelectionMethod>"
-                          "<binNamingMethod>EXPLICIT</binNamingMethod></binDetail></profileSettings>"
-                          "<processDefinition><package><activities><activity id=\"copy\" name=\"Copy\">"
-                          "<destinationDetail><filesystemPath>%1</filesystemPath>"
-                          "<relinkAfterCopy>true</relinkAfterCopy></destinationDetail></activity></activities>"
-                          "</package></processDefinition></profile></profileRequest>")
+    return QStringLiteral(
+               "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<profileRequest><profile><version>200</version>"
+               "<profileDetail><profileName>Copy</profileName></profileDetail>"
+               "<profileSettings><binDetail><binExplicitName>Copies</binExplicitName>"
+               "<binSelectionMethod>CREATENEW</binSelectionMethod>"
+               "<binNamingMethod>EXPLICIT</binNamingMethod></binDetail></profileSettings>"
+               "<processDefinition><package><activities><activity id=\"copy\" name=\"Copy\">"
+               "<destinationDetail><filesystemPath>%1</filesystemPath>"
+               "<relinkAfterCopy>true</relinkAfterCopy></destinationDetail></activity></activities>"
+               "</package></processDefinition></profile></profileRequest>")
         .arg(target.toHtmlEscaped())
         .toUtf8();
 }
@@ -124,8 +125,8 @@ int run(DeskProject& project, const QCommandLineParser& parser)
     service.program = parser.value(QStringLiteral("service"));
     service.data = parser.value(QStringLiteral("data"));
     service.port = ServiceSupervisor::portFromEnvironment();
-    service.arguments = QStringList{QStringLiteral("--settle"), QStringLiteral("0.1"), QStringLiteral("--rescan"),
-                                    QStringLiteral("0.5")};
+    service.arguments = QStringList{QStringLiteral("--settle"), QStringLiteral("0.1"),
+                                    QStringLiteral("--rescan"), QStringLiteral("0.5")};
     service.restartPause = 1;
     DeskWindow window(project, service, kPollInterval);
     QObject::connect(&window, &DeskWindow::serviceOnlineChanged, &window, [&](bool online) {
@@ -155,8 +156,8 @@ int main(int argc, char** argv)
 {
     QApplication application(argc, argv);
     QCommandLineParser parser;
-    const QStringList names{QStringLiteral("project"), QStringLiteral("data"),     QStringLiteral("service"),
-                            QStringLiteral("folder"),  QStringLiteral("copy-to"),  QStringLiteral("die-at")};
+    const QStringList names{QStringLiteral("project"), QStringLiteral("data"),    QStringLiteral("service"),
+                            QStringLiteral("folder"),  QStringLiteral("copy-to"), QStringLiteral("die-at")};
     for (const QString& name : names)
         parser.addOption(QCommandLineOption(name, QString(), QStringLiteral("VALUE")));
     parser.process(application);

@@ -24,7 +24,8 @@ public:
     /// \param picture name of the picture of the folder that is ready; none when empty.
     void addDrop(const QStringList& files, const QString& picture);
     void addWaitForClips(int count, const QString& picture);
-    /// \param clips all the clips that the bin holds afterwards. \param all how many there are in all bins then.
+    /// \param clips all the clips that the bin holds afterwards. \param all how many there are in all bins
+    /// then.
     void addAcquisition(const QString& bin, const QStringList& clips, int all, const QString& picture);
     /// Types a path into the file dialog that is open and accepts it.
     void addTypedPath(const QString& path, const QString& picture);

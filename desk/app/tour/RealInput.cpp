@@ -81,7 +81,8 @@ private:
     void hold(KeySym symbol, bool wanted, bool down)
     {
         if (wanted)
-            ::XTestFakeKeyEvent(m_display, ::XKeysymToKeycode(m_display, symbol), down ? True : False, CurrentTime);
+            ::XTestFakeKeyEvent(m_display, ::XKeysymToKeycode(m_display, symbol), down ? True : False,
+                                CurrentTime);
     }
 
     ::Display* m_display;
@@ -109,8 +110,8 @@ bool RealInput::isUsable(QString& error) const
 
 bool RealInput::isSettled() const
 {
-    return !m_sinceClick.isValid()
-        || m_sinceClick.hasExpired(QGuiApplication::styleHints()->mouseDoubleClickInterval() + kClickPause);
+    return !m_sinceClick.isValid() ||
+           m_sinceClick.hasExpired(QGuiApplication::styleHints()->mouseDoubleClickInterval() + kClickPause);
 }
 
 void RealInput::moveTo(const QPoint& place)

@@ -6,8 +6,8 @@
 
 #include <memory>
 
-/// A hand on the mouse and the keyboard: events go to the display server and come back to our windows the way a
-/// person's do. X11 only.
+/// A hand on the mouse and the keyboard: events go to the display server and come back to our windows the way
+/// a person's do. X11 only.
 class RealInput
 {
 public:

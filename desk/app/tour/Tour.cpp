@@ -14,6 +14,8 @@
 #include "DeskProject.h"
 #include "DeskWindow.h"
 
+#include "StandInHost.h"
+
 #include <QApplication>
 #include <QDir>
 #include <QFileInfo>
@@ -96,7 +98,8 @@ int play(const DeskOptions& options, const QString& base, RealInput& input)
     ProfileTour profiles(stage, folders);
     ServiceTour services(stage, folders);
     addSteps(stage, folders, profiles, services);
-    QObject::connect(&runner, &TourRunner::finished, &window, [](bool held) { QCoreApplication::exit(held ? 0 : 1); });
+    QObject::connect(&runner, &TourRunner::finished, &window,
+                     [](bool held) { QCoreApplication::exit(held ? 0 : 1); });
     window.show();
     window.start();
     runner.start();
@@ -118,6 +121,8 @@ int Tour::run(const DeskOptions& options)
         return refuse(base.errorString());
     if (!DemoMedia::make(QString(base.path() + QLatin1String("/media")), error))
         return refuse(error);
+    // The tour finds buttons and questions by their English texts.
+    StandInHost::setLanguage(QStringLiteral("en"));
     // File dialogs open where the tour's folders are.
     QDir::setCurrent(base.path());
     const int code = play(options, base.path(), input);

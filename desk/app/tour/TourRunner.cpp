@@ -182,7 +182,8 @@ bool TourRunner::holds(const TourStep::Condition& condition)
 void TourRunner::report(const QString& result)
 {
     const QString name = m_current < m_steps.size() ? m_steps.at(m_current).name : QString();
-    const double seconds = m_sinceStep.isValid() ? static_cast<double>(m_sinceStep.elapsed()) / kMillisecondsPerSecond : 0;
+    const double seconds =
+        m_sinceStep.isValid() ? static_cast<double>(m_sinceStep.elapsed()) / kMillisecondsPerSecond : 0;
     note(QStringLiteral("%1  %2 s  %3  %4")
              .arg(m_current + 1, 2, 10, QLatin1Char('0'))
              .arg(seconds, 6, 'f', 2)

@@ -30,17 +30,17 @@ struct TourStep
     int patience = 30000;
 };
 
-/// Plays steps one after the other from a timer of the GUI thread, so that it goes on inside modal dialogs and
-/// menus, and writes down what came of each.
+/// Plays steps one after the other from a timer of the GUI thread, so that it goes on inside modal dialogs
+/// and menus, and writes down what came of each.
 class TourRunner : public QObject
 {
     Q_OBJECT
 
 public:
-    /// \param directory where pictures and tour.txt go; it must exist. \param window what pictures are cut to.
-    /// \param setDark switches between the two skins; every picture of a step is taken in both.
-    TourRunner(const QString& directory, QWidget* window, RealInput& input, const std::function<void(bool)>& setDark,
-               QObject* parent = nullptr);
+    /// \param directory where pictures and tour.txt go; it must exist. \param window what pictures are cut
+    /// to. \param setDark switches between the two skins; every picture of a step is taken in both.
+    TourRunner(const QString& directory, QWidget* window, RealInput& input,
+               const std::function<void(bool)>& setDark, QObject* parent = nullptr);
 
     void add(const TourStep& step) { m_steps.append(step); }
     void start();

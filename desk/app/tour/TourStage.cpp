@@ -84,8 +84,8 @@ void TourStage::drop(const QString& fileName, const QString& folder, const QStri
         m_runner.fail(QStringLiteral("%1 cannot be copied to %2").arg(fileName, folder));
 }
 
-void TourStage::add(const QString& name, const std::function<void()>& action, const TourStep::Condition& after,
-                    const QString& picture)
+void TourStage::add(const QString& name, const std::function<void()>& action,
+                    const TourStep::Condition& after, const QString& picture)
 {
     TourStep step;
     step.name = name;
@@ -98,7 +98,8 @@ void TourStage::add(const QString& name, const std::function<void()>& action, co
 QWidget* TourStage::widget(const char* objectName) const
 {
     const QList<QWidget*> found = topWindow()->findChildren<QWidget*>(QString::fromLatin1(objectName));
-    const auto visible = std::find_if(found.begin(), found.end(), [](const QWidget* one) { return one->isVisible(); });
+    const auto visible =
+        std::find_if(found.begin(), found.end(), [](const QWidget* one) { return one->isVisible(); });
     return visible == found.end() ? nullptr : *visible;
 }
 
@@ -137,8 +138,8 @@ QAbstractButton* TourStage::button(const QString& text) const
 
 QTreeWidgetItem* TourStage::row(const QString& path) const
 {
-    const QList<QTreeWidgetItem*> found =
-        folders()->findItems(path, Qt::MatchExactly | Qt::MatchCaseSensitive, KRXFolderViewWidget::kIdxPathColumn);
+    const QList<QTreeWidgetItem*> found = folders()->findItems(
+        path, Qt::MatchExactly | Qt::MatchCaseSensitive, KRXFolderViewWidget::kIdxPathColumn);
     return found.isEmpty() ? nullptr : found.first();
 }
 
@@ -229,7 +230,8 @@ void TourStage::clickMenuItem(const QString& text)
 TourStep::Condition TourStage::menuIsOpen() const
 {
     return [] {
-        return qobject_cast<QMenu*>(QApplication::activePopupWidget()) ? QString() : QStringLiteral("no menu is open");
+        return qobject_cast<QMenu*>(QApplication::activePopupWidget()) ? QString()
+                                                                       : QStringLiteral("no menu is open");
     };
 }
 
@@ -263,7 +265,8 @@ TourStep::Condition TourStage::boxShows(const char* boxName, const QString& text
         const auto* box = qobject_cast<QComboBox*>(widget(boxName));
         if (!box)
             return QStringLiteral("%1 is not to be seen").arg(QLatin1String(boxName));
-        return box->currentText() == text ? QString() : QStringLiteral("the box shows \"%1\"").arg(box->currentText());
+        return box->currentText() == text ? QString()
+                                          : QStringLiteral("the box shows \"%1\"").arg(box->currentText());
     };
 }
 
@@ -291,8 +294,9 @@ TourStep::Condition TourStage::serviceIsOnline(bool online) const
 {
     return [this, online] {
         return m_window.isServiceOnline() == online
-            ? QString()
-            : QStringLiteral("the service is %1").arg(online ? QLatin1String("not there") : QLatin1String("still there"));
+                   ? QString()
+                   : QStringLiteral("the service is %1")
+                         .arg(online ? QLatin1String("not there") : QLatin1String("still there"));
     };
 }
 
@@ -303,7 +307,8 @@ TourStep::Condition TourStage::serviceHasFolder(const QString& path, bool enable
         if (!freshFolder(*this, path, folder))
             return QStringLiteral("the service does not know %1").arg(path);
         const bool is = folder.property(KRXFolderProperties::kEnabled).toString() == QLatin1String("true");
-        return is == enabled ? QString() : QStringLiteral("%1 has the wrong enabled flag on the service").arg(path);
+        return is == enabled ? QString()
+                             : QStringLiteral("%1 has the wrong enabled flag on the service").arg(path);
     };
 }
 
@@ -329,8 +334,10 @@ TourStep::Condition TourStage::projectFileHolds(int clips) const
         if (!saved.load(m_project.path(), error))
             return error;
         return saved.clipCount() == clips && m_project.clipCount() == clips
-            ? QString()
-            : QStringLiteral("the project has %1 clips, its file %2").arg(m_project.clipCount()).arg(saved.clipCount());
+                   ? QString()
+                   : QStringLiteral("the project has %1 clips, its file %2")
+                         .arg(m_project.clipCount())
+                         .arg(saved.clipCount());
     };
 }
 
@@ -342,8 +349,8 @@ TourStep::Condition TourStage::outputsWaiting(const QString& path, int count) co
             return QStringLiteral("the service does not know %1").arg(path);
         const QStringList waiting = folder.property(KRXFolderProperties::kOutputFiles).toStringList();
         return waiting.size() == count
-            ? QString()
-            : QStringLiteral("outputs that wait: \"%1\"").arg(waiting.join(QLatin1String("\", \"")));
+                   ? QString()
+                   : QStringLiteral("outputs that wait: \"%1\"").arg(waiting.join(QLatin1String("\", \"")));
     };
 }
 
@@ -354,7 +361,7 @@ TourStep::Condition TourStage::binHolds(const QString& binName, const QStringLis
         wanted.sort();
         const QStringList there = clipsIn(binName);
         return there == wanted
-            ? QString()
-            : QStringLiteral("the bin \"%1\" holds: %2").arg(binName, there.join(QLatin1String(", ")));
+                   ? QString()
+                   : QStringLiteral("the bin \"%1\" holds: %2").arg(binName, there.join(QLatin1String(", ")));
     };
 }

@@ -22,7 +22,8 @@ class TourStage
 {
 public:
     /// \param base an empty folder for everything that the tour makes.
-    TourStage(DeskWindow& window, DeskProject& project, TourRunner& runner, RealInput& input, const QString& base);
+    TourStage(DeskWindow& window, DeskProject& project, TourRunner& runner, RealInput& input,
+              const QString& base);
 
     DeskWindow& window() { return m_window; }
     DeskProject& project() { return m_project; }
