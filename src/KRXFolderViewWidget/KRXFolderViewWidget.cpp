@@ -181,18 +181,26 @@ void KRXFolderViewWidget::fillRows()
     putInRows(std::move(rows));
 }
 
-/// Puts rows in at one go, in order already: the view's own sort then has nothing to move.
+/// Puts rows in at one go, in order already when that is by a text: the view's own sort, which goes through the
+/// items for every comparison, then has nothing to move.
 void KRXFolderViewWidget::putInRows(std::vector<std::unique_ptr<KRXFolderViewWidgetItem>> rows)
 {
+    using Keyed = std::pair<QString, QTreeWidgetItem*>;
     const int column = sortColumn();
+    std::vector<Keyed> keyed;
+    keyed.reserve(rows.size());
+    for (auto& row : rows) {
+        const QString key = row->text(column);
+        keyed.emplace_back(key, row.release());
+    }
     const bool ascending = header()->sortIndicatorOrder() == Qt::AscendingOrder;
-    std::stable_sort(rows.begin(), rows.end(), [column, ascending](const auto& a, const auto& b) {
-        return ascending ? a->isBefore(*b, column) : b->isBefore(*a, column);
+    std::stable_sort(keyed.begin(), keyed.end(), [ascending](const Keyed& a, const Keyed& b) {
+        return ascending ? a.first < b.first : b.first < a.first;
     });
     QList<QTreeWidgetItem*> items;
-    items.reserve(static_cast<int>(rows.size()));
-    for (auto& row : rows)
-        items.append(row.release());
+    items.reserve(static_cast<int>(keyed.size()));
+    for (const Keyed& row : keyed)
+        items.append(row.second);
     setSortingEnabled(false);
     addTopLevelItems(items);
     setSortingEnabled(true);

@@ -74,11 +74,7 @@ void KRXFolderViewWidgetItem::setData(int column, int role, const QVariant& valu
 bool KRXFolderViewWidgetItem::operator<(const QTreeWidgetItem& other) const
 {
     const QTreeWidget* view = treeWidget();
-    return isBefore(other, view ? view->sortColumn() : View::kIdxFolderColumn);
-}
-
-bool KRXFolderViewWidgetItem::isBefore(const QTreeWidgetItem& other, int sortColumn) const
-{
+    const int sortColumn = view ? view->sortColumn() : View::kIdxFolderColumn;
     switch (sortColumn) {
     case View::kIdxIngestColumn:
         return View::getIngestState(this) < View::getIngestState(&other);

@@ -20,8 +20,6 @@ public:
 
     /// By ingest state or by check mark when the view is sorted by those columns, else by the shown text.
     bool operator<(const QTreeWidgetItem& other) const override;
-    /// The same for a row that is not in a view yet.
-    bool isBefore(const QTreeWidgetItem& other, int sortColumn) const;
 
 private:
     static constexpr int kCellCount = 10;
