@@ -442,6 +442,18 @@ private slots:
         QCOMPARE(inner->getContentHeight(), 43);
     }
 
+    void openingLaysOutTheSectionAtOnce()
+    {
+        Section section;
+        auto* content = new QLabel;
+        content->setFixedHeight(40);
+        section.addWidgetToBody(content, 0);
+        section.setOpen(true);
+        // Without an event having been handled, and though nothing is on the screen yet.
+        QCOMPARE(section.minimumHeight(), 25 + 43);
+        QCOMPARE(section.height(), 25 + 43);
+    }
+
     void contentHeightIsTheBodysHeight()
     {
         Section section;
@@ -509,6 +521,24 @@ private slots:
         section->addWidgetToBody(content, 0);
         section.reset();
         QVERIFY(!arrow && !title && !body && !inBody && !child);
+    }
+
+    void arrowTitleAndBodyGoInThatOrderWhileTheSectionIsStillOne()
+    {
+        auto section = std::make_unique<Section>();
+        const QObject* dying = section.get();
+        QStringList gone;
+        const auto note = [&](const QObject* part, const char* name) {
+            connect(part, &QObject::destroyed, this, [&gone, dying, name] {
+                QVERIFY(qobject_cast<const KRXTwistWidget*>(dying));
+                gone << QLatin1String(name);
+            });
+        };
+        note(section->arrow(), "arrow");
+        note(section->titleWidget(), "title");
+        note(section->body(), "body");
+        section.reset();
+        QCOMPARE(gone, QStringList({QStringLiteral("arrow"), QStringLiteral("title"), QStringLiteral("body")}));
     }
 
     void aHundredNestedSectionsOpenAndCloseTogether()

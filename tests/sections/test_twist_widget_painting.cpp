@@ -197,6 +197,8 @@ private slots:
         // section 25 pixels high, on row 21.
         DropTarget section(nullptr, QString());
         section.resize(kSize);
+        // Nothing is dragged over a new section.
+        QVERIFY(isAll(painted(section), even()));
         section.setDropPosition(1);
         QCOMPARE(fullRows(painted(section), indicator()), QList<int>({2, 3, 4}));
         section.setDropPosition(2);

@@ -8,6 +8,9 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QLayout>
+#include <QList>
+#include <QPixmap>
+#include <QRect>
 #include <QWidget>
 
 #include <memory>
@@ -85,6 +88,47 @@ struct Fixture
         for (const QLabel* label : widget->findChildren<QLabel*>())
             texts << label->text();
         return texts;
+    }
+
+    /// Where a widget of the group stands in the group's own coordinates, once everything is laid out.
+    QRect place(const QWidget* child) const
+    {
+        widget->adjustSize();
+        // Rendering lays out what has not been shown yet.
+        widget->grab();
+        return QRect(child->mapTo(widget.get(), QPoint()), child->size());
+    }
+
+    /// Whether the widgets stand below each other in that order.
+    bool standBelowEachOther(const QList<QWidget*>& column) const
+    {
+        for (int i = 1; i < column.size(); ++i) {
+            if (place(column.at(i)).top() <= place(column.at(i - 1)).bottom())
+                return false;
+        }
+        return true;
+    }
+
+    /// Whether the widgets stand side by side in that order, in one row.
+    bool standSideBySide(const QList<QWidget*>& row) const
+    {
+        for (int i = 1; i < row.size(); ++i) {
+            const QRect left = place(row.at(i - 1));
+            const QRect right = place(row.at(i));
+            if (right.left() <= left.right() || right.top() > left.bottom() || left.top() > right.bottom())
+                return false;
+        }
+        return true;
+    }
+
+    /// The label with that text.
+    QLabel* labelOf(const QString& text) const
+    {
+        for (QLabel* label : widget->findChildren<QLabel*>()) {
+            if (label->text() == text)
+                return label;
+        }
+        throw std::runtime_error("no such label: " + text.toStdString());
     }
 
     Group group;

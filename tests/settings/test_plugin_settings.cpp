@@ -88,6 +88,12 @@ private slots:
         QCOMPARE(pluginBox(fixture)->toolTip(), QStringLiteral("Plug-in Used When Linking"));
     }
 
+    void theLabelStandsLeftOfTheBox()
+    {
+        const Fixture fixture;
+        QVERIFY(fixture.standSideBySide({fixture.labelOf(QStringLiteral("Link using:")), pluginBox(fixture)}));
+    }
+
     void laterCallsReturnTheSameWidget()
     {
         Fixture fixture;

@@ -60,13 +60,28 @@ private slots:
         QVERIFY(video->geometry().right() < audio->x());
     }
 
+    void theLabelStandsAboveTheBoxesAndHighestQualityAboveMostCompressed()
+    {
+        const Fixture fixture;
+        QWidget* label = fixture.labelOf(QStringLiteral("Link Preferences"));
+        for (const QString& box : {kVideo, kAudio}) {
+            QVERIFY(fixture.standBelowEachOther({label, fixture.widget->findChild<VGroupBox*>(box)}));
+            QVERIFY(fixture.standBelowEachOther(
+                {label, fixture.button(kHighest, box), fixture.button(kCompressed, box)}));
+        }
+    }
+
     void theTextsAreLocalised()
     {
         StandInHost::setTranslator([](const QString& english) -> QString { return QStringLiteral("~") + english; });
         const Fixture fixture;
         QCOMPARE(fixture.labels(), QStringList({QStringLiteral("~Link Preferences")}));
         QCOMPARE(fixture.widget->findChild<VGroupBox*>(kVideo)->title(), QStringLiteral("~Video"));
-        QVERIFY(fixture.isChecked(QStringLiteral("~Highest Quality"), kAudio));
+        QCOMPARE(fixture.widget->findChild<VGroupBox*>(kAudio)->title(), QStringLiteral("~Audio"));
+        for (const QString& box : {kVideo, kAudio}) {
+            QVERIFY(fixture.isChecked(QStringLiteral("~Highest Quality"), box));
+            QVERIFY(!fixture.isChecked(QStringLiteral("~Most Compressed"), box));
+        }
     }
 
     void eachElementCarriesTheOtherBoxesChoice_data()

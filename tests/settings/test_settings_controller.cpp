@@ -422,18 +422,18 @@ private slots:
         QVERIFY(editor.controller->validate(error));
     }
 
-    void lineBreaksAndTabsInABinNameReadBackOrAreRefused()
+    void lineBreaksAndTabsInABinNameReadBackExactly()
     {
         for (const char* text : {"a\tb", "a\nb", "a\rb", "a\r\nb", "\na", "a\n"}) {
             const Editor editor;
             editor.radio("Specify bin name")->click();
             editor.binName()->setText(QLatin1String(text));
+            QCOMPARE(editor.binName()->text(), QLatin1String(text));
             QString error;
-            if (!editor.controller->validate(error))
-                continue;
+            QVERIFY2(editor.controller->validate(error), text);
             const Editor other;
             other.read(editor.written());
-            QCOMPARE(other.binName()->text(), editor.binName()->text());
+            QCOMPARE(other.binName()->text(), QLatin1String(text));
         }
     }
 

@@ -42,6 +42,19 @@ private slots:
         QVERIFY(!box(fixture)->isChecked());
     }
 
+    void theBoxStandsBetweenStretches()
+    {
+        const Fixture fixture;
+        const QSize wanted = fixture.widget->sizeHint();
+        fixture.widget->resize(wanted.width() + 100, wanted.height() + 100);
+        fixture.widget->layout()->activate();
+        const QRect place = box(fixture)->geometry();
+        QCOMPARE(place.height(), box(fixture)->sizeHint().height());
+        QVERIFY(place.top() >= 50);
+        QVERIFY(fixture.widget->height() - place.bottom() >= 50);
+        QVERIFY(fixture.widget->width() - place.right() >= 100);
+    }
+
     void theTextIsLocalised()
     {
         StandInHost::setTranslator([](const QString& english) -> QString { return QStringLiteral("~") + english; });

@@ -109,6 +109,33 @@ private slots:
                  QStringList({QStringLiteral("Embedded in source file"), QStringLiteral("From file name")}));
     }
 
+    void everythingStandsBelowItsLabelInTheOrderOfTheChoices()
+    {
+        const Fixture fixture;
+        QList<QWidget*> column;
+        const auto addLabel = [&](const char* text) { column << fixture.labelOf(QLatin1String(text)); };
+        const auto addRadios = [&](const QString& panel) {
+            for (const QString& text : fixture.radios(panel))
+                column << fixture.button(text, panel);
+        };
+        addLabel("Reel name for Labroll column based on:");
+        addRadios(kReel);
+        column << fixture.levelBox();
+        addLabel("Frame Count for DPX column:");
+        addRadios(kFrames);
+        addLabel("Timecode for Start column:");
+        addRadios(kTimecode);
+        addLabel("Default FPS:");
+        column << fixture.rateBox();
+        QCOMPARE(column.size(), 14);
+        QVERIFY(fixture.standBelowEachOther(column));
+        const auto isInside = [&fixture](const QString& panel, const QWidget* widget) {
+            return fixture.widget->findChild<QWidget*>(panel)->isAncestorOf(widget);
+        };
+        QVERIFY(isInside(kReel, fixture.levelBox()));
+        QVERIFY(isInside(QStringLiteral("defaultFPS"), fixture.rateBox()));
+    }
+
     void theFolderLevelsCarryTheirNumbers()
     {
         const Fixture fixture;
@@ -147,6 +174,8 @@ private slots:
             for (const QString& text : fixture.radios(panel))
                 QVERIFY(text.startsWith(QLatin1Char('~')));
         }
+        for (int i = 0; i < fixture.levelBox()->count(); ++i)
+            QVERIFY(fixture.levelBox()->itemText(i).startsWith(QLatin1Char('~')));
         QCOMPARE(fixture.levelBox()->itemText(7), QStringLiteral("~Eight folders up"));
     }
 
