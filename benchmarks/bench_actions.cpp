@@ -97,8 +97,9 @@ QDomDocument transcodes(Editor& editor, int count)
 {
     ProfileActionsController* actions = editor.getAllActionsController();
     QDomDocument seed;
-    seed.setContent(QStringLiteral("<profile>%1</profile>")
-                        .arg(QStringLiteral("<activity id=\"transcode\" name=\"Transcode 1\"/>").repeated(count)));
+    seed.setContent(
+        QStringLiteral("<profile>%1</profile>")
+            .arg(QStringLiteral("<activity id=\"transcode\" name=\"Transcode 1\"/>").repeated(count)));
     actions->readXml(seed);
     QDomDocument whole;
     QDomElement root = whole.createElement(QStringLiteral("profile"));

@@ -48,8 +48,9 @@ ActionTWidget::~ActionTWidget()
         m_list->removeRow(this);
 }
 
-/// Marks that an event loop runs inside of a handler of the row. Qt's code around the handler would not survive
-/// the row's end, so a row that was disposed of meanwhile goes when the program is out of the handler.
+/// Marks that an event loop runs inside of a handler of the row. Qt's code around the handler would not
+/// survive the row's end, so a row that was disposed of meanwhile goes when the program is out of the
+/// handler.
 class ActionTWidget::NestedLoop
 {
 public:

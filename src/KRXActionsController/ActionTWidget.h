@@ -40,7 +40,8 @@ public:
     void dispose();
 
 public slots:
-    /// Gives the row an action of another type. A second consolidate action in a list is refused with a message.
+    /// Gives the row an action of another type. A second consolidate action in a list is refused with a
+    /// message.
     void actionTypeChanged(int index);
 
 protected:

@@ -177,8 +177,9 @@ QGridLayout* AudioOptions::build(QWidget* options, Widths widths)
     int row = 0;
     for (const Field& field : kFields) {
         const FieldLook& look = kLooks[row];
-        QCheckBox* check = OptionLayout::makeCheck(options, field.enabledBy, KRXText::localised(look.checkText),
-                                                   KRXText::localised(look.checkToolTip));
+        QCheckBox* check =
+            OptionLayout::makeCheck(options, field.enabledBy, KRXText::localised(look.checkText),
+                                    KRXText::localised(look.checkToolTip));
         QComboBox* box = makeBox(options, widths == Widths::Fixed ? look.fixedWidth : 0);
         box->setObjectName(QLatin1String(field.name));
         layout->addWidget(check, row, 0);

@@ -264,7 +264,8 @@ void CodecBox::updateVideoParams()
         if (HostMediaEngine::findFormatByDescription(m_projectTypeBox->currentText(), format))
             projectType = format.projectType;
         colorSpaceEnabled = colorSpaceEnabled && HostMediaEngine::isValidColorSpace(projectType, Rgb709);
-        rasterEnabled = HostMediaEngine::hasHDVideoFormat(projectType) || projectType == customFormatProjectType;
+        rasterEnabled =
+            HostMediaEngine::hasHDVideoFormat(projectType) || projectType == customFormatProjectType;
     } else {
         colorSpaceEnabled = colorSpaceEnabled && HostMediaEngine::supportsRGB(projectType);
         rasterEnabled = HostMediaEngine::hasHDVideoFormat(projectType);
@@ -281,8 +282,8 @@ void CodecBox::showEvent(QShowEvent* event)
 
 bool CodecBox::RefillKey::operator==(const RefillKey& other) const
 {
-    return projectType == other.projectType && raster == other.raster && colorSpace == other.colorSpace
-        && projectTypeText == other.projectTypeText;
+    return projectType == other.projectType && raster == other.raster && colorSpace == other.colorSpace &&
+           projectTypeText == other.projectTypeText;
 }
 
 CodecBox::RefillKey CodecBox::currentKey() const

@@ -16,8 +16,8 @@ KRX_EXPORT QString debayerName(int code);
 KRX_EXPORT void fillDebayerList(QComboBox* box);
 
 /// The codec combo box, and the coordinator of the four boxes that depend on one another with it: project
-/// type, raster, colour space and encoding profile. The lists of codecs and of encoding profiles are filled by
-/// whoever answers its two signals; item data of a codec is its compression id (unsigned).
+/// type, raster, colour space and encoding profile. The lists of codecs and of encoding profiles are filled
+/// by whoever answers its two signals; item data of a codec is its compression id (unsigned).
 class KRX_EXPORT CodecBox : public QComboBox
 {
     Q_OBJECT
@@ -37,9 +37,9 @@ public:
     /// once.
     virtual void setupDefaults();
 
-    /// While one of these lives, the refills that its box asks for are kept back; the last one to go asks once
-    /// for all of them. While a whole list of actions is loaded, a list that was already filled for the very
-    /// same project type, raster and colour space is not asked for again.
+    /// While one of these lives, the refills that its box asks for are kept back; the last one to go asks
+    /// once for all of them. While a whole list of actions is loaded, a list that was already filled for the
+    /// very same project type, raster and colour space is not asked for again.
     class KRX_EXPORT RefillHold
     {
     public:

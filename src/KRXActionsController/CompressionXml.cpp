@@ -24,7 +24,8 @@ constexpr Subsampling kUnknownSubsampling = {1, 1};
 Subsampling subsampling(int chromaSampling)
 {
     constexpr int count = int(sizeof(kSubsamplings) / sizeof(kSubsamplings[0]));
-    return chromaSampling >= 0 && chromaSampling < count ? kSubsamplings[chromaSampling] : kUnknownSubsampling;
+    return chromaSampling >= 0 && chromaSampling < count ? kSubsamplings[chromaSampling]
+                                                         : kUnknownSubsampling;
 }
 
 } // namespace

@@ -13,7 +13,8 @@ namespace CompressionXml {
 /// Sets the attributes with the descriptor of the compression; none when the host does not know the id.
 void writeDescriptor(QDomElement& element, quint32 compressionId);
 
-/// The identifier as text, lower-case hexadecimal, every one of the last eight bytes behind a dash of its own.
+/// The identifier as text, lower-case hexadecimal, every one of the last eight bytes behind a dash of its
+/// own.
 QString uidText(const HostMediaEngine::AafUid& uid);
 
 } // namespace CompressionXml

@@ -72,7 +72,8 @@ QWidget* ConsolidateAction::createWidget()
     m_relinkSkipped = OptionLayout::makeCheck(
         options, "videoRelinkSkippedToTarget",
         KRXText::localised("Relink selected clips to target drive before skipping"),
-        KRXText::localised("Select to Ensure That all Selected Clips are Linked to Media on the Target Drive"));
+        KRXText::localised(
+            "Select to Ensure That all Selected Clips are Linked to Media on the Target Drive"));
     m_fallback = OptionLayout::makeCheck(options, "performTranscodeIfConsolidateFails",
                                          KRXText::localised("If unable to consolidate then transcode"));
     m_drives = new DestinationDrives(options);
@@ -124,7 +125,8 @@ quint32 ConsolidateAction::readXml(const QDomElement& activity)
     m_audio.refill();
     m_drives->refresh();
     DestinationXml::read(activity, *m_drives);
-    OptionFields::read(KRXXml::firstElement(activity, consolidateSectionName()), kConsolidateFields, widget());
+    OptionFields::read(KRXXml::firstElement(activity, consolidateSectionName()), kConsolidateFields,
+                       widget());
     const quint32 notice = m_video.read(KRXXml::firstElement(activity, transcodeSectionName()),
                                         kTranscodeFields, VideoOptions::EncodingProfile::Leave);
     m_audio.read(activity);

@@ -41,8 +41,9 @@ QWidget* CopyMoveAction::createWidget()
     m_folder = new CopyToPathWidget(options);
     m_folder->setObjectName(QStringLiteral("filesystemPath"));
     m_folder->setToolTip(KRXText::localised("Choose the Location Where You Want the files Copied to"));
-    m_relink = OptionLayout::makeCheck(options, "relinkAfterCopy", KRXText::localised("Auto Relink when complete"),
-                                       KRXText::localised("Automatically Relink Files When Copy is Completed"));
+    m_relink =
+        OptionLayout::makeCheck(options, "relinkAfterCopy", KRXText::localised("Auto Relink when complete"),
+                                KRXText::localised("Automatically Relink Files When Copy is Completed"));
     m_checkIn = OptionLayout::makeCheck(options, "autoCheckin", KRXText::localised("Check in to Ledgerhouse"),
                                         KRXText::localised("Checks in assets to Ledgerhouse"));
 

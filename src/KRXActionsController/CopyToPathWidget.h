@@ -7,8 +7,8 @@
 
 class QPushButton;
 
-/// Picks the destination folder of a copy action: paints the folder and has a button that opens the platform's
-/// directory chooser.
+/// Picks the destination folder of a copy action: paints the folder and has a button that opens the
+/// platform's directory chooser.
 class KRX_EXPORT CopyToPathWidget : public QWidget
 {
     Q_OBJECT

@@ -65,12 +65,12 @@ DestinationDrives::DestinationDrives(QWidget* parent)
     auto* layout = new QGridLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(kSpacing);
-    m_videoBox = addBox(layout, VideoRow, KRXText::localised("Video Drive"),
-                        QStringLiteral("filesystemVideoVolume"));
+    m_videoBox =
+        addBox(layout, VideoRow, KRXText::localised("Video Drive"), QStringLiteral("filesystemVideoVolume"));
     m_button->setFixedSize(kButtonSize, kButtonSize);
     layout->addWidget(m_button, VideoRow, ButtonColumn, RowCount, 1, Qt::AlignCenter);
-    m_audioBox = addBox(layout, AudioRow, KRXText::localised("Audio Drive"),
-                        QStringLiteral("filesystemAudioVolume"));
+    m_audioBox =
+        addBox(layout, AudioRow, KRXText::localised("Audio Drive"), QStringLiteral("filesystemAudioVolume"));
     layout->setColumnStretch(RestColumn, 1);
 
     connect(m_button, &SelectDriveButton::clicked, this, &DestinationDrives::updateDrivesVisibility);
@@ -120,7 +120,8 @@ QString DestinationDrives::videoVolume() const
 QString DestinationDrives::audioVolume() const
 {
     // Hidden by the button, that is: in a closed row both boxes cannot be seen, and still both count.
-    const bool isHiddenByButton = m_audioBox->isHidden() && m_audioBox->testAttribute(Qt::WA_WState_ExplicitShowHide);
+    const bool isHiddenByButton =
+        m_audioBox->isHidden() && m_audioBox->testAttribute(Qt::WA_WState_ExplicitShowHide);
     return isHiddenByButton ? videoVolume() : m_audioBox->currentData().toString();
 }
 

@@ -27,8 +27,8 @@ public:
     virtual void writeXml(QDomDocument& doc, QDomElement& parent) = 0;
     virtual ActionType getType() const;
     /// Sets the widgets from a stored activity. What matches no item selects the first one.
-    /// \return a notice code, see noticeText(): 0 when everything was restored, 1 when the stored project type
-    /// is not available.
+    /// \return a notice code, see noticeText(): 0 when everything was restored, 1 when the stored project
+    /// type is not available.
     virtual quint32 readXml(const QDomElement& activity) = 0;
     /// Puts the widgets to the defaults of a new action.
     virtual void setDefaults() = 0;

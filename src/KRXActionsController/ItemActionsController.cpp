@@ -85,9 +85,11 @@ void ItemActionsController::connectWidget(IAction* action)
     }
     // A folder that was chosen is unsaved work as well.
     for (const CopyToPathWidget* folder : options->findChildren<CopyToPathWidget*>())
-        QObject::connect(folder, &CopyToPathWidget::pathChosen, window, &KRXProfilesWindow::updateModifiedState);
+        QObject::connect(folder, &CopyToPathWidget::pathChosen, window,
+                         &KRXProfilesWindow::updateModifiedState);
     for (const CodecBox* codec : options->findChildren<CodecBox*>()) {
         QObject::connect(codec, &CodecBox::updateRezList, window, &KRXProfilesWindow::updateCodecBox);
-        QObject::connect(codec, &CodecBox::codecChanged, window, &KRXProfilesWindow::updateEncodingProfileBox);
+        QObject::connect(codec, &CodecBox::codecChanged, window,
+                         &KRXProfilesWindow::updateEncodingProfileBox);
     }
 }

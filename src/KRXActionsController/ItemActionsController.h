@@ -9,8 +9,8 @@
 class ActionTWidget;
 class IAction;
 
-/// Keeps the actions of one row: one for each type that the row was set to, so that going back to a type finds
-/// its options as they were.
+/// Keeps the actions of one row: one for each type that the row was set to, so that going back to a type
+/// finds its options as they were.
 class KRX_EXPORT ItemActionsController
 {
 public:
@@ -21,8 +21,8 @@ public:
     ItemActionsController(const ItemActionsController&) = delete;
     ItemActionsController& operator=(const ItemActionsController&) = delete;
 
-    /// The action of that type: the current one, else one made before (which does not become current by this),
-    /// else a new one with its widget and its defaults, which becomes current. Null for Unknown.
+    /// The action of that type: the current one, else one made before (which does not become current by
+    /// this), else a new one with its widget and its defaults, which becomes current. Null for Unknown.
     IAction* setAction(ActionType type);
     /// Makes an action that setAction() returned the current one.
     void makeCurrent(IAction* action);

@@ -108,7 +108,8 @@ void readField(const QDomElement& element, const Field& field, QWidget* options)
         break;
     }
     if (field.enabledBy)
-        optionWidget<QCheckBox>(options, field.enabledBy)->setChecked(isTrue(element.attribute(enabledAttribute())));
+        optionWidget<QCheckBox>(options, field.enabledBy)
+            ->setChecked(isTrue(element.attribute(enabledAttribute())));
 }
 
 QString boolText(bool value)

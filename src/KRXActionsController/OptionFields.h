@@ -60,8 +60,8 @@ private:
 /// Appends one element per row to \a parent, in the table's order, with the values of the widgets below
 /// \a options.
 void write(QDomDocument& doc, QDomElement& parent, Fields fields, const QWidget* options);
-/// Sets the widgets below \a options from the child elements of \a parent that the table names; the others are
-/// skipped.
+/// Sets the widgets below \a options from the child elements of \a parent that the table names; the others
+/// are skipped.
 void read(const QDomElement& parent, Fields fields, QWidget* options);
 /// Sets the widget of one row from its element.
 void readField(const QDomElement& element, const Field& field, QWidget* options);

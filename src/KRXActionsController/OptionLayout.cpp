@@ -35,7 +35,8 @@ QVBoxLayout* OptionLayout::columnOf(QWidget* options)
     return static_cast<QVBoxLayout*>(options->layout());
 }
 
-QCheckBox* OptionLayout::makeCheck(QWidget* parent, const char* name, const QString& text, const QString& toolTip)
+QCheckBox* OptionLayout::makeCheck(QWidget* parent, const char* name, const QString& text,
+                                   const QString& toolTip)
 {
     auto* check = new QCheckBox(text, parent);
     check->setObjectName(QLatin1String(name));

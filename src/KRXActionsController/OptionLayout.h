@@ -14,7 +14,8 @@ QWidget* makeOptions(int height);
 /// The column of makeOptions().
 QVBoxLayout* columnOf(QWidget* options);
 /// A check box with its object name; texts localised, the tool tip may be empty.
-QCheckBox* makeCheck(QWidget* parent, const char* name, const QString& text, const QString& toolTip = QString());
+QCheckBox* makeCheck(QWidget* parent, const char* name, const QString& text,
+                     const QString& toolTip = QString());
 /// Lets the lines of the finished options shrink, so that they fit the fixed height with large fonts too.
 void allowCompactLines(QWidget* options);
 

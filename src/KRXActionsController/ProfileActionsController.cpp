@@ -70,7 +70,8 @@ ProfileActionsController::ProfileActionsController(KRXTwistWidget* section, KRXP
     , m_window(window)
     , m_undoStack(new QUndoStack(this))
 {
-    addMoveAction(KRXText::localised("Move Action Up"), Qt::Key_Up, &ProfileActionsController::moveSelectedUp);
+    addMoveAction(KRXText::localised("Move Action Up"), Qt::Key_Up,
+                  &ProfileActionsController::moveSelectedUp);
     addMoveAction(KRXText::localised("Move Action Down"), Qt::Key_Down,
                   &ProfileActionsController::moveSelectedDown);
 }
@@ -144,13 +145,14 @@ QString ProfileActionsController::rebuildRows(const QDomDocument& doc)
 {
     const ActionListLoad load;
     QString notices;
-    for (const QDomElement& activity : KRXXml::elementsByTag(doc.documentElement(), QStringLiteral("activity"))) {
+    for (const QDomElement& activity :
+         KRXXml::elementsByTag(doc.documentElement(), QStringLiteral("activity"))) {
         const QString id = activity.attribute(QStringLiteral("id"));
         const QString name = activity.attribute(QStringLiteral("name"));
         const ActionType type = actionTypeFromId(id);
         if (type == ActionType::Unknown) {
-            qCWarning(lcActions, "Left out an activity of unknown kind: id \"%s\", name \"%s\"", qUtf8Printable(id),
-                      qUtf8Printable(name));
+            qCWarning(lcActions, "Left out an activity of unknown kind: id \"%s\", name \"%s\"",
+                      qUtf8Printable(id), qUtf8Printable(name));
             continue;
         }
         auto* row = new ActionTWidget(m_section, type, numberInName(name));

@@ -30,9 +30,9 @@ public:
     /// Appends "processDefinition" with one activity for each row, in the order on screen, to \a parent.
     /// \return true.
     bool writeXml(QDomDocument& doc, QDomElement& parent);
-    /// Replaces the rows by those of the document's activities and forgets what could be undone. Activities of
-    /// an unknown kind are left out with a warning in the log. Tells the user once when something could not be
-    /// restored.
+    /// Replaces the rows by those of the document's activities and forgets what could be undone. Activities
+    /// of an unknown kind are left out with a warning in the log. Tells the user once when something could
+    /// not be restored.
     void readXml(const QDomDocument& doc);
     /// Asks every action, in the order in which the rows were added, whether it can be saved.
     /// \return false at the first that cannot, with its localised text in \a error.

@@ -64,7 +64,8 @@ QWidget* TranscodeAction::createWidget()
 
 void TranscodeAction::writeXml(QDomDocument& doc, QDomElement& parent)
 {
-    // This name is the service's, not a person's: it is not localised, and without a number it keeps its blank.
+    // This name is the service's, not a person's: it is not localised, and without a number it keeps its
+    // blank.
     const QString numberText = number() != 0 ? QString::number(number()) : QString();
     QDomElement activity = doc.createElement(QStringLiteral("activity"));
     activity.setAttribute(QStringLiteral("id"), activityId(getType()));

@@ -41,8 +41,9 @@ QGridLayout* VideoOptions::build(QWidget* options, const Look& look)
     QComboBox* encodingProfile =
         nameBox(m_codec->getEncodingProfileBox(), "encodingProfile", look.codecWidth);
     m_debayer = nameBox(new QComboBox(options), "videoDebayerSetting", look.debayerWidth);
-    m_reformat = OptionLayout::makeCheck(options, "videoIncludeReformattedContent",
-                                         KRXText::localised("Apply Reformatting option (compatibility mode)"));
+    m_reformat =
+        OptionLayout::makeCheck(options, "videoIncludeReformattedContent",
+                                KRXText::localised("Apply Reformatting option (compatibility mode)"));
     m_colorTransform =
         OptionLayout::makeCheck(options, "applyColorTransformations",
                                 KRXText::localised("Apply color transformations (compatibility mode)"));
@@ -120,9 +121,9 @@ VideoOptions::Stored VideoOptions::collect(const QDomElement& section, OptionFie
         const QWidget* box;
         QString* text;
     } places[] = {
-        {m_codec, &stored.compression},         {m_codec->getEncodingProfileBox(), &stored.encodingProfile},
-        {m_projectType, &stored.projectType},   {m_colorSpace, &stored.colorSpace},
-        {m_raster, &stored.raster},             {m_debayer, &stored.debayer},
+        {m_codec, &stored.compression},       {m_codec->getEncodingProfileBox(), &stored.encodingProfile},
+        {m_projectType, &stored.projectType}, {m_colorSpace, &stored.colorSpace},
+        {m_raster, &stored.raster},           {m_debayer, &stored.debayer},
     };
     for (const QDomElement& element : KRXXml::childElements(section)) {
         const QString name = element.tagName();

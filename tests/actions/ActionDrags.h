@@ -8,8 +8,8 @@
 
 namespace ActionsWorld {
 
-/// The events of a drag over a row. They go to the row itself: the application would send them to the row that
-/// accepted the last drag to enter.
+/// The events of a drag over a row. They go to the row itself: the application would send them to the row
+/// that accepted the last drag to enter.
 struct DragEvents
 {
     explicit DragEvents(QMimeData* payload)

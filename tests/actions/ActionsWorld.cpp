@@ -11,7 +11,8 @@ namespace ActionsWorld {
 
 namespace {
 
-StandInHost::ProjectType projectType(int code, const QString& name, const QSize& frame, const QList<int>& spaces)
+StandInHost::ProjectType projectType(int code, const QString& name, const QSize& frame,
+                                     const QList<int>& spaces)
 {
     StandInHost::ProjectType type;
     type.code = code;

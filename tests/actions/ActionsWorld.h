@@ -10,8 +10,8 @@
 class IAction;
 class QComboBox;
 
-/// The small world that the tests of actions run in: a catalogue, a project and volumes that never change from
-/// machine to machine.
+/// The small world that the tests of actions run in: a catalogue, a project and volumes that never change
+/// from machine to machine.
 namespace ActionsWorld {
 
 // Codes of project types.

@@ -29,8 +29,8 @@ void dragWith(QWidget* row, const std::function<void()>& inDrag)
 }
 
 /// Moves the mouse of the display and presses its buttons, as a person does: each step is a command to the
-/// display, and the next one follows when the window shows what the person would wait for. Goes on in whatever
-/// loop runs, that of a drag too.
+/// display, and the next one follows when the window shows what the person would wait for. Goes on in
+/// whatever loop runs, that of a drag too.
 class Person
 {
 public:
@@ -139,7 +139,8 @@ void TestActionDragsOnDisplay::dragCarriesTheRowWithItsImage()
         const QImage image = drag->pixmap().toImage();
         QCOMPARE(drag->pixmap().size() / drag->pixmap().devicePixelRatio(), size);
         // A line around it, and inside the row can be seen through.
-        QVERIFY(image.pixelColor(size.width() - 1, size.height() / 2) != image.pixelColor(size.width() - 2, size.height() / 2));
+        QVERIFY(image.pixelColor(size.width() - 1, size.height() / 2) !=
+                image.pixelColor(size.width() - 2, size.height() / 2));
         QVERIFY(qAbs(image.pixelColor(size.width() - 2, size.height() / 2).alpha() - 191) <= 1);
         seen = true;
     });
@@ -158,8 +159,8 @@ void TestActionDragsOnDisplay::typeChangedInTheMiddleOfADrag()
         list.typeBox(list.rows.at(2))->setCurrentIndex(2);
         QVERIFY(events.drop(list.rows.at(2)));
     });
-    QCOMPARE(list.written(),
-             QStringList({QStringLiteral("Copy 2"), QStringLiteral("Transcode 2"), QStringLiteral("Transcode 1")}));
+    QCOMPARE(list.written(), QStringList({QStringLiteral("Copy 2"), QStringLiteral("Transcode 2"),
+                                          QStringLiteral("Transcode 1")}));
 }
 
 void TestActionDragsOnDisplay::rowRemovedInTheMiddleOfADragDropsNothing()
@@ -218,8 +219,8 @@ struct ShownRows
     }
     bool isShown()
     {
-        return QTest::qWaitForWindowExposed(&editor)
-            && QTest::qWaitFor([this] { return !rows.last()->visibleRegion().isEmpty(); });
+        return QTest::qWaitForWindowExposed(&editor) &&
+               QTest::qWaitFor([this] { return !rows.last()->visibleRegion().isEmpty(); });
     }
     QPoint placeOn(int row) { return rows.at(row)->mapToGlobal(QPoint(rows.at(row)->width() - 30, 12)); }
     QList<int> order()
@@ -228,7 +229,8 @@ struct ShownRows
         QDomElement root = doc.createElement(QStringLiteral("profile"));
         editor.getAllActionsController()->writeXml(doc, root);
         QList<int> numbers;
-        for (QDomElement one = root.firstChildElement().firstChildElement().firstChildElement().firstChildElement();
+        for (QDomElement one =
+                 root.firstChildElement().firstChildElement().firstChildElement().firstChildElement();
              !one.isNull(); one = one.nextSiblingElement())
             numbers.append(one.attribute(QStringLiteral("name")).midRef(5).toInt());
         return numbers;

@@ -4,7 +4,6 @@
 #include "CopyToPathWidget.h"
 #include "ItemActionsController.h"
 #include "KRXTest.h"
-#include "RemoveAction.h"
 
 #include <QBoxLayout>
 #include <QCheckBox>
@@ -12,7 +11,6 @@
 #include <QPointer>
 #include <QScrollArea>
 #include <QSignalSpy>
-#include <QUndoStack>
 #include <QWheelEvent>
 
 #include <memory>
@@ -70,20 +68,6 @@ private slots:
     void rowReloadedDuringTheRefusalIsNotTouched();
     void onlyConsolidateMayBeChangedToConsolidateAgain();
     void typeChangeAsksForTheCodecsOfTheEditor();
-
-    void removingWithoutASelectionDoesNothing();
-    void removingClearsTheSelectionAndMarksModified();
-    void selectionThatIsNoRowOfTheListIsNotRemoved();
-    void undoPutsTheRowBackAtItsPlace();
-    void undoAtTheFirstPlacePutsTheRowFirst();
-    void redoRemovesAgain();
-    void addingAfterRemovalMakesItFinal();
-    void addingAfterUndoKeepsTheRow();
-    void undoneRowIsConnectedOnce();
-    void undoAfterTheSectionDiedDoesNothing();
-    void commandOfARowThatIsGoneDoesNothing();
-    void stackDeletesOnlyRowsThatAreNotInTheList();
-    void listKnowsOfRowsThatGo();
 
     void optionsMarkTheProfileAsModified();
     void chosenFolderMarksTheProfileAsModified();
@@ -280,7 +264,8 @@ void TestActionList::typeChangeKeepsTheFormerActionForReuse()
     QCOMPARE(row->getCurrentAction()->getType(), ActionType::Transcode);
     QCOMPARE(list.written(), QStringList(QStringLiteral("Transcode 1")));
     list.typeBox(row)->setCurrentIndex(0);
-    QCOMPARE(row->getCurrentAction()->widget()->findChild<CopyToPathWidget*>()->path(), QStringLiteral("/kept"));
+    QCOMPARE(row->getCurrentAction()->widget()->findChild<CopyToPathWidget*>()->path(),
+             QStringLiteral("/kept"));
 }
 
 void TestActionList::typeChangeThereAndBackWritesTheFirstType()
@@ -399,204 +384,6 @@ void TestActionList::typeChangeAsksForTheCodecsOfTheEditor()
     QCOMPARE(list.editor.codecFills, 1);
 }
 
-void TestActionList::removingWithoutASelectionDoesNothing()
-{
-    List list;
-    list.add(ActionType::Copy);
-    list.controller->removeAction();
-    QCOMPARE(list.controller->rows().count(), 1);
-    QVERIFY(!list.controller->undoStack()->canUndo());
-    QVERIFY(!list.editor.isModified());
-}
-
-void TestActionList::removingClearsTheSelectionAndMarksModified()
-{
-    List list;
-    ActionTWidget* row = list.add(ActionType::Copy);
-    list.select(row);
-    list.controller->removeAction();
-    QCOMPARE(list.controller->rows().count(), 0);
-    QCOMPARE(list.editor.getCurrentSelectedAction(), nullptr);
-    QVERIFY(!row->isSelected());
-    QVERIFY(list.editor.isModified());
-    QCOMPARE(row->parentWidget(), nullptr);
-    QVERIFY(list.controller->undoStack()->canUndo());
-}
-
-void TestActionList::selectionThatIsNoRowOfTheListIsNotRemoved()
-{
-    List list;
-    list.add(ActionType::Copy);
-    KRXTwistWidget other(&list.editor, QStringLiteral("Other"));
-    list.editor.setCurrentSelectedAction(&other);
-    list.controller->removeAction();
-    List foreign;
-    list.editor.setCurrentSelectedAction(foreign.add(ActionType::Copy));
-    list.controller->removeAction();
-    QCOMPARE(list.controller->rows().count(), 1);
-    QCOMPARE(foreign.controller->rows().count(), 1);
-    QVERIFY(!list.editor.isModified());
-}
-
-void TestActionList::undoPutsTheRowBackAtItsPlace()
-{
-    for (int place = 0; place < 3; ++place) {
-        List list;
-        list.add(ActionType::Copy);
-        list.add(ActionType::Consolidate);
-        list.add(ActionType::Transcode);
-        const QStringList all = list.written();
-        list.select(list.controller->rows().at(place));
-        list.controller->removeAction();
-        QCOMPARE(list.written().count(), 2);
-        list.controller->undoStack()->undo();
-        QCOMPARE(list.written(), all);
-        // In the list it is the newest one.
-        QCOMPARE(list.controller->rows().last()->getActionIndex(), place + 1);
-    }
-}
-
-void TestActionList::undoAtTheFirstPlacePutsTheRowFirst()
-{
-    Editor editor;
-    KRXTwistWidget section(&editor, QString());
-    ProfileActionsController controller(&section, &editor);
-    QList<ActionTWidget*> rows;
-    for (int number = 1; number <= 3; ++number) {
-        rows.append(new ActionTWidget(&section, ActionType::Copy, number));
-        controller.addRow(rows.last());
-    }
-    QCOMPARE(rows.first()->getActionIndex(), 0);
-    editor.setCurrentSelectedAction(rows.first());
-    controller.removeAction();
-    QCOMPARE(rows.at(1)->getActionIndex(), 0);
-    controller.undoStack()->undo();
-    QCOMPARE(rows.first()->getActionIndex(), 0);
-    QCOMPARE(rows.at(1)->getActionIndex(), 1);
-    QCOMPARE(rows.at(2)->getActionIndex(), 2);
-}
-
-void TestActionList::redoRemovesAgain()
-{
-    List list;
-    list.add(ActionType::Copy);
-    ActionTWidget* row = list.add(ActionType::Transcode);
-    list.select(row);
-    list.controller->removeAction();
-    for (int round = 0; round < 3; ++round) {
-        list.controller->undoStack()->undo();
-        QCOMPARE(list.written(), QStringList({QStringLiteral("Copy 1"), QStringLiteral("Transcode 1")}));
-        list.controller->undoStack()->redo();
-        QCOMPARE(list.written(), QStringList(QStringLiteral("Copy 1")));
-    }
-}
-
-void TestActionList::addingAfterRemovalMakesItFinal()
-{
-    List list;
-    const QPointer<ActionTWidget> row(list.add(ActionType::Transcode));
-    list.select(row);
-    list.controller->removeAction();
-    QVERIFY(row);
-    list.controller->addNewAction();
-    QVERIFY(!list.controller->undoStack()->canUndo());
-    QVERIFY(!row);
-    list.controller->undoStack()->undo();
-    QCOMPARE(list.written(), QStringList(QStringLiteral("Copy 1")));
-}
-
-void TestActionList::addingAfterUndoKeepsTheRow()
-{
-    List list;
-    const QPointer<ActionTWidget> row(list.add(ActionType::Copy));
-    list.select(row);
-    list.controller->removeAction();
-    list.controller->undoStack()->undo();
-    list.controller->addNewAction();
-    QVERIFY(row);
-    QCOMPARE(list.written(), QStringList({QStringLiteral("Copy 1"), QStringLiteral("Consolidate")}));
-    list.controller->undoStack()->clear();
-    QVERIFY(row);
-}
-
-void TestActionList::undoneRowIsConnectedOnce()
-{
-    List list;
-    ActionTWidget* row = list.add(ActionType::Copy);
-    for (int round = 0; round < 3; ++round) {
-        list.select(row);
-        list.controller->removeAction();
-        list.controller->undoStack()->undo();
-    }
-    QSignalSpy resized(list.section.get(), &KRXTwistWidget::widgetWasResized);
-    row->DoExpandColapse();
-    QCOMPARE(resized.count(), 1);
-}
-
-void TestActionList::undoAfterTheSectionDiedDoesNothing()
-{
-    List list;
-    QPointer<ActionTWidget> row(list.add(ActionType::Copy));
-    const QPointer<ActionTWidget> other(list.add(ActionType::Transcode));
-    list.select(row);
-    list.controller->removeAction();
-    list.section.reset();
-    QVERIFY(!other);
-    list.controller->undoStack()->undo();
-    QVERIFY(row);
-    QCOMPARE(list.controller->rows().count(), 0);
-    list.controller->undoStack()->redo();
-    list.controller->addNewAction();
-    list.controller->moveSelectedUp();
-    QString error;
-    QVERIFY(list.controller->validate(error));
-    QCOMPARE(list.written(), QStringList());
-    list.read(activity("copy", QStringLiteral("Copy 1")));
-    QCOMPARE(list.controller->rows().count(), 0);
-    QVERIFY(!row);
-}
-
-void TestActionList::commandOfARowThatIsGoneDoesNothing()
-{
-    List list;
-    ActionTWidget* row = list.add(ActionType::Copy);
-    list.select(row);
-    list.controller->removeAction();
-    delete row;
-    list.controller->undoStack()->undo();
-    list.controller->undoStack()->redo();
-    QCOMPARE(list.controller->rows().count(), 0);
-    RemoveAction orphan(nullptr, nullptr);
-    orphan.redo();
-    orphan.undo();
-}
-
-void TestActionList::stackDeletesOnlyRowsThatAreNotInTheList()
-{
-    const QPointer<ActionTWidget> removed = [] {
-        List list;
-        const QPointer<ActionTWidget> row(list.add(ActionType::Copy));
-        list.add(ActionType::Transcode);
-        list.select(row);
-        list.controller->removeAction();
-        return row;
-    }();
-    QVERIFY(!removed);
-}
-
-void TestActionList::listKnowsOfRowsThatGo()
-{
-    List list;
-    ActionTWidget* row = list.add(ActionType::Copy);
-    list.add(ActionType::Transcode);
-    list.select(row);
-    delete row;
-    QCOMPARE(list.written(), QStringList(QStringLiteral("Transcode 1")));
-    QCOMPARE(list.editor.getCurrentSelectedAction(), nullptr);
-    QCOMPARE(list.namesOfRows(), QStringList(QStringLiteral("Transcode")));
-    list.controller->removeRow(nullptr);
-}
-
 void TestActionList::optionsMarkTheProfileAsModified()
 {
     List list;
@@ -623,7 +410,8 @@ void TestActionList::optionsMarkTheProfileAsModified()
 
 void TestActionList::chosenFolderMarksTheProfileAsModified()
 {
-    StandInHost::setDirectoryAnswerer([](const StandInHost::DirectoryRequest&) { return QStringLiteral("/new"); });
+    StandInHost::setDirectoryAnswerer(
+        [](const StandInHost::DirectoryRequest&) { return QStringLiteral("/new"); });
     List list;
     ActionTWidget* row = list.add(ActionType::Copy);
     auto* folder = row->getCurrentAction()->widget()->findChild<CopyToPathWidget*>();
@@ -663,8 +451,9 @@ void TestActionList::writtenWholeInOrder()
         for (const QString& line : activity.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
             expected += QString(QLatin1String("    ") + line + QLatin1Char('\n'));
     }
-    expected = QString(QLatin1String("<profile>\n <processDefinition>\n  <package>\n   <activities>\n") + expected
-                       + QLatin1String("   </activities>\n  </package>\n </processDefinition>\n</profile>\n"));
+    expected =
+        QString(QLatin1String("<profile>\n <processDefinition>\n  <package>\n   <activities>\n") + expected +
+                QLatin1String("   </activities>\n  </package>\n </processDefinition>\n</profile>\n"));
     KRX_COMPARE_XML(list.doc.toString(1), expected);
 }
 
@@ -716,15 +505,15 @@ void TestActionList::altUpAndDownMoveTheSelectedRow()
     list.select(copy);
     list.controller->moveSelectedDown();
     QVERIFY(list.editor.isModified());
-    QCOMPARE(list.written(),
-             QStringList({QStringLiteral("Consolidate"), QStringLiteral("Copy 1"), QStringLiteral("Transcode 1")}));
+    QCOMPARE(list.written(), QStringList({QStringLiteral("Consolidate"), QStringLiteral("Copy 1"),
+                                          QStringLiteral("Transcode 1")}));
     list.controller->moveSelectedDown();
-    QCOMPARE(list.written(),
-             QStringList({QStringLiteral("Consolidate"), QStringLiteral("Transcode 1"), QStringLiteral("Copy 1")}));
+    QCOMPARE(list.written(), QStringList({QStringLiteral("Consolidate"), QStringLiteral("Transcode 1"),
+                                          QStringLiteral("Copy 1")}));
     list.controller->moveSelectedUp();
     list.controller->moveSelectedUp();
-    QCOMPARE(list.written(),
-             QStringList({QStringLiteral("Copy 1"), QStringLiteral("Consolidate"), QStringLiteral("Transcode 1")}));
+    QCOMPARE(list.written(), QStringList({QStringLiteral("Copy 1"), QStringLiteral("Consolidate"),
+                                          QStringLiteral("Transcode 1")}));
     QCOMPARE(list.editor.getCurrentSelectedAction(), copy);
 }
 

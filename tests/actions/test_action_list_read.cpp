@@ -59,10 +59,11 @@ private slots:
 void TestActionListRead::rowsAreRebuiltInDocumentOrder()
 {
     List list;
-    list.read(activity("transcode", QStringLiteral("Transcode 7")) + activity("copy", QStringLiteral("Copy 2"))
-              + activity("consolidate", QStringLiteral("Consolidate")));
-    QCOMPARE(list.written(),
-             QStringList({QStringLiteral("Transcode 7"), QStringLiteral("Copy 2"), QStringLiteral("Consolidate")}));
+    list.read(activity("transcode", QStringLiteral("Transcode 7")) +
+              activity("copy", QStringLiteral("Copy 2")) +
+              activity("consolidate", QStringLiteral("Consolidate")));
+    QCOMPARE(list.written(), QStringList({QStringLiteral("Transcode 7"), QStringLiteral("Copy 2"),
+                                          QStringLiteral("Consolidate")}));
     QCOMPARE(list.namesOfRows(), QStringList({QStringLiteral("Transcode"), QStringLiteral("Copy to Folder"),
                                               QStringLiteral("Consolidate")}));
     for (const ActionTWidget* row : list.controller->rows())
@@ -81,8 +82,8 @@ void TestActionListRead::wholeListIsWrittenBackAsItWasRead()
     ActivityTexts::Consolidate consolidate;
     consolidate.fallback = QStringLiteral("true");
     List list;
-    const QDomDocument stored = document(List::profile(ActivityTexts::text(transcode) + ActivityTexts::text(copy)
-                                                       + ActivityTexts::text(consolidate)));
+    const QDomDocument stored = document(List::profile(
+        ActivityTexts::text(transcode) + ActivityTexts::text(copy) + ActivityTexts::text(consolidate)));
     list.controller->readXml(stored);
     list.activities();
     const QStringList actual = KRXTest::withSortedAttributes(list.doc.toString(1)).split(QLatin1Char('\n'));
@@ -131,8 +132,8 @@ void TestActionListRead::readingForgetsWhatCouldBeUndone()
 void TestActionListRead::readingDoesNotMarkTheProfileAsModified()
 {
     List list;
-    list.read(ActivityTexts::text(ActivityTexts::Copy()) + ActivityTexts::text(ActivityTexts::Transcode())
-              + ActivityTexts::text(ActivityTexts::Consolidate()));
+    list.read(ActivityTexts::text(ActivityTexts::Copy()) + ActivityTexts::text(ActivityTexts::Transcode()) +
+              ActivityTexts::text(ActivityTexts::Consolidate()));
     QVERIFY(!list.editor.isModified());
 }
 
@@ -192,12 +193,13 @@ void TestActionListRead::numbersComeFromTheNames()
 void TestActionListRead::unknownActivitiesAreSkippedWithAWarningThatNamesThem()
 {
     List list;
-    QTest::ignoreMessage(QtWarningMsg, "Left out an activity of unknown kind: id \"archive\", name \"Archive 1\"");
+    QTest::ignoreMessage(QtWarningMsg,
+                         "Left out an activity of unknown kind: id \"archive\", name \"Archive 1\"");
     QTest::ignoreMessage(QtWarningMsg, "Left out an activity of unknown kind: id \"\", name \"\"");
     QTest::ignoreMessage(QtWarningMsg, "Left out an activity of unknown kind: id \"COPY\", name \"Copy 5\"");
-    list.read(activity("archive", QStringLiteral("Archive 1")) + activity("copy", QStringLiteral("Copy 1"))
-              + QStringLiteral("<activity/>") + activity("COPY", QStringLiteral("Copy 5"))
-              + activity("transcode", QStringLiteral("Transcode 2")));
+    list.read(activity("archive", QStringLiteral("Archive 1")) + activity("copy", QStringLiteral("Copy 1")) +
+              QStringLiteral("<activity/>") + activity("COPY", QStringLiteral("Copy 5")) +
+              activity("transcode", QStringLiteral("Transcode 2")));
     QCOMPARE(list.written(), QStringList({QStringLiteral("Copy 1"), QStringLiteral("Transcode 2")}));
     QVERIFY(StandInHost::messageLog().isEmpty());
 }
@@ -205,7 +207,8 @@ void TestActionListRead::unknownActivitiesAreSkippedWithAWarningThatNamesThem()
 void TestActionListRead::twoStoredConsolidatesAreBothKept()
 {
     List list;
-    list.read(ActivityTexts::text(ActivityTexts::Consolidate()) + ActivityTexts::text(ActivityTexts::Consolidate()));
+    list.read(ActivityTexts::text(ActivityTexts::Consolidate()) +
+              ActivityTexts::text(ActivityTexts::Consolidate()));
     QCOMPARE(list.written(), QStringList({QStringLiteral("Consolidate"), QStringLiteral("Consolidate")}));
     QVERIFY(StandInHost::messageLog().isEmpty());
 }
@@ -213,14 +216,14 @@ void TestActionListRead::twoStoredConsolidatesAreBothKept()
 void TestActionListRead::noticesOfAllActivitiesAreShownInOneMessage()
 {
     List list;
-    list.read(foreignTranscode(QStringLiteral("Transcode 1")) + ActivityTexts::text(ActivityTexts::Copy())
-              + foreignTranscode(QStringLiteral("Transcode 2")));
+    list.read(foreignTranscode(QStringLiteral("Transcode 1")) + ActivityTexts::text(ActivityTexts::Copy()) +
+              foreignTranscode(QStringLiteral("Transcode 2")));
     QCOMPARE(StandInHost::messageLog().count(), 1);
     const StandInHost::MessageRequest message = StandInHost::messageLog().first();
-    const QString notice =
-        QStringLiteral("This profile was created in a different project type.The following transcode options have "
-                       "been reset to their defaults: Project Type, Codec.Only newly saved profiles will have this "
-                       "change.\n");
+    const QString notice = QStringLiteral(
+        "This profile was created in a different project type.The following transcode options have "
+        "been reset to their defaults: Project Type, Codec.Only newly saved profiles will have this "
+        "change.\n");
     QCOMPARE(message.text, notice.repeated(2));
     QCOMPARE(message.title, QString());
     QCOMPARE(int(message.icon), 1);
@@ -251,8 +254,8 @@ void TestActionListRead::volumesAreReadOncePerLoad()
 {
     List list;
     const int before = StandInHost::volumeListCount();
-    list.read(ActivityTexts::text(ActivityTexts::Transcode()).repeated(5)
-              + ActivityTexts::text(ActivityTexts::Consolidate()));
+    list.read(ActivityTexts::text(ActivityTexts::Transcode()).repeated(5) +
+              ActivityTexts::text(ActivityTexts::Consolidate()));
     QCOMPARE(StandInHost::volumeListCount(), before + 1);
     list.read(ActivityTexts::text(ActivityTexts::Copy()));
     QCOMPARE(StandInHost::volumeListCount(), before + 1);
@@ -283,8 +286,8 @@ void TestActionListRead::loadedCodecsAreThoseOfTheirProjectType()
     List list;
     list.read(ActivityTexts::text(rgb));
     const auto* codec = list.controller->rows().first()->findChild<CodecBox*>();
-    QCOMPARE(data(codec), QStringList({QStringLiteral("101"), QStringLiteral("103"), QStringLiteral("4000000000"),
-                                       QStringLiteral("999")}));
+    QCOMPARE(data(codec), QStringList({QStringLiteral("101"), QStringLiteral("103"),
+                                       QStringLiteral("4000000000"), QStringLiteral("999")}));
     QCOMPARE(codec->currentText(), QStringLiteral("Zero"));
 }
 
@@ -302,8 +305,8 @@ void TestActionListRead::thousandActivitiesAreReadAndWritten()
     QStringList names;
     for (int number = 1; number <= 1000; ++number) {
         const bool isTranscode = number % 10 == 0;
-        names.append(QStringLiteral("%1 %2").arg(isTranscode ? QStringLiteral("Transcode") : QStringLiteral("Copy"),
-                                                 QString::number(number)));
+        names.append(QStringLiteral("%1 %2").arg(
+            isTranscode ? QStringLiteral("Transcode") : QStringLiteral("Copy"), QString::number(number)));
         activities += activity(isTranscode ? "transcode" : "copy", names.last());
     }
     List list;

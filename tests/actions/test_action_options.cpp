@@ -136,15 +136,6 @@ private slots:
     void validationOfACopy();
     void copyToAPathThatNoDocumentCanCarryIsRefused();
     void transcodeAndConsolidateAlwaysPass();
-
-    void audioFormatNames();
-    void audioFormatNamesOfOtherKinds();
-    void audioFormatNamesLocaliseOnlyPcmAndMp2();
-    void onlyMxfFormatsAreOffered();
-    void otherCreationTypesOfferNoWrapperFormat();
-    void sampleSizeNames();
-    void bitDepthsCarryBits();
-    void sampleRatesWithoutATextAreLeftOut();
 };
 
 void TestActionOptions::copyOptions()
@@ -156,9 +147,10 @@ void TestActionOptions::copyOptions()
     const auto* folder = options->findChild<CopyToPathWidget*>(QStringLiteral("filesystemPath"));
     QVERIFY(folder);
     QCOMPARE(folder->toolTip(), QStringLiteral("Choose the Location Where You Want the files Copied to"));
-    compareChecks(options.get(), {{"relinkAfterCopy", "Auto Relink when complete",
-                                   "Automatically Relink Files When Copy is Completed"},
-                                  {"autoCheckin", "Check in to Ledgerhouse", "Checks in assets to Ledgerhouse"}});
+    compareChecks(options.get(),
+                  {{"relinkAfterCopy", "Auto Relink when complete",
+                    "Automatically Relink Files When Copy is Completed"},
+                   {"autoCheckin", "Check in to Ledgerhouse", "Checks in assets to Ledgerhouse"}});
 }
 
 void TestActionOptions::transcodeOptions()
@@ -199,15 +191,14 @@ void TestActionOptions::consolidateOptions()
     QCOMPARE(options->minimumHeight(), 450);
     QCOMPARE(options->maximumHeight(), 450);
     compareChecks(options.get(),
-                  QList<CheckLook>{{"videoSkipOnTarget", "Skip Media Already On Target Drive",
-                                    "Select to Bypass Files if Some Related Media Files are Already Located on the "
-                                    "Target Drives"},
-                                   {"videoRelinkSkippedToTarget",
-                                    "Relink selected clips to target drive before skipping",
-                                    "Select to Ensure That all Selected Clips are Linked to Media on the Target Drive"},
-                                   {"performTranscodeIfConsolidateFails",
-                                    "If unable to consolidate then transcode", ""}}
-                      + kVideoChecks + kAudioChecks);
+                  QList<CheckLook>{
+                      {"videoSkipOnTarget", "Skip Media Already On Target Drive",
+                       "Select to Bypass Files if Some Related Media Files are Already Located on the "
+                       "Target Drives"},
+                      {"videoRelinkSkippedToTarget", "Relink selected clips to target drive before skipping",
+                       "Select to Ensure That all Selected Clips are Linked to Media on the Target Drive"},
+                      {"performTranscodeIfConsolidateFails", "If unable to consolidate then transcode", ""}} +
+                      kVideoChecks + kAudioChecks);
     QVERIFY(labels(options.get()).contains(QStringLiteral("Audio:")));
     const struct
     {
@@ -305,16 +296,16 @@ void TestActionOptions::optionsFitTheirFixedHeight()
     QList<int> audioTops;
     for (const char* name : {"audioSampleRate", "audioSampleWidth", "audioFormat"})
         audioTops.append(top(row.option<QWidget>(name), options));
-    const QList<int> all = (isTranscode ? tops + audioTops : audioTops + tops)
-        + QList<int>{top(options->findChild<DestinationDrives*>(), options)};
+    const QList<int> all = (isTranscode ? tops + audioTops : audioTops + tops) +
+                           QList<int>{top(options->findChild<DestinationDrives*>(), options)};
     QVERIFY(std::is_sorted(all.begin(), all.end()));
     QCOMPARE(QSet<int>(all.begin(), all.end()).count(), all.count());
 }
 
 void TestActionOptions::narrowBoxesShowTheirTextsWhole()
 {
-    // Two texts that differ only at their ends look different, so the ends are not cut off; in a plain box of that
-    // width they look alike.
+    // Two texts that differ only at their ends look different, so the ends are not cut off; in a plain box of
+    // that width they look alike.
     const auto picture = [](QComboBox* box, const QString& text) {
         const std::unique_ptr<QComboBox> owner(box);
         QFont font = box->font();
@@ -328,7 +319,8 @@ void TestActionOptions::narrowBoxesShowTheirTextsWhole()
     QCOMPARE(picture(new QComboBox, texts[0]), picture(new QComboBox, texts[1]));
     QVERIFY(picture(new FittedComboBox(nullptr), texts[0]) != picture(new FittedComboBox(nullptr), texts[1]));
     // What fits is painted as everywhere.
-    QCOMPARE(picture(new FittedComboBox(nullptr), QStringLiteral("4")), picture(new QComboBox, QStringLiteral("4")));
+    QCOMPARE(picture(new FittedComboBox(nullptr), QStringLiteral("4")),
+             picture(new QComboBox, QStringLiteral("4")));
 
     ActionRow row(ActionType::Consolidate);
     for (const char* name : {"audioSampleRate", "audioSampleWidth", "audioFormat"})
@@ -414,8 +406,8 @@ void TestActionOptions::defaultsOfATranscode()
     QCOMPARE(row.box("audioFormat")->currentData().toInt(), 4);
     QCOMPARE(row.box("videoDebayerSetting")->currentData().toInt(), 0);
     QVERIFY(row.check("videoIncludeReformattedContent")->isChecked());
-    for (const char* name :
-         {"applyColorTransformations", "convertAudioSampleRate", "convertAudioBitDepth", "convertAudioFormat"})
+    for (const char* name : {"applyColorTransformations", "convertAudioSampleRate", "convertAudioBitDepth",
+                             "convertAudioFormat"})
         QVERIFY2(!row.check(name)->isChecked(), name);
 }
 
@@ -509,8 +501,9 @@ void TestActionOptions::copyToAPathThatNoDocumentCanCarryIsRefused()
         options->findChild<CopyToPathWidget*>()->setPath(path);
         QString error;
         QVERIFY(!action.validate(error));
-        QCOMPARE(error, QStringLiteral("Copy to Folder action : The path of the output folder has characters that "
-                                       "cannot be stored !"));
+        QCOMPARE(error,
+                 QStringLiteral("Copy to Folder action : The path of the output folder has characters that "
+                                "cannot be stored !"));
     }
 }
 
@@ -523,114 +516,6 @@ void TestActionOptions::transcodeAndConsolidateAlwaysPass()
         QVERIFY(row.action().validate(error));
         QCOMPARE(error, QStringLiteral("untouched"));
     }
-}
-
-void TestActionOptions::audioFormatNames()
-{
-    QCOMPARE(audioFormatName(1), QStringLiteral("AIFF-C  (OMF)"));
-    QCOMPARE(audioFormatName(2), QStringLiteral("SDII"));
-    QCOMPARE(audioFormatName(3), QStringLiteral("WAVE  (OMF)"));
-    QCOMPARE(audioFormatName(4), QStringLiteral("PCM  (MXF OP1a)"));
-    QCOMPARE(audioFormatName(5), QStringLiteral("PCM"));
-    QCOMPARE(audioFormatName(6), QStringLiteral("MP2  (MXF OP1a)"));
-    for (int other : {0, 7, -1, 100})
-        QCOMPARE(audioFormatName(other), QString());
-    StandInHost::MediaCatalogue catalogue = StandInHost::catalogue();
-    catalogue.audio.creationType = 2;
-    StandInHost::setCatalogue(catalogue);
-    QCOMPARE(audioFormatName(4), QStringLiteral("PCM  (Velo OP-Atom)"));
-    QCOMPARE(audioFormatName(6), QStringLiteral("MP2  (Velo OP-Atom)"));
-}
-
-void TestActionOptions::audioFormatNamesOfOtherKinds()
-{
-    // The mask 0x1D4 has the bits 2, 4, 6, 7 and 8.
-    const QList<int> shortKinds = {2, 4, 6, 7, 8};
-    for (int kind = 0; kind < 40; ++kind) {
-        const bool isShort = shortKinds.contains(kind);
-        QCOMPARE(audioFormatName(1, kind), isShort ? QStringLiteral("AIFF-C") : QStringLiteral("AIFF-C  (OMF)"));
-        QCOMPARE(audioFormatName(3, kind), isShort ? QStringLiteral("WAVE") : QStringLiteral("WAVE  (OMF)"));
-        QCOMPARE(audioFormatName(4, kind),
-                 kind == 9 ? QStringLiteral("MXF") : QStringLiteral("PCM  (MXF OP1a)"));
-        QCOMPARE(audioFormatName(6, kind), QStringLiteral("MP2  (MXF OP1a)"));
-    }
-    QCOMPARE(audioFormatName(1, -1), QStringLiteral("AIFF-C  (OMF)"));
-}
-
-void TestActionOptions::audioFormatNamesLocaliseOnlyPcmAndMp2()
-{
-    StandInHost::setTranslator([](const QString& key) -> QString { return QLatin1Char('~') + key; });
-    QCOMPARE(audioFormatName(4), QStringLiteral("~PCM  (MXF OP1a)"));
-    QCOMPARE(audioFormatName(6), QStringLiteral("~MP2  (MXF OP1a)"));
-    QCOMPARE(audioFormatName(1), QStringLiteral("AIFF-C  (OMF)"));
-    QCOMPARE(audioFormatName(2), QStringLiteral("SDII"));
-    QCOMPARE(audioFormatName(3), QStringLiteral("WAVE  (OMF)"));
-    QCOMPARE(audioFormatName(5), QStringLiteral("PCM"));
-}
-
-void TestActionOptions::onlyMxfFormatsAreOffered()
-{
-    ActionRow row(ActionType::Transcode);
-    QCOMPARE(texts(row.box("audioFormat")),
-             QStringList({QStringLiteral("PCM  (MXF OP1a)"), QStringLiteral("MP2  (MXF OP1a)")}));
-    QCOMPARE(data(row.box("audioFormat")), QStringList({QStringLiteral("4"), QStringLiteral("6")}));
-    // In this case only.
-    StandInHost::setTranslator([](const QString& key) { return key.toLower(); });
-    row.action().setDefaults();
-    QCOMPARE(row.box("audioFormat")->count(), 0);
-}
-
-void TestActionOptions::otherCreationTypesOfferNoWrapperFormat()
-{
-    StandInHost::MediaCatalogue catalogue = StandInHost::catalogue();
-    catalogue.audio.creationType = 2;
-    StandInHost::setCatalogue(catalogue);
-    ActionRow row(ActionType::Consolidate);
-    QCOMPARE(row.box("audioFormat")->count(), 0);
-}
-
-void TestActionOptions::sampleSizeNames()
-{
-    for (int code : {1, 8})
-        QCOMPARE(sampleSizeName(code), QStringLiteral("8 Bit"));
-    for (int code : {2, 16})
-        QCOMPARE(sampleSizeName(code), QStringLiteral("16 Bit"));
-    for (int code : {3, 24})
-        QCOMPARE(sampleSizeName(code), QStringLiteral("24 Bit"));
-    for (int code : {4, 32})
-        QCOMPARE(sampleSizeName(code), QStringLiteral("32 Bit Float"));
-    QCOMPARE(sampleSizeName(-1), QStringLiteral("Project"));
-    for (int code : {0, 5, 7, 9, 64, -2})
-        QCOMPARE(sampleSizeName(code), QString());
-}
-
-void TestActionOptions::bitDepthsCarryBits()
-{
-    StandInHost::MediaCatalogue catalogue = StandInHost::catalogue();
-    catalogue.audio.sampleSizes = {1, 2, 3, 4, 5, -1, 16};
-    StandInHost::setCatalogue(catalogue);
-    ActionRow row(ActionType::Transcode);
-    QCOMPARE(texts(row.box("audioSampleWidth")),
-             QStringList({QStringLiteral("8 Bit"), QStringLiteral("16 Bit"), QStringLiteral("24 Bit"),
-                          QStringLiteral("32 Bit Float"), QStringLiteral("Project"), QStringLiteral("16 Bit")}));
-    QCOMPARE(data(row.box("audioSampleWidth")),
-             QStringList({QStringLiteral("8"), QStringLiteral("16"), QStringLiteral("24"), QStringLiteral("32"),
-                          QStringLiteral("-8"), QStringLiteral("128")}));
-}
-
-void TestActionOptions::sampleRatesWithoutATextAreLeftOut()
-{
-    ActionRow row(ActionType::Transcode);
-    QCOMPARE(texts(row.box("audioSampleRate")),
-             QStringList({QStringLiteral("32 kHz"), QStringLiteral("44.1 kHz"), QStringLiteral("48 kHz")}));
-    QCOMPARE(data(row.box("audioSampleRate")),
-             QStringList({QStringLiteral("32000"), QStringLiteral("44100"), QStringLiteral("48000")}));
-    StandInHost::MediaCatalogue catalogue = StandInHost::catalogue();
-    catalogue.audio.sampleRates.clear();
-    StandInHost::setCatalogue(catalogue);
-    row.action().setDefaults();
-    QCOMPARE(row.box("audioSampleRate")->count(), 0);
-    QCOMPARE(row.box("audioSampleRate")->currentIndex(), -1);
 }
 
 QTEST_MAIN(TestActionOptions)

@@ -193,7 +193,8 @@ void TestActivitiesRead::consolidateIsRestoredInEveryState()
         QCOMPARE(row.read(text(stored)), 0U);
         KRX_COMPARE_XML(row.written(), text(stored));
         // The group follows the check box also when it is read.
-        QCOMPARE(row.box("videoProjectType")->parentWidget()->isEnabledTo(row.action().widget()), bool(bits & 4));
+        QCOMPARE(row.box("videoProjectType")->parentWidget()->isEnabledTo(row.action().widget()),
+                 bool(bits & 4));
     }
 }
 
@@ -216,8 +217,9 @@ void TestActivitiesRead::enabledOtherThanTrueReadsAsUnchecked()
     ActionRow row(ActionType::Transcode);
     row.check("convertAudioSampleRate")->setChecked(true);
     row.check("convertAudioBitDepth")->setChecked(true);
-    row.read(QStringLiteral("<activity><outputAudioProfile><audioSampleRate enabled=\"TRUE\">48000</audioSampleRate>"
-                            "<audioSampleWidth>16</audioSampleWidth></outputAudioProfile></activity>"));
+    row.read(QStringLiteral(
+        "<activity><outputAudioProfile><audioSampleRate enabled=\"TRUE\">48000</audioSampleRate>"
+        "<audioSampleWidth>16</audioSampleWidth></outputAudioProfile></activity>"));
     QVERIFY(!row.check("convertAudioSampleRate")->isChecked());
     QVERIFY(!row.check("convertAudioBitDepth")->isChecked());
 }
@@ -242,9 +244,10 @@ void TestActivitiesRead::missingElementsLeaveTheirWidgetsAsTheRefillLeftThem()
 void TestActivitiesRead::unknownElementsAreSkipped()
 {
     QString activity = text(fullTranscode());
-    activity.replace(QStringLiteral("<outputTranscodeVideoProfile>"),
-                     QStringLiteral("<outputTranscodeVideoProfile><convertAudioFormat>true</convertAudioFormat><odd "
-                                    "enabled=\"true\"><videoRaster>1x1</videoRaster></odd><!-- c -->text"));
+    activity.replace(
+        QStringLiteral("<outputTranscodeVideoProfile>"),
+        QStringLiteral("<outputTranscodeVideoProfile><convertAudioFormat>true</convertAudioFormat><odd "
+                       "enabled=\"true\"><videoRaster>1x1</videoRaster></odd><!-- c -->text"));
     ActionRow row(ActionType::Transcode);
     QCOMPARE(row.read(activity), 0U);
     KRX_COMPARE_XML(row.written(), text(fullTranscode()));
@@ -255,8 +258,9 @@ void TestActivitiesRead::repeatedElementsTakeTheLast()
     QString activity = text(fullTranscode());
     activity.replace(QStringLiteral("<videoProjectType>PAL"),
                      QStringLiteral("<videoProjectType>1080i/50</videoProjectType><videoProjectType>PAL"));
-    activity.replace(QStringLiteral("<filesystemVideoVolume>"),
-                     QStringLiteral("<filesystemVideoVolume>/media/a/</filesystemVideoVolume><filesystemVideoVolume>"));
+    activity.replace(
+        QStringLiteral("<filesystemVideoVolume>"),
+        QStringLiteral("<filesystemVideoVolume>/media/a/</filesystemVideoVolume><filesystemVideoVolume>"));
     ActionRow row(ActionType::Transcode);
     QCOMPARE(row.read(activity), 0U);
     KRX_COMPARE_XML(row.written(), text(fullTranscode()));
@@ -286,12 +290,13 @@ void TestActivitiesRead::emptyRasterRestoresNoVideoBoxAndReportsNoNotice()
     ActivityTexts::Transcode stored = fullTranscode();
     // Also not when the project type is none of this project's.
     stored.video.projectType = QStringLiteral("Unheard of");
-    for (QString* value : {&stored.video.raster, &stored.video.projectType, &stored.video.colorSpace,
-                           &stored.video.codecId}) {
-        const bool isIt = (value == &stored.video.raster && element == QLatin1String("videoRaster"))
-            || (value == &stored.video.projectType && element == QLatin1String("videoProjectType"))
-            || (value == &stored.video.colorSpace && element == QLatin1String("videoColorSpace"))
-            || (value == &stored.video.codecId && element == QLatin1String("videoCompressionType"));
+    for (QString* value :
+         {&stored.video.raster, &stored.video.projectType, &stored.video.colorSpace, &stored.video.codecId}) {
+        const bool isIt =
+            (value == &stored.video.raster && element == QLatin1String("videoRaster")) ||
+            (value == &stored.video.projectType && element == QLatin1String("videoProjectType")) ||
+            (value == &stored.video.colorSpace && element == QLatin1String("videoColorSpace")) ||
+            (value == &stored.video.codecId && element == QLatin1String("videoCompressionType"));
         if (isIt)
             value->clear();
     }
@@ -539,9 +544,10 @@ void TestActivitiesRead::projectTypeOfAnotherProjectInACustomProjectReports1()
 void TestActivitiesRead::noticeTexts()
 {
     QCOMPARE(noticeText(1),
-             QStringLiteral("This profile was created in a different project type.The following transcode options "
-                            "have been reset to their defaults: Project Type, Codec.Only newly saved profiles will "
-                            "have this change.\n"));
+             QStringLiteral(
+                 "This profile was created in a different project type.The following transcode options "
+                 "have been reset to their defaults: Project Type, Codec.Only newly saved profiles will "
+                 "have this change.\n"));
     for (unsigned other : {0U, 2U, 3U, 4294967295U})
         QCOMPARE(noticeText(other), QString());
     StandInHost::setTranslator([](const QString& key) { return QString::number(key.length()); });

@@ -51,14 +51,16 @@ QList<CodecCase> codecCases()
                " horizontalSubsampling=\"2\" verticalSubsampling=\"1\" maxBitrate=\"18446744073709551615\""
                " avgBitrate=\"220000000\" pictureItemPattern=\"255\"")},
         {"Default <Codec> & \"more\"", ActivityTexts::Video()},
-        {"Zero", video("103", "Zero",
-                       " compressionID=\"00000000-0000-0000-00-00-00-00-00-00-00-00\" bitsPerComponent=\"0\""
-                       " horizontalSubsampling=\"1\" verticalSubsampling=\"1\" maxBitrate=\"0\" avgBitrate=\"0\""
-                       " pictureItemPattern=\"0\"")},
-        {"Large Id", video("4000000000", "Large Id",
-                           " compressionID=\"00000001-0002-0003-04-05-06-07-08-09-0a-0b\" bitsPerComponent=\"0\""
-                           " horizontalSubsampling=\"1\" verticalSubsampling=\"1\" maxBitrate=\"0\" avgBitrate=\"0\""
-                           " pictureItemPattern=\"0\"")},
+        {"Zero",
+         video("103", "Zero",
+               " compressionID=\"00000000-0000-0000-00-00-00-00-00-00-00-00\" bitsPerComponent=\"0\""
+               " horizontalSubsampling=\"1\" verticalSubsampling=\"1\" maxBitrate=\"0\" avgBitrate=\"0\""
+               " pictureItemPattern=\"0\"")},
+        {"Large Id",
+         video("4000000000", "Large Id",
+               " compressionID=\"00000001-0002-0003-04-05-06-07-08-09-0a-0b\" bitsPerComponent=\"0\""
+               " horizontalSubsampling=\"1\" verticalSubsampling=\"1\" maxBitrate=\"0\" avgBitrate=\"0\""
+               " pictureItemPattern=\"0\"")},
         {"Foreign", foreign},
     };
 }
@@ -185,7 +187,8 @@ void TestActivitiesWritten::copyKeepsOddPaths_data()
     QTest::newRow("markup") << QStringLiteral("/a<b>&amp;\"'/]]>");
     QTest::newRow("placeholders") << QStringLiteral("/%1/%2/100%");
     QTest::newRow("right to left") << QString::fromUtf8("/\xd7\xa9\xd7\x9c\xd7\x95\xd7\x9d/\xe2\x80\xaex");
-    QTest::newRow("emoji") << QString::fromUtf8("/\xf0\x9f\x8e\xac/\xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x92\xbb");
+    QTest::newRow("emoji") << QString::fromUtf8(
+        "/\xf0\x9f\x8e\xac/\xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x92\xbb");
     QTest::newRow("line feed and tab") << QStringLiteral("/a\nb\tc");
     QTest::newRow("carriage return") << QStringLiteral("/a\rb\r\nc");
     QTest::newRow("backslash") << QStringLiteral("\\\\server\\share\\x");

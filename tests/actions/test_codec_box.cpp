@@ -88,7 +88,8 @@ void TestCodecBox::namesOfColorSpaces()
 
 void TestCodecBox::namesOfColorSpacesAreLocalised()
 {
-    StandInHost::setTranslator([](const QString& key) -> QString { return QLatin1Char('[') + key + QLatin1Char(']'); });
+    StandInHost::setTranslator(
+        [](const QString& key) -> QString { return QLatin1Char('[') + key + QLatin1Char(']'); });
     QCOMPARE(colorSpaceName(8), QStringLiteral("[YCbCr 709]"));
     QCOMPARE(debayerName(20), QStringLiteral("[Quarter]"));
 }
@@ -98,9 +99,12 @@ void TestCodecBox::debayerListHasSixSettingsInOrder()
     QComboBox box;
     box.addItem(QStringLiteral("from before"));
     fillDebayerList(&box);
-    const QStringList names = {QStringLiteral("Full"),    QStringLiteral("Half (Better Quality)"),
-                               QStringLiteral("Half (Good Quality)"), QStringLiteral("Quarter"),
-                               QStringLiteral("Eighth"),  QStringLiteral("Sixteenth")};
+    const QStringList names = {QStringLiteral("Full"),
+                               QStringLiteral("Half (Better Quality)"),
+                               QStringLiteral("Half (Good Quality)"),
+                               QStringLiteral("Quarter"),
+                               QStringLiteral("Eighth"),
+                               QStringLiteral("Sixteenth")};
     QCOMPARE(texts(&box), names);
     QCOMPARE(data(&box), ints({0, 5, 10, 20, 30, 40}));
     QCOMPARE(debayerName(15), QString());

@@ -50,7 +50,8 @@ QString attribute(const ActivityRecipe& activity, const QByteArray& path, const 
 {
     pugi::xml_document document;
     document.load_string(activity.element.c_str());
-    return QString::fromUtf8(document.document_element().first_element_by_path(path.constData()).attribute(name).value());
+    return QString::fromUtf8(
+        document.document_element().first_element_by_path(path.constData()).attribute(name).value());
 }
 
 const QString kOddPath = QString::fromUtf8("/out  <&>\"'%1/\xf0\x9f\x8e\xac \xd7\xa9\xd7\x9c/]]>");
@@ -101,7 +102,8 @@ void TestActivitiesOnTheWire::serviceReadsAllThreeActivities()
     QCOMPARE(value(activities[1], "outputDetail/filesystemVideoVolume"), QStringLiteral("/"));
     QCOMPARE(value(activities[1], "outputDetail/outputConsolidateVideoProfile/videoSkipOnTarget"),
              QStringLiteral("true"));
-    const char* const fallback = "outputDetail/outputConsolidateVideoProfile/transcodeOptions/videoCompressionType";
+    const char* const fallback =
+        "outputDetail/outputConsolidateVideoProfile/transcodeOptions/videoCompressionType";
     QCOMPARE(value(activities[1], fallback), QStringLiteral("102"));
     QCOMPARE(attribute(activities[1], fallback, "name"), QStringLiteral("Default <Codec> & \"more\""));
 
@@ -114,7 +116,8 @@ void TestActivitiesOnTheWire::serviceReadsAllThreeActivities()
     QCOMPARE(value(activities[2], video + "videoDebayerSetting"), QStringLiteral("20"));
     QCOMPARE(attribute(activities[2], video + "videoCompressionType", "compressionID"),
              QStringLiteral("ffffffff-ffff-ffff-ff-ff-ff-ff-ff-ff-ff-ff"));
-    QCOMPARE(attribute(activities[2], video + "videoCompressionType", "horizontalSubsampling"), QStringLiteral("2"));
+    QCOMPARE(attribute(activities[2], video + "videoCompressionType", "horizontalSubsampling"),
+             QStringLiteral("2"));
     QCOMPARE(value(activities[2], "outputDetail/outputAudioProfile/audioFormat"),
              QStringLiteral("PCM  (MXF OP1a)"));
     QCOMPARE(attribute(activities[2], "outputDetail/outputAudioProfile/audioSampleWidth", "enabled"),
@@ -152,9 +155,10 @@ void TestActivitiesOnTheWire::serviceReadsAThousandActivities()
 {
     QString copies;
     for (int number = 1; number <= 1000; ++number)
-        copies += QStringLiteral("<activity id=\"copy\" name=\"Copy %1\"><destinationDetail><filesystemPath>/o/%1"
-                                 "</filesystemPath></destinationDetail></activity>")
-                      .arg(number);
+        copies +=
+            QStringLiteral("<activity id=\"copy\" name=\"Copy %1\"><destinationDetail><filesystemPath>/o/%1"
+                           "</filesystemPath></destinationDetail></activity>")
+                .arg(number);
     List list;
     list.read(copies);
     const auto stored = krxservice::profiledocument::fromRequest(requestBody(list), "wire-4");
