@@ -222,7 +222,7 @@ int nthSampleRate(int index, int)
 const char* sampleRateText(int rate)
 {
     static QByteArray text;
-    if (!StandInHost::catalogue().audio.sampleRates.contains(rate))
+    if (rate <= 0 || !StandInHost::catalogue().audio.sampleRates.contains(rate))
         return nullptr;
     constexpr double hertzPerKilohertz = 1000.0;
     text = QByteArray::number(rate / hertzPerKilohertz, 'g', 6) + " kHz";

@@ -52,7 +52,8 @@ private:
 /// The number that a stored name ends in; 0 when it ends in none, or in one that no number can hold.
 int numberInName(const QString& name)
 {
-    static const QRegularExpression closingDigits(QStringLiteral("\\d+$"));
+    // "$" would also match in front of a closing line break.
+    static const QRegularExpression closingDigits(QStringLiteral("\\d+\\z"));
     return closingDigits.match(name).captured().toInt();
 }
 

@@ -36,7 +36,6 @@ public:
     QGridLayout* build(QWidget* options, const Look& look);
     QCheckBox* reformatCheck() const { return m_reformat; }
     QCheckBox* colorTransformCheck() const { return m_colorTransform; }
-    CodecBox* codecBox() const { return m_codec; }
 
     /// Resets the codec box with its companions and selects the codec and the debayer setting that a new
     /// action starts with.

@@ -52,7 +52,10 @@ private slots:
 
     void threeAddsGiveCopyConsolidateTranscodeAndAFourthATranscode();
     void addingMarksTheProfileAsModified();
+    void scrollBarIsOffWhileTheListChanges();
     void addingRestoresTheScrollBar();
+    void addingSetsTheDefaultsOnceMore();
+    void addedRowIsShownAtOnceAndItsQueuedCallsAreDone();
     void removedNumberIsUsedAgain();
     void nextNumberIsTheFirstFree_data();
     void nextNumberIsTheFirstFree();
@@ -63,7 +66,9 @@ private slots:
     void typeChangeThereAndBackWritesTheFirstType();
     void typeChangeTakesTheNextNumberOfTheOtherRows();
     void typeChangeShowsTheOtherOptions();
+    void typeChangeDoesTheQueuedCallsOfTheOptions();
     void secondConsolidateIsRefused();
+    void refusalIsLocalised();
     void refusalRestoresTheBoxBeforeTheMessage();
     void rowReloadedDuringTheRefusalIsNotTouched();
     void onlyConsolidateMayBeChangedToConsolidateAgain();
@@ -196,6 +201,25 @@ void TestActionList::addingMarksTheProfileAsModified()
     QVERIFY(list.editor.isModified());
 }
 
+void TestActionList::scrollBarIsOffWhileTheListChanges()
+{
+    List list;
+    // A row that is built has its texts looked up.
+    QList<Qt::ScrollBarPolicy> policies;
+    StandInHost::setTranslator([&](const QString& key) {
+        policies.append(list.editor.getScrollArea()->verticalScrollBarPolicy());
+        return key;
+    });
+    list.controller->addNewAction();
+    QVERIFY(!policies.isEmpty());
+    QCOMPARE(policies.count(Qt::ScrollBarAlwaysOff), policies.count());
+    policies.clear();
+    list.read(activity("copy", QStringLiteral("Copy 1")));
+    QVERIFY(!policies.isEmpty());
+    QCOMPARE(policies.count(Qt::ScrollBarAlwaysOff), policies.count());
+    StandInHost::setTranslator({});
+}
+
 void TestActionList::addingRestoresTheScrollBar()
 {
     List list;
@@ -203,6 +227,30 @@ void TestActionList::addingRestoresTheScrollBar()
     QCOMPARE(list.editor.getScrollArea()->verticalScrollBarPolicy(), Qt::ScrollBarAsNeeded);
     list.read(activity("copy", QStringLiteral("Copy 1")));
     QCOMPARE(list.editor.getScrollArea()->verticalScrollBarPolicy(), Qt::ScrollBarAsNeeded);
+}
+
+void TestActionList::addingSetsTheDefaultsOnceMore()
+{
+    List list;
+    list.add(ActionType::Copy);
+    list.add(ActionType::Consolidate);
+    list.editor.codecFills = 0;
+    list.controller->addNewAction();
+    // Each time the codec box is reset it asks for its codecs: once as a new action, once as an added one.
+    QCOMPARE(list.editor.codecFills, 2);
+}
+
+void TestActionList::addedRowIsShownAtOnceAndItsQueuedCallsAreDone()
+{
+    List list;
+    list.editor.show();
+    list.section->setOpen(true);
+    auto* row = new ActionTWidget(list.section.get(), ActionType::Copy, 1);
+    bool called = false;
+    QMetaObject::invokeMethod(row, [&called] { called = true; }, Qt::QueuedConnection);
+    list.controller->addRow(row);
+    QVERIFY(called);
+    QVERIFY(row->isVisible());
 }
 
 void TestActionList::removedNumberIsUsedAgain()
@@ -313,6 +361,18 @@ void TestActionList::typeChangeShowsTheOtherOptions()
     QVERIFY(!transcode->isVisible());
 }
 
+void TestActionList::typeChangeDoesTheQueuedCallsOfTheOptions()
+{
+    List list;
+    ActionTWidget* row = list.add(ActionType::Copy);
+    QWidget* copy = row->getCurrentAction()->widget();
+    list.typeBox(row)->setCurrentIndex(2);
+    bool called = false;
+    QMetaObject::invokeMethod(copy, [&called] { called = true; }, Qt::QueuedConnection);
+    list.typeBox(row)->setCurrentIndex(0);
+    QVERIFY(called);
+}
+
 void TestActionList::secondConsolidateIsRefused()
 {
     List list;
@@ -328,6 +388,16 @@ void TestActionList::secondConsolidateIsRefused()
     QCOMPARE(message.title, QString());
     QCOMPARE(int(message.icon), 2);
     QCOMPARE(message.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+}
+
+void TestActionList::refusalIsLocalised()
+{
+    List list;
+    list.add(ActionType::Consolidate);
+    ActionTWidget* row = list.add(ActionType::Copy);
+    StandInHost::setTranslator([](const QString& key) -> QString { return QLatin1Char('~') + key; });
+    list.typeBox(row)->setCurrentIndex(1);
+    QCOMPARE(messageTexts(), QStringList(QStringLiteral("~Only a single Consolidate action can be added")));
 }
 
 void TestActionList::refusalRestoresTheBoxBeforeTheMessage()

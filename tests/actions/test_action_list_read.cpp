@@ -177,6 +177,7 @@ void TestActionListRead::numbersComeFromTheNames_data()
     row("Transcode 2147483648", 0, "Transcode ");
     row("Transcode 99999999999", 0, "Transcode ");
     row("Transcode 7 ", 0, "Transcode ");
+    row("Transcode 7&#10;", 0, "Transcode ");
     row("Transcode -7", 7, "Transcode 7");
 }
 

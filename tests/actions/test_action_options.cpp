@@ -120,6 +120,7 @@ private slots:
     void audioBlockIsTheSameInBoth();
     void optionsFitTheirFixedHeight_data();
     void optionsFitTheirFixedHeight();
+    void optionsOfAConsolidateStandInTheirOrder();
     void narrowBoxesShowTheirTextsWhole();
     void textsAreLocalised();
     void createWidgetCalledAgainReturnsTheSameWidget();
@@ -300,6 +301,41 @@ void TestActionOptions::optionsFitTheirFixedHeight()
                            QList<int>{top(options->findChild<DestinationDrives*>(), options)};
     QVERIFY(std::is_sorted(all.begin(), all.end()));
     QCOMPARE(QSet<int>(all.begin(), all.end()).count(), all.count());
+}
+
+void TestActionOptions::optionsOfAConsolidateStandInTheirOrder()
+{
+    ActionRow row(ActionType::Consolidate);
+    QWidget* options = row.action().widget();
+    QLayout* column = options->layout();
+    // The place in the column of what holds a widget: the widget itself, a widget around it, or a grid.
+    const auto place = [&](QWidget* widget) {
+        for (int index = 0; index < column->count(); ++index) {
+            QLayoutItem* item = column->itemAt(index);
+            if (item->layout() && item->layout()->indexOf(widget) >= 0)
+                return index;
+            if (item->widget() && (item->widget() == widget || item->widget()->isAncestorOf(widget)))
+                return index;
+        }
+        return -1;
+    };
+    QLabel* audio = nullptr;
+    for (QLabel* label : options->findChildren<QLabel*>()) {
+        if (label->text() == QLatin1String("Audio:"))
+            audio = label;
+    }
+    QList<int> places;
+    for (QWidget* widget :
+         {static_cast<QWidget*>(row.check("videoSkipOnTarget")),
+          static_cast<QWidget*>(row.check("videoRelinkSkippedToTarget")), static_cast<QWidget*>(audio),
+          static_cast<QWidget*>(row.box("audioSampleRate")),
+          static_cast<QWidget*>(row.check("performTranscodeIfConsolidateFails")),
+          static_cast<QWidget*>(row.codec()),
+          static_cast<QWidget*>(options->findChild<DestinationDrives*>())})
+        places.append(place(widget));
+    QCOMPARE(places, QList<int>({0, 1, 2, 3, 4, 5, 6}));
+    QCOMPARE(place(row.check("applyColorTransformations")), place(row.codec()));
+    QCOMPARE(place(row.box("audioFormat")), place(row.box("audioSampleRate")));
 }
 
 void TestActionOptions::narrowBoxesShowTheirTextsWhole()

@@ -26,6 +26,7 @@ private slots:
     void addingAfterRemovalMakesItFinal();
     void addingAfterUndoKeepsTheRow();
     void undoneRowIsConnectedOnce();
+    void undoneRowIsShownAtOnceAndItsQueuedCallsAreDone();
     void undoAfterTheSectionDiedDoesNothing();
     void commandOfARowThatIsGoneDoesNothing();
     void stackDeletesOnlyRowsThatAreNotInTheList();
@@ -164,6 +165,22 @@ void TestActionRemoval::undoneRowIsConnectedOnce()
     QSignalSpy resized(list.section.get(), &KRXTwistWidget::widgetWasResized);
     row->DoExpandColapse();
     QCOMPARE(resized.count(), 1);
+}
+
+void TestActionRemoval::undoneRowIsShownAtOnceAndItsQueuedCallsAreDone()
+{
+    List list;
+    list.editor.show();
+    list.section->setOpen(true);
+    ActionTWidget* row = list.add(ActionType::Copy);
+    list.select(row);
+    list.controller->removeAction();
+    QVERIFY(!row->isVisible());
+    bool called = false;
+    QMetaObject::invokeMethod(row, [&called] { called = true; }, Qt::QueuedConnection);
+    list.controller->undoStack()->undo();
+    QVERIFY(called);
+    QVERIFY(row->isVisible());
 }
 
 void TestActionRemoval::undoAfterTheSectionDiedDoesNothing()

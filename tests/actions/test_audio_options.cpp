@@ -99,6 +99,12 @@ void TestAudioOptions::sampleSizeNames()
     QCOMPARE(sampleSizeName(-1), QStringLiteral("Project"));
     for (int code : {0, 5, 7, 9, 64, -2})
         QCOMPARE(sampleSizeName(code), QString());
+    StandInHost::setTranslator([](const QString& key) -> QString { return QLatin1Char('~') + key; });
+    QCOMPARE(sampleSizeName(1), QStringLiteral("~8 Bit"));
+    QCOMPARE(sampleSizeName(2), QStringLiteral("~16 Bit"));
+    QCOMPARE(sampleSizeName(3), QStringLiteral("~24 Bit"));
+    QCOMPARE(sampleSizeName(4), QStringLiteral("~32 Bit Float"));
+    QCOMPARE(sampleSizeName(-1), QStringLiteral("~Project"));
 }
 
 void TestAudioOptions::bitDepthsCarryBits()
@@ -123,7 +129,12 @@ void TestAudioOptions::sampleRatesWithoutATextAreLeftOut()
              QStringList({QStringLiteral("32 kHz"), QStringLiteral("44.1 kHz"), QStringLiteral("48 kHz")}));
     QCOMPARE(data(row.box("audioSampleRate")),
              QStringList({QStringLiteral("32000"), QStringLiteral("44100"), QStringLiteral("48000")}));
+    // The host has no text for 0.
     StandInHost::MediaCatalogue catalogue = StandInHost::catalogue();
+    catalogue.audio.sampleRates = {0, 44100, 0, 48000};
+    StandInHost::setCatalogue(catalogue);
+    row.action().setDefaults();
+    QCOMPARE(data(row.box("audioSampleRate")), QStringList({QStringLiteral("44100"), QStringLiteral("48000")}));
     catalogue.audio.sampleRates.clear();
     StandInHost::setCatalogue(catalogue);
     row.action().setDefaults();

@@ -71,8 +71,10 @@ private slots:
     void chosenFolderIsAnnounced();
     void pickerThatGoesWhileTheChooserIsOpenIsNotTouched();
     void pickerHasItsButtonAndLayout();
+    void textsOfThePickerAreLocalised();
     void emptyPathPaintsCopyToWithTwoBlanksAndFailsValidation();
     void longPathIsElidedInTheMiddle();
+    void pathIsPaintedAtTheLeftAndVerticallyCentred();
 
     void buttonNamesItsIcons();
     void drivesHaveTheirNamesSizesAndToolTips();
@@ -192,6 +194,16 @@ void TestDestinations::pickerHasItsButtonAndLayout()
     QCOMPARE(button->geometry().right(), 300 - 3 - 1);
 }
 
+void TestDestinations::textsOfThePickerAreLocalised()
+{
+    StandInHost::setTranslator([](const QString& key) -> QString { return QLatin1Char('~') + key; });
+    answerFolders({});
+    CopyToPathWidget picker(nullptr);
+    QCOMPARE(picker.findChild<QPushButton*>()->text(), QStringLiteral("~Set"));
+    picker.showFileDialog();
+    QCOMPARE(StandInHost::directoryLog().first().caption, QStringLiteral("~Select Folder"));
+}
+
 void TestDestinations::emptyPathPaintsCopyToWithTwoBlanksAndFailsValidation()
 {
     QStringList asked;
@@ -237,6 +249,24 @@ void TestDestinations::longPathIsElidedInTheMiddle()
     QCOMPARE(image(start + middle + end), image(start + middle + middle + end));
     QVERIFY(image(start + middle + end) != image(start + middle + QStringLiteral("/ENB")));
     QVERIFY(image(start + middle + end) != image(QStringLiteral("/VOLUMES/") + middle + end));
+}
+
+void TestDestinations::pathIsPaintedAtTheLeftAndVerticallyCentred()
+{
+    CopyToPathWidget picker(nullptr);
+    picker.setPath(QStringLiteral("/x"));
+    const int low = 30;
+    const int high = 50;
+    const int left = 200;
+    picker.resize(300, low);
+    const QImage text = picker.grab().toImage().copy(0, 0, left, low);
+    picker.resize(300, high);
+    QCOMPARE(picker.grab().toImage().copy(0, (high - low) / 2, left, low), text);
+    // The first letter stands at the edge.
+    const QImage edge = text.copy(0, 0, 8, low);
+    QImage empty(edge.size(), edge.format());
+    empty.fill(text.pixelColor(left - 1, 0));
+    QVERIFY(edge != empty);
 }
 
 void TestDestinations::buttonNamesItsIcons()

@@ -249,6 +249,10 @@ private slots:
         QCOMPARE(sampleRateText(44100), "44.1 kHz");
         QCOMPARE(sampleRateText(48000), "48 kHz");
         QVERIFY(!sampleRateText(96000));
+        StandInHost::MediaCatalogue withZero = StandInHost::catalogue();
+        withZero.audio.sampleRates.append(0);
+        StandInHost::setCatalogue(withZero);
+        QVERIFY(!sampleRateText(0));
     }
 
     void pluginsAreListedAsTheCatalogueHasThem()
