@@ -13,6 +13,8 @@
 #include <QSpacerItem>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int kTitleHeight = 25;
@@ -223,7 +225,10 @@ void KRXTwistWidget::showEvent(QShowEvent* event)
 int KRXTwistWidget::indexInParentLayout() const
 {
     const QWidget* parent = parentWidget();
-    return parent && parent->layout() ? parent->layout()->indexOf(const_cast<KRXTwistWidget*>(this)) : 0;
+    if (!parent || !parent->layout())
+        return 0;
+    // A section in a layout inside the parent's layout is not found there and counts as the first.
+    return std::max(parent->layout()->indexOf(const_cast<KRXTwistWidget*>(this)), 0);
 }
 
 void KRXTwistWidget::paintEvent(QPaintEvent*)

@@ -137,6 +137,19 @@ private slots:
         QVERIFY(isAll(painted(section), even()));
     }
 
+    void aSectionInALayoutInsideTheParentsLayoutCountsAsEven()
+    {
+        QWidget parent;
+        auto* outer = new QVBoxLayout(&parent);
+        auto* inner = new QVBoxLayout;
+        outer->addLayout(inner);
+        auto* section = new KRXTwistWidget(&parent, QString());
+        inner->addWidget(section);
+        QCOMPARE(outer->indexOf(section), -1);
+        section->resize(kSize);
+        QVERIFY(isAll(painted(*section), even()));
+    }
+
     void aTransparentSectionPaintsNothing()
     {
         DropTarget section(nullptr, QString());
