@@ -146,7 +146,9 @@ private slots:
         auto* section = new KRXTwistWidget(&parent, QString());
         inner->addWidget(section);
         QCOMPARE(outer->indexOf(section), -1);
-        section->resize(kSize);
+        parent.resize(200, 200);
+        parent.show();
+        QCoreApplication::processEvents();
         QVERIFY(isAll(painted(*section), even()));
     }
 
