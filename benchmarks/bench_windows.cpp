@@ -57,6 +57,29 @@ void measurePanel(Table& table)
         row.must = must;
         row.met = row.ours <= 300;
     }
+    {
+        // What a host does that does not know yet whether the service answers.
+        TestHttpServer server;
+        server.setHandler([](const TestHttpServer::Request&) { return TestHttpServer::Reply::never(); });
+        const ScopedConnectPort connect(server.port());
+        const double usable = medianMs(5, [] {
+            forgetManagers();
+            KRXWindow panel(nullptr, &ignoreClip);
+            panel.updateKRXServiceOnlineState(false);
+            panel.show();
+            QCoreApplication::processEvents();
+        });
+        Row& waiting = table.add(QStringLiteral("panel made and shown off-line, service hanging"), 0, usable, 0);
+        waiting.must = must;
+        waiting.met = waiting.ours <= 300;
+        // Each request waits for its own answer; the panel makes three of them.
+        forgetManagers();
+        KRXWindow panel(nullptr, &ignoreClip);
+        QElapsedTimer timer;
+        timer.start();
+        panel.show();
+        table.add(QStringLiteral("panel shown on-line all the same, service hanging"), 0, double(timer.elapsed()), 0);
+    }
     forgetManagers();
 }
 
