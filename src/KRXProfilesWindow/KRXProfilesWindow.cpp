@@ -532,6 +532,9 @@ bool KRXProfilesWindow::runActionKey(int key, Qt::KeyboardModifiers modifiers)
             stack->undo();
         else
             stack->redo();
+        // A row that went out again cannot stay selected: the next removal would have nothing to remove.
+        if (m_selectedAction && !isAncestorOf(m_selectedAction))
+            m_selectedAction = nullptr;
         m_settingsSection->updateTWLayout();
         updateHeight();
         return true;

@@ -824,8 +824,10 @@ private slots:
         QTest::keyClick(&editor, Qt::Key_Z, Qt::ControlModifier);
         QVERIFY(controller->findAction(ActionType::Copy));
         QVERIFY(!editor.heights.isEmpty());
+        editor.setCurrentSelectedAction(row);
         QTest::keyClick(&editor, Qt::Key_Y, Qt::ControlModifier);
         QVERIFY(!controller->findAction(ActionType::Copy));
+        QVERIFY(!editor.getCurrentSelectedAction());
         QKeyEvent nothingToRedo(QEvent::KeyPress, Qt::Key_Y, Qt::ControlModifier);
         QApplication::sendEvent(&editor, &nothingToRedo);
         QVERIFY(!nothingToRedo.isAccepted());
