@@ -7,7 +7,7 @@
 #include "documents/Requests.h"
 #include "documents/XmlTools.h"
 #include "http/HttpGuard.h"
-#include "work/MediaProbe.h"
+#include "media/MediaProbe.h"
 
 #include <cstdint>
 #include <cstdio>

@@ -1,7 +1,7 @@
 #include "app/DataLock.h"
 
 #include "base/Text.h"
-#include "work/FileTools.h"
+#include "base/FileTools.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

@@ -9,9 +9,9 @@
 #include "store/JobStore.h"
 #include "store/ProfileStore.h"
 #include "watch/Watcher.h"
-#include "work/OutputArea.h"
-#include "work/Pipeline.h"
-#include "work/Worker.h"
+#include "media/OutputArea.h"
+#include "activities/Pipeline.h"
+#include "queue/Worker.h"
 
 #include <QThread>
 

@@ -2,7 +2,7 @@
 
 #include "base/Text.h"
 #include "watch/OpenWriters.h"
-#include "work/FileTools.h"
+#include "base/FileTools.h"
 
 #include <algorithm>
 #include <limits>

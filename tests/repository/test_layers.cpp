@@ -33,6 +33,12 @@ QString root()
     return QStringLiteral(KRX_SOURCE_DIR);
 }
 
+/// The folder of the module that a file stands in, whichever room of it.
+QString folderOf(const QFileInfo& file)
+{
+    return QDir(root() + QStringLiteral("/src")).relativeFilePath(file.filePath()).section(QLatin1Char('/'), 0, 0);
+}
+
 } // namespace
 
 /// Who may know whom: the house rules that the compiler does not see.
@@ -68,7 +74,7 @@ private slots:
                              QDirIterator::Subdirectories);
         while (headers.hasNext()) {
             const QFileInfo header(headers.next());
-            m_folderOfHeader.insert(header.fileName(), header.dir().dirName());
+            m_folderOfHeader.insert(header.fileName(), folderOf(header));
         }
         const QRegularExpression include(QStringLiteral("^#include \"([^\"]+)\""),
                                          QRegularExpression::MultilineOption);
@@ -79,7 +85,7 @@ private slots:
             auto found = include.globalMatch(contents(source.filePath()));
             while (found.hasNext()) {
                 const QString to = found.next().captured(1);
-                m_includes.append({source.fileName(), source.dir().dirName(), to, m_folderOfHeader.value(to)});
+                m_includes.append({source.fileName(), folderOf(source), to, m_folderOfHeader.value(to)});
             }
         }
         QVERIFY(m_includes.size() > 50);

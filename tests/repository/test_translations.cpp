@@ -162,7 +162,7 @@ private:
     static void catalogues()
     {
         QTest::addColumn<QString>("path");
-        const QDir folder(root() + QStringLiteral("/desk/hostlibs/translations"));
+        const QDir folder(root() + QStringLiteral("/desk/hostlibs/texts/translations"));
         const QStringList names = folder.entryList({QStringLiteral("krx_*.ts")}, QDir::Files);
         for (const QString& name : names)
             QTest::newRow(qUtf8Printable(name)) << folder.filePath(name);

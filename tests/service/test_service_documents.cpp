@@ -1,6 +1,6 @@
 #include "base/Text.h"
 #include "documents/Answers.h"
-#include "documents/OutputDocument.h"
+#include "media/OutputDocument.h"
 #include "documents/ProfileDocument.h"
 #include "documents/Requests.h"
 #include "documents/XmlGuard.h"

@@ -5,7 +5,7 @@
 #include "watch/OpenWriters.h"
 #include "watch/Settler.h"
 #include "watch/WatchedFolder.h"
-#include "work/FileTools.h"
+#include "base/FileTools.h"
 
 #include <QDir>
 #include <QTemporaryDir>

@@ -2,11 +2,11 @@
 #include "store/Database.h"
 #include "store/ErrorStore.h"
 #include "store/FileStore.h"
-#include "work/Copier.h"
-#include "work/FileTools.h"
-#include "work/MediaProbe.h"
-#include "work/OutputArea.h"
-#include "work/Pipeline.h"
+#include "activities/Copier.h"
+#include "base/FileTools.h"
+#include "media/MediaProbe.h"
+#include "media/OutputArea.h"
+#include "activities/Pipeline.h"
 
 #include <QDir>
 #include <QProcess>

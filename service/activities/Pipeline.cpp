@@ -1,0 +1,210 @@
+#include "activities/Pipeline.h"
+
+#include "base/Log.h"
+#include "base/Text.h"
+#include "activities/Copier.h"
+#include "base/FileTools.h"
+#include "media/MediaProbe.h"
+
+#include <unistd.h>
+
+namespace krxservice {
+
+namespace {
+
+FileResult ended(FileResult::End end, const std::string& text, const std::optional<FileStamp>& stamp = std::nullopt)
+{
+    return {end, text, stamp};
+}
+
+} // namespace
+
+/// One file on its way through the pipeline.
+struct Pipeline::Work
+{
+    const FileOrder& order;
+    FileRecord record;
+    MediaFacts media;
+    FileFacts clip;
+    FileFacts source;
+};
+
+Pipeline::Pipeline(Database& database, FileStore& files, ErrorStore& errors, OutputArea& outputs)
+    : m_database(database)
+    , m_files(files)
+    , m_errors(errors)
+    , m_outputs(outputs)
+{
+}
+
+FileResult Pipeline::process(const FileOrder& order)
+{
+    const auto stamp = filetools::stampOf(order.path);
+    if (!stamp)
+        return ended(FileResult::End::Later, "the file is gone");
+    Work work{order, {}, {}, {}, {}};
+    work.record.owner = order.ownerId;
+    work.record.path = order.path;
+    work.record.stamp = *stamp;
+    if (!text::isPlainText(order.path))
+        return reject(work, "its name cannot be written in a document");
+
+    std::string error;
+    const auto checksum = filetools::fingerprint(order.path, order.cancel, error);
+    if (*order.cancel)
+        return ended(FileResult::End::Cancelled, "cancelled");
+    if (!checksum) {
+        m_errors.add("The file " + order.path + " cannot be read: " + error);
+        return ended(FileResult::End::Later, error);
+    }
+    work.record.checksum = *checksum;
+    if (const auto done = m_files.findDone(order.ownerId, order.path, *checksum)) {
+        m_files.setStamp(done->id, *stamp);
+        return ended(FileResult::End::Known, "it was worked on before", stamp);
+    }
+
+    const ProbeResult probe = MediaProbe::probe(order.path, order.cancel);
+    if (*order.cancel)
+        return ended(FileResult::End::Cancelled, "cancelled");
+    if (probe.verdict == ProbeResult::Verdict::Unavailable) {
+        m_errors.add("Files cannot be looked into: " + probe.text);
+        return ended(FileResult::End::Later, probe.text);
+    }
+    if (filetools::stampOf(order.path) != stamp)
+        return ended(FileResult::End::Later, "the file changed while it was read");
+    if (probe.verdict == ProbeResult::Verdict::NotMedia)
+        return reject(work, probe.text);
+    work.media = probe.facts;
+    work.source = {order.path, *stamp, *checksum};
+    work.clip = work.source;
+    work.record.id = m_files.take(work.record);
+
+    const std::string failure = runActivities(work);
+    if (*order.cancel) {
+        const bool stays = order.staysCancelled && order.staysCancelled();
+        if (stays)
+            m_files.move(work.record.id, FileState::Taken, FileState::Failed);
+        else
+            m_files.remove(work.record.id);
+        return ended(FileResult::End::Cancelled, "cancelled", stays ? stamp : std::nullopt);
+    }
+    if (!failure.empty()) {
+        m_files.move(work.record.id, FileState::Taken, FileState::Failed);
+        return ended(FileResult::End::Failed, failure, stamp);
+    }
+    return publish(work);
+}
+
+FileResult Pipeline::reject(const Work& work, const std::string& reason)
+{
+    m_errors.add("The file " + work.order.path + " is not offered: " + reason);
+    const auto id = m_files.take(work.record);
+    m_files.move(id, FileState::Taken, FileState::Rejected);
+    return ended(FileResult::End::Rejected, reason, work.record.stamp);
+}
+
+std::string Pipeline::runActivities(Work& work)
+{
+    const auto& activities = work.order.profile.activities;
+    if (!activities.empty() && work.order.willAct)
+        work.order.willAct();
+    for (std::size_t i = 0; i < activities.size() && !*work.order.cancel; ++i) {
+        const ActivityRecipe& activity = activities[i];
+        if (activity.kind != ActivityRecipe::Kind::Copy)
+            return "The action \"" + activity.id + "\" is not available in this version of the service";
+        if (const auto reason = runCopy(work, activity, static_cast<int>(i)); !reason.empty())
+            return "Copying " + work.order.path + " to " + activity.destination + " failed: " + reason;
+    }
+    return {};
+}
+
+std::string Pipeline::runCopy(Work& work, const ActivityRecipe& activity, int index)
+{
+    if (work.order.ownerKind == "folder"
+        && text::canonicalPath(activity.destination) == text::canonicalPath(work.order.ownerPath))
+        return "the destination is the watched folder itself";
+    CopyOrder order;
+    order.source = work.order.path;
+    order.directory = activity.destination;
+    while (order.directory.size() > 1 && order.directory.back() == '/')
+        order.directory.pop_back();
+    order.cancel = work.order.cancel;
+    order.willWrite = [&](const std::string& scratch) { m_files.setScratch(work.record.id, scratch); };
+    order.progress = [&](int percent) {
+        if (work.order.progress)
+            work.order.progress((index * 100 + percent) / static_cast<int>(work.order.profile.activities.size()));
+    };
+    const CopyResult result = Copier::copy(order);
+    if (!result.ok)
+        return result.error;
+    log::info("copied " + work.order.path + " to " + result.path);
+    work.source.checksum = result.checksum;
+    if (activity.relinkAfterCopy) {
+        const auto stamp = filetools::stampOf(result.path);
+        if (!stamp)
+            return "the finished copy is gone";
+        work.clip = {result.path, *stamp, result.checksum};
+    }
+    return {};
+}
+
+FileResult Pipeline::publish(Work& work)
+{
+    const FileOrder& order = work.order;
+    OutputFacts facts;
+    facts.id = text::newGuid();
+    facts.created = text::isoTime(text::now());
+    facts.ownerKind = order.ownerKind;
+    facts.ownerId = order.ownerId;
+    facts.ownerPath = order.ownerPath;
+    facts.clip = work.clip;
+    facts.source = work.source;
+    facts.media = work.media;
+    facts.profile = order.profile;
+    const std::string name = OutputArea::fileName(work.record.id, order.path);
+    std::string reason = m_outputs.prepare(order.ownerId, name, outputdocument::write(facts));
+    // The lock keeps a removal of the folder or the job from coming between the record and the file.
+    const auto lock = m_database.lock();
+    if (m_files.findDone(order.ownerId, order.path, work.record.checksum)) {
+        // Work that was interrupted and begun anew may come here twice.
+        m_outputs.abandon(order.ownerId, name);
+        m_files.remove(work.record.id);
+        return ended(FileResult::End::Known, "it was worked on before", work.record.stamp);
+    }
+    if (!reason.empty() || !m_files.move(work.record.id, FileState::Taken, FileState::Publishing, name)) {
+        m_outputs.abandon(order.ownerId, name);
+        m_files.remove(work.record.id);
+        if (!reason.empty())
+            m_errors.add("The output for " + order.path + " cannot be written: " + reason);
+        return ended(FileResult::End::Later, reason);
+    }
+    reason = m_outputs.publish(order.ownerId, name);
+    if (!reason.empty())
+        m_errors.add("The output for " + order.path + " cannot be written: " + reason);
+    m_files.move(work.record.id, FileState::Publishing, FileState::Offered);
+    log::info("offered " + order.path + " as " + m_outputs.path(order.ownerId, name));
+    return ended(FileResult::End::Offered, {}, work.record.stamp);
+}
+
+void Pipeline::recover()
+{
+    const auto lock = m_database.lock();
+    m_outputs.removeUnless([this](const std::string& owner, std::int64_t id) { return m_files.exists(owner, id); });
+    for (const auto& file : m_files.inState(FileState::Publishing)) {
+        if (m_outputs.isPrepared(file.owner, file.output)) {
+            if (const auto reason = m_outputs.publish(file.owner, file.output); !reason.empty()) {
+                m_errors.add("The output for " + file.path + " cannot be written: " + reason);
+                continue;
+            }
+        }
+        m_files.move(file.id, FileState::Publishing, FileState::Offered);
+    }
+    for (const auto& file : m_files.inState(FileState::Taken)) {
+        if (!file.scratch.empty())
+            ::unlink(file.scratch.c_str());
+        m_outputs.abandon(file.owner, OutputArea::fileName(file.id, file.path));
+        m_files.remove(file.id);
+    }
+}
+
+} // namespace krxservice

@@ -1,0 +1,85 @@
+#pragma once
+
+#include "store/FolderStore.h"
+#include "store/JobStore.h"
+#include "store/ProfileStore.h"
+#include "activities/Pipeline.h"
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace krxservice {
+
+/// The threads that work on files, and the queue before them. Thread-safe.
+class Worker
+{
+public:
+    struct Stores
+    {
+        FolderStore& folders;
+        ProfileStore& profiles;
+        JobStore& jobs;
+        FileStore& files;
+        ErrorStore& errors;
+    };
+    /// Told on a working thread when the work on a file of a folder ended.
+    using FileDone
+        = std::function<void(const std::string& folderId, const std::string& path, const std::optional<FileStamp>& stamp)>;
+
+    Worker(const Stores& stores, Pipeline& pipeline, FileDone fileDone);
+    ~Worker();
+
+    void start(int threads);
+    /// Interrupts the running work (it is taken up again after a restart) and ends the threads.
+    void stop();
+
+    /// A finished file of a folder; \a jobId names a failed job that is tried again, or is empty.
+    void addFile(const std::string& folderId, const std::string& path, const std::string& jobId = {});
+    /// A job in the state SUBMITTED.
+    void addJob(const std::string& jobId);
+    /// Interrupts a job, or takes it out of the queue. Its state is the caller's business.
+    void cancelJob(const std::string& jobId);
+    /// Interrupts all work for a folder, or takes it out of the queue.
+    void cancelFolder(const std::string& folderId);
+
+    /// True while something is being worked on or waits.
+    bool isActive();
+
+private:
+    struct Task
+    {
+        std::string folderId; ///< empty for a manual job
+        std::string path;
+        std::string jobId;
+        CancelToken cancel;
+    };
+
+    void add(Task task);
+    void run();
+    void perform(Task& task);
+    void performFile(Task& task);
+    void performJob(Task& task);
+    FileResult processForFolder(Task& task);
+    void endFolderJob(const Task& task, const FileResult& result, bool wasRetried);
+    void giveUp(const Task& task, const std::string& reason);
+    template <typename Matches>
+    void cancelWhere(Matches matches);
+
+    Stores m_stores;
+    Pipeline& m_pipeline;
+    FileDone m_fileDone;
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    std::deque<Task> m_queue;
+    std::vector<Task> m_running;
+    bool m_stopping = false;
+    std::vector<std::thread> m_threads;
+};
+
+} // namespace krxservice
