@@ -122,8 +122,8 @@ QString Table::text() const
         QString printed;
         for (int i = 0; i < line.size(); ++i) {
             const bool isNumber = i >= 1 && i <= 5;
-            printed += (isNumber ? line[i].rightJustified(widths[i]) : line[i].leftJustified(widths[i]))
-                + QStringLiteral("  ");
+            printed += (isNumber ? line[i].rightJustified(widths[i]) : line[i].leftJustified(widths[i])) +
+                       QStringLiteral("  ");
         }
         text += printed.trimmed() + QLatin1Char('\n');
     }
@@ -190,11 +190,11 @@ QByteArray PlainHttp::get(quint16 port, const QByteArray& target)
 QByteArray folderDocument(int index)
 {
     const QByteArray n = QByteArray::number(index).rightJustified(6, '0');
-    return "<xelMediaFolder id=\"f-" + n + "\">\n <path>/media/volume/watch/" + n
-        + "</path>\n <profile>0b54a2d6-2d3c-4c59-8a1c-3f2f7c4be77d</profile>\n <enabled>true</enabled>\n"
-          " <outputXELFiles>\n  <fileName>/var/lib/krx/output/f-"
-        + n + "/1-A001C001.xel</fileName>\n  <fileName>/var/lib/krx/output/f-" + n
-        + "/2-A001C002.xel</fileName>\n </outputXELFiles>\n</xelMediaFolder>\n";
+    return "<xelMediaFolder id=\"f-" + n + "\">\n <path>/media/volume/watch/" + n +
+           "</path>\n <profile>0b54a2d6-2d3c-4c59-8a1c-3f2f7c4be77d</profile>\n <enabled>true</enabled>\n"
+           " <outputXELFiles>\n  <fileName>/var/lib/krx/output/f-" +
+           n + "/1-A001C001.xel</fileName>\n  <fileName>/var/lib/krx/output/f-" + n +
+           "/2-A001C002.xel</fileName>\n </outputXELFiles>\n</xelMediaFolder>\n";
 }
 
 QByteArray folderListDocument(int count)
@@ -208,48 +208,51 @@ QByteArray folderListDocument(int count)
 QByteArray profileElement(int index)
 {
     const QByteArray n = QByteArray::number(index).rightJustified(4, '0');
-    return "<profile>\n <version>200</version>\n <profileDetail>\n  <profileName>Profile " + n
-        + "</profileName>\n  <profileGUID>p-" + n
-        + "</profileGUID>\n  <profileTag>#krx</profileTag>\n"
-          "  <profileCreatedTimestamp>2026-01-01T00:00:00</profileCreatedTimestamp>\n"
-          "  <profileCreatorApplication>FrameStitcher</profileCreatorApplication>\n"
-          "  <profileType>EDITOR.USERSPECIFIEDFOLDER</profileType>\n </profileDetail>\n"
-          " <profileSettings>\n  <binDetail>\n   <binSelectionMethod>CREATENEW</binSelectionMethod>\n"
-          "   <binNamingMethod>VOLUME</binNamingMethod>\n  </binDetail>\n  <linkDetail>\n"
-          "   <xelPreferredPluginDetail>\n    <xelPluginName>Autodetect Plug-in</xelPluginName>\n"
-          "    <xelPluginGUID>00000000-0000-0000-0000-000000000000</xelPluginGUID>\n"
-          "   </xelPreferredPluginDetail>\n   <multichannelAudio>None</multichannelAudio>\n"
-          "   <xelAudioStartTimeOption>25</xelAudioStartTimeOption>\n"
-          "   <xelStillImageFPS>25</xelStillImageFPS>\n  </linkDetail>\n  <zorMetadata>\n"
-          "   <reelNamingMethod>FILENAME</reelNamingMethod>\n   <reelFolderLevel>1</reelFolderLevel>\n"
-          "   <frameCountingMethod>ZERO</frameCountingMethod>\n   <timecodeMethod>EMBEDDED</timecodeMethod>\n"
-          "   <defaultFPS>25</defaultFPS>\n  </zorMetadata>\n </profileSettings>\n"
-          " <processDefinition>\n  <package>\n   <activities>\n"
-          "    <activity id=\"copy\" name=\"Copy 1\">\n     <destinationDetail>\n"
-          "      <filesystemPath>/media/copies</filesystemPath>\n"
-          "      <relinkAfterCopy>true</relinkAfterCopy>\n      <autoCheckin>false</autoCheckin>\n"
-          "     </destinationDetail>\n    </activity>\n"
-          "    <activity id=\"transcode\" name=\"Transcode 1\">\n     <outputDetail>\n"
-          "      <filesystemVideoVolume>/media/</filesystemVideoVolume>\n"
-          "      <filesystemAudioVolume>/media/</filesystemAudioVolume>\n"
-          "      <outputTranscodeVideoProfile>\n"
-          "       <videoIncludeReformattedContent>true</videoIncludeReformattedContent>\n"
-          "       <applyColorTransformations>false</applyColorTransformations>\n"
-          "       <videoProjectType>1080p/25</videoProjectType>\n"
-          "       <videoColorSpace>YCbCr 709</videoColorSpace>\n       <videoRaster>1920x1080</videoRaster>\n"
-          "       <encodingProfile>Standard</encodingProfile>\n       <videoDebayerSetting>0</videoDebayerSetting>\n"
-          "       <videoCompressionType name=\"ProRes 422\">1</videoCompressionType>\n"
-          "      </outputTranscodeVideoProfile>\n      <outputAudioProfile>\n"
-          "       <audioSampleRate enabled=\"true\">48000</audioSampleRate>\n"
-          "       <audioSampleWidth enabled=\"true\">24</audioSampleWidth>\n"
-          "       <audioFormat enabled=\"false\">PCM  (MXF OP1a)</audioFormat>\n"
-          "      </outputAudioProfile>\n     </outputDetail>\n    </activity>\n"
-          "    <activity id=\"consolidate\" name=\"Consolidate\">\n     <outputDetail>\n"
-          "      <filesystemVideoVolume>/media/</filesystemVideoVolume>\n"
-          "      <filesystemAudioVolume>/media/</filesystemAudioVolume>\n"
-          "      <outputConsolidateVideoProfile>\n       <videoSkipOnTarget>true</videoSkipOnTarget>\n"
-          "      </outputConsolidateVideoProfile>\n     </outputDetail>\n    </activity>\n"
-          "   </activities>\n  </package>\n </processDefinition>\n</profile>\n";
+    return "<profile>\n <version>200</version>\n <profileDetail>\n  <profileName>Profile " + n +
+           "</profileName>\n  <profileGUID>p-" + n +
+           "</profileGUID>\n  <profileTag>#krx</profileTag>\n"
+           "  <profileCreatedTimestamp>2026-01-01T00:00:00</profileCreatedTimestamp>\n"
+           "  <profileCreatorApplication>FrameStitcher</profileCreatorApplication>\n"
+           "  <profileType>EDITOR.USERSPECIFIEDFOLDER</profileType>\n </profileDetail>\n"
+           " <profileSettings>\n  <binDetail>\n   <binSelectionMethod>CREATENEW</binSelectionMethod>\n"
+           "   <binNamingMethod>VOLUME</binNamingMethod>\n  </binDetail>\n  <linkDetail>\n"
+           "   <xelPreferredPluginDetail>\n    <xelPluginName>Autodetect Plug-in</xelPluginName>\n"
+           "    <xelPluginGUID>00000000-0000-0000-0000-000000000000</xelPluginGUID>\n"
+           "   </xelPreferredPluginDetail>\n   <multichannelAudio>None</multichannelAudio>\n"
+           "   <xelAudioStartTimeOption>25</xelAudioStartTimeOption>\n"
+           "   <xelStillImageFPS>25</xelStillImageFPS>\n  </linkDetail>\n  <zorMetadata>\n"
+           "   <reelNamingMethod>FILENAME</reelNamingMethod>\n   <reelFolderLevel>1</reelFolderLevel>\n"
+           "   <frameCountingMethod>ZERO</frameCountingMethod>\n   "
+           "<timecodeMethod>EMBEDDED</timecodeMethod>\n"
+           "   <defaultFPS>25</defaultFPS>\n  </zorMetadata>\n </profileSettings>\n"
+           " <processDefinition>\n  <package>\n   <activities>\n"
+           "    <activity id=\"copy\" name=\"Copy 1\">\n     <destinationDetail>\n"
+           "      <filesystemPath>/media/copies</filesystemPath>\n"
+           "      <relinkAfterCopy>true</relinkAfterCopy>\n      <autoCheckin>false</autoCheckin>\n"
+           "     </destinationDetail>\n    </activity>\n"
+           "    <activity id=\"transcode\" name=\"Transcode 1\">\n     <outputDetail>\n"
+           "      <filesystemVideoVolume>/media/</filesystemVideoVolume>\n"
+           "      <filesystemAudioVolume>/media/</filesystemAudioVolume>\n"
+           "      <outputTranscodeVideoProfile>\n"
+           "       <videoIncludeReformattedContent>true</videoIncludeReformattedContent>\n"
+           "       <applyColorTransformations>false</applyColorTransformations>\n"
+           "       <videoProjectType>1080p/25</videoProjectType>\n"
+           "       <videoColorSpace>YCbCr 709</videoColorSpace>\n       "
+           "<videoRaster>1920x1080</videoRaster>\n"
+           "       <encodingProfile>Standard</encodingProfile>\n       "
+           "<videoDebayerSetting>0</videoDebayerSetting>\n"
+           "       <videoCompressionType name=\"ProRes 422\">1</videoCompressionType>\n"
+           "      </outputTranscodeVideoProfile>\n      <outputAudioProfile>\n"
+           "       <audioSampleRate enabled=\"true\">48000</audioSampleRate>\n"
+           "       <audioSampleWidth enabled=\"true\">24</audioSampleWidth>\n"
+           "       <audioFormat enabled=\"false\">PCM  (MXF OP1a)</audioFormat>\n"
+           "      </outputAudioProfile>\n     </outputDetail>\n    </activity>\n"
+           "    <activity id=\"consolidate\" name=\"Consolidate\">\n     <outputDetail>\n"
+           "      <filesystemVideoVolume>/media/</filesystemVideoVolume>\n"
+           "      <filesystemAudioVolume>/media/</filesystemAudioVolume>\n"
+           "      <outputConsolidateVideoProfile>\n       <videoSkipOnTarget>true</videoSkipOnTarget>\n"
+           "      </outputConsolidateVideoProfile>\n     </outputDetail>\n    </activity>\n"
+           "   </activities>\n  </package>\n </processDefinition>\n</profile>\n";
 }
 
 QByteArray profileListDocument(int count)

@@ -41,7 +41,8 @@ class Table
 {
 public:
     /// \return the row as it stands in the table, to complete its must and met.
-    Row& add(const QString& work, qint64 n, double ours, double floor, const QString& unit = QStringLiteral("ms"));
+    Row& add(const QString& work, qint64 n, double ours, double floor,
+             const QString& unit = QStringLiteral("ms"));
     const QList<Row>& rows() const { return m_rows; }
     /// Growth of the floor between the last two rows of that work.
     double floorGrowth(const QString& work) const;

@@ -74,7 +74,8 @@ void measureFill(Table& table, TestHttpServer& server)
         if (!KRXFolderManager::getInstance().refreshFolders(true))
             qFatal("the measure means nothing: no folders");
         view.fillRows();
-        const Pair time = medianPairMs(5, [&] { view.fillRows(); }, [&] { fillBareTree(tree, view); });
+        const Pair time = medianPairMs(
+            5, [&] { view.fillRows(); }, [&] { fillBareTree(tree, view); });
         Row& row = table.add(work, n, time.ours, time.floor);
         if (n < 50000) {
             row.must = QStringLiteral("ratio <= 2");

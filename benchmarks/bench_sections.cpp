@@ -35,11 +35,15 @@ struct Settings
     Settings()
         : controller(new KRXSettingsController(&section, nullptr))
     {
-        for (const XelSettingsType type : {PluginSettings, BinsSettings, LinkOptionsSettings, ZorMetadataSettings})
+        for (const XelSettingsType type :
+             {PluginSettings, BinsSettings, LinkOptionsSettings, ZorMetadataSettings})
             controller->addNewSetting(type);
-        const auto* options = static_cast<KRXLinkOptionsSettings*>(controller->getSettingsByType(LinkOptionsSettings));
-        const auto* metadata = static_cast<KRXZorMetadata*>(controller->getSettingsByType(ZorMetadataSettings));
-        for (QComboBox* box : {options->getAudioStartTimeBox(), options->getStillImageBox(), metadata->getDefaultFPSBox()}) {
+        const auto* options =
+            static_cast<KRXLinkOptionsSettings*>(controller->getSettingsByType(LinkOptionsSettings));
+        const auto* metadata =
+            static_cast<KRXZorMetadata*>(controller->getSettingsByType(ZorMetadataSettings));
+        for (QComboBox* box :
+             {options->getAudioStartTimeBox(), options->getStillImageBox(), metadata->getDefaultFPSBox()}) {
             for (const char* rate : {"23.976", "24", "25", "29.97", "30", "50", "59.94", "60"})
                 box->addItem(QLatin1String(rate), QLatin1String(rate));
         }
@@ -67,16 +71,20 @@ struct Settings
 QDomDocument otherProfile()
 {
     QDomDocument document;
-    require(document.setContent(QStringLiteral(
-                "<profile><profileSettings><binDetail><binExplicitName>Rushes</binExplicitName>"
-                "<binSelectionMethod>USEACTIVE</binSelectionMethod><binNamingMethod>EXPLICIT</binNamingMethod></binDetail>"
-                "<linkDetail><xelPreferredPluginDetail><xelPluginName>Gone</xelPluginName><xelPluginGUID>x</xelPluginGUID>"
-                "</xelPreferredPluginDetail><multichannelAudio>1-2:Stereo</multichannelAudio>"
-                "<xelAudioStartTimeOption>25</xelAudioStartTimeOption><xelStillImageFPS>60</xelStillImageFPS></linkDetail>"
-                "<zorMetadata><reelNamingMethod>FOLDERNAME</reelNamingMethod><reelFolderLevel>3</reelFolderLevel>"
-                "<frameCountingMethod>TIMECODE</frameCountingMethod><timecodeMethod>FILENAME</timecodeMethod>"
-                "<defaultFPS>50</defaultFPS></zorMetadata></profileSettings></profile>")),
-            "the profile is XML");
+    require(
+        document.setContent(QStringLiteral(
+            "<profile><profileSettings><binDetail><binExplicitName>Rushes</binExplicitName>"
+            "<binSelectionMethod>USEACTIVE</binSelectionMethod><binNamingMethod>EXPLICIT</binNamingMethod></"
+            "binDetail>"
+            "<linkDetail><xelPreferredPluginDetail><xelPluginName>Gone</xelPluginName><xelPluginGUID>x</"
+            "xelPluginGUID>"
+            "</xelPreferredPluginDetail><multichannelAudio>1-2:Stereo</multichannelAudio>"
+            "<xelAudioStartTimeOption>25</xelAudioStartTimeOption><xelStillImageFPS>60</xelStillImageFPS></"
+            "linkDetail>"
+            "<zorMetadata><reelNamingMethod>FOLDERNAME</reelNamingMethod><reelFolderLevel>3</reelFolderLevel>"
+            "<frameCountingMethod>TIMECODE</frameCountingMethod><timecodeMethod>FILENAME</timecodeMethod>"
+            "<defaultFPS>50</defaultFPS></zorMetadata></profileSettings></profile>")),
+        "the profile is XML");
     return document;
 }
 
@@ -100,11 +108,13 @@ void measureSettings(Table& table)
     readRow.met = read.ours <= kSettingsBudgetMs;
 
     settings.controller->updateUI(second);
-    require(settings.written().toString(1).contains(QLatin1String("Rushes")), "the widgets follow the document");
+    require(settings.written().toString(1).contains(QLatin1String("Rushes")),
+            "the widgets follow the document");
     const Pair write = medianPairMs(
         201, [&] { require(settings.written().hasChildNodes(), "something is written"); },
         [&] { require(!first.toString(1).isEmpty(), "the floor prints its document"); });
-    Row& writeRow = table.add(QStringLiteral("getSettingsDefXMLElement, four groups"), 1, write.ours, write.floor);
+    Row& writeRow =
+        table.add(QStringLiteral("getSettingsDefXMLElement, four groups"), 1, write.ours, write.floor);
     writeRow.must = QStringLiteral("<= 1 ms");
     writeRow.met = write.ours <= kSettingsBudgetMs;
 }
@@ -206,8 +216,8 @@ double plainToggleMs(int n)
 void measureToggles(Table& table)
 {
     for (const int n : {10, 100, 1000}) {
-        Row& row = table.add(QStringLiteral("open and close a section, N beside each other inside"), n, toggleMs(n, false),
-                             plainToggleMs(n));
+        Row& row = table.add(QStringLiteral("open and close a section, N beside each other inside"), n,
+                             toggleMs(n, false), plainToggleMs(n));
         // A thousand only informs: there Qt's comparing of widgets that are to be painted begins to show.
         if (n == 100) {
             row.must = QStringLiteral("linear (growth <= 15)");
@@ -215,7 +225,8 @@ void measureToggles(Table& table)
         }
     }
     for (const int n : {10, 100}) {
-        Row& row = table.add(QStringLiteral("open and close a section, N inside one another"), n, toggleMs(n, true), 0);
+        Row& row = table.add(QStringLiteral("open and close a section, N inside one another"), n,
+                             toggleMs(n, true), 0);
         if (n > 10) {
             row.must = QStringLiteral("linear (growth <= 15)");
             row.met = row.growth <= 15;

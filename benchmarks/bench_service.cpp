@@ -40,9 +40,9 @@ QByteArray waveFile()
             bytes += char(value >> (8 * i));
         return bytes;
     };
-    return "RIFF" + little(36 + kBytes, 4) + "WAVEfmt " + little(16, 4) + little(1, 2) + little(1, 2)
-        + little(48000, 4) + little(96000, 4) + little(2, 2) + little(16, 2) + "data" + little(kBytes, 4)
-        + QByteArray(int(kBytes), '\0');
+    return "RIFF" + little(36 + kBytes, 4) + "WAVEfmt " + little(16, 4) + little(1, 2) + little(1, 2) +
+           little(48000, 4) + little(96000, 4) + little(2, 2) + little(16, 2) + "data" + little(kBytes, 4) +
+           QByteArray(int(kBytes), '\0');
 }
 
 /// Writes the file in two halves and closes it. \return false when it cannot.
@@ -83,7 +83,8 @@ double noticeMs(const QString& folder)
 void measureService(Table& table)
 {
     QTemporaryDir scratch;
-    require(QDir(scratch.path()).mkpath(QStringLiteral("watch")) && QDir(scratch.path()).mkpath(QStringLiteral("notice")),
+    require(QDir(scratch.path()).mkpath(QStringLiteral("watch")) &&
+                QDir(scratch.path()).mkpath(QStringLiteral("notice")),
             "there is room for a watch folder");
     QProcess service;
     service.setProcessChannelMode(QProcess::SeparateChannels);
@@ -94,7 +95,8 @@ void measureService(Table& table)
                    QString::number(kSettleSeconds)});
     require(service.waitForStarted() && service.waitForReadyRead(10000), "the service starts");
     const QString said = QString::fromUtf8(service.readLine());
-    const quint16 port = quint16(QRegularExpression(QStringLiteral(":(\\d+)")).match(said).captured(1).toUInt());
+    const quint16 port =
+        quint16(QRegularExpression(QStringLiteral(":(\\d+)")).match(said).captured(1).toUInt());
     require(port != 0, "the service says its port");
     const ScopedConnectPort connect(port);
 
@@ -138,8 +140,8 @@ void measureService(Table& table)
             require(closed.elapsed() < 60000, "the outputs are consumed");
     }
     std::sort(times.begin(), times.end());
-    Row& row = table.add(QStringLiteral("file closed until listed ready, --settle 2"), 1, times[times.size() / 2],
-                         noticeMs(scratch.filePath(QStringLiteral("notice"))));
+    Row& row = table.add(QStringLiteral("file closed until listed ready, --settle 2"), 1,
+                         times[times.size() / 2], noticeMs(scratch.filePath(QStringLiteral("notice"))));
     row.must = QStringLiteral("<= settle + 1 s, never before the writer is done");
     row.met = row.ours <= (kSettleSeconds + 1) * 1000 && !early;
 

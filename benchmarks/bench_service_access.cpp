@@ -41,7 +41,9 @@ void measureFolderRefresh(Table& table, TestHttpServer& server)
         server.setReply("GET", target, 200, folderListDocument(n));
         const Pair time = medianPairMs(
             n == 100000 ? 3 : 7,
-            [&] { require(manager.refreshFolders(true) && manager.countFolders() == n, "all folders arrived"); },
+            [&] {
+                require(manager.refreshFolders(true) && manager.countFolders() == n, "all folders arrived");
+            },
             [&] { parse(plain.get(server.port(), target)); });
         Row& row = table.add(work, n, time.ours, time.floor);
         const double ratio = row.ours / row.floor;
@@ -108,13 +110,17 @@ void measureFolderByFolder(Table& table, TestHttpServer& server)
     PlainHttp plain;
     KRXFolderManager& manager = KRXFolderManager::getInstance();
     const Pair time = medianPairMs(
-        5, [&] { require(manager.refreshFolders(false) && manager.countFolders() == kCount, "all folders arrived"); },
+        5,
+        [&] {
+            require(manager.refreshFolders(false) && manager.countFolders() == kCount, "all folders arrived");
+        },
         [&] {
             parse(plain.get(server.port(), kFolders));
             for (int i = 0; i < kCount; ++i)
                 parse(plain.get(server.port(), kFolders + "/" + QByteArray::number(i)));
         });
-    Row& row = table.add(QStringLiteral("refreshFolders(false), one request each"), kCount, time.ours, time.floor);
+    Row& row =
+        table.add(QStringLiteral("refreshFolders(false), one request each"), kCount, time.ours, time.floor);
     row.must = QStringLiteral("ratio <= 1.5");
     row.met = row.ours / row.floor <= 1.5;
 }
@@ -128,10 +134,15 @@ void measureProfileRefresh(Table& table, TestHttpServer& server)
         const QByteArray target = kProfiles + "?level=detail";
         server.setReply("GET", target, 200, profileListDocument(n));
         const Pair time = medianPairMs(
-            9, [&] { require(manager.refreshProfiles(true) && manager.countProfiles() == n, "all profiles arrived"); },
+            9,
+            [&] {
+                require(manager.refreshProfiles(true) && manager.countProfiles() == n,
+                        "all profiles arrived");
+            },
             [&] { parse(plain.get(server.port(), target), true); });
         Row& row = table.add(work, n, time.ours, time.floor);
-        row.must = n == 50 ? QStringLiteral("ratio <= 2") : QStringLiteral("ratio <= 2, linear (growth <= 15)");
+        row.must =
+            n == 50 ? QStringLiteral("ratio <= 2") : QStringLiteral("ratio <= 2, linear (growth <= 15)");
         row.met = row.ours / row.floor <= 2 && row.growth <= 15;
     }
 }

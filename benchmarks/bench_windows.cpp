@@ -69,7 +69,8 @@ void measurePanel(Table& table)
             panel.show();
             QCoreApplication::processEvents();
         });
-        Row& waiting = table.add(QStringLiteral("panel made and shown off-line, service hanging"), 0, usable, 0);
+        Row& waiting =
+            table.add(QStringLiteral("panel made and shown off-line, service hanging"), 0, usable, 0);
         waiting.must = must;
         waiting.met = waiting.ours <= 300;
         // Each request waits for its own answer; the panel makes three of them.
@@ -78,7 +79,8 @@ void measurePanel(Table& table)
         QElapsedTimer timer;
         timer.start();
         panel.show();
-        table.add(QStringLiteral("panel shown on-line all the same, service hanging"), 0, double(timer.elapsed()), 0);
+        table.add(QStringLiteral("panel shown on-line all the same, service hanging"), 0,
+                  double(timer.elapsed()), 0);
     }
     forgetManagers();
 }
@@ -88,24 +90,27 @@ void measureEditor(Table& table)
     TestHttpServer server;
     const ScopedConnectPort connect(server.port());
     QByteArray ten = profileElement(1);
-    const QByteArray activity = ten.mid(ten.indexOf("    <activity id=\"copy\""),
-                                        ten.indexOf("    <activity id=\"consolidate\"")
-                                            - ten.indexOf("    <activity id=\"copy\""));
+    const QByteArray activity =
+        ten.mid(ten.indexOf("    <activity id=\"copy\""),
+                ten.indexOf("    <activity id=\"consolidate\"") - ten.indexOf("    <activity id=\"copy\""));
     ten.insert(ten.indexOf("    <activity id=\"consolidate\""), activity.repeated(4));
     QByteArray other = ten;
     other.replace("p-0001", "p-0002").replace("Profile 0001", "Profile 0002");
-    server.setReply("GET", "/KRXService/profiles?level=detail", 200, "<profiles>" + ten + other + "</profiles>");
+    server.setReply("GET", "/KRXService/profiles?level=detail", 200,
+                    "<profiles>" + ten + other + "</profiles>");
     KRXProfileManager::getInstance().refreshProfiles(true);
     const auto items = KRXProfileManager::getInstance().profileItems();
     if (items.size() != 2)
         qFatal("the measure means nothing: the profiles are missing");
 
-    Row& opened = table.add(QStringLiteral("opening the editor on a profile of ten actions"), 11, medianMs(5, [&] {
-                                KRXProfilesWindow editor(nullptr);
-                                editor.updateProfilesBox(items, QStringLiteral("p-0001"));
-                                editor.show();
-                                QCoreApplication::processEvents();
-                            }),
+    Row& opened = table.add(QStringLiteral("opening the editor on a profile of ten actions"), 11,
+                            medianMs(5,
+                                     [&] {
+                                         KRXProfilesWindow editor(nullptr);
+                                         editor.updateProfilesBox(items, QStringLiteral("p-0001"));
+                                         editor.show();
+                                         QCoreApplication::processEvents();
+                                     }),
                             0);
     opened.must = QStringLiteral("<= 150 ms");
     opened.met = opened.ours <= 150;
@@ -114,10 +119,12 @@ void measureEditor(Table& table)
     editor.updateProfilesBox(items, QStringLiteral("p-0001"));
     editor.show();
     int index = 0;
-    Row& switched = table.add(QStringLiteral("switching to another profile of ten actions"), 11, medianMs(7, [&] {
-                                  editor.getProfilesBox()->setCurrentIndex(index = 1 - index);
-                                  QCoreApplication::processEvents();
-                              }),
+    Row& switched = table.add(QStringLiteral("switching to another profile of ten actions"), 11,
+                              medianMs(7,
+                                       [&] {
+                                           editor.getProfilesBox()->setCurrentIndex(index = 1 - index);
+                                           QCoreApplication::processEvents();
+                                       }),
                               0);
     switched.must = QStringLiteral("<= 100 ms");
     switched.met = switched.ours <= 100;

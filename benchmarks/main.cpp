@@ -9,14 +9,16 @@ int main(int argc, char* argv[])
 {
     QApplication application(argc, argv);
     QCommandLineParser options;
-    options.setApplicationDescription(
-        QStringLiteral("Measures KRX Folders and prints one table; the floor is the same work done with bare means."));
+    options.setApplicationDescription(QStringLiteral(
+        "Measures KRX Folders and prints one table; the floor is the same work done with bare means."));
     options.addHelpOption();
-    const QCommandLineOption json(QStringLiteral("json"), QStringLiteral("Also write the rows to FILE as JSON."),
+    const QCommandLineOption json(QStringLiteral("json"),
+                                  QStringLiteral("Also write the rows to FILE as JSON."),
                                   QStringLiteral("FILE"));
-    const QCommandLineOption only(QStringLiteral("only"),
-                                  QStringLiteral("Measure one area: access, view, sections, actions, windows, service."),
-                                  QStringLiteral("AREA"));
+    const QCommandLineOption only(
+        QStringLiteral("only"),
+        QStringLiteral("Measure one area: access, view, sections, actions, windows, service."),
+        QStringLiteral("AREA"));
     options.addOption(json);
     options.addOption(only);
     options.process(application);
@@ -42,7 +44,8 @@ int main(int argc, char* argv[])
     if (options.isSet(json)) {
         QFile file(options.value(json));
         if (!file.open(QIODevice::WriteOnly) || file.write(table.json()) < 0) {
-            QTextStream(stderr) << "krx-bench: cannot write " << file.fileName() << ": " << file.errorString() << '\n';
+            QTextStream(stderr) << "krx-bench: cannot write " << file.fileName() << ": " << file.errorString()
+                                << '\n';
             return 2;
         }
     }

@@ -68,7 +68,8 @@ FrameRate readRate(JsonFields& fields)
     static const QRegularExpression form(QStringLiteral("^([1-9][0-9]{0,5})(?:/([1-9][0-9]{0,5}))?$"));
     const QRegularExpressionMatch match = form.match(fields.text("rate"));
     if (!match.hasMatch()) {
-        fields.fail("rate", QStringLiteral("must be frames per second, for example \"25\" or \"30000/1001\""));
+        fields.fail("rate",
+                    QStringLiteral("must be frames per second, for example \"25\" or \"30000/1001\""));
         return {};
     }
     return {match.captured(1).toInt(), match.captured(2).isEmpty() ? 1 : match.captured(2).toInt()};
@@ -149,8 +150,9 @@ void readFormats(JsonFields& document, MediaCatalogue& catalogue)
     QSet<quint32> identifiers;
     QSet<QString> descriptions;
     document.objects("formats", [&](JsonFields& fields) {
-        fields.allowOnly({QStringLiteral("identifier"), QStringLiteral("description"), QStringLiteral("frame"),
-                          QStringLiteral("rate"), QStringLiteral("disabled"), QStringLiteral("family")});
+        fields.allowOnly({QStringLiteral("identifier"), QStringLiteral("description"),
+                          QStringLiteral("frame"), QStringLiteral("rate"), QStringLiteral("disabled"),
+                          QStringLiteral("family")});
         Format format;
         format.format.identifier = static_cast<quint32>(fields.number("identifier", 1, kMaxId));
         if (identifiers.contains(format.format.identifier))
@@ -178,7 +180,8 @@ HostMediaEngine::AafUid readUid(JsonFields& fields)
     HostMediaEngine::AafUid uid;
     const QUuid read(fields.text("uid"));
     if (read.isNull())
-        fields.fail("uid", QStringLiteral("must be an identifier like \"0123abcd-0001-00ef-060e-2b3401020304\""));
+        fields.fail("uid",
+                    QStringLiteral("must be an identifier like \"0123abcd-0001-00ef-060e-2b3401020304\""));
     uid.part1 = read.data1;
     uid.part2 = read.data2;
     uid.part3 = read.data3;
@@ -200,7 +203,8 @@ QList<int> readTypesOfCompression(JsonFields& fields, const MediaCatalogue& cata
             types.append(type.code);
     }
     if (!missing.isEmpty())
-        fields.fail("definitions", QStringLiteral("names %1, of which there is no project type").arg(*missing.cbegin()));
+        fields.fail("definitions",
+                    QStringLiteral("names %1, of which there is no project type").arg(*missing.cbegin()));
     for (const int code : codes) {
         if (!types.contains(code))
             fields.fail("projectTypes", QStringLiteral("names %1, which is no project type").arg(code));
@@ -232,9 +236,10 @@ void readCompressions(JsonFields& document, MediaCatalogue& catalogue)
     document.objects("compressions", [&](JsonFields& fields) {
         fields.allowOnly({QStringLiteral("id"), QStringLiteral("name"), QStringLiteral("uid"),
                           QStringLiteral("bits"), QStringLiteral("sampling"), QStringLiteral("maxBitrate"),
-                          QStringLiteral("avgBitrate"), QStringLiteral("pattern"), QStringLiteral("definitions"),
-                          QStringLiteral("projectTypes"), QStringLiteral("colorSpaces"),
-                          QStringLiteral("arguments"), QStringLiteral("container"), QStringLiteral("profiles")});
+                          QStringLiteral("avgBitrate"), QStringLiteral("pattern"),
+                          QStringLiteral("definitions"), QStringLiteral("projectTypes"),
+                          QStringLiteral("colorSpaces"), QStringLiteral("arguments"),
+                          QStringLiteral("container"), QStringLiteral("profiles")});
         Compression compression;
         compression.id = static_cast<quint32>(fields.number("id", 1, kMaxId));
         if (ids.contains(compression.id))
@@ -245,8 +250,10 @@ void readCompressions(JsonFields& document, MediaCatalogue& catalogue)
         constexpr int mostBits = 16;
         compression.descriptor.bitsPerComponent = static_cast<quint32>(fields.number("bits", 1, mostBits));
         compression.descriptor.chromaSampling = fields.choice("sampling", samplingNames());
-        compression.descriptor.maxBitrate = static_cast<quint64>(fields.number("maxBitrate", 0, kMaxBitrate, 0));
-        compression.descriptor.avgBitrate = static_cast<quint64>(fields.number("avgBitrate", 0, kMaxBitrate, 0));
+        compression.descriptor.maxBitrate =
+            static_cast<quint64>(fields.number("maxBitrate", 0, kMaxBitrate, 0));
+        compression.descriptor.avgBitrate =
+            static_cast<quint64>(fields.number("avgBitrate", 0, kMaxBitrate, 0));
         compression.descriptor.pictureItemPattern =
             static_cast<quint8>(fields.choice("pattern", patternNames()) + 1);
         compression.projectTypes = readTypesOfCompression(fields, catalogue);
@@ -266,8 +273,8 @@ void readCompressions(JsonFields& document, MediaCatalogue& catalogue)
 void readAudio(JsonFields& document, MediaCatalogue& catalogue)
 {
     document.object("audio", [&catalogue](JsonFields& fields) {
-        fields.allowOnly({QStringLiteral("formats"), QStringLiteral("sampleRates"), QStringLiteral("sampleSizes"),
-                          QStringLiteral("creationType")});
+        fields.allowOnly({QStringLiteral("formats"), QStringLiteral("sampleRates"),
+                          QStringLiteral("sampleSizes"), QStringLiteral("creationType")});
         constexpr int mostBytes = 4;
         catalogue.audio.formats = intList(fields.numbers("formats", 1, kMaxInt));
         catalogue.audio.sampleRates = intList(fields.numbers("sampleRates", 1, kMaxInt));
@@ -294,10 +301,10 @@ void readPlugins(JsonFields& document, MediaCatalogue& catalogue)
 void readProject(JsonFields& document, MediaCatalogue& catalogue)
 {
     document.object("project", [&catalogue](JsonFields& fields) {
-        fields.allowOnly({QStringLiteral("type"), QStringLiteral("targetFormat"), QStringLiteral("rasterWidth"),
-                          QStringLiteral("colorSpace"), QStringLiteral("rgbEncode"), QStringLiteral("rasterOption"),
-                          QStringLiteral("sampleRate"), QStringLiteral("audioFileFormat"),
-                          QStringLiteral("sampleSize")});
+        fields.allowOnly(
+            {QStringLiteral("type"), QStringLiteral("targetFormat"), QStringLiteral("rasterWidth"),
+             QStringLiteral("colorSpace"), QStringLiteral("rgbEncode"), QStringLiteral("rasterOption"),
+             QStringLiteral("sampleRate"), QStringLiteral("audioFileFormat"), QStringLiteral("sampleSize")});
         Project& project = catalogue.project;
         project.type = static_cast<int>(fields.number("type", 1, kMaxInt));
         const auto isType = [&project](const ProjectType& type) { return type.code == project.type; };
@@ -307,7 +314,8 @@ void readProject(JsonFields& document, MediaCatalogue& catalogue)
         project.rasterWidth = static_cast<int>(fields.number("rasterWidth", 1, kMaxInt));
         project.colorSpace = static_cast<int>(fields.number("colorSpace", 1, kMaxColorSpace));
         project.rgbEncode = fields.flag("rgbEncode", project.rgbEncode);
-        project.rasterOption = static_cast<int>(fields.number("rasterOption", 0, kMaxInt, project.rasterOption));
+        project.rasterOption =
+            static_cast<int>(fields.number("rasterOption", 0, kMaxInt, project.rasterOption));
         project.sampleRate = static_cast<int>(fields.number("sampleRate", 1, kMaxInt, project.sampleRate));
         project.audioFileFormat =
             static_cast<int>(fields.number("audioFileFormat", 1, kMaxInt, project.audioFileFormat));
@@ -334,9 +342,9 @@ QString readDocument(const QByteArray& text, MediaCatalogue& catalogue)
         return QStringLiteral("must be an object");
     QString error;
     JsonFields document(json.object(), QString(), &error);
-    document.allowOnly({QStringLiteral("projectTypes"), QStringLiteral("formats"), QStringLiteral("compressions"),
-                        QStringLiteral("defaultCompression"), QStringLiteral("audio"), QStringLiteral("plugins"),
-                        QStringLiteral("project")});
+    document.allowOnly({QStringLiteral("projectTypes"), QStringLiteral("formats"),
+                        QStringLiteral("compressions"), QStringLiteral("defaultCompression"),
+                        QStringLiteral("audio"), QStringLiteral("plugins"), QStringLiteral("project")});
     readProjectTypes(document, catalogue);
     readFormats(document, catalogue);
     readCompressions(document, catalogue);

@@ -12,8 +12,8 @@
 /// Reading a JSON document field by field, with errors that name the field. Inside the stand-in only.
 namespace StandInHost {
 
-/// One object of a document. Every object of a document shares one error: the first thing that was wrong. Once
-/// there is an error, everything read is empty and what is read does not matter any more.
+/// One object of a document. Every object of a document shares one error: the first thing that was wrong.
+/// Once there is an error, everything read is empty and what is read does not matter any more.
 class JsonFields
 {
 public:
@@ -48,7 +48,8 @@ public:
 private:
     QString placeOf(const QString& field) const;
     void failAt(const QString& place, const QString& what);
-    bool wholeNumber(const QJsonValue& value, const QString& place, qint64 least, qint64 most, qint64& number);
+    bool wholeNumber(const QJsonValue& value, const QString& place, qint64 least, qint64 most,
+                     qint64& number);
 
     QJsonObject m_object;
     QString m_place;

@@ -1,5 +1,5 @@
-// What the service reads from strangers: request heads and documents. An input is a request as it comes over the wire;
-// its head goes through the guard, its body through every reader.
+// What the service reads from strangers: request heads and documents. An input is a request as it comes over
+// the wire; its head goes through the guard, its body through every reader.
 
 #include "base/Text.h"
 #include "documents/Answers.h"
@@ -56,7 +56,8 @@ void checkHead(const RequestHead& head)
     const auto refusal = httpguard::check(head);
     if (refusal) {
         promise(refusal->status >= 400 && refusal->status < 500, "a refusal is a 4xx");
-        promise(!refusal->text.empty() && refusal->text.find('\n') == std::string::npos, "a refusal is one line");
+        promise(!refusal->text.empty() && refusal->text.find('\n') == std::string::npos,
+                "a refusal is one line");
         return;
     }
     promise(head.values("Host").size() == 1, "what passes has one Host");

@@ -27,8 +27,8 @@ KRX_HOST_API QMessageBox::StandardButton showManagedMessageBox(QWidget* parent, 
                                                                QMessageBox::StandardButton defaultButton);
 
 /// Runs the modal directory chooser of the platform.
-/// \param parent may be null. \param caption its title, localised. \param start where it starts; may be empty.
-/// \return the chosen directory with "/" separators, empty when the user cancelled.
+/// \param parent may be null. \param caption its title, localised. \param start where it starts; may be
+/// empty. \return the chosen directory with "/" separators, empty when the user cancelled.
 KRX_HOST_API QString chooseDirectory(QWidget* parent, const QString& caption, const QString& start);
 
 /// A colour of the current skin by its palette name, opaque. Unknown names give an invalid colour.
@@ -59,8 +59,8 @@ enum class IconVariant { Normal, Pressed };
 KRX_HOST_API int disabledAlpha(bool isDisabled);
 /// Draws an icon of a skin group, scaled to fit \a rect with its aspect kept, centred.
 /// \param painter active. \param iconId for example "open_arrow.png". \param group for example
-/// "icons/Arrows/" (a closing slash does not matter). \param colors tint; invalid colours leave the icon as it
-/// is. \param alpha opacity, 0 to 255.
+/// "icons/Arrows/" (a closing slash does not matter). \param colors tint; invalid colours leave the icon as
+/// it is. \param alpha opacity, 0 to 255.
 KRX_HOST_API void drawSkinnedIcon(QPainter* painter, const QRect& rect, const QString& iconId,
                                   const QString& group, const IconTintColors& colors, int alpha,
                                   IconVariant variant = IconVariant::Normal);

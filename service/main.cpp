@@ -60,7 +60,8 @@ int serve(const krxservice::Options& options, int caught, QCoreApplication& appl
     std::fflush(stdout);
 
     QSocketNotifier notifier(caught, QSocketNotifier::Read);
-    QObject::connect(&notifier, &QSocketNotifier::activated, &application, [&application] { application.quit(); });
+    QObject::connect(&notifier, &QSocketNotifier::activated, &application,
+                     [&application] { application.quit(); });
     QCoreApplication::exec();
     log::info("ending");
     listener.stop();

@@ -79,10 +79,12 @@ void showValues(KRXSettingsController* controller)
     QDomDocument profile;
     profile.setContent(QStringLiteral(
         "<profile><profileSettings>"
-        "<binDetail><binNamingMethod>EXPLICIT</binNamingMethod><binExplicitName>Rushes Day 12</binExplicitName>"
+        "<binDetail><binNamingMethod>EXPLICIT</binNamingMethod><binExplicitName>Rushes Day "
+        "12</binExplicitName>"
         "<binSelectionMethod>CREATENEW</binSelectionMethod></binDetail>"
         "<linkDetail><multichannelAudio>1-2:Stereo;3-8:5.1</multichannelAudio></linkDetail>"
-        "<zorMetadata><reelNamingMethod>FOLDERNAME</reelNamingMethod><reelFolderLevel>3</reelFolderLevel></zorMetadata>"
+        "<zorMetadata><reelNamingMethod>FOLDERNAME</reelNamingMethod><reelFolderLevel>3</reelFolderLevel></"
+        "zorMetadata>"
         "<volumeMountingDetail><doNotCheckPreviousForModifications>true</doNotCheckPreviousForModifications>"
         "</volumeMountingDetail></profileSettings></profile>"));
     controller->updateUI(profile);
@@ -172,8 +174,8 @@ QWidget* makeActionsPage()
     };
     addRow(ActionType::Copy, 1);
     GalleryActionRow* longPath = addRow(ActionType::Copy, 2);
-    longPath->findChild<CopyToPathWidget*>()->setPath(
-        QStringLiteral("/volumes/rushes/2026/a production with a rather long name/day 12/camera A/card 3/backup"));
+    longPath->findChild<CopyToPathWidget*>()->setPath(QStringLiteral(
+        "/volumes/rushes/2026/a production with a rather long name/day 12/camera A/card 3/backup"));
     addRow(ActionType::Consolidate, 0)->setSelected(true);
     GalleryActionRow* fallback = addRow(ActionType::Consolidate, 0);
     fallback->findChild<QCheckBox*>(QStringLiteral("performTranscodeIfConsolidateFails"))->setChecked(true);

@@ -56,8 +56,9 @@ bool writeShots(const QString& directory, QString& error)
             const QPixmap picture = widget->grab();
             const int resolution = qRound(picture.devicePixelRatioF());
             const QString suffix = resolution == 1 ? QString() : QStringLiteral("@%1x").arg(resolution);
-            const QString path = QDir(directory).filePath(QStringLiteral("gallery-%1-%2%3.png")
-                                                              .arg(QLatin1String(page.name), QLatin1String(skin.name), suffix));
+            const QString path = QDir(directory).filePath(
+                QStringLiteral("gallery-%1-%2%3.png")
+                    .arg(QLatin1String(page.name), QLatin1String(skin.name), suffix));
             constexpr int smallest = 0; // the quality that stands for the most compression in PNG
             if (!picture.toImage().convertToFormat(QImage::Format_RGB32).save(path, "PNG", smallest)) {
                 error = QStringLiteral("could not write %1").arg(path);

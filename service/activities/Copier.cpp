@@ -1,7 +1,7 @@
 #include "activities/Copier.h"
 
-#include "base/Text.h"
 #include "base/FileTools.h"
+#include "base/Text.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -46,7 +46,8 @@ public:
         if (!m_source.isOpen() || ::fstat(m_source.get(), &m_facts) != 0)
             return failed(m_order.source, errno);
         const std::string name = text::baseName(m_order.source);
-        m_scratch = m_order.directory + "/.krx-" + text::newGuid().substr(0, 8) + '-' + name.substr(0, 200) + ".part";
+        m_scratch =
+            m_order.directory + "/.krx-" + text::newGuid().substr(0, 8) + '-' + name.substr(0, 200) + ".part";
         if (m_order.willWrite)
             m_order.willWrite(m_scratch);
         CopyResult result = write();
@@ -81,17 +82,22 @@ private:
     /// True when the source is what it was at the start.
     bool sourceStands() const
     {
-        struct stat facts{};
-        return ::fstat(m_source.get(), &facts) == 0 && facts.st_size == m_facts.st_size
-            && facts.st_mtim.tv_sec == m_facts.st_mtim.tv_sec && facts.st_mtim.tv_nsec == m_facts.st_mtim.tv_nsec;
+        struct stat facts
+        {
+        };
+        return ::fstat(m_source.get(), &facts) == 0 && facts.st_size == m_facts.st_size &&
+               facts.st_mtim.tv_sec == m_facts.st_mtim.tv_sec &&
+               facts.st_mtim.tv_nsec == m_facts.st_mtim.tv_nsec;
     }
 
     CopyResult write()
     {
-        const filetools::Descriptor target(::open(m_scratch.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+        const filetools::Descriptor target(
+            ::open(m_scratch.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
         if (!target.isOpen())
             return failed(m_order.directory, errno);
-        const std::unique_ptr<XXH3_state_t, decltype(&XXH3_freeState)> state(XXH3_createState(), &XXH3_freeState);
+        const std::unique_ptr<XXH3_state_t, decltype(&XXH3_freeState)> state(XXH3_createState(),
+                                                                             &XXH3_freeState);
         XXH3_64bits_reset(state.get());
         std::vector<char> buffer(kBuffer);
         std::int64_t copied = 0;
@@ -126,7 +132,7 @@ private:
             return failed(m_order.source + " changed while it was copied");
         char text[48];
         std::snprintf(text, sizeof text, "xxh3-64:%016llx",
-            static_cast<unsigned long long>(XXH3_64bits_digest(state.get())));
+                      static_cast<unsigned long long>(XXH3_64bits_digest(state.get())));
         return done(text);
     }
 
@@ -154,7 +160,8 @@ private:
             return result;
         }
         if (*found != expected)
-            return failed("the copy of " + m_order.source + " in " + m_order.directory + " differs from the original");
+            return failed("the copy of " + m_order.source + " in " + m_order.directory +
+                          " differs from the original");
         return done(expected);
     }
 
@@ -177,13 +184,15 @@ private:
     {
         const auto stamp = filetools::stampOf(path);
         std::string error;
-        return stamp && stamp->size == m_facts.st_size
-            && filetools::checksum(path, m_order.cancel, error) == std::optional(checksum);
+        return stamp && stamp->size == m_facts.st_size &&
+               filetools::checksum(path, m_order.cancel, error) == std::optional(checksum);
     }
 
     const CopyOrder& m_order;
     filetools::Descriptor m_source;
-    struct stat m_facts{};
+    struct stat m_facts
+    {
+    };
     std::string m_scratch;
 };
 

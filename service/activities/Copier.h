@@ -31,9 +31,9 @@ struct CopyResult
     std::string error;
 };
 
-/// Copies a file into a folder so that a reader sees either nothing or the whole, verified copy: written under
-/// a hidden name, read back and compared, brought to the disk, renamed. An existing file is never replaced:
-/// when its content is the same it counts as the copy, otherwise the copy is called "name (2).ext".
+/// Copies a file into a folder so that a reader sees either nothing or the whole, verified copy: written
+/// under a hidden name, read back and compared, brought to the disk, renamed. An existing file is never
+/// replaced: when its content is the same it counts as the copy, otherwise the copy is called "name (2).ext".
 class Copier
 {
 public:

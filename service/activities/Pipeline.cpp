@@ -1,9 +1,9 @@
 #include "activities/Pipeline.h"
 
-#include "base/Log.h"
-#include "base/Text.h"
 #include "activities/Copier.h"
 #include "base/FileTools.h"
+#include "base/Log.h"
+#include "base/Text.h"
 #include "media/MediaProbe.h"
 
 #include <unistd.h>
@@ -12,7 +12,8 @@ namespace krxservice {
 
 namespace {
 
-FileResult ended(FileResult::End end, const std::string& text, const std::optional<FileStamp>& stamp = std::nullopt)
+FileResult ended(FileResult::End end, const std::string& text,
+                 const std::optional<FileStamp>& stamp = std::nullopt)
 {
     return {end, text, stamp};
 }
@@ -120,8 +121,8 @@ std::string Pipeline::runActivities(Work& work)
 
 std::string Pipeline::runCopy(Work& work, const ActivityRecipe& activity, int index)
 {
-    if (work.order.ownerKind == "folder"
-        && text::canonicalPath(activity.destination) == text::canonicalPath(work.order.ownerPath))
+    if (work.order.ownerKind == "folder" &&
+        text::canonicalPath(activity.destination) == text::canonicalPath(work.order.ownerPath))
         return "the destination is the watched folder itself";
     CopyOrder order;
     order.source = work.order.path;
@@ -132,7 +133,8 @@ std::string Pipeline::runCopy(Work& work, const ActivityRecipe& activity, int in
     order.willWrite = [&](const std::string& scratch) { m_files.setScratch(work.record.id, scratch); };
     order.progress = [&](int percent) {
         if (work.order.progress)
-            work.order.progress((index * 100 + percent) / static_cast<int>(work.order.profile.activities.size()));
+            work.order.progress((index * 100 + percent) /
+                                static_cast<int>(work.order.profile.activities.size()));
     };
     const CopyResult result = Copier::copy(order);
     if (!result.ok)
@@ -189,7 +191,8 @@ FileResult Pipeline::publish(Work& work)
 void Pipeline::recover()
 {
     const auto lock = m_database.lock();
-    m_outputs.removeUnless([this](const std::string& owner, std::int64_t id) { return m_files.exists(owner, id); });
+    m_outputs.removeUnless(
+        [this](const std::string& owner, std::int64_t id) { return m_files.exists(owner, id); });
     for (const auto& file : m_files.inState(FileState::Publishing)) {
         if (m_outputs.isPrepared(file.owner, file.output)) {
             if (const auto reason = m_outputs.publish(file.owner, file.output); !reason.empty()) {

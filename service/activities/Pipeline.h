@@ -1,10 +1,10 @@
 #pragma once
 
+#include "media/OutputArea.h"
 #include "media/OutputDocument.h"
+#include "queue/CancelToken.h"
 #include "store/ErrorStore.h"
 #include "store/FileStore.h"
-#include "queue/CancelToken.h"
-#include "media/OutputArea.h"
 
 #include <functional>
 #include <optional>
@@ -21,9 +21,9 @@ struct FileOrder
     std::string path;
     ProfileRecipe profile;
     CancelToken cancel;
-    std::function<void()> willAct;         ///< called before the first action of the profile begins
-    std::function<void(int)> progress;     ///< 0 to 100 over all actions
-    std::function<bool()> staysCancelled;  ///< asked when cancelled: true when it is not to be tried again
+    std::function<void()> willAct;        ///< called before the first action of the profile begins
+    std::function<void(int)> progress;    ///< 0 to 100 over all actions
+    std::function<bool()> staysCancelled; ///< asked when cancelled: true when it is not to be tried again
 };
 
 /// How the work on a file ended.

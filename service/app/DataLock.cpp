@@ -1,7 +1,7 @@
 #include "app/DataLock.h"
 
-#include "base/Text.h"
 #include "base/FileTools.h"
+#include "base/Text.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

@@ -74,19 +74,24 @@ HttpAnswer Routes::dispatch(const Call& call)
     if (segments.size() == 2) {
         const std::string& collection = segments[0];
         if (collection == "jobs" && segments[1] == "status")
-            return call.method == "GET" ? HttpAnswer::xml(answers::jobStatusList(m_service.jobs(
-                                              call.query("filter") == "true" || call.query("kind") == "manual")))
-                                        : notAllowed("GET");
+            return call.method == "GET"
+                       ? HttpAnswer::xml(answers::jobStatusList(m_service.jobs(
+                             call.query("filter") == "true" || call.query("kind") == "manual")))
+                       : notAllowed("GET");
         if (collection == "jobs" && segments[1] == "detail")
-            return call.method == "GET" ? HttpAnswer::xml(answers::jobDetailList(m_service.jobsInDetail(
-                                              call.query("filter") == "true" || call.query("kind") == "manual")))
-                                        : notAllowed("GET");
-        const bool known = collection == "xelmediafolders" || collection == "profiles" || collection == "jobs";
+            return call.method == "GET"
+                       ? HttpAnswer::xml(answers::jobDetailList(m_service.jobsInDetail(
+                             call.query("filter") == "true" || call.query("kind") == "manual")))
+                       : notAllowed("GET");
+        const bool known =
+            collection == "xelmediafolders" || collection == "profiles" || collection == "jobs";
         if (!known || segments[1].empty())
             return notFound();
         if (!text::isLegalId(segments[1]))
             return HttpAnswer::refused({400, "this is no id of the service"});
-        return collection == "xelmediafolders" ? folder(call) : collection == "profiles" ? profile(call) : job(call);
+        return collection == "xelmediafolders" ? folder(call)
+               : collection == "profiles"      ? profile(call)
+                                               : job(call);
     }
     const std::string& resource = segments[0];
     if (resource == "xelmediafolders")
@@ -109,7 +114,8 @@ HttpAnswer Routes::folders(const Call& call)
         if (!request)
             return HttpAnswer::refused(request.refusal());
         const auto id = m_service.createFolder(*request);
-        return id ? HttpAnswer::xml(answers::folderCreated(*id, call.base), 201) : HttpAnswer::refused(id.refusal());
+        return id ? HttpAnswer::xml(answers::folderCreated(*id, call.base), 201)
+                  : HttpAnswer::refused(id.refusal());
     }
     if (call.method != "GET")
         return notAllowed("GET, POST");
@@ -141,7 +147,8 @@ HttpAnswer Routes::profiles(const Call& call)
 {
     if (call.method == "POST") {
         const auto id = m_service.createProfile(call.body);
-        return id ? HttpAnswer::xml(answers::profileCreated(*id, call.base), 201) : HttpAnswer::refused(id.refusal());
+        return id ? HttpAnswer::xml(answers::profileCreated(*id, call.base), 201)
+                  : HttpAnswer::refused(id.refusal());
     }
     if (call.method != "GET")
         return notAllowed("GET, POST");
@@ -157,7 +164,8 @@ HttpAnswer Routes::profile(const Call& call)
 {
     if (call.method == "GET") {
         const auto profile = m_service.profile(call.id());
-        return profile ? HttpAnswer::xml(answers::profileDetail(*profile)) : HttpAnswer::refused(profile.refusal());
+        return profile ? HttpAnswer::xml(answers::profileDetail(*profile))
+                       : HttpAnswer::refused(profile.refusal());
     }
     if (call.method == "DELETE")
         return removed(m_service.deleteProfile(call.id()));
@@ -168,7 +176,8 @@ HttpAnswer Routes::jobs(const Call& call)
 {
     if (call.method == "POST") {
         const auto request = requests::jobSubmission(call.body);
-        return request ? jobAnswer(m_service.submitJob(*request), 201) : HttpAnswer::refused(request.refusal());
+        return request ? jobAnswer(m_service.submitJob(*request), 201)
+                       : HttpAnswer::refused(request.refusal());
     }
     if (call.method == "PUT") {
         const auto state = requests::jobState(call.body);
@@ -201,8 +210,8 @@ HttpAnswer Routes::activity(const Call& call)
 {
     if (call.method != "GET")
         return notAllowed("GET");
-    return HttpAnswer::xml(
-        answers::activity(m_service.isActive(), m_service.errors(false), m_service.readyFolders(), call.base));
+    return HttpAnswer::xml(answers::activity(m_service.isActive(), m_service.errors(false),
+                                             m_service.readyFolders(), call.base));
 }
 
 HttpAnswer Routes::deviceStatus(const Call& call)

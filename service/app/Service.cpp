@@ -44,8 +44,8 @@ bool hasTreacherousSegment(const std::string& path)
     for (auto at = low.find("%2e"); at != std::string::npos; at = low.find("%2e", at))
         low.replace(at, 3, ".");
     low += '/';
-    return low.find("/../") != std::string::npos || low.find("/./") != std::string::npos
-        || low.find('\\') != std::string::npos;
+    return low.find("/../") != std::string::npos || low.find("/./") != std::string::npos ||
+           low.find('\\') != std::string::npos;
 }
 
 /// Why \a path cannot be the path of anything here, or nothing.
@@ -69,14 +69,16 @@ Service::Service(const Options& options)
     , m_database(options.dataFolder + "/krx-service.db")
     , m_outputs(m_dataFolder + "/output")
     , m_worker({m_folders, m_profiles, m_jobs, m_files, m_errors}, m_pipeline,
-          [this](const std::string& folderId, const std::string& path, const std::optional<FileStamp>& stamp) {
-              onWatcher([=](Watcher& watcher) { watcher.fileDone(folderId, path, stamp); });
-          })
+               [this](const std::string& folderId, const std::string& path,
+                      const std::optional<FileStamp>& stamp) {
+                   onWatcher([=](Watcher& watcher) { watcher.fileDone(folderId, path, stamp); });
+               })
 {
     m_pipeline.recover();
     m_jobs.recover();
     ensureDefaultProfile();
-    m_watcher = std::make_unique<Watcher>(Watcher::Stores{m_folders, m_profiles, m_files, m_errors},
+    m_watcher = std::make_unique<Watcher>(
+        Watcher::Stores{m_folders, m_profiles, m_files, m_errors},
         Watcher::Times{options.settleSeconds, options.rescanSeconds},
         [this](const std::string& folderId, const std::string& path) { m_worker.addFile(folderId, path); });
 }
@@ -162,7 +164,9 @@ Outcome<std::string> Service::checkWatchPath(const std::string& path, const std:
 {
     if (const auto refusal = checkPath(path))
         return *refusal;
-    struct stat facts{};
+    struct stat facts
+    {
+    };
     if (::stat(path.c_str(), &facts) != 0)
         return Refusal{400, "the path cannot be watched: " + text::errnoText(errno)};
     if (!S_ISDIR(facts.st_mode))
@@ -211,7 +215,8 @@ Outcome<std::string> Service::createFolder(const requests::Folder& request)
     return *id;
 }
 
-Outcome<answers::Folder> Service::updateFolder(const std::string& id, const requests::Folder& request, bool reprocess)
+Outcome<answers::Folder> Service::updateFolder(const std::string& id, const requests::Folder& request,
+                                               bool reprocess)
 {
     const auto lock = m_database.lock();
     const auto before = m_folders.find(id);
@@ -333,7 +338,9 @@ Outcome<answers::Job> Service::submitJob(const requests::JobSubmission& request)
     const std::string canonical = text::canonicalPath(request.path);
     if (canonical.empty())
         return Refusal{400, "the path cannot be processed: " + text::errnoText(errno)};
-    struct stat facts{};
+    struct stat facts
+    {
+    };
     if (::stat(canonical.c_str(), &facts) != 0 || !(S_ISDIR(facts.st_mode) || S_ISREG(facts.st_mode)))
         return Refusal{400, "the path is neither a file nor a directory"};
     if (text::isBelow(canonical, m_dataFolder) || text::isBelow(m_dataFolder, canonical))
@@ -423,8 +430,8 @@ bool Service::isActive()
 
 void Service::deviceChanged(const requests::DeviceStatus& status)
 {
-    log::info("the editor reports volume \"" + status.volumeName + "\", type " + std::to_string(status.volumeType)
-        + ", action " + std::to_string(status.volumeAction));
+    log::info("the editor reports volume \"" + status.volumeName + "\", type " +
+              std::to_string(status.volumeType) + ", action " + std::to_string(status.volumeAction));
     onWatcher([](Watcher& watcher) { watcher.rescan(); });
 }
 

@@ -1,17 +1,17 @@
 #pragma once
 
+#include "activities/Pipeline.h"
 #include "base/Options.h"
 #include "documents/Answers.h"
 #include "documents/Requests.h"
+#include "media/OutputArea.h"
+#include "queue/Worker.h"
 #include "store/ErrorStore.h"
 #include "store/FileStore.h"
 #include "store/FolderStore.h"
 #include "store/JobStore.h"
 #include "store/ProfileStore.h"
 #include "watch/Watcher.h"
-#include "media/OutputArea.h"
-#include "activities/Pipeline.h"
-#include "queue/Worker.h"
 
 #include <QThread>
 
@@ -41,7 +41,8 @@ public:
     Outcome<answers::Folder> folder(const std::string& id);
     /// \return the id of the new folder.
     Outcome<std::string> createFolder(const requests::Folder& request);
-    Outcome<answers::Folder> updateFolder(const std::string& id, const requests::Folder& request, bool reprocess);
+    Outcome<answers::Folder> updateFolder(const std::string& id, const requests::Folder& request,
+                                          bool reprocess);
     std::optional<Refusal> deleteFolder(const std::string& id);
     std::vector<std::string> readyFolders();
 

@@ -36,13 +36,14 @@ State newState()
 std::string hex(const State& state, const char* method)
 {
     char text[32];
-    std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(XXH3_64bits_digest(state.get())));
+    std::snprintf(text, sizeof text, "%016llx",
+                  static_cast<unsigned long long>(XXH3_64bits_digest(state.get())));
     return std::string(method) + ':' + text;
 }
 
 /// Feeds \a length bytes from \a offset on; an empty text or the reason.
-std::string feed(const State& state, int file, std::int64_t offset, std::int64_t length, const CancelToken& cancel,
-    std::vector<char>& buffer)
+std::string feed(const State& state, int file, std::int64_t offset, std::int64_t length,
+                 const CancelToken& cancel, std::vector<char>& buffer)
 {
     while (length > 0) {
         if (*cancel)
@@ -62,10 +63,13 @@ std::string feed(const State& state, int file, std::int64_t offset, std::int64_t
     return {};
 }
 
-std::optional<std::string> hashFile(const std::string& path, bool whole, const CancelToken& cancel, std::string& error)
+std::optional<std::string> hashFile(const std::string& path, bool whole, const CancelToken& cancel,
+                                    std::string& error)
 {
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    struct stat facts{};
+    struct stat facts
+    {
+    };
     if (!file.isOpen() || ::fstat(file.get(), &facts) != 0) {
         error = text::errnoText(errno);
         return std::nullopt;
@@ -97,7 +101,9 @@ Descriptor::~Descriptor()
 
 std::optional<FileStamp> stampOf(const std::string& path)
 {
-    struct stat facts{};
+    struct stat facts
+    {
+    };
     if (::stat(path.c_str(), &facts) != 0 || !S_ISREG(facts.st_mode))
         return std::nullopt;
     return FileStamp{facts.st_size, std::int64_t(facts.st_mtim.tv_sec) * 1000000000 + facts.st_mtim.tv_nsec};
@@ -122,7 +128,9 @@ std::string makeDirectories(const std::string& directory)
         if (slash == std::string::npos)
             break;
     }
-    struct stat facts{};
+    struct stat facts
+    {
+    };
     if (::stat(directory.c_str(), &facts) != 0 || !S_ISDIR(facts.st_mode))
         return directory + " is no directory";
     return {};

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "store/Records.h"
 #include "queue/CancelToken.h"
+#include "store/Records.h"
 
 #include <functional>
 #include <optional>
@@ -39,7 +39,8 @@ std::optional<std::string> checksum(const std::string& path, const CancelToken& 
 /// The checksum that tells the contents of a file apart: of the whole file up to 64 MB, beyond that of its
 /// size, both ends and 64 pieces between ("xxh3-64-sampled:"), because reading a long take twice would hold
 /// up the clip for minutes.
-std::optional<std::string> fingerprint(const std::string& path, const CancelToken& cancel, std::string& error);
+std::optional<std::string> fingerprint(const std::string& path, const CancelToken& cancel,
+                                       std::string& error);
 
 /// Makes \a directory with its parents; an empty text or the reason.
 std::string makeDirectories(const std::string& directory);

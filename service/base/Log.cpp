@@ -12,8 +12,8 @@ namespace {
 void write(const char* level, std::string_view text)
 {
     // One call per line, so that lines of several threads never mix.
-    const std::string line
-        = text::isoTime(text::now()) + ' ' + level + ' ' + text::xmlClean(text::oneLine(text)) + '\n';
+    const std::string line =
+        text::isoTime(text::now()) + ' ' + level + ' ' + text::xmlClean(text::oneLine(text)) + '\n';
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 

@@ -17,8 +17,8 @@ constexpr std::uint32_t kInvalid = 0xFFFFFFFF;
 
 bool isXmlCharacter(std::uint32_t c)
 {
-    return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) || (c >= 0xE000 && c <= 0xFFFD)
-        || (c >= 0x10000 && c <= 0x10FFFF);
+    return c == 0x9 || c == 0xA || c == 0xD || (c >= 0x20 && c <= 0xD7FF) || (c >= 0xE000 && c <= 0xFFFD) ||
+           (c >= 0x10000 && c <= 0x10FFFF);
 }
 
 /// Decodes one character at \a at and moves on; kInvalid for bytes that are not UTF-8 (moves by one byte).
@@ -53,7 +53,8 @@ std::uint32_t nextCharacter(std::string_view text, std::size_t& at)
 bool isLegalId(std::string_view id)
 {
     for (const char c : id) {
-        const bool legal = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-';
+        const bool legal =
+            (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-';
         if (!legal)
             return false;
     }
@@ -143,8 +144,8 @@ bool isBelow(std::string_view path, std::string_view directory)
 {
     if (directory == "/")
         return !path.empty() && path.front() == '/';
-    return path.substr(0, directory.size()) == directory
-        && (path.size() == directory.size() || path[directory.size()] == '/');
+    return path.substr(0, directory.size()) == directory &&
+           (path.size() == directory.size() || path[directory.size()] == '/');
 }
 
 std::string canonicalPath(const std::string& path)

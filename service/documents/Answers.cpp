@@ -161,8 +161,8 @@ std::string errorList(const std::vector<std::string>& errors)
     return xmltools::documentText(document);
 }
 
-std::string activity(bool active, const std::vector<std::string>& errors, const std::vector<std::string>& readyFolderIds,
-    const std::string& base)
+std::string activity(bool active, const std::vector<std::string>& errors,
+                     const std::vector<std::string>& readyFolderIds, const std::string& base)
 {
     pugi::xml_document document;
     auto root = xmltools::append(document, "activity");

@@ -39,7 +39,7 @@ std::string jobDetailList(const std::vector<Job>& jobs);
 std::string jobInfo(const Job& job);
 
 std::string errorList(const std::vector<std::string>& errors);
-std::string activity(bool active, const std::vector<std::string>& errors, const std::vector<std::string>& readyFolderIds,
-    const std::string& base);
+std::string activity(bool active, const std::vector<std::string>& errors,
+                     const std::vector<std::string>& readyFolderIds, const std::string& base);
 
 } // namespace krxservice::answers

@@ -45,18 +45,21 @@ void setGuid(pugi::xml_node detail, const std::string& guid)
     while (detail.remove_child("profileGUID")) {
     }
     const auto name = detail.child("profileName");
-    auto element = name ? detail.insert_child_after("profileGUID", name) : detail.prepend_child("profileGUID");
+    auto element =
+        name ? detail.insert_child_after("profileGUID", name) : detail.prepend_child("profileGUID");
     element.append_child(pugi::node_pcdata).set_value(guid.c_str());
 }
 
 std::optional<Refusal> checkActivities(const pugi::xml_node& profile)
 {
-    for (const auto& element : profile.child("processDefinition").child("package").child("activities").children("activity")) {
+    for (const auto& element :
+         profile.child("processDefinition").child("package").child("activities").children("activity")) {
         const ActivityRecipe activity = readActivity(element);
         if (activity.kind == ActivityRecipe::Kind::Unknown)
             return Refusal{400, "the service knows no activity \"" + text::oneLine(activity.id) + "\""};
         const auto& path = activity.destination;
-        if (activity.kind == ActivityRecipe::Kind::Copy && (path.empty() || path[0] != '/' || !text::isPlainText(path)))
+        if (activity.kind == ActivityRecipe::Kind::Copy &&
+            (path.empty() || path[0] != '/' || !text::isPlainText(path)))
             return Refusal{400, "a copy activity needs an absolute \"filesystemPath\""};
     }
     return std::nullopt;
@@ -103,7 +106,8 @@ Outcome<ProfileRecipe> recipe(const ProfileRecord& profile)
     recipe.name = profile.name;
     if (const auto settings = root.child("profileSettings"))
         recipe.settings = xmltools::elementText(settings);
-    for (const auto& element : root.child("processDefinition").child("package").child("activities").children("activity"))
+    for (const auto& element :
+         root.child("processDefinition").child("package").child("activities").children("activity"))
         recipe.activities.push_back(readActivity(element));
     return recipe;
 }
@@ -119,7 +123,8 @@ std::string defaultRequest()
    <profileName>Default Profile</profileName>
    <profileTag>#krx</profileTag>
    <profileShortDescription>Links new clips where they are</profileShortDescription>
-   <profileCreatedTimestamp>)" + created + R"(</profileCreatedTimestamp>
+   <profileCreatedTimestamp>)" +
+           created + R"(</profileCreatedTimestamp>
    <profileCreatorApplication>FrameStitcher</profileCreatorApplication>
    <profileType>EDITOR.USERSPECIFIEDFOLDER</profileType>
   </profileDetail>

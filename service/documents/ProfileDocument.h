@@ -15,9 +15,9 @@ struct ActivityRecipe
     enum class Kind { Copy, Transcode, Consolidate, Unknown };
 
     Kind kind = Kind::Unknown;
-    std::string id;              ///< the word in the document
-    std::string name;            ///< the activity's display name
-    std::string destination;     ///< of a copy: the folder to copy into
+    std::string id;               ///< the word in the document
+    std::string name;             ///< the activity's display name
+    std::string destination;      ///< of a copy: the folder to copy into
     bool relinkAfterCopy = false; ///< of a copy: the output links to the copy
     bool autoCheckin = false;     ///< of a copy: noted in the output document
     std::string element;          ///< the whole "activity" element, for the actions that read more of it

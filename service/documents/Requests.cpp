@@ -78,7 +78,7 @@ Outcome<Folder> folderUpdate(std::string_view body)
         return *refusal;
     const auto root = document.document_element();
     return std::string_view(root.name()) == "xelMediaFolder" ? readFolder(root)
-                                                              : Outcome<Folder>(wrongRoot("xelMediaFolder"));
+                                                             : Outcome<Folder>(wrongRoot("xelMediaFolder"));
 }
 
 Outcome<JobSubmission> jobSubmission(std::string_view body)

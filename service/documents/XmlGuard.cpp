@@ -146,9 +146,8 @@ private:
     void reference()
     {
         const auto end = m_text.find(';', m_at);
-        const std::string name(m_text.substr(m_at + 1, end == std::string_view::npos || end - m_at > 12
-                ? 0
-                : end - m_at - 1));
+        const std::string name(
+            m_text.substr(m_at + 1, end == std::string_view::npos || end - m_at > 12 ? 0 : end - m_at - 1));
         constexpr std::array<std::string_view, 5> known = {"lt", "gt", "amp", "quot", "apos"};
         bool legal = false;
         for (const auto& one : known)
@@ -169,9 +168,8 @@ private:
         if (number.empty() || !std::isxdigit(static_cast<unsigned char>(number[0])))
             return false;
         const unsigned long c = std::strtoul(number.c_str(), &end, hex ? 16 : 10);
-        return *end == 0
-            && (c == 9 || c == 10 || c == 13 || (c >= 0x20 && c <= 0xD7FF) || (c >= 0xE000 && c <= 0xFFFD)
-                || (c >= 0x10000 && c <= 0x10FFFF));
+        return *end == 0 && (c == 9 || c == 10 || c == 13 || (c >= 0x20 && c <= 0xD7FF) ||
+                             (c >= 0xE000 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0x10FFFF));
     }
 
     std::string_view m_text;

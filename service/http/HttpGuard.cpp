@@ -37,8 +37,8 @@ bool isPort(std::string_view text)
 {
     int port = 0;
     const auto [rest, error] = std::from_chars(text.data(), text.data() + text.size(), port);
-    return error == std::errc() && rest == text.data() + text.size() && port > 0 && port < 65536
-        && std::isdigit(static_cast<unsigned char>(text.front()));
+    return error == std::errc() && rest == text.data() + text.size() && port > 0 && port < 65536 &&
+           std::isdigit(static_cast<unsigned char>(text.front()));
 }
 
 /// application/xml, text/xml or application/...+xml, in UTF-8 when a charset is named.
@@ -47,8 +47,8 @@ bool isXmlType(const std::string& header)
     const std::string value = lower(header);
     const auto semicolon = value.find(';');
     const std::string type = trimmed(value.substr(0, semicolon));
-    const bool suffixed = type.rfind("application/", 0) == 0 && type.size() > 16
-        && type.compare(type.size() - 4, 4, "+xml") == 0;
+    const bool suffixed = type.rfind("application/", 0) == 0 && type.size() > 16 &&
+                          type.compare(type.size() - 4, 4, "+xml") == 0;
     if (type != "application/xml" && type != "text/xml" && !suffixed)
         return false;
     const auto charset = value.find("charset=", semicolon == std::string::npos ? value.size() : semicolon);
@@ -64,7 +64,8 @@ std::optional<Refusal> checkSender(const RequestHead& head)
 {
     const auto hosts = head.values("Host");
     if (hosts.size() != 1)
-        return Refusal{400, hosts.empty() ? "the request names no Host" : "the request names more than one Host"};
+        return Refusal{400,
+                       hosts.empty() ? "the request names no Host" : "the request names more than one Host"};
     if (!httpguard::isLoopbackHost(hosts.front()))
         return Refusal{403, "the service answers requests for the local host only"};
     for (const auto& origin : head.values("Origin")) {
@@ -138,7 +139,8 @@ bool isLoopbackHost(const std::string& host)
     for (const auto& name : names) {
         if (value == name)
             return true;
-        if (value.size() > name.size() + 1 && value.compare(0, name.size(), name) == 0 && value[name.size()] == ':')
+        if (value.size() > name.size() + 1 && value.compare(0, name.size(), name) == 0 &&
+            value[name.size()] == ':')
             return isPort(std::string_view(value).substr(name.size() + 1));
     }
     return false;
@@ -161,7 +163,8 @@ Outcome<Target> split(const std::string& target)
     const auto question = target.find('?');
     const std::string path = target.substr(0, question);
     for (const char c : path) {
-        if (c == '%' || c == '\\' || static_cast<unsigned char>(c) <= 0x20 || static_cast<unsigned char>(c) >= 0x7F)
+        if (c == '%' || c == '\\' || static_cast<unsigned char>(c) <= 0x20 ||
+            static_cast<unsigned char>(c) >= 0x7F)
             return Refusal{400, "the URL holds a character that no id has"};
     }
     if (path.rfind(kRoot, 0) != 0)
@@ -185,8 +188,8 @@ Outcome<Target> split(const std::string& target)
         const auto equals = pair.find('=');
         if (pair.empty())
             continue;
-        if (equals == std::string::npos || !isLegalQueryText(pair.substr(0, equals))
-            || !isLegalQueryText(pair.substr(equals + 1)))
+        if (equals == std::string::npos || !isLegalQueryText(pair.substr(0, equals)) ||
+            !isLegalQueryText(pair.substr(equals + 1)))
             return Refusal{400, "the query of the URL is not understood"};
         result.query[pair.substr(0, equals)] = pair.substr(equals + 1);
     }

@@ -29,9 +29,9 @@ struct Target
     std::map<std::string, std::string> query;
 };
 
-/// The loopback address is no wall: every page in a browser on this machine can send requests to it. The guard
-/// lets through what a program on this machine sends on purpose and refuses what a web page could make a
-/// browser send.
+/// The loopback address is no wall: every page in a browser on this machine can send requests to it. The
+/// guard lets through what a program on this machine sends on purpose and refuses what a web page could make
+/// a browser send.
 namespace httpguard {
 
 /// Why the request is refused, or nothing. Checked are Host, Origin, the fetch metadata of browsers, the

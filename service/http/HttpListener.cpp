@@ -23,12 +23,12 @@ namespace krxservice {
 
 namespace {
 
-constexpr int kThreads = 32;              ///< also the number of connections served at once
-constexpr int kIdleMilliseconds = 15000;  ///< a kept-alive connection is closed after this much silence
-constexpr int kStallMilliseconds = 5000;  ///< a single read or write may take this long
-constexpr int kRequestSeconds = 20;       ///< a request must have arrived whole within this time
+constexpr int kThreads = 32;             ///< also the number of connections served at once
+constexpr int kIdleMilliseconds = 15000; ///< a kept-alive connection is closed after this much silence
+constexpr int kStallMilliseconds = 5000; ///< a single read or write may take this long
+constexpr int kRequestSeconds = 20;      ///< a request must have arrived whole within this time
 constexpr size_t kMostBytes = xmlguard::kLargestBody + 256 * 1024; ///< a request with its head
-constexpr int kPollMilliseconds = 100;    ///< how soon an idle connection notices that the service stops
+constexpr int kPollMilliseconds = 100; ///< how soon an idle connection notices that the service stops
 
 using Clock = std::chrono::steady_clock;
 
@@ -134,7 +134,8 @@ HttpAnswer HttpAnswer::xml(std::string document, int status)
 
 HttpAnswer HttpAnswer::refused(const Refusal& refusal)
 {
-    return {refusal.status, "text/plain; charset=utf-8", text::xmlClean(text::oneLine(refusal.text)) + "\n", {}};
+    return {
+        refusal.status, "text/plain; charset=utf-8", text::xmlClean(text::oneLine(refusal.text)) + "\n", {}};
 }
 
 /// The library parses requests and writes answers; when a connection lives on is decided here.
@@ -159,16 +160,16 @@ public:
             answer(request, {}, response);
         };
         const auto withBody = [this](const httplib::Request& request, httplib::Response& response,
-                                  const httplib::ContentReader& reader) {
+                                     const httplib::ContentReader& reader) {
             std::string body;
             const bool whole = t_verdict.refusal || reader([&body](const char* data, size_t size) {
-                body.append(data, size);
-                return body.size() <= xmlguard::kLargestBody;
-            });
+                                   body.append(data, size);
+                                   return body.size() <= xmlguard::kLargestBody;
+                               });
             if (!whole && !t_verdict.refusal) {
                 t_verdict.refusal = body.size() > xmlguard::kLargestBody
-                    ? Refusal{413, "the body is larger than 1 MB"}
-                    : Refusal{400, "the body did not arrive whole"};
+                                        ? Refusal{413, "the body is larger than 1 MB"}
+                                        : Refusal{400, "the body did not arrive whole"};
             }
             answer(request, body, response);
         };
@@ -266,7 +267,8 @@ private:
     {
         char waste[16384];
         const auto end = Clock::now() + std::chrono::seconds(1);
-        while (Clock::now() < end && wait(socket, POLLIN, 200) && ::recv(socket, waste, sizeof waste, 0) > 0) {
+        while (Clock::now() < end && wait(socket, POLLIN, 200) &&
+               ::recv(socket, waste, sizeof waste, 0) > 0) {
         }
     }
 

@@ -28,7 +28,8 @@ class HttpListener
 {
 public:
     /// Called on any thread; the target has been split and the body read.
-    using Handler = std::function<HttpAnswer(const RequestHead& head, const Target& target, const std::string& body)>;
+    using Handler =
+        std::function<HttpAnswer(const RequestHead& head, const Target& target, const std::string& body)>;
 
     explicit HttpListener(Handler handler);
     ~HttpListener();

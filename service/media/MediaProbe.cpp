@@ -12,8 +12,8 @@ namespace krxservice {
 
 namespace {
 
-constexpr int kSliceMilliseconds = 50;   ///< how soon a cancelled probe ends
-constexpr int kLeastScore = 26;          ///< below, ffprobe is guessing
+constexpr int kSliceMilliseconds = 50;          ///< how soon a cancelled probe ends
+constexpr int kLeastScore = 26;                 ///< below, ffprobe is guessing
 constexpr int kLargestReport = 8 * 1024 * 1024; ///< bytes
 
 std::string tag(const pugi::xml_node& element, const char* key)
@@ -91,9 +91,11 @@ ProbeResult MediaProbe::probe(const std::string& path, const CancelToken& cancel
     QProcess program;
     program.setProgram(QStringLiteral("ffprobe"));
     // Play lists must not make the probe open other places.
-    program.setArguments({QStringLiteral("-v"), QStringLiteral("quiet"), QStringLiteral("-protocol_whitelist"),
-        QStringLiteral("file"), QStringLiteral("-print_format"), QStringLiteral("xml"), QStringLiteral("-show_format"),
-        QStringLiteral("-show_streams"), QStringLiteral("-i"), QString::fromStdString("file:" + path)});
+    program.setArguments({QStringLiteral("-v"), QStringLiteral("quiet"),
+                          QStringLiteral("-protocol_whitelist"), QStringLiteral("file"),
+                          QStringLiteral("-print_format"), QStringLiteral("xml"),
+                          QStringLiteral("-show_format"), QStringLiteral("-show_streams"),
+                          QStringLiteral("-i"), QString::fromStdString("file:" + path)});
     program.setProcessChannelMode(QProcess::SeparateChannels);
     program.setStandardInputFile(QProcess::nullDevice());
     program.setStandardErrorFile(QProcess::nullDevice());

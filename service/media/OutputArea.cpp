@@ -1,7 +1,7 @@
 #include "media/OutputArea.h"
 
-#include "base/Text.h"
 #include "base/FileTools.h"
+#include "base/Text.h"
 
 #include <dirent.h>
 #include <unistd.h>
@@ -84,7 +84,8 @@ std::string OutputArea::hiddenPath(const std::string& owner, const std::string& 
     return directory(owner) + "/." + name + ".tmp";
 }
 
-std::string OutputArea::prepare(const std::string& owner, const std::string& name, const std::string& document)
+std::string OutputArea::prepare(const std::string& owner, const std::string& name,
+                                const std::string& document)
 {
     std::string reason = filetools::makeDirectories(directory(owner));
     if (reason.empty())

@@ -15,7 +15,8 @@ namespace krxservice {
 class OutputArea
 {
 public:
-    /// Reads what waits there already. \a root is made when missing; throws std::runtime_error when it cannot.
+    /// Reads what waits there already. \a root is made when missing; throws std::runtime_error when it
+    /// cannot.
     explicit OutputArea(std::string root);
 
     /// The file name of the output of file record \a id, made from \a source.

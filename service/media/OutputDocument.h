@@ -12,22 +12,22 @@ namespace krxservice {
 struct StreamFacts
 {
     int index = 0;
-    std::string type;  ///< "video", "audio", "data", ...
+    std::string type; ///< "video", "audio", "data", ...
     std::string codec;
     int width = 0;
     int height = 0;
     std::string frameRate; ///< a fraction, frames per second
     std::string pixelFormat;
-    int sampleRate = 0;    ///< Hz
+    int sampleRate = 0; ///< Hz
     int channels = 0;
-    std::string duration;  ///< decimal seconds
+    std::string duration; ///< decimal seconds
     std::string timecode;
 };
 
 /// What a probe found out about a file.
 struct MediaFacts
 {
-    std::string kind;     ///< "video", "audio" or "image"
+    std::string kind; ///< "video", "audio" or "image"
     std::string format;
     std::string duration; ///< decimal seconds, empty when the format has none
     std::string timecode;

@@ -1,10 +1,10 @@
 #include "queue/Worker.h"
 
+#include "base/FileTools.h"
 #include "base/Log.h"
 #include "base/Text.h"
 #include "documents/ProfileDocument.h"
 #include "watch/FileWalk.h"
-#include "base/FileTools.h"
 
 #include <algorithm>
 #include <exception>
@@ -117,7 +117,7 @@ void Worker::run()
         }
         lock.lock();
         m_running.erase(std::find_if(m_running.begin(), m_running.end(),
-            [&](const Task& other) { return other.cancel == task.cancel; }));
+                                     [&](const Task& other) { return other.cancel == task.cancel; }));
     }
 }
 
@@ -215,7 +215,8 @@ void Worker::endFolderJob(const Task& task, const FileResult& result, bool wasRe
         return;
     const bool nothingLeft = wasRetried && result.end == FileResult::End::Later && !result.text.empty();
     if (result.end == FileResult::End::Failed || nothingLeft)
-        m_stores.jobs.move(task.jobId, {jobstate::kSubmitted, jobstate::kRunning}, jobstate::kFailed, result.text);
+        m_stores.jobs.move(task.jobId, {jobstate::kSubmitted, jobstate::kRunning}, jobstate::kFailed,
+                           result.text);
     else
         m_stores.jobs.remove(task.jobId);
 }
@@ -231,7 +232,8 @@ void Worker::performJob(Task& task)
             m_stores.errors.add("The job for " + job->path + " failed: " + reason);
     };
     const auto profile = m_stores.profiles.find(job->profile);
-    const auto recipe = profile ? profiledocument::recipe(*profile) : Refusal{404, "its profile does not exist any more"};
+    const auto recipe =
+        profile ? profiledocument::recipe(*profile) : Refusal{404, "its profile does not exist any more"};
     if (!recipe)
         return fail(recipe.refusal().text);
 
@@ -257,8 +259,8 @@ void Worker::performJob(Task& task)
         order.profile = *recipe;
         order.cancel = task.cancel;
         order.progress = [&](int percent) {
-            m_stores.jobs.setPercent(job->id,
-                static_cast<int>((i * 100 + static_cast<std::size_t>(percent)) / paths.size()));
+            m_stores.jobs.setPercent(
+                job->id, static_cast<int>((i * 100 + static_cast<std::size_t>(percent)) / paths.size()));
         };
         const FileResult result = m_pipeline.process(order);
         if (result.end == FileResult::End::Offered || result.end == FileResult::End::Known)

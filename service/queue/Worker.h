@@ -1,9 +1,9 @@
 #pragma once
 
+#include "activities/Pipeline.h"
 #include "store/FolderStore.h"
 #include "store/JobStore.h"
 #include "store/ProfileStore.h"
-#include "activities/Pipeline.h"
 
 #include <condition_variable>
 #include <deque>
@@ -29,8 +29,8 @@ public:
         ErrorStore& errors;
     };
     /// Told on a working thread when the work on a file of a folder ended.
-    using FileDone
-        = std::function<void(const std::string& folderId, const std::string& path, const std::optional<FileStamp>& stamp)>;
+    using FileDone = std::function<void(const std::string& folderId, const std::string& path,
+                                        const std::optional<FileStamp>& stamp)>;
 
     Worker(const Stores& stores, Pipeline& pipeline, FileDone fileDone);
     ~Worker();

@@ -59,7 +59,8 @@ CREATE TABLE errors(
 Statement::Statement(sqlite3* connection, std::string_view sql)
     : m_connection(connection)
 {
-    if (sqlite3_prepare_v2(connection, sql.data(), static_cast<int>(sql.size()), &m_statement, nullptr) != SQLITE_OK)
+    if (sqlite3_prepare_v2(connection, sql.data(), static_cast<int>(sql.size()), &m_statement, nullptr) !=
+        SQLITE_OK)
         throw DatabaseError(sqlite3_errmsg(connection));
 }
 
@@ -70,8 +71,8 @@ Statement::~Statement()
 
 Statement& Statement::bind(std::string_view value)
 {
-    sqlite3_bind_text(m_statement, ++m_bound, value.data() ? value.data() : "", static_cast<int>(value.size()),
-        SQLITE_TRANSIENT);
+    sqlite3_bind_text(m_statement, ++m_bound, value.data() ? value.data() : "",
+                      static_cast<int>(value.size()), SQLITE_TRANSIENT);
     return *this;
 }
 
@@ -169,8 +170,9 @@ void Database::migrate()
 {
     const int found = version();
     if (found > currentVersion()) {
-        throw DatabaseError("the database has version " + std::to_string(found)
-            + " and was made by a newer krx-service; this one knows version " + std::to_string(currentVersion()));
+        throw DatabaseError("the database has version " + std::to_string(found) +
+                            " and was made by a newer krx-service; this one knows version " +
+                            std::to_string(currentVersion()));
     }
     for (int step = found; step < currentVersion(); ++step) {
         Transaction transaction(*this);

@@ -4,7 +4,8 @@ namespace krxservice {
 
 namespace {
 
-constexpr char kColumns[] = "SELECT id, owner, path, size, modified, checksum, state, output, scratch FROM files ";
+constexpr char kColumns[] =
+    "SELECT id, owner, path, size, modified, checksum, state, output, scratch FROM files ";
 
 std::int64_t number(FileState state)
 {
@@ -31,20 +32,25 @@ std::unordered_map<std::string, FileStamp> FileStore::known(const std::string& o
 {
     const auto lock = m_database.lock();
     std::unordered_map<std::string, FileStamp> stamps;
-    Statement rows = m_database.prepare("SELECT path, size, modified FROM files WHERE owner=? AND state IN (?, ?, ?) "
-                                        "ORDER BY id");
-    rows.bind(owner).bind(number(FileState::Offered)).bind(number(FileState::Rejected)).bind(number(FileState::Failed));
+    Statement rows =
+        m_database.prepare("SELECT path, size, modified FROM files WHERE owner=? AND state IN (?, ?, ?) "
+                           "ORDER BY id");
+    rows.bind(owner)
+        .bind(number(FileState::Offered))
+        .bind(number(FileState::Rejected))
+        .bind(number(FileState::Failed));
     while (rows.step())
         stamps[rows.text(0)] = {rows.number(1), rows.number(2)};
     return stamps;
 }
 
 std::optional<FileRecord> FileStore::findDone(const std::string& owner, const std::string& path,
-    const std::string& checksum)
+                                              const std::string& checksum)
 {
     const auto lock = m_database.lock();
-    Statement row = m_database.prepare(
-        std::string(kColumns) + "WHERE owner=? AND path=? AND checksum=? AND state IN (?, ?, ?) ORDER BY id DESC");
+    Statement row =
+        m_database.prepare(std::string(kColumns) +
+                           "WHERE owner=? AND path=? AND checksum=? AND state IN (?, ?, ?) ORDER BY id DESC");
     row.bind(owner).bind(path).bind(checksum);
     row.bind(number(FileState::Offered)).bind(number(FileState::Rejected)).bind(number(FileState::Failed));
     return row.step() ? std::optional(read(row)) : std::nullopt;
@@ -70,7 +76,8 @@ void FileStore::setStamp(std::int64_t id, const FileStamp& stamp)
 std::int64_t FileStore::take(const FileRecord& file)
 {
     const auto lock = m_database.lock();
-    m_database.prepare("INSERT INTO files(owner, path, size, modified, checksum, state) VALUES(?, ?, ?, ?, ?, ?)")
+    m_database
+        .prepare("INSERT INTO files(owner, path, size, modified, checksum, state) VALUES(?, ?, ?, ?, ?, ?)")
         .bind(file.owner)
         .bind(file.path)
         .bind(file.stamp.size)
@@ -90,8 +97,9 @@ void FileStore::setScratch(std::int64_t id, const std::string& scratch)
 bool FileStore::move(std::int64_t id, FileState from, FileState to, const std::string& output)
 {
     const auto lock = m_database.lock();
-    m_database.prepare("UPDATE files SET state=?, scratch='', output=CASE ? WHEN '' THEN output ELSE ? END "
-                       "WHERE id=? AND state=?")
+    m_database
+        .prepare("UPDATE files SET state=?, scratch='', output=CASE ? WHEN '' THEN output ELSE ? END "
+                 "WHERE id=? AND state=?")
         .bind(number(to))
         .bind(output)
         .bind(output)

@@ -23,7 +23,8 @@ public:
     std::unordered_map<std::string, FileStamp> known(const std::string& owner);
 
     /// A file of \a owner with this path and content whose work is done.
-    std::optional<FileRecord> findDone(const std::string& owner, const std::string& path, const std::string& checksum);
+    std::optional<FileRecord> findDone(const std::string& owner, const std::string& path,
+                                       const std::string& checksum);
 
     /// True when the record \a id exists and is \a owner's.
     bool exists(const std::string& owner, std::int64_t id);

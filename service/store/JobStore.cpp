@@ -7,8 +7,8 @@ namespace krxservice {
 
 namespace {
 
-constexpr char kColumns[]
-    = "SELECT id, manual, path, profile, group_id, group_name, state, percent, message FROM jobs ";
+constexpr char kColumns[] =
+    "SELECT id, manual, path, profile, group_id, group_name, state, percent, message FROM jobs ";
 
 } // namespace
 
@@ -34,7 +34,8 @@ std::vector<JobRecord> JobStore::list(bool onlyManual)
 {
     const auto lock = m_database.lock();
     std::vector<JobRecord> jobs;
-    Statement rows = m_database.prepare(std::string(kColumns) + (onlyManual ? "WHERE manual=1 " : "") + "ORDER BY seq");
+    Statement rows =
+        m_database.prepare(std::string(kColumns) + (onlyManual ? "WHERE manual=1 " : "") + "ORDER BY seq");
     while (rows.step())
         read(rows, jobs);
     return jobs;
@@ -56,7 +57,8 @@ std::string JobStore::create(const JobRecord& job)
 {
     Transaction transaction(m_database);
     m_database
-        .prepare("INSERT INTO jobs(id, manual, path, profile, group_id, group_name, state) VALUES('', ?, ?, ?, ?, ?, ?)")
+        .prepare("INSERT INTO jobs(id, manual, path, profile, group_id, group_name, state) VALUES('', ?, ?, "
+                 "?, ?, ?, ?)")
         .bind(std::int64_t(job.manual))
         .bind(job.path)
         .bind(job.profile)
@@ -81,7 +83,7 @@ std::string JobStore::create(const JobRecord& job)
 }
 
 bool JobStore::move(const std::string& id, const std::vector<std::string>& from, const std::string& to,
-    const std::string& message)
+                    const std::string& message)
 {
     Transaction transaction(m_database);
     const auto job = find(id);

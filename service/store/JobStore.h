@@ -30,7 +30,7 @@ public:
     /// Moves a job from one of the states in \a from to \a to; false when it is in none of them (or gone).
     /// Final states set the percentage to 0 or 100: a value between would count as work in progress.
     bool move(const std::string& id, const std::vector<std::string>& from, const std::string& to,
-        const std::string& message = {});
+              const std::string& message = {});
     void setPercent(const std::string& id, int percent);
     bool remove(const std::string& id);
 

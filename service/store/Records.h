@@ -79,7 +79,7 @@ struct FileRecord
     FileStamp stamp;
     std::string checksum;
     FileState state = FileState::Taken;
-    std::string output; ///< name of the output document once it is being published
+    std::string output;  ///< name of the output document once it is being published
     std::string scratch; ///< unfinished copy to be removed when the work was interrupted
 };
 

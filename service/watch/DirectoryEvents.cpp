@@ -11,7 +11,8 @@ namespace krxservice {
 
 namespace {
 
-constexpr std::uint32_t kMask = IN_CLOSE_WRITE | IN_MOVED_TO | IN_CREATE | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
+constexpr std::uint32_t kMask =
+    IN_CLOSE_WRITE | IN_MOVED_TO | IN_CREATE | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 
 /// File systems whose other machines or servers change files without an event here.
 constexpr std::array<std::uint32_t, 8> kRemoteSystems = {
@@ -27,7 +28,9 @@ constexpr std::array<std::uint32_t, 8> kRemoteSystems = {
 
 bool isRemote(const std::string& directory)
 {
-    struct statfs facts{};
+    struct statfs facts
+    {
+    };
     if (::statfs(directory.c_str(), &facts) != 0)
         return true;
     const auto type = static_cast<std::uint32_t>(facts.f_type);

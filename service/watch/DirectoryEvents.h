@@ -16,9 +16,9 @@ public:
     {
         std::string owner;
         std::string directory;
-        std::string name;           ///< of what changed in the directory; empty for the directory itself
-        bool isDirectory = false;   ///< what changed is a directory
-        bool overflow = false;      ///< events were lost (no owner is named): look at everything
+        std::string name;         ///< of what changed in the directory; empty for the directory itself
+        bool isDirectory = false; ///< what changed is a directory
+        bool overflow = false;    ///< events were lost (no owner is named): look at everything
     };
 
     DirectoryEvents();
@@ -29,8 +29,8 @@ public:
     /// Becomes readable when there are events; -1 when the system has none to give.
     int descriptor() const { return m_descriptor; }
 
-    /// Begins to report about \a directory to \a owner, again and again without harm. False when events do not
-    /// arrive from there: then it must be polled.
+    /// Begins to report about \a directory to \a owner, again and again without harm. False when events do
+    /// not arrive from there: then it must be polled.
     bool add(const std::string& owner, const std::string& directory);
     void remove(const std::string& owner);
 

@@ -16,8 +16,8 @@ namespace krxservice::filewalk {
 
 namespace {
 
-constexpr std::array<std::string_view, 6> kUnfinishedEndings
-    = {".part", ".partial", ".tmp", ".temp", ".crdownload", ".filepart"};
+constexpr std::array<std::string_view, 6> kUnfinishedEndings = {".part", ".partial",    ".tmp",
+                                                                ".temp", ".crdownload", ".filepart"};
 constexpr std::size_t kDeepest = 64; ///< directories within each other
 
 bool endsWith(const std::string& name, std::string_view ending)
@@ -38,7 +38,9 @@ unsigned char typeOf(const std::string& path, unsigned char hint)
         return hint;
     if (hint != DT_LNK && hint != DT_UNKNOWN)
         return DT_UNKNOWN;
-    struct stat facts{};
+    struct stat facts
+    {
+    };
     if (hint == DT_UNKNOWN && ::lstat(path.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode))
         return DT_DIR;
     return ::stat(path.c_str(), &facts) == 0 && S_ISREG(facts.st_mode) ? DT_REG : DT_UNKNOWN;

@@ -21,7 +21,8 @@ struct Visitor
 
 /// Walks over \a root and the directories below it, leaving out hidden ones, links to directories and the
 /// directories whose canonical paths are in \a skipped.
-/// \return 0, or the errno value that opening \a root gave. Directories below that cannot be read are left out.
+/// \return 0, or the errno value that opening \a root gave. Directories below that cannot be read are left
+/// out.
 int walk(const std::string& root, const std::set<std::string>& skipped, const Visitor& visitor);
 
 } // namespace krxservice::filewalk

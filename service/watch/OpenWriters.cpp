@@ -19,14 +19,17 @@ Directory openDirectory(const std::string& path)
     return {::opendir(path.c_str()), &::closedir};
 }
 
-void lookInto(const std::string& descriptors, const std::set<std::string>& wanted, std::set<std::string>& found)
+void lookInto(const std::string& descriptors, const std::set<std::string>& wanted,
+              std::set<std::string>& found)
 {
     const Directory directory = openDirectory(descriptors);
     while (const dirent* entry = directory ? ::readdir(directory.get()) : nullptr) {
         if (!std::isdigit(static_cast<unsigned char>(entry->d_name[0])))
             continue;
         const std::string link = descriptors + '/' + entry->d_name;
-        struct stat facts{};
+        struct stat facts
+        {
+        };
         // The permission bits of these links tell how the file was opened.
         if (::lstat(link.c_str(), &facts) != 0 || !(facts.st_mode & S_IWUSR))
             continue;

@@ -4,8 +4,8 @@
 
 namespace krxservice {
 
-/// Decides when one file is finished: pure logic, fed with readings. A file is finished when its size and time
-/// stood still for at least three readings and for the settle time, and nobody has it open for writing.
+/// Decides when one file is finished: pure logic, fed with readings. A file is finished when its size and
+/// time stood still for at least three readings and for the settle time, and nobody has it open for writing.
 class Settler
 {
 public:

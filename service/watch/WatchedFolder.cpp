@@ -1,8 +1,8 @@
 #include "watch/WatchedFolder.h"
 
+#include "base/FileTools.h"
 #include "base/Text.h"
 #include "watch/OpenWriters.h"
-#include "base/FileTools.h"
 
 #include <algorithm>
 #include <limits>
@@ -10,7 +10,7 @@
 namespace krxservice {
 
 WatchedFolder::WatchedFolder(const FolderRecord& record, std::unordered_map<std::string, FileStamp> known,
-    std::set<std::string> skipped, std::int64_t settle)
+                             std::set<std::string> skipped, std::int64_t settle)
     : m_record(record)
     , m_root(record.path)
     , m_known(std::move(known))

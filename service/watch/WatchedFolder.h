@@ -20,7 +20,7 @@ public:
     /// \a known: the files whose work is done. \a skipped: canonical paths of directories to be left out.
     /// \a settle in nanoseconds.
     WatchedFolder(const FolderRecord& record, std::unordered_map<std::string, FileStamp> known,
-        std::set<std::string> skipped, std::int64_t settle);
+                  std::set<std::string> skipped, std::int64_t settle);
 
     const std::string& id() const { return m_record.id; }
     /// The directory without trailing slashes.
@@ -31,7 +31,8 @@ public:
     /// A file was seen at \a now (nanoseconds); \a disturbed when an event told of a change. It becomes a
     /// candidate unless its work is done or under way.
     void saw(const std::string& path, bool disturbed, std::int64_t now);
-    /// The earliest moment at which a candidate can be finished (nanoseconds); the largest number without any.
+    /// The earliest moment at which a candidate can be finished (nanoseconds); the largest number without
+    /// any.
     std::int64_t nextDue() const;
     bool hasCandidates() const { return !m_candidates.empty(); }
     /// Reads all candidates at \a now (nanoseconds) and returns those that are finished; they are under way

@@ -16,7 +16,7 @@ namespace krxservice {
 namespace {
 
 constexpr std::int64_t kQuickestTick = 10; ///< milliseconds
-constexpr double kPollSeconds = 2; ///< for directories from which no events arrive or that are away
+constexpr double kPollSeconds = 2;         ///< for directories from which no events arrive or that are away
 
 int milliseconds(double seconds)
 {
@@ -117,7 +117,7 @@ void Watcher::update(const FolderRecord& folder)
         return;
     m_events->remove(folder.id);
     watched = std::make_unique<WatchedFolder>(folder, m_stores.files.known(folder.id), std::move(skipped),
-        static_cast<std::int64_t>(m_times.settleSeconds * 1e9));
+                                              static_cast<std::int64_t>(m_times.settleSeconds * 1e9));
     log::info("watching " + folder.path + " with the profile " + profile->name);
     scan(*watched);
 }
@@ -228,12 +228,14 @@ void Watcher::tick()
     }
     // In step while files settle, and on the spot when the first of them is due.
     if (waiting)
-        m_tickTimer.start(static_cast<int>(std::clamp((due - now) / 1000000 + 1, kQuickestTick, m_slowestTick)));
+        m_tickTimer.start(
+            static_cast<int>(std::clamp((due - now) / 1000000 + 1, kQuickestTick, m_slowestTick)));
     else
         m_tickTimer.stop();
 }
 
-void Watcher::fileDone(const std::string& folderId, const std::string& path, const std::optional<FileStamp>& stamp)
+void Watcher::fileDone(const std::string& folderId, const std::string& path,
+                       const std::optional<FileStamp>& stamp)
 {
     const auto found = m_folders.find(folderId);
     if (found == m_folders.end())

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "store/ErrorStore.h"
 #include "store/FileStore.h"
 #include "store/FolderStore.h"
-#include "store/ErrorStore.h"
 #include "store/ProfileStore.h"
 #include "watch/DirectoryEvents.h"
 #include "watch/WatchedFolder.h"
@@ -59,7 +59,8 @@ public:
     /// Reads all directories now.
     void rescan();
     /// The work on a file came to an end; without a stamp it will be looked at again.
-    void fileDone(const std::string& folderId, const std::string& path, const std::optional<FileStamp>& stamp);
+    void fileDone(const std::string& folderId, const std::string& path,
+                  const std::optional<FileStamp>& stamp);
 
 private:
     void update(const FolderRecord& folder);

@@ -80,8 +80,8 @@ void drawFocus(QPainter* painter, const QStyleOptionViewItem& option)
     focus.QStyleOption::operator=(option);
     focus.rect = style->subElementRect(QStyle::SE_ItemViewItemFocusRect, &option, option.widget);
     focus.state |= QStyle::State_KeyboardFocusChange | QStyle::State_Item;
-    focus.backgroundColor
-        = option.palette.color(colorGroup(option), selected ? QPalette::Highlight : QPalette::Window);
+    focus.backgroundColor =
+        option.palette.color(colorGroup(option), selected ? QPalette::Highlight : QPalette::Window);
     style->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, painter, option.widget);
 }
 
@@ -126,7 +126,8 @@ void KRXFolderItemDelegate::paintIngest(QPainter* painter, const QStyleOptionVie
         return;
     // Ready and in progress are told apart by colour, so these icons keep theirs.
     HostQtShell::drawSkinnedIcon(painter, option.rect, icon, KRXFolderViewWidget::ingestIconGroup(),
-                                 HostQtShell::IconTintColors(), HostQtShell::disabledAlpha(isDisabled(option)));
+                                 HostQtShell::IconTintColors(),
+                                 HostQtShell::disabledAlpha(isDisabled(option)));
 }
 
 void KRXFolderItemDelegate::paintFolder(QPainter* painter, const QStyleOptionViewItem& option,
@@ -162,11 +163,13 @@ void KRXFolderItemDelegate::paintProfile(QPainter* painter, const QStyleOptionVi
 
     QStyleOptionComboBox box;
     box.QStyleOption::operator=(cell);
-    const QRect arrow = style->subControlRect(QStyle::CC_ComboBox, &box, QStyle::SC_ComboBoxArrow, cell.widget);
+    const QRect arrow =
+        style->subControlRect(QStyle::CC_ComboBox, &box, QStyle::SC_ComboBoxArrow, cell.widget);
     const bool pressed = cell.state.testFlag(QStyle::State_Sunken) || cell.state.testFlag(QStyle::State_On);
-    HostQtShell::drawSkinnedIcon(painter, arrow, QStringLiteral("Arrows/popup_arrow.png"), QStringLiteral("icons"),
-                                 HostQtShell::iconTintColors(), HostQtShell::disabledAlpha(isDisabled(cell)),
-                                 pressed ? HostQtShell::IconVariant::Pressed : HostQtShell::IconVariant::Normal);
+    HostQtShell::drawSkinnedIcon(
+        painter, arrow, QStringLiteral("Arrows/popup_arrow.png"), QStringLiteral("icons"),
+        HostQtShell::iconTintColors(), HostQtShell::disabledAlpha(isDisabled(cell)),
+        pressed ? HostQtShell::IconVariant::Pressed : HostQtShell::IconVariant::Normal);
 
     QRect textArea = style->subElementRect(QStyle::SE_ItemViewItemText, &cell, cell.widget);
     if (cell.direction == Qt::RightToLeft)

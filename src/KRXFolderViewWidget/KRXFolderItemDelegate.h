@@ -11,7 +11,8 @@ class KRXFolderItemDelegate : public QStyledItemDelegate
 public:
     explicit KRXFolderItemDelegate(QObject* parent);
 
-    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override;
 
 private:
     void paintIngest(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const;

@@ -142,8 +142,8 @@ void KRXFolderViewWidget::handlePress(const QPoint& position)
 void KRXFolderViewWidget::ingestClicked(const QModelIndex& index, const QPoint& position)
 {
     const int state = getIngestState(m_clickedItem);
-    if ((state != NewClipsAvailable && state != AcquisitionInProgress)
-        || !ingestIconArea(index).contains(position))
+    if ((state != NewClipsAvailable && state != AcquisitionInProgress) ||
+        !ingestIconArea(index).contains(position))
         return;
     if (!m_callback) {
         // The clips stay on offer: nobody is there to take them.

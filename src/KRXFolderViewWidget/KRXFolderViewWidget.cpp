@@ -51,7 +51,8 @@ constexpr Column kColumns[] = {
 constexpr QLatin1String kTrue("true");
 constexpr QLatin1String kFalse("false");
 
-/// Whether a directory is there and has anything in it. Stops at the first entry: watched directories are large.
+/// Whether a directory is there and has anything in it. Stops at the first entry: watched directories are
+/// large.
 bool holdsEntries(const QString& path)
 {
     return QFileInfo(path).isDir() && QDirIterator(path, QDir::AllEntries | QDir::NoDotAndDotDot).hasNext();
@@ -101,7 +102,8 @@ private:
 
 KRXFolderViewWidget::KRXFolderViewWidget(QWidget* parent)
     : QTreeWidget(parent)
-    , m_folderIcon(HostQtShell::skinnedIcon(QStringLiteral("folder_closed.png"), QStringLiteral("icons/ProjectBins")))
+    , m_folderIcon(
+          HostQtShell::skinnedIcon(QStringLiteral("folder_closed.png"), QStringLiteral("icons/ProjectBins")))
 {
     setItemDelegate(new KRXFolderItemDelegate(parent ? parent : this));
     setFixedHeight(kViewHeight);
@@ -121,7 +123,8 @@ KRXFolderViewWidget::KRXFolderViewWidget(QWidget* parent)
 
     // The clicked row may go in any way, also by the hand of the host.
     connect(model(), &QAbstractItemModel::modelAboutToBeReset, this, &KRXFolderViewWidget::forgetClickedItem);
-    connect(model(), &QAbstractItemModel::rowsAboutToBeRemoved, this, &KRXFolderViewWidget::forgetClickedItem);
+    connect(model(), &QAbstractItemModel::rowsAboutToBeRemoved, this,
+            &KRXFolderViewWidget::forgetClickedItem);
     connect(this, &QTreeWidget::itemChanged, this, &KRXFolderViewWidget::itemChanged);
 }
 
@@ -158,8 +161,8 @@ void KRXFolderViewWidget::registerCallback(AcquireCallback callback)
 
 void KRXFolderViewWidget::fillView()
 {
-    if (KRXFolderManager::getInstance().refreshFolders(true)
-        && KRXProfileManager::getInstance().refreshProfiles(true))
+    if (KRXFolderManager::getInstance().refreshFolders(true) &&
+        KRXProfileManager::getInstance().refreshProfiles(true))
         fillRows();
 }
 
@@ -181,8 +184,8 @@ void KRXFolderViewWidget::fillRows()
     putInRows(std::move(rows));
 }
 
-/// Puts rows in at one go, in order already when that is by a text: the view's own sort, which goes through the
-/// items for every comparison, then has nothing to move.
+/// Puts rows in at one go, in order already when that is by a text: the view's own sort, which goes through
+/// the items for every comparison, then has nothing to move.
 void KRXFolderViewWidget::putInRows(std::vector<std::unique_ptr<KRXFolderViewWidgetItem>> rows)
 {
     using Keyed = std::pair<QString, QTreeWidgetItem*>;
@@ -342,12 +345,11 @@ void KRXFolderViewWidget::itemChanged(QTreeWidgetItem* item, int column)
     bool processExisting = false;
     if (column == kIdxProfileColumn && holdsEntries(getFolderPath(item))) {
         const QPointer<KRXFolderViewWidget> self(this);
-        processExisting = HostQtShell::showManagedMessageBox(
-                              this, QMessageBox::Question, QString(),
-                              KRXText::localised(
-                                  "Do you want to process existing files with the new folder profile?"),
-                              QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes)
-            == QMessageBox::Yes;
+        processExisting =
+            HostQtShell::showManagedMessageBox(
+                this, QMessageBox::Question, QString(),
+                KRXText::localised("Do you want to process existing files with the new folder profile?"),
+                QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes) == QMessageBox::Yes;
         // Nobody answered when the view went away below the question.
         if (!self)
             return;
@@ -388,12 +390,13 @@ void KRXFolderViewWidget::updateOutputsReadyState(const QStringList& folderIds)
 
 void KRXFolderViewWidget::verifyFoldersPath()
 {
-    setInEveryRow(kIdxFolderColumn, kFolderExistRole,
-                  [](const QTreeWidgetItem* row) -> QVariant { return QFileInfo::exists(getFolderPath(row)); });
+    setInEveryRow(kIdxFolderColumn, kFolderExistRole, [](const QTreeWidgetItem* row) -> QVariant {
+        return QFileInfo::exists(getFolderPath(row));
+    });
 }
 
-/// Sets one cell of every row as one change for the view, however many rows there are. No row moves meanwhile,
-/// also when the view is sorted by that column.
+/// Sets one cell of every row as one change for the view, however many rows there are. No row moves
+/// meanwhile, also when the view is sorted by that column.
 template <class ValueOf>
 void KRXFolderViewWidget::setInEveryRow(int column, int role, ValueOf valueOf)
 {

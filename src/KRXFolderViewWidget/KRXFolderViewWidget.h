@@ -36,12 +36,7 @@ public:
     static constexpr int kFolderExistRole = Qt::UserRole + 1;
 
     /// Acquire state of a row, kept as int under Qt::UserRole in the acquire column.
-    enum IngestState
-    {
-        NoNewClips = 0,
-        NewClipsAvailable = 1,
-        AcquisitionInProgress = 2
-    };
+    enum IngestState { NoNewClips = 0, NewClipsAvailable = 1, AcquisitionInProgress = 2 };
 
     /// Receives one output file path for each acquired clip.
     using AcquireCallback = void (*)(const QString&);
@@ -52,13 +47,14 @@ public:
     /// Sets who takes acquired clips. Until then the acquire icons do not react.
     void registerCallback(AcquireCallback callback);
 
-    /// Reloads folders and profiles from the service and rebuilds all rows. A failure is silent and leaves the
-    /// rows as they are.
+    /// Reloads folders and profiles from the service and rebuilds all rows. A failure is silent and leaves
+    /// the rows as they are.
     void fillView();
     /// Registers a folder with the service and makes its row current. Refuses a path that is listed already.
     /// Failures are shown in a message box.
     void addFolder(const QString& path, const QString& profileId);
-    /// Removes the current row's folder from the service, and then its row; a failure is shown and keeps both.
+    /// Removes the current row's folder from the service, and then its row; a failure is shown and keeps
+    /// both.
     void delFolder();
     /// Marks the rows whose folder has output ready, and takes the mark from the others; rows that are being
     /// acquired stay as they are. Only while the view is visible and has a current row.
@@ -75,13 +71,13 @@ public:
     static QString getProfileId(const QTreeWidgetItem* item);
     static void setProfileId(QTreeWidgetItem* item, const QString& profileId);
     static QString getProfileName(const QTreeWidgetItem* item);
-    /// Sets the shown profile. This is the deliberate change of a profile: it always emits itemChanged() once,
-    /// also when the name is the old one, and so writes the row's folder to the service.
+    /// Sets the shown profile. This is the deliberate change of a profile: it always emits itemChanged()
+    /// once, also when the name is the old one, and so writes the row's folder to the service.
     static void setProfileName(QTreeWidgetItem* item, const QString& name);
     static void setTargetBin(QTreeWidgetItem* item, const QString& bin);
 
-    /// Makes a row of a folder record and puts it into the view. \return the row, owned by the view; null when
-    /// the record has no identifier.
+    /// Makes a row of a folder record and puts it into the view. \return the row, owned by the view; null
+    /// when the record has no identifier.
     QTreeWidgetItem* krxToFolderItem(const KRXFolder& folder);
     /// Fills \a folder from a row; leaves it alone when there is none.
     static void folderItemToKRX(const QTreeWidgetItem* item, KRXFolder& folder);

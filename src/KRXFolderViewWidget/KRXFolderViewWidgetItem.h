@@ -5,8 +5,8 @@
 
 #include <array>
 
-/// A row of the folder list. It knows where its cells are kept and how rows are put in order; what the cells mean
-/// is the view's business.
+/// A row of the folder list. It knows where its cells are kept and how rows are put in order; what the cells
+/// mean is the view's business.
 ///
 /// The cells that every row has lie in one array: lists of many thousand folders are filled and sorted in a
 /// fraction of the time that the general item takes. Everything else is left to the general item.

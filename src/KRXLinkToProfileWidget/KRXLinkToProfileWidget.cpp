@@ -24,8 +24,8 @@ constexpr int kSpacing = 3;
 constexpr int kBoxWidth = 180;
 constexpr int kButtonHeight = 20;
 
-/// Keeps the host's window shut off while it lives. The window may go away meanwhile, which shows when it is a
-/// Qt object, as host windows are.
+/// Keeps the host's window shut off while it lives. The window may go away meanwhile, which shows when it is
+/// a Qt object, as host windows are.
 class DisabledHostWindow
 {
 public:
@@ -149,7 +149,8 @@ void KRXLinkToProfileWidget::showProfilesEdotor()
     if (!self)
         return;
     populateProfileComboBox();
-    const int former = m_profilesBox->findData(formerId, Qt::UserRole, Qt::MatchExactly | Qt::MatchCaseSensitive);
+    const int former =
+        m_profilesBox->findData(formerId, Qt::UserRole, Qt::MatchExactly | Qt::MatchCaseSensitive);
     m_profilesBox->setCurrentIndex(qMax(0, former));
 }
 

@@ -38,8 +38,8 @@ public:
 protected:
     /// Fills the box with the service's profiles without a signal. The first one is current then.
     void populateProfileComboBox();
-    /// Shows the summary of a cached profile. An empty identifier clears the summary; of an unknown profile it
-    /// stays as it was.
+    /// Shows the summary of a cached profile. An empty identifier clears the summary; of an unknown profile
+    /// it stays as it was.
     void refreshProfileSummary(const QString& profileId);
 
 private slots:

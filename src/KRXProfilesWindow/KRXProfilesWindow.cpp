@@ -52,7 +52,8 @@ const QLatin1String kHelpTopic("IDH_ProfileEditor_Window");
 constexpr int kWindowHelpFlag = 1;
 
 /// A button of the small square kind that adds or removes something.
-QPushButton* makeSmallButton(const QString& text, const char* objectName, const QString& toolTip, QWidget* parent)
+QPushButton* makeSmallButton(const QString& text, const char* objectName, const QString& toolTip,
+                             QWidget* parent)
 {
     auto* button = new QPushButton(text, parent);
     button->setObjectName(QLatin1String(objectName));
@@ -107,8 +108,7 @@ QBoxLayout* KRXProfilesWindow::addProfileRow()
     m_profilesBox->setFixedWidth(kProfilesBoxWidth);
     connect(m_profilesBox, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
             &KRXProfilesWindow::profileCurrentIndexChanged);
-    m_deleteButton =
-        makeSmallButton(localised("-"), "delProfileBtn", localised("Delete Profile"), this);
+    m_deleteButton = makeSmallButton(localised("-"), "delProfileBtn", localised("Delete Profile"), this);
     connect(m_deleteButton, &QPushButton::clicked, this, &KRXProfilesWindow::delBtnPressed);
 
     auto* row = new QHBoxLayout;
@@ -159,7 +159,8 @@ void KRXProfilesWindow::addSettingsSection()
     m_settingsController = new KRXSettingsController(m_settingsSection, this);
     for (XelSettingsType group : kEditorGroups)
         m_settingsController->addNewSetting(group);
-    connect(linkOptions()->getEditButton(), &QPushButton::clicked, this, &KRXProfilesWindow::showMultiChannelDlg);
+    connect(linkOptions()->getEditButton(), &QPushButton::clicked, this,
+            &KRXProfilesWindow::showMultiChannelDlg);
 }
 
 void KRXProfilesWindow::addActionsPart()
@@ -247,7 +248,8 @@ void KRXProfilesWindow::setCurrentSelectedAction(KRXTwistWidget* action)
     m_selectedAction = action;
 }
 
-void KRXProfilesWindow::updateProfilesBox(const QList<QPair<QString, QString>>& items, const QString& currentId)
+void KRXProfilesWindow::updateProfilesBox(const QList<QPair<QString, QString>>& items,
+                                          const QString& currentId)
 {
     {
         const QSignalBlocker blocker(m_profilesBox);
@@ -260,7 +262,8 @@ void KRXProfilesWindow::updateProfilesBox(const QList<QPair<QString, QString>>& 
         m_deleteButton->setEnabled(false);
         return;
     }
-    const int index = m_profilesBox->findData(currentId, Qt::UserRole, Qt::MatchExactly | Qt::MatchCaseSensitive);
+    const int index =
+        m_profilesBox->findData(currentId, Qt::UserRole, Qt::MatchExactly | Qt::MatchCaseSensitive);
     m_profilesBox->setCurrentIndex(std::max(index, 0));
     m_deleteButton->setEnabled(true);
     m_state.setModified(false);
@@ -277,8 +280,8 @@ void KRXProfilesWindow::updateHeight()
     if (!isVisible())
         return;
     const int fixedParts = height() - m_scrollArea->height();
-    setNewHeight(m_scrollWidget->layout()->totalSizeHint().height() + fixedParts + layout()->spacing()
-                 + layout()->contentsMargins().top());
+    setNewHeight(m_scrollWidget->layout()->totalSizeHint().height() + fixedParts + layout()->spacing() +
+                 layout()->contentsMargins().top());
 }
 
 void KRXProfilesWindow::profileCurrentIndexChanged(int index)
@@ -375,7 +378,8 @@ void KRXProfilesWindow::saveAs(const QString& name)
     } else {
         HostQtShell::showManagedMessageBox(
             this, QMessageBox::Critical, localised("Error occurred"),
-            localised("Can't create new profile!\n%1").arg(manager.lastError()), QMessageBox::Ok, QMessageBox::Ok);
+            localised("Can't create new profile!\n%1").arg(manager.lastError()), QMessageBox::Ok,
+            QMessageBox::Ok);
     }
     // After a failure too, and without the question about unsaved changes: the error was the last word.
     if (self)
@@ -396,17 +400,19 @@ bool KRXProfilesWindow::confirmDeletion(const QString& name, const QList<QString
 {
     QString question;
     if (!paths.isEmpty()) {
-        question = localised("The profile [%1] you are trying to delete is associated with existing KRX folders:\n")
-                       .arg(name);
+        question =
+            localised("The profile [%1] you are trying to delete is associated with existing KRX folders:\n")
+                .arg(name);
         for (const QString& path : paths)
             question += QStringLiteral("%1 \n").arg(path);
-        question += localised("If you delete the profile it will be replaced with the Default profile for all "
-                              "related KRX folders \n and these folders will be disabled.");
+        question +=
+            localised("If you delete the profile it will be replaced with the Default profile for all "
+                      "related KRX folders \n and these folders will be disabled.");
     }
     question += localised("Are you sure you want to delete [%1] profile?").arg(name);
     return HostQtShell::showManagedMessageBox(this, QMessageBox::Question, QString(), question,
-                                              QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes)
-        == QMessageBox::Yes;
+                                              QMessageBox::Yes | QMessageBox::No,
+                                              QMessageBox::Yes) == QMessageBox::Yes;
 }
 
 void KRXProfilesWindow::delBtnPressed()
@@ -429,8 +435,8 @@ void KRXProfilesWindow::delBtnPressed()
     const KRXFolderManager& folderManager = KRXFolderManager::getInstance();
     for (int i = 0; i < folderManager.countFolders(); ++i) {
         auto folder = std::make_unique<KRXFolder>();
-        if (!KRXFolderManager::getInstance().getFolder(i, *folder)
-            || folder->property(KRXFolderProperties::kProfileId).toString() != id)
+        if (!KRXFolderManager::getInstance().getFolder(i, *folder) ||
+            folder->property(KRXFolderProperties::kProfileId).toString() != id)
             continue;
         paths << folder->property(KRXFolderProperties::kPath).toString();
         folders.push_back(std::move(folder));

@@ -26,8 +26,8 @@ class QMenu;
 class QPushButton;
 class QScrollArea;
 
-/// The profile editor: a modal dialog in which profiles are viewed, created and deleted. Saving always creates
-/// a new profile.
+/// The profile editor: a modal dialog in which profiles are viewed, created and deleted. Saving always
+/// creates a new profile.
 class KRX_EXPORT KRXProfilesWindow : public QDialog
 {
     Q_OBJECT
@@ -41,8 +41,8 @@ public:
     /// Resizes the window to its current width and \a height in pixels.
     virtual void setNewHeight(int height);
     /// Fills the profiles box and loads a profile.
-    /// \param items (identifier, name) of every profile. \param currentId the profile to load; the first one is
-    /// loaded when there is none of that identifier.
+    /// \param items (identifier, name) of every profile. \param currentId the profile to load; the first one
+    /// is loaded when there is none of that identifier.
     virtual void updateProfilesBox(const QList<QPair<QString, QString>>& items, const QString& currentId);
 
 protected:

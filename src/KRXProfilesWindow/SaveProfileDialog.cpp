@@ -61,8 +61,8 @@ void SaveProfileDialog::save()
     const QString name = profileName();
     if (m_editor->getProfilesBox()->findText(name, Qt::MatchExactly | Qt::MatchCaseSensitive) >= 0) {
         HostQtShell::showManagedMessageBox(this, QMessageBox::Warning, QString(),
-                                           localised("Profile : %1 already exists").arg(name), QMessageBox::Ok,
-                                           QMessageBox::Ok);
+                                           localised("Profile : %1 already exists").arg(name),
+                                           QMessageBox::Ok, QMessageBox::Ok);
         return;
     }
     accept();

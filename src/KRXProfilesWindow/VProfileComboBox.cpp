@@ -24,7 +24,8 @@ void VProfileComboBox::paintEvent(QPaintEvent*)
     QStyleOptionComboBox option;
     initStyleOption(&option);
     const QString mark = m_state.isModified() ? QStringLiteral(" *") : QString();
-    const QRect field = style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this);
+    const QRect field =
+        style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this);
     const int room = field.width() - option.fontMetrics.horizontalAdvance(mark) - kTextMargin;
     option.currentText = option.fontMetrics.elidedText(currentText(), Qt::ElideRight, room) + mark;
     painter.drawComplexControl(QStyle::CC_ComboBox, option);

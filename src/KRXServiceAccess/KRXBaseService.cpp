@@ -142,7 +142,8 @@ bool KRXBaseService::restPost(const QString& url, const QString& body, IRestResp
 {
     return callClient(kPostFailed, [&](IRestClient& client) {
         const QByteArray bytes = body.toUtf8();
-        return client.post(utf16(url), &response, bytes.constData(), static_cast<std::uint32_t>(bytes.size()));
+        return client.post(utf16(url), &response, bytes.constData(),
+                           static_cast<std::uint32_t>(bytes.size()));
     });
 }
 

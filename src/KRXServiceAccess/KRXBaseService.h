@@ -15,8 +15,8 @@ class IRestResponse;
 
 /// Speaks with the local folder service through the host's REST client. Base of the three managers.
 ///
-/// Every request is synchronous. Failures are results, with a localised text for the user in \ref lastError().
-/// Not for use from several threads at once.
+/// Every request is synchronous. Failures are results, with a localised text for the user in \ref
+/// lastError(). Not for use from several threads at once.
 class KRX_EXPORT KRXBaseService
 {
 public:
@@ -47,8 +47,8 @@ protected:
     QString buildUrl() const;
 
     // The four methods. \a response must be null before the call; the caller releases it when it is not null
-    // afterwards. The body is sent as UTF-8. Each returns false only when there is no REST client: a call that
-    // failed shows in checkResponse(). Each throws as ensureRestClient() does.
+    // afterwards. The body is sent as UTF-8. Each returns false only when there is no REST client: a call
+    // that failed shows in checkResponse(). Each throws as ensureRestClient() does.
     bool restGet(const QString& url, IRestResponse*& response);
     bool restPost(const QString& url, const QString& body, IRestResponse*& response);
     bool restPut(const QString& url, const QString& body, IRestResponse*& response);
@@ -73,7 +73,8 @@ protected:
     enum class Unreadable { Report, KeepQuiet };
 
     /// GETs \a url and parses the answer into \a document, which stays as it was on failure.
-    bool fetchDocument(const QString& url, QDomDocument& document, Unreadable unreadable = Unreadable::Report);
+    bool fetchDocument(const QString& url, QDomDocument& document,
+                       Unreadable unreadable = Unreadable::Report);
     /// Parses an answer into \a document, which stays as it was on failure.
     bool parseAnswer(const QByteArray& body, QDomDocument& document,
                      Unreadable unreadable = Unreadable::Report);

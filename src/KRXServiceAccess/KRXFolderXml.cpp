@@ -53,7 +53,8 @@ std::optional<FolderTexts> Reader::read(const QDomElement& element)
     if (result.id.isEmpty())
         return {};
     result.texts.fill(QLatin1String(""));
-    for (QDomElement child = element.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
+    for (QDomElement child = element.firstChildElement(); !child.isNull();
+         child = child.nextSiblingElement()) {
         const QString tag = child.tagName();
         if (tag == QLatin1String(kOutputFilesElement)) {
             result.outputFiles += fileNames(child);
@@ -61,7 +62,8 @@ std::optional<FolderTexts> Reader::read(const QDomElement& element)
         }
         for (std::size_t i = 0; i < kTextFields.size(); ++i) {
             if (tag == QLatin1String(kTextFields[i].element))
-                result.texts[i] = kTextFields[i].isCommon ? shared(KRXXml::textOf(child)) : KRXXml::textOf(child);
+                result.texts[i] =
+                    kTextFields[i].isCommon ? shared(KRXXml::textOf(child)) : KRXXml::textOf(child);
         }
     }
     return result;
@@ -129,7 +131,8 @@ QString deviceStatus(const QString& volumeName, int volumeType, int volumeAction
     document.appendChild(status);
     KRXXml::appendTextElement(document, status, QStringLiteral("volumeName"), volumeName);
     KRXXml::appendTextElement(document, status, QStringLiteral("volumeType"), QString::number(volumeType));
-    KRXXml::appendTextElement(document, status, QStringLiteral("volumeAction"), QString::number(volumeAction));
+    KRXXml::appendTextElement(document, status, QStringLiteral("volumeAction"),
+                              QString::number(volumeAction));
     return KRXXml::toText(document);
 }
 

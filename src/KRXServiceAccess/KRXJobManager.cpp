@@ -43,7 +43,8 @@ bool KRXJobManager::submitJob(const QString& path, const QString& profileId, QSt
         return false;
     QByteArray body;
     QDomDocument answer;
-    if (!exchangePost(buildUrl(), KRXJobXml::submission(path, profileId), &body) || !parseAnswer(body, answer))
+    if (!exchangePost(buildUrl(), KRXJobXml::submission(path, profileId), &body) ||
+        !parseAnswer(body, answer))
         return false;
     const KRXJob job =
         KRXJobXml::parseJobInfoElement(KRXXml::firstElement(answer, QStringLiteral("jobInfo")));

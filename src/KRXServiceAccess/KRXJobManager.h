@@ -11,9 +11,9 @@
 #include <QVector>
 
 /// Submits and changes jobs, keeps a cache of them, and asks for the service's activity, errors and folders
-/// with output ready. Each user has its own; copies are short-lived values that share the source's reference to
-/// the REST client. One thread at a time. A request that fails leaves the cache as it was and the reason in
-/// lastError().
+/// with output ready. Each user has its own; copies are short-lived values that share the source's reference
+/// to the REST client. One thread at a time. A request that fails leaves the cache as it was and the reason
+/// in lastError().
 class KRX_EXPORT KRXJobManager : public KRXBaseService
 {
 public:

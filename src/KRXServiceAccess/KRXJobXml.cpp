@@ -55,7 +55,8 @@ QStringList textsOf(const QDomNode& root, QLatin1String name)
 KRXJob parseJobInfoElement(const QDomElement& element)
 {
     KRXJob job;
-    for (QDomElement child = element.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
+    for (QDomElement child = element.firstChildElement(); !child.isNull();
+         child = child.nextSiblingElement()) {
         const QString tag = child.tagName();
         takeText(kInfoTexts, tag, child, job);
         if (tag == QLatin1String("outputXELFiles"))
@@ -67,7 +68,8 @@ KRXJob parseJobInfoElement(const QDomElement& element)
 KRXJob parseJobStatusElement(const QDomElement& element)
 {
     KRXJob job;
-    for (QDomElement child = element.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
+    for (QDomElement child = element.firstChildElement(); !child.isNull();
+         child = child.nextSiblingElement()) {
         const QString tag = child.tagName();
         takeText(kStatusTexts, tag, child, job);
         if (tag == QLatin1String("complete"))

@@ -41,11 +41,12 @@ public:
     /// \param name its name. \param settings, actions write their parts of the document; each may be null.
     /// \param newId receives the identifier; untouched when the service took the profile but it could not be
     /// read back, which is still success.
-    bool createProfile(const QString& name, KRXSettingsController* settings, ProfileActionsController* actions,
-                       QString& newId);
+    bool createProfile(const QString& name, KRXSettingsController* settings,
+                       ProfileActionsController* actions, QString& newId);
     /// Removes a profile from the service and the cache.
     bool deleteProfile(const QString& id);
-    /// The identifier of the cached profile that has the localised name "Default Profile"; empty when none has.
+    /// The identifier of the cached profile that has the localised name "Default Profile"; empty when none
+    /// has.
     QString getDefaultProfileID() const;
     /// (identifier, name) of the cached profiles, by name whatever the case; for pickers.
     QList<QPair<QString, QString>> profileItems() const;

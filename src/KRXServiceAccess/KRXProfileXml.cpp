@@ -62,7 +62,8 @@ Texts detailTexts(const QDomElement& detail)
 {
     Texts texts;
     texts.fill(QLatin1String(""));
-    for (QDomElement child = detail.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
+    for (QDomElement child = detail.firstChildElement(); !child.isNull();
+         child = child.nextSiblingElement()) {
         for (std::size_t i = 0; i < kTextFields.size(); ++i) {
             if (child.tagName() == QLatin1String(kTextFields[i].element))
                 texts[i] = KRXXml::textOf(child);

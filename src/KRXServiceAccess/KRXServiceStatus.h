@@ -5,8 +5,8 @@
 #include <QString>
 #include <QStringList>
 
-/// What the service is up to, as a value. Whoever polls takes a fresh record each time: an error flag once set
-/// stays set.
+/// What the service is up to, as a value. Whoever polls takes a fresh record each time: an error flag once
+/// set stays set.
 class KRX_EXPORT KRXServiceStatus
 {
 public:

@@ -28,7 +28,8 @@ QString optionalLine(const QString& text)
 
 KRXSummaryBinsRow::KRXSummaryBinsRow(const QDomDocument& doc)
 {
-    for (const QDomElement& child : KRXXml::childElements(KRXXml::firstElement(doc, QStringLiteral("binDetail")))) {
+    for (const QDomElement& child :
+         KRXXml::childElements(KRXXml::firstElement(doc, QStringLiteral("binDetail")))) {
         const QString tag = child.tagName();
         const QString text = child.text();
         if (tag == QLatin1String("binSelectionMethod")) {

@@ -12,10 +12,7 @@ class KRX_EXPORT ArrowButton : public QWidget
 
 public:
     /// What the arrow shows. The numbers are fixed; derived buttons give them meanings of their own.
-    enum ArrowButtonnState : int {
-        Open = 0,
-        Closed = 1
-    };
+    enum ArrowButtonnState : int { Open = 0, Closed = 1 };
     Q_ENUM(ArrowButtonnState)
 
     /// A closed button.

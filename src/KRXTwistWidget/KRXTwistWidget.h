@@ -28,7 +28,8 @@ public:
     ~KRXTwistWidget() override;
 
     bool isOpen() const { return m_open; }
-    /// Opens or closes the section. A disabled section only remembers \a open: body and arrow keep their look.
+    /// Opens or closes the section. A disabled section only remembers \a open: body and arrow keep their
+    /// look.
     void setOpen(bool open);
 
     bool isSelected() const { return m_selected; }
@@ -75,11 +76,7 @@ signals:
 
 protected:
     /// Where the drop indicator is painted.
-    enum DropPosition {
-        NoDrop = 0,
-        DropAtTop = 1,
-        DropAtBottom = 2
-    };
+    enum DropPosition { NoDrop = 0, DropAtTop = 1, DropAtBottom = 2 };
 
     void changeEvent(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;

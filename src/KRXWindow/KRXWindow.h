@@ -35,8 +35,8 @@ public:
 
     /// Hook: place and show the panel in the host.
     virtual void Show();
-    /// Creates the profile editor unless there is one, and fills the profiles box. A host with an editor of its
-    /// own overrides this: it calls \ref setProfilesWindow() and then this function.
+    /// Creates the profile editor unless there is one, and fills the profiles box. A host with an editor of
+    /// its own overrides this: it calls \ref setProfilesWindow() and then this function.
     virtual void initProfilesWindow();
     /// Hook: open the host's manager of services.
     virtual void openServicesDialog();

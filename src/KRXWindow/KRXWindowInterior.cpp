@@ -31,21 +31,21 @@ constexpr int kEditorButtonWidth = 80;
 constexpr int kMessageWeight = 75;
 constexpr int kOpaque = 255;
 
-/// Makes the text of a button of fixed width smaller until all of it can be read; translations are longer than
-/// the width allows.
+/// Makes the text of a button of fixed width smaller until all of it can be read; translations are longer
+/// than the width allows.
 void fitText(QPushButton* button)
 {
     constexpr int margins = 8;
     constexpr qreal smallest = 6;
     QFont font = button->font();
-    while (font.pointSizeF() > smallest
-           && QFontMetrics(font).horizontalAdvance(button->text()) > button->width() - margins)
+    while (font.pointSizeF() > smallest &&
+           QFontMetrics(font).horizontalAdvance(button->text()) > button->width() - margins)
         font.setPointSizeF(font.pointSizeF() - 0.5);
     button->setFont(font);
 }
 
-/// A message that wraps. Layouts ask a wrapping label for its height before they know its width, and then squeeze
-/// its neighbours; this one insists on what its width needs.
+/// A message that wraps. Layouts ask a wrapping label for its height before they know its width, and then
+/// squeeze its neighbours; this one insists on what its width needs.
 class MessageLabel : public QLabel
 {
 public:
@@ -63,7 +63,8 @@ protected:
     }
 };
 
-QPushButton* smallButton(const QString& objectName, const QString& text, const QString& tooltip, QWidget* parent)
+QPushButton* smallButton(const QString& objectName, const QString& text, const QString& tooltip,
+                         QWidget* parent)
 {
     auto* button = new QPushButton(text, parent);
     button->setObjectName(objectName);
@@ -84,10 +85,10 @@ void KRXWindow::initInterior()
     initSummary();
     main->addStretch();
 
-    m_offlineMessage = new MessageLabel(
-        KRXText::localised("Velo Editor Services are not Running. "
-                           "Please start Services from the Velo Editor Services Manager..."),
-        this);
+    m_offlineMessage =
+        new MessageLabel(KRXText::localised("Velo Editor Services are not Running. "
+                                            "Please start Services from the Velo Editor Services Manager..."),
+                         this);
     m_offlineMessage->setObjectName(QStringLiteral("offlineMessage"));
     QFont bold = font();
     bold.setWeight(kMessageWeight);

@@ -16,13 +16,15 @@ constexpr int kNamingPanelWidth = 200;
 
 enum Selection { UseActive, CreateNew };
 constexpr XelFields::RadioChoice kSelections[] = {
-    {QT_TRID_NOOP("Use Active Bin"), QT_TRID_NOOP("Use the Currently Active Bin to Store Linked Clips"), "USEACTIVE"},
+    {QT_TRID_NOOP("Use Active Bin"), QT_TRID_NOOP("Use the Currently Active Bin to Store Linked Clips"),
+     "USEACTIVE"},
     {QT_TRID_NOOP("Create New Bin"), QT_TRID_NOOP("Create New Bin to Store Linked Clips"), "CREATENEW"},
 };
 
 enum Naming { DefaultName, VolumeName, ExplicitName };
 constexpr XelFields::RadioChoice kNamings[] = {
-    {QT_TRID_NOOP("Default Bin Naming Convention"), QT_TRID_NOOP("Uses the Project Name for the Bin"), "DEFAULT"},
+    {QT_TRID_NOOP("Default Bin Naming Convention"), QT_TRID_NOOP("Uses the Project Name for the Bin"),
+     "DEFAULT"},
     {QT_TRID_NOOP("Volume Name"), QT_TRID_NOOP("Uses the Name or Label of the Volume"), "VOLUME"},
     {QT_TRID_NOOP("Specify bin name"), QT_TRID_NOOP("Lets You Enter a New Bin Name"), "EXPLICIT"},
 };

@@ -38,8 +38,8 @@ QWidget* KRXLinkOptionsSettings::createWidget()
     m_multichannelLabel->setTextFormat(Qt::PlainText);
     // A long grouping is cut off at the edge rather than making the editor as wide as itself.
     m_multichannelLabel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    QHBoxLayout* row = XelLayout::addRow(column, {new QLabel(KRXText::localised("Multichannel Audio :")),
-                                                  m_editButton, m_multichannelLabel});
+    QHBoxLayout* row = XelLayout::addRow(
+        column, {new QLabel(KRXText::localised("Multichannel Audio :")), m_editButton, m_multichannelLabel});
     row->setStretchFactor(m_multichannelLabel, 1);
 
     column->addWidget(new QLabel(KRXText::localised("Audio Start-Time Option (for Broadcast Wave)")));

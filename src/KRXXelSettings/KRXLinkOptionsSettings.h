@@ -11,8 +11,8 @@ class QPushButton;
 class KRX_EXPORT KRXLinkOptionsSettings : public IKRXXelSettings
 {
 public:
-    /// The dynamic property of the grouping label with the grouping's persistent text. Whoever sets it shows the
-    /// grouping's display form as the label's text.
+    /// The dynamic property of the grouping label with the grouping's persistent text. Whoever sets it shows
+    /// the grouping's display form as the label's text.
     static constexpr char kGroupingProperty[] = "PersistentStringRepresentation";
 
     QWidget* createWidget() override;

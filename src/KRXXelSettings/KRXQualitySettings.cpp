@@ -48,7 +48,8 @@ QWidget* KRXQualitySettings::createWidget()
     return m_widget;
 }
 
-QButtonGroup* KRXQualitySettings::addPolicyBox(QHBoxLayout* row, const QString& title, const QString& objectName)
+QButtonGroup* KRXQualitySettings::addPolicyBox(QHBoxLayout* row, const QString& title,
+                                               const QString& objectName)
 {
     auto* box = new VGroupBox(title);
     box->setObjectName(objectName);

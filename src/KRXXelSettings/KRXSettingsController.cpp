@@ -18,12 +18,9 @@ namespace {
 
 /// By XelSettingsType.
 constexpr const char* kTitles[] = {
-    QT_TRID_NOOP("Plugin"),
-    QT_TRID_NOOP("Bins"),
-    QT_TRID_NOOP("Quality"),
-    QT_TRID_NOOP("Link Options"),
-    QT_TRID_NOOP("Volume Mounting"),
-    QT_TRID_NOOP("ZOR Metadata"),
+    QT_TRID_NOOP("Plugin"),          QT_TRID_NOOP("Bins"),
+    QT_TRID_NOOP("Quality"),         QT_TRID_NOOP("Link Options"),
+    QT_TRID_NOOP("Volume Mounting"), QT_TRID_NOOP("ZOR Metadata"),
 };
 
 QString profileSettingsTag()
@@ -43,7 +40,8 @@ bool survivesDocument(const QString& text)
     return KRXXml::parse(KRXXml::toText(sent), received) && received.documentElement().text() == text;
 }
 
-/// The name of the first element below \a parent whose text would be lost or changed; empty when none would be.
+/// The name of the first element below \a parent whose text would be lost or changed; empty when none would
+/// be.
 QString firstElementNotSurviving(const QDomElement& parent)
 {
     for (const QDomElement& child : KRXXml::childElements(parent)) {
@@ -75,9 +73,9 @@ QString KRXSettingsController::getSettingNameByType(XelSettingsType type) const
 
 IKRXXelSettings* KRXSettingsController::getSettingsByType(XelSettingsType type) const
 {
-    const auto found = std::find_if(m_settings.begin(), m_settings.end(), [type](const IKRXXelSettings* settings) {
-        return settings->settingsType() == type;
-    });
+    const auto found =
+        std::find_if(m_settings.begin(), m_settings.end(),
+                     [type](const IKRXXelSettings* settings) { return settings->settingsType() == type; });
     return found != m_settings.end() ? *found : nullptr;
 }
 
@@ -97,7 +95,8 @@ void KRXSettingsController::reportChangesOf(KRXTwistWidget* section) const
     for (QAbstractButton* button : section->findChildren<QAbstractButton*>())
         connect(button, &QAbstractButton::pressed, m_window, &KRXProfilesWindow::updateModifiedState);
     for (QComboBox* box : section->findChildren<QComboBox*>())
-        connect(box, qOverload<int>(&QComboBox::activated), m_window, &KRXProfilesWindow::updateModifiedState);
+        connect(box, qOverload<int>(&QComboBox::activated), m_window,
+                &KRXProfilesWindow::updateModifiedState);
 }
 
 void KRXSettingsController::getSettingsDefXMLElement(QDomDocument* doc, QDomElement& parent) const
@@ -125,11 +124,13 @@ bool KRXSettingsController::validate(QString& error) const
     if (element.isEmpty())
         return true;
     if (element == QLatin1String("binExplicitName")) {
-        error = KRXText::localised("The bin name can't be saved: it consists of blanks only or contains characters "
-                                   "that a profile can't hold.");
+        error = KRXText::localised(
+            "The bin name can't be saved: it consists of blanks only or contains characters "
+            "that a profile can't hold.");
     } else {
-        error = KRXText::localised("The link setting \"%1\" can't be saved: it contains characters that a profile "
-                                   "can't hold.")
+        error = KRXText::localised(
+                    "The link setting \"%1\" can't be saved: it contains characters that a profile "
+                    "can't hold.")
                     .arg(element);
     }
     return false;

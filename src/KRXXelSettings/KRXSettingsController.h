@@ -13,8 +13,8 @@ class IKRXXelSettings;
 class KRXProfilesWindow;
 class KRXTwistWidget;
 
-/// The link settings of the profile editor: makes their sections, keeps their order, writes them into a profile
-/// document and sets them from one.
+/// The link settings of the profile editor: makes their sections, keeps their order, writes them into a
+/// profile document and sets them from one.
 class KRX_EXPORT KRXSettingsController : public QObject
 {
     Q_OBJECT

@@ -84,8 +84,8 @@ void KRXXelPlugin::readXml(const QDomElement& root)
 
 void KRXXelPlugin::selectPlugin(const QString& name, const QString& guid)
 {
-    // A plug-in counts as the same one only when its name and its GUID lead to one item: another version of it
-    // has the name, an unrelated one may have got the GUID.
+    // A plug-in counts as the same one only when its name and its GUID lead to one item: another version of
+    // it has the name, an unrelated one may have got the GUID.
     const int byName = m_pluginBox->findData(name, Qt::DisplayRole, Qt::MatchFixedString);
     const int byGuid = m_pluginBox->findData(guid, Qt::UserRole, Qt::MatchFixedString);
     m_pluginBox->setCurrentIndex(byName >= 0 && byName == byGuid ? byName : 0);

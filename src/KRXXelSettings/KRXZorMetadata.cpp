@@ -21,8 +21,8 @@ constexpr XelFields::RadioChoice kReelNamings[] = {
 
 /// The folder that gives the reel its name; the row plus one is what a profile stores.
 constexpr const char* kFolderLevels[] = {
-    QT_TRID_NOOP("One folder up"),   QT_TRID_NOOP("Two folders up"), QT_TRID_NOOP("Three folders up"),
-    QT_TRID_NOOP("Four folders up"), QT_TRID_NOOP("Five folders up"), QT_TRID_NOOP("Six folders up"),
+    QT_TRID_NOOP("One folder up"),    QT_TRID_NOOP("Two folders up"),   QT_TRID_NOOP("Three folders up"),
+    QT_TRID_NOOP("Four folders up"),  QT_TRID_NOOP("Five folders up"),  QT_TRID_NOOP("Six folders up"),
     QT_TRID_NOOP("Seven folders up"), QT_TRID_NOOP("Eight folders up"),
 };
 
@@ -68,7 +68,8 @@ void KRXZorMetadata::addReelPanel(QVBoxLayout* column)
     for (const char* text : kFolderLevels)
         level->addItem(KRXText::localised(text), level->count() + 1);
     level->setEnabled(false);
-    QObject::connect(naming->button(SourceFolderName), &QAbstractButton::toggled, level, &QWidget::setEnabled);
+    QObject::connect(naming->button(SourceFolderName), &QAbstractButton::toggled, level,
+                     &QWidget::setEnabled);
     XelLayout::addRow(layout, {level}, XelLayout::kIndent);
 
     m_fields.push_back(XelFields::bindRadios(panel->objectName(), naming, kReelNamings));
@@ -101,8 +102,8 @@ void KRXZorMetadata::addDefaultFPSPanel(QVBoxLayout* column)
     m_defaultFPSBox = new QComboBox;
     m_defaultFPSBox->setFixedWidth(XelLayout::kNarrowBoxWidth);
     XelLayout::addRow(layout, {m_defaultFPSBox}, XelLayout::kIndent);
-    m_fields.push_back(XelFields::bindComboBox(panel->objectName(), m_defaultFPSBox, XelFields::ItemPart::Data,
-                                               XelFields::ItemPart::Text));
+    m_fields.push_back(XelFields::bindComboBox(panel->objectName(), m_defaultFPSBox,
+                                               XelFields::ItemPart::Data, XelFields::ItemPart::Text));
 }
 
 void KRXZorMetadata::writeXml(QDomDocument* doc, QDomElement& parent)

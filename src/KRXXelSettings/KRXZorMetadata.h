@@ -16,8 +16,9 @@ public:
     void writeXml(QDomDocument* doc, QDomElement& parent) override;
     void readXml(const QDomElement& root) override;
 
-    /// The frame rates to assume when none is known, for a host's profile editor to fill; empty at first, null
-    /// before createWidget(). A profile stores the data of an item and is read by the text, so both must agree.
+    /// The frame rates to assume when none is known, for a host's profile editor to fill; empty at first,
+    /// null before createWidget(). A profile stores the data of an item and is read by the text, so both must
+    /// agree.
     virtual QComboBox* getDefaultFPSBox() const;
     /// Keeps \a window for a host's subclass; nothing here uses it. Not owned.
     virtual void setProfilesWindow(KRXProfilesWindow* window);

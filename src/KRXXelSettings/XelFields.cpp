@@ -23,7 +23,8 @@ void write(QDomDocument& doc, QDomElement& parent, const List& fields)
 
 void read(const QDomElement& element, const List& fields)
 {
-    for (QDomElement child = element.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
+    for (QDomElement child = element.firstChildElement(); !child.isNull();
+         child = child.nextSiblingElement()) {
         const QString tag = child.tagName();
         const auto field = std::find_if(fields.begin(), fields.end(),
                                         [&tag](const Field& candidate) { return candidate.element == tag; });

@@ -13,8 +13,8 @@ class QCheckBox;
 class QComboBox;
 class QLineEdit;
 
-/// Ties the widgets of the link-settings groups to the elements of a profile document. A group has one list of
-/// fields that its writer and its reader share, and each kind of widget is bound by one function.
+/// Ties the widgets of the link-settings groups to the elements of a profile document. A group has one list
+/// of fields that its writer and its reader share, and each kind of widget is bound by one function.
 namespace XelFields {
 
 /// One value of a group.
@@ -36,12 +36,13 @@ void write(QDomDocument& doc, QDomElement& parent, const List& fields);
 /// Hands each child of \a element to the field of that name; a repeated child overwrites the earlier one.
 void read(const QDomElement& element, const List& fields);
 
-/// The element that the plug-in and the link options share: the first "linkDetail" child of \a parent or a new
-/// one, moved to the end of the children in either case. The service expects it behind whatever was written in
-/// between.
+/// The element that the plug-in and the link options share: the first "linkDetail" child of \a parent or a
+/// new one, moved to the end of the children in either case. The service expects it behind whatever was
+/// written in between.
 QDomElement linkDetailAtEnd(QDomDocument& doc, QDomElement& parent);
 
-/// One radio button: its English text and tooltip (may be null), and the text that stands for it in documents.
+/// One radio button: its English text and tooltip (may be null), and the text that stands for it in
+/// documents.
 struct RadioChoice
 {
     const char* text;
@@ -64,10 +65,7 @@ Field bindRadios(const QString& element, QButtonGroup* group, const RadioChoice 
 }
 
 /// What of a combo box's item is written, and what the text that was read is compared with.
-enum class ItemPart {
-    Text,
-    Data
-};
+enum class ItemPart { Text, Data };
 /// The current item of \a box; a text that fits no item selects the first one.
 Field bindComboBox(const QString& element, QComboBox* box, ItemPart written, ItemPart matched);
 /// The current index of \a box plus one. A text that is no number of an item selects nothing.

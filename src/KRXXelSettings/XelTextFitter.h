@@ -2,8 +2,8 @@
 
 #include <QObject>
 
-/// Keeps the texts of a widget of fixed width within it: where the host's font or a translation is too wide for
-/// the width that the layout prescribes, the widget and what is in it get a smaller font.
+/// Keeps the texts of a widget of fixed width within it: where the host's font or a translation is too wide
+/// for the width that the layout prescribes, the widget and what is in it get a smaller font.
 class XelTextFitter : public QObject
 {
     Q_OBJECT

@@ -8,8 +8,8 @@ namespace KRXXml {
 
 namespace {
 
-/// Decodes UTF-8. Refuses bytes that are not UTF-8: what was replaced in decoding would go back to the service
-/// altered.
+/// Decodes UTF-8. Refuses bytes that are not UTF-8: what was replaced in decoding would go back to the
+/// service altered.
 bool decode(const char* utf8, int size, QString& text)
 {
     constexpr int kMibUtf8 = 106;

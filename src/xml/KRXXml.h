@@ -30,35 +30,35 @@ QDomElement appendTextElement(QDomDocument& document, QDomNode& parent, const QS
 QString toText(const QDomDocument& document);
 
 /// Parses a text that came from outside into \a document. Refused before anything is built: a document type
-/// declaration, nesting deeper than \ref kMaxDepth, a text longer than \ref kMaxDocumentLength, characters that
-/// XML cannot carry (also by number) and references to entities that XML itself does not define. What is refused
-/// counts as text that is not XML.
-/// \return false, with \a document as it was, when the text is refused or is not well-formed.
+/// declaration, nesting deeper than \ref kMaxDepth, a text longer than \ref kMaxDocumentLength, characters
+/// that XML cannot carry (also by number) and references to entities that XML itself does not define. What is
+/// refused counts as text that is not XML. \return false, with \a document as it was, when the text is
+/// refused or is not well-formed.
 bool parse(const QString& text, QDomDocument& document);
 
 /// As above for the bytes of an answer. Refused too: bytes that are not UTF-8.
 bool parse(const QByteArray& utf8, QDomDocument& document);
 
-/// Parses the bytes of an answer for the elements of one name only, and gives each to \a visit, in document order.
-/// Outermost elements of that name are parsed one by one, each in a document of its own, so that a long list costs
-/// the memory of one entry. Refuses what parse() refuses.
-/// \return false when the answer is not well-formed; \a visit may have been called by then.
+/// Parses the bytes of an answer for the elements of one name only, and gives each to \a visit, in document
+/// order. Outermost elements of that name are parsed one by one, each in a document of its own, so that a
+/// long list costs the memory of one entry. Refuses what parse() refuses. \return false when the answer is
+/// not well-formed; \a visit may have been called by then.
 bool parseEach(const QByteArray& utf8, const QString& name,
                const std::function<void(const QDomElement&)>& visit);
 
 /// The text of an element, without a copy in the usual case of one text node.
 QString textOf(const QDomElement& element);
 
-/// All elements of that name below \a root (not \a root itself), in document order. The list is a snapshot made
-/// in one walk: a live QDomNodeList is searched anew from its start whenever any document changes.
+/// All elements of that name below \a root (not \a root itself), in document order. The list is a snapshot
+/// made in one walk: a live QDomNodeList is searched anew from its start whenever any document changes.
 std::vector<QDomElement> elementsByTag(const QDomNode& root, const QString& name);
 /// The first element of that name below \a root, in document order; null when there is none.
 QDomElement firstElement(const QDomNode& root, const QString& name);
 /// The direct child elements of \a parent, in order.
 std::vector<QDomElement> childElements(const QDomNode& parent);
 
-/// Whether XML 1.0 can carry every character of \a text (no control characters but tab, line feed and carriage
-/// return, no lone surrogates, no U+FFFE and U+FFFF).
+/// Whether XML 1.0 can carry every character of \a text (no control characters but tab, line feed and
+/// carriage return, no lone surrogates, no U+FFFE and U+FFFF).
 bool canCarry(const QString& text);
 
 } // namespace KRXXml

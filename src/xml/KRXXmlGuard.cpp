@@ -68,8 +68,8 @@ public:
 private:
     bool startsWith(const Char* at, std::string_view start) const
     {
-        return static_cast<std::size_t>(m_end - at) >= start.size()
-            && std::equal(start.begin(), start.end(), at, [](char a, Char b) { return Char(a) == b; });
+        return static_cast<std::size_t>(m_end - at) >= start.size() &&
+               std::equal(start.begin(), start.end(), at, [](char a, Char b) { return Char(a) == b; });
     }
 
     const Char* behindNext(const Char* at, std::string_view mark) const
@@ -169,8 +169,8 @@ private:
 
     void closeSpan(const Char* behind)
     {
-        m_spans->push_back({static_cast<int>(m_spanBegin - m_begin), static_cast<int>(behind - m_begin),
-                            m_spanDepth == 0});
+        m_spans->push_back(
+            {static_cast<int>(m_spanBegin - m_begin), static_cast<int>(behind - m_begin), m_spanDepth == 0});
         m_spanBegin = nullptr;
     }
 
@@ -217,16 +217,16 @@ private:
 bool isSafeToParse(const QString& text)
 {
     const ushort* begin = text.utf16();
-    return text.size() <= kMaxDocumentLength && canCarry(text)
-        && MarkupWalk<ushort>(begin, begin + text.size()).isSafe();
+    return text.size() <= kMaxDocumentLength && canCarry(text) &&
+           MarkupWalk<ushort>(begin, begin + text.size()).isSafe();
 }
 
 bool findSpans(const QByteArray& utf8, const QByteArray& name, std::vector<ElementSpan>& spans)
 {
     const auto* begin = reinterpret_cast<const uchar*>(utf8.constData());
     const std::string_view spanName(name.constData(), static_cast<std::size_t>(name.size()));
-    return utf8.size() <= kMaxDocumentLength
-        && MarkupWalk<uchar>(begin, begin + utf8.size(), spanName, &spans).isSafe();
+    return utf8.size() <= kMaxDocumentLength &&
+           MarkupWalk<uchar>(begin, begin + utf8.size(), spanName, &spans).isSafe();
 }
 
 } // namespace KRXXml

@@ -247,7 +247,8 @@ void TestActionList::addedRowIsShownAtOnceAndItsQueuedCallsAreDone()
     list.section->setOpen(true);
     auto* row = new ActionTWidget(list.section.get(), ActionType::Copy, 1);
     bool called = false;
-    QMetaObject::invokeMethod(row, [&called] { called = true; }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        row, [&called] { called = true; }, Qt::QueuedConnection);
     list.controller->addRow(row);
     QVERIFY(called);
     QVERIFY(row->isVisible());
@@ -368,7 +369,8 @@ void TestActionList::typeChangeDoesTheQueuedCallsOfTheOptions()
     QWidget* copy = row->getCurrentAction()->widget();
     list.typeBox(row)->setCurrentIndex(2);
     bool called = false;
-    QMetaObject::invokeMethod(copy, [&called] { called = true; }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        copy, [&called] { called = true; }, Qt::QueuedConnection);
     list.typeBox(row)->setCurrentIndex(0);
     QVERIFY(called);
 }

@@ -325,13 +325,12 @@ void TestActionOptions::optionsOfAConsolidateStandInTheirOrder()
             audio = label;
     }
     QList<int> places;
-    for (QWidget* widget :
-         {static_cast<QWidget*>(row.check("videoSkipOnTarget")),
-          static_cast<QWidget*>(row.check("videoRelinkSkippedToTarget")), static_cast<QWidget*>(audio),
-          static_cast<QWidget*>(row.box("audioSampleRate")),
-          static_cast<QWidget*>(row.check("performTranscodeIfConsolidateFails")),
-          static_cast<QWidget*>(row.codec()),
-          static_cast<QWidget*>(options->findChild<DestinationDrives*>())})
+    for (QWidget* widget : {static_cast<QWidget*>(row.check("videoSkipOnTarget")),
+                            static_cast<QWidget*>(row.check("videoRelinkSkippedToTarget")),
+                            static_cast<QWidget*>(audio), static_cast<QWidget*>(row.box("audioSampleRate")),
+                            static_cast<QWidget*>(row.check("performTranscodeIfConsolidateFails")),
+                            static_cast<QWidget*>(row.codec()),
+                            static_cast<QWidget*>(options->findChild<DestinationDrives*>())})
         places.append(place(widget));
     QCOMPARE(places, QList<int>({0, 1, 2, 3, 4, 5, 6}));
     QCOMPARE(place(row.check("applyColorTransformations")), place(row.codec()));

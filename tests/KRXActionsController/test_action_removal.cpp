@@ -177,7 +177,8 @@ void TestActionRemoval::undoneRowIsShownAtOnceAndItsQueuedCallsAreDone()
     list.controller->removeAction();
     QVERIFY(!row->isVisible());
     bool called = false;
-    QMetaObject::invokeMethod(row, [&called] { called = true; }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        row, [&called] { called = true; }, Qt::QueuedConnection);
     list.controller->undoStack()->undo();
     QVERIFY(called);
     QVERIFY(row->isVisible());

@@ -134,7 +134,8 @@ void TestAudioOptions::sampleRatesWithoutATextAreLeftOut()
     catalogue.audio.sampleRates = {0, 44100, 0, 48000};
     StandInHost::setCatalogue(catalogue);
     row.action().setDefaults();
-    QCOMPARE(data(row.box("audioSampleRate")), QStringList({QStringLiteral("44100"), QStringLiteral("48000")}));
+    QCOMPARE(data(row.box("audioSampleRate")),
+             QStringList({QStringLiteral("44100"), QStringLiteral("48000")}));
     catalogue.audio.sampleRates.clear();
     StandInHost::setCatalogue(catalogue);
     row.action().setDefaults();

@@ -46,7 +46,8 @@ public:
     /// The folders a (/media/a, profile p1) and b (/media/b, profile p2), shown.
     void showTwoFolders()
     {
-        service.folders = {{"a"_s, "/media/a"_s, "p1"_s, "false"_s, {}}, {"b"_s, "/media/b"_s, "p2"_s, "true"_s, {}}};
+        service.folders = {{"a"_s, "/media/a"_s, "p1"_s, "false"_s, {}},
+                           {"b"_s, "/media/b"_s, "p2"_s, "true"_s, {}}};
         view->fillView();
         show();
     }

@@ -208,8 +208,7 @@ void TestFolderDelegate::selectedFolderIsInTheHighlightedTextColour()
     cell.option.palette.setColor(QPalette::HighlightedText, Qt::green);
     const QImage image = cell.paint();
     QVERIFY(countPixels(image, QRect(kIconEdge, 0, 100, 22),
-                        [](QRgb p) { return qGreen(p) > 200 && qRed(p) < 80 && qBlue(p) < 80; })
-            > 5);
+                        [](QRgb p) { return qGreen(p) > 200 && qRed(p) < 80 && qBlue(p) < 80; }) > 5);
     // The panel behind is the style's highlight.
     QCOMPARE(image.pixelColor(170, 3), cell.option.palette.color(QPalette::Active, QPalette::Highlight));
 }
@@ -243,8 +242,7 @@ void TestFolderDelegate::inactiveFolderUsesTheInactiveColours()
     cell.option.palette.setColor(QPalette::Inactive, QPalette::Text, Qt::magenta);
     const QImage image = cell.paint();
     QVERIFY(countPixels(image, QRect(kIconEdge, 0, 100, 22),
-                        [](QRgb p) { return qRed(p) > 200 && qBlue(p) > 200 && qGreen(p) < 80; })
-            > 5);
+                        [](QRgb p) { return qRed(p) > 200 && qBlue(p) > 200 && qGreen(p) < 80; }) > 5);
 }
 
 void TestFolderDelegate::longFolderNameIsElided()

@@ -147,7 +147,8 @@ void TestFolderView::headerShowsItsTitlesAndWidths()
     QStringList texts;
     for (int i = 0; i < 6; ++i)
         texts << titles->text(i);
-    QCOMPARE(texts, QStringList({"Acquire"_s, "Enable"_s, "Folder"_s, "Profile"_s, "Target Bin"_s, "Path"_s}));
+    QCOMPARE(texts,
+             QStringList({"Acquire"_s, "Enable"_s, "Folder"_s, "Profile"_s, "Target Bin"_s, "Path"_s}));
     QCOMPARE(titles->textAlignment(View::kIdxIngestColumn), int(Qt::AlignCenter));
     QCOMPARE(f.view->columnWidth(View::kIdxIngestColumn), f.view->header()->defaultSectionSize());
     QCOMPARE(f.view->columnWidth(View::kIdxActiveColumn), 42);
@@ -162,7 +163,8 @@ void TestFolderView::headerShowsItsTitlesAndWidths()
 
 void TestFolderView::headerTitlesAreLocalised()
 {
-    StandInHost::setTranslator([](const QString& key) -> QString { return QLatin1Char('<') + key + QLatin1Char('>'); });
+    StandInHost::setTranslator(
+        [](const QString& key) -> QString { return QLatin1Char('<') + key + QLatin1Char('>'); });
     FolderViewFixture f;
     StandInHost::setTranslator({});
     QCOMPARE(f.view->headerItem()->text(View::kIdxBinColumn), QStringLiteral("<Target Bin>"));
@@ -197,7 +199,8 @@ void TestFolderView::delegateBelongsToTheParentWidget()
 void TestFolderView::startsSortedByFolderAscending()
 {
     FolderViewFixture f;
-    f.service.folders = {{"1"_s, "/x/zebra"_s, "p1"_s}, {"2"_s, "/y/ape"_s, "p1"_s}, {"3"_s, "/a/monkey"_s, "p1"_s}};
+    f.service.folders = {
+        {"1"_s, "/x/zebra"_s, "p1"_s}, {"2"_s, "/y/ape"_s, "p1"_s}, {"3"_s, "/a/monkey"_s, "p1"_s}};
     f.view->fillView();
     QCOMPARE(f.view->sortColumn(), View::kIdxFolderColumn);
     QCOMPARE(f.view->header()->sortIndicatorOrder(), Qt::AscendingOrder);
@@ -451,10 +454,11 @@ void TestFolderView::addedFolderBecomesTheCurrentRow()
     QCOMPARE(View::getProfileName(f.view->currentItem()), QStringLiteral("Conform"));
     QCOMPARE(f.view->currentItem()->checkState(View::kIdxActiveColumn), Qt::Unchecked);
     QCOMPARE(f.service.lines(), QStringList({"POST xelmediafolders"_s, "GET xelmediafolders/new"_s}));
-    KRX_COMPARE_XML(f.service.bodyOf("POST xelmediafolders"_s),
-                    QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<xelMediaFolderRequest>\n"
-                                   " <xelMediaFolder>\n  <path>/media/new</path>\n  <profile>p2</profile>\n"
-                                   "  <enabled>false</enabled>\n </xelMediaFolder>\n</xelMediaFolderRequest>\n"));
+    KRX_COMPARE_XML(
+        f.service.bodyOf("POST xelmediafolders"_s),
+        QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<xelMediaFolderRequest>\n"
+                       " <xelMediaFolder>\n  <path>/media/new</path>\n  <profile>p2</profile>\n"
+                       "  <enabled>false</enabled>\n </xelMediaFolder>\n</xelMediaFolderRequest>\n"));
     QVERIFY(StandInHost::messageLog().isEmpty());
 }
 
@@ -567,11 +571,13 @@ void TestFolderView::enablingWritesWithoutAQuestion()
     f.row("a"_s)->setCheckState(View::kIdxActiveColumn, Qt::Checked);
     QVERIFY(StandInHost::messageLog().isEmpty());
     QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/a"_s}));
-    KRX_COMPARE_XML(f.service.bodyOf("PUT xelmediafolders/a"_s), updateDocument("a"_s, filled.path(), "p1"_s, "true"_s));
+    KRX_COMPARE_XML(f.service.bodyOf("PUT xelmediafolders/a"_s),
+                    updateDocument("a"_s, filled.path(), "p1"_s, "true"_s));
     f.service.clear();
     f.row("a"_s)->setCheckState(View::kIdxActiveColumn, Qt::Unchecked);
     QVERIFY(StandInHost::messageLog().isEmpty());
-    KRX_COMPARE_XML(f.service.bodyOf("PUT xelmediafolders/a"_s), updateDocument("a"_s, filled.path(), "p1"_s, "false"_s));
+    KRX_COMPARE_XML(f.service.bodyOf("PUT xelmediafolders/a"_s),
+                    updateDocument("a"_s, filled.path(), "p1"_s, "false"_s));
 }
 
 void TestFolderView::profileOfAnEmptyDirectoryIsWrittenWithoutAQuestion()
@@ -585,7 +591,8 @@ void TestFolderView::profileOfAnEmptyDirectoryIsWrittenWithoutAQuestion()
     View::setProfileName(f.row("a"_s), "Conform"_s);
     QVERIFY(StandInHost::messageLog().isEmpty());
     QCOMPARE(f.service.lines().last(), "PUT xelmediafolders/a"_s);
-    KRX_COMPARE_XML(f.service.bodyOf("PUT xelmediafolders/a"_s), updateDocument("a"_s, empty.path(), "p2"_s, "true"_s));
+    KRX_COMPARE_XML(f.service.bodyOf("PUT xelmediafolders/a"_s),
+                    updateDocument("a"_s, empty.path(), "p2"_s, "true"_s));
 }
 
 void TestFolderView::profileOfAMissingDirectoryIsWrittenWithoutAQuestion()

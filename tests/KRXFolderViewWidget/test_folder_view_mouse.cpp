@@ -42,7 +42,8 @@ QMenu* menuOf(const FolderViewFixture& f, const QString& folderId)
     return openMenu();
 }
 
-/// Asks for a tooltip at a position of the viewport as the window system would. \return whether it was accepted.
+/// Asks for a tooltip at a position of the viewport as the window system would. \return whether it was
+/// accepted.
 bool askTooltip(const FolderViewFixture& f, const QPoint& position)
 {
     QHelpEvent event(QEvent::ToolTip, f.view->viewport()->mapTo(f.view.get(), position),
@@ -173,7 +174,9 @@ void TestFolderViewMouse::rowIsInProgressWhileAFileIsTaken()
     f.service.folders[0].files = QStringList{"/out/1.xel"_s, "/out/2.xel"_s};
     View::setIngestState(f.row("a"_s), 1);
     QList<int> states;
-    FolderViewFixture::duringAcquisition() = [&](const QString&) { states << View::getIngestState(f.row("a"_s)); };
+    FolderViewFixture::duringAcquisition() = [&](const QString&) {
+        states << View::getIngestState(f.row("a"_s));
+    };
     f.pressCell("a"_s, View::kIdxIngestColumn);
     QCOMPARE(states, QList<int>({2, 2}));
     QCOMPARE(View::getIngestState(f.row("a"_s)), 0);
@@ -379,8 +382,9 @@ void TestFolderViewMouse::handlersRunBeforeTheSelectionChanges()
     f.service.folders[1].files = QStringList{"/out/1.xel"_s};
     View::setIngestState(f.row("b"_s), 1);
     QString currentDuring;
-    FolderViewFixture::duringAcquisition()
-        = [&](const QString&) { currentDuring = View::getFolderId(f.view->currentItem()); };
+    FolderViewFixture::duringAcquisition() = [&](const QString&) {
+        currentDuring = View::getFolderId(f.view->currentItem());
+    };
     f.pressCell("b"_s, View::kIdxIngestColumn);
     QCOMPARE(currentDuring, "a"_s);
     QCOMPARE(View::getFolderId(f.view->currentItem()), "b"_s);
@@ -541,8 +545,9 @@ void TestFolderViewMouse::profileThatCopiesIntoTheFolderIsRefused()
     QCOMPARE(log.size(), 1);
     QCOMPARE(log.at(0).icon, QMessageBox::Warning);
     QCOMPARE(log.at(0).title, "Error occurred"_s);
-    QCOMPARE(log.at(0).text, "Can't assign Conform profile to this folder. Folder and Profile [Copy To] action have "
-                             "the same path"_s);
+    QCOMPARE(log.at(0).text,
+             "Can't assign Conform profile to this folder. Folder and Profile [Copy To] action have "
+             "the same path"_s);
     QCOMPARE(log.at(0).buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
     QCOMPARE(View::getProfileId(f.row("a"_s)), "p1"_s);
     QCOMPARE(View::getProfileName(f.row("a"_s)), "Proxy"_s);
@@ -655,8 +660,8 @@ void TestFolderViewMouse::checkBoxIsToggledByTheMouse()
     option.initFrom(f.view.get());
     option.features = QStyleOptionViewItem::HasCheckIndicator;
     option.rect = f.cell("a"_s, View::kIdxActiveColumn);
-    const QRect box
-        = f.view->style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, f.view.get());
+    const QRect box =
+        f.view->style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, f.view.get());
     f.press(box.center());
     QCOMPARE(f.row("a"_s)->checkState(View::kIdxActiveColumn), Qt::Checked);
     QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/a"_s}));

@@ -77,8 +77,8 @@ public:
 
     void make(bool populate = true, bool withEditor = true, HostManagedWindow* window = nullptr)
     {
-        widget = std::make_unique<KRXLinkToProfileWidget>(&summary, withEditor ? &editor : nullptr, populate, window,
-                                                          nullptr);
+        widget = std::make_unique<KRXLinkToProfileWidget>(&summary, withEditor ? &editor : nullptr, populate,
+                                                          window, nullptr);
     }
 
     QComboBox* box() const { return widget->findChild<QComboBox*>(); }
@@ -169,7 +169,8 @@ void TestLinkToProfile::sizesAreAsNamed()
 void TestLinkToProfile::labelIsNotLocalisedButTheButtonIs()
 {
     Fixture f;
-    StandInHost::setTranslator([](const QString& key) -> QString { return QLatin1Char('<') + key + QLatin1Char('>'); });
+    StandInHost::setTranslator(
+        [](const QString& key) -> QString { return QLatin1Char('<') + key + QLatin1Char('>'); });
     f.make();
     StandInHost::setTranslator({});
     QCOMPARE(f.widget->findChild<QLabel*>()->text(), "Profile:"_s);
@@ -192,7 +193,8 @@ void TestLinkToProfile::profilesAreInTheManagersOrder()
     f.make();
     QStringList items;
     for (int i = 0; i < f.box()->count(); ++i)
-        items << QStringLiteral("%1=%2").arg(f.box()->itemData(i, Qt::UserRole).toString(), f.box()->itemText(i));
+        items << QStringLiteral("%1=%2").arg(f.box()->itemData(i, Qt::UserRole).toString(),
+                                             f.box()->itemText(i));
     QCOMPARE(items, QStringList({"2=Alpha"_s, "3=beta"_s, "1=zeta"_s}));
 }
 

@@ -42,9 +42,10 @@ public:
 
     void addProfile(const QString& id, const QString& name, const QString& content = QString())
     {
-        profiles[id] = QStringLiteral("<profile><version>200</version><profileDetail><profileName>%1</profileName>"
-                                      "<profileGUID>%2</profileGUID></profileDetail>%3</profile>")
-                           .arg(name, id, content);
+        profiles[id] =
+            QStringLiteral("<profile><version>200</version><profileDetail><profileName>%1</profileName>"
+                           "<profileGUID>%2</profileGUID></profileDetail>%3</profile>")
+                .arg(name, id, content);
     }
 
     void addFolder(const QString& id, const QString& path, const QString& profile)
@@ -98,7 +99,8 @@ private:
         return folderAnswer(request, id);
     }
 
-    KRXTest::FakeAnswer profileAnswer(const KRXTest::FakeRequest& request, const QString& base, const QString& id)
+    KRXTest::FakeAnswer profileAnswer(const KRXTest::FakeRequest& request, const QString& base,
+                                      const QString& id)
     {
         if (request.method == QLatin1String("POST")) {
             const QString body = QString::fromUtf8(request.body);
@@ -106,15 +108,18 @@ private:
                                      .section(QStringLiteral("</profileName>"), 0, 0);
             const QString newId = QStringLiteral("new-%1").arg(profiles.size());
             addProfile(newId, name);
-            return {201, QStringLiteral("<answer><profileURI>%1/%2</profileURI></answer>").arg(base, newId).toUtf8()};
+            return {
+                201,
+                QStringLiteral("<answer><profileURI>%1/%2</profileURI></answer>").arg(base, newId).toUtf8()};
         }
         if (request.method == QLatin1String("DELETE")) {
             profiles.remove(id);
             return {200, QByteArray()};
         }
         if (!id.isEmpty())
-            return profiles.contains(id) ? KRXTest::FakeAnswer(200, profiles[id].toUtf8())
-                                         : KRXTest::FakeAnswer(404, QByteArray(), QStringLiteral("no such profile"));
+            return profiles.contains(id)
+                       ? KRXTest::FakeAnswer(200, profiles[id].toUtf8())
+                       : KRXTest::FakeAnswer(404, QByteArray(), QStringLiteral("no such profile"));
         QString list;
         if (request.url.endsWith(QLatin1String("?level=detail"))) {
             for (const QString& profile : qAsConst(profiles))

@@ -58,8 +58,9 @@ public:
 
 QString bins(const char* selection)
 {
-    return QStringLiteral("<profileSettings><binDetail><binSelectionMethod>%1</binSelectionMethod></binDetail>"
-                          "</profileSettings>")
+    return QStringLiteral(
+               "<profileSettings><binDetail><binSelectionMethod>%1</binSelectionMethod></binDetail>"
+               "</profileSettings>")
         .arg(QLatin1String(selection));
 }
 
@@ -162,42 +163,46 @@ private slots:
         QCOMPARE(editor.child<QPushButton>("addActionBtn")->size(), QSize(20, 20));
         QCOMPARE(editor.child<QPushButton>("addActionBtn")->parentWidget()->maximumHeight(), 25);
         QCOMPARE(editor.child<QPushButton>("delActionBtn")->text(), QStringLiteral("-"));
-        QCOMPARE(editor.child<QPushButton>("delActionBtn")->toolTip(), QStringLiteral("Remove Selected Action"));
+        QCOMPARE(editor.child<QPushButton>("delActionBtn")->toolTip(),
+                 QStringLiteral("Remove Selected Action"));
         QVERIFY(editor.child<QPushButton>("KRX_SaveBtn"));
         QVERIFY(editor.child<QPushButton>("KRX_CancelBtn"));
         QStringList labels;
         for (const QLabel* label : editor.findChildren<QLabel*>())
             labels << label->text();
-        for (const char* text : {"Summary", "Link Settings & Actions", "SETTINGS:", "Linking to files/volumes will:",
-                                 "ACTIONS:", "Drag to order:"})
+        for (const char* text : {"Summary", "Link Settings & Actions",
+                                 "SETTINGS:", "Linking to files/volumes will:", "ACTIONS:", "Drag to order:"})
             QVERIFY2(labels.contains(QLatin1String(text)), text);
         QCOMPARE(editor.initialisations, 0);
     }
 
     void everyTextIsLookedUpInTheHost()
     {
-        StandInHost::setTranslator([](const QString& text) -> QString { return QLatin1Char('<') + text + QLatin1Char('>'); });
+        StandInHost::setTranslator(
+            [](const QString& text) -> QString { return QLatin1Char('<') + text + QLatin1Char('>'); });
         Editor editor;
         SaveProfileDialog dialog(&editor);
         StandInHost::setTranslator({});
         QCOMPARE(editor.windowTitle(), QStringLiteral("<Profile Editor>"));
         QCOMPARE(editor.getProfilesBox()->toolTip(), QStringLiteral("<Profile to Edit>"));
         QStringList buttons;
-        for (const char* name : {"delProfileBtn", "addActionBtn", "delActionBtn", "KRX_SaveBtn", "KRX_CancelBtn"}) {
+        for (const char* name :
+             {"delProfileBtn", "addActionBtn", "delActionBtn", "KRX_SaveBtn", "KRX_CancelBtn"}) {
             const auto* button = editor.child<QPushButton>(name);
             buttons << button->text() + QLatin1Char('|') + button->toolTip();
         }
-        QCOMPARE(buttons, QStringList({QStringLiteral("<->|<Delete Profile>"), QStringLiteral("<+>|<Add an Action>"),
-                                       QStringLiteral("<->|<Remove Selected Action>"), QStringLiteral("<Save>|"),
-                                       QStringLiteral("<Cancel>|")}));
+        QCOMPARE(buttons,
+                 QStringList({QStringLiteral("<->|<Delete Profile>"), QStringLiteral("<+>|<Add an Action>"),
+                              QStringLiteral("<->|<Remove Selected Action>"), QStringLiteral("<Save>|"),
+                              QStringLiteral("<Cancel>|")}));
         QCOMPARE(editor.child<KRXTwistWidget>("summaryTwistWidget")->toolTip(),
                  QStringLiteral("<Summary of Selected Folder's Profile>"));
         QStringList labels;
         for (const QLabel* label : editor.findChildren<QLabel*>())
             labels << label->text();
-        for (const char* text : {"<Summary>", "<Link Settings & Actions>", "<SETTINGS:>",
-                                 "<Linking to files/volumes will:>", "<ACTIONS:>", "<Drag to order:>",
-                                 "<Profile name:>"})
+        for (const char* text :
+             {"<Summary>", "<Link Settings & Actions>", "<SETTINGS:>", "<Linking to files/volumes will:>",
+              "<ACTIONS:>", "<Drag to order:>", "<Profile name:>"})
             QVERIFY2(labels.contains(QLatin1String(text)), text);
         QCOMPARE(editor.findChild<QMenu*>()->actions().first()->text(), QStringLiteral("<What's This?>"));
         QCOMPARE(dialog.windowTitle(), QStringLiteral("<Save Profile As>"));
@@ -207,9 +212,11 @@ private slots:
     {
         Editor editor;
         QStringList titles;
-        const auto sections = editor.child<KRXTwistWidget>("xelSettingsTwistWidget")->findChildren<KRXTwistWidget*>();
+        const auto sections =
+            editor.child<KRXTwistWidget>("xelSettingsTwistWidget")->findChildren<KRXTwistWidget*>();
         for (const KRXTwistWidget* section : sections) {
-            for (const char* title : {"Plugin", "Bins", "Quality", "Link Options", "Volume Mounting", "ZOR Metadata"}) {
+            for (const char* title :
+                 {"Plugin", "Bins", "Quality", "Link Options", "Volume Mounting", "ZOR Metadata"}) {
                 const auto labels = section->findChildren<QLabel*>();
                 for (const QLabel* label : labels) {
                     if (label->text() == QLatin1String(title))
@@ -232,7 +239,8 @@ private slots:
         Editor editor;
         editor.updateModifiedState();
         m_service->open(editor, QStringLiteral("2"));
-        QCOMPARE(boxTexts(editor.getProfilesBox()), QStringList({QStringLiteral("Alpha"), QStringLiteral("Beta")}));
+        QCOMPARE(boxTexts(editor.getProfilesBox()),
+                 QStringList({QStringLiteral("Alpha"), QStringLiteral("Beta")}));
         QCOMPARE(editor.getProfilesBox()->currentData().toString(), QStringLiteral("2"));
         QVERIFY(editor.child<QPushButton>("delProfileBtn")->isEnabled());
         QVERIFY(!editor.getProfileState()->isModified());
@@ -271,7 +279,8 @@ private slots:
         Editor editor;
         m_service->open(editor, QStringLiteral("1"));
         editor.getProfilesBox()->setCurrentIndex(1);
-        QCOMPARE(editor.child<KRXSummaryWidget>("summaryWidget")->item(0, 1)->text(), QStringLiteral("Use Active Bin"));
+        QCOMPARE(editor.child<KRXSummaryWidget>("summaryWidget")->item(0, 1)->text(),
+                 QStringLiteral("Use Active Bin"));
         bool active = false;
         for (const QRadioButton* button : editor.findChildren<QRadioButton*>())
             active = active || (button->text() == QLatin1String("Use Active Bin") && button->isChecked());
@@ -281,12 +290,13 @@ private slots:
     void loadingAProfileMarksNothingAsModified()
     {
         m_service->addProfile(QStringLiteral("1"), QStringLiteral("Alpha"), bins("CREATENEW"));
-        m_service->addProfile(QStringLiteral("2"), QStringLiteral("Beta"),
-                              bins("USEACTIVE")
-                                  + QStringLiteral("<processDefinition><package><activities>"
-                                                   "<activity id=\"copy\" name=\"Copy 1\"><destinationDetail>"
-                                                   "<filesystemPath>/media/out</filesystemPath></destinationDetail>"
-                                                   "</activity></activities></package></processDefinition>"));
+        m_service->addProfile(
+            QStringLiteral("2"), QStringLiteral("Beta"),
+            bins("USEACTIVE") +
+                QStringLiteral("<processDefinition><package><activities>"
+                               "<activity id=\"copy\" name=\"Copy 1\"><destinationDetail>"
+                               "<filesystemPath>/media/out</filesystemPath></destinationDetail>"
+                               "</activity></activities></package></processDefinition>"));
         m_service->load();
         Editor editor;
         m_service->open(editor, QStringLiteral("1"));
@@ -308,7 +318,8 @@ private slots:
         items << qMakePair(QStringLiteral("gone"), QStringLiteral("Gone"));
         editor.updateProfilesBox(items, QStringLiteral("1"));
         editor.getProfilesBox()->setCurrentIndex(1);
-        QCOMPARE(editor.child<KRXSummaryWidget>("summaryWidget")->item(0, 1)->text(), QStringLiteral("Use Active Bin"));
+        QCOMPARE(editor.child<KRXSummaryWidget>("summaryWidget")->item(0, 1)->text(),
+                 QStringLiteral("Use Active Bin"));
         QVERIFY(StandInHost::messageLog().isEmpty());
     }
 
@@ -334,20 +345,33 @@ private slots:
         const auto list = [](const char* names) -> QStringList {
             return QString::fromLatin1(names).split(QLatin1Char(','), Qt::SkipEmptyParts);
         };
-        QTest::newRow("the number after the taken ones") << list("A.1,A.2") << "A.2" << "A.3";
-        QTest::newRow("a name without variants gets number 1") << list("B") << "B" << "B.1";
-        QTest::newRow("the smallest free number") << list("Proxy,Proxy.1,Proxy.3") << "Proxy.3" << "Proxy.2";
-        QTest::newRow("duplicates do no harm") << list("A,A.1,A.1,A.2") << "A" << "A.3";
-        QTest::newRow("an empty box gives Untitled") << QStringList() << "" << "Untitled.1";
-        QTest::newRow("a dot and digits alone stay") << list(".5") << ".5" << ".5.1";
-        QTest::newRow("only the last number is cut off") << list("A.1.2") << "A.1.2" << "A.1.1";
-        QTest::newRow("characters of expressions keep their meaning") << list("A+,AA.1") << "A+" << "A+.2";
-        QTest::newRow("a name that is no expression takes number 1") << list("A(,A(.1") << "A(" << "A(.1";
-        QTest::newRow("the expression is not bound to the start") << list("A,XA.1") << "A" << "A.2";
-        QTest::newRow("the name's case counts") << list("a,A.1") << "a" << "a.1";
+        QTest::newRow("the number after the taken ones") << list("A.1,A.2") << "A.2"
+                                                         << "A.3";
+        QTest::newRow("a name without variants gets number 1") << list("B") << "B"
+                                                               << "B.1";
+        QTest::newRow("the smallest free number") << list("Proxy,Proxy.1,Proxy.3") << "Proxy.3"
+                                                  << "Proxy.2";
+        QTest::newRow("duplicates do no harm") << list("A,A.1,A.1,A.2") << "A"
+                                               << "A.3";
+        QTest::newRow("an empty box gives Untitled") << QStringList() << ""
+                                                     << "Untitled.1";
+        QTest::newRow("a dot and digits alone stay") << list(".5") << ".5"
+                                                     << ".5.1";
+        QTest::newRow("only the last number is cut off") << list("A.1.2") << "A.1.2"
+                                                         << "A.1.1";
+        QTest::newRow("characters of expressions keep their meaning") << list("A+,AA.1") << "A+"
+                                                                      << "A+.2";
+        QTest::newRow("a name that is no expression takes number 1") << list("A(,A(.1") << "A("
+                                                                     << "A(.1";
+        QTest::newRow("the expression is not bound to the start") << list("A,XA.1") << "A"
+                                                                  << "A.2";
+        QTest::newRow("the name's case counts") << list("a,A.1") << "a"
+                                                << "a.1";
         const QString longName(4096, QLatin1Char('n'));
-        QTest::newRow("a name of 4 KB") << QStringList(longName) << longName << longName + QStringLiteral(".1");
-        QTest::newRow("a number beyond all bounds does no harm") << list("A,A.99999999999") << "A" << "A.1";
+        QTest::newRow("a name of 4 KB")
+            << QStringList(longName) << longName << longName + QStringLiteral(".1");
+        QTest::newRow("a number beyond all bounds does no harm") << list("A,A.99999999999") << "A"
+                                                                 << "A.1";
     }
 
     void generatedName()
@@ -527,12 +551,15 @@ private slots:
             if (button->text() == QLatin1String("Specify bin name"))
                 button->click();
         }
-        editor.child<KRXTwistWidget>("xelSettingsTwistWidget")->findChild<QLineEdit*>()->setText(QStringLiteral("   "));
+        editor.child<KRXTwistWidget>("xelSettingsTwistWidget")
+            ->findChild<QLineEdit*>()
+            ->setText(QStringLiteral("   "));
         editor.saveBtnPressed();
         QCOMPARE(onlyMessage().title, QStringLiteral("Error occurred"));
         QCOMPARE(onlyMessage().text,
-                 QStringLiteral("The bin name can't be saved: it consists of blanks only or contains characters that a "
-                                "profile can't hold."));
+                 QStringLiteral(
+                     "The bin name can't be saved: it consists of blanks only or contains characters that a "
+                     "profile can't hold."));
         QCOMPARE(onlyMessage().icon, QMessageBox::Warning);
         QVERIFY(m_service->requests().isEmpty());
         QVERIFY(editor.isVisible());
@@ -574,18 +601,20 @@ private slots:
         editor.delBtnPressed();
         QCOMPARE(onlyMessage().title, QString());
         QCOMPARE(onlyMessage().text,
-                 QStringLiteral("The profile [Mine] you are trying to delete is associated with existing KRX folders:\n"
-                                "/media/a %1 \n/media/c \n"
-                                "If you delete the profile it will be replaced with the Default profile for all related "
-                                "KRX folders \n and these folders will be disabled."
-                                "Are you sure you want to delete [Mine] profile?"));
+                 QStringLiteral(
+                     "The profile [Mine] you are trying to delete is associated with existing KRX folders:\n"
+                     "/media/a %1 \n/media/c \n"
+                     "If you delete the profile it will be replaced with the Default profile for all related "
+                     "KRX folders \n and these folders will be disabled."
+                     "Are you sure you want to delete [Mine] profile?"));
         QCOMPARE(onlyMessage().icon, QMessageBox::Question);
         QCOMPARE(onlyMessage().buttons, QMessageBox::StandardButtons(QMessageBox::Yes | QMessageBox::No));
         QCOMPARE(onlyMessage().defaultButton, QMessageBox::Yes);
-        QCOMPARE(m_service->requests(),
-                 QStringList({QStringLiteral("DELETE profiles/x"), QStringLiteral("GET profiles?level=detail"),
-                              QStringLiteral("PUT xelmediafolders/1"), QStringLiteral("PUT xelmediafolders/3"),
-                              QStringLiteral("GET xelmediafolders?level=detail")}));
+        QCOMPARE(
+            m_service->requests(),
+            QStringList({QStringLiteral("DELETE profiles/x"), QStringLiteral("GET profiles?level=detail"),
+                         QStringLiteral("PUT xelmediafolders/1"), QStringLiteral("PUT xelmediafolders/3"),
+                         QStringLiteral("GET xelmediafolders?level=detail")}));
         QCOMPARE(m_service->folders[QStringLiteral("1")].profile, QStringLiteral("d"));
         QCOMPARE(m_service->folders[QStringLiteral("1")].enabled, QStringLiteral("false"));
         QCOMPARE(m_service->folders[QStringLiteral("2")].enabled, QStringLiteral("true"));
@@ -627,7 +656,8 @@ private slots:
         editor.delBtnPressed();
         QCOMPARE(StandInHost::messageLog().size(), 2);
         QCOMPARE(StandInHost::messageLog().last().title, QStringLiteral("Error occurred"));
-        QCOMPARE(StandInHost::messageLog().last().text, QStringLiteral("Can't delete selected profile!\nIn use"));
+        QCOMPARE(StandInHost::messageLog().last().text,
+                 QStringLiteral("Can't delete selected profile!\nIn use"));
         QCOMPARE(StandInHost::messageLog().last().icon, QMessageBox::Critical);
         QCOMPARE(m_service->requests(), QStringList(QStringLiteral("DELETE profiles/x")));
         QCOMPARE(m_service->folders[QStringLiteral("1")].enabled, QStringLiteral("true"));
@@ -665,7 +695,8 @@ private slots:
         QCOMPARE(m_service->requests(),
                  QStringList({QStringLiteral("GET profiles"), QStringLiteral("GET profiles/x"),
                               QStringLiteral("POST profiles"), QStringLiteral("GET profiles/new-1")}));
-        QVERIFY(m_service->client().requests().at(2).body.contains("<profileName>Default Profile</profileName>"));
+        QVERIFY(
+            m_service->client().requests().at(2).body.contains("<profileName>Default Profile</profileName>"));
         m_service->client().clearRequests();
         editor.createDefaultProfileIfNeed();
         QVERIFY(!m_service->requests().contains(QStringLiteral("POST profiles")));
@@ -889,8 +920,9 @@ private slots:
         editor.updateHeight();
         QCOMPARE(editor.heights.size(), 1);
         auto* area = editor.getScrollArea();
-        const int expected = area->widget()->layout()->totalSizeHint().height() + (editor.height() - area->height())
-            + editor.layout()->spacing() + editor.layout()->contentsMargins().top();
+        const int expected = area->widget()->layout()->totalSizeHint().height() +
+                             (editor.height() - area->height()) + editor.layout()->spacing() +
+                             editor.layout()->contentsMargins().top();
         editor.heights.clear();
         editor.updateHeight();
         QCOMPARE(editor.heights, QList<int>({expected}));

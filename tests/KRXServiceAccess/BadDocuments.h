@@ -18,13 +18,14 @@ inline void addBadDocumentRows()
     QTest::newRow("text behind the root") << QByteArray("<a/>x");
     QTest::newRow("mismatched") << QByteArray("<a><b></a></b>");
     QTest::newRow("end first") << QByteArray("</a>");
-    QTest::newRow("nested entities")
-        << QByteArray("<!DOCTYPE r [<!ENTITY a \"xxxxxxxxxx\"><!ENTITY b \"&a;&a;&a;&a;\">"
-                      "<!ENTITY c \"&b;&b;&b;&b;\">]><r>&c;</r>");
-    QTest::newRow("flat entities") << QByteArray("<!DOCTYPE r [<!ENTITY a \"") + QByteArray(50000, 'x')
-                + QByteArray("\">]><r>") + QByteArray("&a;").repeated(5000) + QByteArray("</r>");
-    QTest::newRow("external entity")
-        << QByteArray("<!DOCTYPE r [<!ENTITY a SYSTEM \"file:///etc/passwd\">]><r>&a;</r>");
+    QTest::newRow("nested entities") << QByteArray(
+        "<!DOCTYPE r [<!ENTITY a \"xxxxxxxxxx\"><!ENTITY b \"&a;&a;&a;&a;\">"
+        "<!ENTITY c \"&b;&b;&b;&b;\">]><r>&c;</r>");
+    QTest::newRow("flat entities") << QByteArray("<!DOCTYPE r [<!ENTITY a \"") + QByteArray(50000, 'x') +
+                                          QByteArray("\">]><r>") + QByteArray("&a;").repeated(5000) +
+                                          QByteArray("</r>");
+    QTest::newRow("external entity") << QByteArray(
+        "<!DOCTYPE r [<!ENTITY a SYSTEM \"file:///etc/passwd\">]><r>&a;</r>");
     QTest::newRow("external doctype") << QByteArray("<!DOCTYPE r SYSTEM \"http://localhost:1/x.dtd\"><r/>");
     QTest::newRow("undefined entity") << QByteArray("<r>&nbsp;</r>");
     QTest::newRow("depth 100000") << QByteArray("<a>").repeated(100000) + QByteArray("</a>").repeated(100000);
@@ -36,7 +37,8 @@ inline void addBadDocumentRows()
     QTest::newRow("NUL") << QByteArray("<r>a\0b</r>", 10);
     QTest::newRow("NUL behind the root") << QByteArray("<r/>\0", 5);
     QTest::newRow("NUL by number") << QByteArray("<r>a&#0;b</r>");
-    QTest::newRow("control character") << QByteArray("<r>a\x01" "b</r>");
+    QTest::newRow("control character") << QByteArray("<r>a\x01"
+                                                     "b</r>");
     QTest::newRow("half a pair by number") << QByteArray("<r>&#xD83C;</r>");
     QTest::newRow("no character behind the root") << QByteArray("<r/>\xEF\xBF\xBF<s>");
 }

@@ -12,7 +12,8 @@ inline const QString kOutputReady =
     QStringLiteral("http://localhost:58885/KRXService/xelmediafolders?level=outputready");
 inline const QString kDeviceStatus = QStringLiteral("http://localhost:58885/KRXService/devicestatus");
 inline const QString kJobs = QStringLiteral("http://localhost:58885/KRXService/jobs");
-inline const QString kJobsStatus = QStringLiteral("http://localhost:58885/KRXService/jobs/status?filter=true");
+inline const QString kJobsStatus =
+    QStringLiteral("http://localhost:58885/KRXService/jobs/status?filter=true");
 inline const QString kManualJobs =
     QStringLiteral("http://localhost:58885/KRXService/jobs/detail?kind=manual&filter=true");
 inline const QString kErrors = QStringLiteral("http://localhost:58885/KRXService/errors");

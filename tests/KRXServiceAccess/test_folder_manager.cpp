@@ -30,8 +30,8 @@ QString folderUrl(const QString& id)
 QByteArray folderXml(const char* id, const char* path = "/a", const char* profile = "p",
                      const char* enabled = "false")
 {
-    return QByteArray("<xelMediaFolder id=\"") + id + "\"><path>" + path + "</path><profile>" + profile
-        + "</profile><enabled>" + enabled + "</enabled></xelMediaFolder>";
+    return QByteArray("<xelMediaFolder id=\"") + id + "\"><path>" + path + "</path><profile>" + profile +
+           "</profile><enabled>" + enabled + "</enabled></xelMediaFolder>";
 }
 
 QByteArray listOf(const QByteArray& content)
@@ -141,8 +141,8 @@ private slots:
     void aRefreshReadsTheListAndEachFolderAtTheUrlAsGiven()
     {
         m_fake->answer(kGet, ServiceUrls::kFolders, 200,
-                       listOf(uri("http://elsewhere:1/odd%20path/2?x=1") + QByteArray("<deep>") + uri("http://u/1")
-                              + "</deep>"));
+                       listOf(uri("http://elsewhere:1/odd%20path/2?x=1") + QByteArray("<deep>") +
+                              uri("http://u/1") + "</deep>"));
         m_fake->answer(kGet, QStringLiteral("http://elsewhere:1/odd%20path/2?x=1"), 200, folderXml("2"));
         m_fake->answer(kGet, QStringLiteral("http://u/1"), 200, listOf(folderXml("1")));
         QVERIFY(manager().refreshFolders(false));
@@ -184,16 +184,18 @@ private slots:
         m_fake->answer(kGet, ServiceUrls::kFoldersInDetail, 200,
                        listOf(folderXml("b") + "<group>" + folderXml("a") + "</group>"));
         QVERIFY(manager().refreshFolders(true));
-        QCOMPARE(m_fake->requestLines(), QStringList({QStringLiteral("GET ") + ServiceUrls::kFoldersInDetail}));
+        QCOMPARE(m_fake->requestLines(),
+                 QStringList({QStringLiteral("GET ") + ServiceUrls::kFoldersInDetail}));
         QCOMPARE(ids(), QStringList({QStringLiteral("a"), QStringLiteral("b")}));
     }
 
     void foldersInsideFoldersAreFoldersOfTheirOwn()
     {
-        m_fake->answer(kGet, ServiceUrls::kFoldersInDetail, 200,
-                       QByteArray("<xelMediaFolder id=\"out\"><path>/out</path><outputXELFiles>"
-                                  "<xelMediaFolder id=\"in\"><path>/in</path><outputXELFiles><fileName>f</fileName>"
-                                  "</outputXELFiles></xelMediaFolder></outputXELFiles></xelMediaFolder>"));
+        m_fake->answer(
+            kGet, ServiceUrls::kFoldersInDetail, 200,
+            QByteArray("<xelMediaFolder id=\"out\"><path>/out</path><outputXELFiles>"
+                       "<xelMediaFolder id=\"in\"><path>/in</path><outputXELFiles><fileName>f</fileName>"
+                       "</outputXELFiles></xelMediaFolder></outputXELFiles></xelMediaFolder>"));
         QVERIFY(manager().refreshFolders(true));
         QCOMPARE(ids(), QStringList({QStringLiteral("in"), QStringLiteral("out")}));
         QCOMPARE(text(*manager().getFolder(0), "folderPath"), QStringLiteral("/in"));
@@ -204,9 +206,9 @@ private slots:
 
     void foldersWithoutAnIdAreSkipped()
     {
-        m_fake->answer(kGet, ServiceUrls::kFoldersInDetail, 200,
-                       listOf("<xelMediaFolder><path>/x</path></xelMediaFolder>" + folderXml("1")
-                              + folderXml("")));
+        m_fake->answer(
+            kGet, ServiceUrls::kFoldersInDetail, 200,
+            listOf("<xelMediaFolder><path>/x</path></xelMediaFolder>" + folderXml("1") + folderXml("")));
         QVERIFY(manager().refreshFolders(true));
         QCOMPARE(ids(), QStringList(QStringLiteral("1")));
     }
@@ -230,7 +232,8 @@ private slots:
     {
         QFETCH(bool, detailed);
         fill({"1", "2"});
-        m_fake->answer(kGet, detailed ? ServiceUrls::kFoldersInDetail : ServiceUrls::kFolders, 200, "<nothing/>");
+        m_fake->answer(kGet, detailed ? ServiceUrls::kFoldersInDetail : ServiceUrls::kFolders, 200,
+                       "<nothing/>");
         QVERIFY(manager().refreshFolders(detailed));
         QCOMPARE(manager().countFolders(), 0);
         QCOMPARE(manager().lastError(), QString());
@@ -676,8 +679,8 @@ private slots:
         m_fake->answer(kPost, ServiceUrls::kDeviceStatus, answer);
         manager();
         m_fake->clearCalls();
-        KRXFolderManager::volumeStatusCallback(reinterpret_cast<const unsigned char*>("Sp\xC3\xA4t \xF0\x9F\x8E\xAC"),
-                                               2, -1);
+        KRXFolderManager::volumeStatusCallback(
+            reinterpret_cast<const unsigned char*>("Sp\xC3\xA4t \xF0\x9F\x8E\xAC"), 2, -1);
         QCOMPARE(m_fake->requestLines(), QStringList(QStringLiteral("POST ") + ServiceUrls::kDeviceStatus));
         QCOMPARE(QString::fromUtf8(m_fake->lastRequest().body),
                  QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\" standalone=\"yes\"?>\n"
@@ -738,7 +741,8 @@ private slots:
 
     void difficultTextsAreSentSoThatTheyReadBack()
     {
-        const QString path = QStringLiteral("  /\U0001F3AC \u05e9 a\rb\tc %2 ") + QString(4096, QLatin1Char('x'));
+        const QString path =
+            QStringLiteral("  /\U0001F3AC \u05e9 a\rb\tc %2 ") + QString(4096, QLatin1Char('x'));
         QByteArray sent;
         m_fake->setHandler([&](const FakeRequest& request) -> FakeAnswer {
             if (request.method == kPost) {

@@ -83,8 +83,8 @@ private slots:
             "</xelMediaFolder>"));
         QVERIFY(folder);
         QCOMPARE(folder->dynamicPropertyNames(),
-                 QList<QByteArray>({"folderId", "folderPath", "folderProfileId", "folderEnabled",
-                                    "outputXELFiles"}));
+                 QList<QByteArray>(
+                     {"folderId", "folderPath", "folderProfileId", "folderEnabled", "outputXELFiles"}));
         QCOMPARE(text(*folder, "folderId"), QStringLiteral("f-1"));
         QCOMPARE(text(*folder, "folderPath"), QStringLiteral("/media/a"));
         QCOMPARE(text(*folder, "folderProfileId"), QStringLiteral("p-1"));
@@ -104,7 +104,8 @@ private slots:
     void anEmptyOrMissingIdYieldsNoRecordWhateverItsChildrenHold()
     {
         QFETCH(QString, start);
-        const QString rest = QStringLiteral("<path>/a</path><id>1</id><enabled>true</enabled></xelMediaFolder>");
+        const QString rest =
+            QStringLiteral("<path>/a</path><id>1</id><enabled>true</enabled></xelMediaFolder>");
         QVERIFY(!folderOf(start + rest));
     }
 
@@ -151,15 +152,15 @@ private slots:
             "<xelMediaFolder id=\"1\"><outputXELFiles><fileName>1</fileName><day><hour><fileName>2</fileName>"
             "</hour><fileName>3</fileName></day><fileName>4</fileName></outputXELFiles></xelMediaFolder>"));
         QCOMPARE(folder->property("outputXELFiles").toStringList(),
-                 QStringList({QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("3"),
-                              QStringLiteral("4")}));
+                 QStringList(
+                     {QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("3"), QStringLiteral("4")}));
     }
 
     void onlyDirectChildrenAndKnownNamesAreRead()
     {
-        const auto folder = folderOf(QStringLiteral(
-            "<xelMediaFolder id=\"1\"><extra><path>/no</path></extra><fileName>no</fileName>"
-            "<Path>/no</Path><path>/yes</path></xelMediaFolder>"));
+        const auto folder = folderOf(
+            QStringLiteral("<xelMediaFolder id=\"1\"><extra><path>/no</path></extra><fileName>no</fileName>"
+                           "<Path>/no</Path><path>/yes</path></xelMediaFolder>"));
         QCOMPARE(text(*folder, "folderPath"), QStringLiteral("/yes"));
         QVERIFY(folder->property("outputXELFiles").toStringList().isEmpty());
     }

@@ -32,14 +32,14 @@ QDomElement elementOf(const QString& xml)
 
 QByteArray status(const char* id, const char* state, const char* complete, const char* percent)
 {
-    return QByteArray("<jobStatus><id>") + id + "</id><state>" + state + "</state><complete>" + complete
-        + "</complete><percentComplete>" + percent + "</percentComplete></jobStatus>";
+    return QByteArray("<jobStatus><id>") + id + "</id><state>" + state + "</state><complete>" + complete +
+           "</complete><percentComplete>" + percent + "</percentComplete></jobStatus>";
 }
 
 QByteArray info(const char* id, const char* path)
 {
-    return QByteArray("<jobInfo><id>") + id + "</id><path>" + path
-        + "</path><profile>p</profile><groupID>g</groupID><groupName>G</groupName></jobInfo>";
+    return QByteArray("<jobInfo><id>") + id + "</id><path>" + path +
+           "</path><profile>p</profile><groupID>g</groupID><groupName>G</groupName></jobInfo>";
 }
 
 QByteArray listOf(const QByteArray& content)
@@ -49,8 +49,8 @@ QByteArray listOf(const QByteArray& content)
 
 QByteArray ready(const char* uri, const char* word)
 {
-    return QByteArray("<outputReadyFolder><folderURI>") + uri + "</folderURI><outputReady>" + word
-        + "</outputReady></outputReadyFolder>";
+    return QByteArray("<outputReadyFolder><folderURI>") + uri + "</folderURI><outputReady>" + word +
+           "</outputReady></outputReadyFolder>";
 }
 
 /// A manager whose address a test may change.
@@ -173,7 +173,8 @@ private slots:
     void aJobInfoElementFillsTheDetails()
     {
         const KRXJob job = KRXJobXml::parseJobInfoElement(elementOf(QStringLiteral(
-            "<jobInfo><id>1</id><path>/a</path><profile>p</profile><groupID>g</groupID><groupName>G</groupName>"
+            "<jobInfo><id>1</id><path>/a</path><profile>p</profile><groupID>g</groupID><groupName>G</"
+            "groupName>"
             "<state>no</state><outputXELFiles><fileName>x</fileName><in><fileName>y</fileName></in>"
             "</outputXELFiles><fileName>no</fileName></jobInfo>")));
         QCOMPARE(job.id, QStringLiteral("1"));
@@ -201,9 +202,9 @@ private slots:
 
     void aJobStatusElementFillsStateAndProgress()
     {
-        const KRXJob job = KRXJobXml::parseJobStatusElement(elementOf(QStringLiteral(
-            "<jobStatus><id>1</id><state>RUNNING</state><complete>true</complete>"
-            "<percentComplete>42</percentComplete><path>no</path></jobStatus>")));
+        const KRXJob job = KRXJobXml::parseJobStatusElement(
+            elementOf(QStringLiteral("<jobStatus><id>1</id><state>RUNNING</state><complete>true</complete>"
+                                     "<percentComplete>42</percentComplete><path>no</path></jobStatus>")));
         QCOMPARE(job.id, QStringLiteral("1"));
         QCOMPARE(job.state, QStringLiteral("RUNNING"));
         QVERIFY(job.complete);
@@ -218,9 +219,9 @@ private slots:
             "</jobStatus>")));
         QCOMPARE(job.state, QStringLiteral("B"));
         QVERIFY(!job.complete);
-        const KRXJob detail = KRXJobXml::parseJobInfoElement(elementOf(QStringLiteral(
-            "<jobInfo><outputXELFiles><fileName>1</fileName></outputXELFiles>"
-            "<outputXELFiles><fileName>2</fileName></outputXELFiles></jobInfo>")));
+        const KRXJob detail = KRXJobXml::parseJobInfoElement(
+            elementOf(QStringLiteral("<jobInfo><outputXELFiles><fileName>1</fileName></outputXELFiles>"
+                                     "<outputXELFiles><fileName>2</fileName></outputXELFiles></jobInfo>")));
         QCOMPARE(detail.outputFiles, QStringList(QStringLiteral("2")));
     }
 
@@ -273,7 +274,8 @@ private slots:
     {
         QFETCH(QString, text);
         QFETCH(int, percent);
-        const QString xml = QStringLiteral("<jobStatus><percentComplete>%1</percentComplete></jobStatus>").arg(text);
+        const QString xml =
+            QStringLiteral("<jobStatus><percentComplete>%1</percentComplete></jobStatus>").arg(text);
         QCOMPARE(int(KRXJobXml::parseJobStatusElement(elementOf(xml)).percentComplete), percent);
     }
 
@@ -351,7 +353,8 @@ private slots:
         QVERIFY(!m_jobs->submitJob(QString(QChar(1)), QStringLiteral("p"), id));
         QVERIFY(!m_jobs->submitJob(QStringLiteral("/a"), QString(QChar(0xD800)), id));
         QVERIFY(m_fake->requests().isEmpty());
-        QCOMPARE(m_jobs->lastError(), QStringLiteral("The name or path holds characters that cannot be stored"));
+        QCOMPARE(m_jobs->lastError(),
+                 QStringLiteral("The name or path holds characters that cannot be stored"));
     }
 
     // --- cancelJob, retryJob, deleteJob ----------------------------------------------------------------
@@ -420,9 +423,10 @@ private slots:
 
     void aStatusChangesOnlyStateAndProgressOfACachedJob()
     {
-        fillManual("<jobInfo><id>1</id><path>/a</path><profile>p</profile><groupID>g</groupID>"
-                   "<groupName>G</groupName><outputXELFiles><fileName>f</fileName></outputXELFiles></jobInfo>"
-                   + info("2", "/b"));
+        fillManual(
+            "<jobInfo><id>1</id><path>/a</path><profile>p</profile><groupID>g</groupID>"
+            "<groupName>G</groupName><outputXELFiles><fileName>f</fileName></outputXELFiles></jobInfo>" +
+            info("2", "/b"));
         m_fake->answer(kGet, ServiceUrls::kJobsStatus, 200, listOf(status("1", "DONE", "true", "100")));
         QVERIFY(m_jobs->updateJobsStatus());
         QCOMPARE(m_fake->requestLines(), QStringList(QStringLiteral("GET ") + ServiceUrls::kJobsStatus));
@@ -468,8 +472,9 @@ private slots:
 
     void statusesAreFoundAtAnyDepthAndTheLaterOneWins()
     {
-        m_fake->answer(kGet, ServiceUrls::kJobsStatus, 200,
-                       listOf(status("1", "A", "false", "1") + "<deep>" + status("1", "B", "true", "2") + "</deep>"));
+        m_fake->answer(
+            kGet, ServiceUrls::kJobsStatus, 200,
+            listOf(status("1", "A", "false", "1") + "<deep>" + status("1", "B", "true", "2") + "</deep>"));
         QVERIFY(m_jobs->updateJobsStatus());
         KRXJob job;
         QVERIFY(m_jobs->getJob(QStringLiteral("1"), job));
@@ -480,7 +485,8 @@ private slots:
     void updatesThatFailKeepTheCache()
     {
         fillManual(info("1", "/a"));
-        m_fake->answer(kGet, ServiceUrls::kJobsStatus, 500, status("2", "A", "true", "1"), QStringLiteral("no"));
+        m_fake->answer(kGet, ServiceUrls::kJobsStatus, 500, status("2", "A", "true", "1"),
+                       QStringLiteral("no"));
         m_fake->answer(kGet, ServiceUrls::kManualJobs, 500, info("2", "/b"), QStringLiteral("no"));
         QVERIFY(!m_jobs->updateJobsStatus());
         QVERIFY(!m_jobs->updateManualJobsDetail());
@@ -572,7 +578,8 @@ private slots:
         QTest::newRow("complete at 99") << status("1", "DONE", "true", "99") << true;
         QTest::newRow("incomplete at 0") << status("1", "NEW", "false", "0") << true;
         QTest::newRow("incomplete at 100") << status("1", "NEW", "false", "100") << true;
-        QTest::newRow("one of two") << status("1", "DONE", "true", "100") + status("2", "RUN", "false", "0") << true;
+        QTest::newRow("one of two") << status("1", "DONE", "true", "100") + status("2", "RUN", "false", "0")
+                                    << true;
     }
     void jobsInProgress()
     {
@@ -629,7 +636,8 @@ private slots:
         m_fake->answer(kGet, ServiceUrls::kErrorsAndClear, 200, listOf({}));
         QStringList errors;
         QVERIFY(m_jobs->getErrorList(errors, true));
-        QCOMPARE(m_fake->lastRequest().url, QStringLiteral("http://localhost:58885/KRXService/errors?clear=true"));
+        QCOMPARE(m_fake->lastRequest().url,
+                 QStringLiteral("http://localhost:58885/KRXService/errors?clear=true"));
     }
 
     // --- getKRXServiceStatus ---------------------------------------------------------------------------
@@ -638,8 +646,8 @@ private slots:
     {
         m_fake->answer(kGet, ServiceUrls::kActivity, 200,
                        listOf("<status>StatusActive</status><status>StatusIdle</status>"
-                              "<errorMessage>e</errorMessage>"
-                              + ready("http://h/f-1", "true") + ready("http://h/f-2", "false")));
+                              "<errorMessage>e</errorMessage>" +
+                              ready("http://h/f-1", "true") + ready("http://h/f-2", "false")));
         KRXServiceStatus service;
         QVERIFY(m_jobs->getKRXServiceStatus(service));
         QCOMPARE(m_fake->requestLines(), QStringList(QStringLiteral("GET ") + ServiceUrls::kActivity));
@@ -688,7 +696,8 @@ private slots:
 
     void aStatusThatCannotBeAskedStaysAsItWas()
     {
-        m_fake->answer(kGet, ServiceUrls::kActivity, 500, "<status>StatusIdle</status>", QStringLiteral("no"));
+        m_fake->answer(kGet, ServiceUrls::kActivity, 500, "<status>StatusIdle</status>",
+                       QStringLiteral("no"));
         KRXServiceStatus service;
         service.setActive(true);
         service.setReadyFolderIDList({QStringLiteral("old")});
@@ -702,15 +711,16 @@ private slots:
 
     void readyFoldersAreListedInTheServicesOrder()
     {
-        m_fake->answer(kGet, ServiceUrls::kOutputReady, 200,
-                       listOf(ready("http://h:1/KRXService/xelmediafolders/b", "true") + ready("http://h/no", "True")
-                              + "<deep>" + ready("no-slash", "true") + "</deep>" + ready("http://h/a/", "true")
-                              + ready("http://h/x?y=/z", "true")
-                              + "<outputReadyFolder><outputReady>true</outputReady></outputReadyFolder>"
-                                "<outputReadyFolder><folderURI>http://h/none</folderURI></outputReadyFolder>"
-                                "<outputReadyFolder><in><folderURI>http://h/1</folderURI></in><folderURI>http://h/2"
-                                "</folderURI><in><outputReady>true</outputReady></in><outputReady>no</outputReady>"
-                                "</outputReadyFolder>"));
+        m_fake->answer(
+            kGet, ServiceUrls::kOutputReady, 200,
+            listOf(ready("http://h:1/KRXService/xelmediafolders/b", "true") + ready("http://h/no", "True") +
+                   "<deep>" + ready("no-slash", "true") + "</deep>" + ready("http://h/a/", "true") +
+                   ready("http://h/x?y=/z", "true") +
+                   "<outputReadyFolder><outputReady>true</outputReady></outputReadyFolder>"
+                   "<outputReadyFolder><folderURI>http://h/none</folderURI></outputReadyFolder>"
+                   "<outputReadyFolder><in><folderURI>http://h/1</folderURI></in><folderURI>http://h/2"
+                   "</folderURI><in><outputReady>true</outputReady></in><outputReady>no</outputReady>"
+                   "</outputReadyFolder>"));
         bool ok = false;
         QCOMPARE(m_jobs->getFoldersOutputReady(&ok),
                  QStringList({QStringLiteral("b"), QStringLiteral("no-slash"), QString(), QStringLiteral("z"),
@@ -722,7 +732,8 @@ private slots:
 
     void readyFoldersThatCannotBeAskedAreNoneAndNotOk()
     {
-        m_fake->answer(kGet, ServiceUrls::kOutputReady, 500, ready("http://h/a", "true"), QStringLiteral("no"));
+        m_fake->answer(kGet, ServiceUrls::kOutputReady, 500, ready("http://h/a", "true"),
+                       QStringLiteral("no"));
         bool ok = true;
         QVERIFY(m_jobs->getFoldersOutputReady(&ok).isEmpty());
         QVERIFY(!ok);

@@ -35,8 +35,8 @@ QString profileUrl(const QString& id)
 
 QByteArray profileXml(const QByteArray& guid, const QByteArray& name, const QByteArray& more = {})
 {
-    return "<profile><version>200</version><profileDetail><profileName>" + name + "</profileName><profileGUID>" + guid
-        + "</profileGUID></profileDetail>" + more + "</profile>";
+    return "<profile><version>200</version><profileDetail><profileName>" + name +
+           "</profileName><profileGUID>" + guid + "</profileGUID></profileDetail>" + more + "</profile>";
 }
 
 QByteArray listOf(const QByteArray& content)
@@ -155,9 +155,9 @@ private slots:
         m_fake->answer(kGet, QStringLiteral("http://elsewhere:1/b?x=1"), 200, profileXml("b", "B"));
         m_fake->answer(kGet, QStringLiteral("http://u/a"), 200, listOf(profileXml("a", "A")));
         QVERIFY(manager().refreshProfiles(false));
-        QCOMPARE(m_fake->requestLines(),
-                 QStringList({QStringLiteral("GET ") + ServiceUrls::kProfiles,
-                              QStringLiteral("GET http://elsewhere:1/b?x=1"), QStringLiteral("GET http://u/a")}));
+        QCOMPARE(m_fake->requestLines(), QStringList({QStringLiteral("GET ") + ServiceUrls::kProfiles,
+                                                      QStringLiteral("GET http://elsewhere:1/b?x=1"),
+                                                      QStringLiteral("GET http://u/a")}));
         QCOMPARE(ids(), QStringList({QStringLiteral("a"), QStringLiteral("b")}));
     }
 
@@ -187,10 +187,12 @@ private slots:
 
     void aDetailedRefreshTakesOneRequestAndKeepsEachProfilesOwnDocument()
     {
-        m_fake->answer(kGet, ServiceUrls::kProfilesInDetail, 200,
-                       listOf(profileXml("b", "B", "<x a=\"1\">t</x>") + "<deep>" + profileXml("a", "A") + "</deep>"));
+        m_fake->answer(
+            kGet, ServiceUrls::kProfilesInDetail, 200,
+            listOf(profileXml("b", "B", "<x a=\"1\">t</x>") + "<deep>" + profileXml("a", "A") + "</deep>"));
         QVERIFY(manager().refreshProfiles(true));
-        QCOMPARE(m_fake->requestLines(), QStringList(QStringLiteral("GET ") + ServiceUrls::kProfilesInDetail));
+        QCOMPARE(m_fake->requestLines(),
+                 QStringList(QStringLiteral("GET ") + ServiceUrls::kProfilesInDetail));
         QCOMPARE(ids(), QStringList({QStringLiteral("a"), QStringLiteral("b")}));
         QCOMPARE(text(*manager().getKRXProfileList().at(1), "profileXml"),
                  QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
@@ -211,7 +213,8 @@ private slots:
         QVERIFY(manager().refreshProfiles(true));
         QCOMPARE(ids(), QStringList({QStringLiteral("in"), QStringLiteral("out")}));
         QVERIFY(!text(*manager().getKRXProfileList().at(0), "profileXml").contains(QStringLiteral("Out")));
-        QVERIFY(text(*manager().getKRXProfileList().at(1), "profileXml").contains(QStringLiteral("<profileName>In")));
+        QVERIFY(text(*manager().getKRXProfileList().at(1), "profileXml")
+                    .contains(QStringLiteral("<profileName>In")));
     }
 
     void profilesWithoutNameOrGuidAreSkipped()
@@ -224,7 +227,8 @@ private slots:
     {
         for (const bool detailed : {false, true}) {
             fill(profileXml("1", "a"));
-            m_fake->answer(kGet, detailed ? ServiceUrls::kProfilesInDetail : ServiceUrls::kProfiles, 200, "<none/>");
+            m_fake->answer(kGet, detailed ? ServiceUrls::kProfilesInDetail : ServiceUrls::kProfiles, 200,
+                           "<none/>");
             QVERIFY(manager().refreshProfiles(detailed));
             QCOMPARE(manager().countProfiles(), 0);
         }
@@ -237,7 +241,8 @@ private slots:
         fill(profileXml("1", "a"));
         KRXProfile* before = manager().getKRXProfileList().first();
         for (const bool detailed : {false, true}) {
-            m_fake->answer(kGet, detailed ? ServiceUrls::kProfilesInDetail : ServiceUrls::kProfiles, 200, body);
+            m_fake->answer(kGet, detailed ? ServiceUrls::kProfilesInDetail : ServiceUrls::kProfiles, 200,
+                           body);
             QVERIFY(!manager().refreshProfiles(detailed));
             QCOMPARE(manager().lastError(), kUnreadable);
             QCOMPARE(manager().getKRXProfileList(), QList<KRXProfile*>({before}));
@@ -497,11 +502,12 @@ private slots:
     void namesThatXmlCannotCarryAreRefusedBeforeAnythingIsSent()
     {
         QString id = QStringLiteral("before");
-        for (const QString& name : {QString(QChar(1)), QString(QChar(0)), QString(QChar(0xD83C)),
-                                    QString(QChar(0xFFFE))})
+        for (const QString& name :
+             {QString(QChar(1)), QString(QChar(0)), QString(QChar(0xD83C)), QString(QChar(0xFFFE))})
             QVERIFY(!manager().createProfile(name, nullptr, nullptr, id));
         QVERIFY(m_fake->requests().isEmpty());
-        QCOMPARE(manager().lastError(), QStringLiteral("The name or path holds characters that cannot be stored"));
+        QCOMPARE(manager().lastError(),
+                 QStringLiteral("The name or path holds characters that cannot be stored"));
         QCOMPARE(id, QStringLiteral("before"));
     }
 
@@ -581,7 +587,8 @@ private slots:
 
     void itemsAreSortedByNameWhateverTheCase()
     {
-        fill(profileXml("1", "beta") + profileXml("2", "Alpha") + profileXml("3", "alphabet") + profileXml("4", "Zulu"));
+        fill(profileXml("1", "beta") + profileXml("2", "Alpha") + profileXml("3", "alphabet") +
+             profileXml("4", "Zulu"));
         QCOMPARE(manager().profileItems(),
                  (QList<QPair<QString, QString>>({{QStringLiteral("2"), QStringLiteral("Alpha")},
                                                   {QStringLiteral("3"), QStringLiteral("alphabet")},

@@ -30,9 +30,10 @@ std::unique_ptr<KRXProfile> profileOf(const QString& xml)
 /// A profile with that content beside its name and GUID.
 std::unique_ptr<KRXProfile> profileWith(const QString& content)
 {
-    return profileOf(QStringLiteral("<profile><profileDetail><profileName>n</profileName><profileGUID>g</profileGUID>"
-                                    "</profileDetail>")
-                     + content + QStringLiteral("</profile>"));
+    return profileOf(
+        QStringLiteral("<profile><profileDetail><profileName>n</profileName><profileGUID>g</profileGUID>"
+                       "</profileDetail>") +
+        content + QStringLiteral("</profile>"));
 }
 
 QString text(const KRXProfile& profile, const char* property)
@@ -111,19 +112,20 @@ private slots:
         const QDateTime time = QDateTime::fromString(match.captured(1), Qt::ISODate);
         QVERIFY(time >= before.addSecs(-1));
         QVERIFY(time <= after);
-        QCOMPARE(xml, QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
-                                     "<profileRequest>\n"
-                                     " <profile>\n"
-                                     "  <version>200</version>\n"
-                                     "  <profileDetail>\n"
-                                     "   <profileTag>#krx</profileTag>\n"
-                                     "   <profileCreatedTimestamp>%1</profileCreatedTimestamp>\n"
-                                     "   <profileCreatorApplication>FrameStitcher</profileCreatorApplication>\n"
-                                     "   <profileType>EDITOR.USERSPECIFIEDFOLDER</profileType>\n"
-                                     "  </profileDetail>\n"
-                                     " </profile>\n"
-                                     "</profileRequest>\n")
-                          .arg(match.captured(1)));
+        QCOMPARE(xml,
+                 QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+                                "<profileRequest>\n"
+                                " <profile>\n"
+                                "  <version>200</version>\n"
+                                "  <profileDetail>\n"
+                                "   <profileTag>#krx</profileTag>\n"
+                                "   <profileCreatedTimestamp>%1</profileCreatedTimestamp>\n"
+                                "   <profileCreatorApplication>FrameStitcher</profileCreatorApplication>\n"
+                                "   <profileType>EDITOR.USERSPECIFIEDFOLDER</profileType>\n"
+                                "  </profileDetail>\n"
+                                " </profile>\n"
+                                "</profileRequest>\n")
+                     .arg(match.captured(1)));
     }
 
     void theTagIsTheOneThatIsSetAlsoWhenItIsEmpty_data()
@@ -131,7 +133,8 @@ private slots:
         QTest::addColumn<QVariant>("tag");
         QTest::addColumn<QString>("expected");
         QTest::newRow("not set") << QVariant() << QStringLiteral("<profileTag>#krx</profileTag>");
-        QTest::newRow("abc") << QVariant(QStringLiteral("abc")) << QStringLiteral("<profileTag>abc</profileTag>");
+        QTest::newRow("abc") << QVariant(QStringLiteral("abc"))
+                             << QStringLiteral("<profileTag>abc</profileTag>");
         QTest::newRow("empty") << QVariant(QStringLiteral("")) << QStringLiteral("<profileTag></profileTag>");
     }
     void theTagIsTheOneThatIsSetAlsoWhenItIsEmpty()
@@ -151,7 +154,8 @@ private slots:
         QVERIFY(written(profile).contains(
             QStringLiteral("<profileCreatedTimestamp>2020-01-01T00:00:00</profileCreatedTimestamp>")));
         profile.setProperty("profileTimestamp", QStringLiteral(""));
-        QVERIFY(written(profile).contains(QStringLiteral("<profileCreatedTimestamp></profileCreatedTimestamp>")));
+        QVERIFY(
+            written(profile).contains(QStringLiteral("<profileCreatedTimestamp></profileCreatedTimestamp>")));
     }
 
     void aSetButEmptyNameAndDescriptionAreWritten()
@@ -180,7 +184,8 @@ private slots:
     void aProfileDocumentFillsTheProperties()
     {
         const auto profile = profileOf(QStringLiteral(
-            "<any><version>200</version><profileDetail><profileName>N</profileName><profileGUID>G</profileGUID>"
+            "<any><version>200</version><profileDetail><profileName>N</profileName><profileGUID>G</"
+            "profileGUID>"
             "<profileTag>T</profileTag><profileShortDescription>D</profileShortDescription>"
             "<profileCreatedTimestamp>S</profileCreatedTimestamp><profileDescription>no</profileDescription>"
             "<profileTimestamp>no</profileTimestamp></profileDetail></any>"));
@@ -228,8 +233,10 @@ private slots:
         QTest::newRow("no name") << QStringLiteral("<profileGUID>G</profileGUID>");
         QTest::newRow("empty name") << QStringLiteral("<profileName/><profileGUID>G</profileGUID>");
         QTest::newRow("no GUID") << QStringLiteral("<profileName>N</profileName>");
-        QTest::newRow("empty GUID") << QStringLiteral("<profileName>N</profileName><profileGUID></profileGUID>");
-        QTest::newRow("another case") << QStringLiteral("<profilename>N</profilename><profileGUID>G</profileGUID>");
+        QTest::newRow("empty GUID") << QStringLiteral(
+            "<profileName>N</profileName><profileGUID></profileGUID>");
+        QTest::newRow("another case")
+            << QStringLiteral("<profilename>N</profilename><profileGUID>G</profileGUID>");
         QTest::newRow("nothing") << QString();
     }
     void withoutANameOrAGuidThereIsNoProfile()
@@ -257,8 +264,8 @@ private slots:
         row("nothing", QString(), QString());
         row("create new", createNew, QStringLiteral("Create New Bin"));
         row("active, then volume: the walk stops", useActive + byVolume, active);
-        row("unknown selection is the active bin", QStringLiteral("<binSelectionMethod>x</binSelectionMethod>"),
-            active);
+        row("unknown selection is the active bin",
+            QStringLiteral("<binSelectionMethod>x</binSelectionMethod>"), active);
         row("empty selection is the active bin", QStringLiteral("<binSelectionMethod/>"), active);
         row("create new, explicit, name", createNew + byName + rushes, QStringLiteral("Rushes"));
         row("create new, name, explicit", createNew + rushes + byName, QStringLiteral("Rushes"));
@@ -279,10 +286,11 @@ private slots:
     {
         QFETCH(QString, content);
         QFETCH(QString, label);
-        const auto profile = profileWith(QStringLiteral("<deep><binDetail>%1</binDetail></deep>"
-                                                        "<binDetail><binSelectionMethod>CREATENEW</binSelectionMethod>"
-                                                        "</binDetail>")
-                                             .arg(content));
+        const auto profile =
+            profileWith(QStringLiteral("<deep><binDetail>%1</binDetail></deep>"
+                                       "<binDetail><binSelectionMethod>CREATENEW</binSelectionMethod>"
+                                       "</binDetail>")
+                            .arg(content));
         QCOMPARE(text(*profile, "profileBin"), label);
     }
 
@@ -290,11 +298,12 @@ private slots:
     {
         StandInHost::setTranslator([](const QString& key) -> QString { return QStringLiteral("~") + key; });
         const auto label = [](const char* selection, const char* naming) {
-            const auto profile = profileWith(QStringLiteral("<binDetail><binSelectionMethod>%1</binSelectionMethod>"
-                                                            "<binNamingMethod>%2</binNamingMethod>"
-                                                            "<binExplicitName>Default Name</binExplicitName>"
-                                                            "</binDetail>")
-                                                 .arg(QLatin1String(selection), QLatin1String(naming)));
+            const auto profile =
+                profileWith(QStringLiteral("<binDetail><binSelectionMethod>%1</binSelectionMethod>"
+                                           "<binNamingMethod>%2</binNamingMethod>"
+                                           "<binExplicitName>Default Name</binExplicitName>"
+                                           "</binDetail>")
+                                .arg(QLatin1String(selection), QLatin1String(naming)));
             return text(*profile, "profileBin");
         };
         QCOMPARE(label("USEACTIVE", ""), QStringLiteral("~Active  Bin"));
@@ -308,7 +317,8 @@ private slots:
     {
         const auto profile = profileWith(QStringLiteral(
             "<activities><a><destinationDetail><x/><filesystemPath>/b</filesystemPath><filesystemPath>/no"
-            "</filesystemPath></destinationDetail></a><a><destinationDetail><filesystemPath>/a</filesystemPath>"
+            "</filesystemPath></destinationDetail></a><a><destinationDetail><filesystemPath>/a</"
+            "filesystemPath>"
             "</destinationDetail></a></activities>"));
         QCOMPARE(profile->property("copyToFolder").toStringList(),
                  QStringList({QStringLiteral("/b"), QStringLiteral("/a")}));
@@ -316,9 +326,10 @@ private slots:
 
     void aDestinationWithoutAPathContributesNothing()
     {
-        const auto profile = profileWith(QStringLiteral(
-            "<destinationDetail><in><filesystemPath>/no</filesystemPath></in></destinationDetail><destinationDetail/>"
-            "<destinationDetail><filesystemPath/></destinationDetail>"));
+        const auto profile =
+            profileWith(QStringLiteral("<destinationDetail><in><filesystemPath>/no</filesystemPath></in></"
+                                       "destinationDetail><destinationDetail/>"
+                                       "<destinationDetail><filesystemPath/></destinationDetail>"));
         QCOMPARE(profile->property("copyToFolder").toStringList(), QStringList(QString()));
     }
 

@@ -39,14 +39,14 @@ struct Operation
 
 QByteArray folderXml(const QByteArray& id)
 {
-    return "<xelMediaFolder id=\"" + id + "\"><path>/" + id
-           + "</path><profile>p</profile><enabled>true</enabled></xelMediaFolder>";
+    return "<xelMediaFolder id=\"" + id + "\"><path>/" + id +
+           "</path><profile>p</profile><enabled>true</enabled></xelMediaFolder>";
 }
 
 QByteArray profileXml(const QByteArray& guid)
 {
-    return "<profile><profileDetail><profileName>Name " + guid + "</profileName><profileGUID>" + guid
-           + "</profileGUID></profileDetail></profile>";
+    return "<profile><profileDetail><profileName>Name " + guid + "</profileName><profileGUID>" + guid +
+           "</profileGUID></profileDetail></profile>";
 }
 
 QByteArray jobXml(const QByteArray& id)
@@ -59,8 +59,9 @@ QString textOf(const QObject& record)
     QString text;
     for (const QByteArray& name : record.dynamicPropertyNames()) {
         const QVariant value = record.property(name.constData());
-        const QString words = value.type() == QVariant::StringList ? value.toStringList().join(QLatin1Char(','))
-                                                                   : value.toString();
+        const QString words = value.type() == QVariant::StringList
+                                  ? value.toStringList().join(QLatin1Char(','))
+                                  : value.toString();
         text += QString::fromLatin1(name) + QLatin1Char('=') + words + QLatin1Char('\n');
     }
     return text;
@@ -109,8 +110,8 @@ private:
     bool fillAll();
     QString caches() const;
     std::vector<Operation> operations();
-    /// Every operation (only those that read a body, if so told) fails with \a error while the service answers
-    /// everything with \a reply.
+    /// Every operation (only those that read a body, if so told) fails with \a error while the service
+    /// answers everything with \a reply.
     void verifyTrouble(const Reply& reply, const QString& error, bool onlyReaders = false);
     void verifyTrouble(const Reply& reply, const char* error, bool onlyReaders = false);
     void verifyOperation(const Operation& operation, const Reply& reply, const QString& error);
@@ -163,7 +164,8 @@ void TestServiceWire::behave()
 
 bool TestServiceWire::fillAll()
 {
-    return folders().refreshFolders(true) && profiles().refreshProfiles(true) && m_jobs->updateManualJobsDetail();
+    return folders().refreshFolders(true) && profiles().refreshProfiles(true) &&
+           m_jobs->updateManualJobsDetail();
 }
 
 QString TestServiceWire::caches() const
@@ -192,9 +194,16 @@ std::vector<Operation> TestServiceWire::operations()
     return {
         {"refreshFolders(true)", true, f, [=] { return f->refreshFolders(true); }},
         {"refreshFolders(false)", true, f, [=] { return f->refreshFolders(false); }},
-        {"readFolder", true, f, [=] { KRXFolder out; return f->readFolder(folder, out); }},
+        {"readFolder", true, f,
+         [=] {
+             KRXFolder out;
+             return f->readFolder(folder, out);
+         }},
         {"createFolder", true, f,
-         [=] { KRXFolder out; return f->createFolder(QStringLiteral("/new"), profile, out); }},
+         [=] {
+             KRXFolder out;
+             return f->createFolder(QStringLiteral("/new"), profile, out);
+         }},
         {"updateFolder", false, f,
          [=] {
              KRXFolder record;
@@ -205,22 +214,48 @@ std::vector<Operation> TestServiceWire::operations()
         {"deleteFolder", false, f, [=] { return f->deleteFolder(folder); }},
         {"refreshProfiles(true)", true, p, [=] { return p->refreshProfiles(true); }},
         {"refreshProfiles(false)", true, p, [=] { return p->refreshProfiles(false); }},
-        {"readProfile", true, p, [=] { KRXProfile out; return p->readProfile(profile, out); }},
+        {"readProfile", true, p,
+         [=] {
+             KRXProfile out;
+             return p->readProfile(profile, out);
+         }},
         {"createProfile", true, p,
-         [=] { QString id; return p->createProfile(QStringLiteral("New"), nullptr, nullptr, id); }},
+         [=] {
+             QString id;
+             return p->createProfile(QStringLiteral("New"), nullptr, nullptr, id);
+         }},
         {"deleteProfile", false, p, [=] { return p->deleteProfile(profile); }},
-        {"submitJob", true, j, [=] { QString id; return j->submitJob(QStringLiteral("/new"), profile, id); }},
+        {"submitJob", true, j,
+         [=] {
+             QString id;
+             return j->submitJob(QStringLiteral("/new"), profile, id);
+         }},
         {"cancelJob", false, j, [=] { return j->cancelJob(job); }},
         {"retryJob", false, j, [=] { return j->retryJob(job); }},
         {"deleteJob", false, j, [=] { return j->deleteJob(job); }},
         {"updateJobsStatus", true, j, [=] { return j->updateJobsStatus(); }},
         {"updateManualJobsDetail", true, j, [=] { return j->updateManualJobsDetail(); }},
-        {"isAnyJobInProgress", true, j, [=] { bool ok = true; return j->isAnyJobInProgress(&ok) || ok; }},
-        {"getErrorList", true, j, [=] { QStringList errors; return j->getErrorList(errors, false); }},
-        {"getKRXServiceStatus", true, j, [=] { KRXServiceStatus status; return j->getKRXServiceStatus(status); }},
+        {"isAnyJobInProgress", true, j,
+         [=] {
+             bool ok = true;
+             return j->isAnyJobInProgress(&ok) || ok;
+         }},
+        {"getErrorList", true, j,
+         [=] {
+             QStringList errors;
+             return j->getErrorList(errors, false);
+         }},
+        {"getKRXServiceStatus", true, j,
+         [=] {
+             KRXServiceStatus status;
+             return j->getKRXServiceStatus(status);
+         }},
         // Of the body only the folders are of interest here, not whether it could be read.
         {"getFoldersOutputReady", false, j,
-         [=] { bool ok = true; return !j->getFoldersOutputReady(&ok).isEmpty() || ok; }},
+         [=] {
+             bool ok = true;
+             return !j->getFoldersOutputReady(&ok).isEmpty() || ok;
+         }},
     };
 }
 
@@ -237,7 +272,8 @@ void TestServiceWire::verifyOperation(const Operation& operation, const Reply& r
     StandInHost::setRestClientLimits({});
     QVERIFY2(!succeeded, operation.name);
     QVERIFY2(operation.service->lastError() == error,
-             qPrintable(QString::fromLatin1(operation.name) + QStringLiteral(": ") + operation.service->lastError()));
+             qPrintable(QString::fromLatin1(operation.name) + QStringLiteral(": ") +
+                        operation.service->lastError()));
     QVERIFY2(caches() == m_before, operation.name);
 }
 
@@ -446,14 +482,16 @@ void TestServiceWire::volumeNoticeToAnAbsentServiceChangesNothing()
 void TestServiceWire::urlsOfAnAnswerMustBeOfThisMachine()
 {
     // The addresses in a list are used as given, and the host's client goes nowhere but to this machine.
-    m_server->setReply("GET", "/KRXService/xelmediafolders", 200,
-                       "<l><xelMediaFolderURI>http://example.org/f1</xelMediaFolderURI>"
-                       "<xelMediaFolderURI>http://localhost:58885/KRXService/xelmediafolders/f2</xelMediaFolderURI></l>");
+    m_server->setReply(
+        "GET", "/KRXService/xelmediafolders", 200,
+        "<l><xelMediaFolderURI>http://example.org/f1</xelMediaFolderURI>"
+        "<xelMediaFolderURI>http://localhost:58885/KRXService/xelmediafolders/f2</xelMediaFolderURI></l>");
     m_server->setReply("GET", "/KRXService/xelmediafolders/f2", 200, folderXml("f2"));
     QVERIFY(folders().refreshFolders(false));
     QCOMPARE(folders().countFolders(), 1);
     QCOMPARE(folders().getFolder(0)->property("folderId").toString(), QStringLiteral("f2"));
-    QCOMPARE(folders().lastError(), QStringLiteral("Only services of this machine may be asked, not example.org"));
+    QCOMPARE(folders().lastError(),
+             QStringLiteral("Only services of this machine may be asked, not example.org"));
 }
 
 QTEST_MAIN(TestServiceWire)

@@ -62,10 +62,11 @@ private slots:
     void anActivityOfAnotherKindYieldsAnEmptyRowInItsPlace()
     {
         KRXSummaryWidget summary(nullptr);
-        QDomDocument doc = document(activity(QStringLiteral("copy"), QStringLiteral("Copy 1"), QString())
-                                    + activity(QStringLiteral("remove"), QStringLiteral("Remove"), QString())
-                                    + activity(QStringLiteral("Copy"), QStringLiteral("Upper"), QString())
-                                    + activity(QStringLiteral("consolidate"), QStringLiteral("Consolidate"), QString()));
+        QDomDocument doc =
+            document(activity(QStringLiteral("copy"), QStringLiteral("Copy 1"), QString()) +
+                     activity(QStringLiteral("remove"), QStringLiteral("Remove"), QString()) +
+                     activity(QStringLiteral("Copy"), QStringLiteral("Upper"), QString()) +
+                     activity(QStringLiteral("consolidate"), QStringLiteral("Consolidate"), QString()));
         summary.updateSummaryFromXML(doc);
         QCOMPARE(summary.rowCount(), 6);
         QCOMPARE(cell(summary, 2, 0), QStringLiteral("Copy 1"));
@@ -117,12 +118,13 @@ private slots:
 
     void theGroupingNoneIsShownAsItStands()
     {
-        QCOMPARE(detailOf(QStringLiteral("<linkDetail><multichannelAudio>None</multichannelAudio>"
-                                         "<xelAudioStartTimeOption>25</xelAudioStartTimeOption>"
-                                         "<xelPreferredPluginDetail><xelPluginName>QuickTime</xelPluginName>"
-                                         "</xelPreferredPluginDetail></linkDetail>"),
-                          1),
-                 QStringLiteral("Multichannel Audio : None\nAudio timecode rate : 25\nLink using : QuickTime\n"));
+        QCOMPARE(
+            detailOf(QStringLiteral("<linkDetail><multichannelAudio>None</multichannelAudio>"
+                                    "<xelAudioStartTimeOption>25</xelAudioStartTimeOption>"
+                                    "<xelPreferredPluginDetail><xelPluginName>QuickTime</xelPluginName>"
+                                    "</xelPreferredPluginDetail></linkDetail>"),
+                     1),
+            QStringLiteral("Multichannel Audio : None\nAudio timecode rate : 25\nLink using : QuickTime\n"));
     }
 
     void aGroupingIsShownInItsDisplayForm()
@@ -130,10 +132,11 @@ private slots:
         const QString stored = QStringLiteral("1-2:Stereo");
         const QString display = HostMediaEngine::channelGroupsFromText(stored).displayText;
         QVERIFY(display != stored);
-        QCOMPARE(detailOf(QStringLiteral("<linkDetail><multichannelAudio>%1</multichannelAudio></linkDetail>")
-                              .arg(stored),
-                          1),
-                 QStringLiteral("Multichannel Audio : %1\nAudio timecode rate : \nLink using : \n").arg(display));
+        QCOMPARE(
+            detailOf(QStringLiteral("<linkDetail><multichannelAudio>%1</multichannelAudio></linkDetail>")
+                         .arg(stored),
+                     1),
+            QStringLiteral("Multichannel Audio : %1\nAudio timecode rate : \nLink using : \n").arg(display));
     }
 
     void allThreeLinkLinesAreThereWithoutALinkDetail()
@@ -144,12 +147,14 @@ private slots:
 
     void copyRowShowsThePathThenCheckInThenRelink()
     {
-        QCOMPARE(detailOf(activity(QStringLiteral("copy"), QStringLiteral("Copy 1"),
-                                   QStringLiteral("<destinationDetail><filesystemPath>/media/%2/x</filesystemPath>"
-                                                  "<relinkAfterCopy>true</relinkAfterCopy>"
-                                                  "<autoCheckin>true</autoCheckin></destinationDetail>")),
-                          2),
-                 QStringLiteral("Auto copy to : /media/%2/x\nCheckin to Ledgerhouse\nAuto Relink when complete\n"));
+        QCOMPARE(
+            detailOf(activity(QStringLiteral("copy"), QStringLiteral("Copy 1"),
+                              QStringLiteral("<destinationDetail><filesystemPath>/media/%2/x</filesystemPath>"
+                                             "<relinkAfterCopy>true</relinkAfterCopy>"
+                                             "<autoCheckin>true</autoCheckin></destinationDetail>")),
+                     2),
+            QStringLiteral(
+                "Auto copy to : /media/%2/x\nCheckin to Ledgerhouse\nAuto Relink when complete\n"));
     }
 
     void copyRowLeavesOutWhatIsNotExactlyTrue()
@@ -190,56 +195,61 @@ private slots:
 
     void transcodeRowWithoutEnabledAudioShowsOnlyVideoOptionsAndVolumes()
     {
-        QCOMPARE(detailOf(activity(QStringLiteral("transcode"), QStringLiteral("Transcode "),
-                                   QStringLiteral(
-                                       "<outputDetail><filesystemVideoVolume>/v/</filesystemVideoVolume>"
-                                       "<filesystemAudioVolume>/a/</filesystemAudioVolume>"
-                                       "<outputTranscodeVideoProfile>"
-                                       "<videoIncludeReformattedContent>true</videoIncludeReformattedContent>"
-                                       "<applyColorTransformations>True</applyColorTransformations>"
-                                       "<videoCompressionType name=\"FFV1\">7</videoCompressionType>"
-                                       "</outputTranscodeVideoProfile>"
-                                       "<outputAudioProfile><audioSampleRate enabled=\"false\">48000</audioSampleRate>"
-                                       "<audioSampleWidth enabled=\"TRUE\">24</audioSampleWidth>"
-                                       "<audioFormat>PCM</audioFormat></outputAudioProfile></outputDetail>")),
-                          2),
-                 QStringLiteral("Video: FFV1\nApply Reformatting option (compatibility mode)\n"
-                                "Video Volume : /v/   Audio Volume : /a/"));
+        QCOMPARE(
+            detailOf(
+                activity(QStringLiteral("transcode"), QStringLiteral("Transcode "),
+                         QStringLiteral(
+                             "<outputDetail><filesystemVideoVolume>/v/</filesystemVideoVolume>"
+                             "<filesystemAudioVolume>/a/</filesystemAudioVolume>"
+                             "<outputTranscodeVideoProfile>"
+                             "<videoIncludeReformattedContent>true</videoIncludeReformattedContent>"
+                             "<applyColorTransformations>True</applyColorTransformations>"
+                             "<videoCompressionType name=\"FFV1\">7</videoCompressionType>"
+                             "</outputTranscodeVideoProfile>"
+                             "<outputAudioProfile><audioSampleRate enabled=\"false\">48000</audioSampleRate>"
+                             "<audioSampleWidth enabled=\"TRUE\">24</audioSampleWidth>"
+                             "<audioFormat>PCM</audioFormat></outputAudioProfile></outputDetail>")),
+                2),
+            QStringLiteral("Video: FFV1\nApply Reformatting option (compatibility mode)\n"
+                           "Video Volume : /v/   Audio Volume : /a/"));
     }
 
     void aLaterColourTextThatIsNotTrueClearsTheColourLine()
     {
-        QCOMPARE(detailOf(activity(QStringLiteral("transcode"), QStringLiteral("Transcode 1"),
-                                   QStringLiteral("<outputDetail><outputTranscodeVideoProfile>"
-                                                  "<applyColorTransformations>true</applyColorTransformations>"
-                                                  "<applyColorTransformations>no</applyColorTransformations>"
-                                                  "</outputTranscodeVideoProfile></outputDetail>")),
-                          2),
-                 QStringLiteral("Video: \nVideo Volume :    Audio Volume : "));
+        QCOMPARE(
+            detailOf(activity(QStringLiteral("transcode"), QStringLiteral("Transcode 1"),
+                              QStringLiteral("<outputDetail><outputTranscodeVideoProfile>"
+                                             "<applyColorTransformations>true</applyColorTransformations>"
+                                             "<applyColorTransformations>no</applyColorTransformations>"
+                                             "</outputTranscodeVideoProfile></outputDetail>")),
+                     2),
+            QStringLiteral("Video: \nVideo Volume :    Audio Volume : "));
     }
 
     void consolidateRowWithEveryOption()
     {
-        QCOMPARE(detailOf(activity(QStringLiteral("consolidate"), QStringLiteral("Consolidate"),
-                                   QStringLiteral("<outputDetail><outputConsolidateVideoProfile>"
-                                                  "<videoSkipOnTarget>true</videoSkipOnTarget>"
-                                                  "<videoRelinkSkippedToTarget>true</videoRelinkSkippedToTarget>"
-                                                  "</outputConsolidateVideoProfile><outputAudioProfile>"
-                                                  "<audioFormat enabled=\"true\">F</audioFormat>"
-                                                  "<audioSampleRate enabled=\"true\">R</audioSampleRate>"
-                                                  "<audioSampleWidth enabled=\"true\">W</audioSampleWidth>"
-                                                  "</outputAudioProfile></outputDetail>")),
-                          2),
-                 QStringLiteral("Skip Media Already On Target Drive\n"
-                                "Relink selected clips to target drive before skipping\n"
-                                "Convert Audio Sample Rate :  : R\nConvert Audio Bit Depth :  : W\n"
-                                "Convert Audio Format : F\n"));
+        QCOMPARE(
+            detailOf(activity(QStringLiteral("consolidate"), QStringLiteral("Consolidate"),
+                              QStringLiteral("<outputDetail><outputConsolidateVideoProfile>"
+                                             "<videoSkipOnTarget>true</videoSkipOnTarget>"
+                                             "<videoRelinkSkippedToTarget>true</videoRelinkSkippedToTarget>"
+                                             "</outputConsolidateVideoProfile><outputAudioProfile>"
+                                             "<audioFormat enabled=\"true\">F</audioFormat>"
+                                             "<audioSampleRate enabled=\"true\">R</audioSampleRate>"
+                                             "<audioSampleWidth enabled=\"true\">W</audioSampleWidth>"
+                                             "</outputAudioProfile></outputDetail>")),
+                     2),
+            QStringLiteral("Skip Media Already On Target Drive\n"
+                           "Relink selected clips to target drive before skipping\n"
+                           "Convert Audio Sample Rate :  : R\nConvert Audio Bit Depth :  : W\n"
+                           "Convert Audio Format : F\n"));
     }
 
     void consolidateRowWithoutOptionsIsEmpty()
     {
-        QCOMPARE(detailOf(activity(QStringLiteral("consolidate"), QStringLiteral("Consolidate"), QString()), 2),
-                 QString());
+        QCOMPARE(
+            detailOf(activity(QStringLiteral("consolidate"), QStringLiteral("Consolidate"), QString()), 2),
+            QString());
     }
 
     void heightIsSixMoreThanTheRows()
@@ -263,10 +273,12 @@ private slots:
 
     void textsAreLookedUpInTheHost()
     {
-        StandInHost::setTranslator([](const QString& text) -> QString { return QStringLiteral("<%1>").arg(text); });
+        StandInHost::setTranslator(
+            [](const QString& text) -> QString { return QStringLiteral("<%1>").arg(text); });
         KRXSummaryWidget summary(nullptr);
-        QDomDocument doc = document(QStringLiteral("<binDetail><binSelectionMethod>CREATENEW</binSelectionMethod>"
-                                                   "<binNamingMethod>VOLUME</binNamingMethod></binDetail>"));
+        QDomDocument doc =
+            document(QStringLiteral("<binDetail><binSelectionMethod>CREATENEW</binSelectionMethod>"
+                                    "<binNamingMethod>VOLUME</binNamingMethod></binDetail>"));
         summary.updateSummaryFromXML(doc);
         StandInHost::setTranslator({});
         QCOMPARE(cell(summary, 0, 0), QStringLiteral("<Bins:>"));
@@ -282,38 +294,40 @@ private slots:
             activity(QStringLiteral("copy"), QStringLiteral("Copy 1"),
                      QStringLiteral("<destinationDetail><filesystemPath>/m</filesystemPath>"
                                     "<relinkAfterCopy>true</relinkAfterCopy><autoCheckin>true</autoCheckin>"
-                                    "</destinationDetail>"))
-            + activity(QStringLiteral("transcode"), QStringLiteral("Transcode 1"),
-                       QStringLiteral("<outputDetail><filesystemVideoVolume>/v</filesystemVideoVolume>"
-                                      "<filesystemAudioVolume>/a</filesystemAudioVolume><outputTranscodeVideoProfile>"
-                                      "<videoIncludeReformattedContent>true</videoIncludeReformattedContent>"
-                                      "<applyColorTransformations>true</applyColorTransformations>"
-                                      "<videoCompressionType name=\"FFV1\">7</videoCompressionType>"
-                                      "</outputTranscodeVideoProfile><outputAudioProfile>"
-                                      "<audioSampleRate enabled=\"true\">48</audioSampleRate>"
-                                      "<audioSampleWidth enabled=\"true\">24</audioSampleWidth>"
-                                      "<audioFormat enabled=\"true\">PCM</audioFormat>"
-                                      "</outputAudioProfile></outputDetail>"))
-            + activity(QStringLiteral("consolidate"), QStringLiteral("Consolidate"),
-                       QStringLiteral("<outputDetail><outputConsolidateVideoProfile>"
-                                      "<videoSkipOnTarget>true</videoSkipOnTarget>"
-                                      "<videoRelinkSkippedToTarget>true</videoRelinkSkippedToTarget>"
-                                      "</outputConsolidateVideoProfile></outputDetail>")));
-        StandInHost::setTranslator([](const QString& text) -> QString { return QLatin1Char('<') + text + QLatin1Char('>'); });
+                                    "</destinationDetail>")) +
+            activity(QStringLiteral("transcode"), QStringLiteral("Transcode 1"),
+                     QStringLiteral(
+                         "<outputDetail><filesystemVideoVolume>/v</filesystemVideoVolume>"
+                         "<filesystemAudioVolume>/a</filesystemAudioVolume><outputTranscodeVideoProfile>"
+                         "<videoIncludeReformattedContent>true</videoIncludeReformattedContent>"
+                         "<applyColorTransformations>true</applyColorTransformations>"
+                         "<videoCompressionType name=\"FFV1\">7</videoCompressionType>"
+                         "</outputTranscodeVideoProfile><outputAudioProfile>"
+                         "<audioSampleRate enabled=\"true\">48</audioSampleRate>"
+                         "<audioSampleWidth enabled=\"true\">24</audioSampleWidth>"
+                         "<audioFormat enabled=\"true\">PCM</audioFormat>"
+                         "</outputAudioProfile></outputDetail>")) +
+            activity(QStringLiteral("consolidate"), QStringLiteral("Consolidate"),
+                     QStringLiteral("<outputDetail><outputConsolidateVideoProfile>"
+                                    "<videoSkipOnTarget>true</videoSkipOnTarget>"
+                                    "<videoRelinkSkippedToTarget>true</videoRelinkSkippedToTarget>"
+                                    "</outputConsolidateVideoProfile></outputDetail>")));
+        StandInHost::setTranslator(
+            [](const QString& text) -> QString { return QLatin1Char('<') + text + QLatin1Char('>'); });
         KRXSummaryWidget summary(nullptr);
         summary.updateSummaryFromXML(doc);
         StandInHost::setTranslator({});
         QCOMPARE(cell(summary, 2, 0), QStringLiteral("Copy 1"));
-        QCOMPARE(cell(summary, 2, 1),
-                 QStringLiteral("<Auto copy to> : /m\n<Checkin to Ledgerhouse>\n<Auto Relink when complete>\n"));
-        QCOMPARE(cell(summary, 3, 1),
-                 QStringLiteral("Video: FFV1\n"
-                                "<Apply Reformatting option (compatibility mode)>\n"
-                                "<Apply color transformations (compatibility mode)>\n"
-                                "<Convert Audio Sample Rate : > : 48\n"
-                                "<Convert Audio Bit Depth : > : 24\n"
-                                "<Convert Audio Format> : PCM\n"
-                                "<Video Volume : /v   Audio Volume : /a>"));
+        QCOMPARE(
+            cell(summary, 2, 1),
+            QStringLiteral("<Auto copy to> : /m\n<Checkin to Ledgerhouse>\n<Auto Relink when complete>\n"));
+        QCOMPARE(cell(summary, 3, 1), QStringLiteral("Video: FFV1\n"
+                                                     "<Apply Reformatting option (compatibility mode)>\n"
+                                                     "<Apply color transformations (compatibility mode)>\n"
+                                                     "<Convert Audio Sample Rate : > : 48\n"
+                                                     "<Convert Audio Bit Depth : > : 24\n"
+                                                     "<Convert Audio Format> : PCM\n"
+                                                     "<Video Volume : /v   Audio Volume : /a>"));
         QCOMPARE(cell(summary, 4, 1),
                  QStringLiteral("<Skip Media Already On Target Drive>\n"
                                 "<Relink selected clips to target drive before skipping>\n"));

@@ -50,7 +50,8 @@ QImage icon(const QString& group, const QString& name, int alpha)
 {
     QImage image = blank(QSize(10, 10));
     QPainter painter(&image);
-    HostQtShell::drawSkinnedIcon(&painter, QRect(0, 0, 10, 10), name, group, HostQtShell::iconTintColors(), alpha);
+    HostQtShell::drawSkinnedIcon(&painter, QRect(0, 0, 10, 10), name, group, HostQtShell::iconTintColors(),
+                                 alpha);
     return image;
 }
 

@@ -13,7 +13,9 @@ private:
     {
         QProcess gallery;
         gallery.start(QStringLiteral(SECTION_GALLERY), arguments);
-        return gallery.waitForFinished(60000) && gallery.exitStatus() == QProcess::NormalExit ? gallery.exitCode() : -1;
+        return gallery.waitForFinished(60000) && gallery.exitStatus() == QProcess::NormalExit
+                   ? gallery.exitCode()
+                   : -1;
     }
 
 private slots:
@@ -26,7 +28,8 @@ private slots:
         for (const char* page : {"settings", "sections", "actions"}) {
             QImage light;
             for (const char* skin : {"light", "dark"}) {
-                const QString stem = QStringLiteral("gallery-%1-%2").arg(QLatin1String(page), QLatin1String(skin));
+                const QString stem =
+                    QStringLiteral("gallery-%1-%2").arg(QLatin1String(page), QLatin1String(skin));
                 const QImage plain(shots.filePath(QString(stem + QLatin1String(".png"))));
                 const QImage fine(shots.filePath(QString(stem + QLatin1String("@2x.png"))));
                 QVERIFY(plain.width() > 500 && plain.height() > 300);
@@ -45,10 +48,7 @@ private slots:
         QCOMPARE(run({QStringLiteral("--shots"), directory.filePath(QStringLiteral("file/shots"))}), 1);
     }
 
-    void unknownArgumentsAreRefused()
-    {
-        QCOMPARE(run({QStringLiteral("--nonsense")}), 2);
-    }
+    void unknownArgumentsAreRefused() { QCOMPARE(run({QStringLiteral("--nonsense")}), 2); }
 };
 
 QTEST_GUILESS_MAIN(TestSectionGallery)

@@ -407,8 +407,9 @@ private slots:
         auto* content = new QLabel;
         content->setFixedHeight(100);
         inner->addWidgetToBody(content, 0);
-        for (KRXTwistWidget* section : {static_cast<KRXTwistWidget*>(&outermost), static_cast<KRXTwistWidget*>(outer),
-                                        static_cast<KRXTwistWidget*>(inner)})
+        for (KRXTwistWidget* section :
+             {static_cast<KRXTwistWidget*>(&outermost), static_cast<KRXTwistWidget*>(outer),
+              static_cast<KRXTwistWidget*>(inner)})
             section->setOpen(true);
         outermost.show();
         QVERIFY(QTest::qWaitForWindowExposed(&outermost));
@@ -538,7 +539,8 @@ private slots:
         note(section->titleWidget(), "title");
         note(section->body(), "body");
         section.reset();
-        QCOMPARE(gone, QStringList({QStringLiteral("arrow"), QStringLiteral("title"), QStringLiteral("body")}));
+        QCOMPARE(gone,
+                 QStringList({QStringLiteral("arrow"), QStringLiteral("title"), QStringLiteral("body")}));
     }
 
     void aHundredNestedSectionsOpenAndCloseTogether()

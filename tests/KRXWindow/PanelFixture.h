@@ -146,7 +146,10 @@ public:
     QTreeWidgetItem* row(const QString& id) const { return view()->itemByFolderId(id); }
     QString currentFolder() const { return KRXFolderViewWidget::getFolderId(view()->currentItem()); }
     QString boxProfile() const { return box()->currentData().toString(); }
-    QString profileOf(const QString& folderId) const { return KRXFolderViewWidget::getProfileId(row(folderId)); }
+    QString profileOf(const QString& folderId) const
+    {
+        return KRXFolderViewWidget::getProfileId(row(folderId));
+    }
     /// The bin that the summary names.
     QString summaryBin() const
     {

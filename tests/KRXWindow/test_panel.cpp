@@ -136,8 +136,9 @@ void TestPanel::textsAndTooltipsAreAsNamed()
     QCOMPARE(f.edit()->toolTip(), "Edit a Profile"_s);
     QCOMPARE(f.section()->toolTip(), "Summary of Selected Folder's Profile"_s);
     QVERIFY(f.section()->isUseTransparentBackground());
-    QCOMPARE(f.offline()->text(), "Velo Editor Services are not Running. Please start Services from the Velo Editor "
-                                  "Services Manager..."_s);
+    QCOMPARE(f.offline()->text(),
+             "Velo Editor Services are not Running. Please start Services from the Velo Editor "
+             "Services Manager..."_s);
     QStringList labels;
     const auto all = f.panel->findChildren<QLabel*>();
     for (const QLabel* label : all)
@@ -148,7 +149,8 @@ void TestPanel::textsAndTooltipsAreAsNamed()
 
 void TestPanel::textsAreLocalised()
 {
-    StandInHost::setTranslator([](const QString& key) -> QString { return QLatin1Char('<') + key + QLatin1Char('>'); });
+    StandInHost::setTranslator(
+        [](const QString& key) -> QString { return QLatin1Char('<') + key + QLatin1Char('>'); });
     PanelFixture f;
     StandInHost::setTranslator({});
     QCOMPARE(f.edit()->text(), "<Profile Editor>"_s);
@@ -160,8 +162,9 @@ void TestPanel::textsAreLocalised()
     QCOMPARE(f.view()->toolTip(), "<List of KRX Folders>"_s);
     QCOMPARE(f.box()->toolTip(), "<Choose Profile for Selected Folder>"_s);
     QCOMPARE(f.section()->toolTip(), "<Summary of Selected Folder's Profile>"_s);
-    QCOMPARE(f.offline()->text(), "<Velo Editor Services are not Running. Please start Services from the Velo Editor "
-                                  "Services Manager...>"_s);
+    QCOMPARE(f.offline()->text(),
+             "<Velo Editor Services are not Running. Please start Services from the Velo Editor "
+             "Services Manager...>"_s);
     QStringList labels;
     const auto all = f.panel->findChildren<QLabel*>();
     for (const QLabel* label : all)
@@ -202,8 +205,8 @@ void TestPanel::tabOrderFollowsThePanel()
     QList<QWidget*> order;
     QWidget* widget = f.view();
     do {
-        if (widget->focusPolicy() != Qt::NoFocus
-            && QList<QWidget*>({f.view(), f.add(), f.del(), f.box(), f.edit()}).contains(widget))
+        if (widget->focusPolicy() != Qt::NoFocus &&
+            QList<QWidget*>({f.view(), f.add(), f.del(), f.box(), f.edit()}).contains(widget))
             order << widget;
         widget = widget->nextInFocusChain();
     } while (widget != f.view());
@@ -358,7 +361,8 @@ void TestPanel::goingOfflineShutsEverythingOffAndKeepsTheRows()
     f.panel->updateKRXServiceOnlineState(false);
     QVERIFY(!f.panel->isKRXServiceOnline());
     QVERIFY(f.offline()->isVisible());
-    for (const QWidget* control : QList<QWidget*>{f.view(), f.add(), f.del(), f.edit(), f.box(), f.summary(), f.section()})
+    for (const QWidget* control :
+         QList<QWidget*>{f.view(), f.add(), f.del(), f.edit(), f.box(), f.summary(), f.section()})
         QVERIFY2(!control->isEnabled(), qPrintable(control->objectName()));
     QCOMPARE(f.view()->topLevelItemCount(), 2);
     QCOMPARE(f.service.lines(), QStringList());
@@ -373,7 +377,8 @@ void TestPanel::goingOnlineReloadsInOrder()
     f.panel->updateKRXServiceOnlineState(true);
     QCOMPARE(f.service.lines(), kLoading + QStringList({kProfiles}));
     QVERIFY(f.offline()->isHidden());
-    for (const QWidget* control : QList<QWidget*>{f.view(), f.add(), f.del(), f.edit(), f.box(), f.summary(), f.section()})
+    for (const QWidget* control :
+         QList<QWidget*>{f.view(), f.add(), f.del(), f.edit(), f.box(), f.summary(), f.section()})
         QVERIFY2(control->isEnabled(), qPrintable(control->objectName()));
     QCOMPARE(f.view()->topLevelItemCount(), 3);
     QCOMPARE(f.currentFolder(), "c"_s);
@@ -433,7 +438,8 @@ namespace {
 QStringList enabledControls(const PanelFixture& f)
 {
     QStringList names;
-    for (const QWidget* control : QList<QWidget*>{f.view(), f.add(), f.del(), f.edit(), f.box(), f.summary(), f.section()}) {
+    for (const QWidget* control :
+         QList<QWidget*>{f.view(), f.add(), f.del(), f.edit(), f.box(), f.summary(), f.section()}) {
         if (control->isEnabled())
             names << control->objectName();
     }

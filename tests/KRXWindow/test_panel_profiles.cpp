@@ -122,8 +122,9 @@ void TestPanelProfiles::profileThatCopiesIntoTheFolderIsRefused()
     QCOMPARE(log.size(), 1);
     QCOMPARE(log.at(0).icon, QMessageBox::Warning);
     QCOMPARE(log.at(0).title, "Error occurred"_s);
-    QCOMPARE(log.at(0).text, "Can't assign Proxy profile to this folder. Folder and Profile [Copy To] action have the "
-                             "same path"_s);
+    QCOMPARE(log.at(0).text,
+             "Can't assign Proxy profile to this folder. Folder and Profile [Copy To] action have the "
+             "same path"_s);
     QCOMPARE(log.at(0).buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
     QCOMPARE(f.boxProfile(), "p1"_s);
     QCOMPARE(f.profileOf("a"_s), "p1"_s);
@@ -315,7 +316,8 @@ void TestPanelProfiles::removingARowBeforeAGoneProfileIsHarmless()
     QTemporaryDir filled;
     QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
     PanelFixture f;
-    f.service.folders = {{"a"_s, "/0/a"_s, "p1"_s}, {"b"_s, filled.path(), "gone"_s}, {"c"_s, "/z/zz"_s, "p1"_s}};
+    f.service.folders = {
+        {"a"_s, "/0/a"_s, "p1"_s}, {"b"_s, filled.path(), "gone"_s}, {"c"_s, "/z/zz"_s, "p1"_s}};
     f.show();
     f.view()->sortByColumn(View::kIdxPathColumn, Qt::AscendingOrder);
     f.view()->setCurrentItem(f.row("a"_s));

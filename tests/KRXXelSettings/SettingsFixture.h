@@ -23,9 +23,10 @@ namespace SettingsTest {
 inline QString settingsDocument(const QString& inside)
 {
     return inside.isEmpty()
-        ? QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<profileSettings/>\n")
-        : QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<profileSettings>\n%1</profileSettings>\n")
-              .arg(inside);
+               ? QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<profileSettings/>\n")
+               : QStringLiteral(
+                     "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<profileSettings>\n%1</profileSettings>\n")
+                     .arg(inside);
 }
 
 /// Parses a text that must be XML.

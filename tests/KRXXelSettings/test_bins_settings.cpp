@@ -66,12 +66,13 @@ private slots:
         for (const QRadioButton* button : fixture.widget->findChildren<QRadioButton*>())
             buttons << QStringLiteral("%1|%2").arg(button->text(), button->toolTip());
         buttons.sort();
-        QCOMPARE(buttons,
-                 QStringList({QStringLiteral("Create New Bin|Create New Bin to Store Linked Clips"),
-                              QStringLiteral("Default Bin Naming Convention|Uses the Project Name for the Bin"),
-                              QStringLiteral("Specify bin name|Lets You Enter a New Bin Name"),
-                              QStringLiteral("Use Active Bin|Use the Currently Active Bin to Store Linked Clips"),
-                              QStringLiteral("Volume Name|Uses the Name or Label of the Volume")}));
+        QCOMPARE(
+            buttons,
+            QStringList({QStringLiteral("Create New Bin|Create New Bin to Store Linked Clips"),
+                         QStringLiteral("Default Bin Naming Convention|Uses the Project Name for the Bin"),
+                         QStringLiteral("Specify bin name|Lets You Enter a New Bin Name"),
+                         QStringLiteral("Use Active Bin|Use the Currently Active Bin to Store Linked Clips"),
+                         QStringLiteral("Volume Name|Uses the Name or Label of the Volume")}));
         QCOMPARE(nameEdit(fixture)->toolTip(), QStringLiteral("New Bin Name"));
         const auto* column = qobject_cast<QVBoxLayout*>(fixture.widget->layout());
         QVERIFY(column);
@@ -109,7 +110,8 @@ private slots:
 
     void theTextsAreLocalised()
     {
-        StandInHost::setTranslator([](const QString& english) -> QString { return QStringLiteral("~") + english; });
+        StandInHost::setTranslator(
+            [](const QString& english) -> QString { return QStringLiteral("~") + english; });
         const Fixture fixture;
         for (const QRadioButton* button : fixture.widget->findChildren<QRadioButton*>()) {
             QVERIFY(button->text().startsWith(QLatin1Char('~')));
@@ -133,7 +135,8 @@ private slots:
         for (const Choice& selection : selections) {
             for (const Choice& naming : namings) {
                 const bool isExplicit = naming.button == kExplicit;
-                const QString name = isExplicit ? QStringLiteral("  <binExplicitName>Rushes</binExplicitName>\n") : QString();
+                const QString name =
+                    isExplicit ? QStringLiteral("  <binExplicitName>Rushes</binExplicitName>\n") : QString();
                 QTest::addRow("%s %s", selection.value, naming.value)
                     << selection.button << naming.button
                     << QStringLiteral(" <binDetail>\n%1"
@@ -195,8 +198,8 @@ private slots:
 
     void anUnknownNamingLeavesTheButtonsAlone()
     {
-        for (const QString& naming :
-             {QStringLiteral("SOMETHING"), QString(), QStringLiteral("explicit"), QStringLiteral("DEFAULT ")}) {
+        for (const QString& naming : {QStringLiteral("SOMETHING"), QString(), QStringLiteral("explicit"),
+                                      QStringLiteral("DEFAULT ")}) {
             Fixture fixture;
             fixture.check(kDefault);
             fixture.read(binDetail(QStringLiteral("CREATENEW"), naming));
@@ -233,9 +236,10 @@ private slots:
     void repeatedChildrenEndWithTheLastOne()
     {
         Fixture fixture;
-        fixture.read(QStringLiteral("<binDetail><binNamingMethod>DEFAULT</binNamingMethod>"
-                                    "<binExplicitName>one</binExplicitName><binNamingMethod>EXPLICIT</binNamingMethod>"
-                                    "<binExplicitName>two</binExplicitName></binDetail>"));
+        fixture.read(
+            QStringLiteral("<binDetail><binNamingMethod>DEFAULT</binNamingMethod>"
+                           "<binExplicitName>one</binExplicitName><binNamingMethod>EXPLICIT</binNamingMethod>"
+                           "<binExplicitName>two</binExplicitName></binDetail>"));
         QVERIFY(fixture.isChecked(kExplicit));
         QCOMPARE(nameEdit(fixture)->text(), QStringLiteral("two"));
     }
@@ -243,8 +247,8 @@ private slots:
     void onlyTheFirstBinDetailIsRead()
     {
         Fixture fixture;
-        fixture.read(QString(binDetail(QStringLiteral("USEACTIVE"), QStringLiteral("DEFAULT"))
-                             + binDetail(QStringLiteral("CREATENEW"), QStringLiteral("VOLUME"))));
+        fixture.read(QString(binDetail(QStringLiteral("USEACTIVE"), QStringLiteral("DEFAULT")) +
+                             binDetail(QStringLiteral("CREATENEW"), QStringLiteral("VOLUME"))));
         QCOMPARE(checkedTexts(fixture), QStringList({kUseActive, kDefault}));
     }
 
@@ -262,7 +266,8 @@ private slots:
         QTest::addColumn<QString>("name");
         QTest::newRow("markup") << QStringLiteral("a <b> & \"c\" 'd' ]]>");
         QTest::newRow("blanks around") << QStringLiteral("  name  ");
-        QTest::newRow("right to left") << QStringLiteral("\u05e9\u05dc\u05d5\u05dd \u0645\u0631\u062d\u0628\u0627 abc");
+        QTest::newRow("right to left")
+            << QStringLiteral("\u05e9\u05dc\u05d5\u05dd \u0645\u0631\u062d\u0628\u0627 abc");
         QTest::newRow("direction marks") << QStringLiteral("\u202eabc\u202c");
         QTest::newRow("outside the first plane") << QStringLiteral("\U0001F3AC \U0001F980");
         QTest::newRow("combining") << QStringLiteral("e\u0301\u0323");

@@ -102,15 +102,18 @@ private slots:
         const Fixture fixture;
         QStringList labels = fixture.labels();
         labels.sort();
-        QCOMPARE(labels, QStringList({QStringLiteral("Audio Start-Time Option (for Broadcast Wave)"),
-                                      QStringLiteral("Audio timecode rate:"), QStringLiteral("Multichannel Audio :"),
-                                      QStringLiteral("None"), QStringLiteral("Still Image FPS:")}));
+        QCOMPARE(labels,
+                 QStringList({QStringLiteral("Audio Start-Time Option (for Broadcast Wave)"),
+                              QStringLiteral("Audio timecode rate:"), QStringLiteral("Multichannel Audio :"),
+                              QStringLiteral("None"), QStringLiteral("Still Image FPS:")}));
         const QPushButton* edit = fixture.group.getEditButton();
         QCOMPARE(edit->text(), QStringLiteral("Edit..."));
-        QCOMPARE(edit->toolTip(), QStringLiteral("Assign Audio Tracks to Specific Channels in Your Linked Media"));
+        QCOMPARE(edit->toolTip(),
+                 QStringLiteral("Assign Audio Tracks to Specific Channels in Your Linked Media"));
         QCOMPARE(fixture.label()->objectName(), QStringLiteral("multichannelAudio"));
         QCOMPARE(fixture.audioBox()->objectName(), QStringLiteral("xelAudioStartTimeOption"));
-        QCOMPARE(fixture.audioBox()->toolTip(), QStringLiteral("Set the Audio Project Rate for Broadcast Wave Files"));
+        QCOMPARE(fixture.audioBox()->toolTip(),
+                 QStringLiteral("Set the Audio Project Rate for Broadcast Wave Files"));
         QCOMPARE(fixture.stillBox()->objectName(), QStringLiteral("xelStillImageFPS"));
         QCOMPARE(fixture.stillBox()->minimumWidth(), 180);
         QCOMPARE(fixture.stillBox()->maximumWidth(), 180);
@@ -136,7 +139,8 @@ private slots:
 
     void theTextsAreLocalised()
     {
-        StandInHost::setTranslator([](const QString& english) -> QString { return QStringLiteral("~") + english; });
+        StandInHost::setTranslator(
+            [](const QString& english) -> QString { return QStringLiteral("~") + english; });
         Fixture fixture;
         for (const QString& text : fixture.labels())
             QVERIFY(text.startsWith(QLatin1Char('~')));
@@ -157,7 +161,8 @@ private slots:
         QTest::addColumn<QVariant>("property");
         QTest::addColumn<QString>("inside");
         const QStringList audioValues{QStringLiteral("24"), QStringLiteral("25"), QStringLiteral("thirty")};
-        const QStringList stillValues{QStringLiteral("23.976"), QStringLiteral("25"), QStringLiteral("Project")};
+        const QStringList stillValues{QStringLiteral("23.976"), QStringLiteral("25"),
+                                      QStringLiteral("Project")};
         const QList<QPair<QVariant, QString>> groupings{
             {QVariant(), QStringLiteral("None")},
             {QVariant(QStringLiteral("1-2:Stereo")), QStringLiteral("1-2:Stereo")},
@@ -210,7 +215,8 @@ private slots:
     {
         Fixture fixture;
         fixture.read(grouping(QStringLiteral("None")));
-        QCOMPARE(fixture.label()->property("PersistentStringRepresentation").toString(), QStringLiteral("None"));
+        QCOMPARE(fixture.label()->property("PersistentStringRepresentation").toString(),
+                 QStringLiteral("None"));
         QCOMPARE(fixture.label()->text(), QStringLiteral("None"));
         QCOMPARE(parsedTexts, QStringList());
     }
@@ -222,7 +228,8 @@ private slots:
         QVERIFY(fixture.label()->text() != QLatin1String("None"));
         fixture.read(grouping(QStringLiteral("None")));
         QCOMPARE(fixture.label()->text(), QStringLiteral("None"));
-        QCOMPARE(fixture.label()->property("PersistentStringRepresentation").toString(), QStringLiteral("None"));
+        QCOMPARE(fixture.label()->property("PersistentStringRepresentation").toString(),
+                 QStringLiteral("None"));
     }
 
     void anyOtherTextIsHandedToTheParserAndKeptAsItIs_data()
@@ -244,13 +251,15 @@ private slots:
         QCOMPARE(fixture.label()->property("PersistentStringRepresentation").toString(), text);
         QCOMPARE(fixture.label()->text(), QString(QStringLiteral("shown ") + text));
         QCOMPARE(parsedTexts, QStringList({text}));
-        QVERIFY(fixture.written().contains(QStringLiteral("<multichannelAudio>%1</multichannelAudio>").arg(text)));
+        QVERIFY(fixture.written().contains(
+            QStringLiteral("<multichannelAudio>%1</multichannelAudio>").arg(text)));
     }
 
     void markupInAGroupingIsShownAsText()
     {
         Fixture fixture;
-        fixture.read(grouping(QStringLiteral("&lt;h1&gt;big&lt;/h1&gt;&lt;img src='file:///etc/hostname'/&gt;")));
+        fixture.read(
+            grouping(QStringLiteral("&lt;h1&gt;big&lt;/h1&gt;&lt;img src='file:///etc/hostname'/&gt;")));
         QCOMPARE(fixture.label()->textFormat(), Qt::PlainText);
         QVERIFY(fixture.label()->text().contains(QLatin1String("<h1>big</h1>")));
     }
@@ -278,7 +287,8 @@ private slots:
         QTest::newRow("only the beginning") << "thir" << 0 << "Proj" << 0;
         QTest::newRow("blanks around") << " 25 " << 0 << " 25 " << 0;
         QTest::newRow("wildcards") << "*" << 0 << "*" << 0;
-        QTest::newRow("oversized") << QString(100000, QLatin1Char('2')) << 0 << QString(100000, QLatin1Char('2')) << 0;
+        QTest::newRow("oversized") << QString(100000, QLatin1Char('2')) << 0
+                                   << QString(100000, QLatin1Char('2')) << 0;
     }
 
     void ratesAreMatchedWithoutRegardToCaseOrFallBackToTheFirst()

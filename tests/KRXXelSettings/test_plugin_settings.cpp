@@ -91,7 +91,8 @@ private slots:
     void theLabelStandsLeftOfTheBox()
     {
         const Fixture fixture;
-        QVERIFY(fixture.standSideBySide({fixture.labelOf(QStringLiteral("Link using:")), pluginBox(fixture)}));
+        QVERIFY(
+            fixture.standSideBySide({fixture.labelOf(QStringLiteral("Link using:")), pluginBox(fixture)}));
     }
 
     void laterCallsReturnTheSameWidget()
@@ -104,9 +105,9 @@ private slots:
     void aPluginIsShownWithItsExtensionsAndABlankBeforeTheParenthesis()
     {
         const Fixture fixture;
-        QCOMPARE(itemTexts(fixture), QStringList({QStringLiteral("Autodetect Plug-in"),
-                                                  QStringLiteral("Name (*.mxf *.mov )"),
-                                                  QStringLiteral("Sequence (DPX Folder.x)")}));
+        QCOMPARE(itemTexts(fixture),
+                 QStringList({QStringLiteral("Autodetect Plug-in"), QStringLiteral("Name (*.mxf *.mov )"),
+                              QStringLiteral("Sequence (DPX Folder.x)")}));
         QCOMPARE(pluginBox(fixture)->itemData(0).toString(), kNullGuid);
         QCOMPARE(pluginBox(fixture)->itemData(1).toString(), kMxfGuid);
         QCOMPARE(pluginBox(fixture)->itemData(2).toString(), kFolderGuid);
@@ -117,13 +118,20 @@ private slots:
     {
         QTest::addColumn<QString>("extensions");
         QTest::addColumn<QString>("shown");
-        QTest::newRow("one") << "wav" << "P (*.wav )";
-        QTest::newRow("empty parts are dropped") << ".mxf..mov." << "P (*.mxf *.mov )";
-        QTest::newRow("none") << "" << "P ()";
-        QTest::newRow("folder") << "Folder" << "P (Folder)";
-        QTest::newRow("folder inside a word") << "a.ImageFolders.b" << "P (a.ImageFolders.b)";
-        QTest::newRow("folder in another case is an extension") << "folder.mxf" << "P (*.folder *.mxf )";
-        QTest::newRow("placeholders stay whole") << "%1.%2" << "P (*.%1 *.%2 )";
+        QTest::newRow("one") << "wav"
+                             << "P (*.wav )";
+        QTest::newRow("empty parts are dropped") << ".mxf..mov."
+                                                 << "P (*.mxf *.mov )";
+        QTest::newRow("none") << ""
+                              << "P ()";
+        QTest::newRow("folder") << "Folder"
+                                << "P (Folder)";
+        QTest::newRow("folder inside a word") << "a.ImageFolders.b"
+                                              << "P (a.ImageFolders.b)";
+        QTest::newRow("folder in another case is an extension") << "folder.mxf"
+                                                                << "P (*.folder *.mxf )";
+        QTest::newRow("placeholders stay whole") << "%1.%2"
+                                                 << "P (*.%1 *.%2 )";
     }
 
     void theExtensionListIsTakenApartAtTheDots()
@@ -143,7 +151,8 @@ private slots:
 
     void aGuidWithoutBracesToTakeAwayDoesNoHarm()
     {
-        install({{QString(), QStringLiteral("A"), QString()}, {QStringLiteral("{"), QStringLiteral("B"), QString()}});
+        install({{QString(), QStringLiteral("A"), QString()},
+                 {QStringLiteral("{"), QStringLiteral("B"), QString()}});
         const Fixture fixture;
         QCOMPARE(pluginBox(fixture)->count(), 3);
         QCOMPARE(pluginBox(fixture)->itemData(1).toString(), QString());
@@ -151,7 +160,8 @@ private slots:
 
     void theTextsAreLocalised()
     {
-        StandInHost::setTranslator([](const QString& english) -> QString { return QStringLiteral("~") + english; });
+        StandInHost::setTranslator(
+            [](const QString& english) -> QString { return QStringLiteral("~") + english; });
         const Fixture fixture;
         QCOMPARE(fixture.labels(), QStringList({QStringLiteral("~Link using:")}));
         QCOMPARE(itemTexts(fixture).value(0), QStringLiteral("~Autodetect Plug-in"));
@@ -195,8 +205,9 @@ private slots:
         QTest::newRow("both empty") << pluginDetail(QString(), QString()) << 0;
         QTest::newRow("a GUID with braces") << pluginDetail(name, braced(kMxfGuid)) << 0;
         QTest::newRow("autodetect") << pluginDetail(QStringLiteral("Autodetect Plug-in"), kNullGuid) << 0;
-        QTest::newRow("no name") << QStringLiteral("<xelPreferredPluginDetail><xelPluginGUID>%1</xelPluginGUID>"
-                                                   "</xelPreferredPluginDetail>")
+        QTest::newRow("no name") << QStringLiteral(
+                                        "<xelPreferredPluginDetail><xelPluginGUID>%1</xelPluginGUID>"
+                                        "</xelPreferredPluginDetail>")
                                         .arg(kMxfGuid)
                                  << 0;
         QTest::newRow("neither") << QStringLiteral("<xelPreferredPluginDetail/>") << 0;

@@ -73,7 +73,8 @@ private slots:
 
     void theTextsAreLocalised()
     {
-        StandInHost::setTranslator([](const QString& english) -> QString { return QStringLiteral("~") + english; });
+        StandInHost::setTranslator(
+            [](const QString& english) -> QString { return QStringLiteral("~") + english; });
         const Fixture fixture;
         QCOMPARE(fixture.labels(), QStringList({QStringLiteral("~Link Preferences")}));
         QCOMPARE(fixture.widget->findChild<VGroupBox*>(kVideo)->title(), QStringLiteral("~Video"));
@@ -90,9 +91,12 @@ private slots:
         QTest::addColumn<QString>("audio");
         QTest::addColumn<QString>("inside");
         QTest::newRow("both highest") << kHighest << kHighest << detail("HIGHESTQUALITY", "HIGHESTQUALITY");
-        QTest::newRow("video most compressed") << kCompressed << kHighest << detail("HIGHESTQUALITY", "MOSTCOMPRESSED");
-        QTest::newRow("audio most compressed") << kHighest << kCompressed << detail("MOSTCOMPRESSED", "HIGHESTQUALITY");
-        QTest::newRow("both most compressed") << kCompressed << kCompressed << detail("MOSTCOMPRESSED", "MOSTCOMPRESSED");
+        QTest::newRow("video most compressed")
+            << kCompressed << kHighest << detail("HIGHESTQUALITY", "MOSTCOMPRESSED");
+        QTest::newRow("audio most compressed")
+            << kHighest << kCompressed << detail("MOSTCOMPRESSED", "HIGHESTQUALITY");
+        QTest::newRow("both most compressed")
+            << kCompressed << kCompressed << detail("MOSTCOMPRESSED", "MOSTCOMPRESSED");
     }
 
     void eachElementCarriesTheOtherBoxesChoice()
@@ -149,7 +153,8 @@ private slots:
     {
         Fixture fixture;
         fixture.check(kCompressed, kVideo);
-        fixture.read(QStringLiteral("<xelDetail><xelLinkPolicyAudio>MOSTCOMPRESSED</xelLinkPolicyAudio></xelDetail>"));
+        fixture.read(
+            QStringLiteral("<xelDetail><xelLinkPolicyAudio>MOSTCOMPRESSED</xelLinkPolicyAudio></xelDetail>"));
         QVERIFY(fixture.isChecked(kCompressed, kVideo));
         QVERIFY(fixture.isChecked(kCompressed, kAudio));
     }

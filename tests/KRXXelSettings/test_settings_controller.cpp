@@ -18,7 +18,8 @@
 
 namespace {
 
-constexpr XelSettingsType kEditorGroups[] = {PluginSettings, BinsSettings, LinkOptionsSettings, ZorMetadataSettings};
+constexpr XelSettingsType kEditorGroups[] = {PluginSettings, BinsSettings, LinkOptionsSettings,
+                                             ZorMetadataSettings};
 constexpr XelSettingsType kAllGroups[] = {PluginSettings,      BinsSettings,           QualitySettings,
                                           LinkOptionsSettings, VolumeMountingSettings, ZorMetadataSettings};
 
@@ -112,11 +113,12 @@ private slots:
     void theTitlesOfTheGroups()
     {
         const Editor editor;
-        const QStringList titles{QStringLiteral("Plugin"),       QStringLiteral("Bins"),
-                                 QStringLiteral("Quality"),      QStringLiteral("Link Options"),
+        const QStringList titles{QStringLiteral("Plugin"),          QStringLiteral("Bins"),
+                                 QStringLiteral("Quality"),         QStringLiteral("Link Options"),
                                  QStringLiteral("Volume Mounting"), QStringLiteral("ZOR Metadata")};
         for (int type = 0; type < titles.size(); ++type)
-            QCOMPARE(editor.controller->getSettingNameByType(static_cast<XelSettingsType>(type)), titles.at(type));
+            QCOMPARE(editor.controller->getSettingNameByType(static_cast<XelSettingsType>(type)),
+                     titles.at(type));
     }
 
     void anUnknownTypeHasTheTitleError()
@@ -125,8 +127,10 @@ private slots:
         for (const int type : {7, 6, -1, 1000})
             QCOMPARE(editor.controller->getSettingNameByType(static_cast<XelSettingsType>(type)),
                      QStringLiteral("Error!!!"));
-        StandInHost::setTranslator([](const QString& english) -> QString { return QStringLiteral("~") + english; });
-        QCOMPARE(editor.controller->getSettingNameByType(static_cast<XelSettingsType>(7)), QStringLiteral("~Error!!!"));
+        StandInHost::setTranslator(
+            [](const QString& english) -> QString { return QStringLiteral("~") + english; });
+        QCOMPARE(editor.controller->getSettingNameByType(static_cast<XelSettingsType>(7)),
+                 QStringLiteral("~Error!!!"));
         QCOMPARE(editor.controller->getSettingNameByType(BinsSettings), QStringLiteral("~Bins"));
     }
 
@@ -154,9 +158,9 @@ private slots:
                      section->getKRXXelSettings());
             QVERIFY(section->isAncestorOf(section->getKRXXelSettings()->createWidget()));
         }
-        QCOMPARE(titles, QStringList({QStringLiteral("Plugin"), QStringLiteral("Bins"), QStringLiteral("Quality"),
-                                      QStringLiteral("Link Options"), QStringLiteral("Volume Mounting"),
-                                      QStringLiteral("ZOR Metadata")}));
+        QCOMPARE(titles, QStringList({QStringLiteral("Plugin"), QStringLiteral("Bins"),
+                                      QStringLiteral("Quality"), QStringLiteral("Link Options"),
+                                      QStringLiteral("Volume Mounting"), QStringLiteral("ZOR Metadata")}));
         QCOMPARE(types, QList<int>({0, 1, 2, 3, 4, 5}));
     }
 
@@ -182,7 +186,8 @@ private slots:
     {
         const XelSettingsType twice[] = {BinsSettings, BinsSettings};
         const Editor editor(nullptr, twice);
-        QCOMPARE(editor.controller->getSettingsByType(BinsSettings), editor.sections().at(0)->getKRXXelSettings());
+        QCOMPARE(editor.controller->getSettingsByType(BinsSettings),
+                 editor.sections().at(0)->getKRXXelSettings());
     }
 
     void anUnknownTypeGetsASectionWithoutAGroup()
@@ -198,32 +203,33 @@ private slots:
     void theEditorsFourGroupsAreWrittenInTheOrderOfTheFormat()
     {
         const Editor editor;
-        KRX_COMPARE_XML(editor.written(),
-                        QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
-                                       "<profile>\n"
-                                       " <profileSettings>\n"
-                                       "  <binDetail>\n"
-                                       "   <binSelectionMethod>CREATENEW</binSelectionMethod>\n"
-                                       "   <binNamingMethod>VOLUME</binNamingMethod>\n"
-                                       "  </binDetail>\n"
-                                       "  <linkDetail>\n"
-                                       "   <xelPreferredPluginDetail>\n"
-                                       "    <xelPluginName>Autodetect Plug-in</xelPluginName>\n"
-                                       "    <xelPluginGUID>00000000-0000-0000-0000-000000000000</xelPluginGUID>\n"
-                                       "   </xelPreferredPluginDetail>\n"
-                                       "   <multichannelAudio>None</multichannelAudio>\n"
-                                       "   <xelAudioStartTimeOption></xelAudioStartTimeOption>\n"
-                                       "   <xelStillImageFPS></xelStillImageFPS>\n"
-                                       "  </linkDetail>\n"
-                                       "  <zorMetadata>\n"
-                                       "   <reelNamingMethod>FILENAME</reelNamingMethod>\n"
-                                       "   <reelFolderLevel>1</reelFolderLevel>\n"
-                                       "   <frameCountingMethod>ZERO</frameCountingMethod>\n"
-                                       "   <timecodeMethod>EMBEDDED</timecodeMethod>\n"
-                                       "   <defaultFPS></defaultFPS>\n"
-                                       "  </zorMetadata>\n"
-                                       " </profileSettings>\n"
-                                       "</profile>\n"));
+        KRX_COMPARE_XML(
+            editor.written(),
+            QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
+                           "<profile>\n"
+                           " <profileSettings>\n"
+                           "  <binDetail>\n"
+                           "   <binSelectionMethod>CREATENEW</binSelectionMethod>\n"
+                           "   <binNamingMethod>VOLUME</binNamingMethod>\n"
+                           "  </binDetail>\n"
+                           "  <linkDetail>\n"
+                           "   <xelPreferredPluginDetail>\n"
+                           "    <xelPluginName>Autodetect Plug-in</xelPluginName>\n"
+                           "    <xelPluginGUID>00000000-0000-0000-0000-000000000000</xelPluginGUID>\n"
+                           "   </xelPreferredPluginDetail>\n"
+                           "   <multichannelAudio>None</multichannelAudio>\n"
+                           "   <xelAudioStartTimeOption></xelAudioStartTimeOption>\n"
+                           "   <xelStillImageFPS></xelStillImageFPS>\n"
+                           "  </linkDetail>\n"
+                           "  <zorMetadata>\n"
+                           "   <reelNamingMethod>FILENAME</reelNamingMethod>\n"
+                           "   <reelFolderLevel>1</reelFolderLevel>\n"
+                           "   <frameCountingMethod>ZERO</frameCountingMethod>\n"
+                           "   <timecodeMethod>EMBEDDED</timecodeMethod>\n"
+                           "   <defaultFPS></defaultFPS>\n"
+                           "  </zorMetadata>\n"
+                           " </profileSettings>\n"
+                           "</profile>\n"));
     }
 
     void theGroupsAreWrittenInTheOrderInWhichTheyWereAdded()
@@ -243,14 +249,17 @@ private slots:
         for (const QDomElement& child :
              KRXXml::childElements(KRXXml::firstElement(document, QStringLiteral("linkDetail"))))
             shared << child.tagName();
-        QCOMPARE(shared, QStringList({QStringLiteral("multichannelAudio"), QStringLiteral("xelAudioStartTimeOption"),
-                                      QStringLiteral("xelStillImageFPS"), QStringLiteral("xelPreferredPluginDetail")}));
+        QCOMPARE(
+            shared,
+            QStringList({QStringLiteral("multichannelAudio"), QStringLiteral("xelAudioStartTimeOption"),
+                         QStringLiteral("xelStillImageFPS"), QStringLiteral("xelPreferredPluginDetail")}));
     }
 
     void profileSettingsIsAppendedToTheParent()
     {
         const Editor editor;
-        QDomDocument document = SettingsTest::parsed(QStringLiteral("<profile><version>200</version></profile>"));
+        QDomDocument document =
+            SettingsTest::parsed(QStringLiteral("<profile><version>200</version></profile>"));
         QDomElement profile = document.documentElement();
         editor.controller->getSettingsDefXMLElement(&document, profile);
         QCOMPARE(profile.firstChildElement().tagName(), QStringLiteral("version"));
@@ -281,9 +290,10 @@ private slots:
     void profileSettingsIsFoundAtAnyDepthBelowTheDocumentElement()
     {
         const Editor editor;
-        editor.read(QStringLiteral("<a><b><profileSettings><binDetail><binNamingMethod>DEFAULT</binNamingMethod>"
-                                   "</binDetail></profileSettings></b><profileSettings><binDetail>"
-                                   "<binNamingMethod>EXPLICIT</binNamingMethod></binDetail></profileSettings></a>"));
+        editor.read(
+            QStringLiteral("<a><b><profileSettings><binDetail><binNamingMethod>DEFAULT</binNamingMethod>"
+                           "</binDetail></profileSettings></b><profileSettings><binDetail>"
+                           "<binNamingMethod>EXPLICIT</binNamingMethod></binDetail></profileSettings></a>"));
         QVERIFY(editor.radio("Default Bin Naming Convention")->isChecked());
     }
 
@@ -294,9 +304,11 @@ private slots:
         QTest::newRow("groups elsewhere")
             << "<profile><binDetail><binNamingMethod>DEFAULT</binNamingMethod></binDetail></profile>";
         QTest::newRow("only the document element has the name")
-            << "<profileSettings><binDetail><binNamingMethod>DEFAULT</binNamingMethod></binDetail></profileSettings>";
-        QTest::newRow("other case") << "<profile><ProfileSettings><binDetail><binNamingMethod>DEFAULT</binNamingMethod>"
-                                       "</binDetail></ProfileSettings></profile>";
+            << "<profileSettings><binDetail><binNamingMethod>DEFAULT</binNamingMethod></binDetail></"
+               "profileSettings>";
+        QTest::newRow("other case")
+            << "<profile><ProfileSettings><binDetail><binNamingMethod>DEFAULT</binNamingMethod>"
+               "</binDetail></ProfileSettings></profile>";
         QTest::newRow("empty") << "<profile><profileSettings/></profile>";
     }
 
@@ -386,9 +398,10 @@ private slots:
     {
         const Editor editor;
         editor.radio("Specify bin name")->click();
-        for (const QString& name : {QString(), QStringLiteral("Rushes"), QStringLiteral("a <b> & c"),
-                                    QStringLiteral("\u05e9\u05dc\u05d5\u05dd"), QStringLiteral(" blanks around "),
-                                    QString(4096, QLatin1Char('x')), QStringLiteral("\U0001F3AC")}) {
+        for (const QString& name :
+             {QString(), QStringLiteral("Rushes"), QStringLiteral("a <b> & c"),
+              QStringLiteral("\u05e9\u05dc\u05d5\u05dd"), QStringLiteral(" blanks around "),
+              QString(4096, QLatin1Char('x')), QStringLiteral("\U0001F3AC")}) {
             editor.binName()->setText(name);
             QString error;
             QVERIFY2(editor.controller->validate(error), qPrintable(name));
@@ -415,8 +428,9 @@ private slots:
         QCOMPARE(editor.binName()->text(), name);
         QString error;
         QVERIFY(!editor.controller->validate(error));
-        QCOMPARE(error, QStringLiteral("The bin name can't be saved: it consists of blanks only or contains characters "
-                                       "that a profile can't hold."));
+        QCOMPARE(error, QStringLiteral(
+                            "The bin name can't be saved: it consists of blanks only or contains characters "
+                            "that a profile can't hold."));
         // A name that is not written does no harm.
         editor.radio("Volume Name")->click();
         QVERIFY(editor.controller->validate(error));
@@ -444,8 +458,9 @@ private slots:
                                                                   QString(QChar(2)));
         QString error;
         QVERIFY(!editor.controller->validate(error));
-        QCOMPARE(error, QStringLiteral("The link setting \"multichannelAudio\" can't be saved: it contains characters "
-                                       "that a profile can't hold."));
+        QCOMPARE(error, QStringLiteral(
+                            "The link setting \"multichannelAudio\" can't be saved: it contains characters "
+                            "that a profile can't hold."));
     }
 };
 

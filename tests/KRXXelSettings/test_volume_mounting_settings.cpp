@@ -38,7 +38,8 @@ private slots:
         QCOMPARE(int(fixture.group.settingsType()), 4);
         QCOMPARE(fixture.group.createWidget(), fixture.widget.get());
         QCOMPARE(box(fixture)->text(),
-                 QStringLiteral("When mounting previously mounted volumes do not check for modification to the volume"));
+                 QStringLiteral(
+                     "When mounting previously mounted volumes do not check for modification to the volume"));
         QVERIFY(!box(fixture)->isChecked());
     }
 
@@ -57,7 +58,8 @@ private slots:
 
     void theTextIsLocalised()
     {
-        StandInHost::setTranslator([](const QString& english) -> QString { return QStringLiteral("~") + english; });
+        StandInHost::setTranslator(
+            [](const QString& english) -> QString { return QStringLiteral("~") + english; });
         QVERIFY(box(Fixture())->text().startsWith(QLatin1String("~When mounting")));
     }
 

@@ -97,14 +97,15 @@ private slots:
             panels << fixture.widget->layout()->itemAt(i)->widget()->objectName();
         QCOMPARE(panels, QStringList({kReel, kFrames, kTimecode, QStringLiteral("defaultFPS")}));
         QCOMPARE(fixture.widget->layout()->spacing(), 3);
-        QCOMPARE(fixture.labels(), QStringList({QStringLiteral("Reel name for Labroll column based on:"),
-                                                QStringLiteral("Frame Count for DPX column:"),
-                                                QStringLiteral("Timecode for Start column:"),
-                                                QStringLiteral("Default FPS:")}));
+        QCOMPARE(fixture.labels(),
+                 QStringList({QStringLiteral("Reel name for Labroll column based on:"),
+                              QStringLiteral("Frame Count for DPX column:"),
+                              QStringLiteral("Timecode for Start column:"), QStringLiteral("Default FPS:")}));
         QCOMPARE(fixture.radios(kReel), QStringList({kFileName, kFolderName}));
-        QCOMPARE(fixture.radios(kFrames),
-                 QStringList({QStringLiteral("Start frame count at 0"), QStringLiteral("Start frame count at 1"),
-                              QStringLiteral("Convert timecode to frames"), QStringLiteral("From file name")}));
+        QCOMPARE(
+            fixture.radios(kFrames),
+            QStringList({QStringLiteral("Start frame count at 0"), QStringLiteral("Start frame count at 1"),
+                         QStringLiteral("Convert timecode to frames"), QStringLiteral("From file name")}));
         QCOMPARE(fixture.radios(kTimecode),
                  QStringList({QStringLiteral("Embedded in source file"), QStringLiteral("From file name")}));
     }
@@ -144,10 +145,11 @@ private slots:
             texts << fixture.levelBox()->itemText(i);
             QCOMPARE(fixture.levelBox()->itemData(i).toInt(), i + 1);
         }
-        QCOMPARE(texts, QStringList({QStringLiteral("One folder up"), QStringLiteral("Two folders up"),
-                                     QStringLiteral("Three folders up"), QStringLiteral("Four folders up"),
-                                     QStringLiteral("Five folders up"), QStringLiteral("Six folders up"),
-                                     QStringLiteral("Seven folders up"), QStringLiteral("Eight folders up")}));
+        QCOMPARE(texts,
+                 QStringList({QStringLiteral("One folder up"), QStringLiteral("Two folders up"),
+                              QStringLiteral("Three folders up"), QStringLiteral("Four folders up"),
+                              QStringLiteral("Five folders up"), QStringLiteral("Six folders up"),
+                              QStringLiteral("Seven folders up"), QStringLiteral("Eight folders up")}));
         QCOMPARE(fixture.levelBox()->currentIndex(), 0);
     }
 
@@ -166,7 +168,8 @@ private slots:
 
     void theTextsAreLocalised()
     {
-        StandInHost::setTranslator([](const QString& english) -> QString { return QStringLiteral("~") + english; });
+        StandInHost::setTranslator(
+            [](const QString& english) -> QString { return QStringLiteral("~") + english; });
         const Fixture fixture;
         for (const QString& text : fixture.labels())
             QVERIFY(text.startsWith(QLatin1Char('~')));
@@ -206,8 +209,8 @@ private slots:
             fixture.check(fixture.radios(kFrames).at(frame), kFrames);
             fixture.check(fixture.radios(kTimecode).at(timecode), kTimecode);
             fixture.rateBox()->setCurrentIndex(rate);
-            const Values values{reels.at(reel), QString::number(level + 1), frames.at(frame), timecodes.at(timecode),
-                                fixture.rateBox()->itemText(rate)};
+            const Values values{reels.at(reel), QString::number(level + 1), frames.at(frame),
+                                timecodes.at(timecode), fixture.rateBox()->itemText(rate)};
             KRX_COMPARE_XML(fixture.written(), settingsDocument(values.detail()));
             other.read(values.detail());
             KRX_COMPARE_XML(other.written(), settingsDocument(values.detail()));

@@ -51,7 +51,7 @@ QStringList sourceFor(const Compression& compression)
                      .arg(type->rate.numerator)
                      .arg(type->rate.denominator);
     }
-    return {QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"), source,
+    return {QStringLiteral("-f"),        QStringLiteral("lavfi"), QStringLiteral("-i"), source,
             QStringLiteral("-frames:v"), QStringLiteral("4")};
 }
 
@@ -62,8 +62,9 @@ QString run(const QString& program, const QStringList& arguments, QString& probl
     process.start(program, arguments);
     const bool isDone = process.waitForFinished(kProgramPatience);
     if (!isDone || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
-        problem = QStringLiteral("%1 %2: %3").arg(program, arguments.join(QLatin1Char(' ')),
-                                                  QString::fromUtf8(process.readAllStandardError()));
+        problem = QStringLiteral("%1 %2: %3")
+                      .arg(program, arguments.join(QLatin1Char(' ')),
+                           QString::fromUtf8(process.readAllStandardError()));
     return QString::fromUtf8(process.readAllStandardOutput());
 }
 
@@ -108,8 +109,9 @@ private slots:
     {
         MediaCatalogue catalogue;
         QString error;
-        QVERIFY2(StandInHost::readCatalogue(QStringLiteral(":/stand-in/catalogue/media.json"), catalogue, error),
-                 qUtf8Printable(error));
+        QVERIFY2(
+            StandInHost::readCatalogue(QStringLiteral(":/stand-in/catalogue/media.json"), catalogue, error),
+            qUtf8Printable(error));
         QVERIFY(error.isEmpty());
     }
 
@@ -138,7 +140,9 @@ private slots:
 
     void aProjectChangesOnlyIntoTypesOfItsRate()
     {
-        const auto perSecond = [](const ProjectType& type) { return double(type.rate.numerator) / type.rate.denominator; };
+        const auto perSecond = [](const ProjectType& type) {
+            return double(type.rate.numerator) / type.rate.denominator;
+        };
         QHash<int, double> rates;
         for (const ProjectType& type : StandInHost::catalogue().projectTypes)
             rates.insert(type.code, perSecond(type));
@@ -158,7 +162,8 @@ private slots:
         int disabled = 0;
         for (const StandInHost::Format& format : StandInHost::catalogue().formats) {
             QCOMPARE(format.format.projectType, HostMediaEngine::kCustomFormatProjectType);
-            QVERIFY2(format.compatible.contains(format.format.identifier), qUtf8Printable(format.description));
+            QVERIFY2(format.compatible.contains(format.format.identifier),
+                     qUtf8Printable(format.description));
             seen.insert(format.rate.numerator);
             disabled += format.disabled ? 1 : 0;
         }
@@ -171,7 +176,8 @@ private slots:
     {
         for (const ProjectType& type : StandInHost::catalogue().projectTypes) {
             for (const int colorSpace : type.colorSpaces)
-                QVERIFY2(!StandInHost::compressionsFor(type.code, colorSpace).isEmpty(), qUtf8Printable(type.name));
+                QVERIFY2(!StandInHost::compressionsFor(type.code, colorSpace).isEmpty(),
+                         qUtf8Printable(type.name));
         }
     }
 
@@ -259,7 +265,8 @@ private slots:
         const QString output = m_directory.filePath(QStringLiteral("out.") + compression.container);
         QString problem;
         run(QStringLiteral("ffmpeg"),
-            QStringList{QStringLiteral("-nostdin"), QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-y")}
+            QStringList{QStringLiteral("-nostdin"), QStringLiteral("-v"), QStringLiteral("error"),
+                        QStringLiteral("-y")}
                 << sourceFor(compression) << compression.ffmpegArguments << profileArguments << output,
             problem);
         QVERIFY2(problem.isEmpty(), qUtf8Printable(problem));
@@ -267,17 +274,18 @@ private slots:
 
         // What came out is what the descriptor says.
         const QString probed = run(QStringLiteral("ffprobe"),
-                                   {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-count_frames"),
-                                    QStringLiteral("-show_entries"),
+                                   {QStringLiteral("-v"), QStringLiteral("error"),
+                                    QStringLiteral("-count_frames"), QStringLiteral("-show_entries"),
                                     QStringLiteral("stream=pix_fmt,nb_read_frames:frame=pict_type"),
                                     QStringLiteral("-of"), QStringLiteral("flat"), output},
                                    problem);
         QVERIFY2(problem.isEmpty(), qUtf8Printable(problem));
-        const QString pixelFormat = probed.section(QLatin1String("pix_fmt=\""), 1).section(QLatin1Char('"'), 0, 0);
+        const QString pixelFormat =
+            probed.section(QLatin1String("pix_fmt=\""), 1).section(QLatin1Char('"'), 0, 0);
         QCOMPARE(samplingOf(pixelFormat), compression.descriptor.chromaSampling);
         QVERIFY2(probed.contains(QLatin1String("nb_read_frames=\"4\"")), qUtf8Printable(probed));
-        const bool hasGroups = probed.contains(QLatin1String("pict_type=\"P\""))
-            || probed.contains(QLatin1String("pict_type=\"B\""));
+        const bool hasGroups = probed.contains(QLatin1String("pict_type=\"P\"")) ||
+                               probed.contains(QLatin1String("pict_type=\"B\""));
         QCOMPARE(hasGroups, compression.descriptor.pictureItemPattern == 2);
     }
 
@@ -303,7 +311,8 @@ private slots:
         QCOMPARE(compression.descriptor.uid.bytes[7], quint8(0x04));
         QCOMPARE(compression.descriptor.chromaSampling, 3);
         QCOMPARE(compression.descriptor.pictureItemPattern, quint8(2));
-        QCOMPARE(compression.profiles.at(0).ffmpegArguments, (QStringList{QStringLiteral("-g"), QStringLiteral("1")}));
+        QCOMPARE(compression.profiles.at(0).ffmpegArguments,
+                 (QStringList{QStringLiteral("-g"), QStringLiteral("1")}));
         QCOMPARE(catalogue.defaultCompression, 4026531841u);
         QCOMPARE(catalogue.plugins.at(0).guid, QStringLiteral("{0123abcd-0001-00ef-060e-2b3401020304}"));
         QCOMPARE(catalogue.project.type, 1);
@@ -313,10 +322,11 @@ private slots:
     void aNewCodecIsALineOfData()
     {
         QByteArray text(kSmallest);
-        text.replace(R"("compressions": [)",
-                     R"("compressions": [{"id": 77, "name": "New", "uid": "0123abcd-0002-00ef-060e-2b3401020304", )"
-                     R"("bits": 8, "sampling": "4:2:0", "pattern": "single pictures", "definitions": ["SD"], )"
-                     R"("container": "mov", "arguments": ["-c:v", "mjpeg"]}, )");
+        text.replace(
+            R"("compressions": [)",
+            R"("compressions": [{"id": 77, "name": "New", "uid": "0123abcd-0002-00ef-060e-2b3401020304", )"
+            R"("bits": 8, "sampling": "4:2:0", "pattern": "single pictures", "definitions": ["SD"], )"
+            R"("container": "mov", "arguments": ["-c:v", "mjpeg"]}, )");
         MediaCatalogue catalogue;
         QString error;
         QVERIFY2(StandInHost::readCatalogue(write(text), catalogue, error), qUtf8Printable(error));
@@ -342,8 +352,10 @@ private slots:
             "projectTypes[0].frame: must be width and height in pixels, for example \"1920x1080\"");
         row("rate", "\"rate\": \"25\"", "\"rate\": \"25/0\"",
             "projectTypes[0].rate: must be frames per second, for example \"25\" or \"30000/1001\"");
-        row("text missing", "\"name\": \"PAL\", ", "", "projectTypes[0].name: must be a text that is not empty");
-        row("code", "\"code\": 1,", "\"code\": 1.5,", "projectTypes[0].code: must be a whole number from 1 to 2147483647");
+        row("text missing", "\"name\": \"PAL\", ", "",
+            "projectTypes[0].name: must be a text that is not empty");
+        row("code", "\"code\": 1,", "\"code\": 1.5,",
+            "projectTypes[0].code: must be a whole number from 1 to 2147483647");
         row("custom", "\"code\": 1,", "\"code\": 26,",
             "projectTypes[0].definition: is \"custom\" for code 26 and for no other");
         row("format", "\"identifier\": 5", "\"identifier\": 0",
@@ -352,9 +364,12 @@ private slots:
             "compressions[0].id: must be a whole number from 1 to 4294967295");
         row("uid", "\"uid\": \"0123abcd", "\"uid\": \"0123abcx",
             "compressions[0].uid: must be an identifier like \"0123abcd-0001-00ef-060e-2b3401020304\"");
-        row("sampling", "4:2:2", "4:3:3", "compressions[0].sampling: must be one of 4:4:4, 4:1:1, 4:2:0, 4:2:2");
-        row("pattern", "groups of", "piles of", "compressions[0].pattern: must be one of single pictures, groups of pictures");
-        row("arguments", "[\"-c:v\", \"prores_ks\"]", "[]", "compressions[0].arguments: must say how ffmpeg encodes it");
+        row("sampling", "4:2:2", "4:3:3",
+            "compressions[0].sampling: must be one of 4:4:4, 4:1:1, 4:2:0, 4:2:2");
+        row("pattern", "groups of", "piles of",
+            "compressions[0].pattern: must be one of single pictures, groups of pictures");
+        row("arguments", "[\"-c:v\", \"prores_ks\"]", "[]",
+            "compressions[0].arguments: must say how ffmpeg encodes it");
         row("profile", "\"id\": 1, \"name\": \"Standard\"", "\"id\": 1",
             "compressions[0].profiles[0].name: must be a text that is not empty");
         row("definitions", "\"bits\": 10", "\"definitions\": [\"HD\"], \"bits\": 10",
@@ -391,12 +406,14 @@ private slots:
     {
         QTest::addColumn<QString>("list");
         QTest::addColumn<QString>("error");
-        QTest::newRow("project types") << QStringLiteral("projectTypes")
-                                       << QStringLiteral("projectTypes[1].code: is taken by another project type");
+        QTest::newRow("project types")
+            << QStringLiteral("projectTypes")
+            << QStringLiteral("projectTypes[1].code: is taken by another project type");
         QTest::newRow("formats") << QStringLiteral("formats")
                                  << QStringLiteral("formats[1].identifier: is taken by another format");
-        QTest::newRow("compressions") << QStringLiteral("compressions")
-                                      << QStringLiteral("compressions[1].id: is taken by another compression");
+        QTest::newRow("compressions")
+            << QStringLiteral("compressions")
+            << QStringLiteral("compressions[1].id: is taken by another compression");
     }
 
     void twoOfOneIdAreRefused()

@@ -39,7 +39,8 @@ QStringList countingFaults(void* object, const HostIdentifier& interfaceId)
     if (fewer + 1 != more)
         faults << QStringLiteral("slot 1 or 2 does not count");
     void* same = nullptr;
-    if (!succeeds(callSlot<HostStatus, const HostIdentifier*, void**>(object, 0, &interfaceId, &same)) || same != object)
+    if (!succeeds(callSlot<HostStatus, const HostIdentifier*, void**>(object, 0, &interfaceId, &same)) ||
+        same != object)
         faults << QStringLiteral("slot 0 does not yield the interface");
     else
         callSlot<std::uint32_t>(same, 2);
@@ -65,7 +66,8 @@ QStringList clientFaults(void* client)
     TestHttpServer server;
     const ScopedConnectPort connect(server.port());
     QStringList faults;
-    const auto check = [&](int slot, const QByteArray& method, const QByteArray& body, HostStatus status, void* response) {
+    const auto check = [&](int slot, const QByteArray& method, const QByteArray& body, HostStatus status,
+                           void* response) {
         if (!succeeds(status) || response == nullptr) {
             faults << QStringLiteral("slot %1 yields no response").arg(slot);
             return;
@@ -107,21 +109,22 @@ QStringList responseFaults(void* held, void* failed, TestHttpServer& server)
     expect(succeeds(callSlot<HostStatus>(held, 8)), "slot 8 does not see the end");
     expect(succeeds(callSlot<HostStatus>(held, 10)), "slot 10 does not see the success");
     std::int64_t length = -1;
-    expect(succeeds(callSlot<HostStatus, std::int64_t*>(held, 13, &length)) && length == 7, "slot 13 is not the length");
+    expect(succeeds(callSlot<HostStatus, std::int64_t*>(held, 13, &length)) && length == 7,
+           "slot 13 is not the length");
     // Room for what a wrong slot might write.
     std::uint16_t code[4] = {};
     expect(succeeds(callSlot<HostStatus, std::uint16_t*>(held, 17, code)) && code[0] == 201,
            "slot 17 is not the status code");
     char body[16] = {};
     std::uint64_t read = 0;
-    expect(succeeds(callSlot<HostStatus, void*, std::uint64_t, std::uint64_t*>(held, 18, body, 16, &read)) && read == 7
-               && QByteArray(body) == "<body/>",
+    expect(succeeds(callSlot<HostStatus, void*, std::uint64_t, std::uint64_t*>(held, 18, body, 16, &read)) &&
+               read == 7 && QByteArray(body) == "<body/>",
            "slot 18 does not read the body");
     expect(succeeds(callSlot<HostStatus>(failed, 8)), "slot 8 does not see the end of a refused exchange");
     expect(!succeeds(callSlot<HostStatus>(failed, 10)), "slot 10 calls a refusal a success");
     const char16_t* message = nullptr;
-    expect(succeeds(callSlot<HostStatus, const char16_t**>(failed, 19, &message)) && message != nullptr
-               && QString::fromUtf16(message) == QStringLiteral("Nothing here"),
+    expect(succeeds(callSlot<HostStatus, const char16_t**>(failed, 19, &message)) && message != nullptr &&
+               QString::fromUtf16(message) == QStringLiteral("Nothing here"),
            "slot 19 is not the message");
     return faults;
 }
@@ -165,12 +168,14 @@ public:
     {
         return RestTest::client().deleteResource(url, response);
     }
-    HostStatus post(const char16_t* url, IRestResponse** response, const char* body, std::uint32_t length) override
+    HostStatus post(const char16_t* url, IRestResponse** response, const char* body,
+                    std::uint32_t length) override
     {
         return RestTest::client().put(url, response, body, length);
     }
     HostStatus reserved5() override { return kHostStatusFailed; }
-    HostStatus put(const char16_t* url, IRestResponse** response, const char* body, std::uint32_t length) override
+    HostStatus put(const char16_t* url, IRestResponse** response, const char* body,
+                   std::uint32_t length) override
     {
         return RestTest::client().post(url, response, body, length);
     }
@@ -181,8 +186,8 @@ public:
     }
 };
 
-/// A response some of whose functions have changed places: 8 and 10, 13 and 17, 18 and 19. Those that take other
-/// arguments than their neighbours leave them alone.
+/// A response some of whose functions have changed places: 8 and 10, 13 and 17, 18 and 19. Those that take
+/// other arguments than their neighbours leave them alone.
 class SwappedResponse final
 {
 public:
@@ -197,7 +202,10 @@ public:
     virtual HostStatus reserved4() { return kHostStatusFailed; }
     virtual HostStatus reserved5() { return kHostStatusFailed; }
     virtual HostStatus reserved6() { return kHostStatusFailed; }
-    virtual HostStatus waitForCompletion(std::uint32_t timeout) { return m_response.waitForCompletion(timeout); }
+    virtual HostStatus waitForCompletion(std::uint32_t timeout)
+    {
+        return m_response.waitForCompletion(timeout);
+    }
     virtual HostStatus isSuccess() { return m_response.isSuccess(); }
     virtual HostStatus reserved9() { return kHostStatusFailed; }
     virtual HostStatus isComplete() { return m_response.isComplete(); }
@@ -223,7 +231,8 @@ public:
     virtual std::uint32_t addReference() { return 1; }
     virtual std::uint32_t release() { return 1; }
     virtual HostStatus lockFactory() { return kHostStatusFailed; }
-    virtual HostStatus createComponent(const HostIdentifier&, IHostComponent*, const HostIdentifier&, void** out)
+    virtual HostStatus createComponent(const HostIdentifier&, IHostComponent*, const HostIdentifier&,
+                                       void** out)
     {
         *out = &RestTest::client();
         return kHostStatusOk;
@@ -344,8 +353,9 @@ void TestComponentSlots::responseCountsItsReferences()
     QCOMPARE(callSlot<std::uint32_t>(response, 2), 2u);
     QCOMPARE(callSlot<std::uint32_t>(response, 2), 1u);
     void* other = response;
-    QCOMPARE((callSlot<HostStatus, const HostIdentifier*, void**>(response, 0, &kRestClientInterfaceId, &other)),
-             kHostStatusNoInterface);
+    QCOMPARE(
+        (callSlot<HostStatus, const HostIdentifier*, void**>(response, 0, &kRestClientInterfaceId, &other)),
+        kHostStatusNoInterface);
     QVERIFY(other == nullptr);
 }
 
@@ -353,8 +363,9 @@ void TestComponentSlots::swappedClientIsFound()
 {
     SwappedClient client;
     QCOMPARE(clientFaults(&client),
-             QStringList({QStringLiteral("slot 3 does not send GET"), QStringLiteral("slot 8 does not send DELETE"),
-                          QStringLiteral("slot 4 does not send POST"), QStringLiteral("slot 6 does not send PUT")}));
+             QStringList(
+                 {QStringLiteral("slot 3 does not send GET"), QStringLiteral("slot 8 does not send DELETE"),
+                  QStringLiteral("slot 4 does not send POST"), QStringLiteral("slot 6 does not send PUT")}));
 }
 
 void TestComponentSlots::swappedResponseIsFound()
@@ -375,7 +386,8 @@ void TestComponentSlots::swappedResponseIsFound()
 void TestComponentSlots::shiftedFactoryIsFound()
 {
     ShiftedFactory factory;
-    QCOMPARE(factoryFaults(&factory), QStringList({QStringLiteral("slot 3 does not create the REST client")}));
+    QCOMPARE(factoryFaults(&factory),
+             QStringList({QStringLiteral("slot 3 does not create the REST client")}));
 }
 
 void TestComponentSlots::swappedCountingIsFound()
@@ -411,7 +423,8 @@ void TestComponentSlots::nothingCanBeAggregated()
 {
     IHostComponentFactory* factory = standInFactory();
     void* client = factory;
-    QVERIFY(!succeeds(factory->createComponent(kRestClientClassId, factory, kRestClientInterfaceId, &client)));
+    QVERIFY(
+        !succeeds(factory->createComponent(kRestClientClassId, factory, kRestClientInterfaceId, &client)));
     QVERIFY(client == nullptr);
     factory->release();
 }
@@ -432,8 +445,10 @@ void TestComponentSlots::clientOutlivesItsReferences()
     IHostComponentFactory* factory = standInFactory();
     void* first = nullptr;
     void* second = nullptr;
-    QCOMPARE(factory->createComponent(kRestClientClassId, nullptr, kRestClientInterfaceId, &first), kHostStatusOk);
-    QCOMPARE(factory->createComponent(kRestClientClassId, nullptr, kRestClientInterfaceId, &second), kHostStatusOk);
+    QCOMPARE(factory->createComponent(kRestClientClassId, nullptr, kRestClientInterfaceId, &first),
+             kHostStatusOk);
+    QCOMPARE(factory->createComponent(kRestClientClassId, nullptr, kRestClientInterfaceId, &second),
+             kHostStatusOk);
     QCOMPARE(first, second);
     // More releases than references, as copies of one manager make them.
     auto* client = static_cast<IRestClient*>(first);

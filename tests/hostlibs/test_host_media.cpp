@@ -258,20 +258,20 @@ private slots:
     void pluginsAreListedAsTheCatalogueHasThem()
     {
         QCOMPARE(listLinkedMediaPlugins().size(), 1);
-        QCOMPARE(listLinkedMediaPlugins().at(0).guid, QStringLiteral("{0123abcd-0001-00ef-060e-2b3401020304}"));
+        QCOMPARE(listLinkedMediaPlugins().at(0).guid,
+                 QStringLiteral("{0123abcd-0001-00ef-060e-2b3401020304}"));
         QCOMPARE(listLinkedMediaPlugins().at(0).name, QStringLiteral("Name"));
         QCOMPARE(listLinkedMediaPlugins().at(0).extensions, QStringLiteral("mxf.mov"));
     }
 
     void frameRatesAreSortedWithoutRepetitionAsPeopleWriteThem()
     {
-        QCOMPARE(StandInHost::frameRateTexts(),
-                 (QStringList{QStringLiteral("23.976"), QStringLiteral("24"), QStringLiteral("25"),
-                              QStringLiteral("48")}));
+        QCOMPARE(StandInHost::frameRateTexts(), (QStringList{QStringLiteral("23.976"), QStringLiteral("24"),
+                                                             QStringLiteral("25"), QStringLiteral("48")}));
         StandInHost::resetMedia();
-        const QStringList all{QStringLiteral("23.976"), QStringLiteral("24"),    QStringLiteral("25"),
-                              QStringLiteral("29.97"),  QStringLiteral("30"),    QStringLiteral("47.952"),
-                              QStringLiteral("48"),     QStringLiteral("50"),    QStringLiteral("59.94"),
+        const QStringList all{QStringLiteral("23.976"), QStringLiteral("24"), QStringLiteral("25"),
+                              QStringLiteral("29.97"),  QStringLiteral("30"), QStringLiteral("47.952"),
+                              QStringLiteral("48"),     QStringLiteral("50"), QStringLiteral("59.94"),
                               QStringLiteral("60")};
         QCOMPARE(StandInHost::frameRateTexts(), all);
     }
@@ -303,7 +303,9 @@ private slots:
     void aTextThatIsNoGroupingIsKeptAndShownAsUnknown_data()
     {
         QTest::addColumn<QString>("text");
-        const auto row = [](const char* name, const char* text) { QTest::newRow(name) << QString::fromUtf8(text); };
+        const auto row = [](const char* name, const char* text) {
+            QTest::newRow(name) << QString::fromUtf8(text);
+        };
         row("empty", "");
         row("words", "rubbish");
         row("placeholder", "%1 %2");
@@ -343,7 +345,8 @@ private slots:
             const int count = StandInHost::channelLayoutTracks(layout);
             QVERIFY(count > 1);
             QList<StandInHost::ChannelGroup> groups;
-            QVERIFY(StandInHost::parseChannelGroups(StandInHost::channelGroupsText({{1, count, layout}}), groups));
+            QVERIFY(StandInHost::parseChannelGroups(StandInHost::channelGroupsText({{1, count, layout}}),
+                                                    groups));
             QCOMPARE(groups.at(0).layout, layout);
         }
         QCOMPARE(StandInHost::channelLayoutTracks(QStringLiteral("Octagon")), 0);

@@ -19,7 +19,8 @@
 
 namespace {
 
-/// Calls \a act with the modal dialog of that kind as soon as it is shown; gives up when none is shown at all.
+/// Calls \a act with the modal dialog of that kind as soon as it is shown; gives up when none is shown at
+/// all.
 template <class Dialog>
 void whenShown(QObject* context, std::function<void(Dialog*)> act)
 {
@@ -50,8 +51,8 @@ private slots:
             return request.text == QLatin1String("Really?") ? QMessageBox::No : QMessageBox::Ok;
         });
         QCOMPARE(HostQtShell::showManagedMessageBox(&parent, QMessageBox::Question, QStringLiteral("Title"),
-                                                    QStringLiteral("Really?"), QMessageBox::Yes | QMessageBox::No,
-                                                    QMessageBox::Yes),
+                                                    QStringLiteral("Really?"),
+                                                    QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes),
                  QMessageBox::No);
         HostQtShell::showManagedMessageBox(nullptr, QMessageBox::Warning, QString(), QStringLiteral("Second"),
                                            QMessageBox::Ok, QMessageBox::Ok);
@@ -92,7 +93,8 @@ private slots:
     {
         for (const QMessageBox::StandardButton button : {QMessageBox::Yes, QMessageBox::No}) {
             whenShown<QMessageBox>(this, [](QMessageBox* box) { QTest::keyClick(box, Qt::Key_Return); });
-            QCOMPARE(HostQtShell::showManagedMessageBox(nullptr, QMessageBox::Question, QString(), QStringLiteral("?"),
+            QCOMPARE(HostQtShell::showManagedMessageBox(nullptr, QMessageBox::Question, QString(),
+                                                        QStringLiteral("?"),
                                                         QMessageBox::Yes | QMessageBox::No, button),
                      button);
         }
@@ -101,9 +103,10 @@ private slots:
     void aBoxThatWasClosedOtherwiseGivesTheDefaultButton()
     {
         whenShown<QMessageBox>(this, [](QMessageBox* box) { box->done(0); });
-        QCOMPARE(HostQtShell::showManagedMessageBox(nullptr, QMessageBox::Question, QString(), QStringLiteral("?"),
-                                                    QMessageBox::Save | QMessageBox::Discard, QMessageBox::Save),
-                 QMessageBox::Save);
+        QCOMPARE(
+            HostQtShell::showManagedMessageBox(nullptr, QMessageBox::Question, QString(), QStringLiteral("?"),
+                                               QMessageBox::Save | QMessageBox::Discard, QMessageBox::Save),
+            QMessageBox::Save);
     }
 
     void aBoxWhoseParentGoesAwayGivesTheDefaultButton()
@@ -117,10 +120,12 @@ private slots:
 
     void aDirectoryIsAskedOfTheAnswererAndTheLogKeepsTheQuestion()
     {
-        StandInHost::setDirectoryAnswerer(
-            [](const StandInHost::DirectoryRequest& request) -> QString { return request.start + QStringLiteral("/sub"); });
-        QCOMPARE(HostQtShell::chooseDirectory(nullptr, QStringLiteral("Select Folder"), QStringLiteral("/media")),
-                 QStringLiteral("/media/sub"));
+        StandInHost::setDirectoryAnswerer([](const StandInHost::DirectoryRequest& request) -> QString {
+            return request.start + QStringLiteral("/sub");
+        });
+        QCOMPARE(
+            HostQtShell::chooseDirectory(nullptr, QStringLiteral("Select Folder"), QStringLiteral("/media")),
+            QStringLiteral("/media/sub"));
         QCOMPARE(StandInHost::directoryLog().size(), 1);
         QCOMPARE(StandInHost::directoryLog().at(0).caption, QStringLiteral("Select Folder"));
         QCOMPARE(StandInHost::directoryLog().at(0).start, QStringLiteral("/media"));
@@ -143,13 +148,15 @@ private slots:
     void aCancelledDirectoryChooserReturnsAnEmptyText()
     {
         whenShown<QFileDialog>(this, [](QFileDialog* dialog) { dialog->reject(); });
-        QCOMPARE(HostQtShell::chooseDirectory(nullptr, QStringLiteral("Select Folder"), QString()), QString());
+        QCOMPARE(HostQtShell::chooseDirectory(nullptr, QStringLiteral("Select Folder"), QString()),
+                 QString());
     }
 
     void statusProgressIsLoggedAndHeard()
     {
         QList<int> kinds;
-        StandInHost::setProgressListener([&kinds](const StandInHost::ProgressStep& step) { kinds.append(step.kind); });
+        StandInHost::setProgressListener(
+            [&kinds](const StandInHost::ProgressStep& step) { kinds.append(step.kind); });
         HostStatusShell::statusProgressReset();
         HostStatusShell::statusProgressUpdate(QStringLiteral("Acquiring"), 0, 2);
         HostStatusShell::statusProgressClose();
@@ -179,7 +186,8 @@ private slots:
     void helpTopicsAreLoggedAndHeard()
     {
         QString heard;
-        StandInHost::setHelpListener([&heard](const StandInHost::HelpRequest& request) { heard = request.topic; });
+        StandInHost::setHelpListener(
+            [&heard](const StandInHost::HelpRequest& request) { heard = request.topic; });
         HostStatusShell::showHelpTopic(QStringLiteral("IDH_ProfileEditor_Window"), 1);
         QCOMPARE(heard, QStringLiteral("IDH_ProfileEditor_Window"));
         QCOMPARE(StandInHost::helpLog().size(), 1);
@@ -200,8 +208,8 @@ private slots:
     void aResetEmptiesTheLogsButNotTheDepthOfLivingGuards()
     {
         StandInHost::setMessageAnswerer([](const StandInHost::MessageRequest&) { return QMessageBox::Ok; });
-        HostQtShell::showManagedMessageBox(nullptr, QMessageBox::Warning, QString(), QString(), QMessageBox::Ok,
-                                           QMessageBox::Ok);
+        HostQtShell::showManagedMessageBox(nullptr, QMessageBox::Warning, QString(), QString(),
+                                           QMessageBox::Ok, QMessageBox::Ok);
         HostStatusShell::showHelpTopic(QStringLiteral("topic"), 0);
         {
             const HostQtShell::NavigationPaneGuard guard;

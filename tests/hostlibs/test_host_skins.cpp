@@ -103,8 +103,8 @@ private slots:
     void everyNameTheModuleAsksForIsAnOpaqueColorInBothSkins_data()
     {
         QTest::addColumn<QString>("name");
-        for (const char* name : {"BackgroundOddRowActiveColor", "BackgroundEvenRowActiveColor", "MenuSelectionColor",
-                                 "WindowHighlightFrameColor"})
+        for (const char* name : {"BackgroundOddRowActiveColor", "BackgroundEvenRowActiveColor",
+                                 "MenuSelectionColor", "WindowHighlightFrameColor"})
             QTest::newRow(name) << QString::fromLatin1(name);
     }
 
@@ -157,11 +157,15 @@ private slots:
         for (const int skin : kSkins) {
             StandInHost::setSkin(skin);
             const QPalette palette = QApplication::palette();
-            QVERIFY(contrast(palette.color(QPalette::WindowText), palette.color(QPalette::Window)) >= legible);
+            QVERIFY(contrast(palette.color(QPalette::WindowText), palette.color(QPalette::Window)) >=
+                    legible);
             QVERIFY(contrast(palette.color(QPalette::Text), palette.color(QPalette::Base)) >= legible);
-            QVERIFY(contrast(palette.color(QPalette::ButtonText), palette.color(QPalette::Button)) >= legible);
-            QVERIFY(contrast(palette.color(QPalette::HighlightedText), palette.color(QPalette::Highlight)) >= legible);
-            QVERIFY(contrast(palette.color(QPalette::ToolTipText), palette.color(QPalette::ToolTipBase)) >= legible);
+            QVERIFY(contrast(palette.color(QPalette::ButtonText), palette.color(QPalette::Button)) >=
+                    legible);
+            QVERIFY(contrast(palette.color(QPalette::HighlightedText), palette.color(QPalette::Highlight)) >=
+                    legible);
+            QVERIFY(contrast(palette.color(QPalette::ToolTipText), palette.color(QPalette::ToolTipBase)) >=
+                    legible);
             for (const char* name : {"BackgroundOddRowActiveColor", "BackgroundEvenRowActiveColor"}) {
                 QVERIFY(contrast(palette.color(QPalette::WindowText), paletteColor(group(name))) >= legible);
                 QVERIFY(contrast(iconTintColors().to, paletteColor(group(name))) >= legible);
@@ -173,8 +177,8 @@ private slots:
     {
         for (const int skin : kSkins) {
             StandInHost::setSkin(skin);
-            QVERIFY(paletteColor(group("BackgroundOddRowActiveColor"))
-                    != paletteColor(group("BackgroundEvenRowActiveColor")));
+            QVERIFY(paletteColor(group("BackgroundOddRowActiveColor")) !=
+                    paletteColor(group("BackgroundEvenRowActiveColor")));
         }
     }
 
@@ -183,8 +187,8 @@ private slots:
         StandInHost::setSkin(StandInHost::kDarkSkin);
         QCOMPARE(QApplication::style()->objectName(), QStringLiteral("stand-in"));
         QVERIFY(QApplication::palette().color(QPalette::Window).lightness() < 128);
-        QVERIFY(QApplication::palette().color(QPalette::Disabled, QPalette::Text)
-                != QApplication::palette().color(QPalette::Active, QPalette::Text));
+        QVERIFY(QApplication::palette().color(QPalette::Disabled, QPalette::Text) !=
+                QApplication::palette().color(QPalette::Active, QPalette::Text));
         StandInHost::setSkin(StandInHost::kLightSkin);
         QVERIFY(QApplication::palette().color(QPalette::Window).lightness() > 128);
     }
@@ -285,7 +289,8 @@ private slots:
     {
         for (const int ratio : {1, 2, 3}) {
             const QImage image = drawn({16, 16}, ratio, [](QPainter* painter, const QRect& rect) {
-                drawSkinnedIcon(painter, rect, QStringLiteral("IngestReady.png"), group("icons/KRX"), {}, 255);
+                drawSkinnedIcon(painter, rect, QStringLiteral("IngestReady.png"), group("icons/KRX"), {},
+                                255);
             });
             const QString suffix = ratio == 1 ? QString() : QStringLiteral("@%1x").arg(ratio);
             const QImage source(QStringLiteral(":/stand-in/icons/KRX/IngestReady%1.png").arg(suffix));
@@ -296,8 +301,8 @@ private slots:
                     // Painting rounds once more where a pixel is not opaque.
                     const QColor expected = source.pixelColor(x, y);
                     const QColor actual = image.pixelColor(x, y);
-                    const bool isSame = qAbs(expected.alpha() - actual.alpha()) <= 2
-                        && (expected.alpha() < 255 || expected == actual);
+                    const bool isSame = qAbs(expected.alpha() - actual.alpha()) <= 2 &&
+                                        (expected.alpha() < 255 || expected == actual);
                     differing += isSame ? 0 : 1;
                 }
             }
@@ -309,13 +314,15 @@ private slots:
     {
         const IconTintColors red{iconTintColors().from, Qt::darkRed};
         const QImage folder = drawn({16, 16}, 1, [&red](QPainter* painter, const QRect& rect) {
-            drawSkinnedImage(painter, rect, skinnedPixmap(QStringLiteral("folder_closed.png"), group("icons/ProjectBins")),
+            drawSkinnedImage(painter, rect,
+                             skinnedPixmap(QStringLiteral("folder_closed.png"), group("icons/ProjectBins")),
                              red, 255);
         });
         QCOMPARE(folder.pixelColor(8, 11), QColor(Qt::darkRed));
         const auto ready = [](const IconTintColors& colors) {
             return drawn({16, 16}, 1, [&colors](QPainter* painter, const QRect& rect) {
-                drawSkinnedIcon(painter, rect, QStringLiteral("IngestReady.png"), group("icons/KRX"), colors, 255);
+                drawSkinnedIcon(painter, rect, QStringLiteral("IngestReady.png"), group("icons/KRX"), colors,
+                                255);
             });
         };
         QCOMPARE(ready(red), ready({}));
@@ -338,7 +345,8 @@ private slots:
     {
         const auto atAlpha = [](int alpha) {
             return strongestAlpha(drawn({10, 10}, 1, [alpha](QPainter* painter, const QRect& rect) {
-                drawSkinnedIcon(painter, rect, QStringLiteral("open_arrow.png"), group("icons/Arrows/"), {}, alpha);
+                drawSkinnedIcon(painter, rect, QStringLiteral("open_arrow.png"), group("icons/Arrows/"), {},
+                                alpha);
             }));
         };
         QCOMPARE(atAlpha(255), 255);

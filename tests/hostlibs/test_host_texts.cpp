@@ -49,7 +49,8 @@ private slots:
     void aTranslatorReplacesTheCataloguesUntilItIsTakenAway()
     {
         StandInHost::setLanguage(QStringLiteral("de"));
-        StandInHost::setTranslator([](const QString& key) -> QString { return QLatin1Char('<') + key + QLatin1Char('>'); });
+        StandInHost::setTranslator(
+            [](const QString& key) -> QString { return QLatin1Char('<') + key + QLatin1Char('>'); });
         QCOMPARE(translateText(QStringLiteral("None")), QStringLiteral("<None>"));
         StandInHost::setTranslator({});
         QCOMPARE(translateText(QStringLiteral("None")), QStringLiteral("Keine"));
@@ -64,8 +65,8 @@ private slots:
             readers.emplace_back([&] {
                 while (!isDone) {
                     const QString text = translateText(QStringLiteral("None"));
-                    if (text != QLatin1String("None") && text != QLatin1String("Keine")
-                        && text != QLatin1String("mine"))
+                    if (text != QLatin1String("None") && text != QLatin1String("Keine") &&
+                        text != QLatin1String("mine"))
                         ++strangers;
                 }
             });

@@ -182,7 +182,8 @@ private slots:
                 QVERIFY(volumeIdentity(handle, identity));
                 QVERIFY(volumeInformation(identity, information));
                 QVERIFY(!information.displayName.isEmpty());
-                QVERIFY(information.path == QLatin1String("/") || !information.path.endsWith(QLatin1Char('/')));
+                QVERIFY(information.path == QLatin1String("/") ||
+                        !information.path.endsWith(QLatin1Char('/')));
                 paths.append(information.path);
             }
         }
@@ -209,10 +210,10 @@ private slots:
 
     void onlyWhatMediaCanLieOnIsKeptAndEveryFileSystemOnce()
     {
-        const QStringList expected{QStringLiteral("/"), QStringLiteral("/mnt/My Media"), QStringLiteral("/mnt/archive"),
-                                   QStringLiteral("/media/card"), QStringLiteral("/media/disc"),
-                                   QStringLiteral("/mnt/nas"), QStringLiteral("/mnt/remote"),
-                                   QStringLiteral("/mnt/fast")};
+        const QStringList expected{
+            QStringLiteral("/"),           QStringLiteral("/mnt/My Media"), QStringLiteral("/mnt/archive"),
+            QStringLiteral("/media/card"), QStringLiteral("/media/disc"),   QStringLiteral("/mnt/nas"),
+            QStringLiteral("/mnt/remote"), QStringLiteral("/mnt/fast")};
         QCOMPARE(pathsOf(StandInHost::mediaMounts(StandInHost::parseMountInfo(kMountTable))), expected);
     }
 
@@ -241,7 +242,8 @@ private slots:
 
     void mountsThatAnswerAreThereAndOthersAreNot()
     {
-        RemoteProbe probe([](const QString& path) { return path == QLatin1String("/there"); }, std::chrono::minutes(1));
+        RemoteProbe probe([](const QString& path) { return path == QLatin1String("/there"); },
+                          std::chrono::minutes(1));
         QCOMPARE(probe.answering({QStringLiteral("/there"), QStringLiteral("/gone")}),
                  QSet<QString>{QStringLiteral("/there")});
         QVERIFY(probe.answering({}).isEmpty());

@@ -311,8 +311,9 @@ void TestRestClient::chunkedBodyArrivesWhole()
 {
     TestHttpServer server;
     const ScopedConnectPort connect(server.port());
-    server.setReply("GET", "/x", Reply::raw("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n"
-                                            "4\r\n<a>b\r\n4\r\n</a>\r\n0\r\n\r\n"));
+    server.setReply("GET", "/x",
+                    Reply::raw("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n"
+                               "4\r\n<a>b\r\n4\r\n</a>\r\n0\r\n\r\n"));
     const Answer answer = RestTest::get(path("/x"));
     QVERIFY(answer.success);
     QCOMPARE(answer.body, QByteArray("<a>b</a>"));
@@ -418,7 +419,8 @@ void TestRestClient::releaseBeforeTheEndDoesNotCancel()
     // one that the server does not close, serves again.
     bool servesAgain = false;
     const auto serveAgain = [&] {
-        servesAgain = servesAgain || (RestTest::get(path("/x")).success && server.lastRequest().connection == 1);
+        servesAgain =
+            servesAgain || (RestTest::get(path("/x")).success && server.lastRequest().connection == 1);
         return servesAgain;
     };
     QTRY_VERIFY(serveAgain());
@@ -471,7 +473,8 @@ void TestRestClient::severalThreadsShareTheClient()
             for (int i = 0; i < 50; ++i) {
                 const QString target = QStringLiteral("/%1/%2").arg(thread).arg(i);
                 const QByteArray body = QByteArray::number(thread * 1000 + i);
-                const Answer answer = RestTest::exchange(i % 2 == 0 ? "PUT" : "POST", serviceUrl(target), body);
+                const Answer answer =
+                    RestTest::exchange(i % 2 == 0 ? "PUT" : "POST", serviceUrl(target), body);
                 if (answer.success && answer.body == QByteArray(target.toLatin1() + body))
                     ++right;
             }

@@ -10,8 +10,8 @@ using RestTest::Answer;
 using RestTest::serviceUrl;
 using Reply = TestHttpServer::Reply;
 
-/// The REST client with a service that misbehaves: it ends every exchange within its bounds, says why in words,
-/// and works again for the next one.
+/// The REST client with a service that misbehaves: it ends every exchange within its bounds, says why in
+/// words, and works again for the next one.
 class TestRestClientTrouble : public QObject
 {
     Q_OBJECT
@@ -63,12 +63,12 @@ private:
     std::unique_ptr<ScopedConnectPort> m_connect;
 };
 
-#define VERIFY_FAILED(answer, text) \
-    do { \
-        QVERIFY((answer).started); \
-        QVERIFY((answer).complete); \
-        QVERIFY(!(answer).success); \
-        QCOMPARE((answer).message, QStringLiteral(text)); \
+#define VERIFY_FAILED(answer, text)                                                                          \
+    do {                                                                                                     \
+        QVERIFY((answer).started);                                                                           \
+        QVERIFY((answer).complete);                                                                          \
+        QVERIFY(!(answer).success);                                                                          \
+        QCOMPARE((answer).message, QStringLiteral(text));                                                    \
     } while (false)
 
 #define BROKE_OFF "The connection to the service broke off before the answer was complete"
@@ -262,7 +262,8 @@ void TestRestClientTrouble::lengthLongerThanTheBody()
 void TestRestClientTrouble::lengthShorterThanTheBodyDoesNotSpoilTheNextAnswer()
 {
     for (int round = 0; round < 20; ++round) {
-        const Answer answer = answerTo(Reply::xml("<a/>HTTP/1.1 200 OK\r\nContent-Length: 7\r\n\r\n<false>").lengthSaid("4"));
+        const Answer answer =
+            answerTo(Reply::xml("<a/>HTTP/1.1 200 OK\r\nContent-Length: 7\r\n\r\n<false>").lengthSaid("4"));
         QVERIFY(answer.success);
         QCOMPARE(answer.body, QByteArray("<a/>"));
         QVERIFY(nextCallWorks());
@@ -367,7 +368,8 @@ void TestRestClientTrouble::manyHeaderLines()
 
 void TestRestClientTrouble::endlessHeaders()
 {
-    const Answer answer = answerTo(Reply::raw("HTTP/1.1 200 OK\r\n" + QByteArray("X: y\r\n").repeated(500000)));
+    const Answer answer =
+        answerTo(Reply::raw("HTTP/1.1 200 OK\r\n" + QByteArray("X: y\r\n").repeated(500000)));
     VERIFY_FAILED(answer, "The headers of the service's answer are too large");
     QVERIFY(nextCallWorks());
 }

@@ -140,7 +140,8 @@ void TestRestClientUrls::connectPortLeavesOtherPortsAlone()
     TestHttpServer other;
     meant.setReply("GET", "/x", 200, "meant");
     const ScopedConnectPort connect(other.port());
-    QCOMPARE(RestTest::get(QStringLiteral("http://localhost:%1/x").arg(meant.port())).body, QByteArray("meant"));
+    QCOMPARE(RestTest::get(QStringLiteral("http://localhost:%1/x").arg(meant.port())).body,
+             QByteArray("meant"));
     QCOMPARE(other.requestCount(), 0);
 }
 
@@ -162,8 +163,8 @@ void TestRestClientUrls::connectPortThatIsNoPortFailsWithoutReachingAService()
     QVERIFY(answer.started);
     QVERIFY(answer.complete);
     QVERIFY(!answer.success);
-    QCOMPARE(answer.message,
-             QStringLiteral("KRX_CONNECT_PORT is set to %1, which is no port number").arg(QString::fromLatin1(port)));
+    QCOMPARE(answer.message, QStringLiteral("KRX_CONNECT_PORT is set to %1, which is no port number")
+                                 .arg(QString::fromLatin1(port)));
 }
 
 void TestRestClientUrls::proxiesOfTheEnvironmentAreIgnored()
@@ -185,10 +186,10 @@ void TestRestClientUrls::proxiesOfTheEnvironmentAreIgnored()
 void TestRestClientUrls::hostsElsewhereAreRefused_data()
 {
     QTest::addColumn<QString>("host");
-    for (const char* host : {"example.com", "10.0.0.1", "0.0.0.0", "128.0.0.1", "127.1", "127.0.0.1.example.com",
-                             "127.0.0.256", "127.0.0.01", "0177.0.0.1", "0x7f.0.0.1", "2130706433",
-                             "localhost.example.com", "localhost.", "[::2]", "[::ffff:127.0.0.1]", "[fe80::1%25lo]",
-                             "user@localhost", "127.0.0.1@example.com"})
+    for (const char* host :
+         {"example.com", "10.0.0.1", "0.0.0.0", "128.0.0.1", "127.1", "127.0.0.1.example.com", "127.0.0.256",
+          "127.0.0.01", "0177.0.0.1", "0x7f.0.0.1", "2130706433", "localhost.example.com", "localhost.",
+          "[::2]", "[::ffff:127.0.0.1]", "[fe80::1%25lo]", "user@localhost", "127.0.0.1@example.com"})
         QTest::newRow(host) << QString::fromLatin1(host);
 }
 

@@ -36,7 +36,9 @@ QString root()
 /// The folder of the module that a file stands in, whichever room of it.
 QString folderOf(const QFileInfo& file)
 {
-    return QDir(root() + QStringLiteral("/src")).relativeFilePath(file.filePath()).section(QLatin1Char('/'), 0, 0);
+    return QDir(root() + QStringLiteral("/src"))
+        .relativeFilePath(file.filePath())
+        .section(QLatin1Char('/'), 0, 0);
 }
 
 } // namespace
@@ -78,8 +80,9 @@ private slots:
         }
         const QRegularExpression include(QStringLiteral("^#include \"([^\"]+)\""),
                                          QRegularExpression::MultilineOption);
-        QDirIterator sources(root() + QStringLiteral("/src"), {QStringLiteral("*.h"), QStringLiteral("*.cpp")},
-                             QDir::Files, QDirIterator::Subdirectories);
+        QDirIterator sources(root() + QStringLiteral("/src"),
+                             {QStringLiteral("*.h"), QStringLiteral("*.cpp")}, QDir::Files,
+                             QDirIterator::Subdirectories);
         while (sources.hasNext()) {
             const QFileInfo source(sources.next());
             auto found = include.globalMatch(contents(source.filePath()));
@@ -93,7 +96,8 @@ private slots:
 
     void everyFolderOfTheModuleHasAFloor()
     {
-        for (const QString& folder : QDir(root() + QStringLiteral("/src")).entryList(QDir::Dirs | QDir::NoDotAndDotDot))
+        for (const QString& folder :
+             QDir(root() + QStringLiteral("/src")).entryList(QDir::Dirs | QDir::NoDotAndDotDot))
             QVERIFY2(floorOf(folder) >= 0, qPrintable(folder));
     }
 
@@ -123,7 +127,8 @@ private slots:
     {
         QStringList others;
         for (const QString& folder : {QStringLiteral("/desk"), QStringLiteral("/service")}) {
-            QDirIterator headers(root() + folder, {QStringLiteral("*.h")}, QDir::Files, QDirIterator::Subdirectories);
+            QDirIterator headers(root() + folder, {QStringLiteral("*.h")}, QDir::Files,
+                                 QDirIterator::Subdirectories);
             while (headers.hasNext())
                 others << QFileInfo(headers.next()).fileName();
         }
@@ -137,8 +142,10 @@ private slots:
     void theServiceKnowsNothingOfTheRest()
     {
         QStringList others;
-        for (const QString& folder : {QStringLiteral("/desk"), QStringLiteral("/src"), QStringLiteral("/host")}) {
-            QDirIterator headers(root() + folder, {QStringLiteral("*.h")}, QDir::Files, QDirIterator::Subdirectories);
+        for (const QString& folder :
+             {QStringLiteral("/desk"), QStringLiteral("/src"), QStringLiteral("/host")}) {
+            QDirIterator headers(root() + folder, {QStringLiteral("*.h")}, QDir::Files,
+                                 QDirIterator::Subdirectories);
             while (headers.hasNext())
                 others << QFileInfo(headers.next()).fileName();
         }
@@ -149,8 +156,9 @@ private slots:
             own << QFileInfo(ownHeaders.next()).fileName();
         const QRegularExpression include(QStringLiteral("^#include \"(?:[^\"]*/)?([^\"/]+)\""),
                                          QRegularExpression::MultilineOption);
-        QDirIterator sources(root() + QStringLiteral("/service"), {QStringLiteral("*.h"), QStringLiteral("*.cpp")},
-                             QDir::Files, QDirIterator::Subdirectories);
+        QDirIterator sources(root() + QStringLiteral("/service"),
+                             {QStringLiteral("*.h"), QStringLiteral("*.cpp")}, QDir::Files,
+                             QDirIterator::Subdirectories);
         while (sources.hasNext()) {
             const QString source = sources.next();
             auto found = include.globalMatch(contents(source));
@@ -164,10 +172,10 @@ private slots:
 
     void noSourceIsLongerThanSixHundredLines()
     {
-        for (const QString& folder : {QStringLiteral("/src"), QStringLiteral("/desk"), QStringLiteral("/service"),
-                                      QStringLiteral("/host")}) {
-            QDirIterator sources(root() + folder, {QStringLiteral("*.h"), QStringLiteral("*.cpp")}, QDir::Files,
-                                 QDirIterator::Subdirectories);
+        for (const QString& folder : {QStringLiteral("/src"), QStringLiteral("/desk"),
+                                      QStringLiteral("/service"), QStringLiteral("/host")}) {
+            QDirIterator sources(root() + folder, {QStringLiteral("*.h"), QStringLiteral("*.cpp")},
+                                 QDir::Files, QDirIterator::Subdirectories);
             while (sources.hasNext()) {
                 const QString source = sources.next();
                 QVERIFY2(contents(source).count(QLatin1Char('\n')) <= 600, qPrintable(source));

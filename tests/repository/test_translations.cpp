@@ -16,8 +16,16 @@ constexpr int kProgramPatience = 60000;
 
 /// Names that documents carry; the same in every language.
 constexpr const char* kTechnicalNames[] = {
-    "Mono",           "RGB 709",         "YCbCr 601",          "YCbCr 709",        "PCM  (MXF OP1a)",
-    "MP2  (MXF OP1a)", "PCM  (Velo OP-Atom)", "MP2  (Velo OP-Atom)", "Autodetect Plug-in", "Default Profile",
+    "Mono",
+    "RGB 709",
+    "YCbCr 601",
+    "YCbCr 709",
+    "PCM  (MXF OP1a)",
+    "MP2  (MXF OP1a)",
+    "PCM  (Velo OP-Atom)",
+    "MP2  (Velo OP-Atom)",
+    "Autodetect Plug-in",
+    "Default Profile",
 };
 
 struct Message
@@ -100,7 +108,8 @@ private slots:
         tool.setProcessChannelMode(QProcess::MergedChannels);
         tool.start(root() + QStringLiteral("/packaging/update-translations"), {copy});
         QVERIFY(tool.waitForFinished(kProgramPatience));
-        QVERIFY2(tool.exitStatus() == QProcess::NormalExit && tool.exitCode() == 0, tool.readAll().constData());
+        QVERIFY2(tool.exitStatus() == QProcess::NormalExit && tool.exitCode() == 0,
+                 tool.readAll().constData());
 
         QString problem;
         const Messages wanted = readCatalogue(copy, problem);
@@ -113,7 +122,8 @@ private slots:
         }
         missing.sort();
         const QString advice =
-            QStringLiteral("%1 lacks a translation of:\n  %2\nRun packaging/update-translations and translate them.")
+            QStringLiteral(
+                "%1 lacks a translation of:\n  %2\nRun packaging/update-translations and translate them.")
                 .arg(QFileInfo(path).fileName(), missing.join(QStringLiteral("\n  ")));
         QVERIFY2(missing.isEmpty(), qUtf8Printable(advice));
     }
@@ -129,7 +139,8 @@ private slots:
         for (auto message = messages.cbegin(); message != messages.cend(); ++message) {
             if (!message->isFinished)
                 continue;
-            QVERIFY2(placeholders(message->translation) == placeholders(message.key()), qUtf8Printable(message.key()));
+            QVERIFY2(placeholders(message->translation) == placeholders(message.key()),
+                     qUtf8Printable(message.key()));
             QVERIFY2(ending(message->translation) == ending(message.key()), qUtf8Printable(message.key()));
         }
     }

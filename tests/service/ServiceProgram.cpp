@@ -69,7 +69,8 @@ QStringList Reply::texts(const QString& name) const
     auto matches = expression.globalMatch(QString::fromUtf8(body));
     while (matches.hasNext()) {
         QString text = matches.next().captured(1);
-        text.replace(QLatin1String("&lt;"), QLatin1String("<")).replace(QLatin1String("&gt;"), QLatin1String(">"));
+        text.replace(QLatin1String("&lt;"), QLatin1String("<"))
+            .replace(QLatin1String("&gt;"), QLatin1String(">"));
         found << text.replace(QLatin1String("&amp;"), QLatin1String("&"));
     }
     return found;
@@ -89,13 +90,15 @@ QString ServiceProgram::path()
 
 bool ServiceProgram::start(const QString& dataFolder, const QStringList& more)
 {
-    QStringList arguments{QStringLiteral("--port"), QStringLiteral("0"), QStringLiteral("--data"), dataFolder,
+    QStringList arguments{
+        QStringLiteral("--port"),   QStringLiteral("0"),   QStringLiteral("--data"),   dataFolder,
         QStringLiteral("--settle"), QStringLiteral("0.2"), QStringLiteral("--rescan"), QStringLiteral("0.3")};
     m_process.start(path(), arguments + more);
     QByteArray output;
     QElapsedTimer timer;
     timer.start();
-    while (!output.contains('\n') && m_process.state() != QProcess::NotRunning && timer.elapsed() < kPatience) {
+    while (!output.contains('\n') && m_process.state() != QProcess::NotRunning &&
+           timer.elapsed() < kPatience) {
         m_process.waitForReadyRead(100);
         output += m_process.readAllStandardOutput();
     }
@@ -144,8 +147,8 @@ QByteArray exchange(int socket, const QByteArray& bytes, bool toTheEnd)
 {
     int sent = 0;
     while (sent < bytes.size()) {
-        const ssize_t put
-            = ::send(socket, bytes.constData() + sent, static_cast<std::size_t>(bytes.size() - sent), MSG_NOSIGNAL);
+        const ssize_t put = ::send(socket, bytes.constData() + sent,
+                                   static_cast<std::size_t>(bytes.size() - sent), MSG_NOSIGNAL);
         if (put <= 0)
             break; // refused before all was sent; the answer is still there
         sent += static_cast<int>(put);
@@ -190,7 +193,8 @@ Reply ServiceProgram::send(const QByteArray& method, const QByteArray& path, con
 {
     QByteArray bytes = method + " /KRXService/" + path + " HTTP/1.1\r\nHost: localhost:58885\r\n";
     if (method == "POST" || method == "PUT")
-        bytes += "Content-Type: application/xml\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n";
+        bytes +=
+            "Content-Type: application/xml\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n";
     return raw(bytes + "\r\n" + body);
 }
 
@@ -228,21 +232,23 @@ namespace ModuleDocument {
 
 QByteArray createFolder(const QString& path, const QString& profile, bool enabled)
 {
-    return kDeclaration + "<xelMediaFolderRequest>\n <xelMediaFolder>\n  <path>" + escaped(path)
-        + "</path>\n  <profile>" + escaped(profile) + "</profile>\n  <enabled>" + (enabled ? "true" : "false")
-        + "</enabled>\n </xelMediaFolder>\n</xelMediaFolderRequest>\n";
+    return kDeclaration + "<xelMediaFolderRequest>\n <xelMediaFolder>\n  <path>" + escaped(path) +
+           "</path>\n  <profile>" + escaped(profile) + "</profile>\n  <enabled>" +
+           (enabled ? "true" : "false") + "</enabled>\n </xelMediaFolder>\n</xelMediaFolderRequest>\n";
 }
 
-QByteArray updateFolder(const QString& id, const QString& path, const QString& profile, const QString& enabled)
+QByteArray updateFolder(const QString& id, const QString& path, const QString& profile,
+                        const QString& enabled)
 {
-    return kDeclaration + "<xelMediaFolder id=\"" + escaped(id) + "\">\n <path>" + escaped(path) + "</path>\n <profile>"
-        + escaped(profile) + "</profile>\n <enabled>" + escaped(enabled) + "</enabled>\n</xelMediaFolder>\n";
+    return kDeclaration + "<xelMediaFolder id=\"" + escaped(id) + "\">\n <path>" + escaped(path) +
+           "</path>\n <profile>" + escaped(profile) + "</profile>\n <enabled>" + escaped(enabled) +
+           "</enabled>\n</xelMediaFolder>\n";
 }
 
 QByteArray submitJob(const QString& path, const QString& profile)
 {
-    return kDeclaration + "<jobInfo>\n <path>" + escaped(path) + "</path>\n <profileID>" + escaped(profile)
-        + "</profileID>\n</jobInfo>\n";
+    return kDeclaration + "<jobInfo>\n <path>" + escaped(path) + "</path>\n <profileID>" + escaped(profile) +
+           "</profileID>\n</jobInfo>\n";
 }
 
 QByteArray jobState(const QString& state)
@@ -252,38 +258,47 @@ QByteArray jobState(const QString& state)
 
 QByteArray deviceStatus(const QString& name, int type, int action)
 {
-    return "<?xml version=\"1.0\" encoding=\"utf-8\" standalone=\"yes\"?>\n<deviceStatus>\n <volumeName>" + escaped(name)
-        + "</volumeName>\n <volumeType>" + QByteArray::number(type) + "</volumeType>\n <volumeAction>"
-        + QByteArray::number(action) + "</volumeAction>\n</deviceStatus>\n";
+    return "<?xml version=\"1.0\" encoding=\"utf-8\" standalone=\"yes\"?>\n<deviceStatus>\n <volumeName>" +
+           escaped(name) + "</volumeName>\n <volumeType>" + QByteArray::number(type) +
+           "</volumeType>\n <volumeAction>" + QByteArray::number(action) +
+           "</volumeAction>\n</deviceStatus>\n";
 }
 
 QByteArray createProfile(const QString& name, const QByteArray& activities)
 {
-    return kDeclaration
-        + "<profileRequest>\n <profile>\n  <version>200</version>\n  <profileDetail>\n   <profileName>" + escaped(name)
-        + "</profileName>\n   <profileTag>#krx</profileTag>\n"
-          "   <profileCreatedTimestamp>2024-03-05T14:07:09</profileCreatedTimestamp>\n"
-          "   <profileCreatorApplication>FrameStitcher</profileCreatorApplication>\n"
-          "   <profileType>EDITOR.USERSPECIFIEDFOLDER</profileType>\n  </profileDetail>\n  <profileSettings>\n"
-          "   <binDetail>\n    <binExplicitName>Rushes</binExplicitName>\n"
-          "    <binSelectionMethod>CREATENEW</binSelectionMethod>\n    <binNamingMethod>EXPLICIT</binNamingMethod>\n"
-          "   </binDetail>\n   <linkDetail>\n    <xelPreferredPluginDetail>\n"
-          "     <xelPluginName>Autodetect Plug-in</xelPluginName>\n"
-          "     <xelPluginGUID>00000000-0000-0000-0000-000000000000</xelPluginGUID>\n    </xelPreferredPluginDetail>\n"
-          "    <multichannelAudio>None</multichannelAudio>\n    <xelAudioStartTimeOption>25</xelAudioStartTimeOption>\n"
-          "    <xelStillImageFPS>25</xelStillImageFPS>\n   </linkDetail>\n   <zorMetadata>\n"
-          "    <reelNamingMethod>FILENAME</reelNamingMethod>\n    <reelFolderLevel>1</reelFolderLevel>\n"
-          "    <frameCountingMethod>ZERO</frameCountingMethod>\n    <timecodeMethod>EMBEDDED</timecodeMethod>\n"
-          "    <defaultFPS>25</defaultFPS>\n   </zorMetadata>\n  </profileSettings>\n  <processDefinition>\n"
-          "   <package>\n    <activities>\n"
-        + activities + "    </activities>\n   </package>\n  </processDefinition>\n </profile>\n</profileRequest>\n";
+    return kDeclaration +
+           "<profileRequest>\n <profile>\n  <version>200</version>\n  <profileDetail>\n   <profileName>" +
+           escaped(name) +
+           "</profileName>\n   <profileTag>#krx</profileTag>\n"
+           "   <profileCreatedTimestamp>2024-03-05T14:07:09</profileCreatedTimestamp>\n"
+           "   <profileCreatorApplication>FrameStitcher</profileCreatorApplication>\n"
+           "   <profileType>EDITOR.USERSPECIFIEDFOLDER</profileType>\n  </profileDetail>\n  "
+           "<profileSettings>\n"
+           "   <binDetail>\n    <binExplicitName>Rushes</binExplicitName>\n"
+           "    <binSelectionMethod>CREATENEW</binSelectionMethod>\n    "
+           "<binNamingMethod>EXPLICIT</binNamingMethod>\n"
+           "   </binDetail>\n   <linkDetail>\n    <xelPreferredPluginDetail>\n"
+           "     <xelPluginName>Autodetect Plug-in</xelPluginName>\n"
+           "     <xelPluginGUID>00000000-0000-0000-0000-000000000000</xelPluginGUID>\n    "
+           "</xelPreferredPluginDetail>\n"
+           "    <multichannelAudio>None</multichannelAudio>\n    "
+           "<xelAudioStartTimeOption>25</xelAudioStartTimeOption>\n"
+           "    <xelStillImageFPS>25</xelStillImageFPS>\n   </linkDetail>\n   <zorMetadata>\n"
+           "    <reelNamingMethod>FILENAME</reelNamingMethod>\n    <reelFolderLevel>1</reelFolderLevel>\n"
+           "    <frameCountingMethod>ZERO</frameCountingMethod>\n    "
+           "<timecodeMethod>EMBEDDED</timecodeMethod>\n"
+           "    <defaultFPS>25</defaultFPS>\n   </zorMetadata>\n  </profileSettings>\n  <processDefinition>\n"
+           "   <package>\n    <activities>\n" +
+           activities +
+           "    </activities>\n   </package>\n  </processDefinition>\n </profile>\n</profileRequest>\n";
 }
 
 QByteArray copyActivity(const QString& folder, bool relink)
 {
-    return "     <activity id=\"copy\" name=\"Copy 1\">\n      <destinationDetail>\n       <filesystemPath>"
-        + escaped(folder) + "</filesystemPath>\n       <relinkAfterCopy>" + (relink ? "true" : "false")
-        + "</relinkAfterCopy>\n       <autoCheckin>false</autoCheckin>\n      </destinationDetail>\n     </activity>\n";
+    return "     <activity id=\"copy\" name=\"Copy 1\">\n      <destinationDetail>\n       <filesystemPath>" +
+           escaped(folder) + "</filesystemPath>\n       <relinkAfterCopy>" + (relink ? "true" : "false") +
+           "</relinkAfterCopy>\n       <autoCheckin>false</autoCheckin>\n      </destinationDetail>\n     "
+           "</activity>\n";
 }
 
 } // namespace ModuleDocument

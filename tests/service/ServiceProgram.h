@@ -75,7 +75,8 @@ private:
 /// Documents in the form in which the module writes them.
 namespace ModuleDocument {
 QByteArray createFolder(const QString& path, const QString& profile, bool enabled = false);
-QByteArray updateFolder(const QString& id, const QString& path, const QString& profile, const QString& enabled);
+QByteArray updateFolder(const QString& id, const QString& path, const QString& profile,
+                        const QString& enabled);
 QByteArray submitJob(const QString& path, const QString& profile);
 QByteArray jobState(const QString& state);
 QByteArray deviceStatus(const QString& name, int type, int action);

@@ -1,10 +1,10 @@
 #include "base/Text.h"
 #include "documents/Answers.h"
-#include "media/OutputDocument.h"
 #include "documents/ProfileDocument.h"
 #include "documents/Requests.h"
 #include "documents/XmlGuard.h"
 #include "documents/XmlTools.h"
+#include "media/OutputDocument.h"
 
 #include <QtTest>
 
@@ -28,8 +28,8 @@ std::string nested(int depth)
 
 std::string profileRequest(const std::string& detail, const std::string& rest = {})
 {
-    return kDeclaration + "<profileRequest><profile><version>200</version><profileDetail>" + detail + "</profileDetail>"
-        + rest + "</profile></profileRequest>";
+    return kDeclaration + "<profileRequest><profile><version>200</version><profileDetail>" + detail +
+           "</profileDetail>" + rest + "</profile></profileRequest>";
 }
 
 std::string activities(const std::string& list)
@@ -59,7 +59,8 @@ private slots:
         QTest::newRow("text") << QByteArray("hello") << true;
         QTest::newRow("document type") << QByteArray("<!DOCTYPE a><a/>") << true;
         QTest::newRow("nested entities") << QByteArray("<!DOCTYPE a [<!ENTITY x \"y\">]><a>&x;</a>") << true;
-        QTest::newRow("external entity") << QByteArray("<!DOCTYPE a SYSTEM \"file:///etc/passwd\"><a/>") << true;
+        QTest::newRow("external entity")
+            << QByteArray("<!DOCTYPE a SYSTEM \"file:///etc/passwd\"><a/>") << true;
         QTest::newRow("document type inside") << QByteArray("<a><!DOCTYPE b></a>") << true;
         QTest::newRow("word in a comment") << QByteArray("<a><!-- <!DOCTYPE b> --></a>") << false;
         QTest::newRow("word in CDATA") << QByteArray("<a><![CDATA[<!DOCTYPE b>]]></a>") << false;
@@ -75,7 +76,8 @@ private slots:
         QTest::newRow("bytes that are no UTF-8") << QByteArray("<a>\xFF\xFE</a>") << true;
         QTest::newRow("overlong UTF-8") << QByteArray("<a>\xC0\xAF</a>") << true;
         QTest::newRow("surrogate in UTF-8") << QByteArray("<a>\xED\xA0\x80</a>") << true;
-        QTest::newRow("other encoding") << QByteArray("<?xml version=\"1.0\" encoding=\"iso-8859-1\"?><a/>") << true;
+        QTest::newRow("other encoding")
+            << QByteArray("<?xml version=\"1.0\" encoding=\"iso-8859-1\"?><a/>") << true;
         QTest::newRow("two roots") << QByteArray("<a/><b/>") << true;
         QTest::newRow("cut short") << QByteArray("<a><b></b>") << true;
         QTest::newRow("cut in a tag") << QByteArray("<a><b") << true;
@@ -83,8 +85,8 @@ private slots:
         QTest::newRow("one end too many") << QByteArray("<a></a></a>") << true;
         QTest::newRow("depth 64") << QByteArray::fromStdString(nested(64)) << false;
         QTest::newRow("depth 65") << QByteArray::fromStdString(nested(65)) << true;
-        QTest::newRow("depth 65, empty element") << QByteArray(QByteArray("<a>").repeated(64) + "<b/>"
-            + QByteArray("</a>").repeated(64)) << true;
+        QTest::newRow("depth 65, empty element")
+            << QByteArray(QByteArray("<a>").repeated(64) + "<b/>" + QByteArray("</a>").repeated(64)) << true;
         QTest::newRow("depth 100,000") << QByteArray::fromStdString(nested(100000)) << true;
     }
     void guardRefusesWhatNoParserShouldSee()
@@ -96,7 +98,9 @@ private slots:
         if (reason)
             QVERIFY(!reason->empty() && reason->find('\n') == std::string::npos);
         pugi::xml_document document;
-        QCOMPARE(xmltools::parse({text.constData(), static_cast<std::size_t>(text.size())}, document).has_value(), refused);
+        QCOMPARE(
+            xmltools::parse({text.constData(), static_cast<std::size_t>(text.size())}, document).has_value(),
+            refused);
     }
 
     void bodyOverOneMegabyteIsRefusedWith413()
@@ -118,9 +122,10 @@ private slots:
 
     void folderCreationIsRead()
     {
-        const auto request = requests::folderCreation(kDeclaration
-            + "<xelMediaFolderRequest>\n <xelMediaFolder>\n  <path>D:/Watch</path>\n  <profile>12</profile>\n"
-              "  <enabled>false</enabled>\n </xelMediaFolder>\n</xelMediaFolderRequest>\n");
+        const auto request = requests::folderCreation(
+            kDeclaration +
+            "<xelMediaFolderRequest>\n <xelMediaFolder>\n  <path>D:/Watch</path>\n  <profile>12</profile>\n"
+            "  <enabled>false</enabled>\n </xelMediaFolder>\n</xelMediaFolderRequest>\n");
         QVERIFY(request);
         QVERIFY(!request->id);
         QCOMPARE(q(*request->path), QStringLiteral("D:/Watch"));
@@ -130,9 +135,10 @@ private slots:
 
     void folderCreationKeepsBlanksAndForeignLettersOfThePath()
     {
-        const std::string path = "  /m\xC3\xA9""dia/\xF0\x9F\x8E\xAC \xD7\xA9 ";
-        const auto request = requests::folderCreation(
-            "<xelMediaFolderRequest><xelMediaFolder><path>" + path + "</path></xelMediaFolder></xelMediaFolderRequest>");
+        const std::string path = "  /m\xC3\xA9"
+                                 "dia/\xF0\x9F\x8E\xAC \xD7\xA9 ";
+        const auto request = requests::folderCreation("<xelMediaFolderRequest><xelMediaFolder><path>" + path +
+                                                      "</path></xelMediaFolder></xelMediaFolderRequest>");
         QVERIFY(request);
         QCOMPARE(q(*request->path), q(path));
         const auto blank = requests::folderCreation(
@@ -160,9 +166,12 @@ private slots:
 
     void wrongFolderDocumentsAreRefused()
     {
-        QCOMPARE(requests::folderCreation("<xelMediaFolder><path>/a</path></xelMediaFolder>").refusal().status, 400);
+        QCOMPARE(
+            requests::folderCreation("<xelMediaFolder><path>/a</path></xelMediaFolder>").refusal().status,
+            400);
         QCOMPARE(requests::folderCreation("<xelMediaFolderRequest/>").refusal().status, 400);
-        QVERIFY(!requests::folderCreation("<xelMediaFolderRequest><xelMediaFolder/></xelMediaFolderRequest>"));
+        QVERIFY(
+            !requests::folderCreation("<xelMediaFolderRequest><xelMediaFolder/></xelMediaFolderRequest>"));
         QVERIFY(!requests::folderUpdate(
             "<xelMediaFolderRequest><xelMediaFolder id=\"a\"/></xelMediaFolderRequest>"));
         QVERIFY(!requests::folderUpdate("<xelMediaFolder><enabled>True</enabled></xelMediaFolder>"));
@@ -176,8 +185,10 @@ private slots:
         QCOMPARE(q(submission->path), QStringLiteral("/a/b.mov"));
         QCOMPARE(q(submission->profile), QStringLiteral("p-1"));
         QVERIFY(!requests::jobSubmission("<job/>"));
-        QCOMPARE(q(*requests::jobState("<jobStatus><state>CANCELLED</state></jobStatus>")), QStringLiteral("CANCELLED"));
-        QCOMPARE(q(*requests::jobState("<jobStatus><state>SUBMITTED</state></jobStatus>")), QStringLiteral("SUBMITTED"));
+        QCOMPARE(q(*requests::jobState("<jobStatus><state>CANCELLED</state></jobStatus>")),
+                 QStringLiteral("CANCELLED"));
+        QCOMPARE(q(*requests::jobState("<jobStatus><state>SUBMITTED</state></jobStatus>")),
+                 QStringLiteral("SUBMITTED"));
         QVERIFY(!requests::jobState("<jobStatus><state>COMPLETED</state></jobStatus>"));
         QVERIFY(!requests::jobState("<jobStatus/>"));
         QVERIFY(!requests::jobState("<jobInfo><state>CANCELLED</state></jobInfo>"));
@@ -186,7 +197,8 @@ private slots:
     void deviceStatusIsRead()
     {
         const auto status = requests::deviceStatus(
-            "<?xml version=\"1.0\" encoding=\"utf-8\" standalone=\"yes\"?>\n<deviceStatus>\n <volumeName>CARD 1</volumeName>\n"
+            "<?xml version=\"1.0\" encoding=\"utf-8\" standalone=\"yes\"?>\n<deviceStatus>\n "
+            "<volumeName>CARD 1</volumeName>\n"
             " <volumeType>-2</volumeType>\n <volumeAction>1</volumeAction>\n</deviceStatus>\n");
         QVERIFY(status);
         QCOMPARE(q(status->volumeName), QStringLiteral("CARD 1"));
@@ -201,23 +213,27 @@ private slots:
     {
         const auto profile = profiledocument::fromRequest(
             profileRequest("<profileName>Dailies</profileName><profileTag></profileTag>",
-                "<profileSettings><future a=\"1\">x</future></profileSettings>"),
+                           "<profileSettings><future a=\"1\">x</future></profileSettings>"),
             "guid-1");
         QVERIFY(profile);
         QCOMPARE(q(profile->name), QStringLiteral("Dailies"));
         QCOMPARE(q(profile->id), QStringLiteral("guid-1"));
-        QCOMPARE(q(profile->document),
-            QStringLiteral("<profile>\n <version>200</version>\n <profileDetail>\n"
-                           "  <profileName>Dailies</profileName>\n  <profileGUID>guid-1</profileGUID>\n  <profileTag />\n"
-                           " </profileDetail>\n <profileSettings>\n  <future a=\"1\">x</future>\n </profileSettings>\n"
-                           "</profile>\n"));
+        QCOMPARE(
+            q(profile->document),
+            QStringLiteral(
+                "<profile>\n <version>200</version>\n <profileDetail>\n"
+                "  <profileName>Dailies</profileName>\n  <profileGUID>guid-1</profileGUID>\n  <profileTag "
+                "/>\n"
+                " </profileDetail>\n <profileSettings>\n  <future a=\"1\">x</future>\n </profileSettings>\n"
+                "</profile>\n"));
     }
 
     void profileGuidOfTheClientIsReplaced()
     {
-        const auto profile = profiledocument::fromRequest(
-            profileRequest("<profileName>A</profileName><profileGUID>mine</profileGUID><profileGUID>again</profileGUID>"),
-            "ours");
+        const auto profile =
+            profiledocument::fromRequest(profileRequest("<profileName>A</profileName><profileGUID>mine</"
+                                                        "profileGUID><profileGUID>again</profileGUID>"),
+                                         "ours");
         QVERIFY(profile);
         QVERIFY(profile->document.find("mine") == std::string::npos);
         QVERIFY(profile->document.find("again") == std::string::npos);
@@ -244,7 +260,8 @@ private slots:
             deep += "<b/>";
         for (int i = 0; i < 50; ++i)
             deep += "</a>";
-        const auto profile = profiledocument::fromRequest(profileRequest("<profileName>A</profileName>", deep), "g");
+        const auto profile =
+            profiledocument::fromRequest(profileRequest("<profileName>A</profileName>", deep), "g");
         QVERIFY(!profile);
         QCOMPARE(profile.refusal().status, 413);
     }
@@ -252,10 +269,11 @@ private slots:
     void profileWithUnknownActivityOrRelativeCopyFolderIsRefused()
     {
         const std::string name = "<profileName>A</profileName>";
-        QVERIFY(!profiledocument::fromRequest(profileRequest(name, activities("<activity id=\"burn\"/>")), "g"));
+        QVERIFY(
+            !profiledocument::fromRequest(profileRequest(name, activities("<activity id=\"burn\"/>")), "g"));
         const auto copy = [](const std::string& path) {
-            return activities("<activity id=\"copy\" name=\"Copy 1\"><destinationDetail><filesystemPath>" + path
-                + "</filesystemPath></destinationDetail></activity>");
+            return activities("<activity id=\"copy\" name=\"Copy 1\"><destinationDetail><filesystemPath>" +
+                              path + "</filesystemPath></destinationDetail></activity>");
         };
         QVERIFY(!profiledocument::fromRequest(profileRequest(name, copy("media")), "g"));
         QVERIFY(!profiledocument::fromRequest(profileRequest(name, copy("")), "g"));
@@ -265,18 +283,20 @@ private slots:
     void recipeHoldsSettingsAndActivitiesInOrder()
     {
         const auto profile = profiledocument::fromRequest(
-            profileRequest("<profileName>A</profileName>",
-                "<profileSettings><binDetail/></profileSettings>"
-                    + activities("<activity id=\"copy\" name=\"Copy 1\"><destinationDetail>"
-                                 "<filesystemPath>/one</filesystemPath><relinkAfterCopy>true</relinkAfterCopy>"
-                                 "<autoCheckin>True</autoCheckin></destinationDetail></activity>"
-                                 "<activity id=\"transcode\" name=\"Transcode \"/>"
-                                 "<activity id=\"consolidate\" name=\"Consolidate\"/>")),
+            profileRequest(
+                "<profileName>A</profileName>",
+                "<profileSettings><binDetail/></profileSettings>" +
+                    activities("<activity id=\"copy\" name=\"Copy 1\"><destinationDetail>"
+                               "<filesystemPath>/one</filesystemPath><relinkAfterCopy>true</relinkAfterCopy>"
+                               "<autoCheckin>True</autoCheckin></destinationDetail></activity>"
+                               "<activity id=\"transcode\" name=\"Transcode \"/>"
+                               "<activity id=\"consolidate\" name=\"Consolidate\"/>")),
             "g");
         QVERIFY(profile);
         const auto recipe = profiledocument::recipe(*profile);
         QVERIFY(recipe);
-        QCOMPARE(q(recipe->settings), QStringLiteral("<profileSettings>\n <binDetail />\n</profileSettings>\n"));
+        QCOMPARE(q(recipe->settings),
+                 QStringLiteral("<profileSettings>\n <binDetail />\n</profileSettings>\n"));
         QCOMPARE(recipe->activities.size(), std::size_t(3));
         QVERIFY(recipe->activities[0].kind == ActivityRecipe::Kind::Copy);
         QCOMPARE(q(recipe->activities[0].destination), QStringLiteral("/one"));
@@ -303,25 +323,30 @@ private slots:
     void folderAnswersAreWritten()
     {
         FolderRecord record{"f000001", "/a & <b>/", "/a & <b>", "p", true};
-        QCOMPARE(q(answers::folderDetail({record, {"/o/1-x.xel"}})),
-            q(kDeclaration
-                + "<xelMediaFolder id=\"f000001\">\n <path>/a &amp; &lt;b&gt;/</path>\n <profile>p</profile>\n"
-                  " <enabled>true</enabled>\n <outputXELFiles>\n  <fileName>/o/1-x.xel</fileName>\n </outputXELFiles>\n"
-                  "</xelMediaFolder>\n"));
+        QCOMPARE(
+            q(answers::folderDetail({record, {"/o/1-x.xel"}})),
+            q(kDeclaration +
+              "<xelMediaFolder id=\"f000001\">\n <path>/a &amp; &lt;b&gt;/</path>\n <profile>p</profile>\n"
+              " <enabled>true</enabled>\n <outputXELFiles>\n  <fileName>/o/1-x.xel</fileName>\n "
+              "</outputXELFiles>\n"
+              "</xelMediaFolder>\n"));
         QCOMPARE(q(answers::folderList({record}, "http://localhost:58885/KRXService")),
-            q(kDeclaration
-                + "<xelMediaFolderList>\n <xelMediaFolderURI>http://localhost:58885/KRXService/xelmediafolders/f000001"
-                  "</xelMediaFolderURI>\n</xelMediaFolderList>\n"));
+                 q(kDeclaration +
+                   "<xelMediaFolderList>\n "
+                   "<xelMediaFolderURI>http://localhost:58885/KRXService/xelmediafolders/f000001"
+                   "</xelMediaFolderURI>\n</xelMediaFolderList>\n"));
         QCOMPARE(q(answers::folderList({}, "x")), q(kDeclaration + "<xelMediaFolderList />\n"));
     }
 
     void folderWithoutOutputsHasAnEmptyList()
     {
         const auto text = answers::folderDetailList({{{"f1", "/a", "/a", "", false}, {}}});
-        QCOMPARE(q(text),
-            q(kDeclaration
-                + "<xelMediaFolderDetailList>\n <xelMediaFolder id=\"f1\">\n  <path>/a</path>\n  <profile />\n"
-                  "  <enabled>false</enabled>\n  <outputXELFiles />\n </xelMediaFolder>\n</xelMediaFolderDetailList>\n"));
+        QCOMPARE(
+            q(text),
+            q(kDeclaration +
+              "<xelMediaFolderDetailList>\n <xelMediaFolder id=\"f1\">\n  <path>/a</path>\n  <profile />\n"
+              "  <enabled>false</enabled>\n  <outputXELFiles />\n "
+              "</xelMediaFolder>\n</xelMediaFolderDetailList>\n"));
     }
 
     void jobAnswersAreWritten()
@@ -336,26 +361,30 @@ private slots:
         job.state = jobstate::kFailed;
         job.message = "why";
         QCOMPARE(q(answers::jobStatusList({job})),
-            q(kDeclaration
-                + "<jobStatusList>\n <jobStatus>\n  <id>j000001</id>\n  <state>FAILED</state>\n"
-                  "  <complete>true</complete>\n  <percentComplete>0</percentComplete>\n  <message>why</message>\n"
-                  " </jobStatus>\n</jobStatusList>\n"));
-        QCOMPARE(q(answers::jobInfo({job, {"/o/j/1-a.xel"}})),
-            q(kDeclaration
-                + "<jobInfo>\n <id>j000001</id>\n <path>/a.mov</path>\n <profile>p</profile>\n <groupID>manual</groupID>\n"
-                  " <groupName>Manual jobs</groupName>\n <outputXELFiles>\n  <fileName>/o/j/1-a.xel</fileName>\n"
-                  " </outputXELFiles>\n <message>why</message>\n</jobInfo>\n"));
+                 q(kDeclaration +
+                   "<jobStatusList>\n <jobStatus>\n  <id>j000001</id>\n  <state>FAILED</state>\n"
+                   "  <complete>true</complete>\n  <percentComplete>0</percentComplete>\n  "
+                   "<message>why</message>\n"
+                   " </jobStatus>\n</jobStatusList>\n"));
+        QCOMPARE(
+            q(answers::jobInfo({job, {"/o/j/1-a.xel"}})),
+            q(kDeclaration +
+              "<jobInfo>\n <id>j000001</id>\n <path>/a.mov</path>\n <profile>p</profile>\n "
+              "<groupID>manual</groupID>\n"
+              " <groupName>Manual jobs</groupName>\n <outputXELFiles>\n  <fileName>/o/j/1-a.xel</fileName>\n"
+              " </outputXELFiles>\n <message>why</message>\n</jobInfo>\n"));
     }
 
     void activityIsWritten()
     {
         QCOMPARE(q(answers::activity(true, {"bad"}, {"f1"}, "http://h/KRXService")),
-            q(kDeclaration
-                + "<activity>\n <status>StatusActive</status>\n <errorMessage>bad</errorMessage>\n <outputReadyFolder>\n"
-                  "  <folderURI>http://h/KRXService/xelmediafolders/f1</folderURI>\n  <outputReady>true</outputReady>\n"
-                  " </outputReadyFolder>\n</activity>\n"));
+                 q(kDeclaration + "<activity>\n <status>StatusActive</status>\n "
+                                  "<errorMessage>bad</errorMessage>\n <outputReadyFolder>\n"
+                                  "  <folderURI>http://h/KRXService/xelmediafolders/f1</folderURI>\n  "
+                                  "<outputReady>true</outputReady>\n"
+                                  " </outputReadyFolder>\n</activity>\n"));
         QCOMPARE(q(answers::activity(false, {}, {}, "x")),
-            q(kDeclaration + "<activity>\n <status>StatusIdle</status>\n</activity>\n"));
+                 q(kDeclaration + "<activity>\n <status>StatusIdle</status>\n</activity>\n"));
     }
 
     void carriageReturnsAreWrittenAsReferences()
@@ -372,8 +401,8 @@ private slots:
     void whatXmlCannotCarryIsReplacedNeverSent()
     {
         const std::string text = answers::errorList({std::string("a\x01") + "b\xFF"});
-        QCOMPARE(q(text),
-            q(kDeclaration + "<errorList>\n <errorMessage>a\xEF\xBF\xBD" + "b\xEF\xBF\xBD</errorMessage>\n</errorList>\n"));
+        QCOMPARE(q(text), q(kDeclaration + "<errorList>\n <errorMessage>a\xEF\xBF\xBD" +
+                            "b\xEF\xBF\xBD</errorMessage>\n</errorList>\n"));
     }
 
     void outputDocumentSaysAllThatIsKnown()
@@ -401,19 +430,24 @@ private slots:
         ActivityRecipe copy;
         copy.autoCheckin = true;
         facts.profile.activities = {copy};
-        QCOMPARE(q(outputdocument::write(facts)),
-            q(kDeclaration
-                + "<xel>\n <version>1</version>\n <id>one</id>\n <created>2024-01-02T03:04:05.678Z</created>\n"
-                  " <folder id=\"f1\">/in/</folder>\n <clip>\n  <name>a.b</name>\n  <path>/copy/a.b.mov</path>\n"
-                  "  <size>10</size>\n  <modified>1970-01-01T00:00:02.500Z</modified>\n"
-                  "  <checksum method=\"xxh3-64\">aa</checksum>\n </clip>\n <source>\n  <path>/in/a.b.mov</path>\n"
-                  "  <size>10</size>\n  <modified>1970-01-01T00:00:01.500Z</modified>\n"
-                  "  <checksum method=\"xxh3-64\">aa</checksum>\n </source>\n <media>\n  <kind>video</kind>\n"
-                  "  <format>mov</format>\n  <stream index=\"0\" type=\"video\">\n   <codec>prores</codec>\n"
-                  "   <width>1920</width>\n   <height>1080</height>\n   <frameRate>25/1</frameRate>\n  </stream>\n"
-                  " </media>\n <profile>\n  <profileName>P &amp; Q</profileName>\n  <profileGUID>p</profileGUID>\n"
-                  "  <profileSettings>\n   <binDetail />\n  </profileSettings>\n  <autoCheckin>true</autoCheckin>\n"
-                  " </profile>\n</xel>\n"));
+        QCOMPARE(
+            q(outputdocument::write(facts)),
+            q(kDeclaration +
+              "<xel>\n <version>1</version>\n <id>one</id>\n <created>2024-01-02T03:04:05.678Z</created>\n"
+              " <folder id=\"f1\">/in/</folder>\n <clip>\n  <name>a.b</name>\n  <path>/copy/a.b.mov</path>\n"
+              "  <size>10</size>\n  <modified>1970-01-01T00:00:02.500Z</modified>\n"
+              "  <checksum method=\"xxh3-64\">aa</checksum>\n </clip>\n <source>\n  "
+              "<path>/in/a.b.mov</path>\n"
+              "  <size>10</size>\n  <modified>1970-01-01T00:00:01.500Z</modified>\n"
+              "  <checksum method=\"xxh3-64\">aa</checksum>\n </source>\n <media>\n  <kind>video</kind>\n"
+              "  <format>mov</format>\n  <stream index=\"0\" type=\"video\">\n   <codec>prores</codec>\n"
+              "   <width>1920</width>\n   <height>1080</height>\n   <frameRate>25/1</frameRate>\n  "
+              "</stream>\n"
+              " </media>\n <profile>\n  <profileName>P &amp; Q</profileName>\n  "
+              "<profileGUID>p</profileGUID>\n"
+              "  <profileSettings>\n   <binDetail />\n  </profileSettings>\n  "
+              "<autoCheckin>true</autoCheckin>\n"
+              " </profile>\n</xel>\n"));
     }
 
     void idsAreLettersDigitsAndHyphens()

@@ -20,7 +20,8 @@ private slots:
         QString script = QStringLiteral("set -euo pipefail\n");
         int blocks = 0;
         const QRegularExpression block(QStringLiteral("^```sh\n(.*?)^```$"),
-            QRegularExpression::MultilineOption | QRegularExpression::DotMatchesEverythingOption);
+                                       QRegularExpression::MultilineOption |
+                                           QRegularExpression::DotMatchesEverythingOption);
         auto matches = block.globalMatch(QString::fromUtf8(page.readAll()));
         while (matches.hasNext()) {
             script += matches.next().captured(1);
@@ -32,7 +33,8 @@ private slots:
         ServiceProgram service;
         QVERIFY(service.start(folder.filePath(QStringLiteral("data"))));
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("KRX"), QStringLiteral("http://localhost:%1/KRXService").arg(service.port()));
+        environment.insert(QStringLiteral("KRX"),
+                           QStringLiteral("http://localhost:%1/KRXService").arg(service.port()));
         environment.insert(QStringLiteral("WATCH"), folder.filePath(QStringLiteral("watch here")));
         QProcess shell;
         shell.setProcessEnvironment(environment);

@@ -13,7 +13,9 @@ RequestHead get(const std::string& target = "/KRXService/activity")
 
 RequestHead post(const std::string& type = "application/xml", const std::string& length = "10")
 {
-    return {"POST", "/KRXService/jobs", {{"Host", "localhost:58885"}, {"Content-Type", type}, {"Content-Length", length}}};
+    return {"POST",
+            "/KRXService/jobs",
+            {{"Host", "localhost:58885"}, {"Content-Type", type}, {"Content-Length", length}}};
 }
 
 RequestHead with(RequestHead head, const std::string& name, const std::string& value)
@@ -40,8 +42,8 @@ private slots:
     void requestsOfProgramsOnThisMachinePass()
     {
         QCOMPARE(status(get()), 200);
-        for (const char* type : {"application/xml", "text/xml", "Text/XML; charset=UTF-8", "application/soap+xml",
-                 "application/xml;charset=\"utf-8\""})
+        for (const char* type : {"application/xml", "text/xml", "Text/XML; charset=UTF-8",
+                                 "application/soap+xml", "application/xml;charset=\"utf-8\""})
             QCOMPARE(status(post(type)), 200);
     }
 
@@ -49,12 +51,13 @@ private slots:
     {
         QTest::addColumn<QByteArray>("host");
         QTest::addColumn<bool>("legal");
-        for (const char* host : {"localhost", "localhost:58885", "LocalHost:1", "127.0.0.1", "127.0.0.1:65535", "[::1]",
-                 "[::1]:58885"})
+        for (const char* host : {"localhost", "localhost:58885", "LocalHost:1", "127.0.0.1",
+                                 "127.0.0.1:65535", "[::1]", "[::1]:58885"})
             QTest::newRow(host) << QByteArray(host) << true;
-        for (const char* host : {"", "evil.example", "localhost.evil.example", "evil.example:58885", "localhost:",
-                 "localhost:0", "localhost:65536", "localhost:-1", "localhost:1x", "127.0.0.1.evil.example", "127.0.0.2",
-                 "[::2]", "localhost@evil.example", "localhost, evil", "0.0.0.0:58885", "192.168.0.1"})
+        for (const char* host :
+             {"", "evil.example", "localhost.evil.example", "evil.example:58885", "localhost:", "localhost:0",
+              "localhost:65536", "localhost:-1", "localhost:1x", "127.0.0.1.evil.example", "127.0.0.2",
+              "[::2]", "localhost@evil.example", "localhost, evil", "0.0.0.0:58885", "192.168.0.1"})
             QTest::newRow(*host ? host : "(empty)") << QByteArray(host) << false;
     }
     void hostMustBeThisMachine()
@@ -65,19 +68,14 @@ private slots:
         QCOMPARE(status({"GET", "/KRXService/activity", {{"Host", host.toStdString()}}}), legal ? 200 : 403);
     }
 
-    void missingHostIsRefused()
-    {
-        QCOMPARE(status({"GET", "/KRXService/activity", {}}), 400);
-    }
+    void missingHostIsRefused() { QCOMPARE(status({"GET", "/KRXService/activity", {}}), 400); }
 
-    void doubledHostIsRefused()
-    {
-        QCOMPARE(status(with(get(), "host", "localhost:58885")), 400);
-    }
+    void doubledHostIsRefused() { QCOMPARE(status(with(get(), "host", "localhost:58885")), 400); }
 
     void foreignOriginIsRefused()
     {
-        for (const char* origin : {"http://evil.example", "null", "http://localhost:3000", "https://localhost:58885", ""})
+        for (const char* origin :
+             {"http://evil.example", "null", "http://localhost:3000", "https://localhost:58885", ""})
             QCOMPARE(status(with(get(), "Origin", origin)), 403);
         QCOMPARE(status(with(get(), "Origin", "http://localhost:58885")), 200);
     }
@@ -93,7 +91,8 @@ private slots:
     void bodiesNotDeclaredAsXmlAreRefused()
     {
         for (const char* type : {"", "text/plain", "multipart/form-data", "application/x-www-form-urlencoded",
-                 "application/json", "application/xmlx", "application/+xml", "text/html", "application/xml; charset=utf-16"})
+                                 "application/json", "application/xmlx", "application/+xml", "text/html",
+                                 "application/xml; charset=utf-16"})
             QCOMPARE(status(post(type)), 415);
         RequestHead none = post();
         none.headers.erase(none.headers.begin() + 1);
@@ -170,14 +169,15 @@ private slots:
         QCOMPARE(target->segments, (std::vector<std::string>{"jobs", "detail"}));
         QCOMPARE(target->query.at("kind"), std::string("manual"));
         QCOMPARE(target->query.at("filter"), std::string("true"));
-        QCOMPARE(httpguard::split("/KRXService/profiles/")->segments, (std::vector<std::string>{"profiles", ""}));
+        QCOMPARE(httpguard::split("/KRXService/profiles/")->segments,
+                 (std::vector<std::string>{"profiles", ""}));
     }
 
     void urlsInAnswersFollowTheHostOfTheRequest()
     {
         QCOMPARE(httpguard::baseUrl(get()), std::string("http://localhost:58885/KRXService"));
         QCOMPARE(httpguard::baseUrl({"GET", "/", {{"HOST", "127.0.0.1:1234"}}}),
-            std::string("http://127.0.0.1:1234/KRXService"));
+                 std::string("http://127.0.0.1:1234/KRXService"));
     }
 };
 

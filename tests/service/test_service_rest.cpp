@@ -36,13 +36,13 @@ class TestServiceRest : public QObject
     /// All that a refused request must leave alone.
     QByteArray state() const
     {
-        return m_service.get("xelmediafolders?level=detail").body + m_service.get("profiles?level=detail").body
-            + m_service.get("jobs/detail").body;
+        return m_service.get("xelmediafolders?level=detail").body +
+               m_service.get("profiles?level=detail").body + m_service.get("jobs/detail").body;
     }
     static bool isRefusal(const Reply& reply, int status)
     {
-        return reply.status == status && reply.header("Content-Type").startsWith("text/plain")
-            && reply.body.size() > 1 && reply.body.count('\n') == 1 && reply.body.endsWith('\n');
+        return reply.status == status && reply.header("Content-Type").startsWith("text/plain") &&
+               reply.body.size() > 1 && reply.body.count('\n') == 1 && reply.body.endsWith('\n');
     }
 
 private slots:
@@ -56,7 +56,7 @@ private slots:
     {
         QVERIFY(!m_default.isEmpty());
         QCOMPARE(m_service.get("profiles").texts(s("profileURI")),
-            QStringList{QStringLiteral("http://localhost:58885/KRXService/profiles/") + m_default});
+                 QStringList{QStringLiteral("http://localhost:58885/KRXService/profiles/") + m_default});
         const Reply reply = m_service.get("profiles/" + m_default.toUtf8());
         QCOMPARE(reply.status, 200);
         QVERIFY(reply.header("Content-Type").startsWith("application/xml"));
@@ -88,23 +88,26 @@ private slots:
         QCOMPARE(read.text(s("enabled")), s("false"));
         QVERIFY(m_service.get("xelmediafolders?level=detail").body.contains("id=\"" + id + "\""));
 
-        const Reply changed = m_service.put("xelmediafolders/" + id,
-            ModuleDocument::updateFolder(QString::fromUtf8(id), path, m_default, s("true")));
+        const Reply changed =
+            m_service.put("xelmediafolders/" + id,
+                          ModuleDocument::updateFolder(QString::fromUtf8(id), path, m_default, s("true")));
         QCOMPARE(changed.status, 200);
         QCOMPARE(m_service.get("xelmediafolders/" + id).text(s("enabled")), s("true"));
 
         QCOMPARE(m_service.remove("xelmediafolders/" + id).status, 200);
         QVERIFY(isRefusal(m_service.get("xelmediafolders/" + id), 404));
         QVERIFY(isRefusal(m_service.remove("xelmediafolders/" + id), 404));
-        QVERIFY(isRefusal(m_service.put("xelmediafolders/" + id,
-                              ModuleDocument::updateFolder(QString::fromUtf8(id), path, m_default, s("true"))),
+        QVERIFY(isRefusal(
+            m_service.put("xelmediafolders/" + id,
+                          ModuleDocument::updateFolder(QString::fromUtf8(id), path, m_default, s("true"))),
             404));
     }
 
     void pathComesBackExactlyAsItWasSent()
     {
-        for (const QString& name : {s("  leading blanks"), s("emoji \xF0\x9F\x8E\xAC"), s("\xD7\xA9\xD7\x9C\xD7\x95\xD7\x9D"),
-                 s("a & <b> \"c\" 'd'"), s("per%cent"), s("slash/")}) {
+        for (const QString& name :
+             {s("  leading blanks"), s("emoji \xF0\x9F\x8E\xAC"), s("\xD7\xA9\xD7\x9C\xD7\x95\xD7\x9D"),
+              s("a & <b> \"c\" 'd'"), s("per%cent"), s("slash/")}) {
             const QString path = m_folder.filePath(QStringLiteral("paths/")) + name;
             QVERIFY(QDir().mkpath(path));
             const QString id = m_service.addFolder(path, m_default, false);
@@ -118,13 +121,16 @@ private slots:
     void folderWithoutProfileMayExistWhileItIsDisabled()
     {
         const QString path = newDirectory();
-        QVERIFY(isRefusal(m_service.post("xelmediafolders", ModuleDocument::createFolder(path, QString(), true)), 400));
+        QVERIFY(isRefusal(
+            m_service.post("xelmediafolders", ModuleDocument::createFolder(path, QString(), true)), 400));
         const QString id = m_service.addFolder(path, QString(), false);
         QVERIFY(!id.isEmpty());
         const QByteArray url = "xelmediafolders/" + id.toUtf8();
-        QVERIFY(isRefusal(m_service.put(url, ModuleDocument::updateFolder(id, path, QString(), s("true"))), 400));
+        QVERIFY(
+            isRefusal(m_service.put(url, ModuleDocument::updateFolder(id, path, QString(), s("true"))), 400));
         QCOMPARE(m_service.get(url).text(s("enabled")), s("false"));
-        QCOMPARE(m_service.put(url, ModuleDocument::updateFolder(id, path, m_default, s("true"))).status, 200);
+        QCOMPARE(m_service.put(url, ModuleDocument::updateFolder(id, path, m_default, s("true"))).status,
+                 200);
     }
 
     void updateLeavesWhatTheDocumentDoesNotName()
@@ -132,7 +138,8 @@ private slots:
         const QString path = newDirectory();
         const QString id = m_service.addFolder(path, m_default, true);
         const Reply reply = m_service.put("xelmediafolders/" + id.toUtf8(),
-            "<xelMediaFolder id=\"" + id.toUtf8() + "\"><enabled>false</enabled></xelMediaFolder>");
+                                          "<xelMediaFolder id=\"" + id.toUtf8() +
+                                              "\"><enabled>false</enabled></xelMediaFolder>");
         QCOMPARE(reply.status, 200);
         QCOMPARE(reply.text(s("path")), path);
         QCOMPARE(reply.text(s("profile")), m_default);
@@ -170,12 +177,18 @@ private slots:
         QVERIFY(isRefusal(create(m_folder.filePath(QStringLiteral("data/output"))), 400));
         QVERIFY(isRefusal(create(m_folder.path()), 400));
         QVERIFY(isRefusal(create(QStringLiteral("/")), 400));
-        QVERIFY(isRefusal(m_service.post("xelmediafolders", ModuleDocument::createFolder(path, s("none"))), 400));
+        QVERIFY(
+            isRefusal(m_service.post("xelmediafolders", ModuleDocument::createFolder(path, s("none"))), 400));
         const QByteArray url = "xelmediafolders/" + id.toUtf8();
-        QVERIFY(isRefusal(m_service.put(url, ModuleDocument::updateFolder(s("f999999"), taken, m_default, s("true"))), 400));
-        QVERIFY(isRefusal(m_service.put(url, ModuleDocument::updateFolder(id, taken, s("none"), s("true"))), 400));
-        QVERIFY(isRefusal(m_service.put(url, ModuleDocument::updateFolder(id, s("x"), m_default, s("true"))), 400));
-        QVERIFY(isRefusal(m_service.put(url, ModuleDocument::updateFolder(id, taken, m_default, s("yes"))), 400));
+        QVERIFY(isRefusal(
+            m_service.put(url, ModuleDocument::updateFolder(s("f999999"), taken, m_default, s("true"))),
+            400));
+        QVERIFY(isRefusal(m_service.put(url, ModuleDocument::updateFolder(id, taken, s("none"), s("true"))),
+                          400));
+        QVERIFY(isRefusal(m_service.put(url, ModuleDocument::updateFolder(id, s("x"), m_default, s("true"))),
+                          400));
+        QVERIFY(
+            isRefusal(m_service.put(url, ModuleDocument::updateFolder(id, taken, m_default, s("yes"))), 400));
         QVERIFY(isRefusal(m_service.put(url, ModuleDocument::createFolder(taken, m_default)), 400));
         QCOMPARE(state(), before);
     }
@@ -200,7 +213,8 @@ private slots:
         QCOMPARE(read.text(s("profileCreatedTimestamp")), s("2024-03-05T14:07:09"));
         QCOMPARE(read.text(s("binExplicitName")), s("Rushes"));
         QCOMPARE(m_service.get("profiles").texts(s("profileURI")).size(), 2);
-        QVERIFY(isRefusal(m_service.post("profiles", ModuleDocument::createProfile(s("Rushes & more"))), 409));
+        QVERIFY(
+            isRefusal(m_service.post("profiles", ModuleDocument::createProfile(s("Rushes & more"))), 409));
         QCOMPARE(m_service.remove("profiles/" + id).status, 200);
         QVERIFY(isRefusal(m_service.remove("profiles/" + id), 404));
         QVERIFY(isRefusal(m_service.get("profiles/" + id), 404));
@@ -227,14 +241,17 @@ private slots:
         const QByteArray before = state();
         QVERIFY(isRefusal(m_service.post("profiles", ModuleDocument::createProfile(QString())), 400));
         QVERIFY(isRefusal(m_service.post("profiles", "<profileRequest/>"), 400));
-        QVERIFY(isRefusal(m_service.post("profiles", ModuleDocument::createProfile(s("X"), "<activity id=\"burn\"/>")), 400));
+        QVERIFY(isRefusal(
+            m_service.post("profiles", ModuleDocument::createProfile(s("X"), "<activity id=\"burn\"/>")),
+            400));
         QVERIFY(isRefusal(m_service.put("profiles/" + m_default.toUtf8(), "<profile/>"), 405));
         QCOMPARE(state(), before);
     }
 
     void manualJobRunsAndIsListedUntilItIsRemoved()
     {
-        const Reply made = m_service.post("jobs", ModuleDocument::submitJob(TestMedia::file(s("movie.mov")), m_default));
+        const Reply made =
+            m_service.post("jobs", ModuleDocument::submitJob(TestMedia::file(s("movie.mov")), m_default));
         QCOMPARE(made.status, 201);
         const QString id = made.text(s("id"));
         QCOMPARE(made.text(s("path")), TestMedia::file(s("movie.mov")));
@@ -275,10 +292,12 @@ private slots:
     void failedJobSaysWhyAndCanBeTriedAgain()
     {
         const QString to = m_folder.filePath(QStringLiteral("destination"));
-        m_service.post("profiles", ModuleDocument::createProfile(s("Copying"), ModuleDocument::copyActivity(to, true)));
+        m_service.post("profiles",
+                       ModuleDocument::createProfile(s("Copying"), ModuleDocument::copyActivity(to, true)));
         const QString profile = m_service.profileId(s("Copying"));
-        const QString id
-            = m_service.post("jobs", ModuleDocument::submitJob(TestMedia::file(s("sound.wav")), profile)).text(s("id"));
+        const QString id =
+            m_service.post("jobs", ModuleDocument::submitJob(TestMedia::file(s("sound.wav")), profile))
+                .text(s("id"));
         QTRY_COMPARE_WITH_TIMEOUT(m_service.jobState(id), s("FAILED"), kPatience);
         const Reply status = m_service.get("jobs/status?filter=true");
         QCOMPARE(status.text(s("complete")), s("true"));
@@ -288,7 +307,8 @@ private slots:
         QVERIFY(m_service.get("jobs/" + id.toUtf8()).texts(s("fileName")).isEmpty());
         QVERIFY(!m_service.errors().filter(to).isEmpty());
 
-        QVERIFY(isRefusal(m_service.put("jobs/" + id.toUtf8(), ModuleDocument::jobState(s("CANCELLED"))), 409));
+        QVERIFY(
+            isRefusal(m_service.put("jobs/" + id.toUtf8(), ModuleDocument::jobState(s("CANCELLED"))), 409));
         QVERIFY(QDir().mkpath(to));
         const Reply again = m_service.put("jobs", ModuleDocument::jobState(s("SUBMITTED")));
         QCOMPARE(again.status, 200);
@@ -301,8 +321,9 @@ private slots:
 
     void cancellingWithoutAnIdCancelsTheUnfinishedJobsOnly()
     {
-        const QString done
-            = m_service.post("jobs", ModuleDocument::submitJob(TestMedia::file(s("sound.wav")), m_default)).text(s("id"));
+        const QString done =
+            m_service.post("jobs", ModuleDocument::submitJob(TestMedia::file(s("sound.wav")), m_default))
+                .text(s("id"));
         QTRY_COMPARE_WITH_TIMEOUT(m_service.jobState(done), s("COMPLETED"), kPatience);
         // A pipe that nobody writes to would be refused; a large directory keeps the job busy for a moment.
         const QString path = newDirectory();
@@ -316,7 +337,8 @@ private slots:
         QCOMPARE(m_service.jobState(done), s("COMPLETED"));
         QTRY_COMPARE_WITH_TIMEOUT(m_service.get("activity").text(s("status")), s("StatusIdle"), kPatience);
         QCOMPARE(m_service.jobState(busy), s("CANCELLED"));
-        QCOMPARE(m_service.put("jobs/" + busy.toUtf8(), ModuleDocument::jobState(s("SUBMITTED"))).status, 200);
+        QCOMPARE(m_service.put("jobs/" + busy.toUtf8(), ModuleDocument::jobState(s("SUBMITTED"))).status,
+                 200);
         QTRY_COMPARE_WITH_TIMEOUT(m_service.jobState(busy), s("COMPLETED"), 60000);
         QCOMPARE(m_service.get("jobs/" + busy.toUtf8()).texts(s("fileName")).size(), 60);
         m_service.remove("jobs/" + busy.toUtf8());
@@ -328,9 +350,11 @@ private slots:
         const QByteArray before = state();
         const QString file = TestMedia::file(s("sound.wav"));
         QVERIFY(isRefusal(m_service.post("jobs", ModuleDocument::submitJob(s("a.wav"), m_default)), 400));
-        QVERIFY(isRefusal(m_service.post("jobs", ModuleDocument::submitJob(file + QLatin1Char('x'), m_default)), 400));
+        QVERIFY(isRefusal(
+            m_service.post("jobs", ModuleDocument::submitJob(file + QLatin1Char('x'), m_default)), 400));
         QVERIFY(isRefusal(m_service.post("jobs", ModuleDocument::submitJob(s("/dev/null"), m_default)), 400));
-        QVERIFY(isRefusal(m_service.post("jobs", ModuleDocument::submitJob(m_folder.path(), m_default)), 400));
+        QVERIFY(
+            isRefusal(m_service.post("jobs", ModuleDocument::submitJob(m_folder.path(), m_default)), 400));
         QVERIFY(isRefusal(m_service.post("jobs", ModuleDocument::submitJob(file, s("none"))), 400));
         QVERIFY(isRefusal(m_service.post("jobs", "<jobInfo/>"), 400));
         QVERIFY(isRefusal(m_service.put("jobs", ModuleDocument::jobState(s("COMPLETED"))), 400));
@@ -370,8 +394,8 @@ private slots:
             QVERIFY(isRefusal(m_service.remove(collection), 404));
         }
         QVERIFY(isRefusal(m_service.put("xelmediafolders/",
-                              ModuleDocument::updateFolder(s("x"), s("/"), m_default, s("true"))),
-            404));
+                                        ModuleDocument::updateFolder(s("x"), s("/"), m_default, s("true"))),
+                          404));
     }
 
     void unknownResourcesMethodsAndLevelsAreRefused()
@@ -405,16 +429,21 @@ private slots:
         row("foreign Origin", get + host + "Origin: http://evil.example\r\n\r\n", 403);
         row("foreign page without Origin", get + host + "Sec-Fetch-Site: cross-site\r\n\r\n", 403);
         row("body not declared", post + "Content-Length: 4\r\n\r\n<a/>", 415);
-        row("body declared as a form", post + "Content-Type: text/plain\r\nContent-Length: 4\r\n\r\n<a/>", 415);
+        row("body declared as a form", post + "Content-Type: text/plain\r\nContent-Length: 4\r\n\r\n<a/>",
+            415);
         row("body of unknown length", post + xml + "\r\n", 411);
         row("body over 1 MB", post + xml + "Content-Length: 1048577\r\n\r\n", 413);
         row("chunked body over 1 MB",
-            post + xml + "Transfer-Encoding: chunked\r\n\r\n100001\r\n" + QByteArray(0x100001, 'x') + "\r\n0\r\n\r\n", 413);
+            post + xml + "Transfer-Encoding: chunked\r\n\r\n100001\r\n" + QByteArray(0x100001, 'x') +
+                "\r\n0\r\n\r\n",
+            413);
         row("document type", post + xml + "Content-Length: 17\r\n\r\n<!DOCTYPE a><a/> ", 400);
         const QByteArray deep = QByteArray("<a>").repeated(65) + QByteArray("</a>").repeated(65);
-        row("deep nesting", post + xml + "Content-Length: " + QByteArray::number(deep.size()) + "\r\n\r\n" + deep, 400);
+        row("deep nesting",
+            post + xml + "Content-Length: " + QByteArray::number(deep.size()) + "\r\n\r\n" + deep, 400);
         row("two dots", "GET /KRXService/xelmediafolders/../activity HTTP/1.1\r\n" + host + "\r\n", 400);
-        row("two dots in disguise", "GET /KRXService/xelmediafolders/%2e%2e HTTP/1.1\r\n" + host + "\r\n", 400);
+        row("two dots in disguise", "GET /KRXService/xelmediafolders/%2e%2e HTTP/1.1\r\n" + host + "\r\n",
+            400);
         row("backslash", "GET /KRXService/xelmediafolders/a\\b HTTP/1.1\r\n" + host + "\r\n", 400);
         row("NUL in disguise", "GET /KRXService/xelmediafolders/a%00 HTTP/1.1\r\n" + host + "\r\n", 400);
         row("other server in the request line", "GET http://evil.example/ HTTP/1.1\r\n" + host + "\r\n", 404);
@@ -433,13 +462,15 @@ private slots:
     void bodyOfARefusedRequestIsNeverTakenForARequest()
     {
         const QString id = m_service.addFolder(newDirectory(), m_default, false);
-        const QByteArray hidden = "DELETE /KRXService/xelmediafolders/" + id.toUtf8()
-            + " HTTP/1.1\r\nHost: localhost:58885\r\n\r\n";
+        const QByteArray hidden = "DELETE /KRXService/xelmediafolders/" + id.toUtf8() +
+                                  " HTTP/1.1\r\nHost: localhost:58885\r\n\r\n";
         for (const char* type : {"text/plain", "multipart/form-data", "multipart/form-data; boundary=x",
-                 "application/x-www-form-urlencoded"}) {
-            const QByteArray answers = m_service.rawAll("POST /KRXService/jobs HTTP/1.1\r\nHost: localhost:58885\r\n"
-                                                        "Content-Type: "
-                + QByteArray(type) + "\r\nContent-Length: " + QByteArray::number(hidden.size()) + "\r\n\r\n" + hidden);
+                                 "application/x-www-form-urlencoded"}) {
+            const QByteArray answers = m_service.rawAll(
+                "POST /KRXService/jobs HTTP/1.1\r\nHost: localhost:58885\r\n"
+                "Content-Type: " +
+                QByteArray(type) + "\r\nContent-Length: " + QByteArray::number(hidden.size()) + "\r\n\r\n" +
+                hidden);
             QCOMPARE(answers.count("HTTP/1.1 "), 1);
             QVERIFY(answers.startsWith("HTTP/1.1 415"));
         }
@@ -448,9 +479,11 @@ private slots:
 
     void brokenRequestsLeaveTheServiceAnswering()
     {
-        for (const QByteArray& bytes : {QByteArray("\r\n\r\n"), QByteArray("GARBAGE\r\n\r\n"), QByteArray("GET / HTTP/9.9\r\n\r\n"),
-                 QByteArray("GET /" + QByteArray(20000, 'a') + " HTTP/1.1\r\n\r\n"),
-                 QByteArray("GET /KRXService/activity HTTP/1.1\r\nHost: localhost\r\nX: " + QByteArray(70000, 'a') + "\r\n\r\n")})
+        for (const QByteArray& bytes :
+             {QByteArray("\r\n\r\n"), QByteArray("GARBAGE\r\n\r\n"), QByteArray("GET / HTTP/9.9\r\n\r\n"),
+              QByteArray("GET /" + QByteArray(20000, 'a') + " HTTP/1.1\r\n\r\n"),
+              QByteArray("GET /KRXService/activity HTTP/1.1\r\nHost: localhost\r\nX: " +
+                         QByteArray(70000, 'a') + "\r\n\r\n")})
             QVERIFY(m_service.raw(bytes).status != 200);
         QCOMPARE(m_service.get("activity").status, 200);
     }
@@ -466,8 +499,8 @@ private slots:
     void connectionIsKeptForManyRequests()
     {
         const QByteArray request = "GET /KRXService/activity HTTP/1.1\r\nHost: localhost:58885\r\n\r\n";
-        const QByteArray last
-            = "GET /KRXService/activity HTTP/1.1\r\nHost: localhost:58885\r\nConnection: close\r\n\r\n";
+        const QByteArray last =
+            "GET /KRXService/activity HTTP/1.1\r\nHost: localhost:58885\r\nConnection: close\r\n\r\n";
         QCOMPARE(m_service.rawAll(request.repeated(200) + last).count("HTTP/1.1 200 OK"), 201);
     }
 
@@ -482,7 +515,8 @@ private slots:
         const auto data = run({s("--port"), s("0"), s("--data"), m_folder.filePath(s("data"))});
         QCOMPARE(data.first, 3);
         QVERIFY(data.second.contains("in use"));
-        const auto port = run({s("--port"), QString::number(m_service.port()), s("--data"), m_folder.filePath(s("data2"))});
+        const auto port =
+            run({s("--port"), QString::number(m_service.port()), s("--data"), m_folder.filePath(s("data2"))});
         QCOMPARE(port.first, 3);
         QVERIFY(port.second.contains("in use") && port.second.contains(QByteArray::number(m_service.port())));
         const auto usage = run({s("--colour")});
@@ -504,10 +538,7 @@ private slots:
             QVERIFY2(line.size() > 31 && line[10] == 'T' && line[23] == 'Z', line.constData());
     }
 
-    void sigtermEndsTheServiceCleanly()
-    {
-        QCOMPARE(m_service.terminate(), 0);
-    }
+    void sigtermEndsTheServiceCleanly() { QCOMPARE(m_service.terminate(), 0); }
 };
 
 QTEST_GUILESS_MAIN(TestServiceRest)

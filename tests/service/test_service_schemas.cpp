@@ -19,42 +19,53 @@ QByteArray complaint(const char* schema, const QByteArray& document)
 {
     QProcess xmllint;
     xmllint.start(QStringLiteral("xmllint"),
-        {QStringLiteral("--noout"), QStringLiteral("--schema"),
-            QStringLiteral(KRX_SCHEMAS "/%1.xsd").arg(QLatin1String(schema)), QStringLiteral("-")});
+                  {QStringLiteral("--noout"), QStringLiteral("--schema"),
+                   QStringLiteral(KRX_SCHEMAS "/%1.xsd").arg(QLatin1String(schema)), QStringLiteral("-")});
     xmllint.write(document);
     xmllint.closeWriteChannel();
     xmllint.waitForFinished(kPatience);
     return xmllint.exitCode() == 0 ? QByteArray() : xmllint.readAllStandardError() + document;
 }
 
-const char* const kTranscode = "<activity id=\"transcode\" name=\"Transcode \"><outputDetail>"
+const char* const kTranscode =
+    "<activity id=\"transcode\" name=\"Transcode \"><outputDetail>"
     "<filesystemVideoVolume>/v</filesystemVideoVolume><filesystemAudioVolume>/a</filesystemAudioVolume>"
     "<outputTranscodeVideoProfile><videoIncludeReformattedContent>true</videoIncludeReformattedContent>"
-    "<applyColorTransformations>false</applyColorTransformations><videoProjectType>1080p/25</videoProjectType>"
-    "<videoColorSpace>YCbCr 709</videoColorSpace><videoRaster>1920x1080</videoRaster><encodingProfile></encodingProfile>"
+    "<applyColorTransformations>false</applyColorTransformations><videoProjectType>1080p/25</"
+    "videoProjectType>"
+    "<videoColorSpace>YCbCr "
+    "709</videoColorSpace><videoRaster>1920x1080</videoRaster><encodingProfile></encodingProfile>"
     "<videoDebayerSetting>0</videoDebayerSetting><videoCompressionType name=\"X\" "
-    "compressionID=\"00000000-0000-0000-00-00-00-00-00-00-00-00\" bitsPerComponent=\"8\" horizontalSubsampling=\"2\" "
-    "verticalSubsampling=\"1\" maxBitrate=\"1\" avgBitrate=\"1\" pictureItemPattern=\"0\">7</videoCompressionType>"
-    "</outputTranscodeVideoProfile><outputAudioProfile><audioSampleRate enabled=\"false\">48000</audioSampleRate>"
-    "<audioSampleWidth enabled=\"false\">24</audioSampleWidth><audioFormat enabled=\"true\">PCM  (MXF OP1a)</audioFormat>"
+    "compressionID=\"00000000-0000-0000-00-00-00-00-00-00-00-00\" bitsPerComponent=\"8\" "
+    "horizontalSubsampling=\"2\" "
+    "verticalSubsampling=\"1\" maxBitrate=\"1\" avgBitrate=\"1\" "
+    "pictureItemPattern=\"0\">7</videoCompressionType>"
+    "</outputTranscodeVideoProfile><outputAudioProfile><audioSampleRate "
+    "enabled=\"false\">48000</audioSampleRate>"
+    "<audioSampleWidth enabled=\"false\">24</audioSampleWidth><audioFormat enabled=\"true\">PCM  (MXF "
+    "OP1a)</audioFormat>"
     "</outputAudioProfile></outputDetail></activity>";
 
-const char* const kConsolidate = "<activity id=\"consolidate\" name=\"Consolidate\"><outputDetail>"
+const char* const kConsolidate =
+    "<activity id=\"consolidate\" name=\"Consolidate\"><outputDetail>"
     "<filesystemVideoVolume>/v</filesystemVideoVolume><filesystemAudioVolume>/a</filesystemAudioVolume>"
     "<outputConsolidateVideoProfile><videoSkipOnTarget>true</videoSkipOnTarget>"
     "<videoRelinkSkippedToTarget>false</videoRelinkSkippedToTarget>"
     "<performTranscodeIfConsolidateFails>false</performTranscodeIfConsolidateFails><transcodeOptions>"
     "<videoCompressionType name=\"X\">7</videoCompressionType><videoProjectType>a</videoProjectType>"
     "<videoColorSpace>b</videoColorSpace><videoRaster>c</videoRaster><encodingProfile>d</encodingProfile>"
-    "<videoDebayerSetting>0</videoDebayerSetting><videoIncludeReformattedContent>false</videoIncludeReformattedContent>"
-    "<applyColorTransformations>false</applyColorTransformations></transcodeOptions></outputConsolidateVideoProfile>"
+    "<videoDebayerSetting>0</videoDebayerSetting><videoIncludeReformattedContent>false</"
+    "videoIncludeReformattedContent>"
+    "<applyColorTransformations>false</applyColorTransformations></transcodeOptions></"
+    "outputConsolidateVideoProfile>"
     "<outputAudioProfile><audioSampleRate enabled=\"false\">48000</audioSampleRate>"
     "<audioSampleWidth enabled=\"false\">24</audioSampleWidth><audioFormat enabled=\"true\"></audioFormat>"
     "</outputAudioProfile></outputDetail></activity>";
 
 } // namespace
 
-/// Every document of the protocol against its schema, by a parser that is neither the service's nor the module's.
+/// Every document of the protocol against its schema, by a parser that is neither the service's nor the
+/// module's.
 class TestServiceSchemas : public QObject
 {
     Q_OBJECT
@@ -79,10 +90,15 @@ private slots:
         QVERIFY(QDir().mkpath(m_folder.filePath(s("to"))));
         const QByteArray copy = ModuleDocument::copyActivity(m_folder.filePath(s("to")), true);
         QCOMPARE(m_service.post("profiles", ModuleDocument::createProfile(s("Copy"), copy)).status, 201);
-        QCOMPARE(m_service.post("profiles", ModuleDocument::createProfile(s("All"), copy + kTranscode + kConsolidate)).status,
+        QCOMPARE(
+            m_service
+                .post("profiles", ModuleDocument::createProfile(s("All"), copy + kTranscode + kConsolidate))
+                .status,
             201);
         m_id = m_service.addFolder(watch, m_service.profileId(s("Copy")));
-        m_job = m_service.post("jobs", ModuleDocument::submitJob(TestMedia::file(s("movie.mov")), m_service.profileId(s("All"))))
+        m_job = m_service
+                    .post("jobs", ModuleDocument::submitJob(TestMedia::file(s("movie.mov")),
+                                                            m_service.profileId(s("All"))))
                     .text(s("id"));
         QTRY_COMPARE_WITH_TIMEOUT(m_service.jobState(m_job), s("FAILED"), kPatience);
         QTRY_COMPARE_WITH_TIMEOUT(m_service.outputs(m_id).size(), 3, kPatience);
@@ -93,7 +109,9 @@ private slots:
     {
         QTest::addColumn<QByteArray>("path");
         QTest::addColumn<QByteArray>("schema");
-        const auto row = [](const char* path, const char* schema) { QTest::newRow(path) << QByteArray(path) << QByteArray(schema); };
+        const auto row = [](const char* path, const char* schema) {
+            QTest::newRow(path) << QByteArray(path) << QByteArray(schema);
+        };
         row("xelmediafolders", "folders");
         row("xelmediafolders?level=detail", "folders");
         row("xelmediafolders?level=outputready", "folders");
@@ -130,14 +148,21 @@ private slots:
         const Reply folder = m_service.post("xelmediafolders", ModuleDocument::createFolder(path, profile));
         QCOMPARE(complaint("folders", folder.body), QByteArray());
         const QString id = folder.text(s("xelMediaFolderURI")).section(QLatin1Char('/'), -1);
-        QCOMPARE(complaint("folders",
-                     m_service.put("xelmediafolders/" + id.toUtf8(), ModuleDocument::updateFolder(id, path, profile, s("true"))).body),
+        QCOMPARE(complaint("folders", m_service
+                                          .put("xelmediafolders/" + id.toUtf8(),
+                                               ModuleDocument::updateFolder(id, path, profile, s("true")))
+                                          .body),
+                 QByteArray());
+        QCOMPARE(
+            complaint("profiles", m_service.post("profiles", ModuleDocument::createProfile(s("New"))).body),
             QByteArray());
-        QCOMPARE(complaint("profiles", m_service.post("profiles", ModuleDocument::createProfile(s("New"))).body), QByteArray());
-        QCOMPARE(complaint("jobs",
-                     m_service.post("jobs", ModuleDocument::submitJob(TestMedia::file(s("sound.wav")), profile)).body),
-            QByteArray());
-        QCOMPARE(complaint("jobs", m_service.put("jobs", ModuleDocument::jobState(s("SUBMITTED"))).body), QByteArray());
+        QCOMPARE(complaint("jobs", m_service
+                                       .post("jobs", ModuleDocument::submitJob(
+                                                         TestMedia::file(s("sound.wav")), profile))
+                                       .body),
+                 QByteArray());
+        QCOMPARE(complaint("jobs", m_service.put("jobs", ModuleDocument::jobState(s("SUBMITTED"))).body),
+                 QByteArray());
     }
 
     void outputDocumentsAreValid()
@@ -157,15 +182,19 @@ private slots:
     void requestsOfTheModuleAreValid()
     {
         QCOMPARE(complaint("folders", ModuleDocument::createFolder(s("D:/Watch"), s("12"))), QByteArray());
-        QCOMPARE(complaint("folders", ModuleDocument::updateFolder(s("f000001"), s("/a"), s("12"), s("true"))), QByteArray());
-        QCOMPARE(complaint("folders", "<xelMediaFolder id=\"f000001\"><enabled>true</enabled></xelMediaFolder>"), QByteArray());
+        QCOMPARE(
+            complaint("folders", ModuleDocument::updateFolder(s("f000001"), s("/a"), s("12"), s("true"))),
+            QByteArray());
+        QCOMPARE(
+            complaint("folders", "<xelMediaFolder id=\"f000001\"><enabled>true</enabled></xelMediaFolder>"),
+            QByteArray());
         QCOMPARE(complaint("jobs", ModuleDocument::submitJob(s("/a"), s("12"))), QByteArray());
         QCOMPARE(complaint("jobs", ModuleDocument::jobState(s("CANCELLED"))), QByteArray());
         QCOMPARE(complaint("status", ModuleDocument::deviceStatus(s("CARD"), -1, 2)), QByteArray());
-        QCOMPARE(complaint("profiles",
-                     ModuleDocument::createProfile(s("A"),
-                         ModuleDocument::copyActivity(s("/a"), false) + kTranscode + kConsolidate)),
-            QByteArray());
+        QCOMPARE(complaint("profiles", ModuleDocument::createProfile(
+                                           s("A"), ModuleDocument::copyActivity(s("/a"), false) + kTranscode +
+                                                       kConsolidate)),
+                 QByteArray());
     }
 
     void schemasRefuseWhatIsWrong()

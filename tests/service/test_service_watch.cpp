@@ -1,3 +1,4 @@
+#include "base/FileTools.h"
 #include "base/Options.h"
 #include "base/Text.h"
 #include "watch/DirectoryEvents.h"
@@ -5,7 +6,6 @@
 #include "watch/OpenWriters.h"
 #include "watch/Settler.h"
 #include "watch/WatchedFolder.h"
-#include "base/FileTools.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -98,8 +98,8 @@ private slots:
     {
         for (const char* name : {"a.mov", "A001_C001.mxf", "no extension", "part", "a.parts", "\xC3\xA9.wav"})
             QVERIFY2(filewalk::isCandidateName(name), name);
-        for (const char* name : {"", ".a.mov", "a.mov.part", "a.PART", "a.tmp", "a.mov~", "~a.mov", "a.crdownload",
-                 "a.filepart", "a.partial", "a.temp"})
+        for (const char* name : {"", ".a.mov", "a.mov.part", "a.PART", "a.tmp", "a.mov~", "~a.mov",
+                                 "a.crdownload", "a.filepart", "a.partial", "a.temp"})
             QVERIFY2(!filewalk::isCandidateName(name), name);
     }
 
@@ -109,9 +109,11 @@ private slots:
         QDir root(folder.path());
         for (const char* name : {"DCIM/100", ".hidden", "copies/deep"})
             QVERIFY(root.mkpath(QString::fromUtf8(name)));
-        for (const char* name : {"a.mov", "DCIM/100/b.mov", ".hidden/c.mov", "copies/d.mov", "copies/deep/e.mov", "x.part"})
+        for (const char* name :
+             {"a.mov", "DCIM/100/b.mov", ".hidden/c.mov", "copies/d.mov", "copies/deep/e.mov", "x.part"})
             write(root.filePath(QString::fromUtf8(name)), "x");
-        QVERIFY(QFile::link(root.filePath(QStringLiteral("a.mov")), root.filePath(QStringLiteral("link.mov"))));
+        QVERIFY(
+            QFile::link(root.filePath(QStringLiteral("a.mov")), root.filePath(QStringLiteral("link.mov"))));
         QVERIFY(QFile::link(root.path(), root.filePath(QStringLiteral("loop"))));
         QVERIFY(QFile::link(QStringLiteral("/nowhere"), root.filePath(QStringLiteral("dangling.mov"))));
         const std::string base = text::canonicalPath(folder.path().toStdString());
@@ -125,10 +127,7 @@ private slots:
         QVERIFY((directories == std::set<std::string>{base, base + "/DCIM", base + "/DCIM/100"}));
     }
 
-    void walkOverAMissingDirectorySaysSo()
-    {
-        QCOMPARE(filewalk::walk("/nowhere/at/all", {}, {}), ENOENT);
-    }
+    void walkOverAMissingDirectorySaysSo() { QCOMPARE(filewalk::walk("/nowhere/at/all", {}, {}), ENOENT); }
 
     void writersAreFoundReadersAreNot()
     {
@@ -275,7 +274,8 @@ private slots:
 
     void optionsAreRead()
     {
-        const auto options = Options::parse({"--port", "0", "--data=/x", "--settle", "0.25", "--rescan", "1"});
+        const auto options =
+            Options::parse({"--port", "0", "--data=/x", "--settle", "0.25", "--rescan", "1"});
         QVERIFY(options);
         QCOMPARE(options->port, 0);
         QCOMPARE(options->dataFolder, std::string("/x"));
@@ -291,12 +291,16 @@ private slots:
 
     void wrongOptionsAreRefusedByName()
     {
-        const std::vector<std::vector<std::string>> wrong = {{"--colour"}, {"x"}, {"--port"}, {"--port", "65536"},
-            {"--port", "-1"}, {"--port", "1x"}, {"--settle", "0"}, {"--settle", "soon"}, {"--settle", "nan"}, {"--data="}};
+        const std::vector<std::vector<std::string>> wrong = {{"--colour"},        {"x"},
+                                                             {"--port"},          {"--port", "65536"},
+                                                             {"--port", "-1"},    {"--port", "1x"},
+                                                             {"--settle", "0"},   {"--settle", "soon"},
+                                                             {"--settle", "nan"}, {"--data="}};
         for (const auto& arguments : wrong) {
             const auto options = Options::parse(arguments);
             QVERIFY(!options);
-            QVERIFY(options.refusal().text.find(arguments[0].substr(0, arguments[0].find('='))) != std::string::npos);
+            QVERIFY(options.refusal().text.find(arguments[0].substr(0, arguments[0].find('='))) !=
+                    std::string::npos);
         }
     }
 };

@@ -42,7 +42,8 @@ class TestServiceWay : public QObject
                 return false;
             QString profile = service->profileId(QStringLiteral("Default Profile"));
             if (!activities.isEmpty()) {
-                service->post("profiles", ModuleDocument::createProfile(QStringLiteral("Copying"), activities));
+                service->post("profiles",
+                              ModuleDocument::createProfile(QStringLiteral("Copying"), activities));
                 profile = service->profileId(QStringLiteral("Copying"));
             }
             id = service->addFolder(watch, profile);
@@ -59,8 +60,12 @@ class TestServiceWay : public QObject
             return QFile::copy(TestMedia::file(QString::fromUtf8(media)), path) ? path : QString();
         }
         QStringList outputs() const { return service->outputs(id); }
-        bool isIdle() const { return service->get("activity").text(QStringLiteral("status")) == QLatin1String("StatusIdle"); }
-        /// Proves that all that lies in the folder has been judged: a file dropped now has gone the whole way.
+        bool isIdle() const
+        {
+            return service->get("activity").text(QStringLiteral("status")) == QLatin1String("StatusIdle");
+        }
+        /// Proves that all that lies in the folder has been judged: a file dropped now has gone the whole
+        /// way.
         bool marked(const QString& name) const
         {
             if (drop(name).isEmpty())
@@ -81,7 +86,8 @@ private slots:
         const QString path = stage.drop(s("clip \xC3\xA9 & 1.mov"), "movie.mov");
         QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kPatience);
         const Reply ready = stage.service->get("xelmediafolders?level=outputready");
-        QCOMPARE(ready.text(s("folderURI")), s("http://localhost:58885/KRXService/xelmediafolders/") + stage.id);
+        QCOMPARE(ready.text(s("folderURI")),
+                 s("http://localhost:58885/KRXService/xelmediafolders/") + stage.id);
         QCOMPARE(ready.text(s("outputReady")), s("true"));
         QVERIFY(stage.service->get("activity").texts(s("folderURI")).size() == 1);
         QFile file(stage.outputs()[0]);
@@ -128,7 +134,7 @@ private slots:
         QVERIFY(stage.marked(s("mark1.wav")));
         QVERIFY(stage.service->outputs(disabled).isEmpty());
         stage.service->put("xelmediafolders/" + disabled.toUtf8(),
-            ModuleDocument::updateFolder(disabled, other, profile, s("true")));
+                           ModuleDocument::updateFolder(disabled, other, profile, s("true")));
         QTRY_COMPARE_WITH_TIMEOUT(stage.service->outputs(disabled).size(), 1, kPatience);
     }
 
@@ -176,7 +182,8 @@ private slots:
         QFile target(stage.watch + s("/growing.mov"));
         QVERIFY(target.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
         for (int piece = 0; piece < 3; ++piece) {
-            target.write(bytes.mid(piece * bytes.size() / 3, (piece + 1) * bytes.size() / 3 - piece * bytes.size() / 3));
+            target.write(bytes.mid(piece * bytes.size() / 3,
+                                   (piece + 1) * bytes.size() / 3 - piece * bytes.size() / 3));
             // The writer pauses for several settle times: until another file has gone the whole way.
             QVERIFY(stage.marked(QStringLiteral("mark%1.wav").arg(piece)));
             QVERIFY(stage.outputs().filter(s("growing")).isEmpty());
@@ -215,8 +222,11 @@ private slots:
         const QStringList before = stage.outputs();
         const QByteArray url = "xelmediafolders/" + stage.id.toUtf8();
         const QString profile = stage.service->profileId(s("Default Profile"));
-        QCOMPARE(stage.service->put(url + "?reprocess=true",
-                          ModuleDocument::updateFolder(stage.id, stage.watch, profile, s("true"))).status, 200);
+        QCOMPARE(stage.service
+                     ->put(url + "?reprocess=true",
+                           ModuleDocument::updateFolder(stage.id, stage.watch, profile, s("true")))
+                     .status,
+                 200);
         QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 2, kPatience);
         QVERIFY(!stage.outputs().contains(before[0]));
         // Without the wish nothing is offered again.
@@ -241,7 +251,8 @@ private slots:
         QCOMPARE(copy.readAll(), original.readAll());
         QFile document(stage.outputs()[0]);
         QVERIFY(document.open(QIODevice::ReadOnly));
-        QVERIFY(document.readAll().contains("<clip>\n  <name>a</name>\n  <path>" + to.toUtf8() + "/a.mov</path>"));
+        QVERIFY(document.readAll().contains("<clip>\n  <name>a</name>\n  <path>" + to.toUtf8() +
+                                            "/a.mov</path>"));
         // The copy lies in the watched folder and is no new clip.
         QVERIFY(stage.marked(s("mark.wav")));
         QCOMPARE(stage.outputs().size(), 2);
@@ -263,8 +274,10 @@ private slots:
         const Reply detail = stage.service->get("jobs/detail");
         QCOMPARE(detail.text(s("groupID")), stage.id);
         QVERIFY(QDir().mkpath(to));
-        QCOMPARE(stage.service->put("jobs/" + detail.text(s("id")).toUtf8(), ModuleDocument::jobState(s("SUBMITTED"))).status,
-            200);
+        QCOMPARE(stage.service
+                     ->put("jobs/" + detail.text(s("id")).toUtf8(), ModuleDocument::jobState(s("SUBMITTED")))
+                     .status,
+                 200);
         QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kPatience);
         QTRY_VERIFY_WITH_TIMEOUT(stage.service->get("jobs/status").texts(s("id")).isEmpty(), kPatience);
     }
@@ -275,7 +288,9 @@ private slots:
         QVERIFY(stage.begin("<activity id=\"transcode\" name=\"Transcode 1\"/>"));
         stage.drop(s("a.wav"));
         QTRY_COMPARE_WITH_TIMEOUT(stage.service->get("jobs/status").text(s("state")), s("FAILED"), kPatience);
-        QVERIFY(stage.service->get("jobs/status").text(s("message")).contains(s("not available in this version")));
+        QVERIFY(stage.service->get("jobs/status")
+                    .text(s("message"))
+                    .contains(s("not available in this version")));
         QVERIFY(stage.outputs().isEmpty());
     }
 
@@ -284,7 +299,8 @@ private slots:
         Stage stage;
         QVERIFY(QDir().mkpath(stage.folder.filePath(s("to"))));
         QVERIFY(stage.begin(ModuleDocument::copyActivity(stage.folder.filePath(s("to")), false)));
-        QCOMPARE(stage.service->remove("profiles/" + stage.service->profileId(s("Copying")).toUtf8()).status, 200);
+        QCOMPARE(stage.service->remove("profiles/" + stage.service->profileId(s("Copying")).toUtf8()).status,
+                 200);
         QTRY_COMPARE_WITH_TIMEOUT(stage.service->errors().filter(stage.watch).size(), 1, kPatience);
         stage.drop(s("a.wav"));
         const QString profile = stage.service->profileId(s("Default Profile"));
@@ -295,8 +311,14 @@ private slots:
         QVERIFY(stage.outputs().isEmpty());
         // What the module does after it deleted a profile, and then the user.
         const QByteArray url = "xelmediafolders/" + stage.id.toUtf8();
-        QCOMPARE(stage.service->put(url, ModuleDocument::updateFolder(stage.id, stage.watch, profile, s("false"))).status, 200);
-        QCOMPARE(stage.service->put(url, ModuleDocument::updateFolder(stage.id, stage.watch, profile, s("true"))).status, 200);
+        QCOMPARE(
+            stage.service->put(url, ModuleDocument::updateFolder(stage.id, stage.watch, profile, s("false")))
+                .status,
+            200);
+        QCOMPARE(
+            stage.service->put(url, ModuleDocument::updateFolder(stage.id, stage.watch, profile, s("true")))
+                .status,
+            200);
         QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kPatience);
     }
 
@@ -315,7 +337,8 @@ private slots:
         // Still away, still enabled, and nothing is said again.
         const QString other = stage.folder.filePath(s("other"));
         QVERIFY(QDir().mkpath(other) && QFile::copy(TestMedia::file(s("sound.wav")), other + s("/b.wav")));
-        const QString otherId = stage.service->addFolder(other, stage.service->profileId(s("Default Profile")));
+        const QString otherId =
+            stage.service->addFolder(other, stage.service->profileId(s("Default Profile")));
         QTRY_COMPARE_WITH_TIMEOUT(stage.service->outputs(otherId).size(), 1, kPatience);
         QVERIFY(stage.service->errors().isEmpty());
         QVERIFY(QDir().rename(away, stage.watch));
@@ -344,8 +367,11 @@ private slots:
         stage.drop(s("a.wav"));
         stage.drop(s("b.wav"));
         QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 2, kPatience);
-        const QString job = stage.service->post("jobs", ModuleDocument::submitJob(TestMedia::file(s("sound.wav")),
-                                                            stage.service->profileId(s("Default Profile")))).text(s("id"));
+        const QString job =
+            stage.service
+                ->post("jobs", ModuleDocument::submitJob(TestMedia::file(s("sound.wav")),
+                                                         stage.service->profileId(s("Default Profile"))))
+                .text(s("id"));
         QTRY_COMPARE_WITH_TIMEOUT(stage.service->jobState(job), s("COMPLETED"), kPatience);
         QVERIFY(QFile::remove(stage.outputs()[0]));
         const QByteArray folders = stage.service->get("xelmediafolders?level=detail").body;
@@ -430,9 +456,13 @@ private slots:
         QVERIFY(QDir().mkpath(cards));
         for (int i = 0; i < 12; ++i)
             QVERIFY(QFile::copy(TestMedia::file(s("sound.wav")), cards + QStringLiteral("/%1.wav").arg(i)));
-        const QString job = stage.service->post("jobs", ModuleDocument::submitJob(cards,
-                                                            stage.service->profileId(s("Default Profile")))).text(s("id"));
-        QTRY_VERIFY_WITH_TIMEOUT(!stage.service->get("jobs/" + job.toUtf8()).texts(s("fileName")).isEmpty(), kPatience);
+        const QString job =
+            stage.service
+                ->post("jobs",
+                       ModuleDocument::submitJob(cards, stage.service->profileId(s("Default Profile"))))
+                .text(s("id"));
+        QTRY_VERIFY_WITH_TIMEOUT(!stage.service->get("jobs/" + job.toUtf8()).texts(s("fileName")).isEmpty(),
+                                 kPatience);
         stage.service->kill();
         QVERIFY(stage.again());
         QTRY_COMPARE_WITH_TIMEOUT(stage.service->jobState(job), s("COMPLETED"), kPatience);
@@ -450,7 +480,8 @@ private slots:
         QVERIFY(!QFile::exists(output));
         QVERIFY(QFile::exists(path));
         // The directory may be watched anew, and is then a new folder.
-        const QString id = stage.service->addFolder(stage.watch, stage.service->profileId(s("Default Profile")));
+        const QString id =
+            stage.service->addFolder(stage.watch, stage.service->profileId(s("Default Profile")));
         QVERIFY(!id.isEmpty() && id != stage.id);
         QTRY_COMPARE_WITH_TIMEOUT(stage.service->outputs(id).size(), 1, kPatience);
     }

@@ -1,12 +1,12 @@
+#include "activities/Copier.h"
+#include "activities/Pipeline.h"
+#include "base/FileTools.h"
 #include "base/Text.h"
+#include "media/MediaProbe.h"
+#include "media/OutputArea.h"
 #include "store/Database.h"
 #include "store/ErrorStore.h"
 #include "store/FileStore.h"
-#include "activities/Copier.h"
-#include "base/FileTools.h"
-#include "media/MediaProbe.h"
-#include "media/OutputArea.h"
-#include "activities/Pipeline.h"
 
 #include <QDir>
 #include <QProcess>
@@ -41,8 +41,9 @@ QStringList names(const QString& folder)
 
 QByteArray report(const char* format, const char* score, const char* streams)
 {
-    return QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?><ffprobe><streams>") + streams
-        + "</streams><format format_name=\"" + format + "\" probe_score=\"" + score + "\" duration=\"1.5\"/></ffprobe>";
+    return QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?><ffprobe><streams>") + streams +
+           "</streams><format format_name=\"" + format + "\" probe_score=\"" + score +
+           "\" duration=\"1.5\"/></ffprobe>";
 }
 
 ProbeResult read(const QByteArray& text)
@@ -107,9 +108,10 @@ private slots:
     {
         const QString file = m_media.filePath(QStringLiteral("a.wav"));
         QCOMPARE(QProcess::execute(QStringLiteral("ffmpeg"),
-                     {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-f"), QStringLiteral("lavfi"),
-                         QStringLiteral("-i"), QStringLiteral("sine=d=0.1"), file}),
-            0);
+                                   {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-f"),
+                                    QStringLiteral("lavfi"), QStringLiteral("-i"),
+                                    QStringLiteral("sine=d=0.1"), file}),
+                 0);
         m_wave = file.toStdString();
     }
 
@@ -253,8 +255,9 @@ private slots:
 
     void probeTellsMediaFromOtherFiles()
     {
-        const char* video = "<stream index=\"0\" codec_type=\"video\" width=\"64\" height=\"48\" r_frame_rate=\"25/1\">"
-                            "<tag key=\"timecode\" value=\"01:00:00:00\"/></stream>";
+        const char* video =
+            "<stream index=\"0\" codec_type=\"video\" width=\"64\" height=\"48\" r_frame_rate=\"25/1\">"
+            "<tag key=\"timecode\" value=\"01:00:00:00\"/></stream>";
         const auto movie = read(report("mov,mp4", "100", video));
         QVERIFY(movie.verdict == ProbeResult::Verdict::Media);
         QCOMPARE(movie.facts.kind, std::string("video"));
@@ -264,10 +267,11 @@ private slots:
         QCOMPARE(read(report("png_pipe", "99", video)).facts.kind, std::string("image"));
         QCOMPARE(read(report("image2", "50", video)).facts.kind, std::string("image"));
         QCOMPARE(read(report("wav", "99", "<stream codec_type=\"audio\" sample_rate=\"48000\"/>")).facts.kind,
-            std::string("audio"));
+                 std::string("audio"));
         QVERIFY(read(report("tty", "50", video)).verdict == ProbeResult::Verdict::NotMedia);
         QVERIFY(read(report("mp3", "25", video)).verdict == ProbeResult::Verdict::NotMedia);
-        QVERIFY(read(report("srt", "100", "<stream codec_type=\"subtitle\"/>")).verdict == ProbeResult::Verdict::NotMedia);
+        QVERIFY(read(report("srt", "100", "<stream codec_type=\"subtitle\"/>")).verdict ==
+                ProbeResult::Verdict::NotMedia);
         QVERIFY(read(report("mov", "100", "")).verdict == ProbeResult::Verdict::NotMedia);
         QVERIFY(read("").verdict == ProbeResult::Verdict::NotMedia);
         QVERIFY(read("<ffprobe>").verdict == ProbeResult::Verdict::NotMedia);
@@ -279,14 +283,17 @@ private slots:
         QVERIFY(MediaProbe::probe("/nowhere", makeCancelToken()).verdict == ProbeResult::Verdict::NotMedia);
         const QString text = m_media.filePath(QStringLiteral("notes.txt"));
         write(text, "just some words\n");
-        QVERIFY(MediaProbe::probe(text.toStdString(), makeCancelToken()).verdict == ProbeResult::Verdict::NotMedia);
+        QVERIFY(MediaProbe::probe(text.toStdString(), makeCancelToken()).verdict ==
+                ProbeResult::Verdict::NotMedia);
     }
 
     void playListDoesNotMakeTheProbeOpenOtherPlaces()
     {
         const QString list = m_media.filePath(QStringLiteral("list.m3u8"));
-        write(list, "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\nhttp://127.0.0.1:9/a.ts\n#EXT-X-ENDLIST\n");
-        QVERIFY(MediaProbe::probe(list.toStdString(), makeCancelToken()).verdict == ProbeResult::Verdict::NotMedia);
+        write(list,
+              "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\nhttp://127.0.0.1:9/a.ts\n#EXT-X-ENDLIST\n");
+        QVERIFY(MediaProbe::probe(list.toStdString(), makeCancelToken()).verdict ==
+                ProbeResult::Verdict::NotMedia);
     }
 
     void outputNamesKeepTheSourceNameReadable()
@@ -315,7 +322,8 @@ private slots:
             }
             area.prepare("j000001", "3-c.xel", "x");
             area.publish("j000001", "3-c.xel");
-            QCOMPARE(area.list("f000001"), (std::vector<std::string>{root + "/f000001/9-a.xel", root + "/f000001/10-b.xel"}));
+            QCOMPARE(area.list("f000001"),
+                     (std::vector<std::string>{root + "/f000001/9-a.xel", root + "/f000001/10-b.xel"}));
             QCOMPARE(area.readyFolders(), std::vector<std::string>{"f000001"});
         }
         OutputArea area(root);
@@ -335,7 +343,8 @@ private slots:
         Bench bench;
         QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == FileResult::End::Offered);
         QCOMPARE(bench.listed().size(), std::size_t(1));
-        QVERIFY(content(bench.listed()[0]).contains("<path>" + QByteArray::fromStdString(m_wave) + "</path>"));
+        QVERIFY(
+            content(bench.listed()[0]).contains("<path>" + QByteArray::fromStdString(m_wave) + "</path>"));
         QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == FileResult::End::Known);
         ::unlink(bench.listed()[0].c_str());
         QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == FileResult::End::Known);
@@ -352,7 +361,8 @@ private slots:
         QCOMPARE(::utimensat(AT_FDCWD, file.toStdString().c_str(), times, 0), 0);
         const auto again = bench.pipeline.process(bench.order(file.toStdString()));
         QVERIFY(again.end == FileResult::End::Known);
-        QCOMPARE(bench.files.known("f000001").at(file.toStdString()).modified, std::int64_t(1000) * 1000000000);
+        QCOMPARE(bench.files.known("f000001").at(file.toStdString()).modified,
+                 std::int64_t(1000) * 1000000000);
     }
 
     void fileThatIsNoMediaIsReportedOnce()
@@ -416,13 +426,13 @@ private slots:
             FileOrder order = bench.order(m_wave);
             ActivityRecipe activity;
             activity.kind = std::string(id) == "transcode" ? ActivityRecipe::Kind::Transcode
-                                                          : ActivityRecipe::Kind::Consolidate;
+                                                           : ActivityRecipe::Kind::Consolidate;
             activity.id = id;
             order.profile.activities = {activity};
             const auto result = bench.pipeline.process(order);
             QVERIFY(result.end == FileResult::End::Failed);
-            QCOMPARE(result.text,
-                "The action \"" + std::string(id) + "\" is not available in this version of the service");
+            QCOMPARE(result.text, "The action \"" + std::string(id) +
+                                      "\" is not available in this version of the service");
             QVERIFY(bench.listed().empty());
         }
     }
@@ -510,8 +520,8 @@ private slots:
             const auto result = bench.pipeline.process(order);
             QVERIFY(result.end == FileResult::End::Cancelled);
             QCOMPARE(result.stamp.has_value(), stays);
-            QVERIFY(bench.pipeline.process(bench.order(m_wave)).end
-                == (stays ? FileResult::End::Known : FileResult::End::Offered));
+            QVERIFY(bench.pipeline.process(bench.order(m_wave)).end ==
+                    (stays ? FileResult::End::Known : FileResult::End::Offered));
         }
     }
 

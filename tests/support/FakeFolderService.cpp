@@ -12,7 +12,8 @@ QString lineOf(const FakeRequest& request)
 {
     const QString root = QStringLiteral("KRXService/");
     const int at = request.url.indexOf(root);
-    return QStringLiteral("%1 %2").arg(request.method, at < 0 ? request.url : request.url.mid(at + root.size()));
+    return QStringLiteral("%1 %2").arg(request.method,
+                                       at < 0 ? request.url : request.url.mid(at + root.size()));
 }
 
 QString folderElement(const FakeFolderService::Folder& folder)
@@ -20,8 +21,9 @@ QString folderElement(const FakeFolderService::Folder& folder)
     QString files;
     for (const QString& file : folder.files)
         files += QStringLiteral("<fileName>%1</fileName>").arg(file.toHtmlEscaped());
-    return QStringLiteral("<xelMediaFolder id=\"%1\"><path>%2</path><profile>%3</profile><enabled>%4</enabled>"
-                          "<outputXELFiles>%5</outputXELFiles></xelMediaFolder>")
+    return QStringLiteral(
+               "<xelMediaFolder id=\"%1\"><path>%2</path><profile>%3</profile><enabled>%4</enabled>"
+               "<outputXELFiles>%5</outputXELFiles></xelMediaFolder>")
         .arg(folder.id.toHtmlEscaped(), folder.path.toHtmlEscaped(), folder.profile.toHtmlEscaped(),
              folder.enabled.toHtmlEscaped(), files);
 }
@@ -75,12 +77,13 @@ QString FakeFolderService::profileDocument(const Profile& profile)
                                   "<filesystemPath>%1</filesystemPath></destinationDetail></activity>")
                        .arg(path.toHtmlEscaped());
     }
-    return QStringLiteral("<profile><version>200</version><profileDetail><profileName>%1</profileName>"
-                          "<profileGUID>%2</profileGUID></profileDetail><profileSettings><binDetail>"
-                          "<binSelectionMethod>CREATENEW</binSelectionMethod>"
-                          "<binNamingMethod>EXPLICIT</binNamingMethod><binExplicitName>%3</binExplicitName>"
-                          "</binDetail></profileSettings><processDefinition><package><activities>%4</activities>"
-                          "</package></processDefinition></profile>")
+    return QStringLiteral(
+               "<profile><version>200</version><profileDetail><profileName>%1</profileName>"
+               "<profileGUID>%2</profileGUID></profileDetail><profileSettings><binDetail>"
+               "<binSelectionMethod>CREATENEW</binSelectionMethod>"
+               "<binNamingMethod>EXPLICIT</binNamingMethod><binExplicitName>%3</binExplicitName>"
+               "</binDetail></profileSettings><processDefinition><package><activities>%4</activities>"
+               "</package></processDefinition></profile>")
         .arg(profile.name.toHtmlEscaped(), profile.id.toHtmlEscaped(), profile.bin.toHtmlEscaped(), actions);
 }
 
@@ -120,15 +123,17 @@ FakeAnswer FakeFolderService::create(const FakeRequest& request)
     folder.path = childText(request.body, QStringLiteral("path"));
     folder.profile = childText(request.body, QStringLiteral("profile"));
     folders << folder;
-    return FakeAnswer(201, QStringLiteral("<xelMediaFolderURI>http://localhost:58885/KRXService/xelmediafolders/%1"
-                                          "</xelMediaFolderURI>")
-                               .arg(folder.id)
-                               .toUtf8());
+    return FakeAnswer(201,
+                      QStringLiteral("<xelMediaFolderURI>http://localhost:58885/KRXService/xelmediafolders/%1"
+                                     "</xelMediaFolderURI>")
+                          .arg(folder.id)
+                          .toUtf8());
 }
 
 FakeAnswer FakeFolderService::answerFolder(const FakeRequest& request, const QString& id)
 {
-    const auto folder = std::find_if(folders.begin(), folders.end(), [&id](const Folder& f) { return f.id == id; });
+    const auto folder =
+        std::find_if(folders.begin(), folders.end(), [&id](const Folder& f) { return f.id == id; });
     if (folder == folders.end())
         return notFound();
     if (request.method == QLatin1String("PUT")) {

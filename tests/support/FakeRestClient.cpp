@@ -188,8 +188,9 @@ private:
             answer = state->handler(request);
         } else {
             const auto found = state->table.constFind(qMakePair(request.method, request.url));
-            answer = found != state->table.constEnd() ? *found
-                                                      : FakeAnswer(404, {}, QStringLiteral("No such resource"));
+            answer = found != state->table.constEnd()
+                         ? *found
+                         : FakeAnswer(404, {}, QStringLiteral("No such resource"));
         }
         if (hostSucceeded(answer.callStatus) || answer.responseDespiteFailure)
             *response = new Response(state, answer);

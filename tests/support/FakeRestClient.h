@@ -53,9 +53,9 @@ struct FakeAnswer
 };
 
 /// Stands in for the host's REST client while it lives: answers the module's requests from a table, keeps a
-/// record of them and of every call through the interfaces. Only one may live at a time. The component that the
-/// module holds stays valid for the life of the process, so managers may outlive the fake; without a fake it
-/// fails every request.
+/// record of them and of every call through the interfaces. Only one may live at a time. The component that
+/// the module holds stays valid for the life of the process, so managers may outlive the fake; without a fake
+/// it fails every request.
 class FakeRestClient
 {
 public:

@@ -6,7 +6,8 @@ namespace KRXTest {
 
 QString withSortedAttributes(const QString& xml)
 {
-    static const QRegularExpression tag(QStringLiteral(R"(<([^\s<>/?!]+)((?:\s+[^\s=<>]+="[^"]*")+)(\s*/?)>)"));
+    static const QRegularExpression tag(
+        QStringLiteral(R"(<([^\s<>/?!]+)((?:\s+[^\s=<>]+="[^"]*")+)(\s*/?)>)"));
     static const QRegularExpression attribute(QStringLiteral(R"(\s+([^\s=<>]+="[^"]*"))"));
     QString sorted;
     int last = 0;

@@ -27,5 +27,5 @@ inline QString operator""_s(const char* text, std::size_t length)
 } // namespace KRXTest
 
 /// Compares two whole documents as texts, with attributes as sets.
-#define KRX_COMPARE_XML(actual, expected) \
+#define KRX_COMPARE_XML(actual, expected)                                                                    \
     QCOMPARE(KRXTest::withSortedAttributes(actual), KRXTest::withSortedAttributes(expected))

@@ -17,13 +17,13 @@ IRestClient& client();
 /// All that a response says at one moment.
 struct Answer
 {
-    bool started = false;   ///< the client's method succeeded and yielded a response
+    bool started = false; ///< the client's method succeeded and yielded a response
     bool complete = false;
     bool success = false;
-    int status = -1;        ///< -1: there is none
-    qint64 length = -1;     ///< -1: there is none
+    int status = -1;    ///< -1: there is none
+    qint64 length = -1; ///< -1: there is none
     QByteArray body;
-    QString message;        ///< null: there is none
+    QString message; ///< null: there is none
 };
 
 /// Reads \a response, which may be null, without waiting for it.

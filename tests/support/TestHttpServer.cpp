@@ -37,19 +37,32 @@ QByteArray routeKey(const QByteArray& method, const QByteArray& target)
 QByteArray usualReason(int status)
 {
     switch (status) {
-    case 200: return "OK";
-    case 201: return "Created";
-    case 204: return "No Content";
-    case 302: return "Found";
-    case 400: return "Bad Request";
-    case 403: return "Forbidden";
-    case 404: return "Not Found";
-    case 409: return "Conflict";
-    case 413: return "Payload Too Large";
-    case 415: return "Unsupported Media Type";
-    case 500: return "Internal Server Error";
-    case 503: return "Service Unavailable";
-    default: return "Status";
+    case 200:
+        return "OK";
+    case 201:
+        return "Created";
+    case 204:
+        return "No Content";
+    case 302:
+        return "Found";
+    case 400:
+        return "Bad Request";
+    case 403:
+        return "Forbidden";
+    case 404:
+        return "Not Found";
+    case 409:
+        return "Conflict";
+    case 413:
+        return "Payload Too Large";
+    case 415:
+        return "Unsupported Media Type";
+    case 500:
+        return "Internal Server Error";
+    case 503:
+        return "Service Unavailable";
+    default:
+        return "Status";
     }
 }
 
@@ -58,8 +71,8 @@ QByteArray headOf(const TestHttpServer::Reply& reply)
     QByteArray head;
     for (int i = 0; i < reply.informational; ++i)
         head += "HTTP/1.1 100 Continue\r\n\r\n";
-    head += "HTTP/1.1 " + QByteArray::number(reply.status) + ' '
-            + (reply.reason.isEmpty() ? usualReason(reply.status) : reply.reason) + "\r\n";
+    head += "HTTP/1.1 " + QByteArray::number(reply.status) + ' ' +
+            (reply.reason.isEmpty() ? usualReason(reply.status) : reply.reason) + "\r\n";
     if (!reply.contentType.isEmpty())
         head += "Content-Type: " + reply.contentType + "\r\n";
     if (!reply.contentLength.isEmpty())
@@ -462,7 +475,8 @@ bool TestHttpServer::answer(Connection& connection, const Reply& reply)
     if (reply.silent && reply.ending == Ending::KeepAlive) {
         // Until the client goes away or the server ends.
         char block[4096];
-        while (::recv(connection.fd, block, sizeof block, 0) > 0) { }
+        while (::recv(connection.fd, block, sizeof block, 0) > 0) {
+        }
         return false;
     }
     bool sent = true;
@@ -482,7 +496,8 @@ bool TestHttpServer::send(Connection& connection, const QByteArray& bytes, int d
     int done = 0;
     while (done < bytes.size()) {
         const int step = dripInterval < 0 ? bytes.size() - done : 1;
-        const ssize_t count = ::send(connection.fd, bytes.constData() + done, static_cast<size_t>(step), MSG_NOSIGNAL);
+        const ssize_t count =
+            ::send(connection.fd, bytes.constData() + done, static_cast<size_t>(step), MSG_NOSIGNAL);
         if (count <= 0)
             return false;
         done += static_cast<int>(count);

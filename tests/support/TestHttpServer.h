@@ -21,10 +21,10 @@
 ///     ... call the code under test ...
 ///     QCOMPARE(server.requests().first().target, QByteArray("/KRXService/jobs"));
 ///
-/// All methods may be called from any thread. Answers are made in threads of the server, so a handler must not
-/// touch what the test's thread touches at the same time. While the code under test blocks the test's thread in
-/// a request, the server goes on working. The destructor ends every connection, also a stuck one, and waits
-/// for the server's threads.
+/// All methods may be called from any thread. Answers are made in threads of the server, so a handler must
+/// not touch what the test's thread touches at the same time. While the code under test blocks the test's
+/// thread in a request, the server goes on working. The destructor ends every connection, also a stuck one,
+/// and waits for the server's threads.
 class TestHttpServer
 {
 public:
@@ -33,11 +33,11 @@ public:
     /// One request as it arrived.
     struct Request
     {
-        QByteArray method;      ///< "GET"
-        QByteArray target;      ///< path and query, byte for byte: "/KRXService/jobs?level=detail"
-        QList<Header> headers;  ///< in order, names as sent
+        QByteArray method;     ///< "GET"
+        QByteArray target;     ///< path and query, byte for byte: "/KRXService/jobs?level=detail"
+        QList<Header> headers; ///< in order, names as sent
         QByteArray body;
-        int connection = 0;     ///< which connection brought it; 1 is the first
+        int connection = 0; ///< which connection brought it; 1 is the first
 
         /// Value of the first header of that name (in any case); empty when there is none.
         QByteArray header(const QByteArray& name) const;
@@ -53,19 +53,19 @@ public:
     struct Reply
     {
         int status = 200;
-        QByteArray reason;                ///< empty: the usual phrase of the status
+        QByteArray reason;                                         ///< empty: the usual phrase of the status
         QByteArray contentType = "application/xml; charset=utf-8"; ///< empty: no such header
         QByteArray body;
-        QList<Header> headers;            ///< further headers
-        QByteArray contentLength;         ///< sent in place of the true length, whatever it says
-        bool withoutLength = false;       ///< no Content-Length at all: the body ends with the connection
-        int bodyBytes = -1;               ///< how much of the body is really sent; -1: all
-        int informational = 0;            ///< so many "100 Continue" answers go before this one
-        bool held = false;                ///< nothing is sent before \ref TestHttpServer::release()
-        bool silent = false;              ///< nothing is ever sent; the connection stays open
-        int dripInterval = -1;            ///< >= 0: one byte at a time, so many milliseconds apart
+        QList<Header> headers;      ///< further headers
+        QByteArray contentLength;   ///< sent in place of the true length, whatever it says
+        bool withoutLength = false; ///< no Content-Length at all: the body ends with the connection
+        int bodyBytes = -1;         ///< how much of the body is really sent; -1: all
+        int informational = 0;      ///< so many "100 Continue" answers go before this one
+        bool held = false;          ///< nothing is sent before \ref TestHttpServer::release()
+        bool silent = false;        ///< nothing is ever sent; the connection stays open
+        int dripInterval = -1;      ///< >= 0: one byte at a time, so many milliseconds apart
         Ending ending = Ending::KeepAlive;
-        QByteArray verbatim;              ///< when not empty: these bytes are the whole answer
+        QByteArray verbatim; ///< when not empty: these bytes are the whole answer
 
         static Reply xml(const QByteArray& body, int status = 200);
         /// An answer as the service reports a refusal: a short text.
@@ -81,14 +81,14 @@ public:
         /// Sends the client elsewhere.
         static Reply redirect(const QByteArray& location, int status = 302);
 
-        Reply& heldBack();                            ///< waits for \ref TestHttpServer::release()
-        Reply& dripping(int intervalMs);              ///< one byte at a time
-        Reply& cutAfter(int bytes);                   ///< promises all, sends so many body bytes, closes
-        Reply& resetAfter(int bytes);                 ///< the same, with a reset in place of the close
-        Reply& lengthSaid(const QByteArray& length);  ///< "-1", "9223372036854775808", "5", anything
-        Reply& withInformational(int count);          ///< a flood of 1xx answers first
+        Reply& heldBack();                           ///< waits for \ref TestHttpServer::release()
+        Reply& dripping(int intervalMs);             ///< one byte at a time
+        Reply& cutAfter(int bytes);                  ///< promises all, sends so many body bytes, closes
+        Reply& resetAfter(int bytes);                ///< the same, with a reset in place of the close
+        Reply& lengthSaid(const QByteArray& length); ///< "-1", "9223372036854775808", "5", anything
+        Reply& withInformational(int count);         ///< a flood of 1xx answers first
         Reply& withHeader(const QByteArray& name, const QByteArray& value);
-        Reply& thenClose();                           ///< closes the connection after the answer
+        Reply& thenClose(); ///< closes the connection after the answer
     };
 
     using Handler = std::function<Reply(const Request&)>;
@@ -104,7 +104,8 @@ public:
     /// Answers every request of \a method and \a target (byte for byte, query included) that way from now on.
     void setReply(const QByteArray& method, const QByteArray& target, const Reply& reply);
     void setReply(const QByteArray& method, const QByteArray& target, int status, const QByteArray& body);
-    /// Answers the next such request that way, once, before anything that \ref setReply said; several queue up.
+    /// Answers the next such request that way, once, before anything that \ref setReply said; several queue
+    /// up.
     void addReplyOnce(const QByteArray& method, const QByteArray& target, const Reply& reply);
     /// Asked for what has no reply of its own. Without a handler such requests get a 404 with a short text.
     void setHandler(Handler handler);
@@ -115,8 +116,8 @@ public:
     void release();
     void hold();
 
-    QList<Request> requests() const;                 ///< oldest first
-    Request lastRequest() const;                     ///< empty when there was none
+    QList<Request> requests() const; ///< oldest first
+    Request lastRequest() const;     ///< empty when there was none
     int requestCount() const;
     int requestCount(const QByteArray& method, const QByteArray& target) const;
     void clearRequests();
@@ -171,7 +172,8 @@ private:
     QByteArray m_before;
 };
 
-/// A port of 127.0.0.1 that refuses every connection for as long as this object lives: a service that is absent.
+/// A port of 127.0.0.1 that refuses every connection for as long as this object lives: a service that is
+/// absent.
 class RefusingPort
 {
 public:

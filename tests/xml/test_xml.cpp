@@ -42,7 +42,8 @@ private slots:
     void elementsByTagIsASnapshotInDocumentOrderAtAnyDepth()
     {
         QDomDocument document;
-        QVERIFY(KRXXml::parse(QStringLiteral("<r><x>1</x><y><x>2<x>3</x></x></y><z/><x>4</x></r>"), document));
+        QVERIFY(
+            KRXXml::parse(QStringLiteral("<r><x>1</x><y><x>2<x>3</x></x></y><z/><x>4</x></r>"), document));
         QStringList texts;
         for (const QDomElement& element : KRXXml::elementsByTag(document, QStringLiteral("x")))
             texts << element.firstChild().nodeValue();
@@ -85,17 +86,19 @@ private slots:
     {
         QVERIFY(!parses(QStringLiteral("<!DOCTYPE r [<!ENTITY a \"%1\">]><r>%2</r>")
                             .arg(QString(50000, QLatin1Char('x')), QStringLiteral("&a;").repeated(5000))));
-        QVERIFY(!parses(QStringLiteral("<!DOCTYPE r [<!ENTITY a SYSTEM \"file:///etc/passwd\">]><r>&a;</r>")));
+        QVERIFY(
+            !parses(QStringLiteral("<!DOCTYPE r [<!ENTITY a SYSTEM \"file:///etc/passwd\">]><r>&a;</r>")));
         QVERIFY(!parses(QStringLiteral("<?xml version=\"1.0\"?>\n<!-- x -->\n<!doctype r><r/>")));
     }
 
     void onlyTheEntitiesOfXmlItselfAreKnown()
     {
-        QVERIFY(parses(QStringLiteral("<r a=\"&quot;&#65;\">&amp;&lt;&gt;&apos;&#x1F3AC;&#9;&#0000000065;</r>")));
-        for (const char* bad : {"<r>&nbsp;</r>", "<r a='&x;'/>", "<r>&;</r>", "<r>&#;</r>", "<r>&#x;</r>",
-                                "<r>&#X41;</r>", "<r>&#-65;</r>", "<r>&#+65;</r>", "<r>& amp;</r>", "<r>&amp</r>",
-                                "<r>&", "<r a='&'/>", "<r>&#99999999999999999999;</r>",
-                                "<r>&#x00000000000000000000000041;</r>"})
+        QVERIFY(
+            parses(QStringLiteral("<r a=\"&quot;&#65;\">&amp;&lt;&gt;&apos;&#x1F3AC;&#9;&#0000000065;</r>")));
+        for (const char* bad :
+             {"<r>&nbsp;</r>", "<r a='&x;'/>", "<r>&;</r>", "<r>&#;</r>", "<r>&#x;</r>", "<r>&#X41;</r>",
+              "<r>&#-65;</r>", "<r>&#+65;</r>", "<r>& amp;</r>", "<r>&amp</r>", "<r>&", "<r a='&'/>",
+              "<r>&#99999999999999999999;</r>", "<r>&#x00000000000000000000000041;</r>"})
             QVERIFY2(!parses(QString::fromLatin1(bad)), bad);
         // No references in comments, CDATA and instructions.
         QVERIFY(parses(QStringLiteral("<r><!-- &x; --><![CDATA[&x;&#0;]]><?pi &x;?></r>")));
@@ -103,10 +106,12 @@ private slots:
 
     void charactersThatXmlCannotCarryAreRefusedAlsoByNumber()
     {
-        for (const char* bad : {"0", "x0", "1", "x1F", "xD800", "xDFFF", "xFFFE", "xFFFF", "x110000", "55296"})
+        for (const char* bad :
+             {"0", "x0", "1", "x1F", "xD800", "xDFFF", "xFFFE", "xFFFF", "x110000", "55296"})
             QVERIFY2(!parses(QStringLiteral("<r>&#%1;</r>").arg(QLatin1String(bad))), bad);
         for (const ushort bad : {0x0, 0x1, 0x1F, 0xD800, 0xDFFF, 0xFFFE, 0xFFFF}) {
-            QVERIFY2(!parses(QStringLiteral("<r>%1</r>").arg(QChar(bad))), qPrintable(QString::number(bad, 16)));
+            QVERIFY2(!parses(QStringLiteral("<r>%1</r>").arg(QChar(bad))),
+                     qPrintable(QString::number(bad, 16)));
             QVERIFY(!parses(QString(QStringLiteral("<r/>") + QChar(bad))));
         }
     }
@@ -174,8 +179,9 @@ private slots:
              {"<r/>", "<x/>", "<x>a</x>", "<r><x>1</x><y><x>2<x>3</x></x></y><z/><x>4</x></r>",
               "<r>t<x a='>'/>t<x a=\"/>\">1</x >t<xx>no</xx><x\n/><x\t>2</x></r>",
               "<r><!-- <x>no</x> --><![CDATA[<x>no</x>]]><?x <x>no</x>?><x>1</x></r>",
-              "<r><x><!-- </x> --><![CDATA[</x>]]>1</x><x>2</x></r>", "<?xml version=\"1.0\"?>\n<x><x/></x>\n<!-- -->",
-              "<r>]]<x/>&gt;</r>", "<r><x>\xC3\xA4\xF0\x9F\x8E\xAC</x>\xC3\xA4</r>", "<r><x>1<y><y><x/></y></y></x></r>",
+              "<r><x><!-- </x> --><![CDATA[</x>]]>1</x><x>2</x></r>",
+              "<?xml version=\"1.0\"?>\n<x><x/></x>\n<!-- -->", "<r>]]<x/>&gt;</r>",
+              "<r><x>\xC3\xA4\xF0\x9F\x8E\xAC</x>\xC3\xA4</r>", "<r><x>1<y><y><x/></y></y></x></r>",
               "<a:x><x/></a:x>", "<r><x-y/><x.y/><x:y/><x>1</x></r>"})
             QTest::newRow(xml) << QByteArray(xml);
     }
@@ -202,16 +208,39 @@ private slots:
     void parseEachRefusesWhatAWholeParseRefuses_data()
     {
         QTest::addColumn<QByteArray>("xml");
-        for (const char* xml :
-             {"", " ", "x", "<x>", "</x>", "<x></y>", "<x/><x/>", "<x/>t", "t<x/>", "<r><x></r></x>", "<r><x/></s>",
-              "<r><x><y></x></y></r>", "<r><x a=1/></r>", "<r><x", "<r><x a='></r>",
-              "<r><x>1</x>", "<r><x>1</x></r><r/>", "<r><x>&y;</x></r>", "<r><x>&#0;</x></r>", "<r b='&'><x/></r>",
-              "<r><x><!-- </x></r>", "<r><x/><![CDATA[</r>", "<r>&<x/>amp;</r>", "<r><x/ ></r>", "<r>< x/></r>",
-              "<!DOCTYPE r><r><x/></r>", "<r><x><!DOCTYPE r></x></r>", "<r><x/></r>&amp;"})
+        for (const char* xml : {"",
+                                " ",
+                                "x",
+                                "<x>",
+                                "</x>",
+                                "<x></y>",
+                                "<x/><x/>",
+                                "<x/>t",
+                                "t<x/>",
+                                "<r><x></r></x>",
+                                "<r><x/></s>",
+                                "<r><x><y></x></y></r>",
+                                "<r><x a=1/></r>",
+                                "<r><x",
+                                "<r><x a='></r>",
+                                "<r><x>1</x>",
+                                "<r><x>1</x></r><r/>",
+                                "<r><x>&y;</x></r>",
+                                "<r><x>&#0;</x></r>",
+                                "<r b='&'><x/></r>",
+                                "<r><x><!-- </x></r>",
+                                "<r><x/><![CDATA[</r>",
+                                "<r>&<x/>amp;</r>",
+                                "<r><x/ ></r>",
+                                "<r>< x/></r>",
+                                "<!DOCTYPE r><r><x/></r>",
+                                "<r><x><!DOCTYPE r></x></r>",
+                                "<r><x/></r>&amp;"})
             QTest::newRow(*xml ? xml : "nothing") << QByteArray(xml);
         QTest::newRow("deep") << QByteArray("<x>").repeated(100000);
         QTest::newRow("deep and closed") << QByteArray("<x>").repeated(65) + QByteArray("</x>").repeated(65);
-        QTest::newRow("deep around") << QByteArray("<r>").repeated(64) + "<x></x>" + QByteArray("</r>").repeated(64);
+        QTest::newRow("deep around") << QByteArray("<r>").repeated(64) + "<x></x>" +
+                                            QByteArray("</r>").repeated(64);
     }
     void parseEachRefusesWhatAWholeParseRefuses()
     {
@@ -225,7 +254,8 @@ private slots:
     {
         QDomDocument document;
         QVERIFY(KRXXml::parse(QStringLiteral("<kept/>"), document));
-        for (const char* bad : {"", "no xml", "<a>", "<a></b>", "<a/><b/>", "{\"a\":1}", "<", "<a b='", "<!-- "})
+        for (const char* bad :
+             {"", "no xml", "<a>", "<a></b>", "<a/><b/>", "{\"a\":1}", "<", "<a b='", "<!-- "})
             QVERIFY2(!KRXXml::parse(QString::fromLatin1(bad), document), bad);
         QCOMPARE(document.documentElement().tagName(), QStringLiteral("kept"));
     }

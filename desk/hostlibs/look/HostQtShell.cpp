@@ -75,8 +75,9 @@ private:
 
 namespace HostQtShell {
 
-QMessageBox::StandardButton showManagedMessageBox(QWidget* parent, QMessageBox::Icon icon, const QString& title,
-                                                  const QString& text, QMessageBox::StandardButtons buttons,
+QMessageBox::StandardButton showManagedMessageBox(QWidget* parent, QMessageBox::Icon icon,
+                                                  const QString& title, const QString& text,
+                                                  QMessageBox::StandardButtons buttons,
                                                   QMessageBox::StandardButton defaultButton)
 {
     StandInHost::Records& records = StandInHost::records();
@@ -104,8 +105,8 @@ QString chooseDirectory(QWidget* parent, const QString& caption, const QString& 
     const StandInHost::DirectoryAnswerer answerer = records.directoryAnswerer;
     if (answerer)
         return answerer(request);
-    return QFileDialog::getExistingDirectory(
-        parent, caption, start, QFileDialog::ShowDirsOnly | QFileDialog::DontUseNativeDialog);
+    return QFileDialog::getExistingDirectory(parent, caption, start,
+                                             QFileDialog::ShowDirsOnly | QFileDialog::DontUseNativeDialog);
 }
 
 QWidget* addDropShadowOverlay(QAbstractScrollArea* area)

@@ -54,8 +54,8 @@ QImage imageAt(const QString& stem, qreal ratio)
 bool isInk(QRgb pixel, const QColor& ink)
 {
     const int tolerance = 12 + (kOpaque - qAlpha(pixel)) / 4;
-    return qAbs(qRed(pixel) - ink.red()) <= tolerance && qAbs(qGreen(pixel) - ink.green()) <= tolerance
-        && qAbs(qBlue(pixel) - ink.blue()) <= tolerance;
+    return qAbs(qRed(pixel) - ink.red()) <= tolerance && qAbs(qGreen(pixel) - ink.green()) <= tolerance &&
+           qAbs(qBlue(pixel) - ink.blue()) <= tolerance;
 }
 
 QImage tinted(const QImage& source, const HostQtShell::IconTintColors& colors)
@@ -103,8 +103,8 @@ void drawFitted(QPainter* painter, const QRect& rect, const QImage& image, int a
     if (image.isNull() || rect.isEmpty())
         return;
     const QSizeF size = fittedSize(rect, image);
-    const QRectF target(rect.x() + (rect.width() - size.width()) / 2, rect.y() + (rect.height() - size.height()) / 2,
-                        size.width(), size.height());
+    const QRectF target(rect.x() + (rect.width() - size.width()) / 2,
+                        rect.y() + (rect.height() - size.height()) / 2, size.width(), size.height());
     painter->save();
     painter->setRenderHint(QPainter::SmoothPixmapTransform);
     painter->setOpacity(painter->opacity() * qBound(0, alpha, kOpaque) / kOpaque);
@@ -136,8 +136,8 @@ void drawSkinnedIcon(QPainter* painter, const QRect& rect, const QString& iconId
     drawFitted(painter, rect, image, alpha);
 }
 
-void drawSkinnedImage(QPainter* painter, const QRect& rect, const QPixmap& image, const IconTintColors& colors,
-                      int alpha)
+void drawSkinnedImage(QPainter* painter, const QRect& rect, const QPixmap& image,
+                      const IconTintColors& colors, int alpha)
 {
     drawFitted(painter, rect, tinted(image.toImage(), colors), alpha);
 }
@@ -156,7 +156,8 @@ QIcon skinnedIcon(const QString& iconId, const QString& group)
 
 QPixmap skinnedPixmap(const QString& iconId, const QString& group)
 {
-    return QPixmap::fromImage(imageAt(resourceStem(iconId, group), qGuiApp ? qGuiApp->devicePixelRatio() : 1.0));
+    return QPixmap::fromImage(
+        imageAt(resourceStem(iconId, group), qGuiApp ? qGuiApp->devicePixelRatio() : 1.0));
 }
 
 } // namespace HostQtShell

@@ -33,13 +33,14 @@ QString localised(const char* key)
 
 bool isGroupSound(const ChannelGroup& group, int lastTrack)
 {
-    return group.first > lastTrack && group.last() <= kMaxAudioTracks
-        && channelLayoutTracks(group.layout) == group.count;
+    return group.first > lastTrack && group.last() <= kMaxAudioTracks &&
+           channelLayoutTracks(group.layout) == group.count;
 }
 
 bool parseGroup(const QString& text, ChannelGroup& group)
 {
-    static const QRegularExpression form(QStringLiteral("^([1-9][0-9]{0,2})-([1-9][0-9]{0,2}):([0-9A-Za-z.]+)$"));
+    static const QRegularExpression form(
+        QStringLiteral("^([1-9][0-9]{0,2})-([1-9][0-9]{0,2}):([0-9A-Za-z.]+)$"));
     const QRegularExpressionMatch match = form.match(text);
     if (!match.hasMatch())
         return false;
@@ -61,8 +62,9 @@ QStringList channelLayouts()
 
 int channelLayoutTracks(const QString& name)
 {
-    const auto found = std::find_if(std::begin(kLayouts), std::end(kLayouts),
-                                    [&name](const Layout& layout) { return name == QLatin1String(layout.name); });
+    const auto found = std::find_if(std::begin(kLayouts), std::end(kLayouts), [&name](const Layout& layout) {
+        return name == QLatin1String(layout.name);
+    });
     return found == std::end(kLayouts) ? 0 : found->tracks;
 }
 

@@ -11,8 +11,9 @@ namespace {
 const StandInHost::ProjectType* findProjectType(int code)
 {
     const QList<StandInHost::ProjectType>& types = StandInHost::catalogue().projectTypes;
-    const auto found = std::find_if(types.cbegin(), types.cend(),
-                                    [code](const StandInHost::ProjectType& type) { return type.code == code; });
+    const auto found =
+        std::find_if(types.cbegin(), types.cend(),
+                     [code](const StandInHost::ProjectType& type) { return type.code == code; });
     return found == types.cend() ? nullptr : &*found;
 }
 
@@ -160,8 +161,9 @@ QString formatShortDescription(const CustomFormat& format)
 
 bool findFormatByDescription(const QString& description, CustomFormat& format)
 {
-    const StandInHost::Format* entry = findFormatWhere(
-        [&description](const StandInHost::Format& candidate) { return candidate.description == description; });
+    const StandInHost::Format* entry = findFormatWhere([&description](const StandInHost::Format& candidate) {
+        return candidate.description == description;
+    });
     if (entry)
         format = entry->format;
     return entry != nullptr;
@@ -178,9 +180,9 @@ bool findFormat(quint32 identifier, CustomFormat& format)
 CompressionInfo::CompressionInfo(quint32 id)
 {
     const QList<StandInHost::Compression>& all = StandInHost::catalogue().compressions;
-    const auto found = std::find_if(all.cbegin(), all.cend(), [id](const StandInHost::Compression& compression) {
-        return compression.id == id;
-    });
+    const auto found =
+        std::find_if(all.cbegin(), all.cend(),
+                     [id](const StandInHost::Compression& compression) { return compression.id == id; });
     if (found == all.cend())
         return;
     m_valid = true;

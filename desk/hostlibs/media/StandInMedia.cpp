@@ -59,8 +59,10 @@ QList<Compression> compressionsFor(int projectType, int colorSpace)
 {
     QList<Compression> fitting;
     for (const Compression& compression : catalogue().compressions) {
-        const bool typeFits = compression.projectTypes.isEmpty() || compression.projectTypes.contains(projectType);
-        const bool spaceFits = compression.colorSpaces.isEmpty() || compression.colorSpaces.contains(colorSpace);
+        const bool typeFits =
+            compression.projectTypes.isEmpty() || compression.projectTypes.contains(projectType);
+        const bool spaceFits =
+            compression.colorSpaces.isEmpty() || compression.colorSpaces.contains(colorSpace);
         if (typeFits && spaceFits)
             fitting.append(compression);
     }

@@ -8,8 +8,8 @@
 #include <QString>
 #include <QStringList>
 
-/// The media catalogue behind the stand-in's HostMediaEngine: what projects there are and what can be encoded.
-/// It is data: read from the catalogue file, or put together by a test.
+/// The media catalogue behind the stand-in's HostMediaEngine: what projects there are and what can be
+/// encoded. It is data: read from the catalogue file, or put together by a test.
 namespace StandInHost {
 
 struct ProjectType
@@ -98,8 +98,8 @@ struct MediaCatalogue
     Project project;
 };
 
-/// Reads a catalogue file (docs/media-catalogue.md). \return false with a text in \a error that names the file
-/// and the field, and \a out as it was.
+/// Reads a catalogue file (docs/media-catalogue.md). \return false with a text in \a error that names the
+/// file and the field, and \a out as it was.
 KRX_HOST_API bool readCatalogue(const QString& path, MediaCatalogue& out, QString& error);
 /// The catalogue in use; at first the one that comes with the stand-in.
 KRX_HOST_API const MediaCatalogue& catalogue();

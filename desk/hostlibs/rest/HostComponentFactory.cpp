@@ -10,16 +10,15 @@
 
 namespace {
 
-/// Makes the components of the stand-in: the REST client. Like it, the factory is one for the process and lives
-/// as long.
+/// Makes the components of the stand-in: the REST client. Like it, the factory is one for the process and
+/// lives as long.
 class ComponentFactory final : public IHostComponentFactory
 {
 public:
     static ComponentFactory& instance()
     {
         // Never destroyed, for the same reason as the REST client.
-        static union Holder
-        {
+        static union Holder {
             constexpr Holder()
                 : factory()
             {
@@ -47,7 +46,8 @@ public:
     std::uint32_t release() override
     {
         std::uint32_t count = m_references.load();
-        while (count > 0 && !m_references.compare_exchange_weak(count, count - 1)) { }
+        while (count > 0 && !m_references.compare_exchange_weak(count, count - 1)) {
+        }
         return count > 0 ? count - 1 : 0;
     }
 
@@ -72,10 +72,10 @@ private:
     std::atomic<std::uint32_t> m_references{0};
 };
 
-/// What getComponentFactory() does in place of its own work. A reader takes a share of it, so that the entry may
-/// be replaced while a call is under way, even by that call itself.
-std::shared_ptr<const StandInHost::ComponentFactoryEntry> exchangedEntry(
-    const StandInHost::ComponentFactoryEntry* replacement)
+/// What getComponentFactory() does in place of its own work. A reader takes a share of it, so that the entry
+/// may be replaced while a call is under way, even by that call itself.
+std::shared_ptr<const StandInHost::ComponentFactoryEntry>
+exchangedEntry(const StandInHost::ComponentFactoryEntry* replacement)
 {
     static std::mutex mutex;
     // Never destroyed: objects that end with the process may still ask for the factory.

@@ -18,10 +18,10 @@ namespace {
 
 constexpr const char* kConnectPortVariable = "KRX_CONNECT_PORT";
 
-/// Starts one exchange. A URL that may not be used yields a response too, one that has already failed, so that
-/// its text reaches the person who sees the failure.
-HostStatus exchange(RestMethod method, const char16_t* url, IRestResponse** response, const char* body = nullptr,
-                    std::uint32_t length = 0)
+/// Starts one exchange. A URL that may not be used yields a response too, one that has already failed, so
+/// that its text reaches the person who sees the failure.
+HostStatus exchange(RestMethod method, const char16_t* url, IRestResponse** response,
+                    const char* body = nullptr, std::uint32_t length = 0)
 {
     if (url == nullptr || response == nullptr || (body == nullptr && length > 0))
         return kHostStatusInvalidPointer;
@@ -36,7 +36,8 @@ HostStatus exchange(RestMethod method, const char16_t* url, IRestResponse** resp
         refusal.failure = request.url.failure;
         refusal.detail = request.url.detail;
         auto started = std::make_shared<RestExchange>(std::move(request), restClientLimits());
-        // Made before the exchange is on its way: a caller without a response must be sure that nothing was sent.
+        // Made before the exchange is on its way: a caller without a response must be sure that nothing was
+        // sent.
         IRestResponse* made = new RestResponse(started);
         try {
             if (refusal.failure != RestFailure::None)
@@ -59,8 +60,7 @@ HostStatus exchange(RestMethod method, const char16_t* url, IRestResponse** resp
 RestClientComponent& RestClientComponent::instance()
 {
     // Never destroyed: objects that end later than this library's may still hold it.
-    static union Holder
-    {
+    static union Holder {
         constexpr Holder()
             : component()
         {
@@ -91,7 +91,8 @@ std::uint32_t RestClientComponent::addReference()
 std::uint32_t RestClientComponent::release()
 {
     std::uint32_t count = m_references.load();
-    while (count > 0 && !m_references.compare_exchange_weak(count, count - 1)) { }
+    while (count > 0 && !m_references.compare_exchange_weak(count, count - 1)) {
+    }
     return count > 0 ? count - 1 : 0;
 }
 

@@ -6,8 +6,8 @@
 
 namespace StandInHost {
 
-/// The REST client: one object for the whole process. It lives as long as the process whatever its count says,
-/// because copies of one manager share a single reference and each of them drops it.
+/// The REST client: one object for the whole process. It lives as long as the process whatever its count
+/// says, because copies of one manager share a single reference and each of them drops it.
 class RestClientComponent final : public IRestClient
 {
 public:
@@ -17,9 +17,11 @@ public:
     std::uint32_t addReference() override;
     std::uint32_t release() override;
     HostStatus get(const char16_t* url, IRestResponse** response) override;
-    HostStatus post(const char16_t* url, IRestResponse** response, const char* body, std::uint32_t length) override;
+    HostStatus post(const char16_t* url, IRestResponse** response, const char* body,
+                    std::uint32_t length) override;
     HostStatus reserved5() override { return kHostStatusFailed; }
-    HostStatus put(const char16_t* url, IRestResponse** response, const char* body, std::uint32_t length) override;
+    HostStatus put(const char16_t* url, IRestResponse** response, const char* body,
+                   std::uint32_t length) override;
     HostStatus reserved7() override { return kHostStatusFailed; }
     HostStatus deleteResource(const char16_t* url, IRestResponse** response) override;
 

@@ -25,8 +25,8 @@ struct RestRequest
     std::string body;
 };
 
-/// Bytes that arrive piece by piece. Grows by realloc, which moves large blocks by remapping their pages rather
-/// than by copying, and leaves fresh memory untouched. Never throws.
+/// Bytes that arrive piece by piece. Grows by realloc, which moves large blocks by remapping their pages
+/// rather than by copying, and leaves fresh memory untouched. Never throws.
 class RestBody
 {
 public:
@@ -67,8 +67,8 @@ struct RestResult
     bool isSuccess() const { return failure == RestFailure::None && status >= 200 && status < 300; }
 };
 
-/// One exchange, shared by the response that the caller holds and the worker that drives it, so that either may
-/// let go first.
+/// One exchange, shared by the response that the caller holds and the worker that drives it, so that either
+/// may let go first.
 class RestExchange
 {
 public:

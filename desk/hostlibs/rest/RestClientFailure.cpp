@@ -28,7 +28,8 @@ constexpr FailureText kFailureTexts[] = {
     {RestFailure::TooManyExchanges, QT_TRID_NOOP("Too many requests are waiting for the service")},
     {RestFailure::NoService, QT_TRID_NOOP("No service answers at %1")},
     {RestFailure::TimedOut, QT_TRID_NOOP("The service did not answer in time")},
-    {RestFailure::BrokenOff, QT_TRID_NOOP("The connection to the service broke off before the answer was complete")},
+    {RestFailure::BrokenOff,
+     QT_TRID_NOOP("The connection to the service broke off before the answer was complete")},
     {RestFailure::NotHttp, QT_TRID_NOOP("The answer of the service is not proper HTTP")},
     {RestFailure::HeadersTooLarge, QT_TRID_NOOP("The headers of the service's answer are too large")},
     {RestFailure::BodyTooLarge, QT_TRID_NOOP("The answer of the service is too large")},
@@ -41,8 +42,8 @@ bool isPlainText(const std::string& contentType)
 {
     constexpr const char* kPlain = "text/plain";
     constexpr std::size_t kLength = 10;
-    return strncasecmp(contentType.c_str(), kPlain, kLength) == 0
-           && (contentType.size() == kLength || contentType[kLength] == ';' || contentType[kLength] == ' ');
+    return strncasecmp(contentType.c_str(), kPlain, kLength) == 0 &&
+           (contentType.size() == kLength || contentType[kLength] == ';' || contentType[kLength] == ' ');
 }
 
 /// The service reports a refusal as one line. Anything else in its place is no text for a message box.
@@ -71,10 +72,10 @@ QString restFailureText(RestFailure failure, const std::string& detail)
     return {};
 }
 
-// A status alone would also do for the module, which words one itself when there is no message. But it does so
-// only while it remembers no earlier failure, so a message in every case is the more truthful one.
-QString restStatusText(int status, const std::string& reason, const std::string& contentType, const char* body,
-                       std::size_t bodyLength)
+// A status alone would also do for the module, which words one itself when there is no message. But it does
+// so only while it remembers no earlier failure, so a message in every case is the more truthful one.
+QString restStatusText(int status, const std::string& reason, const std::string& contentType,
+                       const char* body, std::size_t bodyLength)
 {
     if (isPlainText(contentType)) {
         const QString report = reportOf(body, bodyLength);

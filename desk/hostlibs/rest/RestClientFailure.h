@@ -30,9 +30,9 @@ enum class RestFailure {
 /// RestFailure::None.
 QString restFailureText(RestFailure failure, const std::string& detail);
 
-/// The localised text of a complete answer with an error status. That is the text which the service sent, when
-/// it sent a short plain one; otherwise the status in words. Never empty.
-QString restStatusText(int status, const std::string& reason, const std::string& contentType, const char* body,
-                       std::size_t bodyLength);
+/// The localised text of a complete answer with an error status. That is the text which the service sent,
+/// when it sent a short plain one; otherwise the status in words. Never empty.
+QString restStatusText(int status, const std::string& reason, const std::string& contentType,
+                       const char* body, std::size_t bodyLength);
 
 } // namespace StandInHost

@@ -10,9 +10,9 @@
 
 namespace StandInHost {
 
-/// The caller's view of one exchange. While the exchange is under way it has no status, no length and no body;
-/// its message then says that the service has not answered. Deletes itself with its last reference; the exchange
-/// goes on without it. May be used from several threads at once.
+/// The caller's view of one exchange. While the exchange is under way it has no status, no length and no
+/// body; its message then says that the service has not answered. Deletes itself with its last reference; the
+/// exchange goes on without it. May be used from several threads at once.
 class RestResponse final : public IRestResponse
 {
 public:

@@ -24,16 +24,11 @@ struct CodeFailure
 };
 
 constexpr CodeFailure kCodeFailures[] = {
-    {CURLE_COULDNT_CONNECT, RestFailure::NoService},
-    {CURLE_OPERATION_TIMEDOUT, RestFailure::TimedOut},
-    {CURLE_PARTIAL_FILE, RestFailure::BrokenOff},
-    {CURLE_GOT_NOTHING, RestFailure::BrokenOff},
-    {CURLE_RECV_ERROR, RestFailure::BrokenOff},
-    {CURLE_SEND_ERROR, RestFailure::BrokenOff},
-    {CURLE_UNSUPPORTED_PROTOCOL, RestFailure::NotHttp},
-    {CURLE_WEIRD_SERVER_REPLY, RestFailure::NotHttp},
-    {CURLE_BAD_CONTENT_ENCODING, RestFailure::NotHttp},
-    {CURLE_FILESIZE_EXCEEDED, RestFailure::BodyTooLarge},
+    {CURLE_COULDNT_CONNECT, RestFailure::NoService},    {CURLE_OPERATION_TIMEDOUT, RestFailure::TimedOut},
+    {CURLE_PARTIAL_FILE, RestFailure::BrokenOff},       {CURLE_GOT_NOTHING, RestFailure::BrokenOff},
+    {CURLE_RECV_ERROR, RestFailure::BrokenOff},         {CURLE_SEND_ERROR, RestFailure::BrokenOff},
+    {CURLE_UNSUPPORTED_PROTOCOL, RestFailure::NotHttp}, {CURLE_WEIRD_SERVER_REPLY, RestFailure::NotHttp},
+    {CURLE_BAD_CONTENT_ENCODING, RestFailure::NotHttp}, {CURLE_FILESIZE_EXCEEDED, RestFailure::BodyTooLarge},
     {CURLE_OUT_OF_MEMORY, RestFailure::NoMemory},
 };
 
@@ -96,7 +91,8 @@ void RestTransfer::setUrl()
     const RestClientUrl& url = m_exchange->request().url;
     const std::string origin = "http://" + url.authority + "/";
     set(CURLOPT_URL, origin.c_str());
-    // Given apart from the URL, the target goes out byte for byte: libcurl neither encodes it nor tidies its dots.
+    // Given apart from the URL, the target goes out byte for byte: libcurl neither encodes it nor tidies its
+    // dots.
     set(CURLOPT_REQUEST_TARGET, url.target.c_str());
     append(m_connectTo, url.connectTo.c_str());
     set(CURLOPT_CONNECT_TO, m_connectTo.get());
@@ -161,7 +157,8 @@ void RestTransfer::readStatusLine(const char* bytes, std::size_t count)
     const char* position = std::find(bytes, end, ' ');
     position = std::find(position == end ? end : position + 1, end, ' ');
     std::size_t length = 0;
-    for (position = position == end ? end : position + 1; position != end && length + 1 < sizeof m_reason; ++position) {
+    for (position = position == end ? end : position + 1; position != end && length + 1 < sizeof m_reason;
+         ++position) {
         if (*position >= ' ' && *position <= '~')
             m_reason[length++] = *position;
     }
@@ -212,7 +209,8 @@ RestFailure RestTransfer::failureOf(CURLcode code) const
 {
     if (m_result.failure != RestFailure::None)
         return m_result.failure;
-    // Headers that break off announce no length, so libcurl takes the end of the connection for the body's end.
+    // Headers that break off announce no length, so libcurl takes the end of the connection for the body's
+    // end.
     if (code == CURLE_OK)
         return m_headersEnded ? RestFailure::None : RestFailure::BrokenOff;
     // libcurl keeps a header line of its own limit in memory and calls a longer one a want of memory.

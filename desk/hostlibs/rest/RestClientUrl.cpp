@@ -21,10 +21,9 @@ constexpr int kShownUrl = 200;
 
 bool startsWithIgnoringCase(std::string_view text, std::string_view start)
 {
-    return text.size() >= start.size()
-           && std::equal(start.begin(), start.end(), text.begin(), [](unsigned char a, unsigned char b) {
-                  return std::tolower(a) == std::tolower(b);
-              });
+    return text.size() >= start.size() &&
+           std::equal(start.begin(), start.end(), text.begin(),
+                      [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); });
 }
 
 bool equalsIgnoringCase(std::string_view a, std::string_view b)
@@ -52,7 +51,8 @@ int portNumber(std::string_view digits)
     return port > 0 ? port : -1;
 }
 
-/// 127.0.0.0/8 in plain decimal. Octal, hexadecimal and shortened forms are refused, as readers differ on them.
+/// 127.0.0.0/8 in plain decimal. Octal, hexadecimal and shortened forms are refused, as readers differ on
+/// them.
 bool isLoopbackAddress(std::string_view host)
 {
     for (int i = 0; i < 4; ++i) {
@@ -137,7 +137,8 @@ RestClientUrl RestClientUrl::parse(const char16_t* text, const std::string& conn
     url.authority = std::string(authority);
     url.target = target.empty() || target.front() != '/' ? "/" + std::string(target) : std::string(target);
     // The name is never looked up: it means the address, also where a resolver is slow or says otherwise.
-    url.connectTo = "::" + (byName ? std::string("127.0.0.1") : std::string(host)) + ":" + std::to_string(port);
+    url.connectTo =
+        "::" + (byName ? std::string("127.0.0.1") : std::string(host)) + ":" + std::to_string(port);
     return url;
 }
 

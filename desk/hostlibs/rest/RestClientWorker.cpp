@@ -177,7 +177,8 @@ int RestWorker::pollTimeout() const
 {
     if (m_end == std::chrono::steady_clock::time_point::max())
         return kIdleMs;
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(m_end - std::chrono::steady_clock::now());
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(m_end - std::chrono::steady_clock::now());
     return static_cast<int>(std::max<std::chrono::milliseconds::rep>(left.count(), 0)) + 1;
 }
 

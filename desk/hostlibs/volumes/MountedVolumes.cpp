@@ -17,7 +17,7 @@
 namespace StandInHost {
 namespace {
 
-constexpr const char* kRemoteTypes[] = {"nfs",  "nfs4", "cifs", "smb3",      "smbfs", "afs",
+constexpr const char* kRemoteTypes[] = {"nfs",  "nfs4", "cifs",  "smb3",      "smbfs",  "afs",
                                         "ceph", "9p",   "ncpfs", "glusterfs", "lustre", "davfs"};
 
 /// Everything that lies on no block device is pseudo but for these.
@@ -67,7 +67,8 @@ QList<Mount> currentMounts()
 QHash<QString, QString> labels()
 {
     QHash<QString, QString> byDevice;
-    const QFileInfoList links = QDir(QStringLiteral("/dev/disk/by-label")).entryInfoList(QDir::Files | QDir::System);
+    const QFileInfoList links =
+        QDir(QStringLiteral("/dev/disk/by-label")).entryInfoList(QDir::Files | QDir::System);
     for (const QFileInfo& link : links) {
         QByteArray label = link.fileName().toUtf8();
         // udev writes awkward characters as \xNN.
@@ -97,8 +98,9 @@ QString deviceOf(const Mount& mount)
     const QRegularExpressionMatch match = partition.match(mount.source);
     if (match.hasMatch())
         return match.captured(1);
-    return mount.source.startsWith(QLatin1String("/dev/")) ? mount.source
-                                                           : QString(mount.type + QLatin1Char(' ') + mount.source);
+    return mount.source.startsWith(QLatin1String("/dev/"))
+               ? mount.source
+               : QString(mount.type + QLatin1Char(' ') + mount.source);
 }
 
 } // namespace
@@ -128,17 +130,20 @@ MountKind mountKind(const Mount& mount)
 {
     if (contains(kRemoteTypes, mount.type))
         return MountKind::Remote;
-    const bool isFuse = mount.type == QLatin1String("fuse") || mount.type == QLatin1String("fuseblk")
-        || mount.type.startsWith(QLatin1String("fuse."));
+    const bool isFuse = mount.type == QLatin1String("fuse") || mount.type == QLatin1String("fuseblk") ||
+                        mount.type.startsWith(QLatin1String("fuse."));
     // File systems in user space hang with their program, so they are asked as carefully as servers.
     if (isFuse) {
-        const bool isDesktop = mount.type.endsWith(QLatin1String("-fuse")) || mount.type.contains(QLatin1String("portal"))
-            || mount.type.contains(QLatin1String("lxcfs"));
+        const bool isDesktop = mount.type.endsWith(QLatin1String("-fuse")) ||
+                               mount.type.contains(QLatin1String("portal")) ||
+                               mount.type.contains(QLatin1String("lxcfs"));
         return isDesktop ? MountKind::Pseudo : MountKind::Remote;
     }
-    const bool isSystem = mount.path == QLatin1String("/boot") || mount.path.startsWith(QLatin1String("/boot/"))
-        || mount.path.startsWith(QLatin1String("/snap/")) || mount.path.startsWith(QLatin1String("/proc/"))
-        || mount.path.startsWith(QLatin1String("/etc/")) || mount.path.startsWith(QLatin1String("/var/lib/docker/"));
+    const bool isSystem =
+        mount.path == QLatin1String("/boot") || mount.path.startsWith(QLatin1String("/boot/")) ||
+        mount.path.startsWith(QLatin1String("/snap/")) || mount.path.startsWith(QLatin1String("/proc/")) ||
+        mount.path.startsWith(QLatin1String("/etc/")) ||
+        mount.path.startsWith(QLatin1String("/var/lib/docker/"));
     if (isSystem)
         return MountKind::Pseudo;
     if (contains(kLocalTypesWithoutDevice, mount.type) || mount.source.startsWith(QLatin1String("/dev/")))
