@@ -1,6 +1,6 @@
 #pragma once
 
-#include "queue/CancelToken.h"
+#include "base/CancelToken.h"
 
 #include <functional>
 #include <string>

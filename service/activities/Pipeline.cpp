@@ -1,6 +1,6 @@
 #include "activities/Pipeline.h"
 
-#include "activities/Copier.h"
+#include "activities/Activity.h"
 #include "base/FileTools.h"
 #include "base/Log.h"
 #include "base/Text.h"
@@ -25,9 +25,7 @@ struct Pipeline::Work
 {
     const FileOrder& order;
     FileRecord record;
-    MediaFacts media;
-    FileFacts clip;
-    FileFacts source;
+    Clip clip;
 };
 
 Pipeline::Pipeline(Database& database, FileStore& files, ErrorStore& errors, OutputArea& outputs)
@@ -43,7 +41,7 @@ FileResult Pipeline::process(const FileOrder& order)
     const auto stamp = filetools::stampOf(order.path);
     if (!stamp)
         return ended(FileResult::End::Later, "the file is gone");
-    Work work{order, {}, {}, {}, {}};
+    Work work{order, {}, {}};
     work.record.owner = order.ownerId;
     work.record.path = order.path;
     work.record.stamp = *stamp;
@@ -75,9 +73,11 @@ FileResult Pipeline::process(const FileOrder& order)
         return ended(FileResult::End::Later, "the file changed while it was read");
     if (probe.verdict == ProbeResult::Verdict::NotMedia)
         return reject(work, probe.text);
-    work.media = probe.facts;
-    work.source = {order.path, *stamp, *checksum};
-    work.clip = work.source;
+    work.clip.source = {order.path, *stamp, *checksum};
+    work.clip.linked = work.clip.source;
+    work.clip.media = probe.facts;
+    if (order.ownerKind == "folder")
+        work.clip.watched = order.ownerPath;
     work.record.id = m_files.take(work.record);
 
     const std::string failure = runActivities(work);
@@ -110,42 +110,18 @@ std::string Pipeline::runActivities(Work& work)
     if (!activities.empty() && work.order.willAct)
         work.order.willAct();
     for (std::size_t i = 0; i < activities.size() && !*work.order.cancel; ++i) {
-        const ActivityRecipe& activity = activities[i];
-        if (activity.kind != ActivityRecipe::Kind::Copy)
-            return "The action \"" + activity.id + "\" is not available in this version of the service";
-        if (const auto reason = runCopy(work, activity, static_cast<int>(i)); !reason.empty())
-            return "Copying " + work.order.path + " to " + activity.destination + " failed: " + reason;
-    }
-    return {};
-}
-
-std::string Pipeline::runCopy(Work& work, const ActivityRecipe& activity, int index)
-{
-    if (work.order.ownerKind == "folder" &&
-        text::canonicalPath(activity.destination) == text::canonicalPath(work.order.ownerPath))
-        return "the destination is the watched folder itself";
-    CopyOrder order;
-    order.source = work.order.path;
-    order.directory = activity.destination;
-    while (order.directory.size() > 1 && order.directory.back() == '/')
-        order.directory.pop_back();
-    order.cancel = work.order.cancel;
-    order.willWrite = [&](const std::string& scratch) { m_files.setScratch(work.record.id, scratch); };
-    order.progress = [&](int percent) {
-        if (work.order.progress)
-            work.order.progress((index * 100 + percent) /
-                                static_cast<int>(work.order.profile.activities.size()));
-    };
-    const CopyResult result = Copier::copy(order);
-    if (!result.ok)
-        return result.error;
-    log::info("copied " + work.order.path + " to " + result.path);
-    work.source.checksum = result.checksum;
-    if (activity.relinkAfterCopy) {
-        const auto stamp = filetools::stampOf(result.path);
-        if (!stamp)
-            return "the finished copy is gone";
-        work.clip = {result.path, *stamp, result.checksum};
+        ActivityProgress progress;
+        progress.willWrite = [&](const std::string& scratch) { m_files.setScratch(work.record.id, scratch); };
+        progress.percent = [&](int percent) {
+            if (work.order.progress)
+                work.order.progress(
+                    static_cast<int>((i * 100 + static_cast<std::size_t>(percent)) / activities.size()));
+        };
+        auto made =
+            Activity::forId(activities[i].id).run(work.clip, activities[i], progress, work.order.cancel);
+        if (!made)
+            return made.refusal().text;
+        work.clip = std::move(*made);
     }
     return {};
 }
@@ -160,8 +136,6 @@ FileResult Pipeline::publish(Work& work)
     facts.ownerId = order.ownerId;
     facts.ownerPath = order.ownerPath;
     facts.clip = work.clip;
-    facts.source = work.source;
-    facts.media = work.media;
     facts.profile = order.profile;
     const std::string name = OutputArea::fileName(work.record.id, order.path);
     std::string reason = m_outputs.prepare(order.ownerId, name, outputdocument::write(facts));

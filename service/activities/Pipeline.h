@@ -1,8 +1,8 @@
 #pragma once
 
+#include "base/CancelToken.h"
 #include "media/OutputArea.h"
 #include "media/OutputDocument.h"
-#include "queue/CancelToken.h"
 #include "store/ErrorStore.h"
 #include "store/FileStore.h"
 
@@ -64,7 +64,6 @@ private:
 
     FileResult reject(const Work& work, const std::string& reason);
     std::string runActivities(Work& work);
-    std::string runCopy(Work& work, const ActivityRecipe& activity, int index);
     FileResult publish(Work& work);
 
     Database& m_database;

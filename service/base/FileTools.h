@@ -1,7 +1,7 @@
 #pragma once
 
-#include "queue/CancelToken.h"
-#include "store/Records.h"
+#include "base/CancelToken.h"
+#include "base/FileStamp.h"
 
 #include <functional>
 #include <optional>

@@ -3,6 +3,9 @@
 #include "base/Text.h"
 #include "documents/XmlTools.h"
 
+#include <algorithm>
+#include <array>
+
 namespace krxservice::profiledocument {
 
 namespace {
@@ -11,21 +14,13 @@ constexpr std::size_t kLongestName = 8192; ///< bytes
 /// Bytes of a stored profile. Indenting makes documents longer, and what is stored must fit a document again.
 constexpr std::size_t kLargestProfile = 512 * 1024;
 
-ActivityRecipe::Kind kindOf(const std::string& id)
-{
-    if (id == "copy")
-        return ActivityRecipe::Kind::Copy;
-    if (id == "transcode")
-        return ActivityRecipe::Kind::Transcode;
-    return id == "consolidate" ? ActivityRecipe::Kind::Consolidate : ActivityRecipe::Kind::Unknown;
-}
+constexpr std::array<std::string_view, 3> kKinds = {kCopy, kTranscode, kConsolidate};
 
 ActivityRecipe readActivity(const pugi::xml_node& element)
 {
     ActivityRecipe activity;
     activity.id = element.attribute("id").value();
     activity.name = element.attribute("name").value();
-    activity.kind = kindOf(activity.id);
     activity.element = xmltools::elementText(element);
     for (const auto& child : element.child("destinationDetail").children()) {
         const std::string name = child.name();
@@ -55,11 +50,10 @@ std::optional<Refusal> checkActivities(const pugi::xml_node& profile)
     for (const auto& element :
          profile.child("processDefinition").child("package").child("activities").children("activity")) {
         const ActivityRecipe activity = readActivity(element);
-        if (activity.kind == ActivityRecipe::Kind::Unknown)
+        if (std::find(kKinds.begin(), kKinds.end(), activity.id) == kKinds.end())
             return Refusal{400, "the service knows no activity \"" + text::oneLine(activity.id) + "\""};
         const auto& path = activity.destination;
-        if (activity.kind == ActivityRecipe::Kind::Copy &&
-            (path.empty() || path[0] != '/' || !text::isPlainText(path)))
+        if (activity.id == kCopy && (path.empty() || path[0] != '/' || !text::isPlainText(path)))
             return Refusal{400, "a copy activity needs an absolute \"filesystemPath\""};
     }
     return std::nullopt;
@@ -110,6 +104,18 @@ Outcome<ProfileRecipe> recipe(const ProfileRecord& profile)
          root.child("processDefinition").child("package").child("activities").children("activity"))
         recipe.activities.push_back(readActivity(element));
     return recipe;
+}
+
+std::set<std::string> destinations(const ProfileRecipe& recipe)
+{
+    std::set<std::string> paths;
+    for (const auto& activity : recipe.activities) {
+        if (activity.id != kCopy || activity.destination.empty())
+            continue;
+        const std::string canonical = text::canonicalPath(activity.destination);
+        paths.insert(canonical.empty() ? activity.destination : canonical);
+    }
+    return paths;
 }
 
 std::string defaultRequest()

@@ -3,6 +3,7 @@
 #include "base/Outcome.h"
 #include "store/Records.h"
 
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,10 +13,7 @@ namespace krxservice {
 /// One action of a profile, as far as the service must know it.
 struct ActivityRecipe
 {
-    enum class Kind { Copy, Transcode, Consolidate, Unknown };
-
-    Kind kind = Kind::Unknown;
-    std::string id;               ///< the word in the document
+    std::string id;               ///< the word for its kind
     std::string name;             ///< the activity's display name
     std::string destination;      ///< of a copy: the folder to copy into
     bool relinkAfterCopy = false; ///< of a copy: the output links to the copy
@@ -38,12 +36,20 @@ namespace profiledocument {
 /// Name of the profile that always exists.
 constexpr char kDefaultName[] = "Default Profile";
 
+/// The words for the kinds of action that a profile may order.
+constexpr char kCopy[] = "copy";
+constexpr char kTranscode[] = "transcode";
+constexpr char kConsolidate[] = "consolidate";
+
 /// Reads a "profileRequest": the record to be stored, under the id \a guid, which is written into the
 /// document. Everything else that the client sent is kept as it is.
 Outcome<ProfileRecord> fromRequest(std::string_view body, const std::string& guid);
 
 /// What the stored profile asks for.
 Outcome<ProfileRecipe> recipe(const ProfileRecord& profile);
+
+/// The directories that a profile copies into, in canonical form: what lies there was made by us.
+std::set<std::string> destinations(const ProfileRecipe& recipe);
 
 /// The request that makes the default profile: link only, a new bin named after the volume.
 std::string defaultRequest();

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "base/CancelToken.h"
 #include "media/OutputDocument.h"
-#include "queue/CancelToken.h"
 
 #include <string>
 #include <string_view>

@@ -88,10 +88,10 @@ std::string write(const OutputFacts& facts)
     auto owner = xmltools::append(root, facts.ownerKind.c_str(), facts.ownerPath);
     owner.append_attribute("id") = facts.ownerId.c_str();
     auto clip = xmltools::append(root, "clip");
-    xmltools::append(clip, "name", clipName(facts.clip.path));
-    addFile(clip, facts.clip);
-    addFile(xmltools::append(root, "source"), facts.source);
-    addMedia(root, facts.media);
+    xmltools::append(clip, "name", clipName(facts.clip.linked.path));
+    addFile(clip, facts.clip.linked);
+    addFile(xmltools::append(root, "source"), facts.clip.source);
+    addMedia(root, facts.clip.media);
     addProfile(root, facts.profile);
     return xmltools::documentText(document);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/FileStamp.h"
+
 #include <cstdint>
 #include <string>
 
@@ -50,16 +52,6 @@ inline bool isFinal(const std::string& state)
     return state == kCompleted || state == kFailed || state == kCancelled;
 }
 } // namespace jobstate
-
-/// Size and time of a file: what changes when somebody writes it.
-struct FileStamp
-{
-    std::int64_t size = 0;
-    std::int64_t modified = 0; ///< nanoseconds since 1970
-
-    bool operator==(const FileStamp& other) const { return size == other.size && modified == other.modified; }
-    bool operator!=(const FileStamp& other) const { return !(*this == other); }
-};
 
 /// How far a file of a folder or of a job has come.
 enum class FileState {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "store/Records.h"
+#include "base/FileStamp.h"
 
 namespace krxservice {
 

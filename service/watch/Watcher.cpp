@@ -29,21 +29,6 @@ std::int64_t steadyNow()
     return duration_cast<nanoseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
-/// The directories that the profile copies into: what lies there was made by us.
-std::set<std::string> destinations(const ProfileRecord& profile)
-{
-    std::set<std::string> paths;
-    if (const auto recipe = profiledocument::recipe(profile)) {
-        for (const auto& activity : recipe->activities) {
-            if (activity.kind == ActivityRecipe::Kind::Copy && !activity.destination.empty()) {
-                const std::string canonical = text::canonicalPath(activity.destination);
-                paths.insert(canonical.empty() ? activity.destination : canonical);
-            }
-        }
-    }
-    return paths;
-}
-
 } // namespace
 
 Watcher::Watcher(const Stores& stores, const Times& times, Sink sink)
@@ -111,7 +96,8 @@ void Watcher::update(const FolderRecord& folder)
         return;
     }
     m_withoutProfile.erase(folder.id);
-    auto skipped = destinations(*profile);
+    const auto recipe = profiledocument::recipe(*profile);
+    auto skipped = recipe ? profiledocument::destinations(*recipe) : std::set<std::string>();
     auto& watched = m_folders[folder.id];
     if (watched && watched->isSame(folder, skipped))
         return;

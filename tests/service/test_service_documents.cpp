@@ -298,14 +298,14 @@ private slots:
         QCOMPARE(q(recipe->settings),
                  QStringLiteral("<profileSettings>\n <binDetail />\n</profileSettings>\n"));
         QCOMPARE(recipe->activities.size(), std::size_t(3));
-        QVERIFY(recipe->activities[0].kind == ActivityRecipe::Kind::Copy);
+        QCOMPARE(q(recipe->activities[0].id), QStringLiteral("copy"));
         QCOMPARE(q(recipe->activities[0].destination), QStringLiteral("/one"));
         QVERIFY(recipe->activities[0].relinkAfterCopy);
         // Only the exact word counts.
         QVERIFY(!recipe->activities[0].autoCheckin);
-        QVERIFY(recipe->activities[1].kind == ActivityRecipe::Kind::Transcode);
+        QCOMPARE(q(recipe->activities[1].id), QStringLiteral("transcode"));
         QCOMPARE(q(recipe->activities[1].name), QStringLiteral("Transcode "));
-        QVERIFY(recipe->activities[2].kind == ActivityRecipe::Kind::Consolidate);
+        QCOMPARE(q(recipe->activities[2].id), QStringLiteral("consolidate"));
     }
 
     void defaultProfileIsLinkOnly()
@@ -413,17 +413,17 @@ private slots:
         facts.ownerKind = "folder";
         facts.ownerId = "f1";
         facts.ownerPath = "/in/";
-        facts.source = {"/in/a.b.mov", {10, 1500000000}, "xxh3-64:aa"};
-        facts.clip = {"/copy/a.b.mov", {10, 2500000000}, "xxh3-64:aa"};
-        facts.media.kind = "video";
-        facts.media.format = "mov";
+        facts.clip.source = {"/in/a.b.mov", {10, 1500000000}, "xxh3-64:aa"};
+        facts.clip.linked = {"/copy/a.b.mov", {10, 2500000000}, "xxh3-64:aa"};
+        facts.clip.media.kind = "video";
+        facts.clip.media.format = "mov";
         StreamFacts stream;
         stream.type = "video";
         stream.codec = "prores";
         stream.width = 1920;
         stream.height = 1080;
         stream.frameRate = "25/1";
-        facts.media.streams = {stream};
+        facts.clip.media.streams = {stream};
         facts.profile.id = "p";
         facts.profile.name = "P & Q";
         facts.profile.settings = "<profileSettings>\n <binDetail />\n</profileSettings>\n";

@@ -87,7 +87,6 @@ class TestServiceWork : public QObject
     static ActivityRecipe copyTo(const QString& folder, bool relink = false)
     {
         ActivityRecipe copy;
-        copy.kind = ActivityRecipe::Kind::Copy;
         copy.id = "copy";
         copy.destination = folder.toStdString();
         copy.relinkAfterCopy = relink;
@@ -425,8 +424,6 @@ private slots:
             Bench bench;
             FileOrder order = bench.order(m_wave);
             ActivityRecipe activity;
-            activity.kind = std::string(id) == "transcode" ? ActivityRecipe::Kind::Transcode
-                                                           : ActivityRecipe::Kind::Consolidate;
             activity.id = id;
             order.profile.activities = {activity};
             const auto result = bench.pipeline.process(order);

@@ -1,0 +1,53 @@
+#include "activities/Activity.h"
+
+#include "activities/CopyActivity.h"
+
+#include <array>
+#include <string_view>
+
+namespace krxservice {
+
+namespace {
+
+/// Stands for what this version cannot do.
+class MissingActivity : public Activity
+{
+public:
+    Outcome<Clip> run(const Clip& /*clip*/, const ActivityRecipe& recipe,
+                      const ActivityProgress& /*progress*/, const CancelToken& /*cancel*/) const override
+    {
+        return Refusal{501,
+                       "The action \"" + recipe.id + "\" is not available in this version of the service"};
+    }
+};
+
+template <typename Kind>
+const Activity& only()
+{
+    static const Kind activity;
+    return activity;
+}
+
+struct Entry
+{
+    std::string_view id;
+    const Activity& (*activity)();
+};
+
+/// A new kind of action is a class and a line here.
+constexpr std::array<Entry, 1> kActivities = {{
+    {profiledocument::kCopy, &only<CopyActivity>},
+}};
+
+} // namespace
+
+const Activity& Activity::forId(const std::string& id)
+{
+    for (const auto& entry : kActivities) {
+        if (entry.id == id)
+            return entry.activity();
+    }
+    return only<MissingActivity>();
+}
+
+} // namespace krxservice

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "base/CancelToken.h"
+#include "base/Outcome.h"
+#include "documents/ProfileDocument.h"
+#include "media/Clip.h"
+
+#include <functional>
+#include <string>
+
+namespace krxservice {
+
+/// What an action tells while it runs; both may be empty.
+struct ActivityProgress
+{
+    std::function<void(int percent)> percent; ///< now and then, 0 to 100
+    /// Before an unfinished file appears, so that it can be cleaned up after a crash.
+    std::function<void(const std::string& scratch)> willWrite;
+};
+
+/// One kind of action that a profile can order. Has no state: may run on several threads at once.
+class Activity
+{
+public:
+    virtual ~Activity() = default;
+
+    /// Does to \a clip what \a recipe orders and gives the clip that the next action works on, or the reason
+    /// why it cannot. Blocks until it is done or \a cancel was set; whatever fails leaves nothing behind.
+    virtual Outcome<Clip> run(const Clip& clip, const ActivityRecipe& recipe,
+                              const ActivityProgress& progress, const CancelToken& cancel) const = 0;
+
+    /// The activity for the word \a id of a profile; never null: an unknown one refuses every clip.
+    static const Activity& forId(const std::string& id);
+};
+
+} // namespace krxservice
