@@ -1,7 +1,7 @@
 #include "DeskApplication.h"
+#include "DeskExtras.h"
 #include "DeskOptions.h"
 #include "DeskVersion.h"
-#include "tour/Tour.h"
 
 #include "StandInHost.h"
 
@@ -28,7 +28,8 @@ bool isForQt(const QString& argument)
            !argument.startsWith(QLatin1String("--"));
 }
 
-/// Answers what needs no display: help, version, and a command line that makes no sense.
+/// Answers what needs no display: help, version, and a command line that makes no sense or asks for what is
+/// not installed.
 /// \return the exit code; -1 when there is more to do.
 int answerWithoutDisplay(int argc, char** argv)
 {
@@ -42,6 +43,8 @@ int answerWithoutDisplay(int argc, char** argv)
         std::fputs(qPrintable(DeskOptions::helpText()), stdout);
     else if (options.mode == DeskOptions::Mode::ShowVersion)
         std::printf("krx-desk %s\n", KRX_DESK_VERSION);
+    else if (options.needsExtras() && DeskExtras::find(DeskExtras::places()).isEmpty())
+        return DeskApplication::refuseMissingExtras();
     else
         return -1;
     return 0;
@@ -68,5 +71,5 @@ int main(int argc, char** argv)
     QGuiApplication::setApplicationDisplayName(QStringLiteral("KRX Desk"));
     StandInHost::setLanguage(options.language.isEmpty() ? QLocale::system().name().left(2)
                                                         : options.language);
-    return options.mode == DeskOptions::Mode::Tour ? Tour::run(options) : DeskApplication::runWindow(options);
+    return DeskApplication::run(options);
 }

@@ -1,7 +1,7 @@
 #include "WayDesk.h"
 
-#include "Demo.h"
 #include "DeskProject.h"
+#include "TestHttpServer.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -143,7 +143,7 @@ private slots:
         m_dir = std::make_unique<QTemporaryDir>();
         for (const char* name : {"watched", "copies", "service"})
             QVERIFY(QDir().mkpath(in(name)));
-        m_port = Demo::freePort();
+        m_port = RefusingPort().port();
     }
 
     void theDeskDies_data()

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "DeskApi.h"
+
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -10,7 +12,7 @@ struct LinkDocument;
 /// Takes finished outputs into the project: reads the link document, records the clip, saves the project and
 /// only then removes the document. A crash between any two of these steps loses no clip, and the clip's id
 /// keeps it from being taken twice.
-class ClipIntake : public QObject
+class KRX_DESK_API ClipIntake : public QObject
 {
     Q_OBJECT
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "DeskApi.h"
+
 #include <QDateTime>
 #include <QHash>
 #include <QJsonObject>
@@ -40,7 +42,7 @@ struct DeskBin
 /// The bins of one project and the file that holds them.
 /// The file is replaced as a whole and only by a complete one, so that a crash leaves the old or the new
 /// state.
-class DeskProject : public QObject
+class KRX_DESK_API DeskProject : public QObject
 {
     Q_OBJECT
 

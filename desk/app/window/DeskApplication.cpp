@@ -1,6 +1,6 @@
 #include "DeskApplication.h"
 
-#include "Demo.h"
+#include "DeskExtras.h"
 #include "DeskProject.h"
 #include "DeskWindow.h"
 #include "QuitSignals.h"
@@ -40,22 +40,22 @@ int refuse(const QString& text)
     return 1;
 }
 
-} // namespace
+int say(const QString& text, int code)
+{
+    std::fprintf(stderr, "krx-desk: %s\n", qPrintable(text));
+    return code;
+}
 
-namespace DeskApplication {
-
-int runWindow(const DeskOptions& given)
+/// Opens the window on a project and runs until it is closed.
+/// \param extras the demo's library; null when no demo is asked for.
+int runWindow(const DeskOptions& given, DeskExtras* extras)
 {
     DeskOptions options = given;
     QSettings settings;
     const bool isDemo = !options.demo.isEmpty();
-    std::unique_ptr<Demo> demo;
-    if (isDemo) {
-        demo = std::make_unique<Demo>(options.demo);
-        QString error;
-        if (!demo->prepare(options, error))
-            return refuse(error);
-    }
+    QString error;
+    if (isDemo && !extras->prepareDemo(options, error))
+        return refuse(error);
     if (options.project.isEmpty())
         options.project = settings.value(kLastProject, defaultProject()).toString();
     if (!options.skinGiven && settings.value(kSkin).toString() == kDark)
@@ -67,17 +67,16 @@ int runWindow(const DeskOptions& given)
     if (!lock.tryLock(0))
         return refuse(DeskWindow::tr("The project %1 is open in another KRX Desk.").arg(options.project));
     DeskProject project;
-    QString error;
-    if (!openProject(project, options.project, error))
+    if (!DeskApplication::openProject(project, options.project, error))
         return refuse(error);
 
     int code = 0;
     {
         const QuitSignals quitSignals;
-        DeskWindow window(project, serviceSettings(options));
+        DeskWindow window(project, DeskApplication::serviceSettings(options));
         window.setDarkSkin(options.skin == DeskOptions::Skin::Dark);
-        if (demo)
-            demo->follow(window);
+        if (isDemo)
+            extras->followDemo(window);
         window.show();
         window.start();
         code = QApplication::exec();
@@ -88,8 +87,31 @@ int runWindow(const DeskOptions& given)
                                      ? QString()
                                      : QString(kDark));
     }
-    cleanUpModule();
+    DeskApplication::cleanUpModule();
     return code;
+}
+
+} // namespace
+
+namespace DeskApplication {
+
+int run(const DeskOptions& options)
+{
+    if (!options.needsExtras())
+        return runWindow(options, nullptr);
+    const QStringList places = DeskExtras::places();
+    if (DeskExtras::find(places).isEmpty())
+        return refuseMissingExtras();
+    QString error;
+    DeskExtras* extras = DeskExtras::load(places, error);
+    if (!extras)
+        return say(error, 1);
+    return options.mode == DeskOptions::Mode::Tour ? extras->runTour(options) : runWindow(options, extras);
+}
+
+int refuseMissingExtras()
+{
+    return say(DeskExtras::notInstalled(), kExtrasMissing);
 }
 
 bool openProject(DeskProject& project, const QString& path, QString& error)

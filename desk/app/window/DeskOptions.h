@@ -22,6 +22,9 @@ struct DeskOptions
     Skin skin = Skin::Light;
     bool skinGiven = false;
 
+    /// Whether the demo or the tour is asked for, which are a library of their own.
+    bool needsExtras() const { return !demo.isEmpty() || mode == Mode::Tour; }
+
     /// Reads the arguments, the program's name first. \return false with a text in \a error.
     static bool parse(const QStringList& arguments, DeskOptions& options, QString& error);
     /// What --help prints.

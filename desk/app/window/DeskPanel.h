@@ -1,10 +1,11 @@
 #pragma once
 
+#include "DeskApi.h"
 #include "KRXWindow.h"
 
 /// The module's panel as the desk places it: with the desk's own profile editor, and telling the desk what it
 /// needs.
-class DeskPanel : public KRXWindow
+class KRX_DESK_API DeskPanel : public KRXWindow
 {
     Q_OBJECT
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DeskApi.h"
 #include "ServiceMonitor.h"
 #include "ServiceSupervisor.h"
 
@@ -24,7 +25,7 @@ class ServicesDialog;
 
 /// The desk: the folder panel above the project's bins, and a status bar with progress and the service's
 /// state.
-class DeskWindow : public QMainWindow
+class KRX_DESK_API DeskWindow : public QMainWindow
 {
     Q_OBJECT
 
