@@ -207,8 +207,10 @@ void KRXFolderViewWidget::profileClicked(const QModelIndex& index)
         connect(action, &QAction::triggered, this, [this, folderId, profile] {
             // The list may have been filled again while the menu was open.
             m_clickedItem = itemByFolderId(folderId);
-            updateProfileValue(profile.first, profile.second);
+            m_chosenProfile = profile;
         });
+        // Runs after the choice was noted: slots run in the order in which they were connected.
+        connect(action, &QAction::triggered, this, &KRXFolderViewWidget::updateProfileValue);
     }
     const QRect cell = visualRect(index);
     menu->setFont(applicationFont());
@@ -216,10 +218,11 @@ void KRXFolderViewWidget::profileClicked(const QModelIndex& index)
     menu->popup(mapToGlobal(QPoint(cell.left(), cell.bottom() + header()->height() + kMenuGap)));
 }
 
-void KRXFolderViewWidget::updateProfileValue(const QString& profileId, const QString& profileName)
+void KRXFolderViewWidget::updateProfileValue()
 {
     if (!m_clickedItem)
         return;
+    const auto [profileId, profileName] = m_chosenProfile;
     KRXProfile profile;
     KRXProfileManager::getInstance().getProfile(profileId, profile);
     const QStringList copyTo = profile.property(KRXProfileProperties::kCopyToFolder).toStringList();

@@ -5,6 +5,7 @@
 #include <QIcon>
 #include <QList>
 #include <QModelIndex>
+#include <QPair>
 #include <QPoint>
 #include <QRect>
 #include <QSize>
@@ -100,7 +101,8 @@ protected:
 
 private slots:
     void itemChanged(QTreeWidgetItem* item, int column);
-    void updateProfileValue(const QString& profileId, const QString& profileName);
+    /// A profile was chosen from the menu for the clicked row: assigns it, or says why it cannot be.
+    void updateProfileValue();
 
 private:
     struct ProfileTexts;
@@ -128,4 +130,6 @@ private:
     bool m_clickedItemWasSelected = false;
     AcquireCallback m_callback = nullptr;
     QTreeWidgetItem* m_clickedItem = nullptr;
+    /// Identifier and name of what was chosen last from the profile menu.
+    QPair<QString, QString> m_chosenProfile;
 };

@@ -54,11 +54,23 @@ protected:
     /// Hook: profiles changed on the service (after a save or a deletion).
     virtual void updateKRXWindowInfo();
 
-public slots:
+protected slots:
     /// Hook: fill \a box with the codecs for its project type, raster and colour space.
     virtual void updateCodecBox(CodecBox* box);
     /// Hook: fill the encoding-profile box of \a box for its current codec.
     virtual void updateEncodingProfileBox(CodecBox* box);
+
+protected:
+    /// Hook: another profile was chosen in the profiles box while the modified mark stands. The box shows the
+    /// chosen one already; nothing is loaded yet, so what was edited is still in the editors. The host may
+    /// ask here, in a modal box too. Not called when updateProfilesBox() chooses.
+    /// \param profileName the name of the modified profile, as the box lists it.
+    /// \return true to load the chosen profile, which throws the changes away; the mark stands until the
+    /// host takes it away with getProfileState()->setModified(false). False to let the box go back to the
+    /// modified profile, which stays as it was edited. The module does nothing and returns true.
+    virtual bool mayLeaveProfile(const QString& profileName);
+
+public slots:
     /// Marks the profile as modified and shows the mark.
     void updateModifiedState();
     /// Gives the window the height that its sections need; only while it is visible.
@@ -75,6 +87,8 @@ public:
     ProfileActionsController* getAllActionsController() const { return m_actionsController; }
     KRXProfileState* getProfileState() { return &m_state; }
     QScrollArea* getScrollArea() const { return m_scrollArea; }
+    /// Has updateCodecBox() and updateEncodingProfileBox() fill the lists of \a box whenever it asks for it.
+    void fillListsOf(const CodecBox* box);
     /// The action row that is selected; null when none is.
     KRXTwistWidget* getCurrentSelectedAction() const;
     void setCurrentSelectedAction(KRXTwistWidget* action);
@@ -107,6 +121,8 @@ private:
     KRXLinkOptionsSettings* linkOptions() const;
     /// Only the Save button may be pressed by Enter, whatever buttons came since.
     void keepEnterForSave();
+    int indexOfProfile(const QString& profileId) const;
+    bool mayChoose(int index);
     /// Loads a cached profile into the editors and the summary; of an unknown one they stay as they were.
     void refreshProfileSummary(const QString& profileId);
     bool mayBeSaved(QString& error) const;
@@ -128,5 +144,7 @@ private:
     ProfileActionsController* m_actionsController = nullptr;
     QMenu* m_contextMenu = nullptr;
     QPointer<KRXTwistWidget> m_selectedAction;
+    /// Identifier of the profile that was loaded last; null while none was.
+    QString m_loadedProfile;
     QString m_defaultProfileName;
 };

@@ -216,9 +216,8 @@ void KRXWindow::paintEvent(QPaintEvent* event)
     QWidget::paintEvent(event);
     if (!m_inHighlightState)
         return;
+    // A width of 0 is a pen too: the thinnest line there is.
     const int width = HostQtShell::paletteNumber(QStringLiteral("WindowHighlightFrameWidth"));
-    if (width == 0)
-        return;
     const int opacity = HostQtShell::paletteNumber(QStringLiteral("WindowHighlightFrameOpacity"));
     QColor color = HostQtShell::highlightPaletteColor(QStringLiteral("WindowHighlightFrameColor"));
     color.setAlpha(qMin(opacity * kOpaque / 100, kOpaque));

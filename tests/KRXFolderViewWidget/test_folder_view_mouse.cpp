@@ -501,6 +501,10 @@ void TestFolderViewMouse::chosenProfileIsShownAndWrittenOnce()
     QCOMPARE(f.service.folders.at(0).profile, "p2"_s);
     QVERIFY(StandInHost::messageLog().isEmpty());
     QVERIFY(!f.view->model()->signalsBlocked());
+    // The slot itself takes what was chosen last.
+    f.service.clear();
+    QVERIFY(QMetaObject::invokeMethod(f.view.get(), "updateProfileValue"));
+    QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/a"_s}));
 }
 
 void TestFolderViewMouse::chosenProfileOfAFilledDirectoryAsks()

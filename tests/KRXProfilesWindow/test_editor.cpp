@@ -1,4 +1,4 @@
-#include "EditorFixture.h"
+#include "EditorUnderTest.h"
 #include "HostQtShell.h"
 #include "KRXSettingsController.h"
 #include "KRXSummaryWidget.h"
@@ -16,71 +16,6 @@
 #include <QScrollArea>
 #include <QTimer>
 #include <QUndoStack>
-
-namespace {
-
-/// The editor with its protected parts opened and its hooks counted.
-class Editor : public KRXProfilesWindow
-{
-public:
-    explicit Editor(QWidget* parent = nullptr)
-        : KRXProfilesWindow(parent)
-    {
-    }
-
-    using KRXProfilesWindow::cancelBtnPressed;
-    using KRXProfilesWindow::delBtnPressed;
-    using KRXProfilesWindow::doWinHelp;
-    using KRXProfilesWindow::saveBtnPressed;
-    using KRXProfilesWindow::showContextMenu;
-    using KRXProfilesWindow::showMultiChannelDlg;
-
-    void initXelSettingsValues() override { ++initialisations; }
-    void updateMultiChannelLabel(QLabel* label) override { multiChannelLabel = label; }
-    void updateKRXWindowInfo() override { ++infoUpdates; }
-    void setNewHeight(int height) override
-    {
-        heights << height;
-        KRXProfilesWindow::setNewHeight(height);
-    }
-
-    template <class Widget>
-    Widget* child(const char* name) const
-    {
-        return findChild<Widget*>(QLatin1String(name));
-    }
-
-    int initialisations = 0;
-    int infoUpdates = 0;
-    QLabel* multiChannelLabel = nullptr;
-    QList<int> heights;
-};
-
-QString bins(const char* selection)
-{
-    return QStringLiteral(
-               "<profileSettings><binDetail><binSelectionMethod>%1</binSelectionMethod></binDetail>"
-               "</profileSettings>")
-        .arg(QLatin1String(selection));
-}
-
-/// Runs when the save dialog is open inside saveBtnPressed(): gives it a name and presses its button.
-void answerSaveDialog(Editor& editor, const QString& name, const char* button, QString* proposed = nullptr)
-{
-    QTimer::singleShot(0, &editor, [&editor, name, button, proposed] {
-        auto* dialog = editor.findChild<SaveProfileDialog*>();
-        if (!dialog)
-            return;
-        if (proposed)
-            *proposed = dialog->profileName();
-        dialog->findChild<QLineEdit*>()->setText(name);
-        dialog->findChild<QPushButton*>(QLatin1String(button))->click();
-        if (dialog->isVisible())
-            dialog->reject();
-    });
-}
-
-} // namespace
 
 class TestEditor : public QObject
 {
@@ -933,7 +868,7 @@ private slots:
 
     void theBaseHooksDoNothing()
     {
-        KRXProfilesWindow editor(nullptr);
+        Editor editor;
         editor.updateCodecBox(nullptr);
         editor.updateEncodingProfileBox(nullptr);
         QVERIFY(StandInHost::messageLog().isEmpty());

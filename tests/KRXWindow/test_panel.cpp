@@ -88,6 +88,7 @@ private slots:
     // --- Height and frame ---
     void openedSummaryAsksForAHeight();
     void frameIsDrawnOnlyWhileHighlighted();
+    void frameOfWidthZeroIsTheThinnestLine();
     void frameOfWidthThreeIsInsetByOneAndTwo();
     void frameHasTheHostsColour();
     void changingTheStateRepaintsOnce();
@@ -777,6 +778,23 @@ void TestPanel::frameIsDrawnOnlyWhileHighlighted()
     QVERIFY(painted(*f.panel) != plain);
     f.panel->setInHighlightState(false);
     QCOMPARE(painted(*f.panel), plain);
+}
+
+void TestPanel::frameOfWidthZeroIsTheThinnestLine()
+{
+    PanelFixture f;
+    f.show();
+    StandInHost::setPaletteNumber("WindowHighlightFrameWidth"_s, 0);
+    StandInHost::setPaletteNumber("WindowHighlightFrameOpacity"_s, 100);
+    f.panel->setInHighlightState(true);
+    const QImage image = painted(*f.panel);
+    StandInHost::resetPaletteNumbers();
+    const QRgb frame = HostQtShell::highlightPaletteColor("WindowHighlightFrameColor"_s).rgb();
+    const int middle = f.panel->width() / 2;
+    QCOMPARE(image.pixel(0, 5), frame);
+    QCOMPARE(image.pixel(middle, 0), frame);
+    QVERIFY(image.pixel(1, 5) != frame);
+    QVERIFY(image.pixel(middle, 1) != frame);
 }
 
 void TestPanel::frameOfWidthThreeIsInsetByOneAndTwo()

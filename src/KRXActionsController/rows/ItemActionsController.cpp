@@ -87,9 +87,6 @@ void ItemActionsController::connectWidget(IAction* action)
     for (const CopyToPathWidget* folder : options->findChildren<CopyToPathWidget*>())
         QObject::connect(folder, &CopyToPathWidget::pathChosen, window,
                          &KRXProfilesWindow::updateModifiedState);
-    for (const CodecBox* codec : options->findChildren<CodecBox*>()) {
-        QObject::connect(codec, &CodecBox::updateRezList, window, &KRXProfilesWindow::updateCodecBox);
-        QObject::connect(codec, &CodecBox::codecChanged, window,
-                         &KRXProfilesWindow::updateEncodingProfileBox);
-    }
+    for (const CodecBox* codec : options->findChildren<CodecBox*>())
+        window->fillListsOf(codec);
 }

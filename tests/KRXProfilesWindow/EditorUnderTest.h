@@ -1,0 +1,83 @@
+#pragma once
+
+#include "EditorFixture.h"
+#include "SaveProfileDialog.h"
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QTimer>
+
+#include <functional>
+
+/// The editor with its protected parts opened and its hooks counted.
+class Editor : public KRXProfilesWindow
+{
+public:
+    explicit Editor(QWidget* parent = nullptr)
+        : KRXProfilesWindow(parent)
+    {
+    }
+
+    using KRXProfilesWindow::cancelBtnPressed;
+    using KRXProfilesWindow::delBtnPressed;
+    using KRXProfilesWindow::doWinHelp;
+    using KRXProfilesWindow::saveBtnPressed;
+    using KRXProfilesWindow::showContextMenu;
+    using KRXProfilesWindow::showMultiChannelDlg;
+    using KRXProfilesWindow::updateCodecBox;
+    using KRXProfilesWindow::updateEncodingProfileBox;
+
+    void initXelSettingsValues() override { ++initialisations; }
+    void updateMultiChannelLabel(QLabel* label) override { multiChannelLabel = label; }
+    void updateKRXWindowInfo() override { ++infoUpdates; }
+    bool mayLeaveProfile(const QString& profileName) override
+    {
+        askedToLeave << profileName;
+        return KRXProfilesWindow::mayLeaveProfile(profileName) && (!leave || leave());
+    }
+    void setNewHeight(int height) override
+    {
+        heights << height;
+        KRXProfilesWindow::setNewHeight(height);
+    }
+
+    template <class Widget>
+    Widget* child(const char* name) const
+    {
+        return findChild<Widget*>(QLatin1String(name));
+    }
+
+    int initialisations = 0;
+    int infoUpdates = 0;
+    QLabel* multiChannelLabel = nullptr;
+    QList<int> heights;
+    QStringList askedToLeave;
+    /// What the host answers to the question about leaving; nothing leaves it to the module.
+    std::function<bool()> leave;
+};
+
+/// The settings of a profile that puts clips into that bin.
+inline QString bins(const char* selection)
+{
+    return QStringLiteral(
+               "<profileSettings><binDetail><binSelectionMethod>%1</binSelectionMethod></binDetail>"
+               "</profileSettings>")
+        .arg(QLatin1String(selection));
+}
+
+/// Runs when the save dialog is open inside saveBtnPressed(): gives it a name and presses its button.
+inline void answerSaveDialog(Editor& editor, const QString& name, const char* button,
+                             QString* proposed = nullptr)
+{
+    QTimer::singleShot(0, &editor, [&editor, name, button, proposed] {
+        auto* dialog = editor.findChild<SaveProfileDialog*>();
+        if (!dialog)
+            return;
+        if (proposed)
+            *proposed = dialog->profileName();
+        dialog->findChild<QLineEdit*>()->setText(name);
+        dialog->findChild<QPushButton*>(QLatin1String(button))->click();
+        if (dialog->isVisible())
+            dialog->reject();
+    });
+}
