@@ -1,5 +1,5 @@
 #include "JsonFields.h"
-#include "StandInMedia.h"
+#include "MediaCatalogue.h"
 
 #include <QFile>
 #include <QHash>
@@ -7,15 +7,12 @@
 #include <QJsonParseError>
 #include <QRegularExpression>
 #include <QSet>
-#include <QUuid>
 
 #include <algorithm>
 #include <limits>
 
-namespace StandInHost {
+namespace KRXCatalogue {
 namespace {
-
-using HostMediaEngine::FrameRate;
 
 constexpr qint64 kMaxInt = std::numeric_limits<int>::max();
 constexpr qint64 kMaxId = std::numeric_limits<quint32>::max();
@@ -128,7 +125,7 @@ void readProjectTypes(JsonFields& document, MediaCatalogue& catalogue)
         const int definition = fields.choice("definition", definitionNames());
         type.sd = definition == SD;
         type.hd = definition == HD;
-        if ((definition == Custom) != (type.code == HostMediaEngine::kCustomFormatProjectType))
+        if ((definition == Custom) != (type.code == kCustomFormatProjectType))
             fields.fail("definition", QStringLiteral("is \"custom\" for code 26 and for no other"));
         if (definition != Custom) {
             type.frame = readFrame(fields);
@@ -154,38 +151,30 @@ void readFormats(JsonFields& document, MediaCatalogue& catalogue)
                           QStringLiteral("frame"), QStringLiteral("rate"), QStringLiteral("disabled"),
                           QStringLiteral("family")});
         Format format;
-        format.format.identifier = static_cast<quint32>(fields.number("identifier", 1, kMaxId));
-        if (identifiers.contains(format.format.identifier))
+        format.identifier = static_cast<quint32>(fields.number("identifier", 1, kMaxId));
+        if (identifiers.contains(format.identifier))
             fields.fail("identifier", QStringLiteral("is taken by another format"));
-        identifiers.insert(format.format.identifier);
-        format.format.projectType = HostMediaEngine::kCustomFormatProjectType;
-        const QSize frame = readFrame(fields);
-        format.format.width = frame.width();
-        format.format.height = frame.height();
+        identifiers.insert(format.identifier);
+        format.frame = readFrame(fields);
         format.description = fields.text("description");
         if (descriptions.contains(format.description))
             fields.fail("description", QStringLiteral("is that of another format"));
         descriptions.insert(format.description);
         format.rate = readRate(fields);
         format.disabled = fields.flag("disabled", false);
-        families.add(familyOf(fields), format.format.identifier);
+        families.add(familyOf(fields), format.identifier);
         catalogue.formats.append(format);
     });
     for (int i = 0; i < catalogue.formats.size(); ++i)
         catalogue.formats[i].compatible = families.membersLike(i);
 }
 
-HostMediaEngine::AafUid readUid(JsonFields& fields)
+QUuid readUid(JsonFields& fields)
 {
-    HostMediaEngine::AafUid uid;
-    const QUuid read(fields.text("uid"));
-    if (read.isNull())
+    const QUuid uid(fields.text("uid"));
+    if (uid.isNull())
         fields.fail("uid",
                     QStringLiteral("must be an identifier like \"0123abcd-0001-00ef-060e-2b3401020304\""));
-    uid.part1 = read.data1;
-    uid.part2 = read.data2;
-    uid.part3 = read.data3;
-    std::copy(std::begin(read.data4), std::end(read.data4), std::begin(uid.bytes));
     return uid;
 }
 
@@ -287,7 +276,7 @@ void readPlugins(JsonFields& document, MediaCatalogue& catalogue)
 {
     document.objects("plugins", [&catalogue](JsonFields& fields) {
         fields.allowOnly({QStringLiteral("guid"), QStringLiteral("name"), QStringLiteral("extensions")});
-        HostMediaEngine::LinkedMediaPlugin plugin;
+        Plugin plugin;
         const QUuid guid(fields.text("guid"));
         if (guid.isNull())
             fields.fail("guid", QStringLiteral("must be a GUID"));
@@ -373,4 +362,4 @@ bool readCatalogue(const QString& path, MediaCatalogue& out, QString& error)
     return true;
 }
 
-} // namespace StandInHost
+} // namespace KRXCatalogue

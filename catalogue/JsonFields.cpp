@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-namespace StandInHost {
+namespace KRXCatalogue {
 
 JsonFields::JsonFields(const QJsonObject& object, const QString& place, QString* error)
     : m_object(object)
@@ -145,4 +145,4 @@ bool JsonFields::wholeNumber(const QJsonValue& value, const QString& place, qint
     return true;
 }
 
-} // namespace StandInHost
+} // namespace KRXCatalogue

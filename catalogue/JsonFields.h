@@ -9,8 +9,8 @@
 #include <functional>
 #include <limits>
 
-/// Reading a JSON document field by field, with errors that name the field. Inside the stand-in only.
-namespace StandInHost {
+/// Reading a JSON document field by field, with errors that name the field. Inside this library only.
+namespace KRXCatalogue {
 
 /// One object of a document. Every object of a document shares one error: the first thing that was wrong.
 /// Once there is an error, everything read is empty and what is read does not matter any more.
@@ -56,4 +56,4 @@ private:
     QString* m_error;
 };
 
-} // namespace StandInHost
+} // namespace KRXCatalogue

@@ -52,10 +52,9 @@ StandInHost::Format format(quint32 id, const QString& description, int type, con
                            int denominator = 1)
 {
     StandInHost::Format result;
-    result.format.identifier = id;
-    result.format.projectType = type;
-    result.format.width = size.width();
-    result.format.height = size.height();
+    result.identifier = id;
+    result.projectType = type;
+    result.frame = size;
     result.description = description;
     result.rate = {rate, denominator};
     result.compatible = {501, 502, 503, 504, 505, 506, 507, 508};
@@ -78,7 +77,7 @@ QList<StandInHost::Format> formats()
     return all;
 }
 
-StandInHost::Compression compression(quint32 id, const QString& name, const HostMediaEngine::AafUid& uid)
+StandInHost::Compression compression(quint32 id, const QString& name, const QUuid& uid)
 {
     StandInHost::Compression result;
     result.id = id;
@@ -94,11 +93,11 @@ QList<StandInHost::Compression> compressions()
 {
     QList<StandInHost::Compression> all = {
         compression(kFirstCodec, QStringLiteral("First Codec"),
-                    {0x0123abcd, 0x0001, 0x00ef, {0x06, 0x0e, 0x2b, 0x34, 0x01, 0x02, 0x03, 0x04}}),
+                    {0x0123abcd, 0x0001, 0x00ef, 0x06, 0x0e, 0x2b, 0x34, 0x01, 0x02, 0x03, 0x04}),
         compression(kDefaultCodec, QStringLiteral("Default <Codec> & \"more\""),
-                    {0xffffffff, 0xffff, 0xffff, {0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff}}),
+                    {0xffffffff, 0xffff, 0xffff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff, 0xff}),
         compression(kZeroUidCodec, QStringLiteral("Zero"), {}),
-        compression(kLargeIdCodec, QStringLiteral("Large Id"), {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}}),
+        compression(kLargeIdCodec, QStringLiteral("Large Id"), {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}),
     };
     all[0].descriptor.bitsPerComponent = 10;
     all[0].descriptor.chromaSampling = 3;

@@ -26,7 +26,7 @@ QStringList itemTexts(const Fixture& fixture)
     return texts;
 }
 
-void install(const QList<HostMediaEngine::LinkedMediaPlugin>& plugins)
+void install(const QList<StandInHost::Plugin>& plugins)
 {
     StandInHost::MediaCatalogue catalogue = StandInHost::catalogue();
     catalogue.plugins = plugins;

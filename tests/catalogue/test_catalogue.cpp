@@ -1,4 +1,5 @@
 #include "HostMediaEngine.h"
+#include "MediaCatalogue.h"
 #include "StandInMedia.h"
 
 #include "KRXTest.h"
@@ -13,14 +14,22 @@
 #include <QSet>
 #include <QTemporaryDir>
 
-using StandInHost::Compression;
-using StandInHost::EncodingProfile;
-using StandInHost::MediaCatalogue;
-using StandInHost::ProjectType;
+using KRXCatalogue::builtInCatalogue;
+using KRXCatalogue::Compression;
+using KRXCatalogue::EncodingProfile;
+using KRXCatalogue::MediaCatalogue;
+using KRXCatalogue::Plugin;
+using KRXCatalogue::ProjectType;
+using KRXCatalogue::readCatalogue;
 
 namespace {
 
 constexpr int kProgramPatience = 60000;
+/// How many small pictures are encoded: more than a group of some codecs, so that pictures that depend on
+/// others are there, too.
+constexpr int kFrames = 13;
+/// How many large ones, which take their time.
+constexpr int kLargeFrames = 4;
 
 /// The smallest document that is a catalogue; tests change it in one place.
 constexpr char kSmallest[] = R"({
@@ -35,36 +44,42 @@ constexpr char kSmallest[] = R"({
     "project": {"type": 1, "rasterWidth": 720, "colorSpace": 4}
 })";
 
-/// A source that a codec with fixed frames accepts, too: DV knows the two standard-definition frames only.
-QStringList sourceFor(const Compression& compression)
+/// Pictures that a codec takes, and a little more sound than that, which goes along as it is: a file that
+/// cannot hold it is found out. DV knows the frames of its project types only.
+QStringList sourceFor(const Compression& compression, const QSize& size, int frames)
 {
-    QString source = QStringLiteral("testsrc2=size=192x128:rate=25");
-    const ProjectType* type = nullptr;
-    for (const ProjectType& candidate : StandInHost::catalogue().projectTypes) {
-        if (!type && compression.projectTypes.contains(candidate.code) && candidate.sd)
-            type = &candidate;
+    QSize frame = size;
+    KRXCatalogue::FrameRate rate{25, 1};
+    if (compression.ffmpegArguments.contains(QStringLiteral("dvvideo"))) {
+        const ProjectType* type = builtInCatalogue().findProjectType(compression.projectTypes.first());
+        frame = type->frame;
+        rate = type->rate;
     }
-    if (type && compression.ffmpegArguments.contains(QStringLiteral("dvvideo"))) {
-        source = QStringLiteral("testsrc2=size=%1x%2:rate=%3/%4")
-                     .arg(type->frame.width())
-                     .arg(type->frame.height())
-                     .arg(type->rate.numerator)
-                     .arg(type->rate.denominator);
-    }
-    return {QStringLiteral("-f"),        QStringLiteral("lavfi"), QStringLiteral("-i"), source,
-            QStringLiteral("-frames:v"), QStringLiteral("4")};
+    const QString pictures = QStringLiteral("testsrc2=size=%1x%2:rate=%3/%4,trim=end_frame=%5")
+                                 .arg(frame.width())
+                                 .arg(frame.height())
+                                 .arg(rate.numerator)
+                                 .arg(rate.denominator)
+                                 .arg(frames);
+    const QString lavfi = QStringLiteral("lavfi");
+    return {QStringLiteral("-f"),   lavfi,
+            QStringLiteral("-i"),   pictures,
+            QStringLiteral("-f"),   lavfi,
+            QStringLiteral("-i"),   QStringLiteral("sine=sample_rate=48000:duration=1"),
+            QStringLiteral("-c:a"), QStringLiteral("pcm_s24le")};
 }
 
-/// Runs a program to its end. \return its output; its error output in \a problem when it failed.
+/// Runs a program to its end. \return its output; its error output in \a problem when it failed or
+/// complained.
 QString run(const QString& program, const QStringList& arguments, QString& problem)
 {
     QProcess process;
     process.start(program, arguments);
     const bool isDone = process.waitForFinished(kProgramPatience);
-    if (!isDone || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0)
-        problem = QStringLiteral("%1 %2: %3")
-                      .arg(program, arguments.join(QLatin1Char(' ')),
-                           QString::fromUtf8(process.readAllStandardError()));
+    const QString complaint = QString::fromUtf8(process.readAllStandardError());
+    if (!isDone || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0 ||
+        !complaint.isEmpty())
+        problem = QStringLiteral("%1 %2: %3").arg(program, arguments.join(QLatin1Char(' ')), complaint);
     return QString::fromUtf8(process.readAllStandardOutput());
 }
 
@@ -76,15 +91,6 @@ int samplingOf(const QString& pixelFormat)
     if (pixelFormat.contains(QLatin1String("420")))
         return 2;
     return pixelFormat.contains(QLatin1String("422")) ? 3 : 0;
-}
-
-const Compression* findCompression(quint32 id)
-{
-    for (const Compression& compression : StandInHost::catalogue().compressions) {
-        if (compression.id == id)
-            return &compression;
-    }
-    return nullptr;
 }
 
 } // namespace
@@ -109,9 +115,8 @@ private slots:
     {
         MediaCatalogue catalogue;
         QString error;
-        QVERIFY2(
-            StandInHost::readCatalogue(QStringLiteral(":/stand-in/catalogue/media.json"), catalogue, error),
-            qUtf8Printable(error));
+        QVERIFY2(readCatalogue(QStringLiteral(":/catalogue/media.json"), catalogue, error),
+                 qUtf8Printable(error));
         QVERIFY(error.isEmpty());
     }
 
@@ -119,10 +124,10 @@ private slots:
     {
         QSet<int> heights;
         QSet<QString> names;
-        for (const ProjectType& type : StandInHost::catalogue().projectTypes) {
+        for (const ProjectType& type : builtInCatalogue().projectTypes) {
             QVERIFY2(!names.contains(type.name), qUtf8Printable(type.name));
             names.insert(type.name);
-            if (type.code == HostMediaEngine::kCustomFormatProjectType)
+            if (type.code == KRXCatalogue::kCustomFormatProjectType)
                 continue;
             heights.insert(type.frame.height());
             QVERIFY2(type.sd != type.hd, qUtf8Printable(type.name));
@@ -144,9 +149,9 @@ private slots:
             return double(type.rate.numerator) / type.rate.denominator;
         };
         QHash<int, double> rates;
-        for (const ProjectType& type : StandInHost::catalogue().projectTypes)
+        for (const ProjectType& type : builtInCatalogue().projectTypes)
             rates.insert(type.code, perSecond(type));
-        for (const ProjectType& type : StandInHost::catalogue().projectTypes) {
+        for (const ProjectType& type : builtInCatalogue().projectTypes) {
             for (const int other : type.compatible) {
                 const double ratio = rates.value(other) / perSecond(type);
                 QVERIFY2(qFuzzyCompare(ratio, 1) || qFuzzyCompare(ratio, 2) || qFuzzyCompare(ratio, 0.5),
@@ -160,10 +165,9 @@ private slots:
         const QSet<int> notOffered{30, 48, 60, 48000};
         QSet<int> seen;
         int disabled = 0;
-        for (const StandInHost::Format& format : StandInHost::catalogue().formats) {
-            QCOMPARE(format.format.projectType, HostMediaEngine::kCustomFormatProjectType);
-            QVERIFY2(format.compatible.contains(format.format.identifier),
-                     qUtf8Printable(format.description));
+        for (const KRXCatalogue::Format& format : builtInCatalogue().formats) {
+            QCOMPARE(format.projectType, KRXCatalogue::kCustomFormatProjectType);
+            QVERIFY2(format.compatible.contains(format.identifier), qUtf8Printable(format.description));
             seen.insert(format.rate.numerator);
             disabled += format.disabled ? 1 : 0;
         }
@@ -174,9 +178,9 @@ private slots:
 
     void everyProjectTypeHasCompressionsInEachOfItsColorSpaces()
     {
-        for (const ProjectType& type : StandInHost::catalogue().projectTypes) {
+        for (const ProjectType& type : builtInCatalogue().projectTypes) {
             for (const int colorSpace : type.colorSpaces)
-                QVERIFY2(!StandInHost::compressionsFor(type.code, colorSpace).isEmpty(),
+                QVERIFY2(!builtInCatalogue().compressionsFor(type.code, colorSpace).isEmpty(),
                          qUtf8Printable(type.name));
         }
     }
@@ -185,14 +189,13 @@ private slots:
     {
         QSet<quint32> ids;
         QSet<QString> names;
-        QSet<QByteArray> uids;
-        for (const Compression& compression : StandInHost::catalogue().compressions) {
+        QSet<QUuid> uids;
+        for (const Compression& compression : builtInCatalogue().compressions) {
             ids.insert(compression.id);
             names.insert(compression.name);
-            const HostMediaEngine::AafUid& uid = compression.descriptor.uid;
-            uids.insert(QByteArray(reinterpret_cast<const char*>(&uid), sizeof uid));
+            uids.insert(compression.descriptor.uid);
         }
-        const int count = StandInHost::catalogue().compressions.size();
+        const int count = builtInCatalogue().compressions.size();
         QCOMPARE(ids.size(), count);
         QCOMPARE(names.size(), count);
         QCOMPARE(uids.size(), count);
@@ -201,14 +204,14 @@ private slots:
     void thereAreIdentifiersThatNeedAllThirtyTwoBits()
     {
         bool isThere = false;
-        for (const Compression& compression : StandInHost::catalogue().compressions)
+        for (const Compression& compression : builtInCatalogue().compressions)
             isThere = isThere || compression.id > 0x7FFFFFFFu;
         QVERIFY(isThere);
     }
 
     void namesOfEncodingProfilesAreToldApartAndNoNumbers()
     {
-        for (const Compression& compression : StandInHost::catalogue().compressions) {
+        for (const Compression& compression : builtInCatalogue().compressions) {
             QSet<QString> names;
             for (const EncodingProfile& profile : compression.profiles) {
                 bool isNumber = false;
@@ -225,7 +228,7 @@ private slots:
         QSet<QString> extensions;
         bool hasFolders = false;
         QSet<QString> guids;
-        for (const HostMediaEngine::LinkedMediaPlugin& plugin : StandInHost::catalogue().plugins) {
+        for (const Plugin& plugin : builtInCatalogue().plugins) {
             guids.insert(plugin.guid);
             QVERIFY(plugin.guid.startsWith(QLatin1Char('{')) && plugin.guid.endsWith(QLatin1Char('}')));
             if (plugin.extensions.contains(QLatin1String("Folder"))) {
@@ -236,10 +239,10 @@ private slots:
                 extensions.insert(extension);
         }
         QVERIFY(hasFolders);
-        QCOMPARE(guids.size(), StandInHost::catalogue().plugins.size());
+        QCOMPARE(guids.size(), builtInCatalogue().plugins.size());
         for (const char* extension : {"mxf", "mov", "mp4", "m4v", "wav", "bwf"})
             QVERIFY2(extensions.contains(QLatin1String(extension)), extension);
-        for (const Compression& compression : StandInHost::catalogue().compressions)
+        for (const Compression& compression : builtInCatalogue().compressions)
             QVERIFY2(extensions.contains(compression.container), "what is encoded can be linked");
     }
 
@@ -247,12 +250,25 @@ private slots:
     {
         QTest::addColumn<quint32>("id");
         QTest::addColumn<QStringList>("profileArguments");
-        for (const Compression& compression : StandInHost::catalogue().compressions) {
+        QTest::addColumn<QSize>("frame");
+        QTest::addColumn<int>("frames");
+        const QSize small(192, 128);
+        const QSize large(1920, 1080);
+        for (const Compression& compression : builtInCatalogue().compressions) {
             if (compression.profiles.isEmpty())
-                QTest::newRow(qUtf8Printable(compression.name)) << compression.id << QStringList();
+                QTest::newRow(qUtf8Printable(compression.name))
+                    << compression.id << QStringList() << small << kFrames;
             for (const EncodingProfile& profile : compression.profiles) {
                 const QString row = QStringLiteral("%1, %2").arg(compression.name, profile.name);
-                QTest::newRow(qUtf8Printable(row)) << compression.id << profile.ffmpegArguments;
+                QTest::newRow(qUtf8Printable(row))
+                    << compression.id << profile.ffmpegArguments << small << kFrames;
+            }
+            // Some files name a codec by the frame, so the frame that it is most used with is tried, too.
+            const ProjectType* type = builtInCatalogue().findProjectType(QStringLiteral("1080p/25"));
+            if (compression.projectTypes.isEmpty() || compression.projectTypes.contains(type->code)) {
+                const QString row = QStringLiteral("%1, 1920x1080").arg(compression.name);
+                QTest::newRow(qUtf8Printable(row))
+                    << compression.id << QStringList() << large << kLargeFrames;
             }
         }
     }
@@ -261,29 +277,36 @@ private slots:
     {
         QFETCH(quint32, id);
         QFETCH(QStringList, profileArguments);
-        const Compression compression = *findCompression(id);
+        QFETCH(QSize, frame);
+        QFETCH(int, frames);
+        const Compression compression = *builtInCatalogue().findCompression(id);
         const QString output = m_directory.filePath(QStringLiteral("out.") + compression.container);
         QString problem;
         run(QStringLiteral("ffmpeg"),
             QStringList{QStringLiteral("-nostdin"), QStringLiteral("-v"), QStringLiteral("error"),
                         QStringLiteral("-y")}
-                << sourceFor(compression) << compression.ffmpegArguments << profileArguments << output,
+                << sourceFor(compression, frame, frames) << compression.ffmpegArguments << profileArguments
+                << output,
             problem);
         QVERIFY2(problem.isEmpty(), qUtf8Printable(problem));
         QVERIFY(QFileInfo(output).size() > 0);
 
-        // What came out is what the descriptor says.
-        const QString probed = run(QStringLiteral("ffprobe"),
-                                   {QStringLiteral("-v"), QStringLiteral("error"),
-                                    QStringLiteral("-count_frames"), QStringLiteral("-show_entries"),
-                                    QStringLiteral("stream=pix_fmt,nb_read_frames:frame=pict_type"),
-                                    QStringLiteral("-of"), QStringLiteral("flat"), output},
-                                   problem);
+        // What came out is what the descriptor says, and every picture of it can be decoded without a
+        // complaint.
+        const QString probed =
+            run(QStringLiteral("ffprobe"),
+                {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-count_frames"),
+                 QStringLiteral("-show_entries"),
+                 QStringLiteral("stream=codec_name,pix_fmt,nb_read_frames:frame=pict_type"),
+                 QStringLiteral("-of"), QStringLiteral("flat"), output},
+                problem);
         QVERIFY2(problem.isEmpty(), qUtf8Printable(problem));
         const QString pixelFormat =
             probed.section(QLatin1String("pix_fmt=\""), 1).section(QLatin1Char('"'), 0, 0);
         QCOMPARE(samplingOf(pixelFormat), compression.descriptor.chromaSampling);
-        QVERIFY2(probed.contains(QLatin1String("nb_read_frames=\"4\"")), qUtf8Printable(probed));
+        QVERIFY2(probed.contains(QStringLiteral("nb_read_frames=\"%1\"").arg(frames)),
+                 qUtf8Printable(probed));
+        QVERIFY2(probed.contains(QLatin1String("codec_name=\"pcm_s24le\"")), "the sound was changed");
         const bool hasGroups = probed.contains(QLatin1String("pict_type=\"P\"")) ||
                                probed.contains(QLatin1String("pict_type=\"B\""));
         QCOMPARE(hasGroups, compression.descriptor.pictureItemPattern == 2);
@@ -295,20 +318,20 @@ private slots:
     {
         MediaCatalogue catalogue;
         QString error;
-        QVERIFY2(StandInHost::readCatalogue(write(kSmallest), catalogue, error), qUtf8Printable(error));
+        QVERIFY2(readCatalogue(write(kSmallest), catalogue, error), qUtf8Printable(error));
         QCOMPARE(catalogue.projectTypes.size(), 1);
         QCOMPARE(catalogue.projectTypes.at(0).frame, QSize(720, 576));
         QCOMPARE(catalogue.projectTypes.at(0).rate.numerator, 25);
         QCOMPARE(catalogue.projectTypes.at(0).rate.denominator, 1);
         QVERIFY(catalogue.projectTypes.at(0).enabled);
-        QCOMPARE(catalogue.formats.at(0).format.width, 1080);
+        QCOMPARE(catalogue.formats.at(0).frame, QSize(1080, 1080));
         const Compression& compression = catalogue.compressions.at(0);
         QCOMPARE(compression.id, 4026531841u);
-        QCOMPARE(compression.descriptor.uid.part1, 0x0123abcdu);
-        QCOMPARE(compression.descriptor.uid.part2, quint16(1));
-        QCOMPARE(compression.descriptor.uid.part3, quint16(0xef));
-        QCOMPARE(compression.descriptor.uid.bytes[0], quint8(0x06));
-        QCOMPARE(compression.descriptor.uid.bytes[7], quint8(0x04));
+        QCOMPARE(compression.descriptor.uid.data1, 0x0123abcdu);
+        QCOMPARE(compression.descriptor.uid.data2, quint16(1));
+        QCOMPARE(compression.descriptor.uid.data3, quint16(0xef));
+        QCOMPARE(compression.descriptor.uid.data4[0], quint8(0x06));
+        QCOMPARE(compression.descriptor.uid.data4[7], quint8(0x04));
         QCOMPARE(compression.descriptor.chromaSampling, 3);
         QCOMPARE(compression.descriptor.pictureItemPattern, quint8(2));
         QCOMPARE(compression.profiles.at(0).ffmpegArguments,
@@ -317,6 +340,31 @@ private slots:
         QCOMPARE(catalogue.plugins.at(0).guid, QStringLiteral("{0123abcd-0001-00ef-060e-2b3401020304}"));
         QCOMPARE(catalogue.project.type, 1);
         QCOMPARE(catalogue.project.sampleRate, 48000);
+    }
+
+    void entriesAreFoundByWhatProfilesStore()
+    {
+        MediaCatalogue catalogue;
+        QString error;
+        QVERIFY2(readCatalogue(write(kSmallest), catalogue, error), qUtf8Printable(error));
+        QCOMPARE(catalogue.findProjectType(1), &catalogue.projectTypes.at(0));
+        QCOMPARE(catalogue.findProjectType(QStringLiteral("PAL")), &catalogue.projectTypes.at(0));
+        QCOMPARE(catalogue.findFormat(5), &catalogue.formats.at(0));
+        QCOMPARE(catalogue.findFormat(QStringLiteral("Square")), &catalogue.formats.at(0));
+        const Compression* compression = catalogue.findCompression(4026531841u);
+        QCOMPARE(compression, &catalogue.compressions.at(0));
+        QCOMPARE(catalogue.findCompression(QStringLiteral("Codec")), compression);
+        QCOMPARE(compression->findProfile(1), &compression->profiles.at(0));
+        QCOMPARE(compression->findProfile(QStringLiteral("Standard")), &compression->profiles.at(0));
+
+        QVERIFY(!catalogue.findProjectType(2));
+        QVERIFY(!catalogue.findProjectType(QStringLiteral("pal")));
+        QVERIFY(!catalogue.findFormat(0));
+        QVERIFY(!catalogue.findFormat(QString()));
+        QVERIFY(!catalogue.findCompression(1));
+        QVERIFY(!catalogue.findCompression(QString()));
+        QVERIFY(!compression->findProfile(2));
+        QVERIFY(!compression->findProfile(QStringLiteral("1")));
     }
 
     void aNewCodecIsALineOfData()
@@ -329,7 +377,7 @@ private slots:
             R"("container": "mov", "arguments": ["-c:v", "mjpeg"]}, )");
         MediaCatalogue catalogue;
         QString error;
-        QVERIFY2(StandInHost::readCatalogue(write(text), catalogue, error), qUtf8Printable(error));
+        QVERIFY2(readCatalogue(write(text), catalogue, error), qUtf8Printable(error));
         StandInHost::setCatalogue(catalogue);
         QCOMPARE(StandInHost::compressionsFor(1, 4).at(0).name, QStringLiteral("New"));
         QVERIFY(HostMediaEngine::CompressionInfo(77).isValid());
@@ -396,7 +444,7 @@ private slots:
         MediaCatalogue catalogue;
         catalogue.defaultCompression = 12345;
         QString told;
-        QVERIFY(!StandInHost::readCatalogue(path, catalogue, told));
+        QVERIFY(!readCatalogue(path, catalogue, told));
         const QString expected = path + QStringLiteral(": ") + error;
         QVERIFY2(told.startsWith(expected), qUtf8Printable(told));
         QVERIFY2(catalogue.defaultCompression == 12345u, "what the caller had must stay");
@@ -426,7 +474,7 @@ private slots:
         document.insert(list, entries);
         MediaCatalogue catalogue;
         QString told;
-        QVERIFY(!StandInHost::readCatalogue(write(QJsonDocument(document).toJson()), catalogue, told));
+        QVERIFY(!readCatalogue(write(QJsonDocument(document).toJson()), catalogue, told));
         QVERIFY2(told.endsWith(error), qUtf8Printable(told));
     }
 
@@ -435,7 +483,7 @@ private slots:
         MediaCatalogue catalogue;
         QString error;
         const QString path = m_directory.filePath(QStringLiteral("no.json"));
-        QVERIFY(!StandInHost::readCatalogue(path, catalogue, error));
+        QVERIFY(!readCatalogue(path, catalogue, error));
         QVERIFY(error.startsWith(path));
     }
 
@@ -443,9 +491,9 @@ private slots:
     {
         MediaCatalogue catalogue;
         QString error;
-        QVERIFY(!StandInHost::readCatalogue(write("[1, 2]"), catalogue, error));
+        QVERIFY(!readCatalogue(write("[1, 2]"), catalogue, error));
         QVERIFY(error.endsWith(QLatin1String("must be an object")));
-        QVERIFY(!StandInHost::readCatalogue(write(""), catalogue, error));
+        QVERIFY(!readCatalogue(write(""), catalogue, error));
     }
 };
 

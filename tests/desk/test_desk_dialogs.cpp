@@ -5,6 +5,7 @@
 #include "ServicesDialog.h"
 
 #include "CodecBox.h"
+#include "HostMediaEngine.h"
 #include "KRXFolderManager.h"
 #include "KRXLinkOptionsSettings.h"
 #include "KRXProfileManager.h"

@@ -18,10 +18,8 @@ StandInHost::ProjectType projectType(int code, const QString& name)
 StandInHost::Format format(quint32 identifier, const QString& description, int rate)
 {
     StandInHost::Format made;
-    made.format.identifier = identifier;
-    made.format.projectType = kCustomFormatProjectType;
-    made.format.width = 2048;
-    made.format.height = 1080;
+    made.identifier = identifier;
+    made.frame = {2048, 1080};
     made.description = description;
     made.rate = {rate, 1};
     return made;
@@ -56,7 +54,7 @@ StandInHost::MediaCatalogue smallCatalogue()
 
     StandInHost::Compression anywhere;
     anywhere.id = 7;
-    anywhere.descriptor.uid.part1 = 0x0123abcd;
+    anywhere.descriptor.uid.data1 = 0x0123abcd;
     anywhere.descriptor.bitsPerComponent = 10;
     StandInHost::Compression rgb;
     rgb.id = 0xF0000003u;

@@ -5,30 +5,46 @@
 #include <QByteArray>
 
 #include <algorithm>
+#include <iterator>
 
 namespace {
 
 const StandInHost::ProjectType* findProjectType(int code)
 {
-    const QList<StandInHost::ProjectType>& types = StandInHost::catalogue().projectTypes;
-    const auto found =
-        std::find_if(types.cbegin(), types.cend(),
-                     [code](const StandInHost::ProjectType& type) { return type.code == code; });
-    return found == types.cend() ? nullptr : &*found;
+    return StandInHost::catalogue().findProjectType(code);
 }
 
-template <class Predicate>
-const StandInHost::Format* findFormatWhere(Predicate predicate)
+HostMediaEngine::FrameRate asHostRate(const KRXCatalogue::FrameRate& rate)
 {
-    const QList<StandInHost::Format>& formats = StandInHost::catalogue().formats;
-    const auto found = std::find_if(formats.cbegin(), formats.cend(), predicate);
-    return found == formats.cend() ? nullptr : &*found;
+    return {rate.numerator, rate.denominator};
 }
 
-const StandInHost::Format* findFormatEntry(quint32 identifier)
+HostMediaEngine::CustomFormat asHostFormat(const StandInHost::Format& format)
 {
-    return findFormatWhere(
-        [identifier](const StandInHost::Format& format) { return format.format.identifier == identifier; });
+    return {format.identifier, format.projectType, format.frame.width(), format.frame.height()};
+}
+
+HostMediaEngine::CompressionDescriptor asHostDescriptor(const KRXCatalogue::PictureDescriptor& picture)
+{
+    HostMediaEngine::CompressionDescriptor descriptor;
+    descriptor.uid.part1 = picture.uid.data1;
+    descriptor.uid.part2 = picture.uid.data2;
+    descriptor.uid.part3 = picture.uid.data3;
+    std::copy(std::begin(picture.uid.data4), std::end(picture.uid.data4), std::begin(descriptor.uid.bytes));
+    descriptor.bitsPerComponent = picture.bitsPerComponent;
+    descriptor.chromaSampling = picture.chromaSampling;
+    descriptor.maxBitrate = picture.maxBitrate;
+    descriptor.avgBitrate = picture.avgBitrate;
+    descriptor.pictureItemPattern = picture.pictureItemPattern;
+    return descriptor;
+}
+
+/// Hands out a format that may not be there. \return whether it is.
+bool handOut(const StandInHost::Format* found, HostMediaEngine::CustomFormat& format)
+{
+    if (found)
+        format = asHostFormat(*found);
+    return found != nullptr;
 }
 
 } // namespace
@@ -130,63 +146,52 @@ quint32 currentTargetFormat()
 QList<CustomFormat> compatibleCustomFormats(quint32 targetFormat)
 {
     QList<CustomFormat> formats;
-    const StandInHost::Format* target = findFormatEntry(targetFormat);
+    const StandInHost::Format* target = StandInHost::catalogue().findFormat(targetFormat);
     if (!target)
         return formats;
     for (const quint32 identifier : target->compatible) {
-        const StandInHost::Format* format = findFormatEntry(identifier);
+        const StandInHost::Format* format = StandInHost::catalogue().findFormat(identifier);
         if (format)
-            formats.append(format->format);
+            formats.append(asHostFormat(*format));
     }
     return formats;
 }
 
 bool isFormatDisabled(const CustomFormat& format)
 {
-    const StandInHost::Format* entry = findFormatEntry(format.identifier);
+    const StandInHost::Format* entry = StandInHost::catalogue().findFormat(format.identifier);
     return !entry || entry->disabled;
 }
 
 FrameRate formatRate(const CustomFormat& format)
 {
-    const StandInHost::Format* entry = findFormatEntry(format.identifier);
-    return entry ? entry->rate : FrameRate();
+    const StandInHost::Format* entry = StandInHost::catalogue().findFormat(format.identifier);
+    return entry ? asHostRate(entry->rate) : FrameRate();
 }
 
 QString formatShortDescription(const CustomFormat& format)
 {
-    const StandInHost::Format* entry = findFormatEntry(format.identifier);
+    const StandInHost::Format* entry = StandInHost::catalogue().findFormat(format.identifier);
     return entry ? entry->description : QString();
 }
 
 bool findFormatByDescription(const QString& description, CustomFormat& format)
 {
-    const StandInHost::Format* entry = findFormatWhere([&description](const StandInHost::Format& candidate) {
-        return candidate.description == description;
-    });
-    if (entry)
-        format = entry->format;
-    return entry != nullptr;
+    return handOut(StandInHost::catalogue().findFormat(description), format);
 }
 
 bool findFormat(quint32 identifier, CustomFormat& format)
 {
-    const StandInHost::Format* entry = findFormatEntry(identifier);
-    if (entry)
-        format = entry->format;
-    return entry != nullptr;
+    return handOut(StandInHost::catalogue().findFormat(identifier), format);
 }
 
 CompressionInfo::CompressionInfo(quint32 id)
 {
-    const QList<StandInHost::Compression>& all = StandInHost::catalogue().compressions;
-    const auto found =
-        std::find_if(all.cbegin(), all.cend(),
-                     [id](const StandInHost::Compression& compression) { return compression.id == id; });
-    if (found == all.cend())
+    const StandInHost::Compression* found = StandInHost::catalogue().findCompression(id);
+    if (!found)
         return;
     m_valid = true;
-    m_descriptor = found->descriptor;
+    m_descriptor = asHostDescriptor(found->descriptor);
 }
 
 quint32 defaultCompressionId()
@@ -258,7 +263,10 @@ int projectSampleSize(int)
 
 QList<LinkedMediaPlugin> listLinkedMediaPlugins()
 {
-    return StandInHost::catalogue().plugins;
+    QList<LinkedMediaPlugin> plugins;
+    for (const StandInHost::Plugin& plugin : StandInHost::catalogue().plugins)
+        plugins.append({plugin.guid, plugin.name, plugin.extensions});
+    return plugins;
 }
 
 } // namespace HostMediaEngine

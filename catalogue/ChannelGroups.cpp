@@ -1,19 +1,12 @@
-#include "HostCore.h"
-#include "HostMediaEngine.h"
-#include "StandInMedia.h"
+#include "ChannelGroups.h"
 
 #include <QRegularExpression>
-#include <QStringList>
-#include <QtGlobal>
 
 #include <algorithm>
 #include <iterator>
 
-namespace StandInHost {
+namespace KRXCatalogue {
 namespace {
-
-constexpr char kNone[] = QT_TRID_NOOP("None");
-constexpr char kUnreadable[] = QT_TRID_NOOP("Unknown grouping: %1");
 
 struct Layout
 {
@@ -25,11 +18,6 @@ struct Layout
 constexpr Layout kLayouts[] = {
     {"Stereo", 2}, {"LCR", 3}, {"Quad", 4}, {"LCRS", 4}, {"5.0", 5}, {"5.1", 6}, {"6.1", 7}, {"7.1", 8},
 };
-
-QString localised(const char* key)
-{
-    return HostCore::translateText(QString::fromUtf8(key));
-}
 
 bool isGroupSound(const ChannelGroup& group, int lastTrack)
 {
@@ -71,7 +59,7 @@ int channelLayoutTracks(const QString& name)
 bool parseChannelGroups(const QString& text, QList<ChannelGroup>& groups)
 {
     QList<ChannelGroup> parsed;
-    if (text != QLatin1String(kNone)) {
+    if (text != QLatin1String(kNoChannelGroups)) {
         int lastTrack = 0;
         const QStringList parts = text.split(QLatin1Char(';'));
         for (const QString& part : parts) {
@@ -93,27 +81,7 @@ QString channelGroupsText(const QList<ChannelGroup>& groups)
         parts.append(QStringLiteral("%1-%2:%3")
                          .arg(QString::number(group.first), QString::number(group.last()), group.layout));
     }
-    return parts.isEmpty() ? QString::fromLatin1(kNone) : parts.join(QLatin1Char(';'));
+    return parts.isEmpty() ? QString::fromLatin1(kNoChannelGroups) : parts.join(QLatin1Char(';'));
 }
 
-} // namespace StandInHost
-
-namespace HostMediaEngine {
-
-ChannelGroups channelGroupsFromText(const QString& text)
-{
-    QList<StandInHost::ChannelGroup> groups;
-    if (!StandInHost::parseChannelGroups(text, groups))
-        return {text, StandInHost::localised(StandInHost::kUnreadable).arg(text)};
-    if (groups.isEmpty())
-        return {text, StandInHost::localised(StandInHost::kNone)};
-    QStringList shown;
-    for (const StandInHost::ChannelGroup& group : groups) {
-        // An en dash between the numbers, as people write ranges.
-        shown.append(QStringLiteral("%1\u2013%2 %3")
-                         .arg(QString::number(group.first), QString::number(group.last()), group.layout));
-    }
-    return {text, shown.join(QLatin1String(", "))};
-}
-
-} // namespace HostMediaEngine
+} // namespace KRXCatalogue
