@@ -1,16 +1,22 @@
 #include "KRXSummaryRows.h"
 
+#include "ActionType.h"
+#include "ActivityTables.h"
 #include "HostMediaEngine.h"
 #include "KRXText.h"
-#include "KRXXml.h"
+#include "XelTables.h"
 
+#include <iterator>
+
+using namespace ActivityTables;
+using namespace XelTables;
 using KRXText::localised;
 
 namespace {
 
-const QLatin1String kTrue("true");
-/// Stands for "named by the user" until the text is put together.
-const QLatin1String kExplicitNaming("EXPLICIT");
+/// What a person reads of the naming of bins, by the rows of the choices; a bin's own name stands for itself.
+constexpr const char* kNamingTexts[] = {QT_TRID_NOOP("Default Bin Name"), QT_TRID_NOOP("Volume Name"), ""};
+static_assert(std::size(kNamingTexts) == std::size(kBinNamings));
 
 /// A labelled line. The label and the value go in together, so that a "%2" in the label stays as it is.
 QString labelledLine(const QString& label, const QString& value)
@@ -28,47 +34,52 @@ QString optionalLine(const QString& text)
 
 KRXSummaryBinsRow::KRXSummaryBinsRow(const QDomDocument& doc)
 {
-    for (const QDomElement& child :
-         KRXXml::childElements(KRXXml::firstElement(doc, QStringLiteral("binDetail")))) {
-        const QString tag = child.tagName();
-        const QString text = child.text();
-        if (tag == QLatin1String("binSelectionMethod")) {
-            m_selection = text == QLatin1String("CREATENEW") ? localised("Create a new Bin : ")
-                                                             : localised("Use Active Bin");
-        } else if (tag == QLatin1String("binNamingMethod")) {
-            if (text == QLatin1String("DEFAULT"))
-                m_naming = localised("Default Bin Name");
-            else if (text == QLatin1String("VOLUME"))
-                m_naming = localised("Volume Name");
-            else if (text == kExplicitNaming)
-                m_naming = kExplicitNaming;
-        } else if (tag == QLatin1String("binExplicitName")) {
-            m_explicitName = text;
-        }
-    }
+    KRXFields::forEach(KRXFields::findSection(doc, kBins), kBinFields,
+                       [this](int row, const QDomElement& child) {
+                           const QString text = child.text();
+                           const int choice = kBinFields[row].choices.rowOf(text);
+                           switch (row) {
+                           case BinSelectionMethod:
+                               m_selection = choice == CreateNew ? localised("Create a new Bin : ")
+                                                                 : localised("Use Active Bin");
+                               break;
+                           case BinNamingMethod:
+                               if (choice != KRXFields::kKeepWhenUnknown)
+                                   m_naming = choice;
+                               break;
+                           case BinExplicitName:
+                               m_explicitName = text;
+                               break;
+                           }
+                       });
 }
 
 QString KRXSummaryBinsRow::detail() const
 {
+    QString naming;
+    if (m_naming == ExplicitName)
+        naming = m_explicitName;
+    else if (m_naming != KRXFields::kKeepWhenUnknown)
+        naming = localised(kNamingTexts[m_naming]);
     // No separator, and the naming follows for the active bin too: users know these texts.
-    return QStringLiteral("%1%2").arg(m_selection, m_naming == kExplicitNaming ? m_explicitName : m_naming);
+    return QStringLiteral("%1%2").arg(m_selection, naming);
 }
 
 KRXSummaryLinkRow::KRXSummaryLinkRow(const QDomDocument& doc)
 {
-    for (const QDomElement& child :
-         KRXXml::childElements(KRXXml::firstElement(doc, QStringLiteral("linkDetail")))) {
-        const QString tag = child.tagName();
-        if (tag == QLatin1String("multichannelAudio")) {
-            m_grouping = child.text();
-            if (m_grouping != QLatin1String("None"))
-                m_grouping = HostMediaEngine::channelGroupsFromText(m_grouping).displayText;
-        } else if (tag == QLatin1String("xelAudioStartTimeOption")) {
-            m_audioStartTime = child.text();
-        } else if (tag == QLatin1String("xelPreferredPluginDetail")) {
-            m_plugin = child.firstChildElement(QStringLiteral("xelPluginName")).text();
+    const QDomElement link = KRXFields::findSection(doc, kLink);
+    KRXFields::forEach(link, kLinkFields, [this](int row, const QDomElement& child) {
+        const QString text = child.text();
+        if (row == MultichannelAudio) {
+            m_grouping = text == QLatin1String(kNoGrouping)
+                             ? text
+                             : HostMediaEngine::channelGroupsFromText(text).displayText;
+        } else if (row == AudioStartTime) {
+            m_audioStartTime = text;
         }
-    }
+    });
+    m_plugin =
+        KRXFields::textOf(link.lastChildElement(QLatin1String(kPlugin.element)), kPluginFields[PluginName]);
 }
 
 QString KRXSummaryLinkRow::detail() const
@@ -81,17 +92,16 @@ QString KRXSummaryLinkRow::detail() const
 
 KRXSummaryCopyRow::KRXSummaryCopyRow(const QDomElement& activity)
 {
-    const QDomElement destination = KRXXml::firstElement(activity, QStringLiteral("destinationDetail"));
-    for (const QDomElement& child : KRXXml::childElements(destination)) {
-        const QString tag = child.tagName();
-        const QString text = child.text();
-        if (tag == QLatin1String("filesystemPath"))
-            m_path = text;
-        else if (tag == QLatin1String("relinkAfterCopy") && text == kTrue)
-            m_relink = localised("Auto Relink when complete");
-        else if (tag == QLatin1String("autoCheckin") && text == kTrue)
-            m_checkIn = localised("Checkin to Ledgerhouse");
-    }
+    KRXFields::forEach(KRXFields::findSection(activity, kCopy), kCopyFields,
+                       [this](int row, const QDomElement& child) {
+                           const QString text = child.text();
+                           if (row == CopyPath)
+                               m_path = text;
+                           else if (row == RelinkAfterCopy && KRXFields::isTrue(text))
+                               m_relink = localised("Auto Relink when complete");
+                           else if (row == AutoCheckIn && KRXFields::isTrue(text))
+                               m_checkIn = localised("Checkin to Ledgerhouse");
+                       });
 }
 
 QString KRXSummaryCopyRow::detail() const
@@ -101,52 +111,43 @@ QString KRXSummaryCopyRow::detail() const
 
 KRXSummaryAudio::KRXSummaryAudio(const QDomElement& activity)
 {
-    const QDomElement audio = KRXXml::firstElement(activity, QStringLiteral("outputAudioProfile"));
-    for (const QDomElement& child : KRXXml::childElements(audio)) {
-        if (child.attribute(QStringLiteral("enabled")) != kTrue)
-            continue;
-        const QString tag = child.tagName();
-        if (tag == QLatin1String("audioSampleRate"))
-            m_sampleRate = child.text();
-        else if (tag == QLatin1String("audioSampleWidth"))
-            m_sampleWidth = child.text();
-        else if (tag == QLatin1String("audioFormat"))
-            m_format = child.text();
-    }
+    KRXFields::forEach(KRXFields::findSection(activity, kAudio), kAudioFields,
+                       [this](int row, const QDomElement& child) {
+                           if (KRXFields::isEnabled(child))
+                               m_values[row] = child.text();
+                       });
 }
 
 QString KRXSummaryAudio::lines() const
 {
-    QString lines;
     // The first two labels end in a colon of their own and so show two; users know these texts.
-    if (!m_sampleRate.isEmpty())
-        lines += labelledLine(localised("Convert Audio Sample Rate : "), m_sampleRate);
-    if (!m_sampleWidth.isEmpty())
-        lines += labelledLine(localised("Convert Audio Bit Depth : "), m_sampleWidth);
-    if (!m_format.isEmpty())
-        lines += labelledLine(localised("Convert Audio Format"), m_format);
+    static constexpr const char* labels[AudioFieldCount] = {QT_TRID_NOOP("Convert Audio Sample Rate : "),
+                                                            QT_TRID_NOOP("Convert Audio Bit Depth : "),
+                                                            QT_TRID_NOOP("Convert Audio Format")};
+    QString lines;
+    for (int row = 0; row < AudioFieldCount; ++row) {
+        if (!m_values[row].isEmpty())
+            lines += labelledLine(localised(labels[row]), m_values[row]);
+    }
     return lines;
 }
 
 KRXSummaryTranscodeRow::KRXSummaryTranscodeRow(const QDomElement& activity)
     : m_audio(activity)
 {
-    const QDomElement output = KRXXml::firstElement(activity, QStringLiteral("outputDetail"));
-    m_videoVolume = output.firstChildElement(QStringLiteral("filesystemVideoVolume")).text();
-    m_audioVolume = output.firstChildElement(QStringLiteral("filesystemAudioVolume")).text();
-    const QDomElement video = KRXXml::firstElement(activity, QStringLiteral("outputTranscodeVideoProfile"));
-    for (const QDomElement& child : KRXXml::childElements(video)) {
-        const QString tag = child.tagName();
-        if (tag == QLatin1String("videoIncludeReformattedContent")) {
-            if (child.text() == kTrue)
-                m_reformat = localised("Apply Reformatting option (compatibility mode)");
-        } else if (tag == QLatin1String("applyColorTransformations")) {
-            m_colour = child.text() == kTrue ? localised("Apply color transformations (compatibility mode)")
-                                             : QString();
-        } else if (tag == QLatin1String("videoCompressionType")) {
-            m_compression = child.attribute(QStringLiteral("name"));
-        }
-    }
+    const QDomElement output = KRXFields::findSection(activity, kOutput);
+    m_videoVolume = KRXFields::textOf(output, kOutputFields[VideoVolume]);
+    m_audioVolume = KRXFields::textOf(output, kOutputFields[AudioVolume]);
+    const QDomElement video = KRXFields::findSection(activity, kTranscode);
+    KRXFields::forEach(video, kTranscodeFields, [this](int row, const QDomElement& child) {
+        const bool isOn = KRXFields::isTrue(child.text());
+        if (row == TranscodeReformat && isOn)
+            m_reformat = localised("Apply Reformatting option (compatibility mode)");
+        else if (row == TranscodeColors)
+            m_colour = isOn ? localised("Apply color transformations (compatibility mode)") : QString();
+        else if (row == TranscodeCompression)
+            m_compression = child.attribute(QLatin1String(kCompressionName));
+    });
 }
 
 QString KRXSummaryTranscodeRow::detail() const
@@ -162,15 +163,15 @@ QString KRXSummaryTranscodeRow::detail() const
 KRXSummaryConsolidateRow::KRXSummaryConsolidateRow(const QDomElement& activity)
     : m_audio(activity)
 {
-    const QDomElement video = KRXXml::firstElement(activity, QStringLiteral("outputConsolidateVideoProfile"));
-    for (const QDomElement& child : KRXXml::childElements(video)) {
-        if (child.text() != kTrue)
-            continue;
-        if (child.tagName() == QLatin1String("videoSkipOnTarget"))
+    const QDomElement video = KRXFields::findSection(activity, kConsolidate);
+    KRXFields::forEach(video, kConsolidateFields, [this](int row, const QDomElement& child) {
+        if (!KRXFields::isTrue(child.text()))
+            return;
+        if (row == SkipOnTarget)
             m_skip = localised("Skip Media Already On Target Drive");
-        else if (child.tagName() == QLatin1String("videoRelinkSkippedToTarget"))
+        else if (row == RelinkSkipped)
             m_relinkSkipped = localised("Relink selected clips to target drive before skipping");
-    }
+    });
 }
 
 QString KRXSummaryConsolidateRow::detail() const
@@ -180,12 +181,15 @@ QString KRXSummaryConsolidateRow::detail() const
 
 std::unique_ptr<IKRXSummaryRow> makeSummaryRow(const QDomElement& activity)
 {
-    const QString id = activity.attribute(QStringLiteral("id"));
-    if (id == QLatin1String("copy"))
+    switch (actionTypeFromId(activity.attribute(QStringLiteral("id")))) {
+    case ActionType::Copy:
         return std::make_unique<KRXSummaryCopyRow>(activity);
-    if (id == QLatin1String("transcode"))
+    case ActionType::Transcode:
         return std::make_unique<KRXSummaryTranscodeRow>(activity);
-    if (id == QLatin1String("consolidate"))
+    case ActionType::Consolidate:
         return std::make_unique<KRXSummaryConsolidateRow>(activity);
+    case ActionType::Unknown:
+        break;
+    }
     return nullptr;
 }

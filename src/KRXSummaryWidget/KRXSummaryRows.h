@@ -1,5 +1,8 @@
 #pragma once
 
+#include "ActivityTables.h"
+#include "KRXFields.h"
+
 #include <QDomDocument>
 #include <QDomElement>
 #include <QString>
@@ -24,7 +27,8 @@ public:
 
 private:
     QString m_selection;
-    QString m_naming;
+    /// The row of the choice of namings.
+    int m_naming = KRXFields::kKeepWhenUnknown;
     QString m_explicitName;
 };
 
@@ -63,9 +67,8 @@ public:
     QString lines() const;
 
 private:
-    QString m_sampleRate;
-    QString m_sampleWidth;
-    QString m_format;
+    /// By the rows of the audio fields; empty for what is off.
+    QString m_values[ActivityTables::AudioFieldCount];
 };
 
 /// What a transcode action does.

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "IKRXXelSettings.h"
-#include "XelFields.h"
 
 class QLineEdit;
 
@@ -16,5 +15,4 @@ public:
 
 private:
     QLineEdit* m_binName = nullptr;
-    XelFields::List m_fields;
 };

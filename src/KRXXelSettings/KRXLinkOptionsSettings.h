@@ -1,7 +1,6 @@
 #pragma once
 
 #include "IKRXXelSettings.h"
-#include "XelFields.h"
 
 class QComboBox;
 class QLabel;
@@ -33,11 +32,8 @@ public:
     QPushButton* getEditButton() const { return m_editButton; }
 
 private:
-    XelFields::Field bindGrouping() const;
-
     QLabel* m_multichannelLabel = nullptr;
     QPushButton* m_editButton = nullptr;
     QComboBox* m_audioStartTimeBox = nullptr;
     QComboBox* m_stillImageBox = nullptr;
-    XelFields::List m_fields;
 };

@@ -1,7 +1,7 @@
 #include "KRXQualitySettings.h"
 
+#include "KRXFields.h"
 #include "KRXText.h"
-#include "KRXXml.h"
 #include "VGroupBox.h"
 #include "XelLayout.h"
 #include "XelTextFitter.h"
@@ -10,17 +10,37 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
-#include <utility>
-
 namespace {
 
 constexpr int kPolicyBoxWidth = 150;
 
 enum Policy { HighestQuality, MostCompressed };
-constexpr XelFields::RadioChoice kPolicies[] = {
+constexpr KRXFields::Choice kPolicies[] = {
     {QT_TRID_NOOP("Highest Quality"), nullptr, "HIGHESTQUALITY"},
     {QT_TRID_NOOP("Most Compressed"), nullptr, "MOSTCOMPRESSED"},
 };
+
+constexpr char kVideo[] = "xelLinkPolicyVideo";
+constexpr char kAudio[] = "xelLinkPolicyAudio";
+
+enum PolicyField { VideoPolicy, AudioPolicy };
+// Each element carries the other box's choice while reading takes its own. Profiles in use were written like
+// this, so it stays.
+constexpr KRXFields::Field kFields[] = {
+    {kVideo, &KRXFields::kRadios, {kPolicies, MostCompressed}, nullptr, kAudio},
+    {kAudio, &KRXFields::kRadios, {kPolicies, MostCompressed}, nullptr, kVideo},
+};
+constexpr KRXFields::Section kSection = {"xelDetail", kFields};
+
+void addPolicyBox(QHBoxLayout* row, const QString& title, const KRXFields::Field& field)
+{
+    auto* box = new VGroupBox(title);
+    box->setObjectName(QLatin1String(field.element));
+    box->setFixedWidth(kPolicyBoxWidth);
+    new XelTextFitter(box);
+    row->addWidget(box);
+    XelLayout::addRadios(box, XelLayout::makeColumn(box), field, HighestQuality);
+}
 
 } // namespace
 
@@ -33,40 +53,18 @@ QWidget* KRXQualitySettings::createWidget()
     column->addWidget(new QLabel(KRXText::localised("Link Preferences")));
     auto* row = new QHBoxLayout;
     column->addLayout(row);
-    const QString videoElement = QStringLiteral("xelLinkPolicyVideo");
-    const QString audioElement = QStringLiteral("xelLinkPolicyAudio");
-    QButtonGroup* video = addPolicyBox(row, KRXText::localised("Video"), videoElement);
-    QButtonGroup* audio = addPolicyBox(row, KRXText::localised("Audio"), audioElement);
+    addPolicyBox(row, KRXText::localised("Video"), kFields[VideoPolicy]);
+    addPolicyBox(row, KRXText::localised("Audio"), kFields[AudioPolicy]);
     row->addStretch();
-
-    XelFields::Field videoField = XelFields::bindRadios(videoElement, video, kPolicies, MostCompressed);
-    XelFields::Field audioField = XelFields::bindRadios(audioElement, audio, kPolicies, MostCompressed);
-    // Each element carries the other box's choice while reading takes its own. Profiles in use were written
-    // like this, so it stays.
-    std::swap(videoField.value, audioField.value);
-    m_fields = {videoField, audioField};
     return m_widget;
-}
-
-QButtonGroup* KRXQualitySettings::addPolicyBox(QHBoxLayout* row, const QString& title,
-                                               const QString& objectName)
-{
-    auto* box = new VGroupBox(title);
-    box->setObjectName(objectName);
-    box->setFixedWidth(kPolicyBoxWidth);
-    new XelTextFitter(box);
-    row->addWidget(box);
-    return XelLayout::addRadios(box, XelLayout::makeColumn(box), kPolicies, HighestQuality);
 }
 
 void KRXQualitySettings::writeXml(QDomDocument* doc, QDomElement& parent)
 {
-    QDomElement detail = doc->createElement(QStringLiteral("xelDetail"));
-    XelFields::write(*doc, detail, m_fields);
-    parent.appendChild(detail);
+    KRXFields::appendSection(*doc, parent, kSection, m_widget);
 }
 
 void KRXQualitySettings::readXml(const QDomElement& root)
 {
-    XelFields::read(KRXXml::firstElement(root, QStringLiteral("xelDetail")), m_fields);
+    KRXFields::readSection(root, kSection, m_widget);
 }

@@ -1,10 +1,6 @@
 #pragma once
 
 #include "IKRXXelSettings.h"
-#include "XelFields.h"
-
-class QButtonGroup;
-class QHBoxLayout;
 
 /// Which quality of media a link prefers, for video and for audio.
 class KRXQualitySettings : public IKRXXelSettings
@@ -14,9 +10,4 @@ public:
     XelSettingsType settingsType() const override { return QualitySettings; }
     void writeXml(QDomDocument* doc, QDomElement& parent) override;
     void readXml(const QDomElement& root) override;
-
-private:
-    QButtonGroup* addPolicyBox(QHBoxLayout* row, const QString& title, const QString& objectName);
-
-    XelFields::List m_fields;
 };

@@ -1,12 +1,21 @@
 #include "KRXVolumeMountingSettings.h"
 
+#include "KRXFields.h"
 #include "KRXText.h"
-#include "KRXXml.h"
 #include "XelLayout.h"
 
 #include <QCheckBox>
 #include <QVBoxLayout>
 #include <QWidget>
+
+namespace {
+
+constexpr KRXFields::Field kFields[] = {
+    {"doNotCheckPreviousForModifications", &KRXFields::kUpperCaseCheck},
+};
+constexpr KRXFields::Section kSection = {"volumeMountingDetail", kFields};
+
+} // namespace
 
 QWidget* KRXVolumeMountingSettings::createWidget()
 {
@@ -15,23 +24,20 @@ QWidget* KRXVolumeMountingSettings::createWidget()
     m_widget = new QWidget;
     auto* box = new QCheckBox(KRXText::localised(
         "When mounting previously mounted volumes do not check for modification to the volume"));
-    box->setObjectName(QStringLiteral("doNotCheckPreviousForModifications"));
+    box->setObjectName(QLatin1String(kFields[0].element));
     QVBoxLayout* column = XelLayout::makeColumn(m_widget);
     column->addStretch();
     XelLayout::addRow(column, {box});
     column->addStretch();
-    m_fields = {XelFields::bindCheckBox(box->objectName(), box)};
     return m_widget;
 }
 
 void KRXVolumeMountingSettings::writeXml(QDomDocument* doc, QDomElement& parent)
 {
-    QDomElement detail = doc->createElement(QStringLiteral("volumeMountingDetail"));
-    XelFields::write(*doc, detail, m_fields);
-    parent.appendChild(detail);
+    KRXFields::appendSection(*doc, parent, kSection, m_widget);
 }
 
 void KRXVolumeMountingSettings::readXml(const QDomElement& root)
 {
-    XelFields::read(KRXXml::firstElement(root, QStringLiteral("volumeMountingDetail")), m_fields);
+    KRXFields::readSection(root, kSection, m_widget);
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "IKRXXelSettings.h"
-#include "XelFields.h"
 
 /// What is done with volumes that were mounted before.
 class KRXVolumeMountingSettings : public IKRXXelSettings
@@ -11,7 +10,4 @@ public:
     XelSettingsType settingsType() const override { return VolumeMountingSettings; }
     void writeXml(QDomDocument* doc, QDomElement& parent) override;
     void readXml(const QDomElement& root) override;
-
-private:
-    XelFields::List m_fields;
 };

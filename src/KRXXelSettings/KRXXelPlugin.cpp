@@ -2,9 +2,8 @@
 
 #include "HostMediaEngine.h"
 #include "KRXText.h"
-#include "KRXXml.h"
-#include "XelFields.h"
 #include "XelLayout.h"
+#include "XelTables.h"
 #include "XelTextFitter.h"
 
 #include <QComboBox>
@@ -45,7 +44,7 @@ QWidget* KRXXelPlugin::createWidget()
     label->setFixedWidth(kLabelWidth);
     new XelTextFitter(label);
     m_pluginBox = new QComboBox;
-    m_pluginBox->setObjectName(QStringLiteral("xelPreferredPlugin"));
+    m_pluginBox->setObjectName(QLatin1String(XelTables::kPluginBox));
     m_pluginBox->setFixedWidth(kPluginBoxWidth);
     m_pluginBox->setToolTip(KRXText::localised("Plug-in Used When Linking"));
     fillPlugins();
@@ -66,20 +65,17 @@ void KRXXelPlugin::fillPlugins()
 
 void KRXXelPlugin::writeXml(QDomDocument* doc, QDomElement& parent)
 {
-    QDomElement plugin = doc->createElement(QStringLiteral("xelPreferredPluginDetail"));
-    KRXXml::appendTextElement(*doc, plugin, QStringLiteral("xelPluginName"), m_pluginBox->currentText());
-    KRXXml::appendTextElement(*doc, plugin, QStringLiteral("xelPluginGUID"),
-                              m_pluginBox->currentData().toString());
-    XelFields::linkDetailAtEnd(*doc, parent).appendChild(plugin);
+    QDomElement link = XelTables::linkDetailAtEnd(*doc, parent);
+    KRXFields::appendSection(*doc, link, XelTables::kPlugin, m_widget);
 }
 
 void KRXXelPlugin::readXml(const QDomElement& root)
 {
-    const QDomElement plugin = KRXXml::firstElement(root, QStringLiteral("xelPreferredPluginDetail"));
+    const QDomElement plugin = KRXFields::findSection(root, XelTables::kPlugin);
     if (plugin.isNull())
         return;
-    selectPlugin(plugin.firstChildElement(QStringLiteral("xelPluginName")).text(),
-                 plugin.firstChildElement(QStringLiteral("xelPluginGUID")).text());
+    selectPlugin(KRXFields::textOf(plugin, XelTables::kPluginFields[XelTables::PluginName]),
+                 KRXFields::textOf(plugin, XelTables::kPluginFields[XelTables::PluginGuid]));
 }
 
 void KRXXelPlugin::selectPlugin(const QString& name, const QString& guid)

@@ -1,7 +1,7 @@
 #include "KRXZorMetadata.h"
 
+#include "KRXFields.h"
 #include "KRXText.h"
-#include "KRXXml.h"
 #include "XelLayout.h"
 
 #include <QAbstractButton>
@@ -14,7 +14,7 @@
 namespace {
 
 enum ReelNaming { SourceFileName, SourceFolderName };
-constexpr XelFields::RadioChoice kReelNamings[] = {
+constexpr KRXFields::Choice kReelNamings[] = {
     {QT_TRID_NOOP("Source file name"), nullptr, "FILENAME"},
     {QT_TRID_NOOP("Source folder name"), nullptr, "FOLDERNAME"},
 };
@@ -27,7 +27,7 @@ constexpr const char* kFolderLevels[] = {
 };
 
 enum FrameCounting { CountFromZero };
-constexpr XelFields::RadioChoice kFrameCountings[] = {
+constexpr KRXFields::Choice kFrameCountings[] = {
     {QT_TRID_NOOP("Start frame count at 0"), nullptr, "ZERO"},
     {QT_TRID_NOOP("Start frame count at 1"), nullptr, "ONE"},
     {QT_TRID_NOOP("Convert timecode to frames"), nullptr, "TIMECODE"},
@@ -35,10 +35,25 @@ constexpr XelFields::RadioChoice kFrameCountings[] = {
 };
 
 enum Timecode { Embedded };
-constexpr XelFields::RadioChoice kTimecodes[] = {
+constexpr KRXFields::Choice kTimecodes[] = {
     {QT_TRID_NOOP("Embedded in source file"), nullptr, "EMBEDDED"},
     {QT_TRID_NOOP("From file name"), nullptr, "FILENAME"},
 };
+
+enum ZorField { ReelNamingMethod, ReelFolderLevel, FrameCountingMethod, TimecodeMethod, DefaultRate };
+constexpr KRXFields::Field kFields[] = {
+    {"reelNamingMethod", &KRXFields::kRadios, {kReelNamings}},
+    {"reelFolderLevel", &KRXFields::kComboIndex},
+    {"frameCountingMethod", &KRXFields::kRadios, {kFrameCountings}},
+    {"timecodeMethod", &KRXFields::kRadios, {kTimecodes}},
+    {"defaultFPS", &KRXFields::kComboDataByText},
+};
+constexpr KRXFields::Section kSection = {"zorMetadata", kFields};
+
+QWidget* addPanelOf(QVBoxLayout* column, const KRXFields::Field& field)
+{
+    return XelLayout::addPanel(column, QLatin1String(field.element));
+}
 
 } // namespace
 
@@ -57,13 +72,13 @@ QWidget* KRXZorMetadata::createWidget()
 
 void KRXZorMetadata::addReelPanel(QVBoxLayout* column)
 {
-    QWidget* panel = XelLayout::addPanel(column, QStringLiteral("reelNamingMethod"));
+    QWidget* panel = addPanelOf(column, kFields[ReelNamingMethod]);
     QVBoxLayout* layout = XelLayout::panelLayout(panel);
     layout->addWidget(new QLabel(KRXText::localised("Reel name for Labroll column based on:")));
-    QButtonGroup* naming = XelLayout::addRadios(panel, layout, kReelNamings, SourceFileName);
+    QButtonGroup* naming = XelLayout::addRadios(panel, layout, kFields[ReelNamingMethod], SourceFileName);
 
     auto* level = new QComboBox;
-    level->setObjectName(QStringLiteral("reelFolderLevel"));
+    level->setObjectName(QLatin1String(kFields[ReelFolderLevel].element));
     level->setFixedWidth(XelLayout::kNarrowBoxWidth);
     for (const char* text : kFolderLevels)
         level->addItem(KRXText::localised(text), level->count() + 1);
@@ -71,51 +86,42 @@ void KRXZorMetadata::addReelPanel(QVBoxLayout* column)
     QObject::connect(naming->button(SourceFolderName), &QAbstractButton::toggled, level,
                      &QWidget::setEnabled);
     XelLayout::addRow(layout, {level}, XelLayout::kIndent);
-
-    m_fields.push_back(XelFields::bindRadios(panel->objectName(), naming, kReelNamings));
-    m_fields.push_back(XelFields::bindComboBoxNumber(level->objectName(), level));
 }
 
 void KRXZorMetadata::addFrameCountPanel(QVBoxLayout* column)
 {
-    QWidget* panel = XelLayout::addPanel(column, QStringLiteral("frameCountingMethod"));
+    QWidget* panel = addPanelOf(column, kFields[FrameCountingMethod]);
     QVBoxLayout* layout = XelLayout::panelLayout(panel);
     layout->addWidget(new QLabel(KRXText::localised("Frame Count for DPX column:")));
-    QButtonGroup* counting = XelLayout::addRadios(panel, layout, kFrameCountings, CountFromZero);
-    m_fields.push_back(XelFields::bindRadios(panel->objectName(), counting, kFrameCountings));
+    XelLayout::addRadios(panel, layout, kFields[FrameCountingMethod], CountFromZero);
 }
 
 void KRXZorMetadata::addTimecodePanel(QVBoxLayout* column)
 {
-    QWidget* panel = XelLayout::addPanel(column, QStringLiteral("timecodeMethod"));
+    QWidget* panel = addPanelOf(column, kFields[TimecodeMethod]);
     QVBoxLayout* layout = XelLayout::panelLayout(panel);
     layout->addWidget(new QLabel(KRXText::localised("Timecode for Start column:")));
-    QButtonGroup* timecode = XelLayout::addRadios(panel, layout, kTimecodes, Embedded);
-    m_fields.push_back(XelFields::bindRadios(panel->objectName(), timecode, kTimecodes));
+    XelLayout::addRadios(panel, layout, kFields[TimecodeMethod], Embedded);
 }
 
 void KRXZorMetadata::addDefaultFPSPanel(QVBoxLayout* column)
 {
-    QWidget* panel = XelLayout::addPanel(column, QStringLiteral("defaultFPS"));
+    QWidget* panel = addPanelOf(column, kFields[DefaultRate]);
     QVBoxLayout* layout = XelLayout::panelLayout(panel);
     layout->addWidget(new QLabel(KRXText::localised("Default FPS:")));
     m_defaultFPSBox = new QComboBox;
     m_defaultFPSBox->setFixedWidth(XelLayout::kNarrowBoxWidth);
     XelLayout::addRow(layout, {m_defaultFPSBox}, XelLayout::kIndent);
-    m_fields.push_back(XelFields::bindComboBox(panel->objectName(), m_defaultFPSBox,
-                                               XelFields::ItemPart::Data, XelFields::ItemPart::Text));
 }
 
 void KRXZorMetadata::writeXml(QDomDocument* doc, QDomElement& parent)
 {
-    QDomElement detail = doc->createElement(QStringLiteral("zorMetadata"));
-    XelFields::write(*doc, detail, m_fields);
-    parent.appendChild(detail);
+    KRXFields::appendSection(*doc, parent, kSection, m_widget);
 }
 
 void KRXZorMetadata::readXml(const QDomElement& root)
 {
-    XelFields::read(KRXXml::firstElement(root, QStringLiteral("zorMetadata")), m_fields);
+    KRXFields::readSection(root, kSection, m_widget);
 }
 
 QComboBox* KRXZorMetadata::getDefaultFPSBox() const

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "IKRXXelSettings.h"
-#include "XelFields.h"
 
 class KRXProfilesWindow;
 class QComboBox;
@@ -33,5 +32,4 @@ private:
     void addDefaultFPSPanel(QVBoxLayout* column);
 
     QComboBox* m_defaultFPSBox = nullptr;
-    XelFields::List m_fields;
 };

@@ -53,17 +53,19 @@ QHBoxLayout* addRow(QBoxLayout* layout, std::initializer_list<QWidget*> widgets,
     return row;
 }
 
-QButtonGroup* addRadios(QWidget* panel, QBoxLayout* layout, const XelFields::RadioChoice* choices,
-                        std::size_t count, int checked)
+QButtonGroup* addRadios(QWidget* panel, QBoxLayout* layout, const KRXFields::Field& field, int checked)
 {
     auto* group = new QButtonGroup(panel);
-    for (int id = 0; id < static_cast<int>(count); ++id) {
-        auto* button = new QRadioButton(KRXText::localised(choices[id].text));
-        if (choices[id].toolTip)
-            button->setToolTip(KRXText::localised(choices[id].toolTip));
+    group->setObjectName(QLatin1String(field.element));
+    int id = 0;
+    for (const KRXFields::Choice& choice : field.choices) {
+        auto* button = new QRadioButton(KRXText::localised(choice.text));
+        if (choice.toolTip)
+            button->setToolTip(KRXText::localised(choice.toolTip));
         button->setChecked(id == checked);
         layout->addWidget(button);
         group->addButton(button, id);
+        ++id;
     }
     return group;
 }

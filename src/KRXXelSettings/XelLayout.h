@@ -1,10 +1,9 @@
 #pragma once
 
-#include "XelFields.h"
+#include "KRXFields.h"
 
 #include <QString>
 
-#include <cstddef>
 #include <initializer_list>
 
 class QBoxLayout;
@@ -31,16 +30,9 @@ QVBoxLayout* panelLayout(QWidget* panel);
 /// Appends a row of widgets to \a layout, kept at the left. \return the row, owned by \a layout.
 QHBoxLayout* addRow(QBoxLayout* layout, std::initializer_list<QWidget*> widgets, int indent = 0);
 
-/// Appends one radio button for each choice to the panel's layout.
+/// Appends one radio button for each choice of \a field to \a layout.
 /// \param checked the row that is checked at first.
-/// \return the buttons, with their rows as ids; owned by \a panel.
-QButtonGroup* addRadios(QWidget* panel, QBoxLayout* layout, const XelFields::RadioChoice* choices,
-                        std::size_t count, int checked);
-template <std::size_t Count>
-QButtonGroup* addRadios(QWidget* panel, QBoxLayout* layout, const XelFields::RadioChoice (&choices)[Count],
-                        int checked)
-{
-    return addRadios(panel, layout, choices, Count, checked);
-}
+/// \return the buttons, with their rows as ids and the field's name; owned by \a panel.
+QButtonGroup* addRadios(QWidget* panel, QBoxLayout* layout, const KRXFields::Field& field, int checked);
 
 } // namespace XelLayout

@@ -11,7 +11,8 @@ namespace {
 const QList<QStringList>& floors()
 {
     static const QList<QStringList> list = {
-        {QStringLiteral("xml"), QStringLiteral("text"), QStringLiteral("KRXTwistWidget")},
+        {QStringLiteral("xml"), QStringLiteral("text"), QStringLiteral("fields"),
+         QStringLiteral("KRXTwistWidget")},
         {QStringLiteral("KRXServiceAccess")},
         {QStringLiteral("KRXXelSettings")},
         {QStringLiteral("KRXActionsController")},

@@ -1,17 +1,18 @@
 #include "AudioOptions.h"
 
+#include "ActivityTables.h"
 #include "FittedComboBox.h"
 #include "HostCore.h"
 #include "HostMediaEngine.h"
 #include "KRXText.h"
-#include "KRXXml.h"
-#include "OptionFields.h"
 #include "OptionLayout.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QGridLayout>
 #include <QLabel>
+
+using namespace ActivityTables;
 
 namespace {
 
@@ -30,16 +31,7 @@ constexpr int kMxfKind = 9;
 
 enum AudioFormat { AiffC = 1, Sdii = 2, Wave = 3, MxfPcm = 4, Pcm = 5, MxfMp2 = 6 };
 
-using OptionFields::Field;
-using OptionFields::ValueKind;
-
-constexpr Field kFields[] = {
-    {"audioSampleRate", ValueKind::ComboData, "convertAudioSampleRate"},
-    {"audioSampleWidth", ValueKind::ComboData, "convertAudioBitDepth"},
-    {"audioFormat", ValueKind::ComboText, "convertAudioFormat"},
-};
-
-/// What a person sees of a field; in the order of kFields.
+/// What a person sees of a field; in the order of the audio fields.
 struct FieldLook
 {
     const char* checkText;
@@ -48,7 +40,7 @@ struct FieldLook
     int fixedWidth;
 };
 
-constexpr FieldLook kLooks[] = {
+constexpr FieldLook kLooks[AudioFieldCount] = {
     {QT_TRID_NOOP("Convert Audio Sample Rate"),
      QT_TRID_NOOP("Select This Option to Convert the Sample Rate to 32 kHz, 44.1kHz, or 48 kHz"),
      QT_TRID_NOOP("Target Audio Sample Rate:"), 60},
@@ -59,11 +51,6 @@ constexpr FieldLook kLooks[] = {
      QT_TRID_NOOP("Select either OMF (WAVE), OMF(AIFF-C), or MXF (PCM) Audio Format"),
      QT_TRID_NOOP("Target Audio Wrapper Format:"), 100},
 };
-
-QString sectionName()
-{
-    return QStringLiteral("outputAudioProfile");
-}
 
 void fillWrapperFormats(QComboBox* box)
 {
@@ -114,7 +101,7 @@ QComboBox* makeBox(QWidget* options, int fixedWidth)
 
 void selectProjectSetting(QComboBox* box, int value)
 {
-    if (!OptionFields::selectNumberIfFound(box, value))
+    if (!KRXFields::selectNumberIfFound(box, value))
         box->setCurrentIndex(0);
 }
 
@@ -175,13 +162,13 @@ QGridLayout* AudioOptions::build(QWidget* options, Widths widths)
     layout->setHorizontalSpacing(kColumnSpacing);
     Pair* const pairs[] = {&m_sampleRate, &m_bitDepth, &m_wrapperFormat};
     int row = 0;
-    for (const Field& field : kFields) {
+    for (const KRXFields::Field& field : kAudioFields) {
         const FieldLook& look = kLooks[row];
         QCheckBox* check =
             OptionLayout::makeCheck(options, field.enabledBy, KRXText::localised(look.checkText),
                                     KRXText::localised(look.checkToolTip));
         QComboBox* box = makeBox(options, widths == Widths::Fixed ? look.fixedWidth : 0);
-        box->setObjectName(QLatin1String(field.name));
+        box->setObjectName(QLatin1String(field.element));
         layout->addWidget(check, row, 0);
         layout->addWidget(new QLabel(KRXText::localised(look.label), options), row, 1);
         layout->addWidget(box, row, 2, widths == Widths::Fixed ? Qt::AlignLeft : Qt::Alignment());
@@ -209,12 +196,10 @@ void AudioOptions::setDefaults()
 
 void AudioOptions::write(QDomDocument& doc, QDomElement& parent) const
 {
-    QDomElement section = doc.createElement(sectionName());
-    parent.appendChild(section);
-    OptionFields::write(doc, section, kFields, m_options);
+    KRXFields::appendSection(doc, parent, kAudio, m_options);
 }
 
 void AudioOptions::read(const QDomElement& activity)
 {
-    OptionFields::read(KRXXml::firstElement(activity, sectionName()), kFields, m_options);
+    KRXFields::readSection(activity, kAudio, m_options);
 }

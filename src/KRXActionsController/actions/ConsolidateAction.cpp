@@ -1,15 +1,16 @@
 #include "ConsolidateAction.h"
 
+#include "ActivityTables.h"
 #include "DestinationDrives.h"
-#include "DestinationXml.h"
 #include "KRXText.h"
-#include "KRXXml.h"
 #include "OptionLayout.h"
 
 #include <QCheckBox>
 #include <QGridLayout>
 #include <QLabel>
 #include <QVBoxLayout>
+
+using namespace ActivityTables;
 
 namespace {
 
@@ -24,35 +25,6 @@ constexpr int kGroupColumns = 2;
 constexpr VideoOptions::Look kLook = {QT_TRID_NOOP("Source Quality (Debayer):"), kProjectWidth, kCodecWidth,
                                       kCodecWidth};
 
-using OptionFields::ValueKind;
-
-constexpr OptionFields::Field kConsolidateFields[] = {
-    {"videoSkipOnTarget", ValueKind::Check},
-    {"videoRelinkSkippedToTarget", ValueKind::Check},
-    {"performTranscodeIfConsolidateFails", ValueKind::Check},
-};
-
-constexpr OptionFields::Field kTranscodeFields[] = {
-    {"videoCompressionType", ValueKind::Compression},
-    {"videoProjectType", ValueKind::ComboText},
-    {"videoColorSpace", ValueKind::ComboText},
-    {"videoRaster", ValueKind::ComboText},
-    {"encodingProfile", ValueKind::ComboText},
-    {"videoDebayerSetting", ValueKind::ComboData},
-    {"videoIncludeReformattedContent", ValueKind::Check},
-    {"applyColorTransformations", ValueKind::Check},
-};
-
-QString consolidateSectionName()
-{
-    return QStringLiteral("outputConsolidateVideoProfile");
-}
-
-QString transcodeSectionName()
-{
-    return QStringLiteral("transcodeOptions");
-}
-
 } // namespace
 
 ConsolidateAction::ConsolidateAction(int number)
@@ -66,15 +38,16 @@ QWidget* ConsolidateAction::createWidget()
         return widget();
     QWidget* options = OptionLayout::makeOptions(kBodyHeight);
     m_skip = OptionLayout::makeCheck(
-        options, "videoSkipOnTarget", KRXText::localised("Skip Media Already On Target Drive"),
+        options, kConsolidateFields[SkipOnTarget].element,
+        KRXText::localised("Skip Media Already On Target Drive"),
         KRXText::localised(
             "Select to Bypass Files if Some Related Media Files are Already Located on the Target Drives"));
     m_relinkSkipped = OptionLayout::makeCheck(
-        options, "videoRelinkSkippedToTarget",
+        options, kConsolidateFields[RelinkSkipped].element,
         KRXText::localised("Relink selected clips to target drive before skipping"),
         KRXText::localised(
             "Select to Ensure That all Selected Clips are Linked to Media on the Target Drive"));
-    m_fallback = OptionLayout::makeCheck(options, "performTranscodeIfConsolidateFails",
+    m_fallback = OptionLayout::makeCheck(options, kConsolidateFields[TranscodeIfConsolidateFails].element,
                                          KRXText::localised("If unable to consolidate then transcode"));
     m_drives = new DestinationDrives(options);
 
@@ -110,13 +83,9 @@ void ConsolidateAction::writeXml(QDomDocument& doc, QDomElement& parent)
     activity.setAttribute(QStringLiteral("name"), QStringLiteral("Consolidate"));
     parent.appendChild(activity);
 
-    QDomElement output = DestinationXml::write(doc, activity, *m_drives);
-    QDomElement section = doc.createElement(consolidateSectionName());
-    output.appendChild(section);
-    OptionFields::write(doc, section, kConsolidateFields, widget());
-    QDomElement transcode = doc.createElement(transcodeSectionName());
-    section.appendChild(transcode);
-    OptionFields::write(doc, transcode, kTranscodeFields, widget());
+    QDomElement output = KRXFields::appendSection(doc, activity, kOutput, widget());
+    QDomElement video = KRXFields::appendSection(doc, output, kConsolidate, widget());
+    KRXFields::appendSection(doc, video, kFallback, widget());
     m_audio.write(doc, output);
 }
 
@@ -124,11 +93,10 @@ quint32 ConsolidateAction::readXml(const QDomElement& activity)
 {
     m_audio.refill();
     m_drives->refresh();
-    DestinationXml::read(activity, *m_drives);
-    OptionFields::read(KRXXml::firstElement(activity, consolidateSectionName()), kConsolidateFields,
-                       widget());
-    const quint32 notice = m_video.read(KRXXml::firstElement(activity, transcodeSectionName()),
-                                        kTranscodeFields, VideoOptions::EncodingProfile::Leave);
+    KRXFields::readSection(activity, kOutput, widget());
+    KRXFields::readSection(activity, kConsolidate, widget());
+    const quint32 notice = m_video.read(KRXFields::findSection(activity, kFallback), kFallbackFields,
+                                        VideoOptions::EncodingProfile::Leave);
     m_audio.read(activity);
     return notice;
 }

@@ -1,30 +1,19 @@
 #include "CopyMoveAction.h"
 
+#include "ActivityTables.h"
 #include "CopyToPathWidget.h"
 #include "KRXText.h"
 #include "KRXXml.h"
-#include "OptionFields.h"
 #include "OptionLayout.h"
 
 #include <QCheckBox>
 #include <QVBoxLayout>
 
+using namespace ActivityTables;
+
 namespace {
 
 constexpr int kBodyHeight = 70;
-
-using OptionFields::ValueKind;
-
-constexpr OptionFields::Field kFields[] = {
-    {"filesystemPath", ValueKind::Path},
-    {"relinkAfterCopy", ValueKind::Check},
-    {"autoCheckin", ValueKind::Check},
-};
-
-QString sectionName()
-{
-    return QStringLiteral("destinationDetail");
-}
 
 } // namespace
 
@@ -39,12 +28,13 @@ QWidget* CopyMoveAction::createWidget()
         return widget();
     QWidget* options = OptionLayout::makeOptions(kBodyHeight);
     m_folder = new CopyToPathWidget(options);
-    m_folder->setObjectName(QStringLiteral("filesystemPath"));
+    m_folder->setObjectName(QLatin1String(kCopyFields[CopyPath].element));
     m_folder->setToolTip(KRXText::localised("Choose the Location Where You Want the files Copied to"));
-    m_relink =
-        OptionLayout::makeCheck(options, "relinkAfterCopy", KRXText::localised("Auto Relink when complete"),
-                                KRXText::localised("Automatically Relink Files When Copy is Completed"));
-    m_checkIn = OptionLayout::makeCheck(options, "autoCheckin", KRXText::localised("Check in to Ledgerhouse"),
+    m_relink = OptionLayout::makeCheck(
+        options, kCopyFields[RelinkAfterCopy].element, KRXText::localised("Auto Relink when complete"),
+        KRXText::localised("Automatically Relink Files When Copy is Completed"));
+    m_checkIn = OptionLayout::makeCheck(options, kCopyFields[AutoCheckIn].element,
+                                        KRXText::localised("Check in to Ledgerhouse"),
                                         KRXText::localised("Checks in assets to Ledgerhouse"));
 
     QVBoxLayout* column = OptionLayout::columnOf(options);
@@ -62,15 +52,13 @@ void CopyMoveAction::writeXml(QDomDocument& doc, QDomElement& parent)
     activity.setAttribute(QStringLiteral("id"), activityId(getType()));
     activity.setAttribute(QStringLiteral("name"), KRXText::localised("Copy %1").arg(number()));
     parent.appendChild(activity);
-    QDomElement section = doc.createElement(sectionName());
-    activity.appendChild(section);
-    OptionFields::write(doc, section, kFields, widget());
+    KRXFields::appendSection(doc, activity, kCopy, widget());
 }
 
 quint32 CopyMoveAction::readXml(const QDomElement& activity)
 {
-    for (const QDomElement& section : KRXXml::elementsByTag(activity, sectionName()))
-        OptionFields::read(section, kFields, widget());
+    for (const QDomElement& section : KRXXml::elementsByTag(activity, QLatin1String(kCopy.element)))
+        KRXFields::read(section, kCopyFields, widget());
     return 0;
 }
 

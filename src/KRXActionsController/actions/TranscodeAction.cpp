@@ -1,9 +1,8 @@
 #include "TranscodeAction.h"
 
+#include "ActivityTables.h"
 #include "DestinationDrives.h"
-#include "DestinationXml.h"
 #include "KRXText.h"
-#include "KRXXml.h"
 #include "OptionLayout.h"
 
 #include <QCheckBox>
@@ -11,30 +10,14 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
+using namespace ActivityTables;
+
 namespace {
 
 constexpr int kBodyHeight = 360;
 constexpr int kCodecWidth = 150;
 
 constexpr VideoOptions::Look kLook = {QT_TRID_NOOP("Linked Source Scaling/Quality:"), 0, kCodecWidth, 0};
-
-using OptionFields::ValueKind;
-
-constexpr OptionFields::Field kVideoFields[] = {
-    {"videoIncludeReformattedContent", ValueKind::Check},
-    {"applyColorTransformations", ValueKind::Check},
-    {"videoProjectType", ValueKind::ComboText},
-    {"videoColorSpace", ValueKind::ComboText},
-    {"videoRaster", ValueKind::ComboText},
-    {"encodingProfile", ValueKind::ComboText},
-    {"videoDebayerSetting", ValueKind::ComboData},
-    {"videoCompressionType", ValueKind::CompressionWithDescriptor},
-};
-
-QString videoSectionName()
-{
-    return QStringLiteral("outputTranscodeVideoProfile");
-}
 
 } // namespace
 
@@ -72,10 +55,8 @@ void TranscodeAction::writeXml(QDomDocument& doc, QDomElement& parent)
     activity.setAttribute(QStringLiteral("name"), QStringLiteral("Transcode %1").arg(numberText));
     parent.appendChild(activity);
 
-    QDomElement output = DestinationXml::write(doc, activity, *m_drives);
-    QDomElement video = doc.createElement(videoSectionName());
-    output.appendChild(video);
-    OptionFields::write(doc, video, kVideoFields, widget());
+    QDomElement output = KRXFields::appendSection(doc, activity, kOutput, widget());
+    KRXFields::appendSection(doc, output, kTranscode, widget());
     m_audio.write(doc, output);
 }
 
@@ -83,8 +64,8 @@ quint32 TranscodeAction::readXml(const QDomElement& activity)
 {
     m_audio.refill();
     m_drives->refresh();
-    DestinationXml::read(activity, *m_drives);
-    const quint32 notice = m_video.read(KRXXml::firstElement(activity, videoSectionName()), kVideoFields,
+    KRXFields::readSection(activity, kOutput, widget());
+    const quint32 notice = m_video.read(KRXFields::findSection(activity, kTranscode), kTranscodeFields,
                                         VideoOptions::EncodingProfile::Restore);
     m_audio.read(activity);
     return notice;

@@ -2,8 +2,8 @@
 
 #include "ActionListLoad.h"
 #include "HostMediaEngine.h"
+#include "KRXFields.h"
 #include "KRXText.h"
-#include "OptionFields.h"
 
 #include <QSignalBlocker>
 #include <QSize>
@@ -118,7 +118,7 @@ void fillCustomColorSpaces(QComboBox* box, const HostMediaEngine::CustomFormat& 
         if (HostMediaEngine::isValidColorSpace(format.projectType, code))
             addColorSpace(box, code);
     }
-    OptionFields::selectNumberIfFound(box, HostMediaEngine::currentColorSpace());
+    KRXFields::selectNumberIfFound(box, HostMediaEngine::currentColorSpace());
 }
 
 /// Fills raster and colour space for an entry of the project-type list: by its code, and in a custom-format
@@ -215,8 +215,8 @@ void CodecBox::setupDefaults()
 
         fillRastersAndColorSpaces(m_rasterBox, m_colorSpaceBox, HostMediaEngine::currentProjectType(),
                                   projectText);
-        OptionFields::selectNumberIfFound(m_rasterBox, HostMediaEngine::currentRasterWidth());
-        OptionFields::selectNumberIfFound(m_colorSpaceBox, HostMediaEngine::currentColorSpace());
+        KRXFields::selectNumberIfFound(m_rasterBox, HostMediaEngine::currentRasterWidth());
+        KRXFields::selectNumberIfFound(m_colorSpaceBox, HostMediaEngine::currentColorSpace());
     }
     updateVideoParams();
     askForRefill();

@@ -3,7 +3,6 @@
 #include "CodecBox.h"
 #include "HostMediaEngine.h"
 #include "KRXText.h"
-#include "KRXXml.h"
 #include "OptionLayout.h"
 
 #include <QCheckBox>
@@ -77,12 +76,12 @@ QGridLayout* VideoOptions::build(QWidget* options, const Look& look)
 void VideoOptions::setDefaults()
 {
     m_codec->setupDefaults();
-    OptionFields::selectNumber(m_codec, HostMediaEngine::defaultCompressionId());
+    KRXFields::selectNumber(m_codec, HostMediaEngine::defaultCompressionId());
     fillDebayerList(m_debayer);
-    OptionFields::selectNumber(m_debayer, kDefaultDebayer);
+    KRXFields::selectNumber(m_debayer, kDefaultDebayer);
 }
 
-quint32 VideoOptions::read(const QDomElement& section, OptionFields::Fields fields,
+quint32 VideoOptions::read(const QDomElement& section, KRXFields::Fields fields,
                            EncodingProfile encodingProfile)
 {
     quint32 notice = kNoNotice;
@@ -92,7 +91,7 @@ quint32 VideoOptions::read(const QDomElement& section, OptionFields::Fields fiel
         fillDebayerList(m_debayer);
         m_codec->setupDefaults();
         stored = collect(section, fields);
-        OptionFields::selectNumber(m_debayer, stored.debayer);
+        KRXFields::selectNumber(m_debayer, stored.debayer);
         if (stored.isComplete()) {
             notice = restoreProjectType(stored.projectType);
             restoreColorSpaceAndRaster(stored);
@@ -100,10 +99,10 @@ quint32 VideoOptions::read(const QDomElement& section, OptionFields::Fields fiel
     }
     if (!stored.isComplete())
         return notice;
-    OptionFields::selectNumber(m_codec, stored.compression);
+    KRXFields::selectNumber(m_codec, stored.compression);
     // The profile stands in the document as display text and is looked up as a number nevertheless.
     if (encodingProfile == EncodingProfile::Restore && !stored.encodingProfile.isEmpty())
-        OptionFields::selectNumber(m_codec->getEncodingProfileBox(), stored.encodingProfile);
+        KRXFields::selectNumber(m_codec->getEncodingProfileBox(), stored.encodingProfile);
     return notice;
 }
 
@@ -113,7 +112,7 @@ bool VideoOptions::Stored::isComplete() const
 }
 
 /// Check boxes are set at once; the other texts are only taken, because their boxes depend on one another.
-VideoOptions::Stored VideoOptions::collect(const QDomElement& section, OptionFields::Fields fields)
+VideoOptions::Stored VideoOptions::collect(const QDomElement& section, KRXFields::Fields fields)
 {
     Stored stored;
     const struct
@@ -125,18 +124,15 @@ VideoOptions::Stored VideoOptions::collect(const QDomElement& section, OptionFie
         {m_projectType, &stored.projectType}, {m_colorSpace, &stored.colorSpace},
         {m_raster, &stored.raster},           {m_debayer, &stored.debayer},
     };
-    for (const QDomElement& element : KRXXml::childElements(section)) {
-        const QString name = element.tagName();
-        const OptionFields::Field* field = fields.find(name);
-        if (!field)
-            continue;
-        if (field->kind == OptionFields::ValueKind::Check)
-            OptionFields::readField(element, *field, m_options);
+    KRXFields::forEach(section, fields, [&](int row, const QDomElement& element) {
+        const KRXFields::Field& field = fields.begin()[row];
+        if (field.kind == &KRXFields::kCheck)
+            KRXFields::readField(element, field, m_options);
         for (const auto& place : places) {
-            if (place.box->objectName() == name)
+            if (place.box->objectName() == QLatin1String(field.element))
                 *place.text = element.text();
         }
-    }
+    });
     return stored;
 }
 

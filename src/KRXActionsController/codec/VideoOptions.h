@@ -1,6 +1,6 @@
 #pragma once
 
-#include "OptionFields.h"
+#include "KRXFields.h"
 
 #include <QDomElement>
 #include <QString>
@@ -42,7 +42,7 @@ public:
     void setDefaults();
     /// Resets and restores the options from the elements below \a section that \a fields names.
     /// \return a notice code, see noticeText().
-    quint32 read(const QDomElement& section, OptionFields::Fields fields, EncodingProfile encodingProfile);
+    quint32 read(const QDomElement& section, KRXFields::Fields fields, EncodingProfile encodingProfile);
 
 private:
     /// The texts that restore the boxes which depend on one another.
@@ -58,7 +58,7 @@ private:
         bool isComplete() const;
     };
 
-    Stored collect(const QDomElement& section, OptionFields::Fields fields);
+    Stored collect(const QDomElement& section, KRXFields::Fields fields);
     quint32 restoreProjectType(const QString& text);
     void restoreColorSpaceAndRaster(const Stored& stored);
 
