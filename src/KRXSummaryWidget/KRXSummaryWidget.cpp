@@ -1,5 +1,6 @@
 #include "KRXSummaryWidget.h"
 
+#include "KRXSummaryDelegate.h"
 #include "KRXSummaryRows.h"
 #include "KRXText.h"
 #include "KRXTwistWidget.h"
@@ -7,6 +8,8 @@
 
 #include <QHeaderView>
 #include <QResizeEvent>
+
+#include <algorithm>
 
 using KRXText::localised;
 
@@ -25,15 +28,19 @@ KRXSummaryWidget::KRXSummaryWidget(KRXTwistWidget* section)
     , m_section(section)
 {
     horizontalHeader()->hide();
-    horizontalHeader()->setStretchLastSection(true);
     verticalHeader()->hide();
     setShowGrid(false);
-    setWordWrap(true);
+    setItemDelegate(new KRXSummaryDelegate(this));
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setSelectionMode(QAbstractItemView::NoSelection);
     setFocusPolicy(Qt::NoFocus);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    // Who clears the summary takes its rows away and leaves the height to it.
+    connect(model(), &QAbstractItemModel::rowsRemoved, this, [this] {
+        if (rowCount() == 0)
+            fitToRows();
+    });
     fitToRows();
 }
 
@@ -57,25 +64,25 @@ void KRXSummaryWidget::updateSummaryFromXML(QDomDocument& doc)
 void KRXSummaryWidget::resizeEvent(QResizeEvent* event)
 {
     QTableWidget::resizeEvent(event);
-    // Another width wraps the details differently.
-    if (event->size().width() != event->oldSize().width() && !m_fitting)
+    // Another width breaks the texts differently.
+    if (event->size().width() != event->oldSize().width())
         fitToRows();
 }
 
 void KRXSummaryWidget::setRow(int row, const QString& title, const QString& detail)
 {
-    auto* titleItem = new QTableWidgetItem(title);
-    titleItem->setTextAlignment(Qt::AlignLeft | Qt::AlignTop);
-    setItem(row, TitleColumn, titleItem);
-    auto* detailItem = new QTableWidgetItem(detail);
-    detailItem->setTextAlignment(Qt::AlignLeft | Qt::AlignTop);
-    setItem(row, DetailColumn, detailItem);
+    setItem(row, TitleColumn, new QTableWidgetItem(title));
+    setItem(row, DetailColumn, new QTableWidgetItem(detail));
 }
 
 void KRXSummaryWidget::fitToRows()
 {
-    m_fitting = true;
-    resizeColumnsToContents();
+    // The titles take what they need, as long as half is left for the details. The header would stretch the
+    // last column only later, and the rows would be measured in the wrong width.
+    const int room = viewport()->width();
+    const int titles = std::min(sizeHintForColumn(TitleColumn), room / 2);
+    setColumnWidth(TitleColumn, titles);
+    setColumnWidth(DetailColumn, room - titles);
     resizeRowsToContents();
     int height = kFrameAllowance;
     for (int row = 0; row < rowCount(); ++row)
@@ -83,5 +90,4 @@ void KRXSummaryWidget::fitToRows()
     setFixedHeight(height);
     if (m_section)
         m_section->updateTWLayout();
-    m_fitting = false;
 }

@@ -29,5 +29,4 @@ private:
     void fitToRows();
 
     QPointer<KRXTwistWidget> m_section;
-    bool m_fitting = false;
 };

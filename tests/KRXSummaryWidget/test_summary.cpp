@@ -1,11 +1,8 @@
 #include "HostMediaEngine.h"
 #include "KRXSummaryWidget.h"
 #include "KRXTest.h"
-#include "KRXTwistWidget.h"
 #include "KRXXml.h"
 #include "StandInHost.h"
-
-#include <QSignalSpy>
 
 namespace {
 
@@ -66,14 +63,18 @@ private slots:
             document(activity(QStringLiteral("copy"), QStringLiteral("Copy 1"), QString()) +
                      activity(QStringLiteral("remove"), QStringLiteral("Remove"), QString()) +
                      activity(QStringLiteral("Copy"), QStringLiteral("Upper"), QString()) +
-                     activity(QStringLiteral("consolidate"), QStringLiteral("Consolidate"), QString()));
+                     activity(QStringLiteral("consolidate"), QStringLiteral("Consolidate"), QString()) +
+                     activity(QStringLiteral("Transcode"), QStringLiteral("Upper"), QString()) +
+                     activity(QStringLiteral("CONSOLIDATE"), QStringLiteral("Upper"), QString()));
         summary.updateSummaryFromXML(doc);
-        QCOMPARE(summary.rowCount(), 6);
+        QCOMPARE(summary.rowCount(), 8);
         QCOMPARE(cell(summary, 2, 0), QStringLiteral("Copy 1"));
         QVERIFY(!summary.item(3, 0));
         QVERIFY(!summary.item(3, 1));
         QVERIFY(!summary.item(4, 0));
         QCOMPARE(cell(summary, 5, 0), QStringLiteral("Consolidate"));
+        QVERIFY(!summary.item(6, 0));
+        QVERIFY(!summary.item(7, 0));
     }
 
     void aSecondDocumentLeavesNothingOfTheFirst()
@@ -137,6 +138,17 @@ private slots:
                          .arg(stored),
                      1),
             QStringLiteral("Multichannel Audio : %1\nAudio timecode rate : \nLink using : \n").arg(display));
+    }
+
+    void thePluginIsNamedByItsNameAmongItsChildren()
+    {
+        QCOMPARE(detailOf(QStringLiteral("<linkDetail><xelPreferredPluginDetail>"
+                                         "<xelPluginGUID>{12-34}</xelPluginGUID>"
+                                         "<deeper><xelPluginName>Deeper</xelPluginName></deeper>"
+                                         "<xelPluginName>QuickTime</xelPluginName>"
+                                         "</xelPreferredPluginDetail></linkDetail>"),
+                          1),
+                 QStringLiteral("Multichannel Audio : \nAudio timecode rate : \nLink using : QuickTime\n"));
     }
 
     void allThreeLinkLinesAreThereWithoutALinkDetail()
@@ -214,6 +226,17 @@ private slots:
                            "Video Volume : /v/   Audio Volume : /a/"));
     }
 
+    void aVolumeMayHoldWhatLooksLikeAPlaceholder()
+    {
+        QCOMPARE(detailOf(activity(QStringLiteral("transcode"), QStringLiteral("Transcode 1"),
+                                   QStringLiteral("<outputDetail>"
+                                                  "<filesystemVideoVolume>/v%2/</filesystemVideoVolume>"
+                                                  "<filesystemAudioVolume>/a%1/</filesystemAudioVolume>"
+                                                  "</outputDetail>")),
+                          2),
+                 QStringLiteral("Video: \nVideo Volume : /v%2/   Audio Volume : /a%1/"));
+    }
+
     void aLaterColourTextThatIsNotTrueClearsTheColourLine()
     {
         QCOMPARE(
@@ -250,25 +273,6 @@ private slots:
         QCOMPARE(
             detailOf(activity(QStringLiteral("consolidate"), QStringLiteral("Consolidate"), QString()), 2),
             QString());
-    }
-
-    void heightIsSixMoreThanTheRows()
-    {
-        KRXSummaryWidget empty(nullptr);
-        QCOMPARE(empty.height(), 6);
-
-        KRXTwistWidget section(nullptr, QStringLiteral("Summary"));
-        auto* summary = new KRXSummaryWidget(&section);
-        section.addWidgetToBody(summary, 0);
-        section.setOpen(true);
-        section.show();
-        QDomDocument doc = document(activity(QStringLiteral("copy"), QStringLiteral("Copy 1"), QString()));
-        summary->updateSummaryFromXML(doc);
-        int rows = 0;
-        for (int row = 0; row < summary->rowCount(); ++row)
-            rows += summary->rowHeight(row);
-        QVERIFY(rows > 0);
-        QCOMPARE(summary->height(), 6 + rows);
     }
 
     void textsAreLookedUpInTheHost()
