@@ -4,6 +4,7 @@
 #include "CopyToPathWidget.h"
 #include "ItemActionsController.h"
 #include "KRXTest.h"
+#include "SelectDriveButton.h"
 
 #include <QBoxLayout>
 #include <QCheckBox>
@@ -76,6 +77,7 @@ private slots:
 
     void optionsMarkTheProfileAsModified();
     void chosenFolderMarksTheProfileAsModified();
+    void driveButtonsMarkTheProfileAsModified();
     void codecBoxesReachTheEditor();
 
     void writtenWholeInOrder();
@@ -491,6 +493,21 @@ void TestActionList::chosenFolderMarksTheProfileAsModified()
     QVERIFY(!list.editor.isModified());
     folder->showFileDialog();
     QVERIFY(list.editor.isModified());
+}
+
+void TestActionList::driveButtonsMarkTheProfileAsModified()
+{
+    List list;
+    for (ActionType type : {ActionType::Consolidate, ActionType::Transcode}) {
+        auto* button = list.add(type)->findChild<SelectDriveButton*>();
+        for (int press = 0; press < 2; ++press) {
+            list.editor.clearModified();
+            QTest::mouseClick(button, Qt::RightButton);
+            QVERIFY(!list.editor.isModified());
+            QTest::mouseClick(button, Qt::LeftButton);
+            QVERIFY(list.editor.isModified());
+        }
+    }
 }
 
 void TestActionList::codecBoxesReachTheEditor()

@@ -51,6 +51,7 @@ private slots:
     void listDeletedDuringTheNoticeIsNotTouched();
     void volumesAreReadOncePerLoad();
     void noCodecListIsFilledTwiceForOneLoad();
+    void activityWithoutOptionsStartsWithTheDefaultCodec();
     void loadedCodecsAreThoseOfTheirProjectType();
     void editorShowsChangesAgainAfterReading();
     void thousandActivitiesAreReadAndWritten();
@@ -268,14 +269,30 @@ void TestActionListRead::noCodecListIsFilledTwiceForOneLoad()
     List list;
     list.read(ActivityTexts::text(ActivityTexts::Transcode()).repeated(3));
     QCOMPARE(list.editor.codecFills, 3);
-    // Of another type: that type's list is one more.
+    // Of another type, whose codecs are other ones.
     ActivityTexts::Transcode pal;
     pal.video.projectType = QStringLiteral("PAL 25i");
     pal.video.colorSpace = QStringLiteral("YCbCr 601");
     pal.video.raster = QStringLiteral("720x576");
     list.editor.codecFills = 0;
     list.read(ActivityTexts::text(pal));
-    QCOMPARE(list.editor.codecFills, 2);
+    QCOMPARE(list.editor.codecFills, 1);
+    // Of a type that there is none of, as a consolidate, and with hardly anything in it.
+    list.editor.codecFills = 0;
+    list.read(foreignTranscode(QStringLiteral("Transcode 1")) +
+              ActivityTexts::text(ActivityTexts::Consolidate()) +
+              activity("transcode", QStringLiteral("Transcode 2")));
+    QCOMPARE(list.editor.codecFills, 3);
+}
+
+void TestActionListRead::activityWithoutOptionsStartsWithTheDefaultCodec()
+{
+    List list;
+    list.read(activity("transcode", QStringLiteral("Transcode 1")));
+    const auto* codec = list.controller->rows().first()->findChild<CodecBox*>();
+    QCOMPARE(codec->currentData().toUInt(), kDefaultCodec);
+    QVERIFY(codec->currentIndex() > 0);
+    QCOMPARE(codec->getEncodingProfileBox()->count(), 3);
 }
 
 void TestActionListRead::loadedCodecsAreThoseOfTheirProjectType()

@@ -280,21 +280,11 @@ void CodecBox::showEvent(QShowEvent* event)
     QComboBox::showEvent(event);
 }
 
-bool CodecBox::RefillKey::operator==(const RefillKey& other) const
-{
-    return projectType == other.projectType && raster == other.raster && colorSpace == other.colorSpace &&
-           projectTypeText == other.projectTypeText;
-}
-
-CodecBox::RefillKey CodecBox::currentKey() const
-{
-    return {m_projectTypeBox->currentData().toInt(), m_projectTypeBox->currentText(),
-            m_rasterBox->currentData().toInt(), m_colorSpaceBox->currentData().toInt()};
-}
-
 void CodecBox::askForRefill()
 {
-    if (m_refillHolds > 0)
+    // The row of a list that is loaded shows its own settings before long, and only their codecs matter.
+    const bool isNewInLoad = ActionListLoad::isRunning() && !m_everFilled;
+    if (m_refillHolds > 0 || isNewInLoad)
         m_refillPending = true;
     else
         sendRefill();
@@ -304,7 +294,6 @@ void CodecBox::sendRefill()
 {
     m_refillPending = false;
     m_everFilled = true;
-    m_filledFor = currentKey();
     emit updateRezList(this);
 }
 
@@ -316,11 +305,6 @@ CodecBox::RefillHold::RefillHold(CodecBox* box)
 
 CodecBox::RefillHold::~RefillHold()
 {
-    if (--m_box->m_refillHolds > 0 || !m_box->m_refillPending)
-        return;
-    const bool isFilled = m_box->m_everFilled && m_box->m_filledFor == m_box->currentKey();
-    if (ActionListLoad::isRunning() && isFilled)
-        m_box->m_refillPending = false;
-    else
+    if (--m_box->m_refillHolds == 0 && m_box->m_refillPending)
         m_box->sendRefill();
 }

@@ -38,8 +38,8 @@ public:
     virtual void setupDefaults();
 
     /// While one of these lives, the refills that its box asks for are kept back; the last one to go asks
-    /// once for all of them. While a whole list of actions is loaded, a list that was already filled for the
-    /// very same project type, raster and colour space is not asked for again.
+    /// once for all of them. While a whole list of actions is loaded, what a new box asks for is kept back
+    /// until its first hold goes.
     class KRX_EXPORT RefillHold
     {
     public:
@@ -72,18 +72,6 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
-    /// What the list of codecs depends on.
-    struct RefillKey
-    {
-        int projectType = 0;
-        QString projectTypeText;
-        int raster = 0;
-        int colorSpace = 0;
-
-        bool operator==(const RefillKey& other) const;
-    };
-
-    RefillKey currentKey() const;
     void askForRefill();
     void sendRefill();
 
@@ -94,5 +82,4 @@ private:
     int m_refillHolds = 0;
     bool m_refillPending = false;
     bool m_everFilled = false;
-    RefillKey m_filledFor;
 };

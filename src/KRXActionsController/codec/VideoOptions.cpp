@@ -76,9 +76,14 @@ QGridLayout* VideoOptions::build(QWidget* options, const Look& look)
 void VideoOptions::setDefaults()
 {
     m_codec->setupDefaults();
-    KRXFields::selectNumber(m_codec, HostMediaEngine::defaultCompressionId());
+    selectDefaultCodec();
     fillDebayerList(m_debayer);
     KRXFields::selectNumber(m_debayer, kDefaultDebayer);
+}
+
+void VideoOptions::selectDefaultCodec()
+{
+    KRXFields::selectNumber(m_codec, HostMediaEngine::defaultCompressionId());
 }
 
 quint32 VideoOptions::read(const QDomElement& section, KRXFields::Fields fields,
@@ -86,6 +91,8 @@ quint32 VideoOptions::read(const QDomElement& section, KRXFields::Fields fields,
 {
     quint32 notice = kNoNotice;
     Stored stored;
+    // A new row of a list that is loaded has no codecs yet, and so no default among them.
+    const bool hadCodecs = m_codec->count() > 0;
     {
         const CodecBox::RefillHold hold(m_codec);
         fillDebayerList(m_debayer);
@@ -97,8 +104,11 @@ quint32 VideoOptions::read(const QDomElement& section, KRXFields::Fields fields,
             restoreColorSpaceAndRaster(stored);
         }
     }
-    if (!stored.isComplete())
+    if (!stored.isComplete()) {
+        if (!hadCodecs)
+            selectDefaultCodec();
         return notice;
+    }
     KRXFields::selectNumber(m_codec, stored.compression);
     // The profile stands in the document as display text and is looked up as a number nevertheless.
     if (encodingProfile == EncodingProfile::Restore && !stored.encodingProfile.isEmpty())

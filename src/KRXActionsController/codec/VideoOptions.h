@@ -58,6 +58,7 @@ private:
         bool isComplete() const;
     };
 
+    void selectDefaultCodec();
     Stored collect(const QDomElement& section, KRXFields::Fields fields);
     quint32 restoreProjectType(const QString& text);
     void restoreColorSpaceAndRaster(const Stored& stored);

@@ -6,6 +6,7 @@
 #include "CopyMoveAction.h"
 #include "CopyToPathWidget.h"
 #include "KRXProfilesWindow.h"
+#include "SelectDriveButton.h"
 #include "TranscodeAction.h"
 
 #include <QCheckBox>
@@ -83,9 +84,12 @@ void ItemActionsController::connectWidget(IAction* action)
         QObject::connect(box, QOverload<int>::of(&QComboBox::activated), window,
                          &KRXProfilesWindow::updateModifiedState);
     }
-    // A folder that was chosen is unsaved work as well.
+    // A folder that was chosen is unsaved work as well, and so is the choice of one drive or two.
     for (const CopyToPathWidget* folder : options->findChildren<CopyToPathWidget*>())
         QObject::connect(folder, &CopyToPathWidget::pathChosen, window,
+                         &KRXProfilesWindow::updateModifiedState);
+    for (const SelectDriveButton* drives : options->findChildren<SelectDriveButton*>())
+        QObject::connect(drives, &SelectDriveButton::clicked, window,
                          &KRXProfilesWindow::updateModifiedState);
     for (const CodecBox* codec : options->findChildren<CodecBox*>())
         window->fillListsOf(codec);
