@@ -18,6 +18,9 @@ struct ActivityProgress
     std::function<void(const std::string& scratch)> willWrite;
 };
 
+/// The status of a refusal that says: the source changed meanwhile, so look at it again.
+constexpr int kLookAgain = 409;
+
 /// One kind of action that a profile can order. Has no state: may run on several threads at once.
 class Activity
 {

@@ -1,35 +1,26 @@
 #include "activities/Copier.h"
 
-#include "base/FileTools.h"
+#include "activities/Transfer.h"
+#include "base/HeldDirectory.h"
+#include "base/SourceFile.h"
 #include "base/Text.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <xxhash.h>
 
 #include <cerrno>
-#include <cstdio>
-#include <memory>
 #include <optional>
-#include <vector>
 
 namespace krxservice {
 
 namespace {
 
-constexpr std::size_t kBuffer = 1024 * 1024;
-constexpr int kMostNames = 10000; ///< how many taken names are tried
+using filetools::Descriptor;
 
-/// "clip.mov", 2 -> "clip (2).mov"
-std::string numbered(const std::string& name, int number)
-{
-    if (number == 1)
-        return name;
-    const auto dot = name.rfind('.');
-    const auto cut = dot == std::string::npos || dot == 0 ? name.size() : dot;
-    return name.substr(0, cut) + " (" + std::to_string(number) + ')' + name.substr(cut);
-}
+constexpr int kMostNames = 10000; ///< how many taken names are tried
+constexpr int kMostLooks = 3;     ///< at a source that is touched again and again
+constexpr int kWritten = 90;      ///< percent, when all is written and the comparison begins
 
 /// One copy on its way.
 class Run
@@ -37,25 +28,36 @@ class Run
 public:
     explicit Run(const CopyOrder& order)
         : m_order(order)
-        , m_source(::open(order.source.c_str(), O_RDONLY | O_CLOEXEC))
+        , m_source(order.source, order.sourceRoot)
+        , m_root(order.directory)
+        , m_directory(order.directory + (order.subdirectory.empty() ? "" : '/' + order.subdirectory))
     {
     }
 
     CopyResult run()
     {
-        if (!m_source.isOpen() || ::fstat(m_source.get(), &m_facts) != 0)
-            return failed(m_order.source, errno);
+        if (!m_source.isOpen())
+            return failed(m_order.source + ": " + m_source.error());
+        if (!m_root.isOpen())
+            return failed(m_order.directory, errno);
+        m_place = m_root.makeDirectories(m_order.subdirectory);
+        if (!m_place.isOpen())
+            return failed(m_directory, errno);
         const std::string name = text::baseName(m_order.source);
-        m_scratch =
-            m_order.directory + "/.krx-" + text::newGuid().substr(0, 8) + '-' + name.substr(0, 200) + ".part";
+        const std::string start = ".krx-" + text::newGuid().substr(0, 8) + '-';
+        const std::string end = ".part";
+        const std::size_t room = filetools::longestName(m_place.get()) - start.size() - end.size();
+        m_scratch = start + std::string(filetools::cutText(name, room)) + end;
         if (m_order.willWrite)
-            m_order.willWrite(m_scratch);
+            m_order.willWrite(m_directory + '/' + m_scratch);
         CopyResult result = write();
         if (result.ok)
             result = verify(result.checksum);
+        if (result.ok && !sourceStands(result.checksum))
+            result = changed();
         if (result.ok)
             result = finish(name, result.checksum);
-        ::unlink(m_scratch.c_str());
+        ::unlinkat(m_place.get(), m_scratch.c_str(), 0);
         return result;
     }
 
@@ -70,6 +72,18 @@ private:
     {
         return failed(path + ": " + text::errnoText(error));
     }
+    static CopyResult cancelled()
+    {
+        CopyResult result = failed("cancelled");
+        result.cancelled = true;
+        return result;
+    }
+    CopyResult changed() const
+    {
+        CopyResult result = failed(m_order.source + " changed while it was copied");
+        result.sourceChanged = true;
+        return result;
+    }
     static CopyResult done(const std::string& checksum, const std::string& path = {})
     {
         CopyResult result;
@@ -79,121 +93,145 @@ private:
         return result;
     }
 
-    /// True when the source is what it was at the start.
-    bool sourceStands() const
+    /// True when the source still holds what was read. A changed time alone is no proof of the contrary (a
+    /// rename, a new mode), nor is one that was put back: then its content decides.
+    bool sourceStands(const std::string& checksum)
     {
-        struct stat facts
-        {
-        };
-        return ::fstat(m_source.get(), &facts) == 0 && facts.st_size == m_facts.st_size &&
-               facts.st_mtim.tv_sec == m_facts.st_mtim.tv_sec &&
-               facts.st_mtim.tv_nsec == m_facts.st_mtim.tv_nsec;
+        if (m_source.facts().st_size != m_copied)
+            return false;
+        for (int look = 0; look < kMostLooks; ++look) {
+            if (m_source.isUnchanged())
+                return true;
+            std::string error;
+            if (!m_source.lookAgain() || m_source.facts().st_size != m_copied ||
+                filetools::checksum(m_source.get(), m_order.cancel, error) != std::optional(checksum))
+                return false;
+        }
+        return false;
     }
 
     CopyResult write()
     {
-        const filetools::Descriptor target(
-            ::open(m_scratch.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
-        if (!target.isOpen())
-            return failed(m_order.directory, errno);
-        const std::unique_ptr<XXH3_state_t, decltype(&XXH3_freeState)> state(XXH3_createState(),
-                                                                             &XXH3_freeState);
-        XXH3_64bits_reset(state.get());
-        std::vector<char> buffer(kBuffer);
-        std::int64_t copied = 0;
-        for (;;) {
-            if (*m_order.cancel) {
-                CopyResult result = failed("cancelled");
-                result.cancelled = true;
-                return result;
-            }
-            const ssize_t got = ::read(m_source.get(), buffer.data(), buffer.size());
-            if (got < 0 && errno == EINTR)
-                continue;
-            if (got < 0)
-                return failed(m_order.source, errno);
-            if (got == 0)
-                break;
-            XXH3_64bits_update(state.get(), buffer.data(), static_cast<std::size_t>(got));
-            if (const int error = writeAll(target.get(), buffer.data(), static_cast<std::size_t>(got)))
-                return failed(m_order.directory, error);
-            copied += got;
-            if (m_order.progress && m_facts.st_size > 0)
-                m_order.progress(static_cast<int>(copied * 90 / m_facts.st_size));
-        }
-        const timespec times[2] = {m_facts.st_atim, m_facts.st_mtim};
-        ::futimens(target.get(), times);
-        ::fchmod(target.get(), m_facts.st_mode & 0777);
-        if (::fsync(target.get()) != 0)
-            return failed(m_order.directory, errno);
-        // So that reading it back asks the disk and not the memory that was just filled.
-        ::posix_fadvise(target.get(), 0, 0, POSIX_FADV_DONTNEED);
-        if (!sourceStands())
-            return failed(m_order.source + " changed while it was copied");
-        char text[48];
-        std::snprintf(text, sizeof text, "xxh3-64:%016llx",
-                      static_cast<unsigned long long>(XXH3_64bits_digest(state.get())));
-        return done(text);
+        m_target = Descriptor(::openat(m_place.get(), m_scratch.c_str(),
+                                       O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+        if (!m_target.isOpen())
+            return failed(m_directory, errno);
+        ::posix_fadvise(m_source.get(), 0, 0, POSIX_FADV_SEQUENTIAL);
+        const std::int64_t size = m_source.facts().st_size;
+        const auto moved = transfer(m_source.get(), m_target.get(), m_order.cancel, [&](std::int64_t bytes) {
+            if (m_order.progress && bytes <= size)
+                m_order.progress(static_cast<int>(bytes * kWritten / size));
+        });
+        if (moved.cancelled)
+            return cancelled();
+        if (moved.readError != 0)
+            return failed(m_order.source, moved.readError);
+        if (moved.writeError != 0)
+            return failed(m_directory, moved.writeError);
+        m_copied = moved.bytes;
+        if (!sourceStands(moved.checksum))
+            return changed();
+        takeOverFacts();
+        if (::fsync(m_target.get()) != 0)
+            return failed(m_directory, errno);
+        return done(moved.checksum);
     }
 
-    static int writeAll(int target, const char* data, std::size_t size)
+    /// Times and permissions of the source.
+    void takeOverFacts()
     {
-        while (size > 0) {
-            const ssize_t put = ::write(target, data, size);
-            if (put < 0 && errno == EINTR)
-                continue;
-            if (put < 0)
-                return errno;
-            data += put;
-            size -= static_cast<std::size_t>(put);
-        }
-        return 0;
+        const struct stat& source = m_source.facts();
+        struct stat copy
+        {
+        };
+        mode_t mode = m_source.reach();
+        const bool sameGroup = ::fstat(m_target.get(), &copy) == 0 &&
+                               (copy.st_gid == source.st_gid ||
+                                ::fchown(m_target.get(), static_cast<uid_t>(-1), source.st_gid) == 0);
+        // To another group belong other people: they may do what everybody may.
+        if (!sameGroup)
+            mode = (mode & 0707) | ((mode & 0007) << 3);
+        ::fchmod(m_target.get(), mode);
+        const timespec times[2] = {source.st_atim, source.st_mtim};
+        ::futimens(m_target.get(), times);
     }
 
     CopyResult verify(const std::string& expected)
     {
+        // So that reading it back asks the disk and not the memory that was just filled.
+        ::posix_fadvise(m_target.get(), 0, 0, POSIX_FADV_DONTNEED);
         std::string error;
-        const auto found = filetools::checksum(m_scratch, m_order.cancel, error);
-        if (!found) {
-            CopyResult result = failed(m_order.directory + ": " + error);
-            result.cancelled = *m_order.cancel;
-            return result;
-        }
+        const auto found = filetools::checksum(m_target.get(), m_order.cancel, error);
+        if (*m_order.cancel)
+            return cancelled();
+        if (!found)
+            return failed(m_directory + ": " + error);
         if (*found != expected)
-            return failed("the copy of " + m_order.source + " in " + m_order.directory +
+            return failed("the copy of " + m_order.source + " in " + m_directory +
                           " differs from the original");
         return done(expected);
     }
 
     CopyResult finish(const std::string& name, const std::string& checksum)
     {
+        const std::size_t longest = filetools::longestName(m_place.get());
         for (int number = 1; number < kMostNames; ++number) {
-            const std::string path = m_order.directory + '/' + numbered(name, number);
-            const int error = filetools::renameNoReplace(m_scratch, path);
+            const std::string free = filetools::numberedName(name, number, longest);
+            const int error = filetools::renameNoReplace(m_place.get(), m_scratch, free);
             if (error != 0 && error != EEXIST)
-                return failed(path, error);
-            if (error == EEXIST && !hasContent(path, checksum))
-                continue;
-            const auto reason = filetools::syncDirectory(m_order.directory);
-            return reason.empty() ? done(checksum, path) : failed(reason);
+                return failed(m_directory + '/' + free, error);
+            if (error == EEXIST) {
+                const Descriptor existing(
+                    ::openat(m_place.get(), free.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+                if (!hasContent(existing, checksum))
+                    continue;
+                return offer(free, existing, checksum);
+            }
+            CopyResult result = offer(free, m_target, checksum);
+            if (!result.ok)
+                ::unlinkat(m_place.get(), free.c_str(), 0);
+            return result;
         }
-        return failed(m_order.directory + " holds too many files called " + name);
+        return failed(m_directory + " holds too many files called " + name);
     }
 
-    bool hasContent(const std::string& path, const std::string& checksum) const
+    bool hasContent(const Descriptor& file, const std::string& checksum) const
     {
-        const auto stamp = filetools::stampOf(path);
+        struct stat facts
+        {
+        };
         std::string error;
-        return stamp && stamp->size == m_facts.st_size &&
-               filetools::checksum(path, m_order.cancel, error) == std::optional(checksum);
+        return file.isOpen() && ::fstat(file.get(), &facts) == 0 && S_ISREG(facts.st_mode) &&
+               facts.st_size == m_copied &&
+               filetools::checksum(file.get(), m_order.cancel, error) == std::optional(checksum);
+    }
+
+    /// The end: the name is on the disk, and the path that will be offered leads to the very file.
+    CopyResult offer(const std::string& name, const Descriptor& file, const std::string& checksum) const
+    {
+        if (::fsync(m_place.get()) != 0 && errno != EINVAL)
+            return failed(m_directory, errno);
+        const std::string path = m_directory + '/' + name;
+        struct stat held
+        {
+        };
+        struct stat named
+        {
+        };
+        if (::fstat(file.get(), &held) != 0 || ::stat(path.c_str(), &named) != 0 ||
+            held.st_dev != named.st_dev || held.st_ino != named.st_ino)
+            return failed("the folder " + m_directory + " was replaced while it was copied into");
+        return done(checksum, path);
     }
 
     const CopyOrder& m_order;
-    filetools::Descriptor m_source;
-    struct stat m_facts
-    {
-    };
-    std::string m_scratch;
+    SourceFile m_source;
+    HeldDirectory m_root;
+    std::string m_directory; ///< the copy's, as a path
+    Descriptor m_place{-1};  ///< the same, held
+    std::string m_scratch;   ///< name in it
+    Descriptor m_target{-1};
+    std::int64_t m_copied = 0; ///< bytes
 };
 
 } // namespace

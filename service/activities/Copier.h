@@ -11,13 +11,18 @@ namespace krxservice {
 struct CopyOrder
 {
     std::string source;
+    /// The watched folder in which the source lies: from there on no link is followed. Empty for the
+    /// directory that holds the source.
+    std::string sourceRoot;
     /// Must exist: making it could fill the disk below a volume that is not mounted.
     std::string directory;
+    /// Below the directory, made when missing; empty for the directory itself.
+    std::string subdirectory;
     CancelToken cancel;
     /// Called with the name of the unfinished copy before it exists, so that it can be cleaned up after a
     /// crash.
     std::function<void(const std::string& scratch)> willWrite;
-    /// Called now and then with 0 to 100.
+    /// Called now and then with 0 to 100, on the thread that called copy().
     std::function<void(int percent)> progress;
 };
 
@@ -26,14 +31,18 @@ struct CopyResult
 {
     bool ok = false;
     bool cancelled = false;
-    std::string path;     ///< of the finished copy
-    std::string checksum; ///< of its whole content
+    bool sourceChanged = false; ///< it is not finished, or not the same any more: look at it again
+    std::string path;           ///< of the finished copy
+    std::string checksum;       ///< of its whole content
     std::string error;
 };
 
 /// Copies a file into a folder so that a reader sees either nothing or the whole, verified copy: written
-/// under a hidden name, read back and compared, brought to the disk, renamed. An existing file is never
+/// under a hidden name, brought to the disk, read back and compared, renamed. An existing file is never
 /// replaced: when its content is the same it counts as the copy, otherwise the copy is called "name (2).ext".
+///
+/// The source is read once, while it is hashed and written. The copy has its times, and its permissions as
+/// far as the directories above it let people reach it.
 class Copier
 {
 public:

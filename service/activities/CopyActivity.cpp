@@ -23,6 +23,7 @@ Outcome<Clip> CopyActivity::run(const Clip& clip, const ActivityRecipe& recipe,
         return failed(clip, recipe, "the destination is the watched folder itself");
     CopyOrder order;
     order.source = clip.source.path;
+    order.sourceRoot = clip.watched;
     order.directory = recipe.destination;
     while (order.directory.size() > 1 && order.directory.back() == '/')
         order.directory.pop_back();
@@ -30,6 +31,8 @@ Outcome<Clip> CopyActivity::run(const Clip& clip, const ActivityRecipe& recipe,
     order.willWrite = progress.willWrite;
     order.progress = progress.percent;
     const CopyResult result = Copier::copy(order);
+    if (result.sourceChanged)
+        return Refusal{kLookAgain, result.error};
     if (!result.ok)
         return failed(clip, recipe, result.error);
     log::info("copied " + clip.source.path + " to " + result.path);

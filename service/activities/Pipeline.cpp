@@ -3,6 +3,7 @@
 #include "activities/Activity.h"
 #include "base/FileTools.h"
 #include "base/Log.h"
+#include "base/SourceFile.h"
 #include "base/Text.h"
 #include "media/MediaProbe.h"
 
@@ -24,6 +25,7 @@ FileResult ended(FileResult::End end, const std::string& text,
 struct Pipeline::Work
 {
     const FileOrder& order;
+    const SourceFile& source;
     FileRecord record;
     Clip clip;
 };
@@ -38,10 +40,16 @@ Pipeline::Pipeline(Database& database, FileStore& files, ErrorStore& errors, Out
 
 FileResult Pipeline::process(const FileOrder& order)
 {
-    const auto stamp = filetools::stampOf(order.path);
-    if (!stamp)
+    // Opened once: all that follows is about this file, whatever happens to its name.
+    const SourceFile source(order.path, order.ownerPath);
+    if (source.isMissing())
         return ended(FileResult::End::Later, "the file is gone");
-    Work work{order, {}, {}};
+    if (!source.isOpen()) {
+        m_errors.add("The file " + order.path + " cannot be read: " + source.error());
+        return ended(FileResult::End::Later, source.error());
+    }
+    const std::optional<FileStamp> stamp = source.stamp();
+    Work work{order, source, {}, {}};
     work.record.owner = order.ownerId;
     work.record.path = order.path;
     work.record.stamp = *stamp;
@@ -49,7 +57,7 @@ FileResult Pipeline::process(const FileOrder& order)
         return reject(work, "its name cannot be written in a document");
 
     std::string error;
-    const auto checksum = filetools::fingerprint(order.path, order.cancel, error);
+    const auto checksum = filetools::fingerprint(source.get(), order.cancel, error);
     if (*order.cancel)
         return ended(FileResult::End::Cancelled, "cancelled");
     if (!checksum) {
@@ -62,14 +70,14 @@ FileResult Pipeline::process(const FileOrder& order)
         return ended(FileResult::End::Known, "it was worked on before", stamp);
     }
 
-    const ProbeResult probe = MediaProbe::probe(order.path, order.cancel);
+    const ProbeResult probe = MediaProbe::probe(source, order.cancel);
     if (*order.cancel)
         return ended(FileResult::End::Cancelled, "cancelled");
     if (probe.verdict == ProbeResult::Verdict::Unavailable) {
         m_errors.add("Files cannot be looked into: " + probe.text);
         return ended(FileResult::End::Later, probe.text);
     }
-    if (filetools::stampOf(order.path) != stamp)
+    if (!source.isUnchanged() || !source.isStillNamed())
         return ended(FileResult::End::Later, "the file changed while it was read");
     if (probe.verdict == ProbeResult::Verdict::NotMedia)
         return reject(work, probe.text);
@@ -80,7 +88,7 @@ FileResult Pipeline::process(const FileOrder& order)
         work.clip.watched = order.ownerPath;
     work.record.id = m_files.take(work.record);
 
-    const std::string failure = runActivities(work);
+    const auto failure = runActivities(work);
     if (*order.cancel) {
         const bool stays = order.staysCancelled && order.staysCancelled();
         if (stays)
@@ -89,9 +97,13 @@ FileResult Pipeline::process(const FileOrder& order)
             m_files.remove(work.record.id);
         return ended(FileResult::End::Cancelled, "cancelled", stays ? stamp : std::nullopt);
     }
-    if (!failure.empty()) {
+    if (failure && failure->status == kLookAgain) {
+        m_files.remove(work.record.id);
+        return ended(FileResult::End::Later, failure->text);
+    }
+    if (failure) {
         m_files.move(work.record.id, FileState::Taken, FileState::Failed);
-        return ended(FileResult::End::Failed, failure, stamp);
+        return ended(FileResult::End::Failed, failure->text, stamp);
     }
     return publish(work);
 }
@@ -104,7 +116,7 @@ FileResult Pipeline::reject(const Work& work, const std::string& reason)
     return ended(FileResult::End::Rejected, reason, work.record.stamp);
 }
 
-std::string Pipeline::runActivities(Work& work)
+std::optional<Refusal> Pipeline::runActivities(Work& work)
 {
     const auto& activities = work.order.profile.activities;
     if (!activities.empty() && work.order.willAct)
@@ -120,15 +132,19 @@ std::string Pipeline::runActivities(Work& work)
         auto made =
             Activity::forId(activities[i].id).run(work.clip, activities[i], progress, work.order.cancel);
         if (!made)
-            return made.refusal().text;
+            return made.refusal();
         work.clip = std::move(*made);
     }
-    return {};
+    return std::nullopt;
 }
 
 FileResult Pipeline::publish(Work& work)
 {
     const FileOrder& order = work.order;
+    if (work.clip.linked.path == order.path && !work.source.isStillNamed()) {
+        m_files.remove(work.record.id);
+        return ended(FileResult::End::Later, "another file took its place while it was worked on");
+    }
     OutputFacts facts;
     facts.id = text::newGuid();
     facts.created = text::isoTime(text::now());

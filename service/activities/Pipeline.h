@@ -63,7 +63,8 @@ private:
     struct Work;
 
     FileResult reject(const Work& work, const std::string& reason);
-    std::string runActivities(Work& work);
+    /// The reason why an action failed, or nothing.
+    std::optional<Refusal> runActivities(Work& work);
     FileResult publish(Work& work);
 
     Database& m_database;

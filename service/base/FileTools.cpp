@@ -10,7 +10,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -18,8 +20,7 @@ namespace krxservice::filetools {
 
 namespace {
 
-constexpr std::int64_t kWholeLimit = 64LL * 1024 * 1024; ///< bytes read whole for a fingerprint
-constexpr std::int64_t kEnd = 4LL * 1024 * 1024;         ///< bytes read at both ends of larger files
+constexpr std::int64_t kEnd = 4LL * 1024 * 1024; ///< bytes read at both ends of files not read whole
 constexpr std::int64_t kPiece = 64LL * 1024;
 constexpr std::int64_t kPieces = 64;
 constexpr std::size_t kBuffer = 1024 * 1024;
@@ -48,7 +49,8 @@ std::string feed(const State& state, int file, std::int64_t offset, std::int64_t
     while (length > 0) {
         if (*cancel)
             return "cancelled";
-        const auto wanted = static_cast<std::size_t>(std::min<std::int64_t>(length, kBuffer));
+        const auto wanted = static_cast<std::size_t>(
+            std::min<std::int64_t>(length, static_cast<std::int64_t>(buffer.size())));
         const ssize_t got = ::pread(file, buffer.data(), wanted, offset);
         if (got < 0 && errno == EINTR)
             continue;
@@ -63,32 +65,71 @@ std::string feed(const State& state, int file, std::int64_t offset, std::int64_t
     return {};
 }
 
-std::optional<std::string> hashFile(const std::string& path, bool whole, const CancelToken& cancel,
+/// Both ends and pieces between; an empty text or the reason.
+std::string feedSamples(const State& state, int file, const struct stat& facts, const CancelToken& cancel,
+                        std::vector<char>& buffer)
+{
+    const FileStamp stamp = stampOf(facts);
+    const std::int64_t identity[] = {stamp.size, stamp.modified, static_cast<std::int64_t>(facts.st_ino)};
+    XXH3_64bits_update(state.get(), identity, sizeof identity);
+    const std::int64_t end = std::min(kEnd, stamp.size);
+    std::string error = feed(state, file, 0, end, cancel, buffer);
+    const std::int64_t step = std::max<std::int64_t>(0, (stamp.size - 2 * end - kPiece) / kPieces);
+    for (std::int64_t i = 0; i < kPieces && step > 0 && error.empty(); ++i)
+        error = feed(state, file, end + i * step, kPiece, cancel, buffer);
+    return error.empty() ? feed(state, file, stamp.size - end, end, cancel, buffer) : error;
+}
+
+std::optional<std::string> hashFile(int file, std::int64_t largestReadWhole, const CancelToken& cancel,
                                     std::string& error)
 {
-    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     struct stat facts
     {
     };
-    if (!file.isOpen() || ::fstat(file.get(), &facts) != 0) {
+    if (::fstat(file, &facts) != 0) {
         error = text::errnoText(errno);
         return std::nullopt;
     }
     const State state = newState();
-    std::vector<char> buffer(kBuffer);
-    const std::int64_t size = facts.st_size;
-    if (whole || size <= kWholeLimit) {
-        error = feed(state, file.get(), 0, size, cancel, buffer);
-        return error.empty() ? std::optional(hex(state, "xxh3-64")) : std::nullopt;
-    }
-    XXH3_64bits_update(state.get(), &size, sizeof size);
-    error = feed(state, file.get(), 0, kEnd, cancel, buffer);
-    const std::int64_t step = (size - 2 * kEnd - kPiece) / kPieces;
-    for (std::int64_t i = 0; i < kPieces && error.empty(); ++i)
-        error = feed(state, file.get(), kEnd + i * step, kPiece, cancel, buffer);
-    if (error.empty())
-        error = feed(state, file.get(), size - kEnd, kEnd, cancel, buffer);
-    return error.empty() ? std::optional(hex(state, "xxh3-64-sampled")) : std::nullopt;
+    std::vector<char> buffer(static_cast<std::size_t>(std::clamp<std::int64_t>(facts.st_size, 1, kBuffer)));
+    const bool whole = facts.st_size <= largestReadWhole;
+    error = whole ? feed(state, file, 0, facts.st_size, cancel, buffer)
+                  : feedSamples(state, file, facts, cancel, buffer);
+    return error.empty() ? std::optional(hex(state, whole ? "xxh3-64" : "xxh3-64-sampled")) : std::nullopt;
+}
+
+/// Opens a regular file; when it cannot be, \a error says why.
+Descriptor openRegular(const std::string& path, std::string& error)
+{
+    error.clear();
+    Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    struct stat facts
+    {
+    };
+    if (!file.isOpen() || ::fstat(file.get(), &facts) != 0)
+        error = text::errnoText(errno);
+    else if (!S_ISREG(facts.st_mode))
+        error = "it is no regular file";
+    return error.empty() ? std::move(file) : Descriptor(-1);
+}
+
+std::int64_t nanoseconds(const timespec& time)
+{
+    constexpr std::int64_t kSecond = 1000000000;
+    constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+    constexpr std::int64_t kLast = kMost / kSecond - 1;
+    const std::int64_t seconds = time.tv_sec;
+    if (seconds >= -kLast && seconds <= kLast)
+        return seconds * kSecond + time.tv_nsec;
+    const auto mixed =
+        static_cast<std::uint64_t>(seconds) * 1000000007ULL + static_cast<std::uint64_t>(time.tv_nsec);
+    const auto within = static_cast<std::int64_t>(mixed % static_cast<std::uint64_t>(kSecond));
+    return seconds > 0 ? kMost - within : within - kMost;
+}
+
+bool isInsideCharacter(char byte)
+{
+    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
 }
 
 } // namespace
@@ -99,6 +140,28 @@ Descriptor::~Descriptor()
         ::close(m_descriptor);
 }
 
+int Descriptor::release()
+{
+    const int descriptor = m_descriptor;
+    m_descriptor = -1;
+    return descriptor;
+}
+
+Descriptor& Descriptor::operator=(Descriptor&& other) noexcept
+{
+    if (this != &other) {
+        if (m_descriptor >= 0)
+            ::close(m_descriptor);
+        m_descriptor = other.release();
+    }
+    return *this;
+}
+
+FileStamp stampOf(const struct stat& facts)
+{
+    return {facts.st_size, nanoseconds(facts.st_mtim)};
+}
+
 std::optional<FileStamp> stampOf(const std::string& path)
 {
     struct stat facts
@@ -106,17 +169,71 @@ std::optional<FileStamp> stampOf(const std::string& path)
     };
     if (::stat(path.c_str(), &facts) != 0 || !S_ISREG(facts.st_mode))
         return std::nullopt;
-    return FileStamp{facts.st_size, std::int64_t(facts.st_mtim.tv_sec) * 1000000000 + facts.st_mtim.tv_nsec};
+    return stampOf(facts);
+}
+
+std::optional<FileStamp> stampOfUnlinked(const std::string& path)
+{
+    struct stat facts
+    {
+    };
+    if (::lstat(path.c_str(), &facts) != 0 || !S_ISREG(facts.st_mode))
+        return std::nullopt;
+    return stampOf(facts);
+}
+
+std::optional<std::string> checksum(int file, const CancelToken& cancel, std::string& error)
+{
+    return hashFile(file, std::numeric_limits<std::int64_t>::max(), cancel, error);
 }
 
 std::optional<std::string> checksum(const std::string& path, const CancelToken& cancel, std::string& error)
 {
-    return hashFile(path, true, cancel, error);
+    const Descriptor file = openRegular(path, error);
+    return file.isOpen() ? checksum(file.get(), cancel, error) : std::nullopt;
 }
 
-std::optional<std::string> fingerprint(const std::string& path, const CancelToken& cancel, std::string& error)
+std::optional<std::string> fingerprint(int file, const CancelToken& cancel, std::string& error,
+                                       std::int64_t largestReadWhole)
 {
-    return hashFile(path, false, cancel, error);
+    return hashFile(file, largestReadWhole, cancel, error);
+}
+
+std::optional<std::string> fingerprint(const std::string& path, const CancelToken& cancel, std::string& error,
+                                       std::int64_t largestReadWhole)
+{
+    const Descriptor file = openRegular(path, error);
+    return file.isOpen() ? fingerprint(file.get(), cancel, error, largestReadWhole) : std::nullopt;
+}
+
+std::size_t longestName(int directory)
+{
+    const long longest = ::fpathconf(directory, _PC_NAME_MAX);
+    return longest > 0 ? static_cast<std::size_t>(longest) : NAME_MAX;
+}
+
+std::string_view cutText(std::string_view text, std::size_t bytes)
+{
+    if (text.size() <= bytes)
+        return text;
+    while (bytes > 0 && isInsideCharacter(text[bytes]))
+        --bytes;
+    return text.substr(0, bytes);
+}
+
+std::string numberedName(const std::string& name, int number, std::size_t longest)
+{
+    const std::string suffix = number > 1 ? " (" + std::to_string(number) + ')' : std::string();
+    const auto dot = name.rfind('.');
+    const auto cut = dot == std::string::npos || dot == 0 ? name.size() : dot;
+    if (name.size() + suffix.size() <= longest)
+        return name.substr(0, cut) + suffix + name.substr(cut);
+    // Something of the stem is left, even when what follows the dot is nearly all of the name.
+    const std::string_view all = name;
+    const std::size_t room = longest > suffix.size() ? longest - suffix.size() : 0;
+    const std::string_view extension = cutText(all.substr(cut), room / 2);
+    return std::string(cutText(all.substr(0, cut), room - extension.size())) + suffix +
+           std::string(extension);
 }
 
 std::string makeDirectories(const std::string& directory)
@@ -147,35 +264,48 @@ std::string syncDirectory(const std::string& directory)
     return {};
 }
 
-std::string writeNewFile(const std::string& path, const std::string& content)
+int writeAll(int file, std::string_view content)
 {
-    const Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-    if (!file.isOpen())
-        return path + ": " + text::errnoText(errno);
-    std::size_t done = 0;
-    while (done < content.size()) {
-        const ssize_t put = ::write(file.get(), content.data() + done, content.size() - done);
+    while (!content.empty()) {
+        const ssize_t put = ::write(file, content.data(), content.size());
         if (put < 0 && errno == EINTR)
             continue;
         if (put < 0)
-            return path + ": " + text::errnoText(errno);
-        done += static_cast<std::size_t>(put);
+            return errno;
+        content.remove_prefix(static_cast<std::size_t>(put));
     }
-    if (::fsync(file.get()) != 0)
-        return path + ": " + text::errnoText(errno);
-    return {};
+    return 0;
 }
 
-int renameNoReplace(const std::string& from, const std::string& to)
+std::string writeNewFile(const std::string& path, const std::string& content)
 {
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
+    const Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (!file.isOpen())
+        return path + ": " + text::errnoText(errno);
+    int error = writeAll(file.get(), content);
+    if (error == 0 && ::fsync(file.get()) != 0)
+        error = errno;
+    if (error == 0)
+        return {};
+    ::unlink(path.c_str());
+    return path + ": " + text::errnoText(error);
+}
+
+int renameNoReplace(int directory, const std::string& from, const std::string& to)
+{
+    if (::renameat2(directory, from.c_str(), directory, to.c_str(), RENAME_NOREPLACE) == 0)
         return 0;
     if (errno != EINVAL && errno != ENOSYS)
         return errno;
     // A volume that cannot promise it: look first.
-    if (::access(to.c_str(), F_OK) == 0)
+    if (::faccessat(directory, to.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0)
         return EEXIST;
-    return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+    return ::renameat(directory, from.c_str(), directory, to.c_str()) == 0 ? 0 : errno;
+}
+
+int renameNoReplace(const std::string& from, const std::string& to)
+{
+    return renameNoReplace(AT_FDCWD, from, to);
 }
 
 } // namespace krxservice::filetools

@@ -113,6 +113,11 @@ ProbeResult MediaProbe::probe(const std::string& path, const CancelToken& cancel
     return read({report.constData(), static_cast<std::size_t>(report.size())});
 }
 
+ProbeResult MediaProbe::probe(const SourceFile& file, const CancelToken& cancel)
+{
+    return probe(file.path(), cancel);
+}
+
 ProbeResult MediaProbe::read(std::string_view report)
 {
     pugi::xml_document document;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/CancelToken.h"
+#include "base/SourceFile.h"
 #include "media/OutputDocument.h"
 
 #include <string>
@@ -30,6 +31,7 @@ public:
 
     /// Blocks the calling thread; may be called from every thread.
     static ProbeResult probe(const std::string& path, const CancelToken& cancel);
+    static ProbeResult probe(const SourceFile& file, const CancelToken& cancel);
 
     /// Reads what ffprobe prints ("-print_format xml -show_format -show_streams").
     static ProbeResult read(std::string_view report);

@@ -31,19 +31,15 @@ bool endsWith(const std::string& name, std::string_view ending)
     return true;
 }
 
-/// DT_DIR or DT_REG (links to files followed, links to directories not), DT_UNKNOWN for all else.
+/// DT_DIR or DT_REG, another value for all else, links included.
 unsigned char typeOf(const std::string& path, unsigned char hint)
 {
-    if (hint == DT_DIR || hint == DT_REG)
-        return hint;
-    if (hint != DT_LNK && hint != DT_UNKNOWN)
-        return DT_UNKNOWN;
     struct stat facts
     {
     };
-    if (hint == DT_UNKNOWN && ::lstat(path.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode))
-        return DT_DIR;
-    return ::stat(path.c_str(), &facts) == 0 && S_ISREG(facts.st_mode) ? DT_REG : DT_UNKNOWN;
+    if (hint != DT_UNKNOWN || ::lstat(path.c_str(), &facts) != 0)
+        return hint;
+    return static_cast<unsigned char>(IFTODT(facts.st_mode));
 }
 
 struct Place

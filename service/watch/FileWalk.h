@@ -19,7 +19,7 @@ struct Visitor
     std::function<void(const std::string& file)> file;
 };
 
-/// Walks over \a root and the directories below it, leaving out hidden ones, links to directories and the
+/// Walks over \a root and the directories below it, leaving out hidden ones, links and the
 /// directories whose canonical paths are in \a skipped.
 /// \return 0, or the errno value that opening \a root gave. Directories below that cannot be read are left
 /// out.

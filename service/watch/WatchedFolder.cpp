@@ -38,7 +38,7 @@ void WatchedFolder::saw(const std::string& path, bool disturbed, std::int64_t no
         return;
     if (!disturbed && m_candidates.count(path) > 0)
         return;
-    const auto stamp = filetools::stampOf(path);
+    const auto stamp = filetools::stampOfUnlinked(path);
     if (!stamp || stamp->size == 0 || isDone(path, *stamp))
         return;
     // The wait begins now, not at the next round of readings.
@@ -51,7 +51,7 @@ std::vector<std::string> WatchedFolder::takeFinished(std::int64_t now)
 {
     std::map<std::string, std::string> still; // canonical path to path
     for (auto it = m_candidates.begin(); it != m_candidates.end();) {
-        const auto stamp = filetools::stampOf(it->first);
+        const auto stamp = filetools::stampOfUnlinked(it->first);
         if (!stamp || stamp->size == 0 || isDone(it->first, *stamp)) {
             it = m_candidates.erase(it);
             continue;

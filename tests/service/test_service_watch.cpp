@@ -123,7 +123,7 @@ private slots:
         visitor.file = [&](const std::string& path) { files.insert(path.substr(base.size() + 1)); };
         visitor.directory = [&](const std::string& path) { directories.insert(path); };
         QCOMPARE(filewalk::walk(base, {base + "/copies"}, visitor), 0);
-        QVERIFY((files == std::set<std::string>{"a.mov", "DCIM/100/b.mov", "link.mov"}));
+        QVERIFY((files == std::set<std::string>{"a.mov", "DCIM/100/b.mov"}));
         QVERIFY((directories == std::set<std::string>{base, base + "/DCIM", base + "/DCIM/100"}));
     }
 

@@ -229,27 +229,33 @@ private slots:
         QVERIFY(names(folder.filePath(QStringLiteral("to"))).isEmpty());
     }
 
-    void fingerprintOfLargeFilesSeesBothEndsAndTheLength()
+    void fingerprintOfHugeFilesSeesBothEndsAndTheLength()
     {
         QTemporaryDir folder;
         const std::string path = folder.filePath(QStringLiteral("big")).toStdString();
         const auto token = makeCancelToken();
         std::string error;
+        const auto fingerprint = [&] {
+            // The time is part of it, so it is kept still.
+            const timespec times[2] = {{1000, 0}, {1000, 0}};
+            ::utimensat(AT_FDCWD, path.c_str(), times, 0);
+            return filetools::fingerprint(path, token, error, 64LL * 1024 * 1024);
+        };
         write(QString::fromStdString(path), "start");
         QCOMPARE(::truncate(path.c_str(), 70LL * 1024 * 1024), 0);
-        const auto first = filetools::fingerprint(path, token, error);
+        const auto first = fingerprint();
         QVERIFY(first && first->rfind("xxh3-64-sampled:", 0) == 0);
         QFile file(QString::fromStdString(path));
         QVERIFY(file.open(QIODevice::ReadWrite));
         file.seek(file.size() - 1);
         file.write("e");
         file.close();
-        const auto second = filetools::fingerprint(path, token, error);
+        const auto second = fingerprint();
         QVERIFY(second && *second != *first);
         QCOMPARE(::truncate(path.c_str(), 70LL * 1024 * 1024 + 1), 0);
-        QVERIFY(*filetools::fingerprint(path, token, error) != *second);
+        QVERIFY(*fingerprint() != *second);
         *token = true;
-        QVERIFY(!filetools::fingerprint(path, token, error));
+        QVERIFY(!fingerprint());
     }
 
     void probeTellsMediaFromOtherFiles()
@@ -362,6 +368,58 @@ private slots:
         QVERIFY(again.end == FileResult::End::Known);
         QCOMPARE(bench.files.known("f000001").at(file.toStdString()).modified,
                  std::int64_t(1000) * 1000000000);
+    }
+
+    void linkInTheFilesWayIsReportedAndNotFollowed()
+    {
+        Bench bench;
+        const QString in = bench.folder.filePath(QStringLiteral("in"));
+        QVERIFY(QDir().mkdir(in));
+        QVERIFY(QFile::link(m_media.path(), in + QStringLiteral("/card")));
+        FileOrder order = bench.order(in.toStdString() + "/card/a.wav");
+        order.ownerPath = in.toStdString();
+        QVERIFY(bench.pipeline.process(order).end == FileResult::End::Later);
+        QCOMPARE(bench.errors.list().size(), std::size_t(1));
+        QVERIFY(bench.listed().empty());
+    }
+
+    void fileThatWasReplacedDuringTheWorkIsNotOffered()
+    {
+        Bench bench;
+        const QString file = bench.folder.filePath(QStringLiteral("a.wav"));
+        QVERIFY(QFile::copy(QString::fromStdString(m_wave), file));
+        const QString to = bench.folder.filePath(QStringLiteral("to"));
+        QVERIFY(QDir().mkdir(to));
+        FileOrder order = bench.order(file.toStdString());
+        order.profile.activities = {copyTo(to)};
+        order.progress = [&](int) {
+            QFile::remove(file);
+            write(file, "other");
+        };
+        QVERIFY(bench.pipeline.process(order).end == FileResult::End::Later);
+        QVERIFY(bench.listed().empty());
+    }
+
+    void sourceThatChangedDuringTheWorkIsLookedAtAgain()
+    {
+        Bench bench;
+        const QString source = bench.folder.filePath(QStringLiteral("a.wav"));
+        QVERIFY(QFile::copy(QString::fromStdString(m_wave), source));
+        const QString to = bench.folder.filePath(QStringLiteral("to"));
+        QVERIFY(QDir().mkdir(to));
+        FileOrder order = bench.order(source.toStdString());
+        order.profile.activities = {copyTo(to, true)};
+        bool once = false;
+        order.progress = [&](int) {
+            QFile file(source);
+            if (!once && file.open(QIODevice::Append))
+                file.write("more");
+            once = true;
+        };
+        QVERIFY(bench.pipeline.process(order).end == FileResult::End::Later);
+        order.progress = nullptr;
+        QVERIFY(bench.pipeline.process(order).end == FileResult::End::Offered);
+        QCOMPARE(names(to), QStringList{QStringLiteral("a.wav")});
     }
 
     void fileThatIsNoMediaIsReportedOnce()

@@ -1,0 +1,129 @@
+#include "base/SourceFile.h"
+
+#include "base/Text.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+
+namespace krxservice {
+
+namespace {
+
+constexpr int kMostLevels = 4096; ///< directories between a file and the root of the system
+
+bool isSame(const struct stat& one, const struct stat& other)
+{
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+bool isSameTime(const timespec& one, const timespec& other)
+{
+    return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
+}
+
+std::string withoutSlashes(std::string path)
+{
+    while (path.size() > 1 && path.back() == '/')
+        path.pop_back();
+    return path;
+}
+
+std::string parentOf(const std::string& path)
+{
+    const auto slash = path.rfind('/');
+    if (slash == std::string::npos)
+        return {};
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+} // namespace
+
+SourceFile::SourceFile(const std::string& path, const std::string& root)
+    : m_path(path)
+    , m_root(withoutSlashes(root))
+{
+    const std::string start = m_root == "/" ? m_root : m_root + '/';
+    if (m_root.empty() || path.size() <= start.size() || path.compare(0, start.size(), start) != 0) {
+        m_root = parentOf(path);
+        m_below = text::baseName(path);
+    } else {
+        m_below = path.substr(path.find_first_not_of('/', start.size() - 1));
+    }
+    const HeldDirectory held(m_root.empty() ? "." : m_root);
+    if (held.isOpen())
+        m_parent = held.open(parentOf(m_below), O_PATH | O_DIRECTORY);
+    if (m_parent.isOpen())
+        m_file = filetools::Descriptor(
+            openbelow::stepByStep(m_parent.get(), text::baseName(m_below), O_RDONLY, 0));
+    if (!m_file.isOpen()) {
+        m_missing = errno == ENOENT;
+        m_error = errno == ELOOP ? "a link stands in its way" : text::errnoText(errno);
+        return;
+    }
+    // The kind is looked up on what was opened: a name may lead to something else the next moment.
+    if (!lookAgain())
+        m_error = text::errnoText(errno);
+    else if (!S_ISREG(m_facts.st_mode))
+        m_error = "it is no regular file";
+    if (!m_error.empty())
+        m_file = filetools::Descriptor(-1);
+}
+
+bool SourceFile::lookAgain()
+{
+    return ::fstat(m_file.get(), &m_facts) == 0;
+}
+
+bool SourceFile::isUnchanged() const
+{
+    struct stat facts
+    {
+    };
+    return ::fstat(m_file.get(), &facts) == 0 && facts.st_size == m_facts.st_size &&
+           isSameTime(facts.st_mtim, m_facts.st_mtim) && isSameTime(facts.st_ctim, m_facts.st_ctim);
+}
+
+bool SourceFile::isStillNamed() const
+{
+    const HeldDirectory held(m_root.empty() ? "." : m_root);
+    const auto file = held.isOpen() ? held.open(m_below, O_PATH | O_NOFOLLOW) : filetools::Descriptor(-1);
+    struct stat facts
+    {
+    };
+    return file.isOpen() && ::fstat(file.get(), &facts) == 0 && isSame(facts, m_facts);
+}
+
+mode_t SourceFile::reach() const
+{
+    mode_t allowed = m_facts.st_mode & 0777;
+    filetools::Descriptor directory(
+        ::openat(m_parent.get(), ".", O_PATH | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW));
+    struct stat below
+    {
+    };
+    for (int level = 0; level < kMostLevels; ++level) {
+        struct stat facts
+        {
+        };
+        // What cannot be seen is taken as closed.
+        if (!directory.isOpen() || ::fstat(directory.get(), &facts) != 0)
+            return allowed & 0700;
+        if (level > 0 && isSame(facts, below))
+            break; // the root of the system is its own parent
+        const bool groupPasses =
+            (facts.st_mode & S_IXGRP) != 0 && (facts.st_gid == m_facts.st_gid || facts.st_mode & S_IXOTH);
+        if (!groupPasses)
+            allowed &= ~static_cast<mode_t>(070);
+        if (!(facts.st_mode & S_IXOTH))
+            allowed &= ~static_cast<mode_t>(007);
+        if ((allowed & 077) == 0)
+            break;
+        below = facts;
+        directory = filetools::Descriptor(
+            ::openat(directory.get(), "..", O_PATH | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW));
+    }
+    return allowed;
+}
+
+} // namespace krxservice
