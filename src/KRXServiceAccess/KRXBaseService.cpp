@@ -7,6 +7,7 @@
 #include "RestClient.h"
 
 #include <QLoggingCategory>
+#include <QScopedValueRollback>
 
 #include <algorithm>
 #include <cstdint>
@@ -206,8 +207,11 @@ bool KRXBaseService::checkResponse(IRestResponse* response, QString* body)
     QByteArray bytes;
     if (!receive(response, body ? &bytes : nullptr))
         return false;
-    if (body)
-        *body = QString::fromUtf8(bytes);
+    if (body) {
+        // By its size, because the text may hold a NUL.
+        const int size = bytes.size();
+        *body = size > 0 ? QString::fromUtf8(bytes.constData(), size) : QString();
+    }
     return true;
 }
 
@@ -242,6 +246,7 @@ bool KRXBaseService::exchangeDelete(const QString& url)
 
 void KRXBaseService::sendPost(const QString& url, const QString& content)
 {
+    const QScopedValueRollback<QString> quiet(m_lastError);
     if (!acquireQuietly())
         return;
     ResponseHolder holder;

@@ -66,10 +66,10 @@ protected:
     bool exchangePost(const QString& url, const QString& content, QByteArray* body);
     bool exchangePut(const QString& url, const QString& content, QByteArray* body);
     bool exchangeDelete(const QString& url);
-    /// Sends and forgets: the answer is neither waited for nor checked.
+    /// Sends and forgets: the answer is neither waited for nor checked, and no failure is reported.
     void sendPost(const QString& url, const QString& content);
 
-    /// What becomes of an answer that is not XML, beside its being a failure.
+    /// What becomes of an answer that cannot be used, beside its being a failure.
     enum class Unreadable { Report, KeepQuiet };
 
     /// GETs \a url and parses the answer into \a document, which stays as it was on failure.
@@ -81,6 +81,8 @@ protected:
     /// Parses an answer for the elements of one name; see KRXXml::parseEach().
     bool parseAnswerEach(const QByteArray& body, const QString& name,
                          const std::function<void(const QDomElement&)>& visit);
+    /// Says that an answer is not what was asked for. \return false.
+    bool reportUnreadable();
     /// Whether XML can carry all of these texts; sets the last error when it cannot.
     bool canSend(std::initializer_list<QString> texts);
 
@@ -91,7 +93,6 @@ protected:
     IRestClient* m_restClient = nullptr;
 
 private:
-    bool reportUnreadable();
     template <class Call>
     bool callClient(const char* failureKey, Call call);
     template <class Send>

@@ -193,9 +193,9 @@ void KRXFolderManager::volumeStatusCallback(const unsigned char* volumeName, int
     if (!volumeName)
         return;
     const QString name = QString::fromUtf8(reinterpret_cast<const char*>(volumeName));
-    KRXFolderManager& manager = getInstance();
-    if (manager.canSend({name}))
-        manager.sendPost(deviceStatusUrl(), KRXFolderXml::deviceStatus(name, volumeType, volumeAction));
+    if (KRXXml::canCarry(name))
+        getInstance().sendPost(deviceStatusUrl(),
+                               KRXFolderXml::deviceStatus(name, volumeType, volumeAction));
 }
 
 std::unique_ptr<KRXFolder> KRXFolderManager::folderDetail(const QString& url, Unreadable unreadable)
@@ -203,7 +203,10 @@ std::unique_ptr<KRXFolder> KRXFolderManager::folderDetail(const QString& url, Un
     QDomDocument document;
     if (!fetchDocument(url, document, unreadable))
         return nullptr;
-    return KRXFolderXml::parseFolderDetail(document);
+    std::unique_ptr<KRXFolder> folder = KRXFolderXml::parseFolderDetail(document);
+    if (!folder && unreadable == Unreadable::Report)
+        reportUnreadable();
+    return folder;
 }
 
 QString KRXFolderManager::folderURL(const QString& id) const

@@ -175,7 +175,10 @@ std::unique_ptr<KRXProfile> KRXProfileManager::profileDetail(const QString& url,
     QDomDocument document;
     if (!fetchDocument(url, document, unreadable))
         return nullptr;
-    return KRXProfileXml::parseProfileDetail(document);
+    std::unique_ptr<KRXProfile> profile = KRXProfileXml::parseProfileDetail(document);
+    if (!profile && unreadable == Unreadable::Report)
+        reportUnreadable();
+    return profile;
 }
 
 QString KRXProfileManager::profileURL(const QString& id) const

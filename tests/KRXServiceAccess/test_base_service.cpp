@@ -450,6 +450,16 @@ private slots:
         QCOMPARE(body, QStringLiteral("\u00e4"));
     }
 
+    void aNulInTheBodyIsACharacterLikeAnother()
+    {
+        FakeRestClient fake;
+        fake.answer(kGet, kUrl, 200, QByteArray("a\0b\0", 4));
+        Service service;
+        QString body;
+        QVERIFY(service.get(&body));
+        QCOMPARE(body, QString::fromLatin1("a\0b\0", 4));
+    }
+
     void aComponentThatMiscountsIsNotReadBeyondTheBuffer_data()
     {
         QTest::addColumn<qint64>("surplus");

@@ -26,6 +26,9 @@ namespace {
 
 using State = FakeRestClient::State;
 
+/// Buffers up to this size are written full, so that reading more than the body shows.
+constexpr std::uint64_t kLargestScribble = 65536;
+
 std::shared_ptr<State>& current()
 {
     static std::shared_ptr<State> state;
@@ -95,6 +98,9 @@ public:
     {
         call("response.readContent");
         const auto size = std::min<std::uint64_t>(capacity, static_cast<std::uint64_t>(m_answer.body.size()));
+        // The buffer is ours until the return; what lies behind the body is no part of it.
+        if (capacity <= kLargestScribble)
+            std::memset(buffer, '#', capacity);
         if (size > 0)
             std::memcpy(buffer, m_answer.body.constData(), size);
         *bytesRead = size + static_cast<std::uint64_t>(m_answer.readSurplus);
