@@ -1,26 +1,19 @@
-#include "BadDocuments.h"
 #include "FakeRestClient.h"
 #include "KRXFolder.h"
 #include "KRXFolderManager.h"
 #include "KRXTest.h"
+#include "Managers.h"
 #include "ServiceUrls.h"
 #include "StandInHost.h"
 
 #include <QGuiApplication>
-#include <QPointer>
-
-#include <type_traits>
 
 using KRXTest::FakeAnswer;
 using KRXTest::FakeRequest;
 using KRXTest::FakeRestClient;
+using namespace Managers;
 
 namespace {
-
-const QString kGet = QStringLiteral("GET");
-const QString kPost = QStringLiteral("POST");
-const QString kPut = QStringLiteral("PUT");
-const QString kDelete = QStringLiteral("DELETE");
 
 QString folderUrl(const QString& id)
 {
@@ -32,11 +25,6 @@ QByteArray folderXml(const char* id, const char* path = "/a", const char* profil
 {
     return QByteArray("<xelMediaFolder id=\"") + id + "\"><path>" + path + "</path><profile>" + profile +
            "</profile><enabled>" + enabled + "</enabled></xelMediaFolder>";
-}
-
-QByteArray listOf(const QByteArray& content)
-{
-    return QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\"?><list>") + content + "</list>";
 }
 
 QByteArray uri(const char* url)
@@ -92,43 +80,12 @@ private slots:
         m_fake.reset();
     }
 
-    // --- The instance ----------------------------------------------------------------------------------
-
-    void thereIsOneManagerUntilCleanup()
-    {
-        KRXFolderManager* first = &manager();
-        QCOMPARE(&manager(), first);
-        fill({"1"});
-        KRXFolderManager::cleanup();
-        QCOMPARE(manager().countFolders(), 0);
-        KRXFolderManager::cleanup();
-        KRXFolderManager::cleanup();
-    }
-
-    void theManagerCannotBeCopied()
-    {
-        QVERIFY(!std::is_copy_constructible<KRXFolderManager>::value);
-        QVERIFY(!std::is_copy_assignable<KRXFolderManager>::value);
-        QVERIFY(!std::is_default_constructible<KRXFolderManager>::value);
-    }
-
-    void cleanupDeletesTheRecords()
-    {
-        fill({"1"});
-        QPointer<const KRXFolder> record(manager().getFolder(0));
-        KRXFolderManager::cleanup();
-        QVERIFY(!record);
-    }
-
-    void aHostWithoutAFactoryThrowsNothingAtItsCallers()
+    void aVolumeChangeWithoutAFactoryThrowsNothingAtItsCaller()
     {
         m_fake->factoryIsNull = true;
         const QRegularExpression breach(QStringLiteral("No REST client"));
         QTest::ignoreMessage(QtCriticalMsg, breach);
         KRXFolderManager& made = manager();
-        QTest::ignoreMessage(QtCriticalMsg, breach);
-        QVERIFY(!made.refreshFolders(true));
-        QVERIFY(!made.lastError().isEmpty());
         QTest::ignoreMessage(QtCriticalMsg, breach);
         KRXFolderManager::volumeStatusCallback(reinterpret_cast<const unsigned char*>("V"), 1, 2);
         m_fake->factoryIsNull = false;
@@ -136,58 +93,7 @@ private slots:
         QVERIFY(made.refreshFolders(true));
     }
 
-    // --- refreshFolders(false) -------------------------------------------------------------------------
-
-    void aRefreshReadsTheListAndEachFolderAtTheUrlAsGiven()
-    {
-        m_fake->answer(kGet, ServiceUrls::kFolders, 200,
-                       listOf(uri("http://elsewhere:1/odd%20path/2?x=1") + QByteArray("<deep>") +
-                              uri("http://u/1") + "</deep>"));
-        m_fake->answer(kGet, QStringLiteral("http://elsewhere:1/odd%20path/2?x=1"), 200, folderXml("2"));
-        m_fake->answer(kGet, QStringLiteral("http://u/1"), 200, listOf(folderXml("1")));
-        QVERIFY(manager().refreshFolders(false));
-        QCOMPARE(m_fake->requestLines(),
-                 QStringList({QStringLiteral("GET ") + ServiceUrls::kFolders,
-                              QStringLiteral("GET http://elsewhere:1/odd%20path/2?x=1"),
-                              QStringLiteral("GET http://u/1")}));
-        QCOMPARE(ids(), QStringList({QStringLiteral("1"), QStringLiteral("2")}));
-    }
-
-    void aFolderThatCannotBeFetchedIsLeftOutOfTheRefresh_data()
-    {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QByteArray>("body");
-        QTest::newRow("refused") << 404 << QByteArray();
-        QTest::newRow("not XML") << 200 << QByteArray("oops");
-        QTest::newRow("no folder in it") << 200 << QByteArray("<a/>");
-        QTest::newRow("no id") << 200 << QByteArray("<xelMediaFolder/>");
-    }
-    void aFolderThatCannotBeFetchedIsLeftOutOfTheRefresh()
-    {
-        QFETCH(int, status);
-        QFETCH(QByteArray, body);
-        m_fake->answer(kGet, ServiceUrls::kFolders, 200,
-                       listOf(uri("http://u/1") + uri("http://u/2") + uri("http://u/3")));
-        m_fake->answer(kGet, QStringLiteral("http://u/1"), 200, folderXml("1"));
-        m_fake->answer(kGet, QStringLiteral("http://u/2"), status, body, QStringLiteral("gone"));
-        m_fake->answer(kGet, QStringLiteral("http://u/3"), 200, folderXml("3"));
-        QVERIFY(manager().refreshFolders(false));
-        QCOMPARE(ids(), QStringList({QStringLiteral("1"), QStringLiteral("3")}));
-        // What could not be read is skipped silently: the refresh is a success.
-        QCOMPARE(manager().lastError(), status == 200 ? QString() : QStringLiteral("gone"));
-    }
-
     // --- refreshFolders(true) --------------------------------------------------------------------------
-
-    void aDetailedRefreshTakesOneRequest()
-    {
-        m_fake->answer(kGet, ServiceUrls::kFoldersInDetail, 200,
-                       listOf(folderXml("b") + "<group>" + folderXml("a") + "</group>"));
-        QVERIFY(manager().refreshFolders(true));
-        QCOMPARE(m_fake->requestLines(),
-                 QStringList({QStringLiteral("GET ") + ServiceUrls::kFoldersInDetail}));
-        QCOMPARE(ids(), QStringList({QStringLiteral("a"), QStringLiteral("b")}));
-    }
 
     void foldersInsideFoldersAreFoldersOfTheirOwn()
     {
@@ -202,149 +108,6 @@ private slots:
         QCOMPARE(text(*manager().getFolder(1), "folderPath"), QStringLiteral("/out"));
         QCOMPARE(manager().getFolder(1)->property("outputXELFiles").toStringList(),
                  QStringList(QStringLiteral("f")));
-    }
-
-    void foldersWithoutAnIdAreSkipped()
-    {
-        m_fake->answer(
-            kGet, ServiceUrls::kFoldersInDetail, 200,
-            listOf("<xelMediaFolder><path>/x</path></xelMediaFolder>" + folderXml("1") + folderXml("")));
-        QVERIFY(manager().refreshFolders(true));
-        QCOMPARE(ids(), QStringList(QStringLiteral("1")));
-    }
-
-    void foldersAreInPlainOrderOfTheirIds()
-    {
-        fill({"b", "10", "B", "2", "a"});
-        QCOMPARE(ids(), QStringList({QStringLiteral("10"), QStringLiteral("2"), QStringLiteral("B"),
-                                     QStringLiteral("a"), QStringLiteral("b")}));
-    }
-
-    // --- Both refreshes --------------------------------------------------------------------------------
-
-    void aListWithoutAnyFolderEmptiesTheCacheAndIsSuccess_data()
-    {
-        QTest::addColumn<bool>("detailed");
-        QTest::newRow("list") << false;
-        QTest::newRow("in detail") << true;
-    }
-    void aListWithoutAnyFolderEmptiesTheCacheAndIsSuccess()
-    {
-        QFETCH(bool, detailed);
-        fill({"1", "2"});
-        m_fake->answer(kGet, detailed ? ServiceUrls::kFoldersInDetail : ServiceUrls::kFolders, 200,
-                       "<nothing/>");
-        QVERIFY(manager().refreshFolders(detailed));
-        QCOMPARE(manager().countFolders(), 0);
-        QCOMPARE(manager().lastError(), QString());
-    }
-
-    void aListThatIsNotXmlIsFailureAndKeepsTheCache_data() { addBadDocumentRows(); }
-    void aListThatIsNotXmlIsFailureAndKeepsTheCache()
-    {
-        QFETCH(QByteArray, body);
-        fill({"1", "2"});
-        const KRXFolder* before = manager().getFolder(0);
-        for (const bool detailed : {false, true}) {
-            m_fake->answer(kGet, detailed ? ServiceUrls::kFoldersInDetail : ServiceUrls::kFolders, 200, body);
-            QVERIFY(!manager().refreshFolders(detailed));
-            QCOMPARE(manager().lastError(), QStringLiteral("The answer of the service could not be read"));
-            QCOMPARE(manager().countFolders(), 2);
-            QCOMPARE(manager().getFolder(0), before);
-        }
-        fill({"3"});
-        QCOMPARE(ids(), QStringList(QStringLiteral("3")));
-    }
-
-    void theTextOfAnUnreadableAnswerIsLocalised()
-    {
-        StandInHost::setTranslator([](const QString& key) -> QString { return QStringLiteral("~") + key; });
-        m_fake->answer(kGet, ServiceUrls::kFolders, 200, "oops");
-        m_fake->answer(kGet, ServiceUrls::kFoldersInDetail, 200, "oops");
-        for (const bool detailed : {false, true}) {
-            QVERIFY(!manager().refreshFolders(detailed));
-            QCOMPARE(manager().lastError(), QStringLiteral("~The answer of the service could not be read"));
-        }
-    }
-
-    void aRefusedListIsFailureAndKeepsTheCache()
-    {
-        fill({"1", "2"});
-        for (const bool detailed : {false, true}) {
-            m_fake->answer(kGet, detailed ? ServiceUrls::kFoldersInDetail : ServiceUrls::kFolders, 500,
-                           listOf(folderXml("3")), QStringLiteral("not today"));
-            QVERIFY(!manager().refreshFolders(detailed));
-            QCOMPARE(manager().lastError(), QStringLiteral("not today"));
-            QCOMPARE(ids(), QStringList({QStringLiteral("1"), QStringLiteral("2")}));
-        }
-    }
-
-    void wrongRootsAreReadForWhatTheyHold()
-    {
-        m_fake->answer(kGet, ServiceUrls::kFoldersInDetail, 200,
-                       "<profiles><profile>" + folderXml("1") + "</profile></profiles>");
-        QVERIFY(manager().refreshFolders(true));
-        QCOMPARE(ids(), QStringList(QStringLiteral("1")));
-    }
-
-    void twoFoldersOfOneIdLeaveTheLaterOne_data()
-    {
-        QTest::addColumn<bool>("detailed");
-        QTest::newRow("list") << false;
-        QTest::newRow("in detail") << true;
-    }
-    void twoFoldersOfOneIdLeaveTheLaterOne()
-    {
-        QFETCH(bool, detailed);
-        m_fake->answer(kGet, ServiceUrls::kFoldersInDetail, 200,
-                       listOf(folderXml("1", "/first") + folderXml("1", "/later")));
-        m_fake->answer(kGet, ServiceUrls::kFolders, 200, listOf(uri("http://u/a") + uri("http://u/b")));
-        m_fake->answer(kGet, QStringLiteral("http://u/a"), 200, folderXml("1", "/first"));
-        m_fake->answer(kGet, QStringLiteral("http://u/b"), 200, folderXml("1", "/later"));
-        QVERIFY(manager().refreshFolders(detailed));
-        QCOMPARE(manager().countFolders(), 1);
-        QCOMPARE(text(*manager().getFolder(0), "folderPath"), QStringLiteral("/later"));
-    }
-
-    void theEarlierOfTwoFoldersOfOneIdLivesUntilTheCacheIsCleared()
-    {
-        QPointer<const KRXFolder> earlier;
-        m_fake->setHandler([&](const FakeRequest& request) -> FakeAnswer {
-            if (request.url == ServiceUrls::kFolders)
-                return {200, listOf(uri("http://u/a") + uri("http://u/b"))};
-            if (request.url == QLatin1String("http://u/b"))
-                earlier = manager().getFolder(0);
-            return {200, folderXml("1", request.url.right(1).toLatin1().constData())};
-        });
-        QVERIFY(manager().refreshFolders(false));
-        QVERIFY(earlier);
-        QCOMPARE(text(*earlier, "folderPath"), QStringLiteral("a"));
-        QCOMPARE(text(*manager().getFolder(0), "folderPath"), QStringLiteral("b"));
-        m_fake->setHandler({});
-        fill({});
-        QVERIFY(!earlier);
-    }
-
-    void theWaitCursorShowsDuringARefreshAndIsTakenBackAlsoOnFailure()
-    {
-        QList<Qt::CursorShape> shapes;
-        m_fake->setHandler([&](const FakeRequest&) {
-            shapes << (QGuiApplication::overrideCursor() ? QGuiApplication::overrideCursor()->shape()
-                                                         : Qt::ArrowCursor);
-            return FakeAnswer(500, {}, QStringLiteral("no"));
-        });
-        QVERIFY(!manager().refreshFolders(true));
-        QVERIFY(!QGuiApplication::overrideCursor());
-        QVERIFY(!manager().refreshFolders(false));
-        QVERIFY(!QGuiApplication::overrideCursor());
-        KRXFolder out;
-        QVERIFY(!manager().readFolder(QStringLiteral("1"), out));
-        QVERIFY(!QGuiApplication::overrideCursor());
-        QCOMPARE(shapes, QList<Qt::CursorShape>({Qt::WaitCursor, Qt::WaitCursor, Qt::WaitCursor}));
-        shapes.clear();
-        QVERIFY(!manager().createFolder(QStringLiteral("/a"), QString(), out));
-        QVERIFY(!manager().deleteFolder(QStringLiteral("1")));
-        QCOMPARE(shapes, QList<Qt::CursorShape>({Qt::ArrowCursor, Qt::ArrowCursor}));
     }
 
     // --- Looking into the cache ------------------------------------------------------------------------
@@ -395,59 +158,6 @@ private slots:
         QCOMPARE(ids(), QStringList({QStringLiteral("1"), QStringLiteral("3"), QStringLiteral("9")}));
     }
 
-    // --- readFolder ------------------------------------------------------------------------------------
-
-    void readFolderFetchesCachesAndCopies()
-    {
-        fill({"1"});
-        QPointer<const KRXFolder> old(manager().getFolder(0));
-        m_fake->answer(kGet, folderUrl(QStringLiteral("1")), 200, folderXml("1", "/new"));
-        KRXFolder out;
-        out.setProperty("own", 1);
-        QVERIFY(manager().readFolder(QStringLiteral("1"), out));
-        QCOMPARE(m_fake->requestLines(),
-                 QStringList(QStringLiteral("GET http://localhost:58885/KRXService/xelmediafolders/1")));
-        QCOMPARE(text(out, "folderPath"), QStringLiteral("/new"));
-        QCOMPARE(out.property("own").toInt(), 1);
-        QVERIFY(!old);
-        QCOMPARE(text(*manager().getFolder(0), "folderPath"), QStringLiteral("/new"));
-    }
-
-    void readFolderStoresUnderTheIdThatWasAskedFor()
-    {
-        m_fake->answer(kGet, folderUrl(QStringLiteral("asked")), 200, folderXml("answered"));
-        KRXFolder out;
-        QVERIFY(manager().readFolder(QStringLiteral("asked"), out));
-        QCOMPARE(text(out, "folderId"), QStringLiteral("answered"));
-        QVERIFY(manager().getFolder(QStringLiteral("asked"), out));
-        QVERIFY(!manager().getFolder(QStringLiteral("answered"), out));
-    }
-
-    void readFolderThatFailsKeepsTheCache_data()
-    {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<QString>("error");
-        QTest::newRow("refused") << 404 << QByteArray() << QStringLiteral("gone");
-        QTest::newRow("not XML") << 200 << QByteArray("oops")
-                                 << QStringLiteral("The answer of the service could not be read");
-        QTest::newRow("no folder in it") << 200 << QByteArray("<a/>") << QString();
-    }
-    void readFolderThatFailsKeepsTheCache()
-    {
-        QFETCH(int, status);
-        QFETCH(QByteArray, body);
-        QFETCH(QString, error);
-        fill({"1"});
-        const KRXFolder* before = manager().getFolder(0);
-        m_fake->answer(kGet, folderUrl(QStringLiteral("1")), status, body, QStringLiteral("gone"));
-        KRXFolder out;
-        QVERIFY(!manager().readFolder(QStringLiteral("1"), out));
-        QCOMPARE(manager().lastError(), error);
-        QCOMPARE(manager().getFolder(0), before);
-        QVERIFY(out.dynamicPropertyNames().isEmpty());
-    }
-
     // --- createFolder ----------------------------------------------------------------------------------
 
     void createFolderPostsTheRequestAndReadsTheNewFolder()
@@ -478,71 +188,6 @@ private slots:
         KRXFolder out;
         QVERIFY(manager().createFolder(QStringLiteral("/a"), QString(), out));
         QVERIFY(m_fake->lastRequest().body.contains("<profile></profile>"));
-    }
-
-    void createFolderWithoutAUsableAnswerIsTrueAndLeavesOutAlone_data()
-    {
-        QTest::addColumn<QByteArray>("answer");
-        QTest::addColumn<int>("detailStatus");
-        QTest::addColumn<QByteArray>("detail");
-        QTest::newRow("no folder URL") << QByteArray("<ok/>") << 200 << folderXml("7");
-        QTest::newRow("detail refused") << uri("http://new/7") << 404 << QByteArray();
-        QTest::newRow("detail not XML") << uri("http://new/7") << 200 << QByteArray("{}");
-        QTest::newRow("detail without an id") << uri("http://new/7") << 200 << folderXml("");
-    }
-    void createFolderWithoutAUsableAnswerIsTrueAndLeavesOutAlone()
-    {
-        QFETCH(QByteArray, answer);
-        QFETCH(int, detailStatus);
-        QFETCH(QByteArray, detail);
-        m_fake->answer(kPost, ServiceUrls::kFolders, 201, answer);
-        m_fake->answer(kGet, QStringLiteral("http://new/7"), detailStatus, detail);
-        KRXFolder out;
-        out.setProperty("own", 1);
-        QVERIFY(manager().createFolder(QStringLiteral("/a"), QStringLiteral("p"), out));
-        QCOMPARE(out.dynamicPropertyNames(), QList<QByteArray>({"own"}));
-        QCOMPARE(manager().countFolders(), 0);
-        if (detailStatus == 200)
-            QCOMPARE(manager().lastError(), QString());
-    }
-
-    void createFolderThatFailsKeepsTheCache_data()
-    {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<QString>("error");
-        QTest::newRow("refused") << 409 << uri("http://new/7") << QStringLiteral("There is one already");
-        QTest::newRow("not XML") << 201 << QByteArray("created")
-                                 << QStringLiteral("The answer of the service could not be read");
-    }
-    void createFolderThatFailsKeepsTheCache()
-    {
-        QFETCH(int, status);
-        QFETCH(QByteArray, body);
-        QFETCH(QString, error);
-        fill({"1"});
-        m_fake->answer(kPost, ServiceUrls::kFolders, status, body, QStringLiteral("There is one already"));
-        KRXFolder out;
-        QVERIFY(!manager().createFolder(QStringLiteral("/a"), QStringLiteral("p"), out));
-        QCOMPARE(manager().lastError(), error);
-        QCOMPARE(m_fake->requests().size(), 1);
-        QCOMPARE(ids(), QStringList(QStringLiteral("1")));
-    }
-
-    void createFolderOfACachedIdKeepsTheOldRecordAliveUntilTheCacheIsCleared()
-    {
-        fill({"7"});
-        QPointer<const KRXFolder> old(manager().getFolder(0));
-        m_fake->answer(kPost, ServiceUrls::kFolders, 201, uri("http://new/7"));
-        m_fake->answer(kGet, QStringLiteral("http://new/7"), 200, folderXml("7", "/again"));
-        KRXFolder out;
-        QVERIFY(manager().createFolder(QStringLiteral("/again"), QStringLiteral("p"), out));
-        QVERIFY(old);
-        QCOMPARE(text(*old, "folderPath"), QStringLiteral("/7"));
-        QCOMPARE(manager().countFolders(), 1);
-        QCOMPARE(text(*manager().getFolder(0), "folderPath"), QStringLiteral("/again"));
-        fill({});
-        QVERIFY(!old);
     }
 
     // --- updateFolder ----------------------------------------------------------------------------------
@@ -614,62 +259,6 @@ private slots:
         QCOMPARE(text(*manager().getFolder(0), "folderPath"), QStringLiteral("/1"));
     }
 
-    // --- deleteFolder ----------------------------------------------------------------------------------
-
-    void deleteFolderDeletesOnTheServiceAndInTheCache()
-    {
-        fill({"1", "2"});
-        QPointer<const KRXFolder> record(manager().getFolder(0));
-        m_fake->answer(kDelete, folderUrl(QStringLiteral("1")), 200, "not XML");
-        QVERIFY(manager().deleteFolder(QStringLiteral("1")));
-        QVERIFY(!record);
-        QCOMPARE(ids(), QStringList(QStringLiteral("2")));
-        QCOMPARE(m_fake->requestLines(),
-                 QStringList(QStringLiteral("DELETE http://localhost:58885/KRXService/xelmediafolders/1")));
-    }
-
-    void deleteFolderOfAFolderThatIsNotCachedIsTheServicesWord()
-    {
-        m_fake->answer(kDelete, folderUrl(QStringLiteral("1")), 200);
-        QVERIFY(manager().deleteFolder(QStringLiteral("1")));
-        m_fake->answer(kDelete, folderUrl(QStringLiteral("1")), 404, {}, QStringLiteral("unknown"));
-        QVERIFY(!manager().deleteFolder(QStringLiteral("1")));
-    }
-
-    void deleteFolderThatIsRefusedKeepsTheCache()
-    {
-        fill({"1"});
-        m_fake->answer(kDelete, folderUrl(QStringLiteral("1")), 500, {}, QStringLiteral("busy"));
-        QVERIFY(!manager().deleteFolder(QStringLiteral("1")));
-        QCOMPARE(manager().lastError(), QStringLiteral("busy"));
-        QCOMPARE(ids(), QStringList(QStringLiteral("1")));
-    }
-
-    void anIdThatChangesDuringTheRequestIsTheOneThatWasAskedFor()
-    {
-        fill({"1", "2"});
-        QString id = QStringLiteral("1");
-        m_fake->setHandler([&](const FakeRequest& request) -> FakeAnswer {
-            id = QStringLiteral("2");
-            return {200, request.method == kGet ? folderXml("1", "/new") : QByteArray()};
-        });
-        KRXFolder out;
-        QVERIFY(manager().readFolder(id, out));
-        QCOMPARE(text(*manager().getFolder(0), "folderPath"), QStringLiteral("/new"));
-        QCOMPARE(text(*manager().getFolder(1), "folderPath"), QStringLiteral("/2"));
-        id = QStringLiteral("1");
-        QVERIFY(manager().deleteFolder(id));
-        QCOMPARE(ids(), QStringList(QStringLiteral("2")));
-    }
-
-    void markersInAnIdStayAsTheyAre()
-    {
-        const QString id = QStringLiteral("%1%2%L1");
-        m_fake->answer(kDelete, folderUrl(id), 200);
-        QVERIFY(manager().deleteFolder(id));
-        QCOMPARE(m_fake->lastRequest().url, folderUrl(id));
-    }
-
     // --- volumeStatusCallback --------------------------------------------------------------------------
 
     void aVolumeChangeIsPostedAndNotWaitedFor()
@@ -704,8 +293,31 @@ private slots:
     {
         KRXFolderManager::volumeStatusCallback(reinterpret_cast<const unsigned char*>("V\x01"), 1, 1);
         QVERIFY(m_fake->requests().isEmpty());
-        QCOMPARE(manager().lastError(),
-                 QStringLiteral("The name or path holds characters that cannot be stored"));
+        QCOMPARE(manager().lastError(), QString());
+    }
+
+    void aVolumeChangeThatCannotBeSentIsNotReported_data()
+    {
+        QTest::addColumn<bool>("withClient");
+        QTest::newRow("the call fails") << true;
+        QTest::newRow("there is no client") << false;
+    }
+    void aVolumeChangeThatCannotBeSentIsNotReported()
+    {
+        QFETCH(bool, withClient);
+        m_fake->factoryStatus = withClient ? kHostStatusOk : kHostStatusFailed;
+        FakeAnswer failed;
+        failed.callStatus = kHostStatusFailed;
+        m_fake->answer(kPost, ServiceUrls::kDeviceStatus, failed);
+        m_fake->answer(kGet, ServiceUrls::kFolders, 500, {}, QStringLiteral("not today"));
+        QVERIFY(!manager().refreshFolders(false));
+        const QString before = manager().lastError();
+        m_fake->clearRequests();
+        m_fake->factoryStatus = kHostStatusOk;
+        m_fake->componentStatus = kHostStatusFailed;
+        KRXFolderManager::volumeStatusCallback(reinterpret_cast<const unsigned char*>("V"), 1, 1);
+        QCOMPARE(m_fake->requests().size(), withClient ? 1 : 0);
+        QCOMPARE(manager().lastError(), before);
     }
 
     // --- Texts that XML cannot carry -------------------------------------------------------------------

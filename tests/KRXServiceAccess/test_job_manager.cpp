@@ -6,29 +6,15 @@
 #include "KRXServiceStatus.h"
 #include "KRXTest.h"
 #include "KRXXml.h"
+#include "Managers.h"
 #include "ServiceUrls.h"
 #include "StandInHost.h"
 
-#include <type_traits>
-
 using KRXTest::FakeAnswer;
 using KRXTest::FakeRestClient;
+using namespace Managers;
 
 namespace {
-
-const QString kGet = QStringLiteral("GET");
-const QString kPost = QStringLiteral("POST");
-const QString kPut = QStringLiteral("PUT");
-const QString kDelete = QStringLiteral("DELETE");
-const QString kUnreadable = QStringLiteral("The answer of the service could not be read");
-
-QDomElement elementOf(const QString& xml)
-{
-    QDomDocument document;
-    if (!KRXXml::parse(xml, document))
-        qFatal("The test's own document is not XML");
-    return document.documentElement();
-}
 
 QByteArray status(const char* id, const char* state, const char* complete, const char* percent)
 {
@@ -40,11 +26,6 @@ QByteArray info(const char* id, const char* path)
 {
     return QByteArray("<jobInfo><id>") + id + "</id><path>" + path +
            "</path><profile>p</profile><groupID>g</groupID><groupName>G</groupName></jobInfo>";
-}
-
-QByteArray listOf(const QByteArray& content)
-{
-    return QByteArray("<?xml version=\"1.0\"?><list>") + content + "</list>";
 }
 
 QByteArray ready(const char* uri, const char* word)
@@ -66,7 +47,7 @@ public:
 
 } // namespace
 
-class TestJobs : public QObject
+class TestJobManager : public QObject
 {
     Q_OBJECT
 
@@ -103,201 +84,6 @@ private slots:
         m_jobs.reset();
         StandInHost::setTranslator({});
         m_fake.reset();
-    }
-
-    // --- Records ---------------------------------------------------------------------------------------
-
-    void aNewJobIsEmpty()
-    {
-        const KRXJob job;
-        for (const QString& text : {job.id, job.path, job.profile, job.groupID, job.groupName, job.state})
-            QCOMPARE(text, QString());
-        QVERIFY(job.outputFiles.isEmpty());
-        QVERIFY(!job.complete);
-        QCOMPARE(job.percentComplete, qint16(0));
-        QVERIFY(std::has_virtual_destructor<KRXJob>::value);
-    }
-
-    void copiesOfAJobAreIndependent()
-    {
-        KRXJob job;
-        job.id = QStringLiteral("1");
-        job.outputFiles << QStringLiteral("a");
-        KRXJob copy(job);
-        copy.id = QStringLiteral("2");
-        copy.outputFiles << QStringLiteral("b");
-        QCOMPARE(job.id, QStringLiteral("1"));
-        QCOMPARE(job.outputFiles.size(), 1);
-        job = copy;
-        QCOMPARE(job.id, QStringLiteral("2"));
-    }
-
-    void aNewServiceStatusIsIdleAndWithoutError()
-    {
-        KRXServiceStatus service;
-        QVERIFY(!service.isActive());
-        QVERIFY(!service.isError());
-        QVERIFY(!service.isFolderReady());
-        QStringList list{QStringLiteral("before")};
-        service.getReadyFolderIDList(list);
-        QVERIFY(list.isEmpty());
-    }
-
-    void aServiceStatusIsAValue()
-    {
-        KRXServiceStatus service;
-        service.setActive(true);
-        service.setError(true);
-        service.setReadyFolderIDList({QStringLiteral("1"), QStringLiteral("2")});
-        KRXServiceStatus copy(service);
-        service.setActive(false);
-        QVERIFY(copy.isActive());
-        QVERIFY(copy.isError());
-        QVERIFY(copy.isFolderReady());
-        KRXServiceStatus moved(std::move(copy));
-        QStringList list;
-        moved.getReadyFolderIDList(list);
-        QCOMPARE(list, QStringList({QStringLiteral("1"), QStringLiteral("2")}));
-        KRXServiceStatus assigned;
-        assigned = moved;
-        assigned.setReadyFolderIDList({});
-        QVERIFY(assigned.isActive());
-        QVERIFY(assigned.isError());
-        QVERIFY(!assigned.isFolderReady());
-        assigned = std::move(moved);
-        QVERIFY(assigned.isFolderReady());
-    }
-
-    // --- Reading elements ------------------------------------------------------------------------------
-
-    void aJobInfoElementFillsTheDetails()
-    {
-        const KRXJob job = KRXJobXml::parseJobInfoElement(elementOf(QStringLiteral(
-            "<jobInfo><id>1</id><path>/a</path><profile>p</profile><groupID>g</groupID><groupName>G</"
-            "groupName>"
-            "<state>no</state><outputXELFiles><fileName>x</fileName><in><fileName>y</fileName></in>"
-            "</outputXELFiles><fileName>no</fileName></jobInfo>")));
-        QCOMPARE(job.id, QStringLiteral("1"));
-        QCOMPARE(job.path, QStringLiteral("/a"));
-        QCOMPARE(job.profile, QStringLiteral("p"));
-        QCOMPARE(job.groupID, QStringLiteral("g"));
-        QCOMPARE(job.groupName, QStringLiteral("G"));
-        QCOMPARE(job.state, QString());
-        QCOMPARE(job.outputFiles, QStringList({QStringLiteral("x"), QStringLiteral("y")}));
-    }
-
-    void aJobInfoWithoutOutputsYieldsAnEmptyList()
-    {
-        QVERIFY(KRXJobXml::parseJobInfoElement(elementOf(QStringLiteral("<jobInfo><id>1</id></jobInfo>")))
-                    .outputFiles.isEmpty());
-    }
-
-    void aJobReadsItsProfileFromTheShortName()
-    {
-        QCOMPARE(KRXJobXml::parseJobInfoElement(
-                     elementOf(QStringLiteral("<jobInfo><profileID>no</profileID></jobInfo>")))
-                     .profile,
-                 QString());
-    }
-
-    void aJobStatusElementFillsStateAndProgress()
-    {
-        const KRXJob job = KRXJobXml::parseJobStatusElement(
-            elementOf(QStringLiteral("<jobStatus><id>1</id><state>RUNNING</state><complete>true</complete>"
-                                     "<percentComplete>42</percentComplete><path>no</path></jobStatus>")));
-        QCOMPARE(job.id, QStringLiteral("1"));
-        QCOMPARE(job.state, QStringLiteral("RUNNING"));
-        QVERIFY(job.complete);
-        QCOMPARE(job.percentComplete, qint16(42));
-        QCOMPARE(job.path, QString());
-    }
-
-    void aRepeatedChildOverwritesTheEarlierOne()
-    {
-        const KRXJob job = KRXJobXml::parseJobStatusElement(elementOf(QStringLiteral(
-            "<jobStatus><state>A</state><complete>true</complete><state>B</state><complete>no</complete>"
-            "</jobStatus>")));
-        QCOMPARE(job.state, QStringLiteral("B"));
-        QVERIFY(!job.complete);
-        const KRXJob detail = KRXJobXml::parseJobInfoElement(
-            elementOf(QStringLiteral("<jobInfo><outputXELFiles><fileName>1</fileName></outputXELFiles>"
-                                     "<outputXELFiles><fileName>2</fileName></outputXELFiles></jobInfo>")));
-        QCOMPARE(detail.outputFiles, QStringList(QStringLiteral("2")));
-    }
-
-    void aNullElementYieldsTheEmptyJob()
-    {
-        for (const KRXJob& job : {KRXJobXml::parseJobInfoElement(QDomElement()),
-                                  KRXJobXml::parseJobStatusElement(QDomElement())}) {
-            for (const QString& text : {job.id, job.path, job.profile, job.groupID, job.groupName, job.state})
-                QCOMPARE(text, QString());
-            QVERIFY(job.outputFiles.isEmpty());
-            QVERIFY(!job.complete);
-            QCOMPARE(job.percentComplete, qint16(0));
-        }
-    }
-
-    void onlyTheExactTextTrueIsComplete_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("complete");
-        QTest::newRow("true") << QStringLiteral("true") << true;
-        QTest::newRow("True") << QStringLiteral("True") << false;
-        QTest::newRow("TRUE") << QStringLiteral("TRUE") << false;
-        QTest::newRow("blank") << QStringLiteral(" true") << false;
-        QTest::newRow("1") << QStringLiteral("1") << false;
-        QTest::newRow("empty") << QString() << false;
-    }
-    void onlyTheExactTextTrueIsComplete()
-    {
-        QFETCH(QString, text);
-        QFETCH(bool, complete);
-        const QString xml = QStringLiteral("<jobStatus><complete>%1</complete></jobStatus>").arg(text);
-        QCOMPARE(KRXJobXml::parseJobStatusElement(elementOf(xml)).complete, complete);
-    }
-
-    void percentagesThatAreNoSigned16BitNumberReadAsZero_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("percent");
-        QTest::newRow("abc") << QStringLiteral("abc") << 0;
-        QTest::newRow("empty") << QString() << 0;
-        QTest::newRow("fraction") << QStringLiteral("4.5") << 0;
-        QTest::newRow("hexadecimal") << QStringLiteral("0x10") << 0;
-        QTest::newRow("beyond") << QStringLiteral("32768") << 0;
-        QTest::newRow("far beyond") << QStringLiteral("99999999999999999999") << 0;
-        QTest::newRow("largest") << QStringLiteral("32767") << 32767;
-        QTest::newRow("smallest") << QStringLiteral("-32768") << -32768;
-        QTest::newRow("below") << QStringLiteral("-32769") << 0;
-    }
-    void percentagesThatAreNoSigned16BitNumberReadAsZero()
-    {
-        QFETCH(QString, text);
-        QFETCH(int, percent);
-        const QString xml =
-            QStringLiteral("<jobStatus><percentComplete>%1</percentComplete></jobStatus>").arg(text);
-        QCOMPARE(int(KRXJobXml::parseJobStatusElement(elementOf(xml)).percentComplete), percent);
-    }
-
-    // --- Written documents -----------------------------------------------------------------------------
-
-    void theSubmissionIsWrittenAsAWhole()
-    {
-        QCOMPARE(KRXJobXml::submission(QStringLiteral("/a & b"), QStringLiteral("p-1")),
-                 QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
-                                "<jobInfo>\n"
-                                " <path>/a &amp; b</path>\n"
-                                " <profileID>p-1</profileID>\n"
-                                "</jobInfo>\n"));
-    }
-
-    void theStateChangeIsWrittenAsAWhole()
-    {
-        QCOMPARE(KRXJobXml::stateChange(QStringLiteral("CANCELLED")),
-                 QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
-                                "<jobStatus>\n"
-                                " <state>CANCELLED</state>\n"
-                                "</jobStatus>\n"));
     }
 
     // --- submitJob -------------------------------------------------------------------------------------
@@ -353,8 +139,7 @@ private slots:
         QVERIFY(!m_jobs->submitJob(QString(QChar(1)), QStringLiteral("p"), id));
         QVERIFY(!m_jobs->submitJob(QStringLiteral("/a"), QString(QChar(0xD800)), id));
         QVERIFY(m_fake->requests().isEmpty());
-        QCOMPARE(m_jobs->lastError(),
-                 QStringLiteral("The name or path holds characters that cannot be stored"));
+        QCOMPARE(m_jobs->lastError(), kCannotBeStored);
     }
 
     // --- cancelJob, retryJob, deleteJob ----------------------------------------------------------------
@@ -378,45 +163,6 @@ private slots:
         QVERIFY(!m_jobs->cancelJob(QStringLiteral("7")));
         QCOMPARE(m_jobs->lastError(), QStringLiteral("too late"));
         QVERIFY(!m_jobs->retryJob(QStringLiteral("7")));
-    }
-
-    void deleteJobDeletesOnTheServiceAndInTheCache()
-    {
-        fillManual(info("1", "/a") + info("2", "/b"));
-        QCOMPARE(ids().size(), 2);
-        m_fake->answer(kDelete, ServiceUrls::member(ServiceUrls::kJobs, QStringLiteral("1")), 200);
-        QVERIFY(m_jobs->deleteJob(QStringLiteral("1")));
-        QCOMPARE(m_fake->requestLines(),
-                 QStringList(QStringLiteral("DELETE http://localhost:58885/KRXService/jobs/1")));
-        QCOMPARE(ids(), QStringList(QStringLiteral("2")));
-    }
-
-    void anIdThatChangesDuringTheRequestIsTheOneThatWasAskedFor()
-    {
-        fillManual(info("1", "/a") + info("2", "/b"));
-        QString id = QStringLiteral("1");
-        m_fake->setHandler([&](const KRXTest::FakeRequest&) {
-            id = QStringLiteral("2");
-            return FakeAnswer();
-        });
-        QVERIFY(m_jobs->deleteJob(id));
-        QCOMPARE(ids(), QStringList(QStringLiteral("2")));
-    }
-
-    void deleteJobOfAJobThatIsNotCachedIsTheServicesWord()
-    {
-        m_fake->answer(kDelete, ServiceUrls::member(ServiceUrls::kJobs, QStringLiteral("1")), 200);
-        QVERIFY(m_jobs->deleteJob(QStringLiteral("1")));
-    }
-
-    void deleteJobThatIsRefusedKeepsTheCache()
-    {
-        fillManual(info("1", "/a"));
-        m_fake->answer(kDelete, ServiceUrls::member(ServiceUrls::kJobs, QStringLiteral("1")), 404, {},
-                       QStringLiteral("unknown"));
-        QVERIFY(!m_jobs->deleteJob(QStringLiteral("1")));
-        QCOMPARE(m_jobs->lastError(), QStringLiteral("unknown"));
-        QCOMPARE(ids(), QStringList(QStringLiteral("1")));
     }
 
     // --- updateJobsStatus ------------------------------------------------------------------------------
@@ -779,19 +525,7 @@ private slots:
         fillManual(info("2", "/b"));
         QCOMPARE(ids(), QStringList(QStringLiteral("2")));
     }
-
-    void aHostWithoutAFactoryThrowsNothingAtItsCallers()
-    {
-        m_fake->factoryIsNull = true;
-        const QRegularExpression breach(QStringLiteral("No REST client"));
-        QTest::ignoreMessage(QtCriticalMsg, breach);
-        KRXJobManager jobs;
-        QTest::ignoreMessage(QtCriticalMsg, breach);
-        bool ok = true;
-        QVERIFY(jobs.getFoldersOutputReady(&ok).isEmpty());
-        QVERIFY(!ok);
-    }
 };
 
-QTEST_GUILESS_MAIN(TestJobs)
-#include "test_jobs.moc"
+QTEST_GUILESS_MAIN(TestJobManager)
+#include "test_job_manager.moc"
