@@ -194,8 +194,7 @@ void KRXFolderManager::volumeStatusCallback(const unsigned char* volumeName, int
         return;
     const QString name = QString::fromUtf8(reinterpret_cast<const char*>(volumeName));
     if (KRXXml::canCarry(name))
-        getInstance().sendPost(deviceStatusUrl(),
-                               KRXFolderXml::deviceStatus(name, volumeType, volumeAction));
+        getInstance().sendPost(deviceStatusUrl(), KRXFolderXml::deviceStatus(name, volumeType, volumeAction));
 }
 
 std::unique_ptr<KRXFolder> KRXFolderManager::folderDetail(const QString& url, Unreadable unreadable)
