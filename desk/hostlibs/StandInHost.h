@@ -33,8 +33,6 @@ using MessageAnswerer = std::function<QMessageBox::StandardButton(const MessageR
 
 /// Answers message boxes in place of a person; an empty function shows real boxes again.
 KRX_HOST_API void setMessageAnswerer(MessageAnswerer answerer);
-/// Every message box so far, answered or shown, oldest first.
-KRX_HOST_API QList<MessageRequest> messageLog();
 
 struct DirectoryRequest
 {
@@ -47,7 +45,6 @@ using DirectoryAnswerer = std::function<QString(const DirectoryRequest&)>;
 
 /// Answers directory choosers in place of a person; an empty function shows real ones again.
 KRX_HOST_API void setDirectoryAnswerer(DirectoryAnswerer answerer);
-KRX_HOST_API QList<DirectoryRequest> directoryLog();
 
 // --- Status bar, help, navigation ----------------------------------------------------------------------
 
@@ -64,7 +61,6 @@ using ProgressListener = std::function<void(const ProgressStep&)>;
 
 /// Called for every step of status progress, in the GUI thread; empty to stop.
 KRX_HOST_API void setProgressListener(ProgressListener listener);
-KRX_HOST_API QList<ProgressStep> progressLog();
 
 struct HelpRequest
 {
@@ -74,13 +70,32 @@ struct HelpRequest
 
 using HelpListener = std::function<void(const HelpRequest&)>;
 KRX_HOST_API void setHelpListener(HelpListener listener);
-KRX_HOST_API QList<HelpRequest> helpLog();
 
 /// How many NavigationPaneGuard objects live now, and how many there ever were.
 KRX_HOST_API int navigationGuardDepth();
 KRX_HOST_API int navigationGuardCount();
 
-/// Empties every log and removes every answerer and listener.
+/// Is told of every question and notice that reaches the host. The host itself keeps none of them.
+class KRX_HOST_API Recorder
+{
+public:
+    Recorder() = default;
+    Recorder(const Recorder&) = delete;
+    Recorder& operator=(const Recorder&) = delete;
+    virtual ~Recorder();
+
+    virtual void asked(const MessageRequest& request) = 0;
+    virtual void asked(const DirectoryRequest& request) = 0;
+    virtual void progressed(const ProgressStep& step) = 0;
+    virtual void helpShown(const HelpRequest& request) = 0;
+    /// resetRecords() was called.
+    virtual void reset() = 0;
+};
+
+/// \param recorder must outlive its use; null for none, as it is at the start.
+KRX_HOST_API void setRecorder(Recorder* recorder);
+
+/// Removes every answerer and listener, and tells the recorder.
 KRX_HOST_API void resetRecords();
 
 // --- Skin, texts ---------------------------------------------------------------------------------------

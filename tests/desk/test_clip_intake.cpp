@@ -321,6 +321,52 @@ private slots:
         QCOMPARE(error, QStringLiteral("it is too large for a link document"));
     }
 
+    void aPersonIsToldHowManyClipsCameAndWhere_data()
+    {
+        QTest::addColumn<int>("added");
+        QTest::addColumn<int>("bins");
+        QTest::addColumn<int>("doubled");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("one") << 1 << 1 << 0 << QStringLiteral("C is in the bin \"B0\"");
+        QTest::newRow("many") << 12 << 1 << 0 << QStringLiteral("12 clips are in the bin \"B0\"");
+        QTest::newRow("many bins") << 12 << 3 << 0 << QStringLiteral("12 clips are in 3 bins");
+        QTest::newRow("known") << 0 << 0 << 1 << QStringLiteral("D was acquired before");
+        QTest::newRow("many known") << 0 << 0 << 4 << QStringLiteral("4 clips were acquired before");
+        QTest::newRow("both") << 2 << 1 << 3
+                              << QStringLiteral(
+                                     "2 clips are in the bin \"B0\"; 3 clips were acquired before");
+    }
+    void aPersonIsToldHowManyClipsCameAndWhere()
+    {
+        QFETCH(int, added);
+        QFETCH(int, bins);
+        QFETCH(int, doubled);
+        ClipIntake::Batch batch;
+        batch.clip = QStringLiteral("C");
+        batch.added = added;
+        batch.doubledClip = QStringLiteral("D");
+        batch.doubled = doubled;
+        for (int i = 0; i < bins; ++i)
+            batch.bins << QStringLiteral("B%1").arg(i);
+        QTEST(ClipIntake::batchText(batch), "text");
+    }
+
+    void aBatchIsToldOnceItIsSaved()
+    {
+        QSignalSpy batches(m_intake.get(), &ClipIntake::batchTaken);
+        m_intake->take(document("a.xel", Parts()));
+        Parts again;
+        m_intake->take(document("b.xel", again));
+        QCOMPARE(batches.count(), 0);
+        QVERIFY(m_intake->finish());
+        QCOMPARE(batches.count(), 1);
+        const auto batch = batches.at(0).at(0).value<ClipIntake::Batch>();
+        // The two say the same of the same clip.
+        QCOMPARE(batch.added, 1);
+        QCOMPARE(batch.doubled, 1);
+        QCOMPARE(batch.bins, QStringList{QStringLiteral("Show")});
+    }
+
     void manyClipsCostOneSave()
     {
         QSignalSpy saved(m_project.get(), &DeskProject::modifiedChanged);

@@ -1,9 +1,11 @@
 #include "DeskPanel.h"
-#include "DeskProject.h"
+#include "DeskSession.h"
 #include "DeskWindow.h"
 #include "HelpDialog.h"
+#include "LinkDocuments.h"
 #include "ServicesDialog.h"
 
+#include "HostRecorder.h"
 #include "KRXFolderManager.h"
 #include "KRXFolderViewWidget.h"
 #include "KRXProfileManager.h"
@@ -20,6 +22,7 @@
 #include <QMenuBar>
 #include <QProgressBar>
 #include <QSignalSpy>
+#include <QStatusBar>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -46,7 +49,7 @@ class TestDeskWindow : public QObject
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<TestHttpServer> m_server;
     std::unique_ptr<ScopedConnectPort> m_connect;
-    std::unique_ptr<DeskProject> m_project;
+    std::unique_ptr<DeskSession> m_session;
     std::unique_ptr<DeskWindow> m_window;
 
     void serviceAnswers()
@@ -79,16 +82,19 @@ private slots:
         m_dir = std::make_unique<QTemporaryDir>();
         m_server = std::make_unique<TestHttpServer>();
         m_connect = std::make_unique<ScopedConnectPort>(m_server->port());
-        m_project = std::make_unique<DeskProject>();
-        m_project->create(m_dir->filePath(QStringLiteral("Show.krxproject")));
+        m_session = std::make_unique<DeskSession>();
+        QString error;
+        QVERIFY2(m_session->create(m_dir->filePath(QStringLiteral("Show.krxproject")), error),
+                 qPrintable(error));
         ServiceSupervisor::Settings service;
         service.program = QStringLiteral("/nowhere/krx-service");
-        m_window = std::make_unique<DeskWindow>(*m_project, service, kPollInterval);
+        m_window = std::make_unique<DeskWindow>(*m_session, service, kPollInterval);
         m_window->show();
     }
     void cleanup()
     {
         m_window.reset();
+        m_session.reset();
         KRXFolderManager::cleanup();
         KRXProfileManager::cleanup();
         StandInHost::resetRecords();
@@ -212,24 +218,52 @@ private slots:
 
     void closingSavesWhatTheProjectFileDoesNotHold()
     {
-        m_project->binNamed(QStringLiteral("Rushes"));
+        m_session->project().binNamed(QStringLiteral("Rushes"));
         QVERIFY(m_window->close());
         DeskProject saved;
         QString error;
-        QVERIFY2(saved.load(m_project->path(), error), qPrintable(error));
+        QVERIFY2(saved.load(m_session->project().path(), error), qPrintable(error));
         QCOMPARE(saved.bins().size(), 1);
     }
 
     void aProjectThatCannotBeSavedIsNotLeftWithoutAsking()
     {
-        m_project->binNamed(QStringLiteral("Rushes"));
-        QVERIFY(QDir().mkpath(QString(m_project->path() + QLatin1String("/in the way"))));
+        m_session->project().binNamed(QStringLiteral("Rushes"));
+        QVERIFY(QFile::remove(m_session->project().path()));
+        QVERIFY(QDir().mkpath(QString(m_session->project().path() + QLatin1String("/in the way"))));
         StandInHost::setMessageAnswerer([](const StandInHost::MessageRequest&) { return QMessageBox::No; });
         QVERIFY(!m_window->close());
         QVERIFY(m_window->isVisible());
         StandInHost::setMessageAnswerer([](const StandInHost::MessageRequest&) { return QMessageBox::Yes; });
         QVERIFY(m_window->close());
-        QCOMPARE(StandInHost::messageLog().size(), 2);
+        // Each time: whether to put it in the place of what stands there, and whether to quit without.
+        QCOMPARE(StandInHost::messageLog().size(), 4);
+    }
+
+    void anAcquisitionOfManyClipsTellsHowMany()
+    {
+        for (const char* name : {"a", "b", "c"}) {
+            LinkDocuments::Parts parts;
+            parts.id = name;
+            const QString path = m_dir->filePath(QString::fromLatin1(name));
+            QVERIFY(LinkDocuments::write(path, LinkDocuments::text(parts)));
+            m_session->clips().take(path);
+        }
+        QVERIFY(m_session->clips().finish());
+        QCOMPARE(m_window->statusBar()->currentMessage(), QStringLiteral("3 clips are in the bin \"Show\""));
+    }
+
+    void aProjectThatIsOnlyReadIsMarkedInTheTitle()
+    {
+        DeskSession second;
+        QString error;
+        QVERIFY(second.open(m_session->project().path(), error));
+        StandInHost::setMessageAnswerer([](const StandInHost::MessageRequest&) { return QMessageBox::Ok; });
+        ServiceSupervisor::Settings service;
+        service.program = QStringLiteral("/nowhere/krx-service");
+        const DeskWindow window(second, service, kPollInterval);
+        QCOMPARE(window.windowTitle(), QStringLiteral("Show (read-only)[*]"));
+        QCOMPARE(m_window->windowTitle(), QStringLiteral("Show[*]"));
     }
 
     void thePanelTellsWhichHeightItNeeds()

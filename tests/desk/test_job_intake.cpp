@@ -49,7 +49,8 @@ private slots:
         m_project->create(m_dir->filePath(QStringLiteral("Show.krxproject")));
         m_clips = std::make_unique<ClipIntake>(*m_project);
         m_monitor = std::make_unique<ServiceMonitor>(1000 * 1000);
-        m_jobs = std::make_unique<JobIntake>(*m_clips, *m_monitor);
+        m_jobs = std::make_unique<JobIntake>(*m_clips);
+        connect(m_jobs.get(), &JobIntake::taken, m_monitor.get(), &ServiceMonitor::deleteJob);
         m_monitor->start();
     }
     void cleanup()
@@ -111,6 +112,47 @@ private slots:
         QCOMPARE(failed.count(), 1);
         QVERIFY(QFileInfo::exists(output));
         QCOMPARE(deletions(), 0);
+    }
+
+    void aJobWhoseSaveFailedIsTriedAgain()
+    {
+        const QString output = document(LinkDocuments::text({}));
+        int saves = 0;
+        bool works = false;
+        m_clips->setSave([&](QString& error) {
+            ++saves;
+            error = QStringLiteral("Disk full");
+            return works && m_project->save(error);
+        });
+        QSignalSpy failed(m_clips.get(), &ClipIntake::failed);
+        for (int i = 0; i < 3; ++i)
+            m_jobs->follow({job("COMPLETED", true, {output})});
+        QCOMPARE(saves, 3);
+        // Told once, and nothing of it is forgotten.
+        QCOMPARE(failed.count(), 1);
+        QVERIFY(QFileInfo::exists(output));
+        works = true;
+        m_jobs->follow({job("COMPLETED", true, {output})});
+        QVERIFY(!QFileInfo::exists(output));
+        QCOMPARE(m_project->clipCount(), 1);
+        QTRY_COMPARE(deletions(), 1);
+    }
+
+    void aJobWithOneOutputThatCannotBeReadYetIsForgottenOnceItCan()
+    {
+        const QString good = document(LinkDocuments::text({}));
+        const QString late = m_dir->filePath(QStringLiteral("late.xel"));
+        const DeskJob both = job("COMPLETED", true, {late, good});
+        m_jobs->follow({both});
+        m_jobs->follow({both});
+        QCOMPARE(m_project->clipCount(), 1);
+        QVERIFY(!QFileInfo::exists(good));
+        LinkDocuments::Parts parts;
+        parts.id = "late";
+        QVERIFY(LinkDocuments::write(late, LinkDocuments::text(parts)));
+        m_jobs->follow({both});
+        QCOMPARE(m_project->clipCount(), 2);
+        QTRY_COMPARE(deletions(), 1);
     }
 
     void commandsReachTheServiceAndTheirFailuresAreTold()

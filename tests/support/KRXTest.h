@@ -1,5 +1,7 @@
 #pragma once
 
+#include "HostRecorder.h"
+
 #include <QDomDocument>
 #include <QString>
 #include <QtTest>

@@ -3,9 +3,8 @@
 //   online, offline, ready, taken NAME, saved
 // --die-at WORD ends it at that moment as "kill -9" does.
 
-#include "ClipIntake.h"
 #include "DeskApplication.h"
-#include "DeskProject.h"
+#include "DeskSession.h"
 #include "DeskWindow.h"
 #include "QuitSignals.h"
 
@@ -118,7 +117,7 @@ void clickIfReady(KRXFolderViewWidget* view)
     QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier, view->visualRect(cell).center());
 }
 
-int run(DeskProject& project, const QCommandLineParser& parser)
+int run(DeskSession& session, const QCommandLineParser& parser)
 {
     const QuitSignals quitSignals;
     ServiceSupervisor::Settings service;
@@ -128,7 +127,7 @@ int run(DeskProject& project, const QCommandLineParser& parser)
     service.arguments = QStringList{QStringLiteral("--settle"), QStringLiteral("0.1"),
                                     QStringLiteral("--rescan"), QStringLiteral("0.5")};
     service.restartPause = 1;
-    DeskWindow window(project, service, kPollInterval);
+    DeskWindow window(session, service, kPollInterval);
     QObject::connect(&window, &DeskWindow::serviceOnlineChanged, &window, [&](bool online) {
         say(online ? QStringLiteral("online") : QStringLiteral("offline"));
         if (!online)
@@ -136,9 +135,9 @@ int run(DeskProject& project, const QCommandLineParser& parser)
         registerFolder(parser.value(QStringLiteral("folder")), parser.value(QStringLiteral("copy-to")));
         window.refreshFolders();
     });
-    QObject::connect(&window.intake(), &ClipIntake::taken, &window,
+    QObject::connect(&session.clips(), &ClipIntake::taken, &window,
                      [](const QString& name) { say(QStringLiteral("taken %1").arg(name)); });
-    QObject::connect(&project, &DeskProject::modifiedChanged, &window, [](bool modified) {
+    QObject::connect(&session.project(), &DeskProject::modifiedChanged, &window, [](bool modified) {
         if (!modified)
             say(QStringLiteral("saved"));
     });
@@ -163,13 +162,13 @@ int main(int argc, char** argv)
     parser.process(application);
     theDeathWord = parser.value(QStringLiteral("die-at"));
 
-    DeskProject project;
+    DeskSession session;
     QString error;
-    if (!DeskApplication::openProject(project, parser.value(QStringLiteral("project")), error)) {
+    if (!session.openOrCreate(parser.value(QStringLiteral("project")), error)) {
         std::fprintf(stderr, "%s\n", qPrintable(error));
         return 1;
     }
-    const int code = run(project, parser);
+    const int code = run(session, parser);
     DeskApplication::cleanUpModule();
     return code;
 }

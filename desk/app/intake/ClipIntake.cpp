@@ -14,15 +14,27 @@
 ClipIntake::ClipIntake(DeskProject& project, QObject* parent)
     : QObject(parent)
     , m_project(project)
+    , m_save([&project](QString& error) { return project.save(error); })
 {
 }
 
-bool ClipIntake::take(const QString& linkDocument)
+bool ClipIntake::take(const QString& linkDocument, Loudness loudness)
 {
+    if (!m_refusal.isEmpty()) {
+        if (loudness == Loudly)
+            tellRefusal();
+        return false;
+    }
+    // One that waits for a save is offered again and again.
+    if (m_toRemove.contains(linkDocument)) {
+        scheduleFinish();
+        return true;
+    }
     LinkDocument document;
     QString error;
     if (!LinkDocument::read(linkDocument, document, error)) {
-        emit failed(tr("%1 was not acquired: %2").arg(linkDocument, error));
+        if (loudness == Loudly)
+            emit failed(tr("%1 was not acquired: %2").arg(linkDocument, error));
         return false;
     }
     const bool doubled = m_project.contains(document.id);
@@ -43,34 +55,82 @@ bool ClipIntake::take(const QString& linkDocument)
         clip.checked = document.checked;
         clip.acquired = QDateTime::currentDateTime();
         m_project.addClip(bin, clip);
+        m_batch.clip = clip.name;
+        ++m_batch.added;
+        if (!m_batch.bins.contains(binName))
+            m_batch.bins.append(binName);
+    } else {
+        ++m_batch.doubled;
+        m_batch.doubledClip = document.clipName;
     }
     m_toRemove.append(linkDocument);
     emit taken(document.clipName, binName, doubled);
-    if (!m_finishScheduled) {
-        m_finishScheduled = true;
-        QTimer::singleShot(0, this, &ClipIntake::finish);
-    }
+    scheduleFinish();
     return true;
 }
 
-bool ClipIntake::finish()
+void ClipIntake::scheduleFinish()
+{
+    if (m_finishScheduled)
+        return;
+    m_finishScheduled = true;
+    QTimer::singleShot(0, this, [this] { finish(); });
+}
+
+bool ClipIntake::finish(Loudness loudness)
 {
     m_finishScheduled = false;
     if (m_toRemove.isEmpty())
         return true;
     QString error;
-    if (m_project.isModified() && !m_project.save(error)) {
-        emit failed(error);
+    if (m_project.isModified() && !m_save(error)) {
+        if (loudness == Loudly)
+            emit failed(error);
+        emit finished(false);
         return false;
     }
     const QStringList documents = m_toRemove;
-    m_toRemove.clear();
+    const Batch batch = m_batch;
+    forget();
     for (const QString& document : documents) {
         QFile file(document);
         if (!file.remove() && file.exists())
             emit failed(tr("%1 cannot be removed: %2").arg(document, file.errorString()));
     }
+    emit batchTaken(batch);
+    emit finished(true);
     return true;
+}
+
+void ClipIntake::forget()
+{
+    m_toRemove.clear();
+    m_batch = Batch();
+}
+
+void ClipIntake::tellRefusal()
+{
+    if (m_refusalTold)
+        return;
+    m_refusalTold = true;
+    emit failed(m_refusal);
+    QTimer::singleShot(0, this, [this] { m_refusalTold = false; });
+}
+
+QString ClipIntake::batchText(const Batch& batch)
+{
+    QStringList texts;
+    if (batch.added == 1)
+        texts << tr("%1 is in the bin \"%2\"").arg(batch.clip, batch.bins.first());
+    else if (batch.added > 1 && batch.bins.size() == 1)
+        texts << tr("%1 clips are in the bin \"%2\"").arg(QString::number(batch.added), batch.bins.first());
+    else if (batch.added > 1)
+        texts << tr("%1 clips are in %2 bins").arg(batch.added).arg(batch.bins.size());
+    if (batch.doubled == 1)
+        texts << tr("%1 was acquired before").arg(batch.doubledClip);
+    else if (batch.doubled > 1)
+        texts << tr("%1 clips were acquired before").arg(batch.doubled);
+    return texts.join(QLatin1String("; "));
 }
 
 QString ClipIntake::binName(const LinkDocument& document, const QString& projectName,

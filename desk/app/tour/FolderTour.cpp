@@ -2,9 +2,8 @@
 
 #include "TourStage.h"
 
-#include "ClipIntake.h"
 #include "DeskPanel.h"
-#include "DeskProject.h"
+#include "DeskSession.h"
 #include "DeskWindow.h"
 
 #include "ArrowButton.h"
@@ -152,7 +151,7 @@ void FolderTour::watchAcquisition(const QString& picture)
 {
     // With the second clip the status bar counts "1 of 3".
     m_watch = QObject::connect(
-        &m_stage.window().intake(), &ClipIntake::taken, &m_stage.window(),
+        &m_stage.session().clips(), &ClipIntake::taken, &m_stage.window(),
         [this, picture, clips = 0]() mutable {
             if (++clips < 2)
                 return;

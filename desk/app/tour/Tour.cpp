@@ -7,11 +7,10 @@
 #include "TourRunner.h"
 #include "TourStage.h"
 
-#include "ClipIntake.h"
 #include "Demo.h"
 #include "DemoMedia.h"
 #include "DeskApplication.h"
-#include "DeskProject.h"
+#include "DeskSession.h"
 #include "DeskWindow.h"
 
 #include "StandInHost.h"
@@ -86,14 +85,14 @@ void addSteps(TourStage& stage, FolderTour& folders, ProfileTour& profiles, Serv
 
 int play(const DeskOptions& options, const QString& base, RealInput& input)
 {
-    DeskProject project;
+    DeskSession session;
     QString error;
-    if (!DeskApplication::openProject(project, QString(base + QLatin1String("/Tour.krxproject")), error))
+    if (!session.create(QString(base + QLatin1String("/Tour.krxproject")), error))
         return refuse(error);
-    DeskWindow window(project, serviceSettings(options, base));
+    DeskWindow window(session, serviceSettings(options, base));
     window.setDarkSkin(false);
     TourRunner runner(options.tour, &window, input, [&window](bool dark) { window.setDarkSkin(dark); });
-    TourStage stage(window, project, runner, input, base);
+    TourStage stage(window, session, runner, input, base);
     FolderTour folders(stage);
     ProfileTour profiles(stage, folders);
     ServiceTour services(stage, folders);

@@ -1,7 +1,7 @@
 #include "TourStage.h"
 
 #include "DemoMedia.h"
-#include "DeskProject.h"
+#include "DeskSession.h"
 #include "DeskWindow.h"
 
 #include "ArrowButton.h"
@@ -59,10 +59,11 @@ bool freshFolder(const TourStage& stage, const QString& path, KRXFolder& folder)
 
 } // namespace
 
-TourStage::TourStage(DeskWindow& window, DeskProject& project, TourRunner& runner, RealInput& input,
+TourStage::TourStage(DeskWindow& window, DeskSession& session, TourRunner& runner, RealInput& input,
                      const QString& base)
     : m_window(window)
-    , m_project(project)
+    , m_session(session)
+    , m_project(session.project())
     , m_runner(runner)
     , m_input(input)
     , m_base(base)

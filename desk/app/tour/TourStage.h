@@ -10,6 +10,7 @@
 #include <functional>
 
 class DeskProject;
+class DeskSession;
 class DeskWindow;
 class KRXFolderViewWidget;
 class KRXTwistWidget;
@@ -22,11 +23,11 @@ class TourStage
 {
 public:
     /// \param base an empty folder for everything that the tour makes.
-    TourStage(DeskWindow& window, DeskProject& project, TourRunner& runner, RealInput& input,
+    TourStage(DeskWindow& window, DeskSession& session, TourRunner& runner, RealInput& input,
               const QString& base);
 
     DeskWindow& window() { return m_window; }
-    DeskProject& project() { return m_project; }
+    DeskSession& session() { return m_session; }
     TourRunner& runner() { return m_runner; }
     RealInput& input() { return m_input; }
 
@@ -93,6 +94,7 @@ public:
 
 private:
     DeskWindow& m_window;
+    DeskSession& m_session;
     DeskProject& m_project;
     TourRunner& m_runner;
     RealInput& m_input;

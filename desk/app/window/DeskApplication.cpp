@@ -1,7 +1,7 @@
 #include "DeskApplication.h"
 
 #include "DeskExtras.h"
-#include "DeskProject.h"
+#include "DeskSession.h"
 #include "DeskWindow.h"
 #include "QuitSignals.h"
 
@@ -12,9 +12,7 @@
 
 #include <QApplication>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
-#include <QLockFile>
 #include <QSettings>
 #include <QStandardPaths>
 
@@ -26,10 +24,28 @@ constexpr QLatin1String kLastProject("project");
 constexpr QLatin1String kSkin("skin");
 constexpr QLatin1String kDark("dark");
 
-QString defaultProject()
+QString ownFolder()
 {
-    return QString(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) +
-                   QLatin1String("/Untitled.krxproject"));
+    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+}
+
+/// A file of the desk's own projects: the first one, or a further one.
+QString ownProject(const QString& folder, int number)
+{
+    const QString name = number == 1 ? QStringLiteral("Untitled.krxproject")
+                                     : QStringLiteral("Untitled %1.krxproject").arg(number);
+    return QDir(folder).filePath(name);
+}
+
+bool wantsAnotherTry(const QString& reason)
+{
+    const QString text =
+        DeskWindow::tr("%1\nTry again? Otherwise the desk's own project is opened; nothing is "
+                       "changed where the other one was.")
+            .arg(reason);
+    return HostQtShell::showManagedMessageBox(
+               nullptr, QMessageBox::Warning, DeskWindow::tr("Project of the last time"), text,
+               QMessageBox::Yes | QMessageBox::No, QMessageBox::No) == QMessageBox::Yes;
 }
 
 int refuse(const QString& text)
@@ -56,24 +72,22 @@ int runWindow(const DeskOptions& given, DeskExtras* extras)
     QString error;
     if (isDemo && !extras->prepareDemo(options, error))
         return refuse(error);
-    if (options.project.isEmpty())
-        options.project = settings.value(kLastProject, defaultProject()).toString();
     if (!options.skinGiven && settings.value(kSkin).toString() == kDark)
         options.skin = DeskOptions::Skin::Dark;
 
-    QDir().mkpath(QFileInfo(options.project).absolutePath());
-    QLockFile lock(QString(options.project + QLatin1String(".lock")));
-    lock.setStaleLockTime(0);
-    if (!lock.tryLock(0))
-        return refuse(DeskWindow::tr("The project %1 is open in another KRX Desk.").arg(options.project));
-    DeskProject project;
-    if (!DeskApplication::openProject(project, options.project, error))
+    DeskSession session;
+    const QString last = settings.value(kLastProject).toString();
+    const bool isOpen = options.project.isEmpty()
+                            ? DeskApplication::openLast(session, last, ownFolder(), error)
+                            : session.openOrCreate(options.project, error);
+    if (!isOpen)
         return refuse(error);
+    const QString atStart = session.project().path();
 
     int code = 0;
     {
         const QuitSignals quitSignals;
-        DeskWindow window(project, DeskApplication::serviceSettings(options));
+        DeskWindow window(session, DeskApplication::serviceSettings(options));
         window.setDarkSkin(options.skin == DeskOptions::Skin::Dark);
         if (isDemo)
             extras->followDemo(window);
@@ -82,7 +96,9 @@ int runWindow(const DeskOptions& given, DeskExtras* extras)
         code = QApplication::exec();
     }
     if (!isDemo) {
-        settings.setValue(kLastProject, project.path());
+        // A project that could not be opened this time may be there the next time.
+        if (last.isEmpty() || session.project().path() != atStart || !options.project.isEmpty())
+            settings.setValue(kLastProject, session.project().path());
         settings.setValue(kSkin, HostQtShell::currentSkinIndex() < HostQtShell::kFirstDarkSkin
                                      ? QString()
                                      : QString(kDark));
@@ -114,12 +130,23 @@ int refuseMissingExtras()
     return say(DeskExtras::notInstalled(), kExtrasMissing);
 }
 
-bool openProject(DeskProject& project, const QString& path, QString& error)
+bool openLast(DeskSession& session, const QString& last, const QString& ownFolder, QString& error)
 {
-    if (QFileInfo::exists(path))
-        return project.load(path, error);
-    project.create(path);
-    return project.save(error);
+    if (!last.isEmpty()) {
+        do {
+            if (session.open(last, error))
+                return true;
+        } while (wantsAnotherTry(error));
+    }
+    QDir().mkpath(ownFolder);
+    int number = 1;
+    // The desk's own project may be the very one that is damaged.
+    while (!session.openOrCreate(ownProject(ownFolder, number), error)) {
+        if (!QFileInfo::exists(ownProject(ownFolder, number)))
+            return false;
+        ++number;
+    }
+    return true;
 }
 
 ServiceSupervisor::Settings serviceSettings(const DeskOptions& options)

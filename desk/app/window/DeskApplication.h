@@ -4,7 +4,9 @@
 #include "DeskOptions.h"
 #include "ServiceSupervisor.h"
 
-class DeskProject;
+#include <QString>
+
+class DeskSession;
 
 /// What the program does once the command line is understood.
 namespace DeskApplication {
@@ -17,9 +19,12 @@ int run(const DeskOptions& options);
 /// Says on standard error that the demo and the tour are not installed. \return kExtrasMissing.
 int refuseMissingExtras();
 
-/// Opens the project file, or starts an empty project when there is no such file.
-/// \return false with a text in \a error when the file cannot be read.
-KRX_DESK_API bool openProject(DeskProject& project, const QString& path, QString& error);
+/// Opens the project of the last time. Where that cannot be opened, a person is asked whether to try again;
+/// after a no, the desk's own project is opened, and another one beside it where that is damaged.
+/// \param last the project of the last time; empty when there was none. Nothing is ever made in its place.
+/// \param ownFolder the folder of the desk's own projects; made when it is missing.
+/// \return false with a text in \a error when not even a new project can be made.
+bool openLast(DeskSession& session, const QString& last, const QString& ownFolder, QString& error);
 
 /// How the service is started for these options.
 KRX_DESK_API ServiceSupervisor::Settings serviceSettings(const DeskOptions& options);

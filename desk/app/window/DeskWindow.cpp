@@ -1,12 +1,11 @@
 #include "DeskWindow.h"
 
 #include "BinsPane.h"
-#include "ClipIntake.h"
 #include "DeskPanel.h"
-#include "DeskProject.h"
+#include "DeskSession.h"
 #include "HelpDialog.h"
-#include "JobIntake.h"
 #include "LinkMediaDialog.h"
+#include "ProjectActions.h"
 #include "ServicesDialog.h"
 #include "VolumeWatcher.h"
 
@@ -22,8 +21,6 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDockWidget>
-#include <QFileDialog>
-#include <QFileInfo>
 #include <QLabel>
 #include <QMenuBar>
 #include <QPlainTextEdit>
@@ -59,23 +56,17 @@ void acquire(const QString& linkDocument)
         theIntake->take(linkDocument);
 }
 
-QString projectFilter()
-{
-    return DeskWindow::tr("KRX Desk projects (*.krxproject)");
-}
-
 } // namespace
 
-DeskWindow::DeskWindow(DeskProject& project, const ServiceSupervisor::Settings& service, int pollInterval,
+DeskWindow::DeskWindow(DeskSession& session, const ServiceSupervisor::Settings& service, int pollInterval,
                        QWidget* parent)
     : QMainWindow(parent)
-    , m_project(project)
+    , m_session(session)
     , m_monitor(pollInterval)
     , m_supervisor(service)
-    , m_intake(new ClipIntake(project, this))
-    , m_jobs(new JobIntake(*m_intake, m_monitor, this))
+    , m_projects(new ProjectActions(session, this))
 {
-    theIntake = m_intake;
+    theIntake = &session.clips();
     setObjectName(QStringLiteral("deskWindow"));
     setHeaderFont();
     makePanes();
@@ -85,15 +76,14 @@ DeskWindow::DeskWindow(DeskProject& project, const ServiceSupervisor::Settings& 
     resize(kWidth, kHeight);
     updateTitle();
 
-    connect(&m_project, &DeskProject::wasReset, this, &DeskWindow::updateTitle);
-    connect(&m_project, &DeskProject::modifiedChanged, this, &DeskWindow::updateTitle);
-    connect(m_intake, &ClipIntake::failed, this, &DeskWindow::showMessage);
-    connect(m_intake, &ClipIntake::taken, this,
-            [this](const QString& clip, const QString& bin, bool doubled) {
-                showMessage(doubled ? tr("%1 was acquired before").arg(clip)
-                                    : tr("%1 is in the bin \"%2\"").arg(clip, bin));
-            });
-    connect(m_jobs, &JobIntake::failed, this, &DeskWindow::showMessage);
+    connect(&m_session.project(), &DeskProject::modifiedChanged, this, &DeskWindow::updateTitle);
+    connect(&m_session, &DeskSession::accessChanged, this, &DeskWindow::updateTitle);
+    connect(m_projects, &ProjectActions::message, this, &DeskWindow::showMessage);
+    connect(&m_session.clips(), &ClipIntake::failed, this, &DeskWindow::showMessage);
+    connect(&m_session.clips(), &ClipIntake::batchTaken, this,
+            [this](const ClipIntake::Batch& batch) { showMessage(ClipIntake::batchText(batch)); });
+    connect(&m_session.jobs(), &JobIntake::failed, this, &DeskWindow::showMessage);
+    connect(&m_session.jobs(), &JobIntake::taken, &m_monitor, &ServiceMonitor::deleteJob);
     connect(&m_monitor, &ServiceMonitor::commandFailed, this, &DeskWindow::showMessage);
     connect(&m_monitor, &ServiceMonitor::reported, this, &DeskWindow::serviceReported);
     connect(&m_supervisor, &ServiceSupervisor::message, this, &DeskWindow::showMessage);
@@ -109,10 +99,6 @@ DeskWindow::~DeskWindow()
 {
     StandInHost::setProgressListener(nullptr);
     StandInHost::setHelpListener(nullptr);
-    // A program that is told to end gets no close event.
-    QString error;
-    if (m_intake->finish() && m_project.isModified() && !m_project.save(error))
-        qWarning("%s", qPrintable(error));
 }
 
 void DeskWindow::start()
@@ -146,16 +132,9 @@ void DeskWindow::setDarkSkin(bool dark)
 
 void DeskWindow::closeEvent(QCloseEvent* event)
 {
-    m_intake->finish();
-    QString error;
-    if (m_project.isModified() && !m_project.save(error)) {
-        const auto answer = HostQtShell::showManagedMessageBox(
-            this, QMessageBox::Warning, tr("Project not saved"), tr("%1\nQuit all the same?").arg(error),
-            QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
-        if (answer != QMessageBox::Yes) {
-            event->ignore();
-            return;
-        }
+    if (!m_projects->mayClose()) {
+        event->ignore();
+        return;
     }
     QMainWindow::closeEvent(event);
 }
@@ -177,7 +156,7 @@ void DeskWindow::makePanes()
     connect(m_panel, &DeskPanel::heightWanted, this, &DeskWindow::setPaneHeight);
     connect(m_panel, &DeskPanel::servicesDialogWanted, this, &DeskWindow::openServicesDialog);
 
-    m_bins = new BinsPane(m_project, this);
+    m_bins = new BinsPane(m_session.project(), this);
     m_bins->setMinimumHeight(kMinBinsHeight);
     auto* central = new QWidget(this);
     auto* layout = new QVBoxLayout(central);
@@ -284,10 +263,7 @@ void DeskWindow::makeMenus()
 void DeskWindow::makeFileMenu()
 {
     QMenu* menu = menuBar()->addMenu(tr("&File"));
-    menu->addAction(tr("&New Project..."), this, &DeskWindow::newProject, QKeySequence::New);
-    menu->addAction(tr("&Open Project..."), this, &DeskWindow::openProject, QKeySequence::Open);
-    menu->addAction(tr("&Save Project"), this, &DeskWindow::saveProject, QKeySequence::Save);
-    menu->addAction(tr("Save Project &As..."), this, &DeskWindow::saveProjectAs, QKeySequence::SaveAs);
+    m_projects->addTo(menu);
     menu->addSeparator();
     m_linkMedia = menu->addAction(tr("&Link Media with a Profile..."), this, &DeskWindow::linkMedia);
     m_linkMedia->setEnabled(false);
@@ -399,66 +375,6 @@ void DeskWindow::showHelp(const QString& topic)
     m_help->show();
 }
 
-void DeskWindow::newProject()
-{
-    const QString path = QFileDialog::getSaveFileName(this, tr("New Project"),
-                                                      QFileInfo(m_project.path()).path(), projectFilter());
-    if (path.isEmpty() || !keepCurrentProject())
-        return;
-    m_project.create(
-        path.endsWith(QLatin1String(".krxproject")) ? path : QString(path + QLatin1String(".krxproject")));
-    saveProject();
-}
-
-void DeskWindow::openProject()
-{
-    const QString path = QFileDialog::getOpenFileName(this, tr("Open Project"),
-                                                      QFileInfo(m_project.path()).path(), projectFilter());
-    if (path.isEmpty() || !keepCurrentProject())
-        return;
-    QString error;
-    if (!m_project.load(path, error))
-        showError(error);
-}
-
-void DeskWindow::saveProject()
-{
-    QString error;
-    if (m_project.save(error)) {
-        showMessage(tr("%1 is saved").arg(m_project.path()));
-        return;
-    }
-    showError(error);
-}
-
-void DeskWindow::saveProjectAs()
-{
-    const QString path =
-        QFileDialog::getSaveFileName(this, tr("Save Project As"), m_project.path(), projectFilter());
-    if (path.isEmpty())
-        return;
-    QString error;
-    if (!m_project.saveAs(path, error))
-        showError(error);
-    updateTitle();
-}
-
-bool DeskWindow::keepCurrentProject()
-{
-    QString error;
-    if (!m_intake->finish() || (m_project.isModified() && !m_project.save(error))) {
-        showMessage(error);
-        return false;
-    }
-    return true;
-}
-
-void DeskWindow::showError(const QString& text)
-{
-    HostQtShell::showManagedMessageBox(this, QMessageBox::Critical, tr("Error occurred"), text,
-                                       QMessageBox::Ok, QMessageBox::Ok);
-}
-
 void DeskWindow::about()
 {
     HostQtShell::showManagedMessageBox(this, QMessageBox::Information, tr("About KRX Desk"),
@@ -487,7 +403,7 @@ void DeskWindow::serviceReported(const ServiceReport& report)
     }
     if (report.online) {
         m_panel->updateFoldersOutputReadyState(report.readyFolders);
-        m_jobs->follow(report.jobs);
+        m_session.jobs().follow(report.jobs);
     }
     if (m_services)
         m_services->showReport(report, m_supervisor.owns());
@@ -538,6 +454,8 @@ void DeskWindow::showProgress(const StandInHost::ProgressStep& step)
 void DeskWindow::updateTitle()
 {
     // The program's name comes behind it by itself.
-    setWindowTitle(QString(m_project.name() + QLatin1String("[*]")));
-    setWindowModified(m_project.isModified());
+    const QString name = m_session.project().name();
+    setWindowTitle(
+        QString((m_session.isReadOnly() ? tr("%1 (read-only)").arg(name) : name) + QLatin1String("[*]")));
+    setWindowModified(m_session.project().isModified());
 }

@@ -10,12 +10,11 @@
 #include <QPointer>
 
 class BinsPane;
-class ClipIntake;
-class DeskProject;
 class DeskPanel;
+class DeskSession;
 class HelpDialog;
-class JobIntake;
 class KRXFolderViewWidget;
+class ProjectActions;
 class QAction;
 class QLabel;
 class QPlainTextEdit;
@@ -30,9 +29,9 @@ class KRX_DESK_API DeskWindow : public QMainWindow
     Q_OBJECT
 
 public:
-    /// \param project must outlive the window.
+    /// \param session must outlive the window.
     /// \param pollInterval milliseconds between two questions to the service.
-    DeskWindow(DeskProject& project, const ServiceSupervisor::Settings& service, int pollInterval = 1000,
+    DeskWindow(DeskSession& session, const ServiceSupervisor::Settings& service, int pollInterval = 1000,
                QWidget* parent = nullptr);
     ~DeskWindow() override;
 
@@ -42,7 +41,7 @@ public:
     KRXFolderViewWidget* folderView() const;
     BinsPane* binsPane() const { return m_bins; }
     ServiceSupervisor& supervisor() { return m_supervisor; }
-    ClipIntake& intake() { return *m_intake; }
+    ProjectActions* projectActions() const { return m_projects; }
     /// What the service answered when it was last asked.
     const ServiceReport& lastReport() const { return m_lastReport; }
     bool isServiceOnline() const { return m_online; }
@@ -80,12 +79,6 @@ private:
     void linkMedia();
     void openServicesDialog();
     void showHelp(const QString& topic);
-    void newProject();
-    void openProject();
-    void saveProject();
-    void saveProjectAs();
-    bool keepCurrentProject();
-    void showError(const QString& text);
     void about();
 
     void serviceReported(const ServiceReport& report);
@@ -93,11 +86,10 @@ private:
     void showProgress(const StandInHost::ProgressStep& step);
     void updateTitle();
 
-    DeskProject& m_project;
+    DeskSession& m_session;
     ServiceMonitor m_monitor;
     ServiceSupervisor m_supervisor;
-    ClipIntake* m_intake;
-    JobIntake* m_jobs;
+    ProjectActions* m_projects;
     DeskPanel* m_panel = nullptr;
     QScrollArea* m_pane = nullptr;
     BinsPane* m_bins = nullptr;

@@ -82,7 +82,8 @@ QMessageBox::StandardButton showManagedMessageBox(QWidget* parent, QMessageBox::
 {
     StandInHost::Records& records = StandInHost::records();
     const StandInHost::MessageRequest request{parent, icon, title, text, buttons, defaultButton};
-    records.messages.append(request);
+    if (records.recorder)
+        records.recorder->asked(request);
     const StandInHost::MessageAnswerer answerer = records.messageAnswerer;
     if (answerer)
         return answerer(request);
@@ -101,7 +102,8 @@ QString chooseDirectory(QWidget* parent, const QString& caption, const QString& 
 {
     StandInHost::Records& records = StandInHost::records();
     const StandInHost::DirectoryRequest request{parent, caption, start};
-    records.directories.append(request);
+    if (records.recorder)
+        records.recorder->asked(request);
     const StandInHost::DirectoryAnswerer answerer = records.directoryAnswerer;
     if (answerer)
         return answerer(request);

@@ -4,10 +4,11 @@
 
 namespace {
 
-void record(const StandInHost::ProgressStep& step)
+void tell(const StandInHost::ProgressStep& step)
 {
     StandInHost::Records& records = StandInHost::records();
-    records.progress.append(step);
+    if (records.recorder)
+        records.recorder->progressed(step);
     // A copy, because a listener may take itself away.
     const StandInHost::ProgressListener listener = records.progressListener;
     if (listener)
@@ -20,24 +21,25 @@ namespace HostStatusShell {
 
 void statusProgressReset()
 {
-    record({StandInHost::ProgressStep::Reset, QString(), 0, 0});
+    tell({StandInHost::ProgressStep::Reset, QString(), 0, 0});
 }
 
 void statusProgressUpdate(const QString& text, int current, int total)
 {
-    record({StandInHost::ProgressStep::Update, text, current, total});
+    tell({StandInHost::ProgressStep::Update, text, current, total});
 }
 
 void statusProgressClose()
 {
-    record({StandInHost::ProgressStep::Close, QString(), 0, 0});
+    tell({StandInHost::ProgressStep::Close, QString(), 0, 0});
 }
 
 void showHelpTopic(const QString& topic, int flag)
 {
     StandInHost::Records& records = StandInHost::records();
     const StandInHost::HelpRequest request{topic, flag};
-    records.help.append(request);
+    if (records.recorder)
+        records.recorder->helpShown(request);
     const StandInHost::HelpListener listener = records.helpListener;
     if (listener)
         listener(request);

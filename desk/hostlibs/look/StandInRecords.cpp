@@ -10,14 +10,16 @@ Records& records()
     return theRecords;
 }
 
+Recorder::~Recorder() = default;
+
+void setRecorder(Recorder* recorder)
+{
+    records().recorder = recorder;
+}
+
 void setMessageAnswerer(MessageAnswerer answerer)
 {
     records().messageAnswerer = std::move(answerer);
-}
-
-QList<MessageRequest> messageLog()
-{
-    return records().messages;
 }
 
 void setDirectoryAnswerer(DirectoryAnswerer answerer)
@@ -25,29 +27,14 @@ void setDirectoryAnswerer(DirectoryAnswerer answerer)
     records().directoryAnswerer = std::move(answerer);
 }
 
-QList<DirectoryRequest> directoryLog()
-{
-    return records().directories;
-}
-
 void setProgressListener(ProgressListener listener)
 {
     records().progressListener = std::move(listener);
 }
 
-QList<ProgressStep> progressLog()
-{
-    return records().progress;
-}
-
 void setHelpListener(HelpListener listener)
 {
     records().helpListener = std::move(listener);
-}
-
-QList<HelpRequest> helpLog()
-{
-    return records().help;
 }
 
 int navigationGuardDepth()
@@ -64,8 +51,12 @@ void resetRecords()
 {
     // Guards that live now end later and must find the depth that they made.
     const int depth = records().guardDepth;
+    Recorder* const recorder = records().recorder;
     records() = Records();
     records().guardDepth = depth;
+    records().recorder = recorder;
+    if (recorder)
+        recorder->reset();
 }
 
 } // namespace StandInHost

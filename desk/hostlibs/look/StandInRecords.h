@@ -2,7 +2,7 @@
 
 #include "StandInHost.h"
 
-/// What the stand-in remembers of the questions and notices that reached it. Inside the stand-in only.
+/// Who answers and follows the questions and notices that reach the stand-in. Inside the stand-in only.
 namespace StandInHost {
 
 struct Records
@@ -11,10 +11,7 @@ struct Records
     DirectoryAnswerer directoryAnswerer;
     ProgressListener progressListener;
     HelpListener helpListener;
-    QList<MessageRequest> messages;
-    QList<DirectoryRequest> directories;
-    QList<ProgressStep> progress;
-    QList<HelpRequest> help;
+    Recorder* recorder = nullptr;
     int guardDepth = 0;
     int guardCount = 0;
 };
