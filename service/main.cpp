@@ -11,10 +11,16 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
+#include <mutex>
+#include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -33,9 +39,47 @@ int catchSignals()
     return signalfd(-1, &endings, SFD_CLOEXEC);
 }
 
+/// Ends the process when it does not come to its end by itself: a request or a look at a file may hang on a
+/// dead volume for minutes. Nothing is lost by that, since whatever was under way is taken up as after a
+/// crash.
+class EndGuard
+{
+public:
+    EndGuard()
+        : m_thread([this] {
+            std::unique_lock lock(m_mutex);
+            if (m_done.wait_for(lock, kTimeToEnd, [this] { return m_isDone; }))
+                return;
+            krxservice::log::warning("some work does not come to its end and is taken up at the next start");
+            std::_Exit(kDone);
+        })
+    {
+    }
+    ~EndGuard()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_isDone = true;
+        }
+        m_done.notify_one();
+        m_thread.join();
+    }
+    EndGuard(const EndGuard&) = delete;
+    EndGuard& operator=(const EndGuard&) = delete;
+
+private:
+    static constexpr std::chrono::milliseconds kTimeToEnd{1800};
+
+    std::mutex m_mutex;
+    std::condition_variable m_done;
+    bool m_isDone = false;
+    std::thread m_thread;
+};
+
 int serve(const krxservice::Options& options, int caught, QCoreApplication& application)
 {
     using namespace krxservice;
+    std::optional<EndGuard> ending; // outlives all that may hang
     DataLock lock;
     bool inUse = false;
     if (const auto reason = lock.acquire(options.dataFolder, inUse); !reason.empty()) {
@@ -48,10 +92,10 @@ int serve(const krxservice::Options& options, int caught, QCoreApplication& appl
         return routes.handle(head, target, body);
     });
     std::string error;
-    const int port = listener.bind(options.port, error);
+    const int port = listener.bind(options.port, error, inUse);
     if (port == 0) {
         log::error(error);
-        return kInUse;
+        return inUse ? kInUse : kFailure;
     }
     service.start();
     listener.start();
@@ -64,6 +108,7 @@ int serve(const krxservice::Options& options, int caught, QCoreApplication& appl
                      [&application] { application.quit(); });
     QCoreApplication::exec();
     log::info("ending");
+    ending.emplace();
     listener.stop();
     service.stop();
     return kDone;

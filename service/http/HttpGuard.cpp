@@ -14,7 +14,12 @@ namespace krxservice {
 namespace {
 
 constexpr std::string_view kRoot = "/KRXService/";
+constexpr std::string_view kScheme = "http://";
 constexpr std::size_t kLongestTarget = 2048; ///< bytes
+
+/// Headers that browsers add by themselves and that no page can keep them from adding.
+constexpr std::array<std::string_view, 4> kFetchHeaders = {"Sec-Fetch-Site", "Sec-Fetch-Mode",
+                                                           "Sec-Fetch-Dest", "Sec-Fetch-User"};
 
 std::string lower(std::string_view text)
 {
@@ -60,6 +65,16 @@ bool isXmlType(const std::string& header)
     return name == "utf-8" || name == "utf8" || name == "us-ascii";
 }
 
+/// A target in its absolute form, "http://authority/path", in its two pieces; other targets have no
+/// authority.
+std::pair<std::string, std::string> authorityAndRest(const std::string& target)
+{
+    if (lower(target.substr(0, kScheme.size())) != kScheme)
+        return {{}, target};
+    const auto end = std::min(target.find_first_of("/?", kScheme.size()), target.size());
+    return {target.substr(kScheme.size(), end - kScheme.size()), target.substr(end)};
+}
+
 std::optional<Refusal> checkSender(const RequestHead& head)
 {
     const auto hosts = head.values("Host");
@@ -72,9 +87,9 @@ std::optional<Refusal> checkSender(const RequestHead& head)
         if (lower(origin) != "http://" + lower(hosts.front()))
             return Refusal{403, "requests from web pages are not accepted"};
     }
-    for (const auto& site : head.values("Sec-Fetch-Site")) {
-        if (site != "same-origin" && site != "none")
-            return Refusal{403, "requests from web pages are not accepted"};
+    for (const auto& name : kFetchHeaders) {
+        if (!head.values(std::string(name)).empty())
+            return Refusal{403, "requests from web browsers are not accepted"};
     }
     return std::nullopt;
 }
@@ -82,9 +97,12 @@ std::optional<Refusal> checkSender(const RequestHead& head)
 std::optional<Refusal> checkBody(const RequestHead& head)
 {
     const auto lengths = head.values("Content-Length");
-    const bool chunked = !head.values("Transfer-Encoding").empty();
-    if (lengths.size() > 1 || (chunked && !lengths.empty()))
+    const auto codings = head.values("Transfer-Encoding");
+    const bool chunked = !codings.empty();
+    if (lengths.size() > 1 || codings.size() > 1 || (chunked && !lengths.empty()))
         return Refusal{400, "the request has more than one length"};
+    if (chunked && lower(codings.front()) != "chunked")
+        return Refusal{501, "the only transfer coding of the service is chunked"};
     std::uint64_t length = 0;
     if (!lengths.empty()) {
         const std::string& text = lengths.front();
@@ -153,13 +171,36 @@ std::optional<Refusal> check(const RequestHead& head)
     if (const auto refusal = checkBody(head))
         return refusal;
     const auto target = split(head.target);
-    return target ? std::nullopt : std::optional(target.refusal());
+    if (!target)
+        return target.refusal();
+    // The one GET that changes something: a link or a picture on a page must not be able to send it.
+    const bool clears = target->segments.front() == "errors" && target->query.count("clear") > 0;
+    if (clears && looksLikeBrowser(head))
+        return Refusal{403, "requests from web browsers are not accepted"};
+    return std::nullopt;
 }
 
-Outcome<Target> split(const std::string& target)
+bool looksLikeBrowser(const RequestHead& head)
 {
-    if (target.size() > kLongestTarget)
+    for (const auto& [name, value] : head.headers) {
+        const std::string low = lower(name);
+        if (low == "origin" || low == "referer" || low == "cookie" || low == "upgrade-insecure-requests" ||
+            low.rfind("sec-", 0) == 0)
+            return true;
+        if ((low == "user-agent" && lower(value).find("mozilla") != std::string::npos) ||
+            (low == "accept" && lower(value).find("text/html") != std::string::npos))
+            return true;
+    }
+    return false;
+}
+
+Outcome<Target> split(const std::string& whole)
+{
+    if (whole.size() > kLongestTarget)
         return Refusal{414, "the URL is too long"};
+    const auto [authority, target] = authorityAndRest(whole);
+    if (target.size() != whole.size() && !isLoopbackHost(authority))
+        return Refusal{404, "there is no such resource"};
     const auto question = target.find('?');
     const std::string path = target.substr(0, question);
     for (const char c : path) {
@@ -199,7 +240,10 @@ Outcome<Target> split(const std::string& target)
 std::string baseUrl(const RequestHead& head)
 {
     const auto hosts = head.values("Host");
-    return "http://" + (hosts.empty() ? std::string("localhost") : lower(hosts.front())) + "/KRXService";
+    std::string authority = authorityAndRest(head.target).first;
+    if (authority.empty())
+        authority = hosts.empty() ? "localhost" : hosts.front();
+    return std::string(kScheme) + lower(authority) + "/KRXService";
 }
 
 } // namespace httpguard

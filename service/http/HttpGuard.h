@@ -38,13 +38,20 @@ namespace httpguard {
 /// declared type and length of a body, and the target.
 std::optional<Refusal> check(const RequestHead& head);
 
-/// Splits the target. Nothing is decoded: no legal target holds anything that would have to be.
+/// True when a browser may have sent the request, whether or not it says so. Links and pictures make a
+/// browser send a GET without saying from where, so what changes something by a GET is kept from all
+/// browsers.
+bool looksLikeBrowser(const RequestHead& head);
+
+/// Splits the target, which may name this host in front. Nothing is decoded: no legal target holds anything
+/// that would have to be.
 Outcome<Target> split(const std::string& target);
 
 /// True for "localhost", "127.0.0.1" and "[::1]", each with or without a port.
 bool isLoopbackHost(const std::string& host);
 
-/// The root of the URLs to be used in the answer to a request with this head that passed check().
+/// The root of the URLs to be used in the answer to a request with this head that passed check(): that of the
+/// target in its absolute form, otherwise that of Host.
 std::string baseUrl(const RequestHead& head);
 
 } // namespace httpguard

@@ -2,328 +2,425 @@
 
 #include "base/Log.h"
 #include "base/Text.h"
-#include "documents/XmlGuard.h"
+#include "http/HttpConnection.h"
 
-#include <httplib.h>
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/posix/stream_descriptor.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/thread_pool.hpp>
 
 #include <fcntl.h>
 #include <netinet/in.h>
-#include <poll.h>
+#include <netinet/tcp.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <atomic>
 #include <cerrno>
-#include <chrono>
+#include <cstring>
 #include <thread>
+#include <unordered_map>
 
 namespace krxservice {
 
+namespace asio = boost::asio;
+
 namespace {
 
-constexpr int kThreads = 32;             ///< also the number of connections served at once
-constexpr int kIdleMilliseconds = 15000; ///< a kept-alive connection is closed after this much silence
-constexpr int kStallMilliseconds = 5000; ///< a single read or write may take this long
-constexpr int kRequestSeconds = 20;      ///< a request must have arrived whole within this time
-constexpr size_t kMostBytes = xmlguard::kLargestBody + 256 * 1024; ///< a request with its head
-constexpr int kPollMilliseconds = 100; ///< how soon an idle connection notices that the service stops
-
+using boost::system::error_code;
 using Clock = std::chrono::steady_clock;
 
-bool wait(int socket, short events, int milliseconds)
+constexpr int kHandlerThreads = 8;
+constexpr int kBacklog = 4096;                 ///< as much as the system allows
+constexpr int kAcceptsAtOnce = 64;             ///< then the connections that are there get their turn
+constexpr std::size_t kMostConnections = 4096; ///< however many descriptors there are
+constexpr std::size_t kDescriptorsForWork = 400;
+constexpr std::size_t kMostTurnedAway = 128; ///< refused connections that are still given time to read why
+constexpr std::chrono::milliseconds kTick{1000};
+constexpr std::chrono::milliseconds kPause{50}; ///< when the system has no descriptor left
+constexpr std::chrono::milliseconds kBindPatience{1000};
+
+/// A listening TCP socket of a loopback address, or -1 with errno set.
+int listenOn(int family, int port)
 {
-    pollfd descriptor{socket, events, 0};
-    int ready = 0;
-    do
-        ready = ::poll(&descriptor, 1, milliseconds);
-    while (ready < 0 && errno == EINTR);
-    return ready > 0;
+    const int socket = ::socket(family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (socket < 0)
+        return -1;
+    const int yes = 1;
+    ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    sockaddr_storage address{};
+    socklen_t size = sizeof(sockaddr_in);
+    if (family == AF_INET) {
+        sockaddr_in four{};
+        four.sin_family = AF_INET;
+        four.sin_port = htons(static_cast<std::uint16_t>(port));
+        four.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        std::memcpy(&address, &four, sizeof four);
+    } else {
+        sockaddr_in6 six{};
+        six.sin6_family = AF_INET6;
+        six.sin6_port = htons(static_cast<std::uint16_t>(port));
+        six.sin6_addr = in6addr_loopback;
+        size = sizeof six;
+        std::memcpy(&address, &six, sizeof six);
+        ::setsockopt(socket, IPPROTO_IPV6, IPV6_V6ONLY, &yes, sizeof yes);
+    }
+    if (::bind(socket, reinterpret_cast<sockaddr*>(&address), size) == 0 && ::listen(socket, kBacklog) == 0)
+        return socket;
+    const int error = errno;
+    ::close(socket);
+    errno = error;
+    return -1;
 }
 
-/// One connection. Reads ahead, because the head of a request is asked for byte by byte.
-class Connection : public httplib::Stream
+/// The same, with patience: a program that an instance killed a moment ago had just started holds that
+/// instance's sockets until it runs.
+int listenPatiently(int family, int port)
 {
-public:
-    explicit Connection(socket_t socket)
-        : m_socket(socket)
-    {
+    const auto end = Clock::now() + kBindPatience;
+    for (;;) {
+        const int socket = listenOn(family, port);
+        if (socket >= 0 || errno != EADDRINUSE || Clock::now() >= end)
+            return socket;
+        std::this_thread::sleep_for(kPause);
     }
+}
 
-    void beginRequest()
-    {
-        m_deadline = Clock::now() + std::chrono::seconds(kRequestSeconds);
-        m_budget = kMostBytes;
-    }
-    bool hasBuffered() const { return m_at < m_filled; }
-
-    bool is_readable() const override { return hasBuffered() || wait(m_socket, POLLIN, kStallMilliseconds); }
-    bool is_writable() const override { return wait(m_socket, POLLOUT, kStallMilliseconds); }
-
-    ssize_t read(char* target, size_t size) override
-    {
-        if (!hasBuffered()) {
-            if (Clock::now() > m_deadline || !wait(m_socket, POLLIN, kStallMilliseconds))
-                return -1;
-            const ssize_t got = ::recv(m_socket, m_buffer.data(), m_buffer.size(), 0);
-            if (got <= 0)
-                return got;
-            m_at = 0;
-            m_filled = static_cast<size_t>(got);
-        }
-        const size_t piece = std::min({size, m_filled - m_at, m_budget});
-        if (piece == 0)
-            return -1;
-        m_budget -= piece;
-        std::copy_n(m_buffer.data() + m_at, piece, target);
-        m_at += piece;
-        return static_cast<ssize_t>(piece);
-    }
-
-    ssize_t write(const char* data, size_t size) override
-    {
-        return is_writable() ? ::send(m_socket, data, size, MSG_NOSIGNAL) : -1;
-    }
-
-    void get_remote_ip_and_port(std::string& ip, int& port) const override
-    {
-        ip.clear();
-        port = 0;
-    }
-    void get_local_ip_and_port(std::string& ip, int& port) const override
-    {
-        ip.clear();
-        port = 0;
-    }
-    socket_t socket() const override { return m_socket; }
-
-private:
-    socket_t m_socket;
-    Clock::time_point m_deadline = Clock::now();
-    std::array<char, 16384> m_buffer{};
-    size_t m_budget = kMostBytes;
-    size_t m_at = 0;
-    size_t m_filled = 0;
-};
-
-/// What the guard thought of the request that this thread is serving.
-struct Verdict
+sockaddr_storage addressOf(int socket)
 {
-    std::optional<Refusal> refusal;
-    bool closes = false;
-};
-thread_local Verdict t_verdict;
+    sockaddr_storage address{};
+    socklen_t size = sizeof address;
+    if (::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size) != 0)
+        address.ss_family = AF_UNSPEC;
+    return address;
+}
 
-RequestHead headOf(const httplib::Request& request)
+int portOf(int socket)
 {
-    RequestHead head;
-    head.method = request.method;
-    head.target = request.target;
-    for (const auto& [name, value] : request.headers)
-        head.headers.emplace_back(name, value);
-    return head;
+    const sockaddr_storage address = addressOf(socket);
+    sockaddr_in four{};
+    std::memcpy(&four, &address, sizeof four);
+    return ntohs(four.sin_port);
+}
+
+bool isLoopback(const sockaddr_storage& address)
+{
+    if (address.ss_family == AF_INET) {
+        sockaddr_in four{};
+        std::memcpy(&four, &address, sizeof four);
+        return (ntohl(four.sin_addr.s_addr) >> 24) == 127;
+    }
+    sockaddr_in6 six{};
+    std::memcpy(&six, &address, sizeof six);
+    return address.ss_family == AF_INET6 && IN6_IS_ADDR_LOOPBACK(&six.sin6_addr);
+}
+
+/// As many connections as the system's limit of descriptors leaves room for; raises the limit if it may.
+std::size_t roomForConnections()
+{
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return kMostConnections / 8;
+    const rlim_t wanted = kMostConnections + kDescriptorsForWork;
+    if (limit.rlim_cur < wanted) {
+        limit.rlim_cur = std::min(wanted, limit.rlim_max);
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+        ::getrlimit(RLIMIT_NOFILE, &limit);
+    }
+    const auto all = static_cast<std::size_t>(std::min(limit.rlim_cur, wanted));
+    return std::max(all > kDescriptorsForWork ? all - kDescriptorsForWork : 0, std::size_t{64});
 }
 
 } // namespace
 
-HttpAnswer HttpAnswer::xml(std::string document, int status)
-{
-    return {status, "application/xml; charset=utf-8", std::move(document), {}};
-}
-
-HttpAnswer HttpAnswer::refused(const Refusal& refusal)
-{
-    return {
-        refusal.status, "text/plain; charset=utf-8", text::xmlClean(text::oneLine(refusal.text)) + "\n", {}};
-}
-
-/// The library parses requests and writes answers; when a connection lives on is decided here.
-class HttpListener::Server : public httplib::Server
+/// Everything that lives on the connections' thread.
+class HttpListener::Door final : public ConnectionOwner
 {
 public:
-    explicit Server(std::shared_ptr<HttpListener::Handler> handler)
+    Door(Handler handler, std::vector<uid_t> allowed)
         : m_handler(std::move(handler))
+        , m_keeper(std::move(allowed))
+        , m_most(roomForConnections())
     {
-        new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
-        set_payload_max_length(xmlguard::kLargestBody);
-        set_tcp_nodelay(true);
-        set_keep_alive_timeout(kIdleMilliseconds / 1000);
-        set_keep_alive_max_count(1000000);
-        // Without the port sharing that the library asks for by default: a second instance must be refused.
-        set_socket_options([](socket_t socket) {
-            const int yes = 1;
-            ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-            ::fcntl(socket, F_SETFD, FD_CLOEXEC);
-        });
-        const auto plain = [this](const httplib::Request& request, httplib::Response& response) {
-            answer(request, {}, response);
-        };
-        const auto withBody = [this](const httplib::Request& request, httplib::Response& response,
-                                     const httplib::ContentReader& reader) {
-            std::string body;
-            const bool whole = t_verdict.refusal || reader([&body](const char* data, size_t size) {
-                                   body.append(data, size);
-                                   return body.size() <= xmlguard::kLargestBody;
-                               });
-            if (!whole && !t_verdict.refusal) {
-                t_verdict.refusal = body.size() > xmlguard::kLargestBody
-                                        ? Refusal{413, "the body is larger than 1 MB"}
-                                        : Refusal{400, "the body did not arrive whole"};
-            }
-            answer(request, body, response);
-        };
-        // The target is looked at by the guard; the library's own routes see one constant path.
-        Get("/", plain);
-        Delete("/", plain);
-        Options("/", plain);
-        Post("/", withBody);
-        Put("/", withBody);
-        Patch("/", withBody);
     }
 
-    void run()
+    ~Door()
     {
-        m_thread = std::thread([this] {
-            listen_after_bind();
-            m_ended = true;
-        });
+        stop(std::chrono::milliseconds(0));
+        // Handlers that are still at work use what the caller owns; nothing of it may go before they are
+        // done.
+        m_pool.join();
     }
 
-    void end()
+    std::string add(int socket, Doorkeeper::Kind kind)
     {
-        m_stopping = true;
-        // The library overlooks a stop that comes before its loop has begun.
-        while (m_thread.joinable() && !is_running() && !m_ended)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        stop();
-        if (m_thread.joinable())
+        if (kind == Doorkeeper::Kind::Port && !m_tested) {
+            const std::string missing = m_keeper.finder().selfTest();
+            if (!missing.empty())
+                return "the kernel does not tell whose connections they are (" + missing +
+                       "), so the port stays closed";
+            m_tested = true;
+        }
+        m_entrances.push_back(std::make_unique<Entrance>(m_io, socket, kind));
+        return {};
+    }
+
+    void start()
+    {
+        for (const auto& entrance : m_entrances)
+            waitAt(*entrance);
+        tick();
+        m_thread = std::thread([this] { m_io.run(); });
+    }
+
+    void stop(std::chrono::milliseconds grace)
+    {
+        if (m_thread.joinable()) {
+            asio::post(m_io, [this, grace] { beginToStop(grace); });
             m_thread.join();
+        }
+        m_pool.stop();
+        m_connections.clear();
+        m_entrances.clear();
+    }
+
+    void setAllowed(std::vector<uid_t> allowed)
+    {
+        asio::post(m_io, [this, allowed = std::move(allowed)] { m_keeper.setAllowed(allowed); });
+    }
+
+    const RefusalCounts& refusals() { return m_keeper.counts(); }
+    std::size_t mostConnections() const { return m_most; }
+
+    void handle(const std::shared_ptr<HttpConnection>& connection, HttpRequest request) override
+    {
+        asio::post(m_pool, [this, connection, request = std::move(request)] {
+            HttpAnswer answer = m_handler(request.head, request.target, request.body);
+            asio::post(m_io, [connection, answer = std::move(answer)]() mutable {
+                connection->answer(std::move(answer));
+            });
+        });
+    }
+
+    void refused() override { ++m_keeper.counts().requests; }
+
+    void closed(const HttpConnection& connection) override
+    {
+        m_turnedAway -= m_connections.count(&connection) == 0 && m_turnedAway > 0 ? 1 : 0;
+        m_connections.erase(&connection);
+        if (m_stopping && m_connections.empty())
+            m_io.stop();
     }
 
 private:
-    void answer(const httplib::Request& request, const std::string& body, httplib::Response& response)
+    /// A listening socket.
+    struct Entrance
     {
-        HttpAnswer result;
-        if (t_verdict.refusal) {
-            result = HttpAnswer::refused(*t_verdict.refusal);
-        } else {
-            const auto head = headOf(request);
-            result = (*m_handler)(head, *httpguard::split(head.target), body);
+        Entrance(asio::io_context& io, int socket, Doorkeeper::Kind ofKind)
+            : descriptor(io, socket)
+            , pause(io)
+            , kind(ofKind)
+        {
         }
-        t_verdict.closes = t_verdict.closes || t_verdict.refusal.has_value();
-        response.status = result.status;
-        if (!result.allow.empty())
-            response.set_header("Allow", result.allow);
-        if (!result.type.empty())
-            response.set_header("Content-Type", result.type);
-        response.set_header("Cache-Control", "no-store");
-        response.set_header("X-Content-Type-Options", "nosniff");
-        response.body = std::move(result.body);
+        asio::posix::stream_descriptor descriptor;
+        asio::steady_timer pause;
+        Doorkeeper::Kind kind;
+    };
+
+    void waitAt(Entrance& entrance)
+    {
+        entrance.descriptor.async_wait(asio::posix::stream_descriptor::wait_read,
+                                       [this, &entrance](const error_code& error) {
+                                           if (!error && !m_stopping)
+                                               letIn(entrance);
+                                       });
     }
 
-    bool waitForRequest(const Connection& connection) const
+    void letIn(Entrance& entrance)
     {
-        for (int waited = 0; waited < kIdleMilliseconds && !m_stopping; waited += kPollMilliseconds) {
-            if (connection.hasBuffered() || wait(connection.socket(), POLLIN, kPollMilliseconds))
-                return true;
+        for (int i = 0; i < kAcceptsAtOnce; ++i) {
+            const int socket = ::accept4(entrance.descriptor.native_handle(), nullptr, nullptr,
+                                         SOCK_CLOEXEC | SOCK_NONBLOCK);
+            if (socket >= 0) {
+                receive(socket, entrance.kind);
+                continue;
+            }
+            if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
+                makeRoom();
+                return waitLater(entrance);
+            }
+            if (errno == EAGAIN)
+                break;
         }
-        return false;
+        waitAt(entrance);
     }
 
-    bool process_and_close_socket(socket_t socket) override
+    void waitLater(Entrance& entrance)
     {
-        ::fcntl(socket, F_SETFD, FD_CLOEXEC);
-        Connection connection(socket);
-        bool goesOn = true;
-        while (goesOn && waitForRequest(connection)) {
-            connection.beginRequest();
-            t_verdict = {};
-            bool closed = false;
-            bool looked = false;
-            goesOn = process_request(connection, m_stopping, closed, [&looked](httplib::Request& request) {
-                looked = true;
-                t_verdict.refusal = httpguard::check(headOf(request));
-                request.path = "/";
-                request.ranges.clear();
-                if (t_verdict.refusal) {
-                    t_verdict.closes = true;
-                    request.headers.erase("Connection");
-                    request.set_header("Connection", "close");
-                    // Bodies of refused requests are not looked at, whatever they call themselves.
-                    request.headers.erase("Expect");
-                }
-            });
-            goesOn = goesOn && looked && !closed && !t_verdict.closes;
-        }
-        ::shutdown(socket, SHUT_WR);
-        drain(socket);
-        ::close(socket);
-        return true;
+        entrance.pause.expires_after(kPause);
+        entrance.pause.async_wait([this, &entrance](const error_code& error) {
+            if (!error && !m_stopping)
+                waitAt(entrance);
+        });
     }
 
-    /// Gives the other side a moment to read its answer: closing with unread bytes would cut it off.
-    static void drain(socket_t socket)
+    void receive(int socket, Doorkeeper::Kind kind)
     {
-        char waste[16384];
-        const auto end = Clock::now() + std::chrono::seconds(1);
-        while (Clock::now() < end && wait(socket, POLLIN, 200) &&
-               ::recv(socket, waste, sizeof waste, 0) > 0) {
+        const bool welcome = m_keeper.lets(socket, kind);
+        const int family = addressOf(socket).ss_family;
+        HttpConnection::Protocol::socket stream(m_io);
+        error_code error;
+        stream.assign(HttpConnection::Protocol(family, family == AF_UNIX ? 0 : IPPROTO_TCP), socket, error);
+        if (error) {
+            ::close(socket);
+            return;
+        }
+        if (!welcome)
+            return turnAway(std::move(stream));
+        if (family != AF_UNIX) {
+            const int yes = 1;
+            ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
+        }
+        if (m_connections.size() >= m_most)
+            makeRoom();
+        const auto connection = std::make_shared<HttpConnection>(*this, std::move(stream));
+        m_connections[connection.get()] = connection;
+        connection->start();
+    }
+
+    /// Strangers are told why, but a crowd of them is not given the time to read it.
+    void turnAway(HttpConnection::Protocol::socket stream)
+    {
+        if (m_turnedAway >= kMostTurnedAway)
+            return;
+        ++m_turnedAway;
+        std::make_shared<HttpConnection>(*this, std::move(stream))
+            ->turnAway({403, "this service serves the user who runs it only"});
+    }
+
+    /// Closes the connection that has been still for the longest time.
+    void makeRoom()
+    {
+        std::shared_ptr<HttpConnection> oldest;
+        for (const auto& [key, connection] : m_connections) {
+            if (!connection->isBusy() && (!oldest || connection->lastActive() < oldest->lastActive()))
+                oldest = connection;
+        }
+        if (oldest) {
+            ++m_keeper.counts().pushedOut;
+            oldest->close();
         }
     }
 
-    std::shared_ptr<HttpListener::Handler> m_handler;
+    void tick()
+    {
+        for (const auto& report : m_keeper.takeReports(Clock::now()))
+            asio::post(m_pool, [report] { log::warning(Doorkeeper::text(report)); });
+        m_ticker.expires_after(kTick);
+        m_ticker.async_wait([this](const error_code& error) {
+            if (!error && !m_stopping)
+                tick();
+        });
+    }
+
+    void beginToStop(std::chrono::milliseconds grace)
+    {
+        m_stopping = true;
+        for (const auto& entrance : m_entrances) {
+            error_code ignored;
+            entrance->descriptor.close(ignored);
+            entrance->pause.cancel();
+        }
+        m_ticker.expires_after(grace);
+        m_ticker.async_wait([this](const error_code&) { m_io.stop(); });
+        auto connections = m_connections;
+        for (const auto& [key, connection] : connections)
+            connection->finish();
+        if (m_connections.empty())
+            m_io.stop();
+    }
+
+    Handler m_handler;
+    Doorkeeper m_keeper;
+    std::size_t m_most;
+    bool m_tested = false;
+    bool m_stopping = false;
+    std::size_t m_turnedAway = 0; ///< refused connections that are still there
+    // The connections' thread ends before the pool does, and what it runs refers to all that is above.
+    asio::io_context m_io{1};
+    asio::steady_timer m_ticker{m_io};
+    std::vector<std::unique_ptr<Entrance>> m_entrances;
+    std::unordered_map<const HttpConnection*, std::shared_ptr<HttpConnection>> m_connections;
+    asio::thread_pool m_pool{kHandlerThreads};
     std::thread m_thread;
-    std::atomic<bool> m_stopping{false};
-    std::atomic<bool> m_ended{false};
 };
 
-HttpListener::HttpListener(Handler handler)
-    : m_handler(std::make_shared<Handler>(std::move(handler)))
+HttpListener::HttpListener(Handler handler, std::vector<uid_t> allowed)
+    : m_door(std::make_unique<Door>(std::move(handler), std::move(allowed)))
 {
 }
 
-HttpListener::~HttpListener()
-{
-    stop();
-}
+HttpListener::~HttpListener() = default;
 
-int HttpListener::bind(int port, std::string& error)
+int HttpListener::bind(int port, std::string& error, bool& inUse)
 {
-    m_ipv4 = std::make_unique<Server>(m_handler);
-    int bound = port;
-    if (port == 0)
-        bound = m_ipv4->bind_to_any_port("127.0.0.1");
-    else if (!m_ipv4->bind_to_port("127.0.0.1", port))
-        bound = -1;
-    if (bound <= 0) {
-        m_ipv4.reset();
-        error = "port " + std::to_string(port) + " of 127.0.0.1 is in use by another program or instance";
+    const int four = listenPatiently(AF_INET, port);
+    inUse = four < 0 && errno == EADDRINUSE;
+    if (four < 0) {
+        error = "port " + std::to_string(port) + " of 127.0.0.1 " +
+                (inUse ? "is in use by another program or instance"
+                       : "cannot be used: " + text::errnoText(errno));
         return 0;
     }
-    m_ipv6 = std::make_unique<Server>(m_handler);
-    if (!m_ipv6->bind_to_port("::1", bound)) {
-        m_ipv6.reset();
-        log::info("not listening on ::1, which this machine lacks or another program uses");
+    const int bound = portOf(four);
+    error = m_door->add(four, Doorkeeper::Kind::Port);
+    if (!error.empty()) {
+        ::close(four);
+        return 0;
     }
+    const int six = listenOn(AF_INET6, bound);
+    if (six < 0 || !m_door->add(six, Doorkeeper::Kind::Port).empty())
+        log::info("not listening on ::1, which this machine lacks or another program uses");
     return bound;
+}
+
+std::string HttpListener::adopt(int socket)
+{
+    const sockaddr_storage address = addressOf(socket);
+    ::fcntl(socket, F_SETFD, FD_CLOEXEC);
+    const int flags = ::fcntl(socket, F_GETFL);
+    if (flags < 0 || ::fcntl(socket, F_SETFL, flags | O_NONBLOCK) != 0)
+        return text::errnoText(errno);
+    if (address.ss_family == AF_UNIX)
+        return m_door->add(socket, Doorkeeper::Kind::Socket);
+    return isLoopback(address) ? m_door->add(socket, Doorkeeper::Kind::Port)
+                               : "the socket is not one of this machine's own addresses";
 }
 
 void HttpListener::start()
 {
-    for (Server* server : {m_ipv4.get(), m_ipv6.get()}) {
-        if (server)
-            server->run();
-    }
+    m_door->start();
 }
 
-void HttpListener::stop()
+void HttpListener::stop(std::chrono::milliseconds grace)
 {
-    for (auto* server : {&m_ipv4, &m_ipv6}) {
-        if (*server)
-            (*server)->end();
-        server->reset();
-    }
+    m_door->stop(grace);
+}
+
+void HttpListener::setAllowed(std::vector<uid_t> allowed)
+{
+    m_door->setAllowed(std::move(allowed));
+}
+
+const RefusalCounts& HttpListener::refusals() const
+{
+    return m_door->refusals();
+}
+
+std::size_t HttpListener::mostConnections() const
+{
+    return m_door->mostConnections();
 }
 
 } // namespace krxservice

@@ -1,3 +1,4 @@
+#include "http/HeadCheck.h"
 #include "http/HttpGuard.h"
 
 #include <QtTest>
@@ -80,12 +81,38 @@ private slots:
         QCOMPARE(status(with(get(), "Origin", "http://localhost:58885")), 200);
     }
 
-    void requestsThatBrowsersMarkAsForeignAreRefused()
+    void requestsThatBrowsersMarkAreRefused()
     {
-        for (const char* site : {"cross-site", "same-site", "x"})
+        for (const char* site : {"cross-site", "same-site", "same-origin", "none", "x", ""})
             QCOMPARE(status(with(get(), "Sec-Fetch-Site", site)), 403);
-        for (const char* site : {"none", "same-origin"})
-            QCOMPARE(status(with(get(), "Sec-Fetch-Site", site)), 200);
+        for (const char* name : {"Sec-Fetch-Mode", "Sec-Fetch-Dest", "sec-fetch-user"})
+            QCOMPARE(status(with(get(), name, "x")), 403);
+    }
+
+    void browsersAreKnownByWhatTheyCannotHide()
+    {
+        QVERIFY(!httpguard::looksLikeBrowser(get()));
+        QVERIFY(
+            !httpguard::looksLikeBrowser(with(with(get(), "User-Agent", "curl/7.88.1"), "Accept", "*/*")));
+        for (const auto& [name, value] : std::vector<std::pair<std::string, std::string>>{
+                 {"Origin", "http://localhost:58885"},
+                 {"referer", "http://localhost:58885/"},
+                 {"Cookie", "a=b"},
+                 {"Sec-CH-UA", "x"},
+                 {"Upgrade-Insecure-Requests", "1"},
+                 {"User-Agent", "Mozilla/5.0 (X11; Linux x86_64)"},
+                 {"Accept", "text/html,*/*"}})
+            QVERIFY2(httpguard::looksLikeBrowser(with(get(), name, value)), name.c_str());
+    }
+
+    // A link is followed without saying from where, so what looks like a browser is enough.
+    void errorsAreNotClearedForABrowser()
+    {
+        const RequestHead clears = get("/KRXService/errors?clear=true");
+        QCOMPARE(status(clears), 200);
+        QCOMPARE(status(with(clears, "User-Agent", "Mozilla/5.0")), 403);
+        QCOMPARE(status(with(clears, "Referer", "http://localhost:58885/")), 403);
+        QCOMPARE(status(with(get("/KRXService/errors"), "User-Agent", "Mozilla/5.0")), 200);
     }
 
     void bodiesNotDeclaredAsXmlAreRefused()
@@ -121,6 +148,12 @@ private slots:
         none.headers.pop_back();
         QCOMPARE(status(none), 411);
         QCOMPARE(status(with(none, "Transfer-Encoding", "chunked")), 200);
+        QCOMPARE(status(with(none, "Transfer-Encoding", "Chunked ")), 200);
+        QCOMPARE(status(with(with(none, "Transfer-Encoding", "chunked"), "transfer-encoding", "chunked")),
+                 400);
+        for (const char* coding :
+             {"gzip", "gzip, chunked", "chunked, chunked", "chunked;q=1", "identity", ""})
+            QCOMPARE(status(with(none, "Transfer-Encoding", coding)), 501);
         QCOMPARE(status(with(get(), "Content-Length", "5")), 400);
         QCOMPARE(status(with(get(), "Content-Length", "0")), 200);
     }
@@ -151,7 +184,15 @@ private slots:
         row("/", 404);
         row("/krxservice/jobs", 404);
         row("/KRXServicejobs", 404);
-        row("http://localhost:58885/KRXService/jobs", 404);
+        row("http://localhost:58885/KRXService/jobs", 200);
+        row("HTTP://127.0.0.1/KRXService/jobs?filter=true", 200);
+        row("http://[::1]:58885/KRXService/jobs", 200);
+        row("http://localhost:58885/KRXService/../jobs", 400);
+        row("http://localhost:58885", 404);
+        row("http:///KRXService/jobs", 404);
+        row("http://evil.example/KRXService/jobs", 404);
+        row("http://localhost@evil.example/KRXService/jobs", 404);
+        row("https://localhost:58885/KRXService/jobs", 404);
         row("*", 404);
         row("/KRXService/" + QByteArray(3000, 'a'), 414);
     }
@@ -173,11 +214,65 @@ private slots:
                  (std::vector<std::string>{"profiles", ""}));
     }
 
+    void doubtfulHeadsAreRefused_data()
+    {
+        QTest::addColumn<QByteArray>("head");
+        QTest::addColumn<int>("expected");
+        const auto row = [](const char* name, const QByteArray& head, int expected) {
+            QTest::newRow(name) << head << expected;
+        };
+        const QByteArray line = "GET /KRXService/jobs HTTP/1.1\r\n";
+        row("plain", line + "Host: localhost\r\nX:\ta b\xE9\r\nY:\r\n\r\n", 200);
+        row("version 1.0", "GET / HTTP/1.0\r\n\r\n", 200);
+        row("folded by a blank", line + "X: a\r\n b\r\n\r\n", 400);
+        row("folded by a tab", line + "X: a\r\n\tb\r\n\r\n", 400);
+        row("folded at once", line + " X: a\r\n\r\n", 400);
+        row("NUL in a value", line + QByteArray("X: a\0b\r\n\r\n", 10), 400);
+        row("NUL in a name", line + QByteArray("X\0: ab\r\n\r\n", 10), 400);
+        row("bare CR", line + "X: a\rb\r\n\r\n", 400);
+        row("doubled CR", line + "X: a\r\r\n\r\n", 400);
+        row("bare LF", line + "X: a\nY: b\r\n\r\n", 400);
+        row("other control character", line + "X: a\x01\r\n\r\n", 400);
+        row("DEL", line + "X: a\x7F\r\n\r\n", 400);
+        row("empty name", line + ": a\r\n\r\n", 400);
+        row("blank before the colon", line + "Host : localhost\r\n\r\n", 400);
+        row("blank in the name", line + "X Y: a\r\n\r\n", 400);
+        row("name beyond ASCII", line + "X\xE9: a\r\n\r\n", 400);
+        row("no colon", line + "X\r\n\r\n", 400);
+        row("no first line", "\r\n", 400);
+        row("two words", "GET /\r\n\r\n", 400);
+        row("four words", "GET / / HTTP/1.1\r\n\r\n", 400);
+        row("two blanks", "GET  / HTTP/1.1\r\n\r\n", 400);
+        row("blank in front", " GET / HTTP/1.1\r\n\r\n", 400);
+        row("other protocol", "GET / RTSP/1.0\r\n\r\n", 400);
+        row("version in small letters", "GET / http/1.1\r\n\r\n", 400);
+        row("version to come", "GET / HTTP/2.0\r\n\r\n", 505);
+        row("hundred headers", line + QByteArray("X: a\r\n").repeated(100) + "\r\n", 200);
+        row("too many headers", line + QByteArray("X: a\r\n").repeated(101) + "\r\n", 431);
+    }
+    void doubtfulHeadsAreRefused()
+    {
+        QFETCH(QByteArray, head);
+        QFETCH(int, expected);
+        const std::string text = head.toStdString();
+        auto refusal = headcheck::checkBytes(text, 0);
+        if (!refusal)
+            refusal = headcheck::checkLines(text);
+        QCOMPARE(refusal ? refusal->status : 200, expected);
+        // However the bytes arrive, they are judged the same.
+        std::optional<Refusal> slowly;
+        for (std::size_t i = 1; i <= text.size() && !slowly; ++i)
+            slowly = headcheck::checkBytes(std::string_view(text).substr(0, i), i - 1);
+        QCOMPARE(slowly.has_value(), headcheck::checkBytes(text, 0).has_value());
+    }
+
     void urlsInAnswersFollowTheHostOfTheRequest()
     {
         QCOMPARE(httpguard::baseUrl(get()), std::string("http://localhost:58885/KRXService"));
         QCOMPARE(httpguard::baseUrl({"GET", "/", {{"HOST", "127.0.0.1:1234"}}}),
                  std::string("http://127.0.0.1:1234/KRXService"));
+        QCOMPARE(httpguard::baseUrl(get("http://[::1]:77/KRXService/jobs")),
+                 std::string("http://[::1]:77/KRXService"));
     }
 };
 
