@@ -23,7 +23,7 @@ if(KRX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     # precompiled headers be cached.
     set(CMAKE_CXX_COMPILER_LAUNCHER
         ${CMAKE_COMMAND} -E env
-        CCACHE_BASEDIR=${CMAKE_SOURCE_DIR}
+        CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}
         CCACHE_NOHASHDIR=1
         CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
         ${KRX_CCACHE})
