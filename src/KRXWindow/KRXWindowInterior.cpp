@@ -4,13 +4,13 @@
 #include "KRXFolderViewWidget.h"
 #include "KRXSummaryWidget.h"
 #include "KRXText.h"
+#include "KRXTextFitter.h"
 #include "KRXTwistWidget.h"
 #include "KRXWindow.h"
 
 #include <QColor>
 #include <QComboBox>
 #include <QFont>
-#include <QFontMetrics>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMargins>
@@ -30,19 +30,6 @@ constexpr int kProfilesBoxWidth = 180;
 constexpr int kEditorButtonWidth = 80;
 constexpr int kMessageWeight = 75;
 constexpr int kOpaque = 255;
-
-/// Makes the text of a button of fixed width smaller until all of it can be read; translations are longer
-/// than the width allows.
-void fitText(QPushButton* button)
-{
-    constexpr int margins = 8;
-    constexpr qreal smallest = 6;
-    QFont font = button->font();
-    while (font.pointSizeF() > smallest &&
-           QFontMetrics(font).horizontalAdvance(button->text()) > button->width() - margins)
-        font.setPointSizeF(font.pointSizeF() - 0.5);
-    button->setFont(font);
-}
 
 /// A message that wraps. Layouts ask a wrapping label for its height before they know its width, and then
 /// squeeze its neighbours; this one insists on what its width needs.
@@ -136,7 +123,7 @@ void KRXWindow::initProfilesWidgets()
     m_profileEditBtn->setObjectName(QStringLiteral("profileEditBtn"));
     m_profileEditBtn->setFixedSize(kEditorButtonWidth, m_profilesBox->sizeHint().height());
     m_profileEditBtn->setToolTip(KRXText::localised("Edit a Profile"));
-    fitText(m_profileEditBtn);
+    new KRXTextFitter(m_profileEditBtn);
 
     auto* row = new QHBoxLayout;
     row->addWidget(new QLabel(KRXText::localised("Profile:"), this));

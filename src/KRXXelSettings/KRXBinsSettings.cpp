@@ -1,9 +1,9 @@
 #include "KRXBinsSettings.h"
 
 #include "KRXText.h"
+#include "KRXTextFitter.h"
 #include "XelLayout.h"
 #include "XelTables.h"
-#include "XelTextFitter.h"
 
 #include <QLineEdit>
 #include <QVBoxLayout>
@@ -33,7 +33,7 @@ QWidget* KRXBinsSettings::createWidget()
     QWidget* panel = XelLayout::addPanel(indented, QLatin1String(naming.element));
     indented->addStretch();
     panel->setFixedWidth(kNamingPanelWidth);
-    new XelTextFitter(panel);
+    new KRXTextFitter(panel);
     XelLayout::addRadios(panel, XelLayout::panelLayout(panel), naming, VolumeName);
     m_binName = new QLineEdit;
     m_binName->setObjectName(QLatin1String(kBinFields[BinExplicitName].element));

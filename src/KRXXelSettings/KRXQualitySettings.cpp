@@ -2,9 +2,9 @@
 
 #include "KRXFields.h"
 #include "KRXText.h"
+#include "KRXTextFitter.h"
 #include "VGroupBox.h"
 #include "XelLayout.h"
-#include "XelTextFitter.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -37,7 +37,7 @@ void addPolicyBox(QHBoxLayout* row, const QString& title, const KRXFields::Field
     auto* box = new VGroupBox(title);
     box->setObjectName(QLatin1String(field.element));
     box->setFixedWidth(kPolicyBoxWidth);
-    new XelTextFitter(box);
+    new KRXTextFitter(box);
     row->addWidget(box);
     XelLayout::addRadios(box, XelLayout::makeColumn(box), field, HighestQuality);
 }

@@ -2,9 +2,9 @@
 
 #include "HostMediaEngine.h"
 #include "KRXText.h"
+#include "KRXTextFitter.h"
 #include "XelLayout.h"
 #include "XelTables.h"
-#include "XelTextFitter.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -42,7 +42,7 @@ QWidget* KRXXelPlugin::createWidget()
     m_widget = new QWidget;
     auto* label = new QLabel(KRXText::localised("Link using:"));
     label->setFixedWidth(kLabelWidth);
-    new XelTextFitter(label);
+    new KRXTextFitter(label);
     m_pluginBox = new QComboBox;
     m_pluginBox->setObjectName(QLatin1String(XelTables::kPluginBox));
     m_pluginBox->setFixedWidth(kPluginBoxWidth);
