@@ -16,7 +16,7 @@
 namespace {
 
 /// What stays free on each side of a button's text, in pixels.
-constexpr int kButtonPadding = 2;
+constexpr int kButtonPadding = 3;
 
 } // namespace
 
