@@ -125,7 +125,7 @@ void KRXProfilesWindow::updateModifiedState()
 
 void KRXProfilesWindow::updateHeight()
 {
-    keepEnterForSave();
+    keepButtonsInPlace();
     if (!isVisible())
         return;
     const int fixedParts = height() - m_scrollArea->height();
@@ -219,7 +219,8 @@ QString KRXProfilesWindow::generateProfileNameForSave() const
 
 bool KRXProfilesWindow::mayBeSaved(QString& error) const
 {
-    return m_actionsController->validate(error) && m_settingsController->validate(error);
+    return m_actionsController->validate(error) && m_actionsController->hasOneConsolidateAtMost(error) &&
+           m_settingsController->validate(error);
 }
 
 void KRXProfilesWindow::saveBtnPressed()
@@ -423,9 +424,11 @@ bool KRXProfilesWindow::runActionKey(int key, Qt::KeyboardModifiers modifiers)
     }
     if (!m_settingsSection->isOpen())
         return false;
-    if (key == Qt::Key_Plus)
+    if (key == Qt::Key_Plus) {
         m_actionsController->addNewAction();
-    else
+    } else {
+        m_actionsController->selectRowWithFocus();
         m_actionsController->removeAction();
+    }
     return true;
 }

@@ -119,8 +119,9 @@ private:
     QBoxLayout* addButtonRow();
     void addContextMenu();
     KRXLinkOptionsSettings* linkOptions() const;
-    /// Only the Save button may be pressed by Enter, whatever buttons came since.
-    void keepEnterForSave();
+    /// Cancel and Save are the last that the Tab key reaches, and only Save may be pressed by Enter, whatever
+    /// came since.
+    void keepButtonsInPlace();
     int indexOfProfile(const QString& profileId) const;
     bool mayChoose(int index);
     /// Loads a cached profile into the editors and the summary; of an unknown one they stay as they were.
@@ -134,6 +135,7 @@ private:
     KRXProfileState m_state;
     QComboBox* m_profilesBox = nullptr;
     QPushButton* m_deleteButton = nullptr;
+    QPushButton* m_cancelButton = nullptr;
     QPushButton* m_saveButton = nullptr;
     QScrollArea* m_scrollArea = nullptr;
     QWidget* m_scrollWidget = nullptr;

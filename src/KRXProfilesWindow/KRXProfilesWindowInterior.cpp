@@ -65,7 +65,7 @@ KRXProfilesWindow::KRXProfilesWindow(QWidget* parent)
     static_cast<QVBoxLayout*>(m_scrollWidget->layout())->addStretch();
     layout->addLayout(addButtonRow());
     addContextMenu();
-    keepEnterForSave();
+    keepButtonsInPlace();
 }
 
 QBoxLayout* KRXProfilesWindow::addProfileRow()
@@ -155,16 +155,16 @@ void KRXProfilesWindow::addActionsPart()
 
 QBoxLayout* KRXProfilesWindow::addButtonRow()
 {
-    auto* cancel = new QPushButton(localised("Cancel"), this);
-    cancel->setObjectName(QStringLiteral("KRX_CancelBtn"));
-    connect(cancel, &QPushButton::clicked, this, &KRXProfilesWindow::cancelBtnPressed);
+    m_cancelButton = new QPushButton(localised("Cancel"), this);
+    m_cancelButton->setObjectName(QStringLiteral("KRX_CancelBtn"));
+    connect(m_cancelButton, &QPushButton::clicked, this, &KRXProfilesWindow::cancelBtnPressed);
     m_saveButton = new QPushButton(localised("Save"), this);
     m_saveButton->setObjectName(QStringLiteral("KRX_SaveBtn"));
     connect(m_saveButton, &QPushButton::clicked, this, &KRXProfilesWindow::saveBtnPressed);
 
     auto* row = new QHBoxLayout;
     row->addStretch();
-    row->addWidget(cancel);
+    row->addWidget(m_cancelButton);
     row->addWidget(m_saveButton);
     return row;
 }
@@ -177,8 +177,16 @@ void KRXProfilesWindow::addContextMenu()
     connect(this, &QWidget::customContextMenuRequested, this, &KRXProfilesWindow::showContextMenu);
 }
 
-void KRXProfilesWindow::keepEnterForSave()
+void KRXProfilesWindow::keepButtonsInPlace()
 {
+    // Who came since stands behind the buttons in the order of the Tab key.
+    QWidget* last = previousInFocusChain();
+    while (last != this && (last->focusPolicy() & Qt::TabFocus) == 0)
+        last = last->previousInFocusChain();
+    if (last != this && last != m_saveButton) {
+        setTabOrder(last, m_cancelButton);
+        setTabOrder(m_cancelButton, m_saveButton);
+    }
     for (QPushButton* button : findChildren<QPushButton*>()) {
         button->setAutoDefault(button == m_saveButton);
         button->setDefault(button == m_saveButton);

@@ -7,10 +7,13 @@
 #include <QEvent>
 #include <QFont>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QPainter>
 #include <QPen>
 #include <QSpacerItem>
+#include <QStyleOptionFocusRect>
+#include <QStylePainter>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -25,6 +28,26 @@ constexpr int kTitleSpacing = 5;
 constexpr int kSelectionFactor = 125;
 constexpr int kDropIndicatorWidth = 3;
 constexpr int kDropIndicatorInset = 3;
+constexpr int kFocusInset = 1;
+
+/// The title bar. It shows that the section has the keyboard's focus, on a transparent section too.
+class TitleBar : public QWidget
+{
+public:
+    using QWidget::QWidget;
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        if (!parentWidget()->hasFocus())
+            return;
+        QStylePainter painter(this);
+        QStyleOptionFocusRect option;
+        option.initFrom(this);
+        option.rect = rect().adjusted(kFocusInset, kFocusInset, -kFocusInset, -kFocusInset);
+        painter.drawPrimitive(QStyle::PE_FrameFocusRect, option);
+    }
+};
 
 } // namespace
 
@@ -32,6 +55,7 @@ KRXTwistWidget::KRXTwistWidget(QWidget* parent, const QString& title)
     : QWidget(parent)
 {
     setContentsMargins(0, 0, 0, 0);
+    setFocusPolicy(Qt::TabFocus);
     auto* mainLayout = new QVBoxLayout(this);
     mainLayout->setSizeConstraint(QLayout::SetMinAndMaxSize);
     mainLayout->setContentsMargins(0, 0, 0, 0);
@@ -56,7 +80,7 @@ KRXTwistWidget::~KRXTwistWidget()
 
 void KRXTwistWidget::createTitle(const QString& title)
 {
-    m_titleWidget = new QWidget(this);
+    m_titleWidget = new TitleBar(this);
     m_titleWidget->setFixedHeight(kTitleHeight);
 
     m_arrow = new ArrowButton(m_titleWidget);
@@ -211,6 +235,15 @@ void KRXTwistWidget::changeEvent(QEvent* event)
     if (event->type() == QEvent::EnabledChange && m_arrow)
         m_arrow->setEnabled(isEnabled());
     QWidget::changeEvent(event);
+}
+
+void KRXTwistWidget::keyPressEvent(QKeyEvent* event)
+{
+    // Only for the section itself: what its body did not want is nothing for its title.
+    if (event->key() == Qt::Key_Space && hasFocus())
+        DoExpandColapse();
+    else
+        QWidget::keyPressEvent(event);
 }
 
 void KRXTwistWidget::showEvent(QShowEvent* event)

@@ -16,7 +16,8 @@ class QVBoxLayout;
 /// A collapsible section: a title bar with an arrow above a body that is shown while the section is open.
 ///
 /// Sections nest. A section that changes its size says so with widgetWasResized(), which every section around
-/// it passes on, so that the window that holds the outermost one can follow.
+/// it passes on, so that the window that holds the outermost one can follow. The Tab key reaches a section,
+/// and the space bar then opens and closes it.
 class KRX_EXPORT KRXTwistWidget : public QWidget
 {
     Q_OBJECT
@@ -79,6 +80,7 @@ protected:
     enum DropPosition { NoDrop = 0, DropAtTop = 1, DropAtBottom = 2 };
 
     void changeEvent(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void showEvent(QShowEvent* event) override;
 

@@ -86,7 +86,6 @@ private slots:
 
     void altUpAndDownMoveTheSelectedRow();
     void altUpAndDownStopAtTheEnds();
-    void altUpAndDownAreShortcutsOfTheSection();
 };
 
 void TestActionList::newRowIsClosedWithItsTypeAndOptions()
@@ -624,29 +623,6 @@ void TestActionList::altUpAndDownStopAtTheEnds()
     list.section->setOpen(false);
     list.controller->moveSelectedUp();
     QCOMPARE(list.written(), QStringList({QStringLiteral("Copy 1"), QStringLiteral("Transcode 1")}));
-}
-
-void TestActionList::altUpAndDownAreShortcutsOfTheSection()
-{
-    // In the editor's own list: a second one would have the same shortcuts.
-    Editor editor;
-    ProfileActionsController* controller = editor.getAllActionsController();
-    for (int count = 0; count < 2; ++count)
-        controller->addNewAction();
-    const QList<ActionTWidget*> rows = controller->rows();
-    editor.findChild<KRXTwistWidget*>(QStringLiteral("xelSettingsTwistWidget"))->setOpen(true);
-    editor.show();
-    editor.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&editor));
-    editor.setCurrentSelectedAction(rows.first());
-    const int first = rows.first()->getActionIndex();
-    QTest::keyClick(&editor, Qt::Key_Down, Qt::AltModifier);
-    QCOMPARE(rows.at(1)->getActionIndex(), first);
-    QCOMPARE(rows.first()->getActionIndex(), first + 1);
-    QTest::keyClick(&editor, Qt::Key_Up, Qt::AltModifier);
-    QCOMPARE(rows.first()->getActionIndex(), first);
-    QVERIFY(editor.isModified());
-    editor.clearModified();
 }
 
 QTEST_MAIN(TestActionList)

@@ -1,9 +1,12 @@
 #include "ActionList.h"
+#include "CopyToPathWidget.h"
 #include "KRXTest.h"
 #include "RemoveAction.h"
 
 #include <QPointer>
+#include <QPushButton>
 #include <QSignalSpy>
+#include <QTimer>
 #include <QUndoStack>
 
 #include <memory>
@@ -27,6 +30,9 @@ private slots:
     void addingAfterUndoKeepsTheRow();
     void undoneRowIsConnectedOnce();
     void undoneRowIsShownAtOnceAndItsQueuedCallsAreDone();
+    void undoneNumberThatIsTakenBecomesTheNextOne();
+    void undoneRowWithoutANumberStaysWithoutOne();
+    void secondConsolidateAfterUndoIsNotSaved();
     void undoAfterTheSectionDiedDoesNothing();
     void commandOfARowThatIsGoneDoesNothing();
     void stackDeletesOnlyRowsThatAreNotInTheList();
@@ -182,6 +188,75 @@ void TestActionRemoval::undoneRowIsShownAtOnceAndItsQueuedCallsAreDone()
     list.controller->undoStack()->undo();
     QVERIFY(called);
     QVERIFY(row->isVisible());
+}
+
+void TestActionRemoval::undoneNumberThatIsTakenBecomesTheNextOne()
+{
+    List list;
+    ActionTWidget* copy = list.add(ActionType::Copy);
+    ActionTWidget* other = list.add(ActionType::Transcode);
+    list.select(copy);
+    list.controller->removeAction();
+    list.typeBox(other)->setCurrentIndex(int(ActionType::Copy));
+    QCOMPARE(list.written(), QStringList(QStringLiteral("Copy 1")));
+    list.controller->undoStack()->undo();
+    QCOMPARE(list.written(), QStringList({QStringLiteral("Copy 2"), QStringLiteral("Copy 1")}));
+    // Once more, nothing being taken.
+    list.controller->undoStack()->redo();
+    list.controller->undoStack()->undo();
+    QCOMPARE(list.written(), QStringList({QStringLiteral("Copy 2"), QStringLiteral("Copy 1")}));
+}
+
+void TestActionRemoval::undoneRowWithoutANumberStaysWithoutOne()
+{
+    List list;
+    list.read(activity("transcode", QStringLiteral("Transcode")) +
+              activity("transcode", QStringLiteral("Transcode ")) +
+              activity("copy", QStringLiteral("Copy 7")));
+    const QStringList before = list.written();
+    for (ActionTWidget* row : list.controller->rows()) {
+        list.select(row);
+        list.controller->removeAction();
+        list.controller->undoStack()->undo();
+    }
+    QCOMPARE(list.written(), before);
+    QCOMPARE(before, QStringList({QStringLiteral("Transcode "), QStringLiteral("Transcode "),
+                                  QStringLiteral("Copy 7")}));
+}
+
+void TestActionRemoval::secondConsolidateAfterUndoIsNotSaved()
+{
+    StandInHost::setMessageAnswerer([](const StandInHost::MessageRequest&) { return QMessageBox::Ok; });
+    Editor editor;
+    ProfileActionsController* controller = editor.getAllActionsController();
+    for (int count = 0; count < 3; ++count)
+        controller->addNewAction();
+    ActionTWidget* copy = controller->rows().at(0);
+    ActionTWidget* consolidate = controller->rows().at(1);
+    copy->findChild<CopyToPathWidget*>()->setPath(QStringLiteral("/media/out"));
+    consolidate->select();
+    controller->removeAction();
+    copy->findChild<ActionTypeBox*>()->setCurrentIndex(int(ActionType::Consolidate));
+    QString error;
+    QVERIFY(controller->hasOneConsolidateAtMost(error));
+    // Undoing itself goes on, and so does everything but saving.
+    controller->undoStack()->undo();
+    QCOMPARE(controller->rows().count(), 3);
+    auto* save = editor.findChild<QPushButton*>(QStringLiteral("KRX_SaveBtn"));
+    QTimer::singleShot(0, &editor, [&editor] {
+        if (auto* dialog = editor.findChild<QDialog*>())
+            dialog->reject();
+    });
+    save->click();
+    QCOMPARE(StandInHost::messageLog().count(), 1);
+    QCOMPARE(StandInHost::messageLog().first().title, QStringLiteral("Error occurred"));
+    QCOMPARE(StandInHost::messageLog().first().text,
+             QStringLiteral("Only a single Consolidate action can be added"));
+    QCOMPARE(StandInHost::messageLog().first().icon, QMessageBox::Warning);
+    controller->undoStack()->redo();
+    QVERIFY(controller->hasOneConsolidateAtMost(error));
+    QCOMPARE(error, QString());
+    editor.clearModified();
 }
 
 void TestActionRemoval::undoAfterTheSectionDiedDoesNothing()

@@ -11,9 +11,11 @@
 
 #include <QApplication>
 #include <QBoxLayout>
+#include <QComboBox>
 #include <QDrag>
 #include <QDragEnterEvent>
 #include <QDropEvent>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPixmap>
@@ -32,6 +34,7 @@ ActionTWidget::ActionTWidget(QWidget* parent, ActionType type, int number)
     , m_typeBox(new ActionTypeBox(m_titleWidget))
 {
     setAcceptDrops(true);
+    setFocusPolicy(Qt::StrongFocus);
     addTypeBox(type);
     if (IAction* action = m_holder->setAction(type)) {
         m_options = action->widget();
@@ -130,6 +133,11 @@ void ActionTWidget::setList(ProfileActionsController* list)
     m_list = list;
 }
 
+bool ActionTWidget::isIn(const ProfileActionsController* list) const
+{
+    return m_list == list;
+}
+
 void ActionTWidget::actionTypeChanged(int index)
 {
     if (index < 0 || index >= kActionTypeCount)
@@ -144,8 +152,10 @@ void ActionTWidget::actionTypeChanged(int index)
     m_holder->makeCurrent(action);
     m_options = action->createWidget();
     addWidgetToBody(m_options, 0);
-    if (m_list)
+    if (m_list) {
         action->setNumber(m_list->nextNumber(type, this));
+        m_list->orderTabs();
+    }
     QCoreApplication::sendPostedEvents(m_options, QEvent::MetaCall);
     updateTWLayout();
     if (KRXProfilesWindow* window = getProfilesWindow())
@@ -162,6 +172,20 @@ void ActionTWidget::refuseSecondConsolidate()
     HostQtShell::showManagedMessageBox(getProfilesWindow(), QMessageBox::Warning, QString(),
                                        KRXText::localised("Only a single Consolidate action can be added"),
                                        QMessageBox::Ok, QMessageBox::Ok);
+}
+
+bool ActionTWidget::event(QEvent* event)
+{
+    // A box opens its list with Alt and an arrow key, so there these keys do not move the row.
+    if (event->type() == QEvent::ShortcutOverride && qobject_cast<QComboBox*>(QApplication::focusWidget())) {
+        auto* key = static_cast<QKeyEvent*>(event);
+        const bool isArrow = key->key() == Qt::Key_Up || key->key() == Qt::Key_Down;
+        if (isArrow && key->modifiers().testFlag(Qt::AltModifier)) {
+            event->accept();
+            return true;
+        }
+    }
+    return KRXTwistWidget::event(event);
 }
 
 void ActionTWidget::mousePressEvent(QMouseEvent* event)
@@ -252,6 +276,8 @@ void ActionTWidget::dropEvent(QDropEvent* event)
     // The layout takes the row out of its old place first: one that comes from above ends up below this one.
     layout->insertWidget(getActionIndex(), row);
     event->acceptProposedAction();
+    if (m_list)
+        m_list->orderTabs();
     parentWidget()->update();
     if (KRXProfilesWindow* window = getProfilesWindow())
         window->updateModifiedState();

@@ -16,7 +16,8 @@ class ProfileActionsController;
 class QMimeData;
 
 /// The row of one action: a section whose title bar chooses the action's type and whose body holds its
-/// options. Rows are selected by a click and ordered by dragging.
+/// options. A row is selected by a click or by the keyboard's focus, and ordered by dragging or with Alt+Up
+/// and Alt+Down.
 class KRX_EXPORT ActionTWidget : public KRXTwistWidget
 {
     Q_OBJECT
@@ -36,6 +37,9 @@ public:
 
     /// The list that the row is in; null for none. Set by the list.
     void setList(ProfileActionsController* list);
+    bool isIn(const ProfileActionsController* list) const;
+    /// Makes this row the editor's selected one.
+    void select();
     /// Deletes the row; one that is in the middle of a drag or a message box goes after it.
     void dispose();
 
@@ -45,6 +49,7 @@ public slots:
     void actionTypeChanged(int index);
 
 protected:
+    bool event(QEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dragLeaveEvent(QDragLeaveEvent* event) override;
@@ -55,7 +60,6 @@ private:
 
     void addTypeBox(ActionType type);
     void refuseSecondConsolidate();
-    void select();
     void drag(const QPoint& hotSpot);
     QPixmap dragImage();
     ActionTWidget* draggedSibling(const QMimeData* data) const;

@@ -17,6 +17,7 @@
 #include <QKeySequence>
 #include <QLoggingCategory>
 #include <QRegularExpression>
+#include <QScopedValueRollback>
 #include <QScrollArea>
 #include <QUndoStack>
 
@@ -75,6 +76,7 @@ ProfileActionsController::ProfileActionsController(KRXTwistWidget* section, KRXP
                   &ProfileActionsController::moveSelectedUp);
     addMoveAction(KRXText::localised("Move Action Down"), Qt::Key_Down,
                   &ProfileActionsController::moveSelectedDown);
+    connect(qApp, &QApplication::focusChanged, this, &ProfileActionsController::focusMoved);
 }
 
 ProfileActionsController::~ProfileActionsController() = default;
@@ -82,12 +84,13 @@ ProfileActionsController::~ProfileActionsController() = default;
 void ProfileActionsController::addMoveAction(const QString& text, int key,
                                              void (ProfileActionsController::*slot)())
 {
-    if (!m_section)
-        return;
     auto* action = new QAction(text, this);
     action->setShortcut(QKeySequence(Qt::ALT + key));
+    // Elsewhere in the window these keys open the lists of boxes.
+    action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    connect(action, &QAction::triggered, this, &ProfileActionsController::selectRowWithFocus);
     connect(action, &QAction::triggered, this, slot);
-    m_section->addAction(action);
+    m_moveActions.append(action);
 }
 
 // --- Documents -----------------------------------------------------------------------------------------
@@ -173,6 +176,17 @@ bool ProfileActionsController::validate(QString& error)
     return true;
 }
 
+bool ProfileActionsController::hasOneConsolidateAtMost(QString& error) const
+{
+    const int count = int(std::count_if(m_rows.begin(), m_rows.end(), [](const ActionTWidget* row) {
+        return row->getCurrentAction()->getType() == ActionType::Consolidate;
+    }));
+    if (count <= 1)
+        return true;
+    error = KRXText::localised("Only a single Consolidate action can be added");
+    return false;
+}
+
 // --- The list ------------------------------------------------------------------------------------------
 
 int ProfileActionsController::nextNumber(ActionType type, const ActionTWidget* except) const
@@ -204,11 +218,28 @@ void ProfileActionsController::addRow(ActionTWidget* row)
 {
     if (m_section)
         m_section->addSubTW(row, 0);
-    m_rows.append(row);
-    row->setList(this);
+    enterList(row);
     if (!m_undoStack->isClean())
         m_undoStack->clear();
     flushQueuedCalls(row);
+}
+
+void ProfileActionsController::enterList(ActionTWidget* row)
+{
+    m_rows.append(row);
+    row->setList(this);
+    row->addActions(m_moveActions);
+}
+
+/// Whether another action of the row's type has its number. Any number of actions can have none.
+bool ProfileActionsController::isNumberTaken(const ActionTWidget* row) const
+{
+    const IAction* action = row->getCurrentAction();
+    return action->number() != 0 &&
+           std::any_of(m_rows.begin(), m_rows.end(), [row, action](const ActionTWidget* other) {
+               return other != row && other->getCurrentAction()->getType() == action->getType() &&
+                      other->getCurrentAction()->number() == action->number();
+           });
 }
 
 void ProfileActionsController::removeRow(ActionTWidget* row)
@@ -234,8 +265,12 @@ bool ProfileActionsController::restoreRow(ActionTWidget* row, int index)
     auto* layout = qobject_cast<QBoxLayout*>(row->parentWidget()->layout());
     if (layout && index >= 0)
         layout->insertWidget(qMin(index, layout->count() - 1), row);
-    m_rows.append(row);
-    row->setList(this);
+    enterList(row);
+    if (isNumberTaken(row)) {
+        IAction* action = row->getCurrentAction();
+        action->setNumber(nextNumber(action->getType(), row));
+    }
+    orderTabs();
     flushQueuedCalls(row);
     return true;
 }
@@ -266,8 +301,60 @@ ActionTWidget* ProfileActionsController::selectedRow() const
     return m_rows.contains(row) ? row : nullptr;
 }
 
+/// The row that \a widget is, or is in; null when it is in none of this list.
+ActionTWidget* ProfileActionsController::rowAround(QWidget* widget) const
+{
+    for (; widget; widget = widget->parentWidget()) {
+        auto* row = qobject_cast<ActionTWidget*>(widget);
+        if (row && row->isIn(this))
+            return row;
+    }
+    return nullptr;
+}
+
+void ProfileActionsController::focusMoved(QWidget*, QWidget* to)
+{
+    // A row that gets the focus because the one before it was removed is not selected by that.
+    ActionTWidget* row = m_isRemoving ? nullptr : rowAround(to);
+    if (row)
+        row->select();
+}
+
+void ProfileActionsController::selectRowWithFocus()
+{
+    if (ActionTWidget* row = rowAround(QApplication::focusWidget()))
+        row->select();
+}
+
+void ProfileActionsController::orderTabs()
+{
+    if (m_rows.isEmpty())
+        return;
+    // One walk along the chain of all widgets, for the stops within each row.
+    QHash<const ActionTWidget*, QList<QWidget*>> stops;
+    QWidget* const start = m_rows.first();
+    QWidget* widget = start;
+    do {
+        const ActionTWidget* row = (widget->focusPolicy() & Qt::TabFocus) != 0 ? rowAround(widget) : nullptr;
+        if (row && row != widget)
+            stops[row].append(widget);
+        widget = widget->nextInFocusChain();
+    } while (widget != start);
+    QWidget* last = nullptr;
+    for (ActionTWidget* row : rowsOnScreen()) {
+        if (last)
+            QWidget::setTabOrder(last, row);
+        last = row;
+        for (QWidget* stop : qAsConst(stops[row])) {
+            QWidget::setTabOrder(last, stop);
+            last = stop;
+        }
+    }
+}
+
 void ProfileActionsController::relayout()
 {
+    orderTabs();
     if (m_section)
         m_section->updateTWLayout();
 }
@@ -308,7 +395,10 @@ void ProfileActionsController::removeAction()
     ActionTWidget* row = selectedRow();
     if (!row)
         return;
-    m_undoStack->push(new RemoveAction(this, row));
+    {
+        const QScopedValueRollback<bool> removing(m_isRemoving, true);
+        m_undoStack->push(new RemoveAction(this, row));
+    }
     relayout();
     m_window->updateHeight();
     m_window->setCurrentSelectedAction(nullptr);

@@ -14,6 +14,7 @@ class ActionTWidget;
 class IAction;
 class KRXProfilesWindow;
 class KRXTwistWidget;
+class QAction;
 class QUndoStack;
 
 /// The ordered list of a profile's actions, as rows in a section of the profile editor.
@@ -34,6 +35,9 @@ public:
     /// of an unknown kind are left out with a warning in the log. Tells the user once when something could
     /// not be restored.
     void readXml(const QDomDocument& doc);
+    /// Whether there is no more than one consolidate action, as a profile can hold. Undoing can bring a
+    /// second one back. \return false when there are more, with a localised text in \a error.
+    bool hasOneConsolidateAtMost(QString& error) const;
     /// Asks every action, in the order in which the rows were added, whether it can be saved.
     /// \return false at the first that cannot, with its localised text in \a error.
     bool validate(QString& error);
@@ -49,11 +53,17 @@ public:
     void removeRow(ActionTWidget* row);
     /// Takes a row out of the section and the list; it belongs to the caller then.
     void takeRow(ActionTWidget* row);
-    /// Puts a row that was taken back, at an index of the section's layout. \return false when the section is
-    /// gone.
+    /// Puts a row that was taken back, at an index of the section's layout. An action whose number was given
+    /// to another one meanwhile gets a new one. \return false when the section is gone.
     bool restoreRow(ActionTWidget* row, int index);
     /// The rows in the order in which they were added.
     QList<ActionTWidget*> rows() const { return m_rows; }
+
+    /// Lets the Tab key go through the rows in their order on screen.
+    void orderTabs();
+    /// Selects the row that has the keyboard's focus, or in which something has it; leaves the selection when
+    /// there is none.
+    void selectRowWithFocus();
 
     /// What can be undone; owned by this.
     QUndoStack* undoStack() const { return m_undoStack; }
@@ -71,6 +81,10 @@ private:
     ActionType typeOfNewAction() const;
     QList<ActionTWidget*> rowsOnScreen() const;
     ActionTWidget* selectedRow() const;
+    ActionTWidget* rowAround(QWidget* widget) const;
+    void focusMoved(QWidget* from, QWidget* to);
+    void enterList(ActionTWidget* row);
+    bool isNumberTaken(const ActionTWidget* row) const;
     void addMoveAction(const QString& text, int key, void (ProfileActionsController::*slot)());
     void moveSelected(int step);
     void deleteRows();
@@ -81,4 +95,6 @@ private:
     QPointer<KRXProfilesWindow> m_window;
     QList<ActionTWidget*> m_rows;
     QUndoStack* m_undoStack;
+    QList<QAction*> m_moveActions;
+    bool m_isRemoving = false;
 };
