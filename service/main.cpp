@@ -1,4 +1,5 @@
 #include "app/DataLock.h"
+#include "app/Invariants.h"
 #include "app/Routes.h"
 #include "app/Service.h"
 #include "base/Log.h"
@@ -114,6 +115,23 @@ int serve(const krxservice::Options& options, int caught, QCoreApplication& appl
     return kDone;
 }
 
+/// Tells what does not agree in the data folder.
+int check(const krxservice::Options& options)
+{
+    using namespace krxservice;
+    DataLock lock;
+    bool inUse = false;
+    if (const auto reason = lock.acquire(options.dataFolder, inUse); !reason.empty()) {
+        log::error(reason);
+        return inUse ? kInUse : kFailure;
+    }
+    const auto faults = invariants::faultsIn(options.dataFolder);
+    for (const auto& fault : faults)
+        std::printf("%s\n", fault.c_str());
+    std::printf("%zu faults\n", faults.size());
+    return faults.empty() ? kDone : kFailure;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -134,7 +152,8 @@ int main(int argc, char** argv)
     const int caught = catchSignals();
     QCoreApplication application(argc, argv);
     try {
-        return serve(*options, caught, application);
+        return options->wish == krxservice::Options::Wish::Check ? check(*options)
+                                                                 : serve(*options, caught, application);
     } catch (const std::exception& failure) {
         krxservice::log::error(failure.what());
         return kFailure;

@@ -6,12 +6,22 @@
 #include "base/SourceFile.h"
 #include "base/Text.h"
 #include "media/MediaProbe.h"
+#include "media/OutputDocument.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
 
 namespace krxservice {
 
 namespace {
+
+constexpr char kWholeMethod[] = "xxh3-64:";                             ///< of checksums of whole files
+constexpr int kAttempts = 2;                                            ///< to give a document its name
+constexpr int kAtOnce = 100;                                            ///< records looked at together
+constexpr std::int64_t kKeptFor = 30LL * 24 * 60 * 60 * 1000 * 1000000; ///< nanoseconds
 
 FileResult ended(FileResult::End end, const std::string& text,
                  const std::optional<FileStamp>& stamp = std::nullopt)
@@ -26,13 +36,13 @@ struct Pipeline::Work
 {
     const FileOrder& order;
     const SourceFile& source;
-    FileRecord record;
+    ClipRecord record;
     Clip clip;
 };
 
-Pipeline::Pipeline(Database& database, FileStore& files, ErrorStore& errors, OutputArea& outputs)
+Pipeline::Pipeline(Database& database, ClipStore& clips, ErrorStore& errors, OutputArea& outputs)
     : m_database(database)
-    , m_files(files)
+    , m_clips(clips)
     , m_errors(errors)
     , m_outputs(outputs)
 {
@@ -48,27 +58,15 @@ FileResult Pipeline::process(const FileOrder& order)
         m_errors.add("The file " + order.path + " cannot be read: " + source.error());
         return ended(FileResult::End::Later, source.error());
     }
-    const std::optional<FileStamp> stamp = source.stamp();
     Work work{order, source, {}, {}};
     work.record.owner = order.ownerId;
     work.record.path = order.path;
-    work.record.stamp = *stamp;
+    work.record.stamp = source.stamp();
     if (!text::isPlainText(order.path))
         return reject(work, "its name cannot be written in a document");
-
-    std::string error;
-    const auto checksum = filetools::fingerprint(source.get(), order.cancel, error);
-    if (*order.cancel)
-        return ended(FileResult::End::Cancelled, "cancelled");
-    if (!checksum) {
-        m_errors.add("The file " + order.path + " cannot be read: " + error);
-        return ended(FileResult::End::Later, error);
-    }
-    work.record.checksum = *checksum;
-    if (const auto done = m_files.findDone(order.ownerId, order.path, *checksum)) {
-        m_files.setStamp(done->id, *stamp);
-        return ended(FileResult::End::Known, "it was worked on before", stamp);
-    }
+    if (const auto known = recognise(work))
+        return *known;
+    dropOthers(work);
 
     const ProbeResult probe = MediaProbe::probe(source, order.cancel);
     if (*order.cancel)
@@ -81,49 +79,160 @@ FileResult Pipeline::process(const FileOrder& order)
         return ended(FileResult::End::Later, "the file changed while it was read");
     if (probe.verdict == ProbeResult::Verdict::NotMedia)
         return reject(work, probe.text);
-    work.clip.source = {order.path, *stamp, *checksum};
     work.clip.linked = work.clip.source;
     work.clip.media = probe.facts;
     if (order.ownerKind == "folder")
         work.clip.watched = order.ownerPath;
-    work.record.id = m_files.take(work.record);
+    goOn(work);
+    const auto begun =
+        m_clips.begin(work.record, [&](std::int64_t id) { return OutputArea::fileName(id, order.path); });
+    if (!begun)
+        return ended(FileResult::End::Later, "its folder or job was removed");
+    work.record = *begun;
 
     const auto failure = runActivities(work);
-    if (*order.cancel) {
-        const bool stays = order.staysCancelled && order.staysCancelled();
-        if (stays)
-            m_files.move(work.record.id, FileState::Taken, FileState::Failed);
+    if (*order.cancel)
+        return interrupted(work);
+    if (failure && failure->status == kLookAgain)
+        return lookAgain(work, failure->text);
+    return failure ? fail(work, failure->text) : publish(work);
+}
+
+/// Fills in which content the file has. \return what is to be said when there is nothing to be done.
+std::optional<FileResult> Pipeline::recognise(Work& work)
+{
+    const FileOrder& order = work.order;
+    ClipRecord& record = work.record;
+    std::string error;
+    const auto checksum = filetools::fingerprint(work.source.get(), order.cancel, error);
+    if (*order.cancel)
+        return ended(FileResult::End::Cancelled, "cancelled");
+    if (!checksum) {
+        m_errors.add("The file " + order.path + " cannot be read: " + error);
+        return ended(FileResult::End::Later, error);
+    }
+    work.clip.source = {order.path, record.stamp, *checksum};
+    record.checksum = *checksum;
+    // Samples see no change between them, and other times can be put back.
+    if (checksum->rfind(kWholeMethod, 0) != 0)
+        record.checksum += '@' + std::to_string(record.stamp.changed);
+    auto seen = m_clips.find(order.ownerId, order.path, record.checksum);
+    if (!seen)
+        return std::nullopt;
+    switch (seen->state) {
+    case ClipState::Waiting:
+    case ClipState::Acting:
+        if (m_outputs.isPublished(seen->owner, seen->output))
+            return finish(*seen, order.willEnd);
+        seen->stamp = record.stamp;
+        record = *seen;
+        return std::nullopt;
+    case ClipState::Publishing:
+        return finish(*seen, order.willEnd);
+    default:
+        m_clips.setStamp(seen->id, record.stamp);
+        return ended(FileResult::End::Known, "it was worked on before", record.stamp);
+    }
+}
+
+/// Brings work on an older content of the same path to an end.
+void Pipeline::dropOthers(const Work& work)
+{
+    for (const auto& other : m_clips.open(work.record.owner, work.record.path)) {
+        if (other.id == work.record.id)
+            continue;
+        if (other.state == ClipState::Publishing)
+            finish(other, {});
         else
-            m_files.remove(work.record.id);
-        return ended(FileResult::End::Cancelled, "cancelled", stays ? stamp : std::nullopt);
+            drop(other);
     }
-    if (failure && failure->status == kLookAgain) {
-        m_files.remove(work.record.id);
-        return ended(FileResult::End::Later, failure->text);
+}
+
+void Pipeline::drop(const ClipRecord& clip)
+{
+    if (!clip.scratch.empty())
+        ::unlink(clip.scratch.c_str());
+    if (!clip.output.empty())
+        m_outputs.abandon(clip.owner, clip.output);
+    m_clips.forget(clip.id);
+}
+
+/// Takes over what the finished actions of an earlier run made, unless it is no longer so.
+void Pipeline::goOn(Work& work)
+{
+    ClipRecord& record = work.record;
+    const bool linked = !record.linkedPath.empty();
+    const bool stands =
+        record.profile == work.order.profile.id &&
+        record.done <= static_cast<int>(work.order.profile.activities.size()) &&
+        (!linked || filetools::stampOf(record.linkedPath) == std::optional(record.linkedStamp));
+    record.profile = work.order.profile.id;
+    if (!record.scratch.empty())
+        ::unlink(record.scratch.c_str());
+    if (!stands) {
+        record.done = 0;
+        record.linkedPath.clear();
+    } else if (linked) {
+        work.clip.linked = {record.linkedPath, record.linkedStamp, record.linkedChecksum};
     }
-    if (failure) {
-        m_files.move(work.record.id, FileState::Taken, FileState::Failed);
-        return ended(FileResult::End::Failed, failure->text, stamp);
-    }
-    return publish(work);
 }
 
 FileResult Pipeline::reject(const Work& work, const std::string& reason)
 {
+    m_clips.reject(work.record);
     m_errors.add("The file " + work.order.path + " is not offered: " + reason);
-    const auto id = m_files.take(work.record);
-    m_files.move(id, FileState::Taken, FileState::Rejected);
     return ended(FileResult::End::Rejected, reason, work.record.stamp);
+}
+
+FileResult Pipeline::interrupted(Work& work)
+{
+    if (work.order.staysCancelled && work.order.staysCancelled()) {
+        m_clips.fail(work.record.id);
+        return ended(FileResult::End::Cancelled, "cancelled", work.record.stamp);
+    }
+    if (work.record.done > 0)
+        m_clips.wait(work.record.id);
+    else
+        drop(work.record);
+    return ended(FileResult::End::Cancelled, "cancelled");
+}
+
+FileResult Pipeline::lookAgain(const Work& work, const std::string& reason)
+{
+    drop(work.record);
+    return ended(FileResult::End::Later, reason);
+}
+
+FileResult Pipeline::fail(Work& work, const std::string& reason)
+{
+    const FileResult result = ended(FileResult::End::Failed, reason, work.record.stamp);
+    // Who sees the failed job finds the reason in the list. A manual job speaks for all of its files.
+    if (work.order.ownerKind == "folder")
+        m_errors.add(reason);
+    Transaction transaction(m_database);
+    m_clips.fail(work.record.id);
+    if (work.order.willEnd)
+        work.order.willEnd(result);
+    transaction.commit();
+    return result;
 }
 
 std::optional<Refusal> Pipeline::runActivities(Work& work)
 {
     const auto& activities = work.order.profile.activities;
-    if (!activities.empty() && work.order.willAct)
-        work.order.willAct();
-    for (std::size_t i = 0; i < activities.size() && !*work.order.cancel; ++i) {
+    ClipRecord& record = work.record;
+    if (!activities.empty() && work.order.willAct) {
+        Transaction transaction(m_database);
+        record.job = work.order.willAct(record.job);
+        m_clips.setJob(record.id, record.job);
+        transaction.commit();
+    }
+    for (auto i = static_cast<std::size_t>(record.done); i < activities.size() && !*work.order.cancel; ++i) {
         ActivityProgress progress;
-        progress.willWrite = [&](const std::string& scratch) { m_files.setScratch(work.record.id, scratch); };
+        progress.willWrite = [&](const std::string& scratch) {
+            record.scratch = scratch;
+            m_clips.setScratch(record.id, scratch);
+        };
         progress.percent = [&](int percent) {
             if (work.order.progress)
                 work.order.progress(
@@ -134,6 +243,14 @@ std::optional<Refusal> Pipeline::runActivities(Work& work)
         if (!made)
             return made.refusal();
         work.clip = std::move(*made);
+        record.done = static_cast<int>(i) + 1;
+        record.scratch.clear();
+        if (work.clip.linked.path != record.path) {
+            record.linkedPath = work.clip.linked.path;
+            record.linkedStamp = work.clip.linked.stamp;
+            record.linkedChecksum = work.clip.linked.checksum;
+        }
+        m_clips.acted(record);
     }
     return std::nullopt;
 }
@@ -141,63 +258,136 @@ std::optional<Refusal> Pipeline::runActivities(Work& work)
 FileResult Pipeline::publish(Work& work)
 {
     const FileOrder& order = work.order;
-    if (work.clip.linked.path == order.path && !work.source.isStillNamed()) {
-        m_files.remove(work.record.id);
-        return ended(FileResult::End::Later, "another file took its place while it was worked on");
-    }
+    const ClipRecord& record = work.record;
+    if (work.clip.linked.path == order.path && !work.source.isStillNamed())
+        return lookAgain(work, "another file took its place while it was worked on");
     OutputFacts facts;
-    facts.id = text::newGuid();
+    facts.id = record.guid;
     facts.created = text::isoTime(text::now());
     facts.ownerKind = order.ownerKind;
     facts.ownerId = order.ownerId;
     facts.ownerPath = order.ownerPath;
     facts.clip = work.clip;
     facts.profile = order.profile;
-    const std::string name = OutputArea::fileName(work.record.id, order.path);
-    std::string reason = m_outputs.prepare(order.ownerId, name, outputdocument::write(facts));
-    // The lock keeps a removal of the folder or the job from coming between the record and the file.
-    const auto lock = m_database.lock();
-    if (m_files.findDone(order.ownerId, order.path, work.record.checksum)) {
-        // Work that was interrupted and begun anew may come here twice.
-        m_outputs.abandon(order.ownerId, name);
-        m_files.remove(work.record.id);
-        return ended(FileResult::End::Known, "it was worked on before", work.record.stamp);
-    }
-    if (!reason.empty() || !m_files.move(work.record.id, FileState::Taken, FileState::Publishing, name)) {
-        m_outputs.abandon(order.ownerId, name);
-        m_files.remove(work.record.id);
-        if (!reason.empty())
-            m_errors.add("The output for " + order.path + " cannot be written: " + reason);
+    const auto reason = m_outputs.prepare(record.owner, record.output, outputdocument::write(facts));
+    if (!reason.empty()) {
+        m_outputs.abandon(record.owner, record.output);
+        m_errors.add("The output for " + order.path + " cannot be written: " + reason);
+        m_clips.wait(record.id);
         return ended(FileResult::End::Later, reason);
     }
-    reason = m_outputs.publish(order.ownerId, name);
-    if (!reason.empty())
-        m_errors.add("The output for " + order.path + " cannot be written: " + reason);
-    m_files.move(work.record.id, FileState::Publishing, FileState::Offered);
-    log::info("offered " + order.path + " as " + m_outputs.path(order.ownerId, name));
-    return ended(FileResult::End::Offered, {}, work.record.stamp);
+    if (!m_clips.publish(record.id)) {
+        // The folder or the job was removed meanwhile.
+        m_outputs.abandon(record.owner, record.output);
+        return ended(FileResult::End::Later, {});
+    }
+    return finish(record, order.willEnd);
+}
+
+/// Gives the document of a clip its name, unless it has it (or had it and was taken), and notes it.
+FileResult Pipeline::finish(const ClipRecord& clip, const std::function<void(const FileResult&)>& willEnd)
+{
+    std::string reason;
+    for (int attempt = 0; attempt < kAttempts && m_outputs.isPrepared(clip.owner, clip.output); ++attempt)
+        reason = m_outputs.publish(clip.owner, clip.output);
+    // Gone from its hidden place it got its name after all, or was removed with its folder or job.
+    if (!reason.empty() && m_outputs.isPrepared(clip.owner, clip.output)) {
+        m_errors.add("The output for " + clip.path + " cannot be written: " + reason);
+        return ended(FileResult::End::Publishing, reason, clip.stamp);
+    }
+    const FileResult result = ended(FileResult::End::Offered, {}, clip.stamp);
+    {
+        Transaction transaction(m_database);
+        if (!m_clips.offer(clip.id)) {
+            const auto now = m_clips.find(clip.id);
+            // Somebody else finished it, or its folder or job was removed.
+            return now ? ended(FileResult::End::Known, "it was worked on before", clip.stamp)
+                       : ended(FileResult::End::Later, {});
+        }
+        if (willEnd)
+            willEnd(result);
+        transaction.commit();
+    }
+    log::info("offered " + clip.path + " as " + m_outputs.path(clip.owner, clip.output));
+    return result;
+}
+
+void Pipeline::publishRest()
+{
+    for (const auto& clip : m_clips.inState(ClipState::Publishing))
+        finish(clip, {});
+}
+
+void Pipeline::noteTaken()
+{
+    const auto taken = m_outputs.takeTaken();
+    if (!taken.empty())
+        m_clips.take(taken);
+}
+
+void Pipeline::prune(std::int64_t now, const CancelToken& cancel)
+{
+    std::int64_t last = 0;
+    for (;;) {
+        const auto clips = m_clips.finished(last, kAtOnce);
+        for (const auto& clip : clips) {
+            last = clip.id;
+            struct stat facts
+            {
+            };
+            const std::string directory = clip.path.substr(0, clip.path.rfind('/'));
+            // A volume that is away takes its directories along; those files come back.
+            const bool isGone = ::stat(clip.path.c_str(), &facts) != 0 && errno == ENOENT &&
+                                ::stat(directory.c_str(), &facts) == 0;
+            if (*cancel)
+                return;
+            if (!isGone && clip.goneSince != 0)
+                m_clips.setGoneSince(clip.id, 0);
+            else if (isGone && clip.goneSince == 0)
+                m_clips.setGoneSince(clip.id, now);
+            else if (isGone && now - clip.goneSince > kKeptFor)
+                m_clips.forget(clip.id);
+        }
+        if (clips.empty())
+            return;
+    }
 }
 
 void Pipeline::recover()
 {
-    const auto lock = m_database.lock();
-    m_outputs.removeUnless(
-        [this](const std::string& owner, std::int64_t id) { return m_files.exists(owner, id); });
-    for (const auto& file : m_files.inState(FileState::Publishing)) {
-        if (m_outputs.isPrepared(file.owner, file.output)) {
-            if (const auto reason = m_outputs.publish(file.owner, file.output); !reason.empty()) {
-                m_errors.add("The output for " + file.path + " cannot be written: " + reason);
+    int count = 0;
+    const std::string kept = m_outputs.settle(
+        [this](const OutputArea::Key& key, const std::string& name) { return m_clips.owns(key, name); },
+        count);
+    if (!kept.empty())
+        m_errors.add(std::to_string(count) +
+                     " output documents of which the database knows nothing were kept in " + kept);
+    publishRest();
+    for (const auto state : {ClipState::Acting, ClipState::Waiting}) {
+        for (const auto& clip : m_clips.inState(state)) {
+            if (!clip.output.empty() && m_outputs.isPublished(clip.owner, clip.output)) {
+                finish(clip, {});
                 continue;
             }
+            if (!clip.scratch.empty())
+                ::unlink(clip.scratch.c_str());
+            if (!clip.output.empty())
+                m_outputs.abandon(clip.owner, clip.output);
+            if (clip.done == 0)
+                m_clips.forget(clip.id);
+            else
+                m_clips.wait(clip.id);
         }
-        m_files.move(file.id, FileState::Publishing, FileState::Offered);
     }
-    for (const auto& file : m_files.inState(FileState::Taken)) {
-        if (!file.scratch.empty())
-            ::unlink(file.scratch.c_str());
-        m_outputs.abandon(file.owner, OutputArea::fileName(file.id, file.path));
-        m_files.remove(file.id);
+    // The host may have taken clips while nobody looked.
+    const auto waiting = m_outputs.waiting();
+    std::vector<OutputArea::Key> taken;
+    for (const auto& clip : m_clips.inState(ClipState::Offered)) {
+        if (!std::binary_search(waiting.begin(), waiting.end(), OutputArea::Key(clip.owner, clip.id)))
+            taken.emplace_back(clip.owner, clip.id);
     }
+    if (!taken.empty())
+        m_clips.take(taken);
 }
 
 } // namespace krxservice

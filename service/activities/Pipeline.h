@@ -1,10 +1,11 @@
 #pragma once
 
 #include "base/CancelToken.h"
+#include "documents/ProfileDocument.h"
+#include "media/Clip.h"
 #include "media/OutputArea.h"
-#include "media/OutputDocument.h"
+#include "store/ClipStore.h"
 #include "store/ErrorStore.h"
-#include "store/FileStore.h"
 
 #include <functional>
 #include <optional>
@@ -12,29 +13,16 @@
 
 namespace krxservice {
 
-/// For whom a file is worked on.
-struct FileOrder
-{
-    std::string ownerKind; ///< "folder" or "job"
-    std::string ownerId;
-    std::string ownerPath;
-    std::string path;
-    ProfileRecipe profile;
-    CancelToken cancel;
-    std::function<void()> willAct;        ///< called before the first action of the profile begins
-    std::function<void(int)> progress;    ///< 0 to 100 over all actions
-    std::function<bool()> staysCancelled; ///< asked when cancelled: true when it is not to be tried again
-};
-
 /// How the work on a file ended.
 struct FileResult
 {
     enum class End {
-        Offered,  ///< an output document was published
-        Known,    ///< the same content was worked on before
-        Rejected, ///< no media
-        Failed,   ///< an action failed
-        Later,    ///< it changed, vanished or could not be judged: look again
+        Offered,    ///< an output document was published
+        Publishing, ///< all is done but the document could not get its name yet; publishRest() tries again
+        Known,      ///< the same content was worked on before
+        Rejected,   ///< no media
+        Failed,     ///< an action failed
+        Later,      ///< it changed, vanished or could not be judged: look again
         Cancelled
     };
 
@@ -43,18 +31,45 @@ struct FileResult
     std::optional<FileStamp> stamp; ///< of the file whose work is done; nothing for Later and Cancelled
 };
 
+/// For whom a file is worked on. The functions may be empty.
+struct FileOrder
+{
+    std::string ownerKind; ///< "folder" or "job"
+    std::string ownerId;
+    std::string ownerPath;
+    std::string path;
+    ProfileRecipe profile;
+    CancelToken cancel;
+    /// Called before the first action of the profile begins, within the transaction that notes it. Given the
+    /// job that showed the work before (or an empty text) it returns the one that shows it now.
+    std::function<std::string(const std::string& job)> willAct;
+    /// Called when the clip is offered or has failed, within the transaction that notes it.
+    std::function<void(const FileResult& result)> willEnd;
+    std::function<void(int)> progress;    ///< 0 to 100 over all actions
+    std::function<bool()> staysCancelled; ///< asked when cancelled: true when it is not to be tried again
+};
+
 /// Works on one file: tells what it is, runs the actions of the profile, publishes the output document.
 /// May be used on several threads, for different files.
 ///
-/// A record in the database goes with every step, so that after a crash at any moment each file is offered
-/// exactly once: work that had not reached its output is done again; a complete output document is published
-/// if its hidden file is still there and counts as published if it is not.
+/// A record in the database goes with every step, so that after a crash or a failure at any moment each clip
+/// is offered exactly once: finished actions are not done again; a complete output document is published if
+/// its hidden file is still there and counts as published if it is not. The record's identifiers are decided
+/// before anything is written, so whatever lies on the disk is found again by them.
 class Pipeline
 {
 public:
-    Pipeline(Database& database, FileStore& files, ErrorStore& errors, OutputArea& outputs);
+    Pipeline(Database& database, ClipStore& clips, ErrorStore& errors, OutputArea& outputs);
 
     FileResult process(const FileOrder& order);
+
+    /// Tries again to give names to the documents that could not get theirs.
+    void publishRest();
+    /// Notes which clips the host has taken.
+    void noteTaken();
+    /// Forgets finished clips whose files have been gone for 30 days at \a now (nanoseconds since 1970).
+    /// Returns when done or \a cancel was set.
+    void prune(std::int64_t now, const CancelToken& cancel);
 
     /// Brings what a crash left behind in order. Before any other work.
     void recover();
@@ -62,13 +77,21 @@ public:
 private:
     struct Work;
 
+    std::optional<FileResult> recognise(Work& work);
+    void dropOthers(const Work& work);
+    void goOn(Work& work);
+    void drop(const ClipRecord& clip);
     FileResult reject(const Work& work, const std::string& reason);
+    FileResult interrupted(Work& work);
+    FileResult fail(Work& work, const std::string& reason);
+    FileResult lookAgain(const Work& work, const std::string& reason);
     /// The reason why an action failed, or nothing.
     std::optional<Refusal> runActivities(Work& work);
     FileResult publish(Work& work);
+    FileResult finish(const ClipRecord& clip, const std::function<void(const FileResult&)>& willEnd);
 
     Database& m_database;
-    FileStore& m_files;
+    ClipStore& m_clips;
     ErrorStore& m_errors;
     OutputArea& m_outputs;
 };

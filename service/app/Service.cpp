@@ -18,7 +18,8 @@ namespace krxservice {
 
 namespace {
 
-constexpr std::size_t kLongestPath = 4095; ///< bytes, what the system takes
+constexpr std::size_t kLongestPath = 4095;                            ///< bytes, what the system takes
+constexpr std::int64_t kPruneEvery = 24LL * 60 * 60 * 1000 * 1000000; ///< nanoseconds
 
 Refusal noFolder()
 {
@@ -66,19 +67,28 @@ std::optional<Refusal> checkPath(const std::string& path)
 
 Service::Service(const Options& options)
     : m_dataFolder(text::canonicalPath(options.dataFolder))
-    , m_database(options.dataFolder + "/krx-service.db")
+    , m_keeper(options.dataFolder)
     , m_outputs(m_dataFolder + "/output")
-    , m_worker({m_folders, m_profiles, m_jobs, m_files, m_errors}, m_pipeline,
+    , m_worker({m_folders, m_profiles, m_jobs, m_errors}, m_pipeline,
                [this](const std::string& folderId, const std::string& path,
                       const std::optional<FileStamp>& stamp) {
                    onWatcher([=](Watcher& watcher) { watcher.fileDone(folderId, path, stamp); });
                })
+    , m_housekeeper({[this] { m_keeper.mend(m_errors); }, [this] { m_pipeline.publishRest(); },
+                     [this] { m_pipeline.noteTaken(); },
+                     [this] {
+                         if (const auto reason = m_keeper.save(m_folders, m_profiles); !reason.empty())
+                             m_errors.add("Folders and profiles cannot be kept a second time: " + reason);
+                     },
+                     [this] { prune(); }},
+                    options.rescanSeconds)
 {
+    m_keeper.restore(m_folders, m_profiles, m_errors);
     m_pipeline.recover();
     m_jobs.recover();
     ensureDefaultProfile();
     m_watcher = std::make_unique<Watcher>(
-        Watcher::Stores{m_folders, m_profiles, m_files, m_errors},
+        Watcher::Stores{m_folders, m_profiles, m_clips, m_errors},
         Watcher::Times{options.settleSeconds, options.rescanSeconds},
         [this](const std::string& folderId, const std::string& path) { m_worker.addFile(folderId, path); });
 }
@@ -99,6 +109,8 @@ void Service::start()
         if (job.state == jobstate::kSubmitted)
             m_worker.addJob(job.id);
     }
+    m_housekeeper.start();
+    m_housekeeper.poke();
 }
 
 void Service::stop()
@@ -110,6 +122,17 @@ void Service::stop()
     m_worker.stop();
     m_watchThread.quit();
     m_watchThread.wait();
+    m_housekeeper.stop();
+}
+
+/// Once a day.
+void Service::prune()
+{
+    const std::int64_t now = text::now();
+    if (m_pruned != 0 && now - m_pruned < kPruneEvery)
+        return;
+    m_pruned = now;
+    m_worker.addBackground([this, now](const CancelToken& cancel) { m_pipeline.prune(now, cancel); });
 }
 
 template <typename Function>
@@ -160,7 +183,8 @@ Outcome<answers::Folder> Service::folder(const std::string& id)
     return answers::Folder{*record, m_outputs.list(id)};
 }
 
-Outcome<std::string> Service::checkWatchPath(const std::string& path, const std::string& ownId)
+/// The canonical form of a directory that may be watched. Asks the disk, so never under a lock.
+Outcome<std::string> Service::lookAtWatchPath(const std::string& path) const
 {
     if (const auto refusal = checkPath(path))
         return *refusal;
@@ -178,9 +202,6 @@ Outcome<std::string> Service::checkWatchPath(const std::string& path, const std:
         return Refusal{400, "the path cannot be watched: " + text::errnoText(errno)};
     if (text::isBelow(canonical, m_dataFolder) || text::isBelow(m_dataFolder, canonical))
         return Refusal{400, "the directory holds the service's own data or is part of it"};
-    const auto twin = m_folders.findByCanonicalPath(canonical);
-    if (twin && twin->id != ownId)
-        return Refusal{409, "the directory is watched already"};
     return canonical;
 }
 
@@ -200,17 +221,21 @@ Outcome<std::string> Service::createFolder(const requests::Folder& request)
     folder.path = request.path.value_or(std::string());
     folder.profile = request.profile.value_or(std::string());
     folder.enabled = request.enabled.value_or(false);
-    const auto lock = m_database.lock();
-    const auto canonical = checkWatchPath(folder.path, {});
+    const auto canonical = lookAtWatchPath(folder.path);
     if (!canonical)
         return canonical.refusal();
     folder.canonical = *canonical;
-    if (const auto refusal = checkProfile(folder, {}))
-        return *refusal;
-    const auto id = m_folders.create(folder);
+    std::optional<std::string> id;
+    {
+        const auto lock = m_database.lock();
+        if (const auto refusal = checkProfile(folder, {}))
+            return *refusal;
+        id = m_folders.create(folder);
+    }
     if (!id)
         return Refusal{409, "the directory is watched already"};
     log::info("folder " + *id + " was made for " + folder.path);
+    m_housekeeper.poke();
     onWatcher([id = *id](Watcher& watcher) { watcher.folderChanged(id); });
     return *id;
 }
@@ -218,50 +243,95 @@ Outcome<std::string> Service::createFolder(const requests::Folder& request)
 Outcome<answers::Folder> Service::updateFolder(const std::string& id, const requests::Folder& request,
                                                bool reprocess)
 {
-    const auto lock = m_database.lock();
-    const auto before = m_folders.find(id);
-    if (!before)
+    const auto known = m_folders.find(id);
+    if (!known)
         return noFolder();
     if (request.id && *request.id != id)
         return Refusal{400, "the \"id\" in the document is another folder's"};
+    const bool moves = request.path && *request.path != known->path;
+    const auto canonical = moves ? lookAtWatchPath(*request.path) : Outcome<std::string>(known->canonical);
+    if (!canonical)
+        return canonical.refusal();
+    if (reprocess)
+        m_outputs.beginRemoval(id);
+    const auto folder = storeUpdate(id, request, *canonical, reprocess);
+    if (reprocess && folder)
+        m_outputs.endRemoval(id);
+    else if (reprocess)
+        m_outputs.undoRemoval(id);
+    if (!folder)
+        return folder.refusal();
+    if (!folder->enabled || moves)
+        m_worker.cancelFolder(id);
+    if (reprocess)
+        onWatcher([id](Watcher& watcher) { watcher.reprocess(id); });
+    m_housekeeper.poke();
+    onWatcher([id](Watcher& watcher) { watcher.folderChanged(id); });
+    return answers::Folder{*folder, m_outputs.list(id)};
+}
+
+Outcome<FolderRecord> Service::storeUpdate(const std::string& id, const requests::Folder& request,
+                                           const std::string& canonical, bool reprocess)
+{
+    Transaction transaction(m_database);
+    const auto before = m_folders.find(id);
+    if (!before)
+        return noFolder();
     FolderRecord folder = *before;
     folder.profile = request.profile.value_or(folder.profile);
     folder.enabled = request.enabled.value_or(folder.enabled);
     if (request.path && *request.path != before->path) {
-        const auto canonical = checkWatchPath(*request.path, id);
-        if (!canonical)
-            return canonical.refusal();
+        const auto twin = m_folders.findByCanonicalPath(canonical);
+        if (twin && twin->id != id)
+            return Refusal{409, "the directory is watched already"};
         folder.path = *request.path;
-        folder.canonical = *canonical;
+        folder.canonical = canonical;
     }
     if (const auto refusal = checkProfile(folder, before->profile))
         return *refusal;
-    Transaction transaction(m_database);
     m_folders.update(folder);
     if (reprocess)
-        m_files.forget(id);
+        m_clips.forgetAll(id);
     transaction.commit();
-    if (reprocess) {
-        m_outputs.removeAll(id);
-        onWatcher([id](Watcher& watcher) { watcher.reprocess(id); });
+    return folder;
+}
+
+/// Documents that wait are out of sight while the records go, and gone for good when they are gone.
+template <typename Function>
+bool Service::withRemoval(const std::string& owner, Function remove)
+{
+    m_outputs.beginRemoval(owner);
+    try {
+        Transaction transaction(m_database);
+        if (remove()) {
+            transaction.commit();
+            m_outputs.endRemoval(owner);
+            return true;
+        }
+    } catch (const DatabaseError&) {
+        m_outputs.undoRemoval(owner);
+        throw;
     }
-    if (!folder.enabled)
-        m_worker.cancelFolder(id);
-    onWatcher([id](Watcher& watcher) { watcher.folderChanged(id); });
-    return answers::Folder{folder, m_outputs.list(id)};
+    m_outputs.undoRemoval(owner);
+    return false;
 }
 
 std::optional<Refusal> Service::deleteFolder(const std::string& id)
 {
-    const auto lock = m_database.lock();
-    Transaction transaction(m_database);
-    if (!m_folders.remove(id))
+    if (!m_folders.find(id))
         return noFolder();
-    m_files.forget(id);
-    transaction.commit();
-    m_outputs.removeAll(id);
+    const bool removed = withRemoval(id, [&] {
+        if (!m_folders.remove(id))
+            return false;
+        m_clips.forgetAll(id);
+        m_jobs.removeOfFolder(id);
+        return true;
+    });
+    if (!removed)
+        return noFolder();
     m_worker.cancelFolder(id);
     log::info("folder " + id + " was removed");
+    m_housekeeper.poke();
     onWatcher([id](Watcher& watcher) { watcher.folderChanged(id); });
     return std::nullopt;
 }
@@ -289,20 +359,20 @@ Outcome<std::string> Service::createProfile(const std::string& body)
         return profile.refusal();
     if (!m_profiles.create(*profile))
         return Refusal{409, "a profile of this name exists already"};
+    m_housekeeper.poke();
     log::info("profile " + profile->id + " was made: " + profile->name);
     return profile->id;
 }
 
 std::optional<Refusal> Service::deleteProfile(const std::string& id)
 {
-    const auto lock = m_database.lock();
     const auto profile = m_profiles.find(id);
-    if (!profile)
-        return noProfile();
-    if (profile->name == profiledocument::kDefaultName)
+    if (profile && profile->name == profiledocument::kDefaultName)
         return Refusal{409, "the Default Profile cannot be deleted"};
-    m_profiles.remove(id);
+    if (!profile || !m_profiles.remove(id))
+        return noProfile();
     log::info("profile " + id + " was removed: " + profile->name);
+    m_housekeeper.poke();
     onWatcher([](Watcher& watcher) { watcher.profilesChanged(); });
     return std::nullopt;
 }
@@ -362,16 +432,23 @@ Outcome<answers::Job> Service::submitJob(const requests::JobSubmission& request)
 
 bool Service::applyState(const JobRecord& job, const std::string& state)
 {
-    const auto lock = m_database.lock();
     if (state == jobstate::kCancelled) {
+        Transaction transaction(m_database);
         if (!m_jobs.move(job.id, {jobstate::kSubmitted, jobstate::kRunning}, state))
             return false;
+        if (!job.manual)
+            m_clips.giveUp(job.groupId, job.path);
+        transaction.commit();
         m_worker.cancelJob(job.id);
         return true;
     }
-    if (!m_jobs.move(job.id, {jobstate::kCancelled, jobstate::kFailed}, state))
-        return false;
-    m_files.forgetFailed(job.manual ? job.id : job.groupId, job.manual ? std::string() : job.path);
+    {
+        Transaction transaction(m_database);
+        if (!m_jobs.move(job.id, {jobstate::kCancelled, jobstate::kFailed}, state))
+            return false;
+        m_clips.retry(job.manual ? job.id : job.groupId, job.manual ? std::string() : job.path);
+        transaction.commit();
+    }
     if (job.manual)
         m_worker.addJob(job.id);
     else
@@ -402,18 +479,18 @@ Outcome<answers::Job> Service::changeJob(const std::string& id, const std::strin
 
 std::optional<Refusal> Service::deleteJob(const std::string& id)
 {
-    const auto lock = m_database.lock();
     const auto job = m_jobs.find(id);
     if (!job)
         return noJob();
     m_worker.cancelJob(id);
-    Transaction transaction(m_database);
-    m_jobs.remove(id);
-    if (job->manual)
-        m_files.forget(id);
-    transaction.commit();
-    if (job->manual)
-        m_outputs.removeAll(id);
+    if (job->manual) {
+        withRemoval(id, [&] {
+            m_clips.forgetAll(id);
+            return m_jobs.remove(id);
+        });
+    } else {
+        m_jobs.remove(id);
+    }
     log::info("job " + id + " was removed");
     return std::nullopt;
 }

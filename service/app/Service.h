@@ -1,13 +1,15 @@
 #pragma once
 
 #include "activities/Pipeline.h"
+#include "app/DataKeeper.h"
+#include "app/Housekeeper.h"
 #include "base/Options.h"
 #include "documents/Answers.h"
 #include "documents/Requests.h"
 #include "media/OutputArea.h"
 #include "queue/Worker.h"
+#include "store/ClipStore.h"
 #include "store/ErrorStore.h"
-#include "store/FileStore.h"
 #include "store/FolderStore.h"
 #include "store/JobStore.h"
 #include "store/ProfileStore.h"
@@ -66,26 +68,34 @@ public:
     void deviceChanged(const requests::DeviceStatus& status);
 
 private:
-    Outcome<std::string> checkWatchPath(const std::string& path, const std::string& ownId);
+    Outcome<std::string> lookAtWatchPath(const std::string& path) const;
+    Outcome<FolderRecord> storeUpdate(const std::string& id, const requests::Folder& request,
+                                      const std::string& canonical, bool reprocess);
+    template <typename Function>
+    bool withRemoval(const std::string& owner, Function remove);
     std::optional<Refusal> checkProfile(const FolderRecord& folder, const std::string& profileBefore);
     void ensureDefaultProfile();
     bool applyState(const JobRecord& job, const std::string& state);
     answers::Job withOutputs(const JobRecord& job);
+    void prune();
     template <typename Function>
     void onWatcher(Function function);
 
     std::string m_dataFolder;
-    Database m_database;
+    DataKeeper m_keeper;
+    Database& m_database{m_keeper.database()};
     FolderStore m_folders{m_database};
     ProfileStore m_profiles{m_database};
     JobStore m_jobs{m_database};
-    FileStore m_files{m_database};
+    ClipStore m_clips{m_database};
     ErrorStore m_errors{m_database};
     OutputArea m_outputs;
-    Pipeline m_pipeline{m_database, m_files, m_errors, m_outputs};
+    Pipeline m_pipeline{m_database, m_clips, m_errors, m_outputs};
     Worker m_worker;
     QThread m_watchThread;
     std::unique_ptr<Watcher> m_watcher;
+    Housekeeper m_housekeeper;
+    std::int64_t m_pruned = 0; ///< when, nanoseconds since 1970; used by the housekeeper alone
 };
 
 } // namespace krxservice

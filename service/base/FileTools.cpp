@@ -159,7 +159,8 @@ Descriptor& Descriptor::operator=(Descriptor&& other) noexcept
 
 FileStamp stampOf(const struct stat& facts)
 {
-    return {facts.st_size, nanoseconds(facts.st_mtim)};
+    return {facts.st_size, nanoseconds(facts.st_mtim), nanoseconds(facts.st_ctim),
+            static_cast<std::int64_t>(facts.st_ino)};
 }
 
 std::optional<FileStamp> stampOf(const std::string& path)
@@ -275,6 +276,12 @@ int writeAll(int file, std::string_view content)
         content.remove_prefix(static_cast<std::size_t>(put));
     }
     return 0;
+}
+
+std::string syncFile(const std::string& path)
+{
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    return !file.isOpen() || ::fsync(file.get()) != 0 ? path + ": " + text::errnoText(errno) : std::string();
 }
 
 std::string writeNewFile(const std::string& path, const std::string& content)

@@ -79,6 +79,9 @@ std::string makeDirectories(const std::string& directory);
 /// Writes the names in \a directory to the disk; an empty text or the reason.
 std::string syncDirectory(const std::string& directory);
 
+/// Writes the content of a file to the disk; an empty text or the reason.
+std::string syncFile(const std::string& path);
+
 /// Writes \a content to a file that must not exist yet, which only its owner may read, and to the disk; an
 /// empty text or the reason, and then what was written is removed.
 std::string writeNewFile(const std::string& path, const std::string& content);

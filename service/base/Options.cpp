@@ -91,6 +91,10 @@ Outcome<Options> Options::parse(const std::vector<std::string>& arguments)
             options.wish = Wish::Version;
             return options;
         }
+        if (name == "--check") {
+            options.wish = Wish::Check;
+            continue;
+        }
         std::optional<std::string> value;
         if (const auto equals = name.find('='); equals != std::string::npos) {
             value = name.substr(equals + 1);
@@ -119,12 +123,14 @@ std::string Options::helpText()
            "                     ($XDG_DATA_HOME/krx-service or ~/.local/share/krx-service)\n"
            "  --settle SECONDS   how long a file must stand still before it is taken (2)\n"
            "  --rescan SECONDS   how often the watched folders are read again (10)\n"
+           "  --check            look whether all records and outputs in DIR agree, and end; changes "
+           "nothing\n"
            "  --help             show this text\n"
            "  --version          show the version\n"
            "\n"
            "When it is ready it prints \"listening on http://127.0.0.1:PORT\". SIGTERM ends it.\n"
            "It ends with 0 when told to, 2 for a wrong command line, 3 when the port or the data\n"
-           "folder is in use by another instance, 1 for every other failure.\n";
+           "folder is in use by another instance, 1 for every other failure (and for what --check finds).\n";
 }
 
 } // namespace krxservice

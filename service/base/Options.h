@@ -10,7 +10,7 @@ namespace krxservice {
 /// What the command line says.
 struct Options
 {
-    enum class Wish { Run, Help, Version };
+    enum class Wish { Run, Check, Help, Version };
 
     Wish wish = Wish::Run;
     int port = 58885;          ///< 0 lets the system choose one

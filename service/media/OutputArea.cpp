@@ -1,5 +1,6 @@
 #include "media/OutputArea.h"
 
+#include "base/Aside.h"
 #include "base/FileTools.h"
 #include "base/Text.h"
 
@@ -11,12 +12,16 @@
 #include <cstdlib>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 namespace krxservice {
 
 namespace {
 
 constexpr char kSuffix[] = ".xel";
+constexpr char kHiddenSuffix[] = ".tmp";
+constexpr char kJobs[] = "/jobs";
+constexpr char kRemoval[] = ".removed-";  ///< before the name of an owner whose documents go
 constexpr std::size_t kLongestBase = 150; ///< bytes of the source's name that the output's name keeps
 
 std::vector<std::string> namesIn(const std::string& directory)
@@ -28,9 +33,38 @@ std::vector<std::string> namesIn(const std::string& directory)
     return names;
 }
 
+std::int64_t idOf(const std::string& name)
+{
+    return std::strtoll(name.c_str(), nullptr, 10);
+}
+
+bool isThere(const std::string& path)
+{
+    return ::access(path.c_str(), F_OK) == 0;
+}
+
 bool isOutput(const std::string& name)
 {
     return name.size() > 4 && name[0] != '.' && name.compare(name.size() - 4, 4, kSuffix) == 0;
+}
+
+/// The name that a document has or will have once it is published.
+std::string visible(const std::string& name)
+{
+    constexpr std::size_t kAdded = sizeof kHiddenSuffix; // and the dot in front
+    if (name.size() > kAdded && name[0] == '.' &&
+        name.compare(name.size() - (kAdded - 1), kAdded - 1, kHiddenSuffix) == 0)
+        return name.substr(1, name.size() - kAdded);
+    return name;
+}
+
+void removeDirectory(const std::string& directory)
+{
+    for (const auto& name : namesIn(directory)) {
+        if (name != "." && name != "..")
+            ::unlink((directory + '/' + name).c_str());
+    }
+    ::rmdir(directory.c_str());
 }
 
 } // namespace
@@ -38,22 +72,28 @@ bool isOutput(const std::string& name)
 OutputArea::OutputArea(std::string root)
     : m_root(std::move(root))
 {
-    const std::string jobs = m_root + "/jobs";
-    if (const auto reason = filetools::makeDirectories(jobs); !reason.empty())
+    if (const auto reason = filetools::makeDirectories(m_root + kJobs); !reason.empty())
         throw std::runtime_error(reason);
-    load(m_root);
-    load(jobs);
+    load();
 }
 
-void OutputArea::load(const std::string& directory)
+void OutputArea::load()
 {
-    for (const auto& owner : namesIn(directory)) {
-        if (!text::isLegalId(owner) || owner == "jobs")
-            continue;
-        for (const auto& name : namesIn(directory + '/' + owner)) {
-            if (isOutput(name))
-                m_index[owner][std::strtoll(name.c_str(), nullptr, 10)] = name;
+    const std::lock_guard lock(m_mutex);
+    m_index.clear();
+    for (const auto& place : {m_root, m_root + kJobs}) {
+        for (const auto& owner : namesIn(place)) {
+            if (text::isLegalId(owner) && owner != kJobs + 1)
+                load(owner);
         }
+    }
+}
+
+void OutputArea::load(const std::string& owner)
+{
+    for (const auto& name : namesIn(directory(owner))) {
+        if (isOutput(name))
+            m_index[owner][idOf(name)] = name;
     }
 }
 
@@ -71,7 +111,12 @@ std::string OutputArea::fileName(std::int64_t id, const std::string& source)
 
 std::string OutputArea::directory(const std::string& owner) const
 {
-    return m_root + (owner[0] == 'j' ? "/jobs/" : "/") + owner;
+    return m_root + (owner[0] == 'j' ? kJobs : "") + '/' + owner;
+}
+
+std::string OutputArea::removalPlace(const std::string& owner) const
+{
+    return m_root + '/' + kRemoval + owner;
 }
 
 std::string OutputArea::path(const std::string& owner, const std::string& name) const
@@ -81,13 +126,14 @@ std::string OutputArea::path(const std::string& owner, const std::string& name) 
 
 std::string OutputArea::hiddenPath(const std::string& owner, const std::string& name) const
 {
-    return directory(owner) + "/." + name + ".tmp";
+    return directory(owner) + "/." + name + kHiddenSuffix;
 }
 
 std::string OutputArea::prepare(const std::string& owner, const std::string& name,
                                 const std::string& document)
 {
     std::string reason = filetools::makeDirectories(directory(owner));
+    abandon(owner, name); // of an interrupted run
     if (reason.empty())
         reason = filetools::writeNewFile(hiddenPath(owner, name), document);
     return reason.empty() ? filetools::syncDirectory(directory(owner)) : reason;
@@ -98,13 +144,18 @@ std::string OutputArea::publish(const std::string& owner, const std::string& nam
     const std::lock_guard lock(m_mutex);
     if (::rename(hiddenPath(owner, name).c_str(), path(owner, name).c_str()) != 0)
         return path(owner, name) + ": " + text::errnoText(errno);
-    m_index[owner][std::strtoll(name.c_str(), nullptr, 10)] = name;
+    m_index[owner][idOf(name)] = name;
     return filetools::syncDirectory(directory(owner));
 }
 
 bool OutputArea::isPrepared(const std::string& owner, const std::string& name) const
 {
-    return ::access(hiddenPath(owner, name).c_str(), F_OK) == 0;
+    return isThere(hiddenPath(owner, name));
+}
+
+bool OutputArea::isPublished(const std::string& owner, const std::string& name) const
+{
+    return isThere(path(owner, name));
 }
 
 void OutputArea::abandon(const std::string& owner, const std::string& name)
@@ -112,27 +163,32 @@ void OutputArea::abandon(const std::string& owner, const std::string& name)
     ::unlink(hiddenPath(owner, name).c_str());
 }
 
-void OutputArea::dropTaken(const std::string& owner, Names& names)
+std::vector<std::string> OutputArea::present(const std::string& owner, Names& names)
 {
+    std::vector<std::string> paths;
     for (auto it = names.begin(); it != names.end();) {
-        if (::access(path(owner, it->second).c_str(), F_OK) == 0)
-            ++it;
-        else
+        const std::string document = path(owner, it->second);
+        if (isThere(document)) {
+            paths.push_back(document);
+        } else if (errno == ENOENT && isThere(directory(owner))) {
+            m_taken.emplace_back(owner, it->first);
             it = names.erase(it);
+            continue;
+        }
+        // Anything else says nothing about the document: it cannot be offered now, and may be later.
+        ++it;
     }
+    return paths;
 }
 
 std::vector<std::string> OutputArea::list(const std::string& owner)
 {
     const std::lock_guard lock(m_mutex);
-    std::vector<std::string> paths;
     const auto found = m_index.find(owner);
     if (found == m_index.end())
-        return paths;
-    dropTaken(owner, found->second);
-    for (const auto& [id, name] : found->second)
-        paths.push_back(path(owner, name));
-    if (paths.empty())
+        return {};
+    auto paths = present(owner, found->second);
+    if (found->second.empty())
         m_index.erase(found);
     return paths;
 }
@@ -142,43 +198,95 @@ std::vector<std::string> OutputArea::readyFolders()
     const std::lock_guard lock(m_mutex);
     std::vector<std::string> owners;
     for (auto it = m_index.begin(); it != m_index.end();) {
-        dropTaken(it->first, it->second);
-        if (it->second.empty()) {
-            it = m_index.erase(it);
-            continue;
-        }
-        if (it->first[0] == 'f')
+        const bool isReady = !present(it->first, it->second).empty();
+        if (isReady && it->first[0] == 'f')
             owners.push_back(it->first);
-        ++it;
+        it = it->second.empty() ? m_index.erase(it) : std::next(it);
     }
     return owners;
 }
 
-void OutputArea::removeUnless(const std::function<bool(const std::string& owner, std::int64_t id)>& isWanted)
+std::vector<OutputArea::Key> OutputArea::waiting()
 {
     const std::lock_guard lock(m_mutex);
-    for (auto& [owner, names] : m_index) {
-        for (auto it = names.begin(); it != names.end();) {
-            if (isWanted(owner, it->first)) {
-                ++it;
-                continue;
-            }
-            ::unlink(path(owner, it->second).c_str());
-            it = names.erase(it);
-        }
+    std::vector<Key> keys;
+    for (const auto& [owner, names] : m_index) {
+        for (const auto& [id, name] : names)
+            keys.emplace_back(owner, id);
     }
+    return keys;
 }
 
-void OutputArea::removeAll(const std::string& owner)
+std::vector<OutputArea::Key> OutputArea::takeTaken()
+{
+    readyFolders();
+    const std::lock_guard lock(m_mutex);
+    return std::exchange(m_taken, {});
+}
+
+void OutputArea::beginRemoval(const std::string& owner)
 {
     const std::lock_guard lock(m_mutex);
-    const std::string place = directory(owner);
-    for (const auto& name : namesIn(place)) {
-        if (name != "." && name != "..")
-            ::unlink((place + '/' + name).c_str());
-    }
-    ::rmdir(place.c_str());
+    removeDirectory(removalPlace(owner));
+    ::rename(directory(owner).c_str(), removalPlace(owner).c_str());
     m_index.erase(owner);
+}
+
+void OutputArea::endRemoval(const std::string& owner)
+{
+    const std::lock_guard lock(m_mutex);
+    removeDirectory(removalPlace(owner));
+}
+
+void OutputArea::undoRemoval(const std::string& owner)
+{
+    const std::lock_guard lock(m_mutex);
+    const std::string from = removalPlace(owner);
+    for (const auto& name : namesIn(from)) {
+        if (name == "." || name == "..")
+            continue;
+        filetools::makeDirectories(directory(owner));
+        filetools::renameNoReplace(from + '/' + name, directory(owner) + '/' + name);
+    }
+    ::rmdir(from.c_str());
+    load(owner);
+}
+
+std::string OutputArea::settle(const IsKnown& isKnown, int& count)
+{
+    count = 0;
+    for (const auto& name : namesIn(m_root)) {
+        if (name.rfind(kRemoval, 0) != 0)
+            continue;
+        const std::string owner = name.substr(sizeof kRemoval - 1);
+        for (const auto& document : namesIn(m_root + '/' + name)) {
+            if (document != "." && document != ".." &&
+                !isKnown({owner, idOf(visible(document))}, visible(document)))
+                ::unlink((m_root + '/' + name + '/' + document).c_str());
+        }
+        undoRemoval(owner);
+    }
+    std::string kept;
+    for (const auto& place : {m_root, m_root + kJobs}) {
+        for (const auto& owner : namesIn(place)) {
+            if (!text::isLegalId(owner) || owner == kJobs + 1)
+                continue;
+            for (const auto& name : namesIn(directory(owner))) {
+                const std::string document = visible(name);
+                if (!isOutput(document) || isKnown({owner, idOf(document)}, document))
+                    continue;
+                if (kept.empty())
+                    kept = aside::nameFor(m_root, "kept");
+                filetools::makeDirectories(kept + '/' + owner);
+                const std::string to = kept + '/' + owner + '/' + document;
+                if (filetools::renameNoReplace(directory(owner) + '/' + name, to) == 0)
+                    ++count;
+            }
+            ::rmdir(directory(owner).c_str());
+        }
+    }
+    load();
+    return kept;
 }
 
 } // namespace krxservice

@@ -5,6 +5,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace krxservice {
@@ -15,11 +16,14 @@ namespace krxservice {
 class OutputArea
 {
 public:
+    using Key = std::pair<std::string, std::int64_t>; ///< owner and id of the clip's record
+    using IsKnown = std::function<bool(const Key& key, const std::string& name)>;
+
     /// Reads what waits there already. \a root is made when missing; throws std::runtime_error when it
     /// cannot.
     explicit OutputArea(std::string root);
 
-    /// The file name of the output of file record \a id, made from \a source.
+    /// The file name of the output of the clip \a id, made from \a source.
     static std::string fileName(std::int64_t id, const std::string& source);
 
     /// Writes a document to its hidden place and to the disk. An empty text or the reason.
@@ -31,15 +35,29 @@ public:
     /// Removes a document that was prepared and not published.
     void abandon(const std::string& owner, const std::string& name);
 
+    /// True when a document has its final name and was not taken.
+    bool isPublished(const std::string& owner, const std::string& name) const;
+
     /// The paths of the documents that wait for \a owner, in the order they were made.
     std::vector<std::string> list(const std::string& owner);
     /// The folders for which at least one document waits, in the order of their ids.
     std::vector<std::string> readyFolders();
-    /// Removes all documents of \a owner.
-    void removeAll(const std::string& owner);
+    /// Owner and id of all documents that were published and not seen to be taken.
+    std::vector<Key> waiting();
+    /// Those that were seen to be taken since this was last asked, also by way of a look at all of them now.
+    std::vector<Key> takeTaken();
 
-    /// Removes the published documents that \a isWanted denies, by owner and id of the file record.
-    void removeUnless(const std::function<bool(const std::string& owner, std::int64_t id)>& isWanted);
+    /// All documents of \a owner are about to be removed: they are out of sight from now on.
+    void beginRemoval(const std::string& owner);
+    /// Removes them for good.
+    void endRemoval(const std::string& owner);
+    /// They are not to be removed after all.
+    void undoRemoval(const std::string& owner);
+
+    /// Brings in order what lay here before the start. Documents that \a isKnown denies are never deleted but
+    /// kept in a directory of their own, whose path is returned (empty when there were none) with their
+    /// number in \a count; only of those whose removal was begun they are what is left of it.
+    std::string settle(const IsKnown& isKnown, int& count);
 
     /// The path of a document.
     std::string path(const std::string& owner, const std::string& name) const;
@@ -50,11 +68,15 @@ private:
     std::string directory(const std::string& owner) const;
     std::string hiddenPath(const std::string& owner, const std::string& name) const;
     void load(const std::string& directory);
-    void dropTaken(const std::string& owner, Names& names);
+    void load();
+    std::string removalPlace(const std::string& owner) const;
+    /// Those of \a names that are on the disk; notes those that were taken.
+    std::vector<std::string> present(const std::string& owner, Names& names);
 
     std::string m_root;
-    std::mutex m_mutex;
+    mutable std::mutex m_mutex;
     std::map<std::string, Names> m_index;
+    std::vector<Key> m_taken;
 };
 
 } // namespace krxservice

@@ -16,6 +16,14 @@ namespace {
 /// What the service can still do about a job in these states.
 const std::vector<std::string> kRunningOnly = {jobstate::kRunning};
 
+/// True when \a path lies in \a folder, which may end in slashes. A folder may have moved on since.
+bool isIn(const std::string& path, std::string folder)
+{
+    while (folder.size() > 1 && folder.back() == '/')
+        folder.pop_back();
+    return text::isBelow(path, folder);
+}
+
 } // namespace
 
 Worker::Worker(const Stores& stores, Pipeline& pipeline, FileDone fileDone)
@@ -42,6 +50,9 @@ void Worker::stop()
         const std::lock_guard lock(m_mutex);
         m_stopping = true;
         m_queue.clear();
+        m_queued.clear();
+        m_background.clear();
+        *m_backgroundCancel = true;
         for (auto& task : m_running)
             *task.cancel = true;
     }
@@ -67,20 +78,51 @@ void Worker::add(Task task)
         const std::lock_guard lock(m_mutex);
         if (m_stopping)
             return;
-        m_queue.push_back(std::move(task));
+        const std::string key = keyOf(task);
+        if (m_queued.insert(key).second) {
+            m_queue.push_back(std::move(task));
+        } else if (!task.folderId.empty() && !task.jobId.empty()) {
+            std::find_if(m_queue.begin(), m_queue.end(), [&](const Task& other) {
+                return keyOf(other) == key;
+            })->jobId = task.jobId;
+        }
     }
     m_wake.notify_one();
 }
 
+void Worker::addBackground(std::function<void(const CancelToken& cancel)> work)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_stopping)
+            return;
+        m_background.push_back(std::move(work));
+    }
+    m_wake.notify_one();
+}
+
+std::string Worker::keyOf(const Task& task)
+{
+    return task.folderId.empty() ? task.jobId : task.folderId + '/' + task.path;
+}
+
 template <typename Matches>
-void Worker::cancelWhere(Matches matches)
+std::vector<Worker::Task> Worker::cancelWhere(Matches matches)
 {
     const std::lock_guard lock(m_mutex);
-    m_queue.erase(std::remove_if(m_queue.begin(), m_queue.end(), matches), m_queue.end());
+    std::vector<Task> waiting;
+    const auto out = std::stable_partition(m_queue.begin(), m_queue.end(),
+                                           [&](const Task& task) { return !matches(task); });
+    for (auto task = out; task != m_queue.end(); ++task) {
+        m_queued.erase(keyOf(*task));
+        waiting.push_back(std::move(*task));
+    }
+    m_queue.erase(out, m_queue.end());
     for (auto& task : m_running) {
         if (matches(task))
             *task.cancel = true;
     }
+    return waiting;
 }
 
 void Worker::cancelJob(const std::string& jobId)
@@ -90,7 +132,11 @@ void Worker::cancelJob(const std::string& jobId)
 
 void Worker::cancelFolder(const std::string& folderId)
 {
-    cancelWhere([&](const Task& task) { return task.folderId == folderId; });
+    // Nobody comes back to the jobs of files that were to be tried again.
+    for (const auto& task : cancelWhere([&](const Task& task) { return task.folderId == folderId; })) {
+        if (!task.jobId.empty())
+            m_stores.jobs.remove(task.jobId);
+    }
 }
 
 bool Worker::isActive()
@@ -99,26 +145,61 @@ bool Worker::isActive()
     return !m_queue.empty() || !m_running.empty();
 }
 
+/// The first task whose like is not being performed. A folder whose profile changed reports files that are
+/// still being worked on, and a job may be submitted again while its interrupted run is coming to its end.
+std::deque<Worker::Task>::iterator Worker::nextTask()
+{
+    return std::find_if(m_queue.begin(), m_queue.end(), [this](const Task& task) {
+        return std::none_of(m_running.begin(), m_running.end(),
+                            [&](const Task& running) { return keyOf(task) == keyOf(running); });
+    });
+}
+
 void Worker::run()
 {
     std::unique_lock lock(m_mutex);
-    for (;;) {
-        m_wake.wait(lock, [this] { return m_stopping || !m_queue.empty(); });
-        if (m_stopping)
-            return;
-        Task task = std::move(m_queue.front());
-        m_queue.pop_front();
-        m_running.push_back(task);
-        lock.unlock();
-        try {
-            perform(task);
-        } catch (const std::exception& failure) {
-            giveUp(task, failure.what());
-        }
-        lock.lock();
-        m_running.erase(std::find_if(m_running.begin(), m_running.end(),
-                                     [&](const Task& other) { return other.cancel == task.cancel; }));
+    while (!m_stopping) {
+        if (const auto next = nextTask(); next != m_queue.end())
+            runTask(lock, next);
+        else if (!m_background.empty() && !m_inBackground)
+            runBackground(lock);
+        else
+            m_wake.wait(lock);
     }
+}
+
+void Worker::runTask(std::unique_lock<std::mutex>& lock, std::deque<Task>::iterator next)
+{
+    Task task = std::move(*next);
+    m_queue.erase(next);
+    m_queued.erase(keyOf(task));
+    m_running.push_back(task);
+    lock.unlock();
+    try {
+        perform(task);
+    } catch (const std::exception& failure) {
+        giveUp(task, failure.what());
+    }
+    lock.lock();
+    m_running.erase(std::find_if(m_running.begin(), m_running.end(),
+                                 [&](const Task& other) { return other.cancel == task.cancel; }));
+    m_wake.notify_all();
+}
+
+void Worker::runBackground(std::unique_lock<std::mutex>& lock)
+{
+    const auto work = std::move(m_background.front());
+    m_background.pop_front();
+    m_inBackground = true;
+    lock.unlock();
+    try {
+        work(m_backgroundCancel);
+    } catch (const std::exception& failure) {
+        log::error(std::string("work in the background was given up: ") + failure.what());
+    }
+    lock.lock();
+    m_inBackground = false;
+    m_wake.notify_all();
 }
 
 void Worker::giveUp(const Task& task, const std::string& reason)
@@ -143,66 +224,70 @@ void Worker::perform(Task& task)
 
 void Worker::performFile(Task& task)
 {
-    {
-        // A folder whose profile changed may report a file that is still being worked on.
-        const std::lock_guard lock(m_mutex);
-        const auto twin = [&](const Task& other) {
-            return other.cancel != task.cancel && other.folderId == task.folderId && other.path == task.path;
-        };
-        if (std::any_of(m_running.begin(), m_running.end(), twin))
-            *task.cancel = true;
-    }
-    const bool wasRetried = !task.jobId.empty();
     const FileResult result = *task.cancel ? FileResult() : processForFolder(task);
-    if (result.end == FileResult::End::Failed)
-        m_stores.errors.add(result.text);
-    endFolderJob(task, result, wasRetried);
     m_fileDone(task.folderId, task.path, result.stamp);
 }
 
 FileResult Worker::processForFolder(Task& task)
 {
+    const bool wasRetried = !task.jobId.empty();
     const auto folder = m_stores.folders.find(task.folderId);
     const auto profile = folder && folder->enabled ? m_stores.profiles.find(folder->profile) : std::nullopt;
-    if (!profile)
-        return {};
-    const auto recipe = profiledocument::recipe(*profile);
-    if (!recipe) {
+    const auto recipe =
+        profile ? profiledocument::recipe(*profile) : Refusal{404, "its profile does not exist any more"};
+    FileResult result;
+    bool isEnded = false;
+    if (profile && !recipe) {
         m_stores.errors.add("The profile " + profile->name + " cannot be read: " + recipe.refusal().text);
-        return {};
+    } else if (profile && isIn(task.path, folder->path)) {
+        FileOrder order;
+        order.ownerKind = "folder";
+        order.ownerId = folder->id;
+        order.ownerPath = folder->path;
+        order.path = task.path;
+        order.profile = *recipe;
+        order.cancel = task.cancel;
+        order.willAct = [&](const std::string& former) { return showJob(task, *folder, former); };
+        order.willEnd = [&](const FileResult& end) {
+            endFolderJob(task, end, wasRetried);
+            isEnded = true;
+        };
+        order.progress = [&](int percent) { m_stores.jobs.setPercent(task.jobId, percent); };
+        order.staysCancelled = [&] {
+            const auto job = m_stores.jobs.find(task.jobId);
+            return job && job->state == jobstate::kCancelled;
+        };
+        result = m_pipeline.process(order);
     }
-    FileOrder order;
-    order.ownerKind = "folder";
-    order.ownerId = folder->id;
-    order.ownerPath = folder->path;
-    order.path = task.path;
-    order.profile = *recipe;
-    order.cancel = task.cancel;
-    order.willAct = [&] {
-        if (!task.jobId.empty()) {
-            m_stores.jobs.move(task.jobId, {jobstate::kSubmitted}, jobstate::kRunning);
-            return;
-        }
+    if (!isEnded)
+        endFolderJob(task, result, wasRetried);
+    return result;
+}
+
+/// The job that shows the work on a file: the one that is tried again, the one that an interrupted run left,
+/// or a new one.
+std::string Worker::showJob(Task& task, const FolderRecord& folder, const std::string& former)
+{
+    std::string id = task.jobId.empty() ? former : task.jobId;
+    const auto present = id.empty() ? std::nullopt : m_stores.jobs.find(id);
+    if (present && present->state == jobstate::kSubmitted)
+        m_stores.jobs.move(id, {jobstate::kSubmitted}, jobstate::kRunning);
+    if (!present || jobstate::isFinal(present->state)) {
         JobRecord job;
         job.path = task.path;
-        job.profile = profile->id;
-        job.groupId = folder->id;
-        job.groupName = text::baseName(folder->path);
+        job.profile = folder.profile;
+        job.groupId = folder.id;
+        job.groupName = text::baseName(folder.path);
         job.state = jobstate::kRunning;
-        const std::string id = m_stores.jobs.create(job);
-        const std::lock_guard lock(m_mutex);
-        task.jobId = id;
-        for (auto& running : m_running) {
-            if (running.cancel == task.cancel)
-                running.jobId = id;
-        }
-    };
-    order.progress = [&](int percent) { m_stores.jobs.setPercent(task.jobId, percent); };
-    order.staysCancelled = [&] {
-        const auto job = m_stores.jobs.find(task.jobId);
-        return job && job->state == jobstate::kCancelled;
-    };
-    return m_pipeline.process(order);
+        id = m_stores.jobs.create(job);
+    }
+    const std::lock_guard lock(m_mutex);
+    task.jobId = id;
+    for (auto& running : m_running) {
+        if (running.cancel == task.cancel)
+            running.jobId = id;
+    }
+    return id;
 }
 
 void Worker::endFolderJob(const Task& task, const FileResult& result, bool wasRetried)
@@ -243,7 +328,8 @@ void Worker::performJob(Task& task)
     } else {
         filewalk::Visitor visitor;
         visitor.file = [&](const std::string& path) { paths.push_back(path); };
-        if (const int error = filewalk::walk(job->path, {}, visitor))
+        // What the profile copies into a directory below is not to be offered as media of its own.
+        if (const int error = filewalk::walk(job->path, profiledocument::destinations(*recipe), visitor))
             return fail(text::errnoText(error));
         std::sort(paths.begin(), paths.end());
     }

@@ -12,6 +12,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <unordered_set>
 #include <vector>
 
 namespace krxservice {
@@ -25,7 +26,6 @@ public:
         FolderStore& folders;
         ProfileStore& profiles;
         JobStore& jobs;
-        FileStore& files;
         ErrorStore& errors;
     };
     /// Told on a working thread when the work on a file of a folder ended.
@@ -43,6 +43,9 @@ public:
     void addFile(const std::string& folderId, const std::string& path, const std::string& jobId = {});
     /// A job in the state SUBMITTED.
     void addJob(const std::string& jobId);
+    /// Work that no clip waits for: done one at a time while nothing else is to be done, and not counted as
+    /// activity.
+    void addBackground(std::function<void(const CancelToken& cancel)> work);
     /// Interrupts a job, or takes it out of the queue. Its state is the caller's business.
     void cancelJob(const std::string& jobId);
     /// Interrupts all work for a folder, or takes it out of the queue.
@@ -60,16 +63,22 @@ private:
         CancelToken cancel;
     };
 
+    /// The same for tasks that must not be performed side by side.
+    static std::string keyOf(const Task& task);
     void add(Task task);
     void run();
+    std::deque<Task>::iterator nextTask();
+    void runTask(std::unique_lock<std::mutex>& lock, std::deque<Task>::iterator next);
+    void runBackground(std::unique_lock<std::mutex>& lock);
     void perform(Task& task);
     void performFile(Task& task);
     void performJob(Task& task);
     FileResult processForFolder(Task& task);
+    std::string showJob(Task& task, const FolderRecord& folder, const std::string& former);
     void endFolderJob(const Task& task, const FileResult& result, bool wasRetried);
     void giveUp(const Task& task, const std::string& reason);
     template <typename Matches>
-    void cancelWhere(Matches matches);
+    std::vector<Task> cancelWhere(Matches matches);
 
     Stores m_stores;
     Pipeline& m_pipeline;
@@ -77,7 +86,11 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_wake;
     std::deque<Task> m_queue;
+    std::unordered_set<std::string> m_queued; ///< keys of the queue
     std::vector<Task> m_running;
+    std::deque<std::function<void(const CancelToken& cancel)>> m_background;
+    CancelToken m_backgroundCancel = makeCancelToken();
+    bool m_inBackground = false;
     bool m_stopping = false;
     std::vector<std::thread> m_threads;
 };

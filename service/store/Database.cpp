@@ -1,5 +1,7 @@
 #include "store/Database.h"
 
+#include "base/Aside.h"
+#include "base/FileTools.h"
 #include "base/Log.h"
 
 #include <sqlite3.h>
@@ -11,7 +13,7 @@ namespace krxservice {
 namespace {
 
 /// Step n brings the tables from version n to version n + 1. Steps are only ever added.
-constexpr std::array<const char*, 1> kMigrations = {
+constexpr std::array<const char*, 2> kMigrations = {
     R"sql(
 CREATE TABLE profiles(
     seq INTEGER PRIMARY KEY AUTOINCREMENT,
@@ -52,16 +54,88 @@ CREATE TABLE errors(
     seq INTEGER PRIMARY KEY AUTOINCREMENT,
     text TEXT NOT NULL UNIQUE);
 )sql",
+    // One record for each clip, with all that was spread before.
+    R"sql(
+CREATE TABLE clips(
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    guid TEXT NOT NULL UNIQUE,
+    owner TEXT NOT NULL,
+    path TEXT NOT NULL,
+    size INTEGER NOT NULL,
+    modified INTEGER NOT NULL,
+    changed INTEGER NOT NULL DEFAULT 0,
+    inode INTEGER NOT NULL DEFAULT 0,
+    checksum TEXT NOT NULL,
+    state TEXT NOT NULL,
+    profile TEXT NOT NULL DEFAULT '',
+    job TEXT NOT NULL DEFAULT '',
+    done INTEGER NOT NULL DEFAULT 0,
+    linked_path TEXT NOT NULL DEFAULT '',
+    linked_size INTEGER NOT NULL DEFAULT 0,
+    linked_modified INTEGER NOT NULL DEFAULT 0,
+    linked_checksum TEXT NOT NULL DEFAULT '',
+    output TEXT NOT NULL DEFAULT '',
+    scratch TEXT NOT NULL DEFAULT '',
+    gone_since INTEGER NOT NULL DEFAULT 0,
+    UNIQUE(owner, path, checksum));
+CREATE INDEX clips_by_state ON clips(state);
+INSERT OR IGNORE INTO clips(id, guid, owner, path, size, modified, checksum, state, output, scratch)
+    SELECT id, 'before-' || id, owner, path, size, modified, checksum,
+        CASE state WHEN 0 THEN 'acting' WHEN 1 THEN 'publishing' WHEN 2 THEN 'offered'
+            WHEN 3 THEN 'rejected' ELSE 'failed' END,
+        output, scratch
+    FROM files ORDER BY state IN (1, 2) DESC, id DESC;
+UPDATE sqlite_sequence SET seq=(SELECT seq FROM sqlite_sequence WHERE name='files')
+    WHERE name='clips' AND EXISTS(SELECT 1 FROM sqlite_sequence WHERE name='files');
+INSERT INTO sqlite_sequence(name, seq)
+    SELECT 'clips', seq FROM sqlite_sequence WHERE name='files'
+        AND NOT EXISTS(SELECT 1 FROM sqlite_sequence WHERE name='clips');
+DROP TABLE files;
+CREATE TABLE meta(name TEXT PRIMARY KEY, value INTEGER NOT NULL);
+INSERT INTO meta(name, value) VALUES('generation', 0);
+CREATE TRIGGER folder_made AFTER INSERT ON folders
+    BEGIN UPDATE meta SET value=value+1 WHERE name='generation'; END;
+CREATE TRIGGER folder_changed AFTER UPDATE ON folders
+    BEGIN UPDATE meta SET value=value+1 WHERE name='generation'; END;
+CREATE TRIGGER folder_removed AFTER DELETE ON folders
+    BEGIN UPDATE meta SET value=value+1 WHERE name='generation'; END;
+CREATE TRIGGER profile_made AFTER INSERT ON profiles
+    BEGIN UPDATE meta SET value=value+1 WHERE name='generation'; END;
+CREATE TRIGGER profile_removed AFTER DELETE ON profiles
+    BEGIN UPDATE meta SET value=value+1 WHERE name='generation'; END;
+)sql",
 };
+
+static_assert(kDamageCode == SQLITE_CORRUPT);
+
+bool isDamageCode(int code)
+{
+    const int kind = code & 0xff;
+    return kind == SQLITE_CORRUPT || kind == SQLITE_NOTADB;
+}
 
 } // namespace
 
-Statement::Statement(sqlite3* connection, std::string_view sql)
+bool DatabaseError::isDamage() const
+{
+    return isDamageCode(m_code);
+}
+
+Statement::Statement(sqlite3* connection, std::string_view sql, std::atomic<bool>* damage)
     : m_connection(connection)
+    , m_damage(damage)
 {
     if (sqlite3_prepare_v2(connection, sql.data(), static_cast<int>(sql.size()), &m_statement, nullptr) !=
         SQLITE_OK)
-        throw DatabaseError(sqlite3_errmsg(connection));
+        fail();
+}
+
+void Statement::fail()
+{
+    const int code = sqlite3_extended_errcode(m_connection);
+    if (m_damage && isDamageCode(code))
+        *m_damage = true;
+    throw DatabaseError(sqlite3_errmsg(m_connection), code);
 }
 
 Statement::~Statement()
@@ -89,7 +163,7 @@ bool Statement::step()
         return true;
     if (result == SQLITE_DONE)
         return false;
-    throw DatabaseError(sqlite3_errmsg(m_connection));
+    fail();
 }
 
 void Statement::run()
@@ -110,20 +184,29 @@ std::int64_t Statement::number(int column) const
     return sqlite3_column_int64(m_statement, column);
 }
 
-Database::Database(const std::string& file)
+Database::Database(const std::string& file, Mode mode)
 {
-    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
+    const int flags =
+        SQLITE_OPEN_FULLMUTEX |
+        (mode == Mode::Look ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
     if (sqlite3_open_v2(file.c_str(), &m_connection, flags, nullptr) != SQLITE_OK) {
         const std::string reason = m_connection ? sqlite3_errmsg(m_connection) : "out of memory";
+        const int code = m_connection ? sqlite3_extended_errcode(m_connection) : 0;
         sqlite3_close(m_connection);
-        throw DatabaseError(file + ": " + reason);
+        throw DatabaseError(file + ": " + reason, code);
     }
     try {
         sqlite3_busy_timeout(m_connection, 5000);
+        if (mode == Mode::Look) {
+            if (const int found = version(); found != currentVersion())
+                throw DatabaseError("the database has version " + std::to_string(found) + ", not " +
+                                    std::to_string(currentVersion()));
+            return;
+        }
         execute("PRAGMA journal_mode=WAL");
         // What was offered must still be known after a power cut, or it would be offered again.
         execute("PRAGMA synchronous=FULL");
-        migrate();
+        migrate(file);
     } catch (...) {
         sqlite3_close(m_connection);
         throw;
@@ -140,8 +223,11 @@ void Database::execute(const std::string& sql)
     char* message = nullptr;
     if (sqlite3_exec(m_connection, sql.c_str(), nullptr, nullptr, &message) != SQLITE_OK) {
         const std::string reason = message ? message : "unknown failure";
+        const int code = sqlite3_extended_errcode(m_connection);
         sqlite3_free(message);
-        throw DatabaseError(reason);
+        if (isDamageCode(code))
+            m_damage = true;
+        throw DatabaseError(reason, code);
     }
 }
 
@@ -166,7 +252,48 @@ int Database::version()
     return statement.step() ? static_cast<int>(statement.number(0)) : 0;
 }
 
-void Database::migrate()
+std::string Database::problem()
+{
+    const auto lock = this->lock();
+    try {
+        Statement check = prepare("PRAGMA quick_check(1)");
+        if (!check.step())
+            return "the database cannot be looked through";
+        const std::string found = check.text(0);
+        return found == "ok" ? std::string() : found;
+    } catch (const DatabaseError& failure) {
+        return failure.what();
+    }
+}
+
+bool Database::rebuildIndexes()
+{
+    const auto lock = this->lock();
+    try {
+        execute("REINDEX");
+        Statement check = prepare("PRAGMA integrity_check(1)");
+        const bool whole = check.step() && check.text(0) == "ok";
+        m_damage = !whole;
+        return whole;
+    } catch (const DatabaseError&) {
+        return false;
+    }
+}
+
+std::int64_t Database::generation()
+{
+    const auto lock = this->lock();
+    Statement row = prepare("SELECT value FROM meta WHERE name='generation'");
+    return row.step() ? row.number(0) : 0;
+}
+
+void Database::setGeneration(std::int64_t generation)
+{
+    const auto lock = this->lock();
+    prepare("UPDATE meta SET value=? WHERE name='generation'").bind(generation).run();
+}
+
+void Database::migrate(const std::string& file)
 {
     const int found = version();
     if (found > currentVersion()) {
@@ -174,27 +301,43 @@ void Database::migrate()
                             " and was made by a newer krx-service; this one knows version " +
                             std::to_string(currentVersion()));
     }
-    for (int step = found; step < currentVersion(); ++step) {
-        Transaction transaction(*this);
-        execute(kMigrations[static_cast<std::size_t>(step)]);
-        execute("PRAGMA user_version=" + std::to_string(step + 1));
-        transaction.commit();
+    if (found == currentVersion())
+        return;
+    m_isNew = found == 0;
+    if (!m_isNew) {
+        const std::string copy = aside::nameFor(file, "version-" + std::to_string(found));
+        prepare("VACUUM INTO ?").bind(copy).run();
+        if (const auto reason = filetools::syncFile(copy); !reason.empty())
+            throw DatabaseError(reason);
+        log::info("the database of version " + std::to_string(found) + " was kept as " + copy);
     }
+    Transaction transaction(*this);
+    for (int step = found; step < currentVersion(); ++step)
+        execute(kMigrations[static_cast<std::size_t>(step)]);
+    execute("PRAGMA user_version=" + std::to_string(currentVersion()));
+    transaction.commit();
 }
 
 Transaction::Transaction(Database& database)
     : m_database(database)
     , m_lock(database.lock())
 {
-    m_database.execute("BEGIN IMMEDIATE");
+    m_database.execute(m_database.m_depth == 0 ? "BEGIN IMMEDIATE"
+                                               : "SAVEPOINT depth" + std::to_string(m_database.m_depth));
+    ++m_database.m_depth;
 }
 
 Transaction::~Transaction()
 {
     if (!m_open)
         return;
+    const int depth = --m_database.m_depth;
+    // A failure may have ended the whole transaction already.
+    if (sqlite3_get_autocommit(m_database.m_connection) != 0)
+        return;
+    const std::string point = "depth" + std::to_string(depth);
     try {
-        m_database.execute("ROLLBACK");
+        m_database.execute(depth == 0 ? "ROLLBACK" : "ROLLBACK TO " + point + "; RELEASE " + point);
     } catch (const DatabaseError& failure) {
         log::error(std::string("rolling back failed: ") + failure.what());
     }
@@ -202,7 +345,9 @@ Transaction::~Transaction()
 
 void Transaction::commit()
 {
-    m_database.execute("COMMIT");
+    const int depth = m_database.m_depth - 1;
+    m_database.execute(depth == 0 ? "COMMIT" : "RELEASE depth" + std::to_string(depth));
+    m_database.m_depth = depth;
     m_open = false;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <optional>
@@ -12,18 +13,32 @@ struct sqlite3_stmt;
 
 namespace krxservice {
 
+/// SQLite's number for a damaged file.
+constexpr int kDamageCode = 11;
+
 /// What SQLite had to say when it failed.
 class DatabaseError : public std::runtime_error
 {
 public:
-    using std::runtime_error::runtime_error;
+    explicit DatabaseError(const std::string& text, int code = 0)
+        : std::runtime_error(text)
+        , m_code(code)
+    {
+    }
+
+    /// True when the file holds something that no database holds.
+    bool isDamage() const;
+
+private:
+    int m_code;
 };
 
 /// One prepared statement; values are bound in order.
 class Statement
 {
 public:
-    Statement(sqlite3* connection, std::string_view sql);
+    /// \a damage, when given, is set when the file turns out to be damaged.
+    Statement(sqlite3* connection, std::string_view sql, std::atomic<bool>* damage = nullptr);
     ~Statement();
     Statement(const Statement&) = delete;
     Statement& operator=(const Statement&) = delete;
@@ -40,7 +55,10 @@ public:
     std::int64_t number(int column) const;
 
 private:
+    [[noreturn]] void fail();
+
     sqlite3* m_connection;
+    std::atomic<bool>* m_damage;
     sqlite3_stmt* m_statement = nullptr;
     int m_bound = 0;
 };
@@ -50,31 +68,55 @@ private:
 class Database
 {
 public:
-    /// Opens or makes the file and brings its tables to the present version. Throws DatabaseError; a file of
-    /// a newer version is refused.
-    explicit Database(const std::string& file);
+    enum class Mode {
+        Use, ///< made and brought to the present version when needed
+        Look ///< only read; must be there in the present version
+    };
+
+    /// Opens or makes the file and brings its tables to the present version, after a copy of an older one was
+    /// set aside beside it. Throws DatabaseError; a file of a newer version is refused and left as it is.
+    explicit Database(const std::string& file, Mode mode = Mode::Use);
     ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
     std::unique_lock<std::recursive_mutex> lock() { return std::unique_lock(m_mutex); }
-    Statement prepare(std::string_view sql) { return Statement(m_connection, sql); }
+    Statement prepare(std::string_view sql) { return Statement(m_connection, sql, &m_damage); }
     void execute(const std::string& sql);
     std::int64_t lastRowId() const;
     int changes() const;
+
+    /// True once a statement met damage in the file.
+    bool isDamaged() const { return m_damage; }
+    /// What a look at the whole file finds wrong with it; empty when nothing is.
+    std::string problem();
+    /// Makes all indexes anew from the tables; true when nothing is wrong with the file after that.
+    bool rebuildIndexes();
+
+    /// True when the file held no tables before it was opened.
+    bool isNew() const { return m_isNew; }
+    /// How often folders and profiles were changed.
+    std::int64_t generation();
+    void setGeneration(std::int64_t generation);
 
     /// The version of the tables that this program writes.
     static int currentVersion();
 
 private:
-    void migrate();
+    friend class Transaction;
+
+    void migrate(const std::string& file);
     int version();
 
     std::recursive_mutex m_mutex;
     sqlite3* m_connection = nullptr;
+    std::atomic<bool> m_damage{false};
+    bool m_isNew = false;
+    int m_depth = 0; ///< transactions within each other
 };
 
-/// Everything or nothing: rolled back unless commit() was reached. Holds the lock of the database.
+/// Everything or nothing: rolled back unless commit() was reached. Holds the lock of the database. One within
+/// another is a part of it.
 class Transaction
 {
 public:

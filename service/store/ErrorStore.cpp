@@ -9,11 +9,16 @@ void ErrorStore::add(const std::string& text)
 {
     const std::string line = text::xmlClean(text::oneLine(text));
     log::error(line);
-    const auto lock = m_database.lock();
-    m_database.prepare("INSERT OR IGNORE INTO errors(text) VALUES(?)").bind(line).run();
-    m_database.prepare("DELETE FROM errors WHERE seq <= (SELECT max(seq) FROM errors) - ?")
-        .bind(std::int64_t(kMostErrors))
-        .run();
+    try {
+        Transaction transaction(m_database);
+        m_database.prepare("INSERT OR IGNORE INTO errors(text) VALUES(?)").bind(line).run();
+        m_database.prepare("DELETE FROM errors WHERE seq <= (SELECT max(seq) FROM errors) - ?")
+            .bind(std::int64_t(kMostErrors))
+            .run();
+        transaction.commit();
+    } catch (const DatabaseError& failure) {
+        log::error(std::string("the error list cannot be written: ") + failure.what());
+    }
 }
 
 std::vector<std::string> ErrorStore::list()

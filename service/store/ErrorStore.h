@@ -18,7 +18,8 @@ public:
     {
     }
 
-    /// Adds \a text to the list (and the log) unless the list holds it already.
+    /// Adds \a text to the list (and the log) unless the list holds it already. Never throws: what the list
+    /// cannot take stands in the log.
     void add(const std::string& text);
     /// Oldest first.
     std::vector<std::string> list();

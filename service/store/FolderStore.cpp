@@ -1,6 +1,7 @@
 #include "store/FolderStore.h"
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace krxservice {
 
@@ -64,6 +65,23 @@ std::optional<std::string> FolderStore::create(const FolderRecord& folder)
     m_database.prepare("UPDATE folders SET id=? WHERE seq=?").bind(id).bind(sequence).run();
     transaction.commit();
     return std::string(id);
+}
+
+void FolderStore::restore(const FolderRecord& folder)
+{
+    const auto lock = m_database.lock();
+    // The number in the id is the row's, so that later ids go on behind it.
+    const auto sequence = std::strtoll(folder.id.c_str() + 1, nullptr, 10);
+    m_database
+        .prepare("INSERT OR REPLACE INTO folders(seq, id, path, canonical, profile, enabled) "
+                 "VALUES(?, ?, ?, ?, ?, ?)")
+        .bind(std::int64_t(sequence))
+        .bind(folder.id)
+        .bind(folder.path)
+        .bind(folder.canonical)
+        .bind(folder.profile)
+        .bind(std::int64_t(folder.enabled))
+        .run();
 }
 
 bool FolderStore::update(const FolderRecord& folder)

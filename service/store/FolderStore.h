@@ -24,6 +24,8 @@ public:
     /// Stores a new folder and returns its id; ids are never used again. Nothing when the same canonical path
     /// is stored already.
     std::optional<std::string> create(const FolderRecord& folder);
+    /// Stores a folder that was there before under its old id, in place of what has that id or directory now.
+    void restore(const FolderRecord& folder);
     /// False when there is no such folder.
     bool update(const FolderRecord& folder);
     bool remove(const std::string& id);

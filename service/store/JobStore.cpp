@@ -114,6 +114,12 @@ bool JobStore::remove(const std::string& id)
     return m_database.changes() > 0;
 }
 
+void JobStore::removeOfFolder(const std::string& folderId)
+{
+    const auto lock = m_database.lock();
+    m_database.prepare("DELETE FROM jobs WHERE manual=0 AND group_id=?").bind(folderId).run();
+}
+
 void JobStore::recover()
 {
     Transaction transaction(m_database);

@@ -34,6 +34,9 @@ public:
     void setPercent(const std::string& id, int percent);
     bool remove(const std::string& id);
 
+    /// Removes the jobs that were made for files of a folder.
+    void removeOfFolder(const std::string& folderId);
+
     /// After a crash: manual jobs that were running are submitted again, folder jobs that were not finished
     /// are forgotten (their files are found again).
     void recover();

@@ -53,26 +53,38 @@ inline bool isFinal(const std::string& state)
 }
 } // namespace jobstate
 
-/// How far a file of a folder or of a job has come.
-enum class FileState {
-    Taken,      ///< being worked on; forgotten at the next start
+/// How far a clip has come. What stands before Waiting is known to the watcher alone: after a restart the
+/// file is found again by looking. docs/service.md has the picture.
+enum class ClipState {
+    Waiting,    ///< interrupted or to be tried again; finished actions are not done again
+    Acting,     ///< being worked on
     Publishing, ///< its output document is complete and about to get its final name
-    Offered,    ///< its output document has been published
+    Offered,    ///< its output document waits for the host
+    Taken,      ///< the host removed the output document
     Rejected,   ///< no media
-    Failed      ///< an action failed
+    Failed      ///< an action failed, or a client cancelled it
 };
 
-/// A file that was taken up.
-struct FileRecord
+/// A clip and all that is known of it.
+struct ClipRecord
 {
-    std::int64_t id = 0;
-    std::string owner; ///< id of the folder or of the job
+    std::int64_t id = 0; ///< 0 until it is stored
+    std::string guid;    ///< of its output document, decided before that is written
+    std::string owner;   ///< id of the folder or of the job
     std::string path;
     FileStamp stamp;
-    std::string checksum;
-    FileState state = FileState::Taken;
-    std::string output;  ///< name of the output document once it is being published
-    std::string scratch; ///< unfinished copy to be removed when the work was interrupted
+    std::string checksum; ///< tells its content from others of the same path
+    ClipState state = ClipState::Acting;
+    std::string profile; ///< id of the profile whose actions were begun
+    std::string job;     ///< id of the job that shows the work on it; empty without one
+    int done = 0;        ///< how many actions of the profile are finished
+    /// What the finished actions made; an empty path when they left the source as it is.
+    std::string linkedPath;
+    FileStamp linkedStamp;
+    std::string linkedChecksum;
+    std::string output;         ///< name of its output document
+    std::string scratch;        ///< unfinished file to be removed when the work was interrupted
+    std::int64_t goneSince = 0; ///< when its file was first missed, nanoseconds since 1970; 0: it was not
 };
 
 } // namespace krxservice

@@ -29,7 +29,7 @@ bool WatchedFolder::isSame(const FolderRecord& record, const std::set<std::strin
 bool WatchedFolder::isDone(const std::string& path, const FileStamp& stamp) const
 {
     const auto found = m_known.find(path);
-    return found != m_known.end() && found->second == stamp;
+    return found != m_known.end() && found->second.isUntouched(stamp);
 }
 
 void WatchedFolder::saw(const std::string& path, bool disturbed, std::int64_t now)

@@ -102,7 +102,7 @@ void Watcher::update(const FolderRecord& folder)
     if (watched && watched->isSame(folder, skipped))
         return;
     m_events->remove(folder.id);
-    watched = std::make_unique<WatchedFolder>(folder, m_stores.files.known(folder.id), std::move(skipped),
+    watched = std::make_unique<WatchedFolder>(folder, m_stores.clips.known(folder.id), std::move(skipped),
                                               static_cast<std::int64_t>(m_times.settleSeconds * 1e9));
     log::info("watching " + folder.path + " with the profile " + profile->name);
     scan(*watched);

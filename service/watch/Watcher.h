@@ -1,7 +1,7 @@
 #pragma once
 
+#include "store/ClipStore.h"
 #include "store/ErrorStore.h"
-#include "store/FileStore.h"
 #include "store/FolderStore.h"
 #include "store/ProfileStore.h"
 #include "watch/DirectoryEvents.h"
@@ -32,7 +32,7 @@ public:
     {
         FolderStore& folders;
         ProfileStore& profiles;
-        FileStore& files;
+        ClipStore& clips;
         ErrorStore& errors;
     };
     struct Times

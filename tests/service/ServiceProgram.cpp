@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
@@ -82,6 +83,30 @@ ServiceProgram::~ServiceProgram()
         kill();
 }
 
+QStringList ServiceProgram::faults(const QString& dataFolder)
+{
+    QProcess check;
+    check.start(path(), {QStringLiteral("--check"), QStringLiteral("--data"), dataFolder});
+    check.waitForFinished(kPatience);
+    const QString said = QString::fromUtf8(check.readAllStandardOutput() + check.readAllStandardError());
+    const bool isFine = check.exitStatus() == QProcess::NormalExit && check.exitCode() == 0;
+    return isFine ? QStringList()
+                  : said.split(QLatin1Char('\n'), Qt::SkipEmptyParts) << QStringLiteral("end");
+}
+
+/// Asked whenever the program has ended, however it ended: each test is one of the invariants, too.
+bool ServiceProgram::leftAgreement() const
+{
+    if (m_port == 0 || !QFile::exists(m_dataFolder + QStringLiteral("/krx-service.db")))
+        return true;
+    const QStringList found = faults(m_dataFolder);
+    if (!found.isEmpty())
+        QTest::qFail(
+            qPrintable(QStringLiteral("the service left behind: ") + found.join(QLatin1String("; "))),
+            __FILE__, __LINE__);
+    return found.isEmpty();
+}
+
 QString ServiceProgram::path()
 {
     // Another build of the program, for example one with sanitizers, may be put to the same tests.
@@ -90,6 +115,7 @@ QString ServiceProgram::path()
 
 bool ServiceProgram::start(const QString& dataFolder, const QStringList& more)
 {
+    m_dataFolder = dataFolder;
     QStringList arguments{
         QStringLiteral("--port"),   QStringLiteral("0"),   QStringLiteral("--data"),   dataFolder,
         QStringLiteral("--settle"), QStringLiteral("0.2"), QStringLiteral("--rescan"), QStringLiteral("0.3")};
@@ -114,6 +140,8 @@ int ServiceProgram::terminate()
     m_process.terminate();
     if (!m_process.waitForFinished(kPatience))
         return -1;
+    if (!leftAgreement())
+        return -3;
     return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -2;
 }
 
@@ -121,6 +149,7 @@ void ServiceProgram::kill()
 {
     m_process.kill();
     m_process.waitForFinished(kPatience);
+    leftAgreement();
 }
 
 QByteArray ServiceProgram::log()

@@ -33,7 +33,9 @@ public:
 
     /// Starts the program on the data folder and waits until it listens. False with the log when it does not.
     bool start(const QString& dataFolder, const QStringList& more = {});
-    /// SIGTERM, and the exit code.
+    /// What the service finds wrong in a data folder on which it does not run ("--check").
+    static QStringList faults(const QString& dataFolder);
+    /// SIGTERM, and the exit code; -3 when what it left in the data folder does not agree.
     int terminate();
     /// SIGKILL.
     void kill();
@@ -67,7 +69,9 @@ public:
 
 private:
     int connectTo() const;
+    bool leftAgreement() const;
 
+    QString m_dataFolder;
     QProcess m_process;
     int m_port = 0;
 };

@@ -1,6 +1,6 @@
+#include "store/ClipStore.h"
 #include "store/Database.h"
 #include "store/ErrorStore.h"
-#include "store/FileStore.h"
 #include "store/FolderStore.h"
 #include "store/JobStore.h"
 #include "store/ProfileStore.h"
@@ -10,6 +10,7 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <thread>
 
 using namespace krxservice;
@@ -39,14 +40,18 @@ class TestServiceStore : public QObject
         record.state = state;
         return record;
     }
-    static FileRecord file(const std::string& owner, const std::string& path, const std::string& checksum)
+    static ClipRecord clip(const std::string& owner, const std::string& path, const std::string& checksum)
     {
-        FileRecord record;
+        ClipRecord record;
         record.owner = owner;
         record.path = path;
         record.checksum = checksum;
-        record.stamp = {1, 2};
+        record.stamp = {1, 2, 3, 4};
         return record;
+    }
+    static std::int64_t begun(ClipStore& clips, const ClipRecord& clip)
+    {
+        return clips.begin(clip, [](std::int64_t id) { return std::to_string(id) + "-a.xel"; })->id;
     }
 
 private slots:
@@ -278,40 +283,217 @@ private slots:
         QCOMPARE(jobs.list(false).size(), std::size_t(3));
     }
 
-    void fileIsKnownOnceItsWorkIsDone()
+    void clipIsKnownOnceItsWorkIsDone()
     {
         Database database(newFile());
-        FileStore files(database);
-        const auto id = files.take(file("f1", "/a", "c"));
-        QVERIFY(files.known("f1").empty());
-        QVERIFY(!files.findDone("f1", "/a", "c"));
-        QVERIFY(files.move(id, FileState::Taken, FileState::Publishing, "1-a.xel"));
-        QVERIFY(!files.findDone("f1", "/a", "c"));
-        QVERIFY(files.move(id, FileState::Publishing, FileState::Offered));
-        QVERIFY(!files.move(id, FileState::Taken, FileState::Offered));
-        const auto found = files.findDone("f1", "/a", "c");
+        ClipStore clips(database);
+        const auto id = begun(clips, clip("f1", "/a", "c"));
+        QVERIFY(clips.known("f1").empty());
+        QVERIFY(clips.publish(id));
+        // What is left to do needs no look at the file.
+        QCOMPARE(clips.known("f1").size(), std::size_t(1));
+        QVERIFY(clips.offer(id));
+        const auto found = clips.find("f1", "/a", "c");
         QVERIFY(found);
-        QCOMPARE(found->output, std::string("1-a.xel"));
-        QVERIFY(!files.findDone("f1", "/a", "other"));
-        QVERIFY(!files.findDone("f2", "/a", "c"));
-        QVERIFY((files.known("f1").at("/a") == FileStamp{1, 2}));
-        files.setStamp(id, {1, 3});
-        QVERIFY((files.known("f1").at("/a") == FileStamp{1, 3}));
+        QVERIFY(found->state == ClipState::Offered);
+        QCOMPARE(found->output, std::to_string(id) + "-a.xel");
+        QVERIFY(!found->guid.empty());
+        QVERIFY(!clips.find("f1", "/a", "other"));
+        QVERIFY(!clips.find("f2", "/a", "c"));
+        QVERIFY((clips.known("f1").at("/a") == FileStamp{1, 2}));
+        QCOMPARE(clips.known("f1").at("/a").inode, std::int64_t(4));
+        clips.setStamp(id, {1, 3, 0, 0});
+        QVERIFY((clips.known("f1").at("/a") == FileStamp{1, 3}));
     }
 
-    void failedFilesAreForgottenOneByOneOrTogether()
+    void clipMovesOnlyAlongThePicture()
     {
         Database database(newFile());
-        FileStore files(database);
+        ClipStore clips(database);
+        enum { kPublish, kOffer, kFail, kWait, kMoves };
+        const auto move = [&](int move, std::int64_t id) {
+            switch (move) {
+            case kPublish:
+                return clips.publish(id);
+            case kOffer:
+                return clips.offer(id);
+            case kFail:
+                return clips.fail(id);
+            default:
+                return clips.wait(id);
+            }
+        };
+        struct Row
+        {
+            ClipState from;
+            std::vector<int> allowed;
+        };
+        const std::vector<Row> rows = {
+            {ClipState::Waiting, {kOffer}},
+            {ClipState::Acting, {kPublish, kOffer, kFail, kWait}},
+            {ClipState::Publishing, {kOffer}},
+            {ClipState::Offered, {}},
+            {ClipState::Taken, {}},
+            {ClipState::Rejected, {}},
+            {ClipState::Failed, {}},
+        };
+        int name = 0;
+        for (const Row& row : rows) {
+            for (int i = 0; i < kMoves; ++i) {
+                const std::string path = "/" + std::to_string(++name);
+                std::int64_t id = 0;
+                if (row.from == ClipState::Rejected) {
+                    clips.reject(clip("f1", path, "c"));
+                    id = clips.find("f1", path, "c")->id;
+                } else {
+                    id = begun(clips, clip("f1", path, "c"));
+                    if (row.from == ClipState::Waiting)
+                        clips.wait(id);
+                    if (row.from == ClipState::Failed)
+                        clips.fail(id);
+                    if (row.from == ClipState::Publishing || row.from == ClipState::Offered ||
+                        row.from == ClipState::Taken)
+                        clips.publish(id);
+                    if (row.from == ClipState::Offered || row.from == ClipState::Taken)
+                        clips.offer(id);
+                    if (row.from == ClipState::Taken)
+                        clips.take({{"f1", id}});
+                }
+                QVERIFY(clips.find(id)->state == row.from);
+                const bool allowed =
+                    std::find(row.allowed.begin(), row.allowed.end(), i) != row.allowed.end();
+                QCOMPARE(move(i, id), allowed);
+                QCOMPARE(clips.find(id)->state != row.from, allowed);
+            }
+        }
+        QVERIFY(!clips.publish(99999));
+    }
+
+    void oneContentOfAPathIsOneClip()
+    {
+        Database database(newFile());
+        ClipStore clips(database);
+        begun(clips, clip("f1", "/a", "c"));
+        QVERIFY_EXCEPTION_THROWN(begun(clips, clip("f1", "/a", "c")), DatabaseError);
+        begun(clips, clip("f1", "/a", "d"));
+        begun(clips, clip("f2", "/a", "c"));
+    }
+
+    void clipKeepsItsIdentifiersWhenItIsBegunAgain()
+    {
+        Database database(newFile());
+        ClipStore clips(database);
+        const auto id = begun(clips, clip("f1", "/a", "c"));
+        ClipRecord record = *clips.find(id);
+        record.done = 2;
+        record.linkedPath = "/copy";
+        record.linkedStamp = {5, 6};
+        record.linkedChecksum = "x";
+        QVERIFY(clips.acted(record));
+        QVERIFY(clips.wait(id));
+        QCOMPARE(begun(clips, *clips.find(id)), id);
+        const auto again = *clips.find(id);
+        QCOMPARE(again.guid, record.guid);
+        QCOMPARE(again.output, record.output);
+        QCOMPARE(again.done, 2);
+        QCOMPARE(again.linkedPath, std::string("/copy"));
+        QVERIFY((again.linkedStamp == FileStamp{5, 6}));
+        // Its folder was removed: nothing comes back.
+        clips.forgetAll("f1");
+        QVERIFY(!clips.begin(again, [](std::int64_t) { return std::string(); }));
+    }
+
+    void failedClipsAreTriedAgainOneByOneOrTogether()
+    {
+        Database database(newFile());
+        ClipStore clips(database);
         for (const char* path : {"/a", "/b", "/c"})
-            files.move(files.take(file("f1", path, "c")), FileState::Taken, FileState::Failed);
-        files.move(files.take(file("f1", "/ok", "c")), FileState::Taken, FileState::Offered);
-        files.forgetFailed("f1", "/a");
-        QCOMPARE(files.known("f1").size(), std::size_t(3));
-        files.forgetFailed("f1");
-        QCOMPARE(files.known("f1").size(), std::size_t(1));
-        files.forget("f1");
-        QVERIFY(files.known("f1").empty());
+            clips.fail(begun(clips, clip("f1", path, "c")));
+        const auto ok = begun(clips, clip("f1", "/ok", "c"));
+        clips.offer(ok);
+        clips.retry("f1", "/a");
+        QCOMPARE(clips.known("f1").size(), std::size_t(3));
+        clips.retry("f1");
+        QCOMPARE(clips.known("f1").size(), std::size_t(1));
+        clips.giveUp("f1", "/a");
+        QCOMPARE(clips.known("f1").size(), std::size_t(2));
+        clips.forgetAll("f1");
+        QVERIFY(clips.known("f1").empty());
+    }
+
+    void transactionWithinAnotherIsAPartOfIt()
+    {
+        Database database(newFile());
+        ErrorStore errors(database);
+        const auto add = [&](const char* text) {
+            database.prepare("INSERT INTO errors(text) VALUES(?)").bind(std::string_view(text)).run();
+        };
+        {
+            Transaction outer(database);
+            add("outer");
+            {
+                Transaction inner(database);
+                add("rolled back");
+            }
+            Transaction inner(database);
+            add("inner");
+            inner.commit();
+            outer.commit();
+        }
+        QCOMPARE(errors.list(), (std::vector<std::string>{"outer", "inner"}));
+        {
+            Transaction outer(database);
+            Transaction inner(database);
+            add("gone with the outer one");
+            inner.commit();
+        }
+        QCOMPARE(errors.list().size(), std::size_t(2));
+    }
+
+    void databaseOfTheFirstVersionIsBroughtToThePresentOneAfterACopyWasSetAside()
+    {
+        const std::string name = newFile();
+        QFile dump(QStringLiteral(KRX_TEST_DATA "/krx-service-1.sql"));
+        QVERIFY(dump.open(QIODevice::ReadOnly));
+        const QByteArray sql = dump.readAll().replace("@ROOT@", "/media");
+        sqlite3* raw = nullptr;
+        QCOMPARE(sqlite3_open(name.c_str(), &raw), SQLITE_OK);
+        QCOMPARE(sqlite3_exec(raw, sql.constData(), nullptr, nullptr, nullptr), SQLITE_OK);
+        sqlite3_close(raw);
+        {
+            Database database(name);
+            QVERIFY(!database.isNew());
+            QCOMPARE(FolderStore(database).list().size(), std::size_t(3));
+            QCOMPARE(FolderStore(database).find("f000002")->path, std::string("/media/watch2"));
+            QCOMPARE(ProfileStore(database).list().size(), std::size_t(3));
+            QCOMPARE(JobStore(database).find("j000002")->state, std::string("FAILED"));
+            QCOMPARE(JobStore(database).find("j000003")->state, std::string("COMPLETED"));
+            ClipStore clips(database);
+            QCOMPARE(clips.known("f000001").size(), std::size_t(3));
+            QCOMPARE(clips.inState(ClipState::Offered).size(), std::size_t(4));
+            QCOMPARE(clips.inState(ClipState::Rejected).size(), std::size_t(1));
+            QCOMPARE(clips.inState(ClipState::Failed).size(), std::size_t(1));
+            const auto found = clips.find("f000001", "/media/watch/b.wav", "xxh3-64:e9ca1adf39291a87");
+            QVERIFY(found);
+            QCOMPARE(found->id, std::int64_t(2));
+            QCOMPARE(found->output, std::string("2-b.wav.xel"));
+            // Ids go on behind those of old: their documents may wait still.
+            QCOMPARE(begun(clips, TestServiceStore::clip("f000001", "/media/new", "c")), std::int64_t(7));
+        }
+        const QFileInfo info(QString::fromStdString(name));
+        const QStringList copies =
+            info.dir().entryList({info.fileName() + QStringLiteral(".version-1-*")}, QDir::Files);
+        QCOMPARE(copies.size(), 1);
+        QCOMPARE(sqlite3_open(info.dir().filePath(copies[0]).toUtf8().constData(), &raw), SQLITE_OK);
+        {
+            Statement version(raw, "PRAGMA user_version");
+            QVERIFY(version.step());
+            QCOMPARE(int(version.number(0)), 1);
+            Statement files(raw, "SELECT count(*) FROM files");
+            QVERIFY(files.step());
+            QCOMPARE(int(files.number(0)), 6);
+        }
+        sqlite3_close(raw);
     }
 
     void storesMayBeUsedByManyThreads()

@@ -1,12 +1,14 @@
+#include "PipelineBench.h"
+
 #include "activities/Copier.h"
 #include "activities/Pipeline.h"
 #include "base/FileTools.h"
 #include "base/Text.h"
 #include "media/MediaProbe.h"
 #include "media/OutputArea.h"
+#include "store/ClipStore.h"
 #include "store/Database.h"
 #include "store/ErrorStore.h"
-#include "store/FileStore.h"
 
 #include <QDir>
 #include <QProcess>
@@ -60,38 +62,7 @@ class TestServiceWork : public QObject
     QTemporaryDir m_media;
     std::string m_wave;
 
-    /// A pipeline on a fresh data folder.
-    struct Bench
-    {
-        QTemporaryDir folder;
-        Database database{folder.path().toStdString() + "/db"};
-        FileStore files{database};
-        ErrorStore errors{database};
-        OutputArea outputs{folder.path().toStdString() + "/output"};
-        Pipeline pipeline{database, files, errors, outputs};
-
-        FileOrder order(const std::string& path) const
-        {
-            FileOrder order;
-            order.ownerKind = "folder";
-            order.ownerId = "f000001";
-            order.ownerPath = "/in";
-            order.path = path;
-            order.profile.name = "P";
-            order.cancel = makeCancelToken();
-            return order;
-        }
-        std::vector<std::string> listed() { return outputs.list("f000001"); }
-    };
-
-    static ActivityRecipe copyTo(const QString& folder, bool relink = false)
-    {
-        ActivityRecipe copy;
-        copy.id = "copy";
-        copy.destination = folder.toStdString();
-        copy.relinkAfterCopy = relink;
-        return copy;
-    }
+    using Bench = PipelineBench;
 
     static CopyOrder copyOrder(const QString& source, const QString& folder)
     {
@@ -338,7 +309,8 @@ private slots:
         QCOMPARE(area.list("f000001").size(), std::size_t(1));
         ::unlink((root + "/f000001/10-b.xel").c_str());
         QVERIFY(area.readyFolders().empty());
-        area.removeAll("j000001");
+        area.beginRemoval("j000001");
+        area.endRemoval("j000001");
         QVERIFY(area.list("j000001").empty());
         QVERIFY(::access((root + "/jobs/j000001").c_str(), F_OK) != 0);
     }
@@ -366,7 +338,7 @@ private slots:
         QCOMPARE(::utimensat(AT_FDCWD, file.toStdString().c_str(), times, 0), 0);
         const auto again = bench.pipeline.process(bench.order(file.toStdString()));
         QVERIFY(again.end == FileResult::End::Known);
-        QCOMPARE(bench.files.known("f000001").at(file.toStdString()).modified,
+        QCOMPARE(bench.clips.known("f000001").at(file.toStdString()).modified,
                  std::int64_t(1000) * 1000000000);
     }
 
@@ -391,7 +363,7 @@ private slots:
         const QString to = bench.folder.filePath(QStringLiteral("to"));
         QVERIFY(QDir().mkdir(to));
         FileOrder order = bench.order(file.toStdString());
-        order.profile.activities = {copyTo(to)};
+        order.profile.activities = {PipelineBench::copyTo(to)};
         order.progress = [&](int) {
             QFile::remove(file);
             write(file, "other");
@@ -408,7 +380,7 @@ private slots:
         const QString to = bench.folder.filePath(QStringLiteral("to"));
         QVERIFY(QDir().mkdir(to));
         FileOrder order = bench.order(source.toStdString());
-        order.profile.activities = {copyTo(to, true)};
+        order.profile.activities = {PipelineBench::copyTo(to, true)};
         bool once = false;
         order.progress = [&](int) {
             QFile file(source);
@@ -449,9 +421,12 @@ private slots:
             const QString to = bench.folder.filePath(QStringLiteral("to"));
             QVERIFY(QDir().mkdir(to));
             FileOrder order = bench.order(m_wave);
-            order.profile.activities = {copyTo(to + QLatin1Char('/'), relink)};
+            order.profile.activities = {PipelineBench::copyTo(to + QLatin1Char('/'), relink)};
             bool acted = false;
-            order.willAct = [&] { acted = true; };
+            order.willAct = [&](const std::string& former) {
+                acted = true;
+                return former;
+            };
             QVERIFY(bench.pipeline.process(order).end == FileResult::End::Offered);
             QVERIFY(acted);
             const QByteArray copy = to.toUtf8() + "/a.wav";
@@ -466,13 +441,13 @@ private slots:
     {
         Bench bench;
         FileOrder order = bench.order(m_wave);
-        order.profile.activities = {copyTo(QStringLiteral("/nowhere/at/all"))};
+        order.profile.activities = {PipelineBench::copyTo(QStringLiteral("/nowhere/at/all"))};
         const auto result = bench.pipeline.process(order);
         QVERIFY(result.end == FileResult::End::Failed);
         QVERIFY(result.text.find("/nowhere/at/all") != std::string::npos);
         QVERIFY(bench.listed().empty());
         QVERIFY(bench.pipeline.process(order).end == FileResult::End::Known);
-        bench.files.forgetFailed("f000001");
+        bench.clips.retry("f000001");
         QVERIFY(bench.pipeline.process(order).end == FileResult::End::Failed);
     }
 
@@ -497,7 +472,7 @@ private slots:
         Bench bench;
         FileOrder order = bench.order(m_wave);
         order.ownerPath = m_media.path().toStdString();
-        order.profile.activities = {copyTo(m_media.path() + QLatin1Char('/'))};
+        order.profile.activities = {PipelineBench::copyTo(m_media.path() + QLatin1Char('/'))};
         QVERIFY(bench.pipeline.process(order).end == FileResult::End::Failed);
     }
 
@@ -506,17 +481,14 @@ private slots:
         Bench bench;
         const QString scratch = bench.folder.filePath(QStringLiteral(".x.part"));
         write(scratch, "half a copy");
-        FileRecord record;
-        record.owner = "f000001";
-        record.path = m_wave;
-        const auto id = bench.files.take(record);
-        bench.files.setScratch(id, scratch.toStdString());
+        const auto id = bench.begin(m_wave).id;
+        bench.clips.setScratch(id, scratch.toStdString());
         const std::string name = OutputArea::fileName(id, m_wave);
         bench.outputs.prepare("f000001", name, "x");
         bench.pipeline.recover();
         QVERIFY(!QFile::exists(scratch));
         QVERIFY(!bench.outputs.isPrepared("f000001", name));
-        QVERIFY(bench.files.inState(FileState::Taken).empty());
+        QVERIFY(bench.clips.inState(ClipState::Acting).empty());
         QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == FileResult::End::Offered);
         QCOMPARE(bench.listed().size(), std::size_t(1));
     }
@@ -524,44 +496,50 @@ private slots:
     void crashBeforeTheRenamePublishesTheOutputOnce()
     {
         Bench bench;
-        FileRecord record;
-        record.owner = "f000001";
-        record.path = m_wave;
-        const auto id = bench.files.take(record);
+        const auto id = bench.begin(m_wave).id;
         const std::string name = OutputArea::fileName(id, m_wave);
         bench.outputs.prepare("f000001", name, "x");
-        bench.files.move(id, FileState::Taken, FileState::Publishing, name);
+        bench.clips.publish(id);
         bench.pipeline.recover();
         QCOMPARE(bench.listed().size(), std::size_t(1));
         bench.pipeline.recover();
         QCOMPARE(bench.listed().size(), std::size_t(1));
-        QCOMPARE(bench.files.inState(FileState::Offered).size(), std::size_t(1));
+        QCOMPARE(bench.clips.inState(ClipState::Offered).size(), std::size_t(1));
     }
 
     void crashAfterTheRenameOffersNothingTwiceThoughTheClipWasTakenMeanwhile()
     {
         Bench bench;
-        FileRecord record;
-        record.owner = "f000001";
-        record.path = m_wave;
-        const auto id = bench.files.take(record);
+        const auto id = bench.begin(m_wave).id;
         const std::string name = OutputArea::fileName(id, m_wave);
         bench.outputs.prepare("f000001", name, "x");
-        bench.files.move(id, FileState::Taken, FileState::Publishing, name);
+        bench.clips.publish(id);
         bench.outputs.publish("f000001", name);
         ::unlink(bench.outputs.path("f000001", name).c_str());
         bench.pipeline.recover();
         QVERIFY(bench.listed().empty());
-        QCOMPARE(bench.files.inState(FileState::Offered).size(), std::size_t(1));
+        QCOMPARE(bench.clips.inState(ClipState::Taken).size(), std::size_t(1));
     }
 
-    void outputsNobodyKnowsOfAreRemovedAtTheStart()
+    void outputsNobodyKnowsOfAreKeptAsideAtTheStart()
     {
         Bench bench;
-        bench.outputs.prepare("f000009", "5-x.xel", "x");
+        bench.outputs.prepare("f000009", "5-x.xel", "published");
         bench.outputs.publish("f000009", "5-x.xel");
+        bench.outputs.prepare("j000002", "6-y.xel", "hidden");
         bench.pipeline.recover();
         QVERIFY(bench.outputs.list("f000009").empty());
+        const QStringList kept =
+            QDir(bench.folder.path()).entryList({QStringLiteral("output.kept-*")}, QDir::Dirs);
+        QCOMPARE(kept.size(), 1);
+        const std::string place = bench.folder.filePath(kept[0]).toStdString();
+        QCOMPARE(content(place + "/f000009/5-x.xel"), QByteArray("published"));
+        QCOMPARE(content(place + "/j000002/6-y.xel"), QByteArray("hidden"));
+        QCOMPARE(bench.errors.list().size(), std::size_t(1));
+        QVERIFY(bench.errors.list()[0].find(place) != std::string::npos);
+        // Once is enough.
+        bench.pipeline.recover();
+        QCOMPARE(bench.errors.list().size(), std::size_t(1));
     }
 
     void cancelledWorkIsTakenUpAgainUnlessItIsToStayCancelled()
@@ -569,8 +547,11 @@ private slots:
         for (const bool stays : {false, true}) {
             Bench bench;
             FileOrder order = bench.order(m_wave);
-            order.profile.activities = {copyTo(bench.folder.path())};
-            order.willAct = [&] { *order.cancel = true; };
+            order.profile.activities = {PipelineBench::copyTo(bench.folder.path())};
+            order.willAct = [&](const std::string& former) {
+                *order.cancel = true;
+                return former;
+            };
             order.staysCancelled = [stays] { return stays; };
             const auto result = bench.pipeline.process(order);
             QVERIFY(result.end == FileResult::End::Cancelled);
@@ -584,8 +565,11 @@ private slots:
     {
         Bench bench;
         FileOrder order = bench.order(m_wave);
-        order.profile.activities = {copyTo(bench.folder.path())};
-        order.willAct = [&] { bench.files.forget("f000001"); };
+        order.profile.activities = {PipelineBench::copyTo(bench.folder.path())};
+        order.willAct = [&](const std::string& former) {
+            bench.clips.forgetAll("f000001");
+            return former;
+        };
         QVERIFY(bench.pipeline.process(order).end == FileResult::End::Later);
         QVERIFY(bench.listed().empty());
     }

@@ -1,0 +1,142 @@
+#include "app/DataKeeper.h"
+
+#include "base/Aside.h"
+#include "base/FileTools.h"
+#include "base/Log.h"
+#include "store/WalCheck.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace krxservice {
+
+namespace {
+
+constexpr char kDamaged[] = "damaged";
+
+std::int64_t sizeOf(const std::string& file)
+{
+    struct stat facts
+    {
+    };
+    return ::stat(file.c_str(), &facts) == 0 ? facts.st_size : -1;
+}
+
+} // namespace
+
+DataKeeper::DataKeeper(const std::string& folder)
+    : m_file(folder + "/krx-service.db")
+    , m_keptFile(folder + "/krx-service.kept.xml")
+{
+    if (walcheck::isDamaged(m_file + "-wal")) {
+        // SQLite drops what stands behind the damaged place, so both files are copied as they are.
+        const std::string copy = aside::nameFor(m_file, kDamaged);
+        std::error_code error;
+        std::filesystem::copy_file(m_file, copy, error);
+        std::filesystem::copy_file(m_file + "-wal", copy + "-wal", error);
+        m_messages.push_back("The log of the database was damaged, its last changes may be missing; it was "
+                             "kept as " +
+                             copy + "-wal");
+    }
+    // A missing or emptied database with a log beside it: SQLite would delete the log.
+    if (sizeOf(m_file) <= 0 && sizeOf(m_file + "-wal") > 0)
+        setAside("was empty beside a log of changes");
+    try {
+        open();
+    } catch (const DatabaseError& failure) {
+        if (!failure.isDamage())
+            throw;
+        m_database.reset();
+        setAside(std::string("cannot be read (") + failure.what() + ')');
+        open();
+    }
+}
+
+void DataKeeper::open()
+{
+    m_database = std::make_unique<Database>(m_file);
+    const std::string problem = m_database->isNew() ? std::string() : m_database->problem();
+    if (problem.empty())
+        return;
+    if (!m_database->rebuildIndexes())
+        throw DatabaseError(problem, kDamageCode);
+    m_messages.push_back("An index of the database was damaged and was made anew: " + problem);
+}
+
+void DataKeeper::setAside(const std::string& why)
+{
+    const std::string name = aside::nameFor(m_file, kDamaged);
+    for (const char* part : {"", "-wal", "-shm"}) {
+        if (::access((m_file + part).c_str(), F_OK) == 0)
+            filetools::renameNoReplace(m_file + part, name + part);
+    }
+    m_messages.push_back("The database " + why + "; it was kept as " + name);
+}
+
+void DataKeeper::restore(FolderStore& folders, ProfileStore& profiles, ErrorStore& errors)
+{
+    std::ifstream file(m_keptFile, std::ios::binary);
+    const bool isKept = file.is_open();
+    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    const auto kept = isKept ? keptdocument::read(text) : Outcome<KeptData>(KeptData());
+    if (!kept) {
+        std::string error;
+        const std::string name = aside::keep(m_keptFile, kDamaged, error);
+        m_messages.push_back("The second copy of folders and profiles cannot be read (" +
+                             kept.refusal().text + "); it was kept as " + name);
+    } else if (isKept) {
+        m_saved = kept->generation;
+        if (m_database->isNew() || kept->generation > m_database->generation()) {
+            Transaction transaction(*m_database);
+            for (const auto& profile : kept->profiles)
+                profiles.create(profile);
+            for (const auto& folder : kept->folders)
+                folders.restore(folder);
+            m_database->setGeneration(kept->generation + 1);
+            transaction.commit();
+            m_messages.push_back("The database had lost changes: " + std::to_string(kept->folders.size()) +
+                                 " folders and " + std::to_string(kept->profiles.size()) +
+                                 " profiles were taken back from " + m_keptFile);
+        }
+    }
+    for (const auto& message : m_messages)
+        errors.add(message);
+    m_messages.clear();
+}
+
+std::string DataKeeper::save(FolderStore& folders, ProfileStore& profiles)
+{
+    KeptData data;
+    {
+        const auto lock = m_database->lock();
+        data.generation = m_database->generation();
+        if (data.generation == m_saved)
+            return {};
+        data.folders = folders.list();
+        data.profiles = profiles.list();
+    }
+    const std::string hidden = m_keptFile + ".tmp";
+    ::unlink(hidden.c_str());
+    if (auto reason = filetools::writeNewFile(hidden, keptdocument::write(data)); !reason.empty())
+        return reason;
+    if (std::rename(hidden.c_str(), m_keptFile.c_str()) != 0)
+        return m_keptFile + " cannot be replaced";
+    m_saved = data.generation;
+    return filetools::syncDirectory(m_keptFile.substr(0, m_keptFile.rfind('/')));
+}
+
+void DataKeeper::mend(ErrorStore& errors)
+{
+    if (!m_database->isDamaged() || !m_isMended)
+        return;
+    m_isMended = m_database->rebuildIndexes();
+    errors.add(m_isMended ? "An index of the database was damaged and was made anew"
+                          : "The database is damaged; start the service again to set it aside");
+}
+
+} // namespace krxservice

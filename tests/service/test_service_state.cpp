@@ -1,0 +1,398 @@
+#include "PipelineBench.h"
+
+#include "base/FileTools.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QtTest>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using End = FileResult::End;
+
+QString s(const char* text)
+{
+    return QString::fromUtf8(text);
+}
+
+QByteArray content(const std::string& path)
+{
+    QFile file(QString::fromStdString(path));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
+}
+
+/// Makes the database refuse a change, as a full disk does, until lifted.
+class Refusing
+{
+public:
+    Refusing(Database& database, const std::string& change)
+        : m_database(database)
+    {
+        database.execute("CREATE TEMP TRIGGER refusing BEFORE " + change +
+                         " BEGIN SELECT RAISE(FAIL, 'database or disk is full'); END");
+    }
+    void lift() { m_database.execute("DROP TRIGGER refusing"); }
+
+private:
+    Database& m_database;
+};
+
+std::string toState(const char* state)
+{
+    return std::string("UPDATE ON clips WHEN NEW.state='") + state + "'";
+}
+
+} // namespace
+
+/// One clip, one record: what holds when something fails between two steps.
+class TestServiceState : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_media;
+    std::string m_wave;
+    std::unique_ptr<PipelineBench> m_bench;
+
+    /// A sound with a hole, so large that only samples of it are read.
+    std::string longTake() const
+    {
+        const std::string path = m_bench->folder.path().toStdString() + "/long.wav";
+        QByteArray header = content(m_wave).left(44);
+        for (int i = 0; i < 4; ++i) {
+            header[4 + i] = static_cast<char>(0xFF);
+            header[40 + i] = static_cast<char>(0xFF);
+        }
+        QFile file(QString::fromStdString(path));
+        if (!file.open(QIODevice::WriteOnly) || file.write(header) != header.size() ||
+            !file.resize(filetools::kLargestReadWhole + 100 * 1024 * 1024))
+            return {};
+        return path;
+    }
+    /// Writes a byte between the samples; size and time stay what they were.
+    static bool alter(const std::string& path)
+    {
+        struct stat before
+        {
+        };
+        const int file = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+        const bool written = ::fstat(file, &before) == 0 && ::pwrite(file, "x", 1, 1000 * 1000 * 1000) == 1;
+        const timespec times[2] = {before.st_atim, before.st_mtim};
+        ::futimens(file, times);
+        ::close(file);
+        return written;
+    }
+    /// A directory in the place of the document's final name: renaming fails.
+    QString block(std::int64_t id) const
+    {
+        const QString place = m_bench->folder.filePath(
+            s("output/f000001/%1").arg(QString::fromStdString(OutputArea::fileName(id, m_wave))));
+        return QDir().mkpath(place + s("/x")) ? place : QString();
+    }
+
+private slots:
+    void initTestCase()
+    {
+        const QString file = m_media.filePath(s("a.wav"));
+        QCOMPARE(QProcess::execute(s("ffmpeg"), {s("-v"), s("error"), s("-bitexact"), s("-f"), s("lavfi"),
+                                                 s("-i"), s("sine=d=0.1"), s("-bitexact"), file}),
+                 0);
+        m_wave = file.toStdString();
+    }
+    void init() { m_bench = std::make_unique<PipelineBench>(); }
+    void cleanup()
+    {
+        QCOMPARE(m_bench->faults(), QStringList());
+        m_bench.reset();
+    }
+
+    void documentThatCannotGetItsNameKeepsPublishingUntilItCan()
+    {
+        PipelineBench& bench = *m_bench;
+        const QString place = block(1);
+        QVERIFY(!place.isEmpty());
+        const auto result = bench.pipeline.process(bench.order(m_wave));
+        QVERIFY(result.end == End::Publishing);
+        QVERIFY(bench.listed().empty());
+        QCOMPARE(bench.clips.inState(ClipState::Publishing).size(), std::size_t(1));
+        // The file needs no look, the document does.
+        QVERIFY(result.stamp && bench.clips.known("f000001").count(m_wave) == 1);
+        bench.pipeline.publishRest();
+        QVERIFY(bench.listed().empty());
+        QCOMPARE(bench.errors.list().size(), std::size_t(1));
+        QVERIFY(QDir(place).removeRecursively());
+        bench.pipeline.publishRest();
+        QCOMPARE(bench.listed().size(), std::size_t(1));
+        QCOMPARE(bench.clips.inState(ClipState::Offered).size(), std::size_t(1));
+        QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == End::Known);
+    }
+
+    void documentThatCouldNotGetItsNameGetsItAfterARestart()
+    {
+        PipelineBench& bench = *m_bench;
+        const QString place = block(1);
+        QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == End::Publishing);
+        bench.pipeline.recover();
+        QCOMPARE(bench.clips.inState(ClipState::Publishing).size(), std::size_t(1));
+        QVERIFY(QDir(place).removeRecursively());
+        bench.pipeline.recover();
+        QCOMPARE(bench.listed().size(), std::size_t(1));
+        QCOMPARE(bench.clips.inState(ClipState::Offered).size(), std::size_t(1));
+    }
+
+    void databaseThatFailsBetweenAnyTwoStepsOffersTheClipOnce_data()
+    {
+        QTest::addColumn<QString>("change");
+        QTest::newRow("the record is made") << s("INSERT ON clips");
+        QTest::newRow("work begins") << QString::fromStdString(toState("acting"));
+        QTest::newRow("the document is about to get its name")
+            << QString::fromStdString(toState("publishing"));
+        QTest::newRow("the document has its name") << QString::fromStdString(toState("offered"));
+    }
+    void databaseThatFailsBetweenAnyTwoStepsOffersTheClipOnce()
+    {
+        QFETCH(QString, change);
+        PipelineBench& bench = *m_bench;
+        Refusing refusing(bench.database, change.toStdString());
+        for (int i = 0; i < 3; ++i)
+            QVERIFY_EXCEPTION_THROWN(bench.pipeline.process(bench.order(m_wave)), DatabaseError);
+        refusing.lift();
+        QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == End::Offered);
+        QCOMPARE(bench.listed().size(), std::size_t(1));
+        QCOMPARE(
+            QDir(bench.folder.filePath(s("output/f000001"))).entryList(QDir::Files | QDir::Hidden).size(), 1);
+        QCOMPARE(bench.clips.inState(ClipState::Offered).size(), std::size_t(1));
+        QVERIFY(content(bench.listed()[0])
+                    .contains(QByteArray::fromStdString(bench.clips.inState(ClipState::Offered)[0].guid)));
+    }
+
+    void clipTakenBeforeItWasNotedAsOfferedIsNotOfferedAgain()
+    {
+        PipelineBench& bench = *m_bench;
+        Refusing refusing(bench.database, toState("offered"));
+        QVERIFY_EXCEPTION_THROWN(bench.pipeline.process(bench.order(m_wave)), DatabaseError);
+        QCOMPARE(bench.listed().size(), std::size_t(1));
+        QCOMPARE(::unlink(bench.listed()[0].c_str()), 0);
+        QVERIFY_EXCEPTION_THROWN(bench.pipeline.process(bench.order(m_wave)), DatabaseError);
+        refusing.lift();
+        bench.pipeline.process(bench.order(m_wave));
+        QVERIFY(bench.listed().empty());
+        bench.pipeline.recover();
+        QVERIFY(bench.listed().empty());
+        QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == End::Known);
+    }
+
+    void recordThatLagsBehindTheDiskCatchesUp()
+    {
+        PipelineBench& bench = *m_bench;
+        for (const bool restart : {true, false}) {
+            const auto path = bench.folder.path().toStdString() + (restart ? "/r.wav" : "/p.wav");
+            QVERIFY(QFile::copy(QString::fromStdString(m_wave), QString::fromStdString(path)));
+            QVERIFY(bench.pipeline.process(bench.order(path)).end == End::Offered);
+            const auto before = bench.listed();
+            // The last commits were lost.
+            bench.database.execute("UPDATE clips SET state='acting' WHERE path='" + path + "'");
+            if (restart)
+                bench.pipeline.recover();
+            else
+                QVERIFY(bench.pipeline.process(bench.order(path)).end == End::Offered);
+            QCOMPARE(bench.listed(), before);
+            QVERIFY(bench.clips.inState(ClipState::Acting).empty());
+        }
+    }
+
+    void finishedActionsAreNotDoneAgain()
+    {
+        PipelineBench& bench = *m_bench;
+        const QString first = bench.folder.filePath(s("first"));
+        const QString second = bench.folder.filePath(s("second"));
+        QVERIFY(QDir().mkdir(first));
+        FileOrder order = bench.order(m_wave);
+        order.profile.activities = {PipelineBench::copyTo(first), PipelineBench::copyTo(second, true)};
+        QVERIFY(bench.pipeline.process(order).end == End::Failed);
+        QVERIFY(QFile::remove(first + s("/a.wav")));
+        QVERIFY(QDir().mkdir(second));
+        bench.clips.retry("f000001");
+        QVERIFY(bench.pipeline.process(order).end == End::Offered);
+        QVERIFY(!QFile::exists(first + s("/a.wav")));
+        QVERIFY(content(bench.listed()[0]).contains("<path>" + second.toUtf8() + "/a.wav</path>"));
+    }
+
+    void workGoesOnBehindTheFinishedActionsAfterARestart()
+    {
+        PipelineBench& bench = *m_bench;
+        const QString to = bench.folder.filePath(s("to"));
+        QVERIFY(QDir().mkdir(to));
+        for (const bool altered : {false, true}) {
+            FileOrder order = bench.order(m_wave);
+            order.profile.activities = {PipelineBench::copyTo(to, true),
+                                        PipelineBench::copyTo(bench.folder.filePath(s("away")))};
+            QVERIFY(bench.pipeline.process(order).end == End::Failed);
+            bench.clips.retry("f000001");
+            bench.pipeline.recover();
+            QCOMPARE(bench.clips.inState(ClipState::Waiting).size(), std::size_t(1));
+            QFile copy(to + s("/a.wav"));
+            if (altered) {
+                QVERIFY(copy.open(QIODevice::Append));
+                copy.write("x");
+                copy.close();
+            }
+            // What was made is the clip, unless somebody touched it: then it is made anew.
+            order.profile.activities.pop_back();
+            QVERIFY(bench.pipeline.process(order).end == End::Offered);
+            const QByteArray linked = to.toUtf8() + (altered ? "/a (2).wav" : "/a.wav");
+            QVERIFY(content(bench.listed()[0]).contains("<path>" + linked + "</path>"));
+            QCOMPARE(QDir(to).entryList(QDir::Files).size(), altered ? 2 : 1);
+            QCOMPARE(::unlink(bench.listed()[0].c_str()), 0);
+            bench.clips.forgetAll("f000001");
+        }
+    }
+
+    void anotherProfileBeginsAtItsFirstAction()
+    {
+        PipelineBench& bench = *m_bench;
+        const QString first = bench.folder.filePath(s("first"));
+        const QString other = bench.folder.filePath(s("other"));
+        QVERIFY(QDir().mkdir(first) && QDir().mkdir(other));
+        FileOrder order = bench.order(m_wave);
+        order.profile.id = "one";
+        order.profile.activities = {PipelineBench::copyTo(first),
+                                    PipelineBench::copyTo(bench.folder.filePath(s("away")))};
+        QVERIFY(bench.pipeline.process(order).end == End::Failed);
+        bench.clips.retry("f000001");
+        order.profile.id = "two";
+        order.profile.activities = {PipelineBench::copyTo(other)};
+        QVERIFY(bench.pipeline.process(order).end == End::Offered);
+        QVERIFY(QFile::exists(other + s("/a.wav")));
+    }
+
+    void documentsOfADirectoryThatIsAwayAreNotTaken()
+    {
+        PipelineBench& bench = *m_bench;
+        QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == End::Offered);
+        const QString place = bench.folder.filePath(s("output/f000001"));
+        const QString away = bench.folder.filePath(s("away"));
+        QVERIFY(QDir().rename(place, away));
+        QVERIFY(bench.listed().empty());
+        QVERIFY(bench.outputs.readyFolders().empty());
+        bench.pipeline.noteTaken();
+        QVERIFY(QDir().rename(away, place));
+        QCOMPARE(bench.listed().size(), std::size_t(1));
+        QCOMPARE(bench.outputs.readyFolders(), std::vector<std::string>{"f000001"});
+        QCOMPARE(bench.clips.inState(ClipState::Offered).size(), std::size_t(1));
+    }
+
+    void takenClipsAreNoted()
+    {
+        PipelineBench& bench = *m_bench;
+        QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == End::Offered);
+        bench.pipeline.noteTaken();
+        QVERIFY(bench.clips.inState(ClipState::Taken).empty());
+        QCOMPARE(::unlink(bench.listed()[0].c_str()), 0);
+        bench.pipeline.noteTaken();
+        QCOMPARE(bench.clips.inState(ClipState::Taken).size(), std::size_t(1));
+    }
+
+    void changeBetweenTheSamplesOfALongTakeIsNewThoughItsTimeWasPutBack()
+    {
+        PipelineBench& bench = *m_bench;
+        const std::string take = longTake();
+        QVERIFY(!take.empty());
+        QVERIFY(bench.pipeline.process(bench.order(take)).end == End::Offered);
+        QVERIFY(bench.pipeline.process(bench.order(take)).end == End::Known);
+        const auto before = filetools::stampOf(take);
+        QVERIFY(alter(take));
+        // What the watcher sees: the same size and time, and yet touched.
+        QVERIFY(filetools::stampOf(take) == before);
+        QVERIFY(!bench.clips.known("f000001").at(take).isUntouched(*filetools::stampOf(take)));
+        QVERIFY(bench.pipeline.process(bench.order(take)).end == End::Offered);
+        QCOMPARE(bench.listed().size(), std::size_t(2));
+        QVERIFY(bench.pipeline.process(bench.order(take)).end == End::Known);
+    }
+
+    void filesThatAreGoneAreForgottenAfterThirtyDays()
+    {
+        PipelineBench& bench = *m_bench;
+        const QString path = bench.folder.filePath(s("gone.wav"));
+        const auto offerAndTake = [&] {
+            bench.pipeline.process(bench.order(path.toStdString()));
+            for (const auto& output : bench.listed())
+                ::unlink(output.c_str());
+            bench.pipeline.noteTaken();
+            return bench.clips.inState(ClipState::Taken).size() == 1;
+        };
+        constexpr std::int64_t kDay = 24LL * 60 * 60 * 1000 * 1000000;
+        const auto pruneAfter = [&](int days) {
+            bench.pipeline.prune(1000 * kDay + days * kDay, makeCancelToken());
+            return bench.clips.inState(ClipState::Taken).empty();
+        };
+        QVERIFY(QFile::copy(QString::fromStdString(m_wave), path) && offerAndTake());
+        QVERIFY(!pruneAfter(0));
+        QVERIFY(QFile::remove(path));
+        QVERIFY(!pruneAfter(1));
+        QVERIFY(!pruneAfter(30));
+        // It was back for a while.
+        QVERIFY(QFile::copy(QString::fromStdString(m_wave), path));
+        QVERIFY(!pruneAfter(40));
+        QVERIFY(QFile::remove(path));
+        QVERIFY(!pruneAfter(41));
+        QVERIFY(!pruneAfter(70));
+        QVERIFY(pruneAfter(72));
+    }
+
+    void removalThatACrashInterruptedIsEndedOrUndoneAsTheRecordsSay()
+    {
+        PipelineBench& bench = *m_bench;
+        QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == End::Offered);
+        bench.outputs.beginRemoval("f000001");
+        QVERIFY(bench.listed().empty());
+        // The records are there still: nothing was removed.
+        bench.pipeline.recover();
+        QCOMPARE(bench.listed().size(), std::size_t(1));
+        bench.outputs.beginRemoval("f000001");
+        bench.clips.forgetAll("f000001");
+        bench.pipeline.recover();
+        QVERIFY(bench.listed().empty());
+        QVERIFY(bench.errors.list().empty());
+        QCOMPARE(QDir(bench.folder.filePath(s("output")))
+                     .entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot),
+                 QStringList{s("jobs")});
+    }
+
+    void checkerFindsWhatMustNotBe()
+    {
+        PipelineBench& bench = *m_bench;
+        QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == End::Offered);
+        QCOMPARE(bench.faults(), QStringList());
+        const auto breaks = [&](const char* how, const char* word) {
+            {
+                Transaction transaction(bench.database);
+                bench.database.execute(how);
+                if (bench.faults().filter(s(word)).size() != 1)
+                    return false;
+            } // rolled back
+            return bench.faults().isEmpty();
+        };
+        QVERIFY(breaks("UPDATE clips SET owner='f000009'", "no owner"));
+        QVERIFY(breaks("UPDATE clips SET state='taken'", "whose clip is taken"));
+        QVERIFY(breaks("DELETE FROM clips", "has no clip"));
+        QVERIFY(breaks("UPDATE clips SET guid='x'", "another identifier"));
+        QVERIFY(breaks("UPDATE clips SET state='lost'", "state that there is not"));
+        QVERIFY(breaks("UPDATE clips SET output=''", "does not know its name"));
+        QVERIFY(breaks("UPDATE clips SET scratch='/x'", "unfinished file"));
+        QVERIFY(breaks("INSERT INTO jobs(id, manual, path, profile, group_id, group_name, state) "
+                       "VALUES('j1', 0, '/a', 'p', 'f000009', 'n', 'FAILED')",
+                       "has no folder"));
+        const std::string output = bench.listed()[0];
+        const QByteArray whole = content(output);
+        QCOMPARE(::truncate(output.c_str(), whole.size() / 2), 0);
+        QCOMPARE(bench.faults().filter(s("no whole document")).size(), 1);
+        QCOMPARE(::unlink(output.c_str()), 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestServiceState)
+#include "test_service_state.moc"
