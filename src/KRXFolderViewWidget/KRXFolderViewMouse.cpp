@@ -2,10 +2,12 @@
 
 #include "HostQtShell.h"
 #include "HostStatusShell.h"
+#include "KRXDeletionHold.h"
 #include "KRXFolder.h"
 #include "KRXFolderManager.h"
 #include "KRXFolderProperties.h"
 #include "KRXFolderViewWidget.h"
+#include "KRXModal.h"
 #include "KRXProfile.h"
 #include "KRXProfileManager.h"
 #include "KRXProfileProperties.h"
@@ -155,6 +157,8 @@ void KRXFolderViewWidget::ingestClicked(const QModelIndex& index, const QPoint& 
 
 void KRXFolderViewWidget::acquire(const QString& folderId)
 {
+    // The host may run an event loop in its callback.
+    const KRXDeletionHold hold(this);
     const QPointer<KRXFolderViewWidget> self(this);
     KRXFolder folder;
     if (KRXFolderManager::getInstance().readFolder(folderId, folder)) {
@@ -227,20 +231,18 @@ void KRXFolderViewWidget::updateProfileValue()
     KRXProfileManager::getInstance().getProfile(profileId, profile);
     const QStringList copyTo = profile.property(KRXProfileProperties::kCopyToFolder).toStringList();
     if (copyTo.contains(getFolderPath(m_clickedItem))) {
-        HostQtShell::showManagedMessageBox(
-            this, QMessageBox::Warning, KRXText::localised("Error occurred"),
-            KRXText::localised("Can't assign %1 profile to this folder. "
-                               "Folder and Profile [Copy To] action have the same path")
-                .arg(profileName),
-            QMessageBox::Ok, QMessageBox::Ok);
+        KRXModal::showMessageBox(this, QMessageBox::Warning, KRXText::localised("Error occurred"),
+                                 KRXText::localised("Can't assign %1 profile to this folder. "
+                                                    "Folder and Profile [Copy To] action have the same path")
+                                     .arg(profileName),
+                                 QMessageBox::Ok, QMessageBox::Ok);
         return;
     }
     {
         // One change for the service, not three.
-        const QSignalBlocker blocker(model());
+        const QSignalBlocker blocker(this);
         setProfileId(m_clickedItem, profileId);
         setTargetBin(m_clickedItem, profile.property(KRXProfileProperties::kBin).toString());
     }
-    update(indexFromItem(m_clickedItem, kIdxBinColumn));
     setProfileName(m_clickedItem, profileName);
 }

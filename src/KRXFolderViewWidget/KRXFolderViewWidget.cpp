@@ -6,6 +6,7 @@
 #include "KRXFolderManager.h"
 #include "KRXFolderProperties.h"
 #include "KRXFolderViewWidgetItem.h"
+#include "KRXModal.h"
 #include "KRXProfile.h"
 #include "KRXProfileManager.h"
 #include "KRXProfileProperties.h"
@@ -290,7 +291,7 @@ bool KRXFolderViewWidget::hasPath(const QString& path) const
 void KRXFolderViewWidget::addFolder(const QString& path, const QString& profileId)
 {
     if (hasPath(path)) {
-        HostQtShell::showManagedMessageBox(
+        KRXModal::showMessageBox(
             this, QMessageBox::Warning, KRXText::localised("Error occurred"),
             KRXText::localised("Unable to add a folder with the same path more than once.\n"
                                "Folder with path %1 already exists in this list.")
@@ -301,10 +302,9 @@ void KRXFolderViewWidget::addFolder(const QString& path, const QString& profileI
     KRXFolderManager& manager = KRXFolderManager::getInstance();
     KRXFolder folder;
     if (!manager.createFolder(path, profileId, folder)) {
-        HostQtShell::showManagedMessageBox(
-            this, QMessageBox::Critical, KRXText::localised("Error occurred"),
-            KRXText::localised("Can't add folder %1\n%2").arg(path, manager.lastError()), QMessageBox::Ok,
-            QMessageBox::Ok);
+        KRXModal::showMessageBox(this, QMessageBox::Critical, KRXText::localised("Error occurred"),
+                                 KRXText::localised("Can't add folder %1\n%2").arg(path, manager.lastError()),
+                                 QMessageBox::Ok, QMessageBox::Ok);
     } else if (QTreeWidgetItem* row = krxToFolderItem(folder)) {
         setCurrentItem(row);
     } else {
@@ -330,7 +330,7 @@ void KRXFolderViewWidget::delFolder()
                 takeTopLevelItem(indexOfTopLevelItem(itemByFolderId(folderId))));
         return;
     }
-    HostQtShell::showManagedMessageBox(
+    KRXModal::showMessageBox(
         this, QMessageBox::Critical, KRXText::localised("Error occurred"),
         KRXText::localised("Can't delete folder %1!\n%2").arg(getFolderName(item), manager.lastError()),
         QMessageBox::Ok, QMessageBox::Ok);
@@ -346,7 +346,7 @@ void KRXFolderViewWidget::itemChanged(QTreeWidgetItem* item, int column)
     if (column == kIdxProfileColumn && holdsEntries(getFolderPath(item))) {
         const QPointer<KRXFolderViewWidget> self(this);
         processExisting =
-            HostQtShell::showManagedMessageBox(
+            KRXModal::showMessageBox(
                 this, QMessageBox::Question, QString(),
                 KRXText::localised("Do you want to process existing files with the new folder profile?"),
                 QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes) == QMessageBox::Yes;
@@ -478,12 +478,16 @@ void KRXFolderViewWidget::setProfileName(QTreeWidgetItem* item, const QString& n
 {
     if (!item)
         return;
-    if (item->treeWidget()) {
-        // An item swallows an equal text. Two profiles may have one name, and the change must be seen.
-        const QSignalBlocker blocker(item->treeWidget()->model());
-        item->setData(kIdxProfileColumn, Qt::DisplayRole, QVariant());
+    QTreeWidget* view = item->treeWidget();
+    {
+        const QSignalBlocker blocker(view);
+        item->setText(kIdxProfileColumn, name);
     }
-    item->setText(kIdxProfileColumn, name);
+    // Said last and by hand. Whoever hears of it may ask the user something, and the list may be filled again
+    // meanwhile: had the model said it, Qt would go on afterwards with the place that the row had before, to
+    // sort it. An equal text is no change for the model, but two profiles may have one name.
+    if (view)
+        emit view->itemChanged(item, kIdxProfileColumn);
 }
 
 void KRXFolderViewWidget::setTargetBin(QTreeWidgetItem* item, const QString& bin)

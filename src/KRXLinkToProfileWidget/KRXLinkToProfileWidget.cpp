@@ -1,5 +1,6 @@
 #include "KRXLinkToProfileWidget.h"
 
+#include "KRXDeletionHold.h"
 #include "KRXProfile.h"
 #include "KRXProfileManager.h"
 #include "KRXProfileProperties.h"
@@ -142,8 +143,8 @@ void KRXLinkToProfileWidget::showProfilesEdotor()
     KRXProfileManager& manager = KRXProfileManager::getInstance();
     manager.refreshProfiles(true);
     const QString formerId = selectedProfileId();
-    m_profilesWindow->updateProfilesBox(manager.profileItems(), formerId);
-
+    if (!offerProfiles(manager.profileItems(), formerId))
+        return;
     const QPointer<KRXLinkToProfileWidget> self(this);
     runEditor();
     if (!self)
@@ -152,6 +153,17 @@ void KRXLinkToProfileWidget::showProfilesEdotor()
     const int former =
         m_profilesBox->findData(formerId, Qt::UserRole, Qt::MatchExactly | Qt::MatchCaseSensitive);
     m_profilesBox->setCurrentIndex(qMax(0, former));
+}
+
+/// Gives the editor its profiles and has it load one, which may open a notice. \return false when the editor
+/// or this widget is gone or going by then.
+bool KRXLinkToProfileWidget::offerProfiles(const QList<QPair<QString, QString>>& items, const QString& id)
+{
+    const KRXDeletionHold holdEditor(m_profilesWindow);
+    const KRXDeletionHold hold(this);
+    const QPointer<KRXLinkToProfileWidget> self(this);
+    m_profilesWindow->updateProfilesBox(items, id);
+    return self && m_profilesWindow && !hold.isDeletionAsked() && !holdEditor.isDeletionAsked();
 }
 
 void KRXLinkToProfileWidget::runEditor()

@@ -3,6 +3,8 @@
 #include "HostQtShell.h"
 #include "KRXExport.h"
 
+#include <QList>
+#include <QPair>
 #include <QPointer>
 #include <QString>
 #include <QWidget>
@@ -47,6 +49,7 @@ private slots:
     void showProfilesEdotor();
 
 private:
+    bool offerProfiles(const QList<QPair<QString, QString>>& items, const QString& id);
     void runEditor();
 
     QPointer<KRXSummaryWidget> m_summary;

@@ -3,10 +3,12 @@
 #include "CodecBox.h"
 #include "HostQtShell.h"
 #include "HostStatusShell.h"
+#include "KRXDeletionHold.h"
 #include "KRXFolder.h"
 #include "KRXFolderManager.h"
 #include "KRXFolderProperties.h"
 #include "KRXLinkOptionsSettings.h"
+#include "KRXModal.h"
 #include "KRXProfile.h"
 #include "KRXProfileManager.h"
 #include "KRXProfileProperties.h"
@@ -225,10 +227,12 @@ bool KRXProfilesWindow::mayBeSaved(QString& error) const
 
 void KRXProfilesWindow::saveBtnPressed()
 {
+    // The dialog and the host's hook may run event loops of their own.
+    const KRXDeletionHold hold(this);
     QString error;
     if (!mayBeSaved(error)) {
-        HostQtShell::showManagedMessageBox(this, QMessageBox::Warning, localised("Error occurred"), error,
-                                           QMessageBox::Ok, QMessageBox::Ok);
+        KRXModal::showMessageBox(this, QMessageBox::Warning, localised("Error occurred"), error,
+                                 QMessageBox::Ok, QMessageBox::Ok);
         return;
     }
     // The editor may go away with its panel while the dialog is open, and takes the dialog with it.
@@ -253,10 +257,9 @@ void KRXProfilesWindow::saveAs(const QString& name)
         manager.refreshProfiles(true);
         updateKRXWindowInfo();
     } else {
-        HostQtShell::showManagedMessageBox(
-            this, QMessageBox::Critical, localised("Error occurred"),
-            localised("Can't create new profile!\n%1").arg(manager.lastError()), QMessageBox::Ok,
-            QMessageBox::Ok);
+        KRXModal::showMessageBox(this, QMessageBox::Critical, localised("Error occurred"),
+                                 localised("Can't create new profile!\n%1").arg(manager.lastError()),
+                                 QMessageBox::Ok, QMessageBox::Ok);
     }
     // After a failure too, and without the question about unsaved changes: the error was the last word.
     if (self)
@@ -287,21 +290,20 @@ bool KRXProfilesWindow::confirmDeletion(const QString& name, const QList<QString
                       "related KRX folders \n and these folders will be disabled.");
     }
     question += localised("Are you sure you want to delete [%1] profile?").arg(name);
-    return HostQtShell::showManagedMessageBox(this, QMessageBox::Question, QString(), question,
-                                              QMessageBox::Yes | QMessageBox::No,
-                                              QMessageBox::Yes) == QMessageBox::Yes;
+    return KRXModal::showMessageBox(this, QMessageBox::Question, QString(), question,
+                                    QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes) == QMessageBox::Yes;
 }
 
 void KRXProfilesWindow::delBtnPressed()
 {
+    const KRXDeletionHold hold(this);
     const int current = m_profilesBox->currentIndex();
     if (current < 0)
         return;
     const QString name = m_profilesBox->currentText();
     if (name == m_defaultProfileName) {
-        HostQtShell::showManagedMessageBox(this, QMessageBox::Warning, QString(),
-                                           localised("Can't delete %1").arg(name), QMessageBox::Ok,
-                                           QMessageBox::Ok);
+        KRXModal::showMessageBox(this, QMessageBox::Warning, QString(),
+                                 localised("Can't delete %1").arg(name), QMessageBox::Ok, QMessageBox::Ok);
         return;
     }
     const QString id = m_profilesBox->itemData(current).toString();
@@ -324,10 +326,9 @@ void KRXProfilesWindow::delBtnPressed()
         return;
     KRXProfileManager& profiles = KRXProfileManager::getInstance();
     if (!profiles.deleteProfile(id)) {
-        HostQtShell::showManagedMessageBox(
-            this, QMessageBox::Critical, localised("Error occurred"),
-            localised("Can't delete selected profile!\n%1").arg(profiles.lastError()), QMessageBox::Ok,
-            QMessageBox::Ok);
+        KRXModal::showMessageBox(this, QMessageBox::Critical, localised("Error occurred"),
+                                 localised("Can't delete selected profile!\n%1").arg(profiles.lastError()),
+                                 QMessageBox::Ok, QMessageBox::Ok);
         return;
     }
     profiles.refreshProfiles(true);
@@ -357,6 +358,8 @@ void KRXProfilesWindow::showContextMenu(const QPoint& position)
 
 void KRXProfilesWindow::doWinHelp()
 {
+    // The menu that was clicked is in the middle of its own mouse handling.
+    const KRXDeletionHold hold(this);
     HostStatusShell::showHelpTopic(kHelpTopic, kWindowHelpFlag);
 }
 
@@ -367,6 +370,7 @@ KRXLinkOptionsSettings* KRXProfilesWindow::linkOptions() const
 
 void KRXProfilesWindow::showMultiChannelDlg()
 {
+    const KRXDeletionHold hold(this);
     updateMultiChannelLabel(linkOptions()->getMultichannelLabel());
 }
 
@@ -374,9 +378,9 @@ void KRXProfilesWindow::closeEvent(QCloseEvent* event)
 {
     if (m_state.isModified()) {
         const QPointer<KRXProfilesWindow> self(this);
-        const auto answer = HostQtShell::showManagedMessageBox(
-            this, QMessageBox::Question, QString(), localised("Exit without saving profile ?"),
-            QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Ok);
+        const auto answer = KRXModal::showMessageBox(this, QMessageBox::Question, QString(),
+                                                     localised("Exit without saving profile ?"),
+                                                     QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Ok);
         if (!self)
             return;
         if (answer == QMessageBox::Cancel) {

@@ -1,6 +1,6 @@
 #include "SaveProfileDialog.h"
 
-#include "HostQtShell.h"
+#include "KRXModal.h"
 #include "KRXProfilesWindow.h"
 #include "KRXText.h"
 
@@ -60,9 +60,9 @@ void SaveProfileDialog::save()
 {
     const QString name = profileName();
     if (m_editor->getProfilesBox()->findText(name, Qt::MatchExactly | Qt::MatchCaseSensitive) >= 0) {
-        HostQtShell::showManagedMessageBox(this, QMessageBox::Warning, QString(),
-                                           localised("Profile : %1 already exists").arg(name),
-                                           QMessageBox::Ok, QMessageBox::Ok);
+        KRXModal::showMessageBox(this, QMessageBox::Warning, QString(),
+                                 localised("Profile : %1 already exists").arg(name), QMessageBox::Ok,
+                                 QMessageBox::Ok);
         return;
     }
     accept();

@@ -1,7 +1,9 @@
 #include "KRXWindow.h"
 
 #include "HostQtShell.h"
+#include "KRXDeletionHold.h"
 #include "KRXFolderViewWidget.h"
+#include "KRXModal.h"
 #include "KRXProfile.h"
 #include "KRXProfileManager.h"
 #include "KRXProfileProperties.h"
@@ -166,7 +168,7 @@ void KRXWindow::addFolderBtnPressed()
     QString path;
     {
         const HostQtShell::NavigationPaneGuard guard;
-        path = HostQtShell::chooseDirectory(this, KRXText::localised("Select Folder"), lastDirectory());
+        path = KRXModal::chooseDirectory(this, this, KRXText::localised("Select Folder"), lastDirectory());
     }
     path = QDir::toNativeSeparators(path);
     if (path.isEmpty() || !self)
@@ -205,7 +207,8 @@ void KRXWindow::openProfilesWindow()
     if (!m_profilesWindow || m_profilesWindow->isVisible())
         return;
     const QPointer<KRXWindow> self(this);
-    m_profilesWindow->updateProfilesBox(getActualProfileItems(), profileIdFromComboBox(m_profilesBox));
+    if (!offerProfiles())
+        return;
     m_profilesWindow->runModal();
     if (!self)
         return;
@@ -220,6 +223,16 @@ void KRXWindow::openProfilesWindow()
     refreshButtons();
     // The refill left the first item current without a signal, so the summary may be another profile's.
     refreshProfileSummary(profileIdFromComboBox(m_profilesBox));
+}
+
+/// Gives the editor its profiles and has it load one, which may open a notice. \return false when the editor
+/// is gone or going by then.
+bool KRXWindow::offerProfiles()
+{
+    const KRXDeletionHold hold(m_profilesWindow);
+    const QPointer<KRXProfilesWindow> editor = m_profilesWindow;
+    editor->updateProfilesBox(getActualProfileItems(), profileIdFromComboBox(m_profilesBox));
+    return editor && !hold.isDeletionAsked();
 }
 
 void KRXWindow::profileCurrentIndexChanged(int index)
@@ -272,12 +285,11 @@ void KRXWindow::refuseProfile(const QString& profileName, const QString& formerP
         const QSignalBlocker blocker(m_profilesBox);
         m_profilesBox->setCurrentIndex(former);
     }
-    HostQtShell::showManagedMessageBox(
-        this, QMessageBox::Warning, KRXText::localised("Error occurred"),
-        KRXText::localised("Can't assign %1 profile to this folder. "
-                           "Folder and Profile [Copy To] action have the same path")
-            .arg(profileName),
-        QMessageBox::Ok, QMessageBox::Ok);
+    KRXModal::showMessageBox(this, QMessageBox::Warning, KRXText::localised("Error occurred"),
+                             KRXText::localised("Can't assign %1 profile to this folder. "
+                                                "Folder and Profile [Copy To] action have the same path")
+                                 .arg(profileName),
+                             QMessageBox::Ok, QMessageBox::Ok);
 }
 
 void KRXWindow::refreshCurrentProfileItem()

@@ -22,7 +22,8 @@ class QTreeWidgetItem;
 /// way into the profile editor. The host creates and embeds it, and drives it: the panel has no timer.
 ///
 /// GUI thread only; requests block it. A host that wants the panel gone while one of its dialogs or menus is
-/// open uses deleteLater().
+/// open uses deleteLater(), on the panel or on a window around it: the panel goes when the dialog is
+/// answered.
 class KRX_EXPORT KRXWindow : public QWidget
 {
     Q_OBJECT
@@ -111,6 +112,7 @@ private:
     void loadFolders();
     void followService();
     void refreshButtons();
+    bool offerProfiles();
     int profileIndex(const QString& profileId) const;
     void showProfileOfCurrentRow();
     void putKnownProfileInBox(const QString& profileId);

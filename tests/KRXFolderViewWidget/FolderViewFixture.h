@@ -102,8 +102,9 @@ public:
 private:
     QMessageBox::StandardButton answer(const StandInHost::MessageRequest& request) const
     {
-        if (whileAsked)
-            whileAsked();
+        // A copy, because the work may take itself away.
+        if (const auto work = whileAsked)
+            work();
         return request.buttons.testFlag(reply) ? reply : request.defaultButton;
     }
 };

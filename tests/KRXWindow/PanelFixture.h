@@ -95,8 +95,9 @@ public:
     {
         StandInHost::resetRecords();
         StandInHost::setMessageAnswerer([this](const StandInHost::MessageRequest& request) {
-            if (whileAsked)
-                whileAsked();
+            // A copy, because the work may take itself away.
+            if (const auto work = whileAsked)
+                work();
             return request.buttons.testFlag(reply) ? reply : request.defaultButton;
         });
         StandInHost::setDirectoryAnswerer([this](const StandInHost::DirectoryRequest&) {

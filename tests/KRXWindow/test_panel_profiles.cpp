@@ -2,7 +2,9 @@
 
 #include "PanelFixture.h"
 
+#include <QApplication>
 #include <QFile>
+#include <QMenu>
 #include <QPointer>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -22,7 +24,11 @@ private slots:
     void profileThatCopiesIntoTheFolderIsRefused();
     void refusalLeavesABoxThatDoesNotHoldTheFormerProfile();
     void equalNamesAreStillTwoProfiles();
+    void editSurvivesARefreshUnderTheQuestion_data();
     void editSurvivesARefreshUnderTheQuestion();
+    void goneProfileSelectedInASortedListSurvivesARefresh();
+    void changedProfileMovesTheRowToItsPlace_data();
+    void changedProfileMovesTheRowToItsPlace();
     void hostChoosesByIndex();
 
     // --- Following the list ---
@@ -161,22 +167,112 @@ void TestPanelProfiles::equalNamesAreStillTwoProfiles()
     QCOMPARE(f.row("a"_s)->text(View::kIdxBinColumn), "Bin 2"_s);
 }
 
+void TestPanelProfiles::editSurvivesARefreshUnderTheQuestion_data()
+{
+    QTest::addColumn<int>("sortColumn");
+    QTest::addColumn<bool>("fewerRows");
+    QTest::addColumn<bool>("byState");
+    for (int column = 0; column < 6; ++column) {
+        for (const bool fewerRows : {false, true}) {
+            for (const bool byState : {false, true}) {
+                QTest::addRow("sorted by %d, %s rows, %s", column, fewerRows ? "fewer" : "the same",
+                              byState ? "off-line and on-line" : "refreshed")
+                    << column << fewerRows << byState;
+            }
+        }
+    }
+}
+
 void TestPanelProfiles::editSurvivesARefreshUnderTheQuestion()
 {
+    QFETCH(int, sortColumn);
+    QFETCH(bool, fewerRows);
+    QFETCH(bool, byState);
     QTemporaryDir filled;
     QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
     PanelFixture f;
-    f.service.folders = {{"a"_s, filled.path(), "p1"_s, "true"_s}};
+    f.service.folders = {{"a"_s, filled.path(), "p1"_s, "true"_s},
+                         {"b"_s, "/media/b"_s, "p1"_s},
+                         {"c"_s, "/media/c"_s, "p1"_s, "true"_s}};
     f.show();
-    f.whileAsked = [&f] {
+    f.view()->sortByColumn(sortColumn, Qt::AscendingOrder);
+    f.view()->setCurrentItem(f.row("a"_s));
+    f.whileAsked = [&] {
         f.whileAsked = nullptr;
-        f.panel->refreshFolders();
+        if (fewerRows)
+            f.service.folders.erase(f.service.folders.begin() + 1, f.service.folders.end());
+        if (byState) {
+            f.panel->updateKRXServiceOnlineState(false);
+            f.panel->updateKRXServiceOnlineState(true);
+        } else {
+            f.panel->refreshFolders();
+        }
     };
     f.box()->setCurrentIndex(1);
     QCOMPARE(StandInHost::messageLog().size(), 1);
     QCOMPARE(f.service.folders.at(0).profile, "p2"_s);
     QCOMPARE(f.profileOf("a"_s), "p2"_s);
-    QCOMPARE(f.boxProfile(), "p2"_s);
+    QCOMPARE(View::getProfileName(f.row("a"_s)), "Proxy"_s);
+    QCOMPARE(f.row("a"_s)->text(View::kIdxBinColumn), "Bin 2"_s);
+    QCOMPARE(f.view()->topLevelItemCount(), fewerRows ? 1 : 3);
+    if (f.currentFolder() == "a"_s)
+        QCOMPARE(f.boxProfile(), "p2"_s);
+}
+
+void TestPanelProfiles::goneProfileSelectedInASortedListSurvivesARefresh()
+{
+    QTemporaryDir filled;
+    QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
+    PanelFixture f;
+    f.service.folders = {{"a"_s, "/0/a"_s, "p1"_s}, {"b"_s, filled.path(), "gone"_s, "true"_s}};
+    f.show();
+    // Nobody knows the profile of the other row, so its text is empty and sorts first.
+    f.view()->sortByColumn(View::kIdxProfileColumn, Qt::AscendingOrder);
+    QCOMPARE(f.currentFolder(), "a"_s);
+    f.whileAsked = [&f] {
+        f.whileAsked = nullptr;
+        f.service.folders.removeFirst();
+        f.panel->refreshFolders();
+    };
+    const QRect cell = f.view()->visualItemRect(f.row("b"_s));
+    QTest::mouseClick(f.view()->viewport(), Qt::LeftButton, {}, cell.center());
+    QCOMPARE(StandInHost::messageLog().size(), 1);
+    QCOMPARE(f.service.folders.at(0).profile, "p1"_s);
+    QCOMPARE(f.profileOf("b"_s), "p1"_s);
+}
+
+void TestPanelProfiles::changedProfileMovesTheRowToItsPlace_data()
+{
+    QTest::addColumn<int>("column");
+    QTest::addColumn<bool>("byMenu");
+    for (const bool byMenu : {false, true}) {
+        QTest::addRow("profile, %s", byMenu ? "menu" : "box") << View::kIdxProfileColumn << byMenu;
+        QTest::addRow("bin, %s", byMenu ? "menu" : "box") << View::kIdxBinColumn << byMenu;
+    }
+}
+
+void TestPanelProfiles::changedProfileMovesTheRowToItsPlace()
+{
+    QFETCH(int, column);
+    QFETCH(bool, byMenu);
+    PanelFixture f;
+    f.service.folders[1].profile = "p1"_s;
+    f.show();
+    f.view()->sortByColumn(column, Qt::AscendingOrder);
+    QTreeWidgetItem* first = f.view()->topLevelItem(0);
+    f.view()->setCurrentItem(first);
+    if (byMenu) {
+        QRect cell = f.view()->visualItemRect(first);
+        cell.moveLeft(f.view()->columnViewportPosition(View::kIdxProfileColumn));
+        QTest::mouseClick(f.view()->viewport(), Qt::LeftButton, {}, cell.topLeft() + QPoint(5, 5));
+        const auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        QVERIFY(menu);
+        menu->actions().at(1)->trigger();
+    } else {
+        f.box()->setCurrentIndex(1);
+    }
+    QCOMPARE(f.view()->indexOfTopLevelItem(first), 1);
+    QCOMPARE(f.puts().size(), 1);
 }
 
 void TestPanelProfiles::hostChoosesByIndex()

@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -209,6 +210,26 @@ private slots:
         }
         QVERIFY(count > 0);
         QVERIFY2(tooLong.isEmpty(), qUtf8Printable(tooLong.join(QLatin1Char('\n'))));
+    }
+
+    void dialogsOfTheHostAreOpenedInOnePlace()
+    {
+        // Who opens one elsewhere can be deleted under it.
+        const QRegularExpression call(
+            QStringLiteral("HostQtShell::(showManagedMessageBox|chooseDirectory)\\b|QFileDialog|QMessageBox::"
+                           "(question|warning|information|critical|about)\\b"));
+        int calls = 0;
+        QDirIterator sources(QDir(root()).filePath(QStringLiteral("src")), {QStringLiteral("*.cpp")},
+                             QDir::Files, QDirIterator::Subdirectories);
+        while (sources.hasNext()) {
+            QFile source(sources.next());
+            QVERIFY(source.open(QIODevice::ReadOnly));
+            const int found = QString::fromUtf8(source.readAll()).count(call);
+            QVERIFY2(found == 0 || source.fileName().endsWith(QLatin1String("/KRXModal.cpp")),
+                     qPrintable(source.fileName()));
+            calls += found;
+        }
+        QCOMPARE(calls, 2);
     }
 };
 

@@ -1,6 +1,6 @@
 #include "CopyToPathWidget.h"
 
-#include "HostQtShell.h"
+#include "KRXModal.h"
 #include "KRXText.h"
 
 #include <QFontMetrics>
@@ -48,10 +48,10 @@ void CopyToPathWidget::setPath(const QString& path)
 
 void CopyToPathWidget::showFileDialog()
 {
-    // The row can go while the chooser is open.
+    // The row can be taken out while the chooser is open.
     const QPointer<CopyToPathWidget> self(this);
     const QString chosen =
-        HostQtShell::chooseDirectory(nullptr, KRXText::localised("Select Folder"), lastFolder());
+        KRXModal::chooseDirectory(this, nullptr, KRXText::localised("Select Folder"), lastFolder());
     if (chosen.isEmpty())
         return;
     lastFolder() = chosen;

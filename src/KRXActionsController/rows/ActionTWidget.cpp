@@ -2,9 +2,10 @@
 
 #include "ActionMimeData.h"
 #include "ActionTypeBox.h"
-#include "HostQtShell.h"
 #include "IAction.h"
 #include "ItemActionsController.h"
+#include "KRXDeletionHold.h"
+#include "KRXModal.h"
 #include "KRXProfilesWindow.h"
 #include "KRXText.h"
 #include "ProfileActionsController.h"
@@ -169,9 +170,9 @@ void ActionTWidget::refuseSecondConsolidate()
         m_typeBox->setCurrentIndex(int(getCurrentAction()->getType()));
     }
     const NestedLoop loop(this);
-    HostQtShell::showManagedMessageBox(getProfilesWindow(), QMessageBox::Warning, QString(),
-                                       KRXText::localised("Only a single Consolidate action can be added"),
-                                       QMessageBox::Ok, QMessageBox::Ok);
+    KRXModal::showMessageBox(getProfilesWindow(), QMessageBox::Warning, QString(),
+                             KRXText::localised("Only a single Consolidate action can be added"),
+                             QMessageBox::Ok, QMessageBox::Ok);
 }
 
 bool ActionTWidget::event(QEvent* event)
@@ -193,6 +194,7 @@ void ActionTWidget::mousePressEvent(QMouseEvent* event)
     const QPointer<ActionTWidget> self(this);
     if (event->button() == Qt::LeftButton) {
         select();
+        const KRXDeletionHold hold(this);
         const NestedLoop loop(this);
         drag(event->pos());
     }

@@ -2,8 +2,8 @@
 
 #include "ActionListLoad.h"
 #include "ActionTWidget.h"
-#include "HostQtShell.h"
 #include "IAction.h"
+#include "KRXModal.h"
 #include "KRXProfilesWindow.h"
 #include "KRXText.h"
 #include "KRXTwistWidget.h"
@@ -117,8 +117,8 @@ void ProfileActionsController::readXml(const QDomDocument& doc)
         return;
     const QString notices = rebuildRows(doc);
     if (!notices.isEmpty()) {
-        HostQtShell::showManagedMessageBox(m_window, QMessageBox::Information, QString(), notices,
-                                           QMessageBox::Ok, QMessageBox::Ok);
+        KRXModal::showMessageBox(m_window, QMessageBox::Information, QString(), notices, QMessageBox::Ok,
+                                 QMessageBox::Ok);
         // The editor can go while the box is open.
         if (!self)
             return;
