@@ -2,6 +2,7 @@
 #include "DeskProject.h"
 
 #include <QAbstractItemModelTester>
+#include <QTemporaryDir>
 #include <QtTest>
 
 class TestBinsModel : public QObject
@@ -37,10 +38,30 @@ private slots:
         QCOMPARE(model.rowCount(), 0);
     }
 
+    void aPathThatLooksLikeMarkupIsShownAsItIs()
+    {
+        DeskProject project;
+        BinsModel model(project);
+        const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        DeskClip clip;
+        clip.id = QStringLiteral("1");
+        clip.media = QStringLiteral("/m/<b>a</b>.mov");
+        clip.source = QStringLiteral("/watch/plain & simple.mov");
+        project.addClip(project.binNamed(QStringLiteral("Rushes")), clip);
+        const auto tip = [&](int column) {
+            return model.index(0, column, model.index(0, 0)).data(Qt::ToolTipRole).toString();
+        };
+        QVERIFY2(tip(BinsModel::NameColumn).contains(QLatin1String("/m/&lt;b&gt;a&lt;/b&gt;.mov")),
+                 qPrintable(tip(BinsModel::NameColumn)));
+        // What cannot be taken for markup stays as it is.
+        QCOMPARE(tip(BinsModel::SourceColumn), clip.source);
+    }
+
     void anIndexKnowsItsBin()
     {
         DeskProject project;
         BinsModel model(project);
+        const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
         project.binNamed(QStringLiteral("A"));
         const int bin = project.binNamed(QStringLiteral("B"));
         DeskClip clip;
@@ -49,6 +70,34 @@ private slots:
         QCOMPARE(BinsModel::binOf(QModelIndex()), -1);
         QCOMPARE(BinsModel::binOf(model.index(1, 2)), 1);
         QCOMPARE(BinsModel::binOf(model.index(0, 1, model.index(1, 0))), 1);
+    }
+
+    void theTreeFollowsAProjectThatIsReadFromItsFile()
+    {
+        const QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("a.krxproject"));
+        QString error;
+        {
+            DeskProject project;
+            project.create(path);
+            for (const char* bin : {"A", "B"}) {
+                DeskClip clip;
+                clip.id = QString::fromLatin1(bin);
+                project.addClip(project.binNamed(QString::fromLatin1(bin)), clip);
+            }
+            QVERIFY(project.save(error));
+        }
+        DeskProject project;
+        BinsModel model(project);
+        const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        project.binNamed(QStringLiteral("of before"));
+        QVERIFY2(project.load(path, error), qPrintable(error));
+        QCOMPARE(model.rowCount(), 2);
+        QCOMPARE(model.rowCount(model.index(1, 0)), 1);
+        DeskClip added;
+        added.id = QStringLiteral("C");
+        project.addClip(0, added);
+        QCOMPARE(model.rowCount(model.index(0, 0)), 2);
     }
 
     void lengthsReadAsPeopleWriteThem_data()

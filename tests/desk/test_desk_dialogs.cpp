@@ -6,6 +6,7 @@
 
 #include "CodecBox.h"
 #include "HostMediaEngine.h"
+#include "HostRecorder.h"
 #include "KRXFolderManager.h"
 #include "KRXLinkOptionsSettings.h"
 #include "KRXProfileManager.h"
@@ -14,6 +15,7 @@
 #include "StandInMedia.h"
 #include "TestHttpServer.h"
 
+#include <QAbstractItemModelTester>
 #include <QComboBox>
 #include <QLabel>
 #include <QListWidget>
@@ -35,6 +37,7 @@ public:
         : DeskProfilesWindow(nullptr)
     {
     }
+    using DeskProfilesWindow::mayLeaveProfile;
     using DeskProfilesWindow::updateKRXWindowInfo;
     using DeskProfilesWindow::updateMultiChannelLabel;
 };
@@ -194,6 +197,49 @@ private slots:
         QVERIFY(!label.property(KRXLinkOptionsSettings::kGroupingProperty).isValid());
     }
 
+    // --- Changes that were not saved --------------------------------------------------------------------
+
+    void changesAreDiscardedOnlyByAYes()
+    {
+        Editor editor;
+        editor.getProfileState()->setModified(true);
+        StandInHost::setMessageAnswerer([](const StandInHost::MessageRequest&) { return QMessageBox::No; });
+        QVERIFY(!editor.mayLeaveProfile(QStringLiteral("Proxy")));
+        QVERIFY(editor.getProfileState()->isModified());
+        QCOMPARE(StandInHost::messageLog().size(), 1);
+        QCOMPARE(StandInHost::messageLog().at(0).text, QStringLiteral("Discard the changes to Proxy?"));
+        StandInHost::setMessageAnswerer([](const StandInHost::MessageRequest&) { return QMessageBox::Yes; });
+        QVERIFY(editor.mayLeaveProfile(QStringLiteral("Proxy")));
+        QVERIFY(!editor.getProfileState()->isModified());
+        StandInHost::resetRecords();
+    }
+
+    void choosingAnotherProfileAsksAndGoesBackAfterANo()
+    {
+        m_server.setReply("GET", "/KRXService/profiles?level=detail", 200,
+                          "<profiles><profile><profileDetail><profileName>Proxy</profileName>"
+                          "<profileGUID>p1</profileGUID></profileDetail></profile>"
+                          "<profile><profileDetail><profileName>Conform</profileName>"
+                          "<profileGUID>p2</profileGUID></profileDetail></profile></profiles>");
+        KRXProfileManager& profiles = KRXProfileManager::getInstance();
+        QVERIFY(profiles.refreshProfiles(true));
+        Editor editor;
+        editor.updateProfilesBox(profiles.profileItems(), QStringLiteral("p1"));
+        auto* box = editor.findChild<QComboBox*>(QStringLiteral("profilesBox"));
+        QCOMPARE(box->currentData().toString(), QStringLiteral("p1"));
+        editor.updateModifiedState();
+        StandInHost::setMessageAnswerer([](const StandInHost::MessageRequest&) { return QMessageBox::No; });
+        box->setCurrentIndex(box->findData(QStringLiteral("p2")));
+        QCOMPARE(box->currentData().toString(), QStringLiteral("p1"));
+        QVERIFY(editor.getProfileState()->isModified());
+        StandInHost::setMessageAnswerer([](const StandInHost::MessageRequest&) { return QMessageBox::Yes; });
+        box->setCurrentIndex(box->findData(QStringLiteral("p2")));
+        QCOMPARE(box->currentData().toString(), QStringLiteral("p2"));
+        QVERIFY(!editor.getProfileState()->isModified());
+        QCOMPARE(StandInHost::messageLog().size(), 2);
+        StandInHost::resetRecords();
+    }
+
     // --- Groupings --------------------------------------------------------------------------------------
 
     void aGroupingIsShownAsItWasStored_data()
@@ -276,6 +322,8 @@ private slots:
     {
         ServicesDialog dialog(nullptr);
         auto* table = dialog.findChild<QTableWidget*>(QStringLiteral("jobsTable"));
+        const QAbstractItemModelTester tester(table->model(),
+                                              QAbstractItemModelTester::FailureReportingMode::QtTest);
         const auto* errors = dialog.findChild<QListWidget*>(QStringLiteral("errorsList"));
         ServiceReport report;
         report.online = true;
@@ -293,6 +341,22 @@ private slots:
         table->selectRow(1);
         dialog.showReport(report, true);
         QVERIFY(table->item(1, 0)->isSelected());
+        report.jobs.removeFirst();
+        dialog.showReport(report, true);
+        QCOMPARE(table->rowCount(), 1);
+        QCOMPARE(table->item(0, 0)->text(), QStringLiteral("b.mov"));
+    }
+
+    void aJobsPathThatLooksLikeMarkupIsShownAsItIs()
+    {
+        ServicesDialog dialog(nullptr);
+        ServiceReport report;
+        report.jobs << DeskJob{
+            QStringLiteral("1"), QStringLiteral("/m/<b>a</b>.mov"), QStringLiteral("RUNNING"), false, 0, {}};
+        dialog.showReport(report, true);
+        const QString tip =
+            dialog.findChild<QTableWidget*>(QStringLiteral("jobsTable"))->item(0, 0)->toolTip();
+        QVERIFY2(tip.contains(QLatin1String("/m/&lt;b&gt;a&lt;/b&gt;.mov")), qPrintable(tip));
     }
 
     // --- Help -------------------------------------------------------------------------------------------

@@ -121,6 +121,28 @@ private slots:
         QVERIFY(action("&Link Media with a Profile...")->isEnabled());
     }
 
+    void aDirectoryThatGoesOrComesIsNoticed()
+    {
+        const QString folder = m_dir->filePath(QStringLiteral("watched"));
+        QVERIFY(QDir().mkpath(folder));
+        serviceAnswers();
+        m_server->setReply("GET", "/KRXService/xelmediafolders?level=detail", 200,
+                           QByteArray(kFolders).replace("/watch", folder.toUtf8()));
+        m_window->start();
+        QTRY_VERIFY(m_window->isServiceOnline());
+        const auto exists = [this] {
+            const QTreeWidgetItem* row = m_window->folderView()->topLevelItem(0);
+            return row->data(KRXFolderViewWidget::kIdxFolderColumn, KRXFolderViewWidget::kFolderExistRole)
+                .toBool();
+        };
+        QTRY_VERIFY(exists());
+        // No volume is told of, and nobody touches the window.
+        QVERIFY(QDir().rmdir(folder));
+        QTRY_VERIFY(!exists());
+        QVERIFY(QDir().mkpath(folder));
+        QTRY_VERIFY(exists());
+    }
+
     void aReadyFolderIsMarked()
     {
         serviceAnswers();
@@ -198,6 +220,20 @@ private slots:
         QCOMPARE(text->text(), QStringLiteral("Acquiring clips from KRX... 1 of 3"));
         HostStatusShell::statusProgressClose();
         QVERIFY(!bar->isVisible());
+    }
+
+    void textsThatLookLikeMarkupAreShownAsTheyAre()
+    {
+        serviceAnswers();
+        m_server->setReply("GET", "/KRXService/activity", 200,
+                           "<a><status>StatusIdle</status><errorMessage>x</errorMessage></a>");
+        m_server->setReply("GET", "/KRXService/errors", 200,
+                           "<e><errorMessage>/m/&lt;b&gt;a&lt;/b&gt;.mov is damaged</errorMessage></e>");
+        m_window->start();
+        const auto* state = m_window->findChild<QLabel*>(QStringLiteral("serviceState"));
+        QTRY_VERIFY(!state->toolTip().isEmpty());
+        QVERIFY2(state->toolTip().contains(QLatin1String("&lt;b&gt;")), qPrintable(state->toolTip()));
+        QCOMPARE(m_window->findChild<QLabel*>(QStringLiteral("progressText"))->textFormat(), Qt::PlainText);
     }
 
     void helpIsShownForATopicOfTheModule()

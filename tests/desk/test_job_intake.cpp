@@ -44,6 +44,7 @@ private slots:
         m_dir = std::make_unique<QTemporaryDir>();
         m_server = std::make_unique<TestHttpServer>();
         m_connect = std::make_unique<ScopedConnectPort>(m_server->port());
+        m_server->setReply("GET", "/KRXService/activity", 200, "<a/>");
         m_server->setReply("DELETE", "/KRXService/jobs/j1", 200, "");
         m_project = std::make_unique<DeskProject>();
         m_project->create(m_dir->filePath(QStringLiteral("Show.krxproject")));

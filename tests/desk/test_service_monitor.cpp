@@ -10,6 +10,15 @@ namespace {
 
 constexpr int kInterval = 10;
 const QByteArray kActivity = "/KRXService/activity";
+const QByteArray kJobs = "/KRXService/jobs";
+
+QStringList twelveFiles()
+{
+    QStringList files;
+    for (int i = 0; i < 12; ++i)
+        files << QStringLiteral("/media/%1.mov").arg(i);
+    return files;
+}
 
 ServiceReport reportOf(const QSignalSpy& spy, int index = -1)
 {
@@ -116,6 +125,67 @@ private slots:
         QTRY_COMPARE(spy.count(), 1);
         monitor.askNow();
         QTRY_COMPARE(spy.count(), 2);
+    }
+
+    void filesForASilentServiceWaitAfterTheFirstSilence()
+    {
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        server.setReply("GET", kActivity, 200, "<a/>");
+        ServiceMonitor monitor(kInterval);
+        QSignalSpy failed(&monitor, &ServiceMonitor::commandFailed);
+        QSignalSpy spy(&monitor, &ServiceMonitor::reported);
+        monitor.start();
+        QTRY_VERIFY(spy.count() > 0);
+        server.clearReplies();
+        server.setReply("GET", kActivity, TestHttpServer::Reply::bare(503));
+        server.setReply("POST", kJobs, TestHttpServer::Reply::bare(503));
+        monitor.submitJobs(twelveFiles(), QStringLiteral("p1"));
+        QTRY_COMPARE(failed.count(), 2);
+        QVERIFY(
+            failed.at(0).at(0).toString().startsWith(QLatin1String("/media/0.mov could not be submitted: ")));
+        QCOMPARE(failed.at(1).at(0).toString(),
+                 QStringLiteral("11 files are submitted when the service is back"));
+        // However often it is asked in vain, nothing more is sent.
+        const int before = server.requestCount("GET", kActivity);
+        QTRY_VERIFY(server.requestCount("GET", kActivity) > before + 5);
+        QCOMPARE(server.requestCount("POST", kJobs), 1);
+        server.setReply("GET", kActivity, 200, "<a/>");
+        server.setReply("POST", kJobs, 200, "<jobInfo><id>j</id></jobInfo>");
+        QTRY_COMPARE(server.requestCount("POST", kJobs), 12);
+        QCOMPARE(failed.count(), 2);
+    }
+
+    void aRefusedFileHoldsUpNoOther()
+    {
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        server.setReply("GET", kActivity, 200, "<a/>");
+        server.setReply("POST", kJobs, 200, "<jobInfo><id>j</id></jobInfo>");
+        server.addReplyOnce("POST", kJobs, TestHttpServer::Reply::text(409, "no such file"));
+        ServiceMonitor monitor(kInterval);
+        QSignalSpy failed(&monitor, &ServiceMonitor::commandFailed);
+        monitor.start();
+        monitor.submitJobs(twelveFiles(), QStringLiteral("p1"));
+        QTRY_COMPARE(server.requestCount("POST", kJobs), 12);
+        QCOMPARE(failed.count(), 1);
+    }
+
+    void theEndDoesNotWaitForASilentService()
+    {
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        server.setReply("GET", kActivity, 200, "<a/>");
+        server.setReply("POST", kJobs, TestHttpServer::Reply::xml("<a/>").heldBack());
+        {
+            ServiceMonitor monitor(kInterval);
+            QSignalSpy spy(&monitor, &ServiceMonitor::reported);
+            monitor.start();
+            QTRY_VERIFY(spy.count() > 0);
+            monitor.submitJobs(twelveFiles(), QStringLiteral("p1"));
+            QTRY_COMPARE(server.requestCount("POST", kJobs), 1);
+        }
+        QCOMPARE(server.requestCount("POST", kJobs), 1);
     }
 
     void aMonitorThatWasNeverStartedGoesQuietly()

@@ -1,4 +1,5 @@
 #include "ServiceSupervisor.h"
+#include "TestHttpServer.h"
 
 #include <QFile>
 #include <QProcess>
@@ -111,12 +112,105 @@ private slots:
 
     void theReasonOfAnEndIsTold()
     {
-        ServiceSupervisor supervisor(settings("echo 'port 4711 is taken'\nexit 3\n"));
+        ServiceSupervisor supervisor(settings("echo 'port 4711 is taken'\nexit 1\n"));
         QSignalSpy messages(&supervisor, &ServiceSupervisor::message);
         supervisor.needService();
         QTRY_VERIFY(messages.count() >= 2);
         QCOMPARE(messages.at(0).at(0).toString(),
-                 QStringLiteral("The service ended (code 3): port 4711 is taken"));
+                 QStringLiteral("The service ended (code 1): port 4711 is taken"));
+    }
+
+    void aServiceThatHasThePortIsUsedAndNoneIsStartedBesideIt()
+    {
+        TestHttpServer other;
+        ServiceSupervisor::Settings with = settings("echo 'the port is in use'\nexit 3\n");
+        with.port = other.port();
+        ServiceSupervisor supervisor(with);
+        QSignalSpy messages(&supervisor, &ServiceSupervisor::message);
+        supervisor.needService();
+        QTRY_COMPARE(supervisor.state(), ServiceSupervisor::InUse);
+        QCOMPARE(messages.count(), 1);
+        QCOMPARE(
+            messages.at(0).at(0).toString(),
+            QStringLiteral("Port %1 is in use: the service that has it is used, if it answers (the port is "
+                           "in use)")
+                .arg(other.port()));
+        // The monitor says so again and again while nothing answers.
+        for (int i = 0; i < 1000; ++i)
+            supervisor.needService();
+        QCOMPARE(supervisor.state(), ServiceSupervisor::InUse);
+        QVERIFY(!supervisor.owns());
+        QCOMPARE(startedWith().count(QStringLiteral("--port")), 1);
+        supervisor.serviceAnswered();
+        QCOMPARE(supervisor.state(), ServiceSupervisor::Idle);
+        QCOMPARE(messages.count(), 2);
+        QCOMPARE(messages.at(1).at(0).toString(), QStringLiteral("The service that runs already is used"));
+    }
+
+    void oursIsStartedOnceThePortIsFree()
+    {
+        auto other = std::make_unique<TestHttpServer>();
+        ServiceSupervisor::Settings with =
+            settings("[ -e \"$(dirname \"$0\")/free\" ] || exit 3\necho up\nexec sleep 1000\n");
+        with.port = other->port();
+        ServiceSupervisor supervisor(with);
+        supervisor.needService();
+        QTRY_COMPARE(supervisor.state(), ServiceSupervisor::InUse);
+        other.reset();
+        QFile free(m_dir->filePath(QStringLiteral("free")));
+        QVERIFY(free.open(QIODevice::WriteOnly));
+        QSignalSpy lines(&supervisor, &ServiceSupervisor::line);
+        QTRY_VERIFY((supervisor.needService(), supervisor.owns()));
+        QTRY_COMPARE(lines.count(), 1);
+    }
+
+    void aDataFolderInUseIsToldOnceAndTriedAgainLater()
+    {
+        ServiceSupervisor::Settings with = settings("echo 'data in use'\nexit 3\n");
+        with.port = RefusingPort().port();
+        ServiceSupervisor supervisor(with);
+        QSignalSpy messages(&supervisor, &ServiceSupervisor::message);
+        const auto starts = [this] { return startedWith().count(QStringLiteral("--port")); };
+        QTRY_VERIFY((supervisor.needService(), starts() >= 3));
+        QTRY_COMPARE(supervisor.state(), ServiceSupervisor::InUse);
+        QCOMPARE(messages.count(), 1);
+    }
+
+    void aServiceThatAnswersEndsTheRestarts()
+    {
+        ServiceSupervisor::Settings with = settings("exit 1\n");
+        with.restartPause = 1000 * 1000;
+        ServiceSupervisor supervisor(with);
+        supervisor.needService();
+        QTRY_COMPARE(supervisor.state(), ServiceSupervisor::Waiting);
+        supervisor.serviceAnswered();
+        QCOMPARE(supervisor.state(), ServiceSupervisor::Idle);
+    }
+
+    void aHealthyRunMakesTheNextFailureTheFirst_data()
+    {
+        QTest::addColumn<int>("healthyRun");
+        QTest::addColumn<int>("pause");
+        QTest::newRow("each run was healthy") << 0 << 1;
+        QTest::newRow("none was") << 1000 * 1000 << 4;
+    }
+    void aHealthyRunMakesTheNextFailureTheFirst()
+    {
+        QFETCH(int, healthyRun);
+        ServiceSupervisor::Settings with = settings("exit 1\n");
+        with.healthyRun = healthyRun;
+        ServiceSupervisor supervisor(with);
+        QVector<int> pauses;
+        connect(&supervisor, &ServiceSupervisor::stateChanged, this, [&](ServiceSupervisor::State state) {
+            if (state != ServiceSupervisor::Waiting)
+                return;
+            pauses << supervisor.currentPause();
+            if (pauses.size() == 3)
+                supervisor.stop();
+        });
+        supervisor.needService();
+        QTRY_VERIFY(pauses.size() >= 3);
+        QTEST(pauses.at(2), "pause");
     }
 
     void afterStopNoneIsStartedUntilAPersonWantsIt()

@@ -1,6 +1,7 @@
 #include "BinsModel.h"
 
 #include "DeskProject.h"
+#include "PlainText.h"
 
 #include "HostQtShell.h"
 
@@ -138,7 +139,7 @@ QVariant BinsModel::clipData(int bin, int clip, int column, int role) const
     if (role == Qt::ToolTipRole) {
         if (column == CheckedColumn)
             return record.checked ? tr("The copy was compared with its source") : QString();
-        return column == SourceColumn ? record.source : record.media;
+        return plainToolTip(column == SourceColumn ? record.source : record.media);
     }
     if (role != Qt::DisplayRole)
         return QVariant();

@@ -2,9 +2,12 @@
 
 #include "ServicePoller.h"
 
+#include "RestWaits.h"
+
 ServiceMonitor::ServiceMonitor(int interval, QObject* parent)
     : QObject(parent)
-    , m_poller(new ServicePoller(interval))
+    , m_waits(std::make_shared<StandInHost::RestWaits>())
+    , m_poller(new ServicePoller(interval, m_waits))
 {
     qRegisterMetaType<ServiceReport>();
     m_thread.setObjectName(QStringLiteral("service monitor"));
@@ -18,6 +21,7 @@ ServiceMonitor::ServiceMonitor(int interval, QObject* parent)
 ServiceMonitor::~ServiceMonitor()
 {
     if (m_thread.isRunning()) {
+        m_waits->end();
         m_thread.quit();
         m_thread.wait();
     } else {

@@ -5,7 +5,12 @@
 #include <QObject>
 #include <QThread>
 
+#include <memory>
+
 class ServicePoller;
+namespace StandInHost {
+class RestWaits;
+}
 
 /// Asks the service again and again how it is, and carries commands about jobs to it, all on a thread of its
 /// own, so that a service that is dead or slow never holds up the window. Every function returns at once.
@@ -16,7 +21,7 @@ class ServiceMonitor : public QObject
 public:
     /// \param interval milliseconds between an answer and the next question.
     explicit ServiceMonitor(int interval = 1000, QObject* parent = nullptr);
-    /// Waits until a question that is under way is over (the service client bounds that).
+    /// Cuts short a question that is under way; what was not submitted yet is let go.
     ~ServiceMonitor() override;
 
     void start();
@@ -40,5 +45,6 @@ signals:
 
 private:
     QThread m_thread;
+    std::shared_ptr<StandInHost::RestWaits> m_waits;
     ServicePoller* m_poller;
 };

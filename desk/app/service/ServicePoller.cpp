@@ -2,9 +2,16 @@
 
 #include "KRXServiceStatus.h"
 
-ServicePoller::ServicePoller(int interval)
+#include <utility>
+
+ServicePoller::ServicePoller(int interval, std::shared_ptr<StandInHost::RestWaits> waits)
     : m_timer(this)
+    , m_submitTimer(this)
+    , m_waits(std::move(waits))
 {
+    m_submitTimer.setSingleShot(true);
+    m_submitTimer.setInterval(0);
+    connect(&m_submitTimer, &QTimer::timeout, this, &ServicePoller::submitNext);
     m_timer.setSingleShot(true);
     m_timer.setInterval(interval);
     connect(&m_timer, &QTimer::timeout, this, &ServicePoller::ask);
@@ -12,6 +19,7 @@ ServicePoller::ServicePoller(int interval)
 
 void ServicePoller::start()
 {
+    StandInHost::RestWaits::follow(m_waits);
     m_jobs = std::make_unique<KRXJobManager>();
     ask();
 }
@@ -20,8 +28,12 @@ void ServicePoller::ask()
 {
     if (!m_jobs)
         return;
-    emit reported(report());
+    const ServiceReport now = report();
+    m_isAnswered = now.online;
+    emit reported(now);
     m_timer.start();
+    if (m_isAnswered && !m_submissions.isEmpty())
+        m_submitTimer.start();
 }
 
 ServiceReport ServicePoller::report()
@@ -59,12 +71,38 @@ QVector<DeskJob> ServicePoller::jobs()
 
 void ServicePoller::submitJobs(const QStringList& paths, const QString& profileId)
 {
-    for (const QString& path : paths) {
-        QString jobId;
-        if (!m_jobs->submitJob(path, profileId, jobId))
-            emit commandFailed(tr("%1 could not be submitted: %2").arg(path, m_jobs->lastError()));
+    for (const QString& path : paths)
+        m_submissions.append({path, profileId});
+    tellWaiting();
+    m_submitTimer.start();
+}
+
+void ServicePoller::submitNext()
+{
+    if (m_submissions.isEmpty() || !m_isAnswered || !m_jobs)
+        return;
+    const Submission next = m_submissions.takeFirst();
+    QString jobId;
+    if (m_jobs->submitJob(next.path, next.profileId, jobId)) {
+        if (m_submissions.isEmpty())
+            ask();
+        else
+            m_submitTimer.start();
+        return;
     }
+    emit commandFailed(tr("%1 could not be submitted: %2").arg(next.path, m_jobs->lastError()));
+    // A refusal concerns that file only; a service that is silent would hold up all the others one by one.
     ask();
+    tellWaiting();
+}
+
+void ServicePoller::tellWaiting()
+{
+    if (m_isAnswered || m_submissions.isEmpty())
+        return;
+    emit commandFailed(m_submissions.size() == 1
+                           ? tr("1 file is submitted when the service is back")
+                           : tr("%1 files are submitted when the service is back").arg(m_submissions.size()));
 }
 
 void ServicePoller::deleteJob(const QString& jobId)

@@ -4,6 +4,8 @@
 
 #include "KRXJobManager.h"
 
+#include "RestWaits.h"
+
 #include <QObject>
 #include <QTimer>
 
@@ -16,11 +18,14 @@ class ServicePoller : public QObject
     Q_OBJECT
 
 public:
-    explicit ServicePoller(int interval);
+    /// \param waits cuts short what the poller waits for.
+    ServicePoller(int interval, std::shared_ptr<StandInHost::RestWaits> waits);
 
     void start();
     void ask();
 
+    /// One after the other, with other commands in between. While the service does not answer, those that are
+    /// left wait for it to be back.
     void submitJobs(const QStringList& paths, const QString& profileId);
     void deleteJob(const QString& jobId);
     void cancelJobs();
@@ -32,10 +37,22 @@ signals:
     void commandFailed(const QString& message);
 
 private:
+    struct Submission
+    {
+        QString path;
+        QString profileId;
+    };
+
+    void submitNext();
+    void tellWaiting();
     ServiceReport report();
     QVector<DeskJob> jobs();
     void finishCommand(bool succeeded, const QString& what);
 
     QTimer m_timer;
+    QTimer m_submitTimer;
+    QVector<Submission> m_submissions;
+    bool m_isAnswered = true;
+    std::shared_ptr<StandInHost::RestWaits> m_waits;
     std::unique_ptr<KRXJobManager> m_jobs;
 };

@@ -5,14 +5,19 @@
 #include <QProcess>
 
 #include <algorithm>
+#include <arpa/inet.h>
 #include <csignal>
+#include <netinet/in.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr int kMaxDoublings = 5;
 constexpr quint16 kServicePort = 58885;
+/// The service's exit code when its port or its data folder is in use by another one.
+constexpr int kExitInUse = 3;
 
 /// A service that ends with the desk, also when the desk is killed and cannot stop it.
 class BoundProcess : public QProcess
@@ -21,7 +26,13 @@ public:
     using QProcess::QProcess;
 
 protected:
-    void setupChildProcess() override { ::prctl(PR_SET_PDEATHSIG, SIGTERM); }
+    void setupChildProcess() override
+    {
+        // Until it is the service, the child has our handlers, which would tell us to end in its place.
+        for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+            std::signal(signal, SIG_DFL);
+        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    }
 };
 
 } // namespace
@@ -51,17 +62,34 @@ qint64 ServiceSupervisor::processId() const
 
 void ServiceSupervisor::needService()
 {
-    if (!m_forbidden && m_state == Idle)
+    if (m_forbidden)
+        return;
+    const bool mayTryAgain = m_state == InUse && m_sinceEnd.hasExpired(pause()) && !isPortTaken();
+    if (m_state == Idle || mayTryAgain)
         launch();
+}
+
+void ServiceSupervisor::serviceAnswered()
+{
+    if (m_state != InUse && m_state != Waiting)
+        return;
+    // It is another one's: ours does not run.
+    m_restart.stop();
+    m_failures = 0;
+    setState(Idle);
+    if (m_inUseTold)
+        emit message(tr("The service that runs already is used"));
+    m_inUseTold = false;
 }
 
 void ServiceSupervisor::start()
 {
     m_forbidden = false;
     m_failures = 0;
+    m_inUseTold = false;
     m_restart.stop();
     // One that is about to end is waited for: two would want the same port.
-    if (m_state == Idle || m_state == Waiting)
+    if (m_state == Idle || m_state == Waiting || m_state == InUse)
         launch();
 }
 
@@ -69,7 +97,7 @@ void ServiceSupervisor::stop()
 {
     m_forbidden = true;
     m_restart.stop();
-    if (m_state == Waiting)
+    if (m_state == Waiting || m_state == InUse)
         setState(Idle);
     if (!m_process || m_state != Running)
         return;
@@ -110,6 +138,7 @@ void ServiceSupervisor::launch()
         return;
     }
     m_lastLine.clear();
+    m_sinceStart.invalidate();
     m_process = new BoundProcess(this);
     m_process->setProcessChannelMode(QProcess::MergedChannels);
     m_process->setStandardInputFile(QProcess::nullDevice());
@@ -118,13 +147,20 @@ void ServiceSupervisor::launch()
         if (error == QProcess::FailedToStart)
             ended(tr("The service could not be started: %1").arg(m_process->errorString()));
     });
-    connect(m_process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this, [this](int code) {
-        readLines();
-        ended(m_lastLine.isEmpty()
-                  ? tr("The service ended (code %1)").arg(code)
-                  : tr("The service ended (code %1): %2").arg(QString::number(code), m_lastLine));
-    });
+    connect(m_process, qOverload<int, QProcess::ExitStatus>(&QProcess::finished), this,
+            [this](int code, QProcess::ExitStatus status) {
+                readLines();
+                if (status == QProcess::NormalExit && code == kExitInUse && m_state == Running &&
+                    !m_forbidden) {
+                    foundInUse();
+                    return;
+                }
+                ended(m_lastLine.isEmpty()
+                          ? tr("The service ended (code %1)").arg(code)
+                          : tr("The service ended (code %1): %2").arg(QString::number(code), m_lastLine));
+            });
     setState(Running);
+    m_sinceStart.start();
     m_process->start(path, arguments());
 }
 
@@ -150,10 +186,48 @@ void ServiceSupervisor::ended(const QString& reason)
         return;
     }
     emit message(reason);
-    const int pause = m_settings.restartPause << std::min(m_failures, kMaxDoublings);
+    if (m_sinceStart.isValid() && m_sinceStart.elapsed() >= m_settings.healthyRun)
+        m_failures = 0;
+    m_restart.start(pause());
     ++m_failures;
     setState(Waiting);
-    m_restart.start(pause);
+}
+
+void ServiceSupervisor::foundInUse()
+{
+    forgetProcess();
+    m_sinceEnd.start();
+    ++m_failures;
+    if (!m_inUseTold) {
+        emit message(isPortTaken()
+                         ? tr("Port %1 is in use: the service that has it is used, if it answers (%2)")
+                               .arg(QString::number(m_settings.port), m_lastLine)
+                         : tr("The service's data folder is in use (%1)").arg(m_lastLine));
+    }
+    m_inUseTold = true;
+    setState(InUse);
+}
+
+bool ServiceSupervisor::isPortTaken() const
+{
+    const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (socket < 0)
+        return false;
+    // Connections of a listener that is gone keep nobody from the port.
+    const int reuse = 1;
+    ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(m_settings.port);
+    const bool isTaken = ::bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0;
+    ::close(socket);
+    return isTaken;
+}
+
+int ServiceSupervisor::pause() const
+{
+    return m_settings.restartPause << std::min(m_failures, kMaxDoublings);
 }
 
 void ServiceSupervisor::setState(State state)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -24,6 +25,9 @@ public:
         Waiting,
         /// It was asked to end and has not ended yet.
         Stopping,
+        /// Another service has the port or the data folder. That one is used if it answers; ours is started
+        /// once neither is in use any more.
+        InUse,
     };
 
     struct Settings
@@ -37,6 +41,9 @@ public:
         QStringList arguments;
         /// Milliseconds before the first new start; doubled at each failure, up to 32 times.
         int restartPause = 1000;
+        /// Milliseconds that a run takes at least to count as healthy: what fails after it is the first
+        /// failure again.
+        int healthyRun = 30000;
         /// Milliseconds that a service gets to end by itself before it is killed.
         int stopWait = 10000;
     };
@@ -53,11 +60,16 @@ public:
 
     /// Tells that no service answers: one is started unless that was forbidden by stop().
     void needService();
+    /// Tells that a service answers, ours or another's: none is started, and failures are forgotten that were
+    /// another one's doing.
+    void serviceAnswered();
     /// Starts one on a person's wish; lifts what stop() forbade.
     void start();
     /// Asks what was started to end, and starts none by itself until start() is called. Does not wait.
     void stop();
 
+    /// Milliseconds from the last end to the next start, while one is waited for.
+    int currentPause() const { return m_restart.interval(); }
     /// The program that is started; empty when there is none.
     QString program() const;
     QStringList arguments() const;
@@ -75,6 +87,9 @@ signals:
 private:
     void launch();
     void ended(const QString& reason);
+    void foundInUse();
+    bool isPortTaken() const;
+    int pause() const;
     void forgetProcess();
     void setState(State state);
     void readLines();
@@ -84,7 +99,10 @@ private:
     QProcess* m_process = nullptr;
     QTimer m_restart;
     QTimer m_patience;
+    QElapsedTimer m_sinceStart;
+    QElapsedTimer m_sinceEnd;
     int m_failures = 0;
+    bool m_inUseTold = false;
     bool m_forbidden = false;
     State m_state = Idle;
     QString m_lastLine;

@@ -1,5 +1,7 @@
 #include "ServicesDialog.h"
 
+#include "PlainText.h"
+
 #include <QBoxLayout>
 #include <QDialogButtonBox>
 #include <QFileInfo>
@@ -128,7 +130,7 @@ void ServicesDialog::showJobs(const QVector<DeskJob>& jobs)
         const DeskJob& job = jobs.at(row);
         auto* file = new QTableWidgetItem(QFileInfo(job.path).fileName());
         file->setData(Qt::UserRole, job.id);
-        file->setToolTip(job.path);
+        file->setToolTip(plainToolTip(job.path));
         m_jobs->setItem(row, FileColumn, file);
         m_jobs->setItem(row, StateColumn, new QTableWidgetItem(job.state));
         m_jobs->setItem(row, PercentColumn, new QTableWidgetItem(tr("%1 %").arg(job.percent)));

@@ -8,10 +8,12 @@
 #include "KRXZorMetadata.h"
 
 #include "HostMediaEngine.h"
+#include "HostQtShell.h"
 #include "StandInMedia.h"
 
 #include <QComboBox>
 #include <QLabel>
+#include <QPointer>
 #include <QScreen>
 #include <QSignalBlocker>
 #include <QWindow>
@@ -102,6 +104,19 @@ void DeskProfilesWindow::updateMultiChannelLabel(QLabel* label)
 void DeskProfilesWindow::updateKRXWindowInfo()
 {
     emit profilesChanged();
+}
+
+bool DeskProfilesWindow::mayLeaveProfile(const QString& profileName)
+{
+    const QPointer<DeskProfilesWindow> self(this);
+    const auto answer =
+        HostQtShell::showManagedMessageBox(this, QMessageBox::Question, tr("Profile not saved"),
+                                           tr("Discard the changes to %1?").arg(profileName),
+                                           QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
+    if (!self || answer != QMessageBox::Yes)
+        return false;
+    getProfileState()->setModified(false);
+    return true;
 }
 
 void DeskProfilesWindow::updateCodecBox(CodecBox* box)

@@ -26,4 +26,6 @@ protected:
     void initXelSettingsValues() override;
     void updateMultiChannelLabel(QLabel* label) override;
     void updateKRXWindowInfo() override;
+    /// Asks whether the changes may be thrown away.
+    bool mayLeaveProfile(const QString& profileName) override;
 };

@@ -5,6 +5,7 @@
 #include "DeskSession.h"
 #include "HelpDialog.h"
 #include "LinkMediaDialog.h"
+#include "PlainText.h"
 #include "ProjectActions.h"
 #include "ServicesDialog.h"
 #include "VolumeWatcher.h"
@@ -29,6 +30,7 @@
 #include <QScrollArea>
 #include <QStatusBar>
 #include <QTime>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -44,6 +46,10 @@ constexpr int kProgressWidth = 160;
 constexpr int kProgressTextWidth = 280;
 constexpr int kMaxMessages = 2000;
 constexpr int kMessageTime = 8000;
+/// Milliseconds between two looks at the folders' directories, at most; so many questions to the service lie
+/// between them where those follow each other faster.
+constexpr int kLookAtFolders = 3000;
+constexpr int kLookAtFoldersPolls = 3;
 /// One missed answer may be a hiccup; after two the service counts as gone.
 constexpr int kUnansweredLimit = 2;
 
@@ -62,6 +68,7 @@ DeskWindow::DeskWindow(DeskSession& session, const ServiceSupervisor::Settings& 
                        QWidget* parent)
     : QMainWindow(parent)
     , m_session(session)
+    , m_pollInterval(pollInterval)
     , m_monitor(pollInterval)
     , m_supervisor(service)
     , m_projects(new ProjectActions(session, this))
@@ -187,6 +194,11 @@ void DeskWindow::followVolumes()
                                                    type, action);
         }
     });
+    // A directory comes and goes without any notice, too.
+    auto* look = new QTimer(this);
+    look->setInterval(std::min(kLookAtFolders, kLookAtFoldersPolls * m_pollInterval));
+    connect(look, &QTimer::timeout, this, [this] { folderView()->verifyFoldersPath(); });
+    look->start();
 }
 
 void DeskWindow::followFocus()
@@ -220,6 +232,7 @@ void DeskWindow::makeStatusBar()
         widget->setSizePolicy(policy);
         widget->hide();
     }
+    m_progressText->setTextFormat(Qt::PlainText);
     m_progressText->setFixedWidth(kProgressTextWidth);
     m_progressText->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     m_serviceState = new QLabel(this);
@@ -388,7 +401,9 @@ void DeskWindow::about()
 void DeskWindow::serviceReported(const ServiceReport& report)
 {
     m_unanswered = report.online ? 0 : m_unanswered + 1;
-    if (!report.online)
+    if (report.online)
+        m_supervisor.serviceAnswered();
+    else
         m_supervisor.needService();
     const bool online = report.online || (m_online && m_unanswered < kUnansweredLimit);
     const bool changed = online != m_online;
@@ -428,7 +443,8 @@ void DeskWindow::showServiceState(const ServiceReport& report)
     }
     m_serviceState->setText(
         QStringLiteral("<span style=\"color:%1\">&#9679;</span> %2").arg(color.name(), text.toHtmlEscaped()));
-    m_serviceState->setToolTip(m_online ? report.errors.join(QLatin1Char('\n')) : report.failure);
+    m_serviceState->setToolTip(
+        plainToolTip(m_online ? report.errors.join(QLatin1Char('\n')) : report.failure));
     for (const QString& error : report.errors) {
         if (!m_serviceErrors.contains(error))
             showMessage(error);

@@ -87,6 +87,7 @@ private:
     void updateTitle();
 
     DeskSession& m_session;
+    int m_pollInterval;
     ServiceMonitor m_monitor;
     ServiceSupervisor m_supervisor;
     ProjectActions* m_projects;

@@ -1,5 +1,7 @@
 #include "RestClientExchange.h"
 
+#include "RestWaits.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cstring>
@@ -53,8 +55,26 @@ bool RestExchange::wait(std::uint32_t milliseconds)
 {
     if (isFinished())
         return true;
-    std::unique_lock<std::mutex> lock(m_mutex);
-    return m_done.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] { return isFinished(); });
+    const std::shared_ptr<RestWaits> waits = RestWaits::ofThisThread();
+    if (waits)
+        waits->setAwaited(this);
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_done.wait_for(lock, std::chrono::milliseconds(milliseconds),
+                        [this, &waits] { return isFinished() || (waits && waits->hasEnded()); });
+    }
+    if (waits)
+        waits->setAwaited(nullptr);
+    return isFinished();
+}
+
+void RestExchange::wake()
+{
+    // Whoever waits has either seen what is new or is waiting by now.
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+    }
+    m_done.notify_all();
 }
 
 void RestExchange::finish(RestResult result)

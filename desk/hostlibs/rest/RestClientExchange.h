@@ -78,8 +78,11 @@ public:
     const RestClientLimits& limits() const { return m_limits; }
 
     bool isFinished() const { return m_finished.load(std::memory_order_acquire); }
-    /// Waits until the exchange has finished. \return whether it has within \a milliseconds.
+    /// Waits until the exchange has finished, unless RestWaits cuts that short. \return whether it has within
+    /// \a milliseconds.
     bool wait(std::uint32_t milliseconds);
+    /// Has who waits look whether that was cut short.
+    void wake();
     /// Ends the exchange; called once.
     void finish(RestResult result);
     /// Only for a finished exchange.

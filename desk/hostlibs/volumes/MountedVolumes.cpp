@@ -8,11 +8,11 @@
 #include <QHash>
 #include <QRegularExpression>
 #include <QSet>
-#include <QStorageInfo>
 #include <QStringList>
 
 #include <algorithm>
 #include <iterator>
+#include <sys/statvfs.h>
 
 namespace StandInHost {
 namespace {
@@ -177,8 +177,10 @@ QList<Mount> mediaMounts(const QList<Mount>& mounts)
 QList<QList<Volume>> mountedVolumes()
 {
     static RemoteProbe probe([](const QString& path) {
-        const QStorageInfo storage(path);
-        return storage.isValid() && storage.isReady();
+        // The answer may come while the program ends, so nothing is used here that could be gone by then.
+        const QByteArray name = QFile::encodeName(path);
+        struct statvfs status = {};
+        return ::statvfs(name.constData(), &status) == 0;
     });
     const QList<Mount> mounts = mediaMounts(currentMounts());
     QStringList remote;

@@ -14,6 +14,8 @@ struct RemoteProbe::State
     Question question;
     std::mutex mutex;
     std::condition_variable changed;
+    /// The probe is gone and maybe the program is ending: what answers now is told to nobody.
+    bool ended = false;
     /// What was asked and has not answered.
     QSet<QString> asked;
     /// What said yes since it was asked last.
@@ -27,7 +29,11 @@ RemoteProbe::RemoteProbe(Question question, std::chrono::milliseconds patience)
     m_state->question = std::move(question);
 }
 
-RemoteProbe::~RemoteProbe() = default;
+RemoteProbe::~RemoteProbe()
+{
+    const std::lock_guard<std::mutex> guard(m_state->mutex);
+    m_state->ended = true;
+}
 
 QSet<QString> RemoteProbe::answering(const QStringList& paths)
 {
@@ -60,6 +66,8 @@ void RemoteProbe::ask(const std::shared_ptr<State>& state, const QString& path)
         std::thread([state, path] {
             const bool isThere = state->question(path);
             const std::lock_guard<std::mutex> guard(state->mutex);
+            if (state->ended)
+                return;
             state->asked.remove(path);
             if (isThere)
                 state->there.insert(path);
