@@ -180,7 +180,9 @@ void Pipeline::goOn(Work& work)
 FileResult Pipeline::reject(const Work& work, const std::string& reason)
 {
     m_clips.reject(work.record);
-    m_errors.add("The file " + work.order.path + " is not offered: " + reason);
+    const std::string start = ErrorStore::refusedStart(work.order.path);
+    m_errors.removeStarting(start);
+    m_errors.add(start + reason);
     return ended(FileResult::End::Rejected, reason, work.record.stamp);
 }
 
@@ -308,6 +310,7 @@ FileResult Pipeline::finish(const ClipRecord& clip, const std::function<void(con
             willEnd(result);
         transaction.commit();
     }
+    m_errors.removeStarting(ErrorStore::refusedStart(clip.path));
     log::info("offered " + clip.path + " as " + m_outputs.path(clip.owner, clip.output));
     return result;
 }

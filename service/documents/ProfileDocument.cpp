@@ -110,10 +110,8 @@ std::set<std::string> destinations(const ProfileRecipe& recipe)
 {
     std::set<std::string> paths;
     for (const auto& activity : recipe.activities) {
-        if (activity.id != kCopy || activity.destination.empty())
-            continue;
-        const std::string canonical = text::canonicalPath(activity.destination);
-        paths.insert(canonical.empty() ? activity.destination : canonical);
+        if (activity.id == kCopy && !activity.destination.empty())
+            paths.insert(activity.destination);
     }
     return paths;
 }

@@ -48,7 +48,7 @@ Outcome<ProfileRecord> fromRequest(std::string_view body, const std::string& gui
 /// What the stored profile asks for.
 Outcome<ProfileRecipe> recipe(const ProfileRecord& profile);
 
-/// The directories that a profile copies into, in canonical form: what lies there was made by us.
+/// The directories that a profile copies into, as it writes them: what lies there was made by us.
 std::set<std::string> destinations(const ProfileRecipe& recipe);
 
 /// The request that makes the default profile: link only, a new bin named after the volume.

@@ -21,6 +21,24 @@ void ErrorStore::add(const std::string& text)
     }
 }
 
+void ErrorStore::remove(const std::string& text)
+{
+    const auto lock = m_database.lock();
+    m_database.prepare("DELETE FROM errors WHERE text=?").bind(text::xmlClean(text::oneLine(text))).run();
+}
+
+void ErrorStore::removeStarting(const std::string& start)
+{
+    const std::string clean = text::xmlClean(text::oneLine(start));
+    const auto lock = m_database.lock();
+    m_database.prepare("DELETE FROM errors WHERE substr(text, 1, length(?))=?").bind(clean).bind(clean).run();
+}
+
+std::string ErrorStore::refusedStart(const std::string& path)
+{
+    return "The file " + path + " is not offered: ";
+}
+
 std::vector<std::string> ErrorStore::list()
 {
     const auto lock = m_database.lock();

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 
 namespace krxservice {
 
@@ -50,30 +51,39 @@ DirectoryEvents::~DirectoryEvents()
         ::close(m_descriptor);
 }
 
-bool DirectoryEvents::add(const std::string& owner, const std::string& directory)
+DirectoryEvents::Arrival DirectoryEvents::add(const std::string& owner, const std::string& directory)
 {
     if (m_descriptor < 0)
-        return false;
+        return Arrival::Refused;
     const int watch = ::inotify_add_watch(m_descriptor, directory.c_str(), kMask);
     if (watch < 0)
-        return false;
+        return errno == ENOSPC || errno == ENOMEM ? Arrival::Refused : Arrival::Silent;
     m_watches[watch].insert({owner, directory});
-    return !isRemote(directory);
+    m_owned[owner].insert(watch);
+    return isRemote(directory) ? Arrival::Silent : Arrival::Told;
 }
 
 void DirectoryEvents::remove(const std::string& owner)
 {
-    for (auto it = m_watches.begin(); it != m_watches.end();) {
-        auto& listeners = it->second;
-        for (auto one = listeners.begin(); one != listeners.end();)
-            one = one->first == owner ? listeners.erase(one) : std::next(one);
+    const auto owned = m_owned.find(owner);
+    if (owned == m_owned.end())
+        return;
+    for (const int watch : owned->second) {
+        const auto found = m_watches.find(watch);
+        if (found == m_watches.end())
+            continue;
+        auto& listeners = found->second;
+        const auto first = listeners.lower_bound({owner, {}});
+        auto last = first;
+        while (last != listeners.end() && last->first == owner)
+            ++last;
+        listeners.erase(first, last);
         if (listeners.empty()) {
-            ::inotify_rm_watch(m_descriptor, it->first);
-            it = m_watches.erase(it);
-        } else {
-            ++it;
+            ::inotify_rm_watch(m_descriptor, watch);
+            m_watches.erase(found);
         }
     }
+    m_owned.erase(owned);
 }
 
 std::vector<DirectoryEvents::Event> DirectoryEvents::take()
@@ -98,8 +108,11 @@ std::vector<DirectoryEvents::Event> DirectoryEvents::take()
                 events.push_back(
                     {owner, directory, raw->len > 0 ? raw->name : "", (raw->mask & IN_ISDIR) != 0, false});
             }
-            if (raw->mask & IN_IGNORED)
+            if (raw->mask & IN_IGNORED) {
+                for (const auto& [owner, directory] : found->second)
+                    m_owned[owner].erase(raw->wd);
                 m_watches.erase(found);
+            }
         }
     }
     return events;

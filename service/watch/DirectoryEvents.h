@@ -3,6 +3,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -22,16 +23,21 @@ public:
     };
 
     DirectoryEvents();
-    ~DirectoryEvents();
+    virtual ~DirectoryEvents();
     DirectoryEvents(const DirectoryEvents&) = delete;
     DirectoryEvents& operator=(const DirectoryEvents&) = delete;
 
     /// Becomes readable when there are events; -1 when the system has none to give.
     int descriptor() const { return m_descriptor; }
 
-    /// Begins to report about \a directory to \a owner, again and again without harm. False when events do
-    /// not arrive from there: then it must be polled.
-    bool add(const std::string& owner, const std::string& directory);
+    /// Whether events arrive from a directory.
+    enum class Arrival {
+        Told,   ///< they do
+        Silent, ///< changes by others make none there: it must be polled
+        Refused ///< the system watches no more directories for this user: it must be polled
+    };
+    /// Begins to report about \a directory to \a owner, again and again without harm.
+    virtual Arrival add(const std::string& owner, const std::string& directory);
     void remove(const std::string& owner);
 
     /// All events that wait.
@@ -42,6 +48,7 @@ private:
 
     int m_descriptor;
     std::map<int, Listeners> m_watches;
+    std::unordered_map<std::string, std::set<int>> m_owned; ///< the watches of each owner
 };
 
 } // namespace krxservice

@@ -11,7 +11,7 @@ bool Settler::reading(const FileStamp& stamp, std::int64_t now)
         return false;
     }
     ++m_readings;
-    return m_readings >= kLeastReadings && now - m_since >= m_settle && stamp.size > 0;
+    return stoodStill(now) && stamp.size > 0;
 }
 
 void Settler::disturbed()

@@ -21,6 +21,12 @@ public:
     /// A reading of the file. True when it stood still for long enough; then the caller looks for writers.
     bool reading(const FileStamp& stamp, std::int64_t now);
 
+    /// True when the file stood still up to the last reading at \a now, whatever its size.
+    bool stoodStill(std::int64_t now) const
+    {
+        return m_readings >= kLeastReadings && now - m_since >= m_settle;
+    }
+
     /// The earliest moment at which the file can be finished.
     std::int64_t dueAt() const { return m_since + m_settle; }
 

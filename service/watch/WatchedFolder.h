@@ -9,6 +9,7 @@
 #include <set>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace krxservice {
@@ -19,14 +20,14 @@ class WatchedFolder
 public:
     /// \a known: the files whose work is done. \a skipped: canonical paths of directories to be left out.
     /// \a settle in nanoseconds.
+    /// \a underWay: files that were handed over and are not done yet.
     WatchedFolder(const FolderRecord& record, std::unordered_map<std::string, FileStamp> known,
-                  std::set<std::string> skipped, std::int64_t settle);
+                  std::set<std::string> skipped, std::int64_t settle, std::set<std::string> underWay = {});
 
     const std::string& id() const { return m_record.id; }
     /// The directory without trailing slashes.
     const std::string& root() const { return m_root; }
     const std::set<std::string>& skipped() const { return m_skipped; }
-    bool isSame(const FolderRecord& record, const std::set<std::string>& skipped) const;
 
     /// A file was seen at \a now (nanoseconds); \a disturbed when an event told of a change. It becomes a
     /// candidate unless its work is done or under way.
@@ -39,12 +40,26 @@ public:
     /// from then on.
     std::vector<std::string> takeFinished(std::int64_t now);
 
-    /// The work on a file ended; without a stamp it will be looked at again.
+    /// All of the folder is about to be read: what saw() and leaveOut() do not name until endReading() is
+    /// gone.
+    void beginReading();
+    /// Something that may hold clips is not looked into.
+    void leaveOut(const std::string& path, const std::string& reason);
+    /// \return the files whose work is done that are gone since.
+    std::vector<std::string> endReading();
+    /// What a person should know about the folder now: one text for each thing that is left out.
+    std::set<std::string> troubles() const;
+
+    /// The work on a file ended; without a stamp it will be looked at again, after a pause that grows with
+    /// each time unless the file changes.
     void done(const std::string& path, const std::optional<FileStamp>& stamp, std::int64_t now);
     void forgetAll();
 
-    bool polled = false;      ///< no events arrive from at least one directory
-    bool unavailable = false; ///< the directory could not be read when last looked at
+    bool polled = false;       ///< no events arrive from at least one directory
+    bool exhausted = false;    ///< because the system watches no more directories
+    bool unavailable = false;  ///< the directory could not be read when last looked at
+    std::int64_t nextPoll = 0; ///< when it is to be read again in either case (nanoseconds)
+    std::string reason;        ///< why it is not available
 
 private:
     bool isDone(const std::string& path, const FileStamp& stamp) const;
@@ -54,8 +69,22 @@ private:
     std::unordered_map<std::string, FileStamp> m_known;
     std::set<std::string> m_skipped;
     std::int64_t m_settle;
+    /// A file that could not be judged.
+    struct Later
+    {
+        FileStamp stamp;
+        int times = 0;
+        std::int64_t notBefore = 0;
+    };
+
     std::map<std::string, Settler> m_candidates;
     std::set<std::string> m_underWay;
+    std::map<std::string, Later> m_later;
+    std::map<std::string, FileStamp> m_empty;     ///< files that stand still and hold nothing
+    std::map<std::string, std::string> m_leftOut; ///< path to reason
+    std::map<std::string, std::string> m_reading; ///< the same, while all is read
+    std::unordered_set<std::string> m_seen;       ///< while all is read
+    std::unordered_set<std::string> m_gone;
 };
 
 } // namespace krxservice

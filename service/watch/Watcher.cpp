@@ -1,120 +1,277 @@
 #include "watch/Watcher.h"
 
 #include "base/Log.h"
-#include "base/Text.h"
 #include "documents/ProfileDocument.h"
-#include "watch/FileWalk.h"
+#include "watch/WatchTexts.h"
 
-#include <QSocketNotifier>
+#include <QMetaObject>
 
 #include <algorithm>
-#include <chrono>
-#include <limits>
+#include <exception>
 
 namespace krxservice {
 
 namespace {
 
-constexpr std::int64_t kQuickestTick = 10; ///< milliseconds
-constexpr double kPollSeconds = 2;         ///< for directories from which no events arrive or that are away
+constexpr double kPollSeconds = 2; ///< for directories from which no events arrive or that are away
+constexpr std::chrono::milliseconds kLongestResolving{1000};
+constexpr int kSilenceChecks = 4; ///< in the time after which a look counts as unanswered
 
 int milliseconds(double seconds)
 {
     return std::max(1, static_cast<int>(seconds * 1000));
 }
 
-std::int64_t steadyNow()
-{
-    using namespace std::chrono;
-    return duration_cast<nanoseconds>(steady_clock::now().time_since_epoch()).count();
-}
-
 } // namespace
 
-Watcher::Watcher(const Stores& stores, const Times& times, Sink sink)
+Watcher::Watcher(const Stores& stores, const Times& times, Sink sink, Lane::EventSource events)
     : m_stores(stores)
     , m_times(times)
     , m_sink(std::move(sink))
+    , m_eventSource(std::move(events))
+    , m_resolver(kLongestResolving)
 {
 }
 
-Watcher::~Watcher() = default;
+Watcher::~Watcher()
+{
+    stop();
+}
+
+/// Work that uses the database: when that fails, it is said and tried again at the next rescan. An exception
+/// must not come as far as the event loop.
+template <typename Work>
+void Watcher::guarded(const char* what, Work work)
+{
+    try {
+        work();
+    } catch (const std::exception& failure) {
+        log::error(std::string("the watcher could not ") + what + ": " + failure.what());
+    }
+}
 
 void Watcher::start()
 {
-    m_events = std::make_unique<DirectoryEvents>();
-    if (m_events->descriptor() >= 0) {
-        m_notifier = std::make_unique<QSocketNotifier>(m_events->descriptor(), QSocketNotifier::Read);
-        QObject::connect(m_notifier.get(), &QSocketNotifier::activated, this, [this] { readEvents(); });
-    } else {
-        log::warning("the system gives no change events; folders are polled");
-    }
     connect(&m_rescanTimer, &QTimer::timeout, this, [this] { rescan(); });
-    connect(&m_pollTimer, &QTimer::timeout, this, [this] { poll(); });
-    connect(&m_tickTimer, &QTimer::timeout, this, [this] { tick(); });
-    m_tickTimer.setTimerType(Qt::PreciseTimer);
+    connect(&m_silenceTimer, &QTimer::timeout, this, [this] { lookForSilence(); });
     m_rescanTimer.start(milliseconds(m_times.rescanSeconds));
-    m_pollTimer.start(milliseconds(std::min(kPollSeconds, m_times.rescanSeconds)));
-    m_slowestTick = milliseconds(std::clamp(m_times.settleSeconds / 4, 0.02, 0.25));
+    m_silenceTimer.start(milliseconds(m_times.answerSeconds / kSilenceChecks));
+    guarded("read the error list", [this] {
+        for (auto& text : m_stores.errors.list())
+            m_oldEntries.insert(std::move(text));
+    });
     profilesChanged();
 }
 
 void Watcher::stop()
 {
     m_rescanTimer.stop();
-    m_pollTimer.stop();
-    m_tickTimer.stop();
-    m_notifier.reset();
-    m_events.reset();
+    m_silenceTimer.stop();
+    // All are told first, so that their ends do not wait for one another.
+    for (const auto& [id, folder] : m_folders)
+        folder.lane->sayEnd();
+    for (const auto& [mount, lane] : m_lanes)
+        lane->sayEnd();
     m_folders.clear();
+    m_lanes.clear();
 }
 
 void Watcher::folderChanged(const std::string& id)
 {
-    const auto folder = m_stores.folders.find(id);
-    if (folder)
-        update(*folder);
-    else
-        drop(id);
+    m_mounts = Mounts::present();
+    try {
+        if (const auto folder = m_stores.folders.find(id)) {
+            tryUpdate(*folder);
+            return;
+        }
+    } catch (const DatabaseError& failure) {
+        putOff(id, "The folder " + id + " is not watched for the moment: " + failure.what());
+        return;
+    }
+    drop(id);
+    m_untried.erase(id);
 }
 
 void Watcher::profilesChanged()
 {
-    for (const auto& folder : m_stores.folders.list())
-        update(folder);
+    m_mounts = Mounts::present();
+    m_resolver.forget();
+    std::vector<FolderRecord> folders;
+    try {
+        folders = m_stores.folders.list();
+        m_allUntried = false;
+    } catch (const DatabaseError& failure) {
+        m_allUntried = true;
+        report(std::string("The folders cannot be read from the database: ") + failure.what());
+    }
+    for (const auto& folder : folders)
+        tryUpdate(folder);
 }
 
-void Watcher::update(const FolderRecord& folder)
+void Watcher::tryUpdate(const FolderRecord& folder)
 {
-    const auto profile = folder.enabled ? m_stores.profiles.find(folder.profile) : std::nullopt;
-    if (!profile) {
-        drop(folder.id);
-        if (!folder.enabled)
-            m_withoutProfile.erase(folder.id);
-        else if (m_withoutProfile.emplace(folder.id, folder.profile).second)
-            report("The folder " + folder.path + " is not watched: its profile does not exist any more");
+    try {
+        update(folder);
+    } catch (const DatabaseError& failure) {
+        putOff(folder.id, "The folder " + folder.path + " is not watched for the moment: " + failure.what());
         return;
     }
-    m_withoutProfile.erase(folder.id);
-    const auto recipe = profiledocument::recipe(*profile);
-    auto skipped = recipe ? profiledocument::destinations(*recipe) : std::set<std::string>();
-    auto& watched = m_folders[folder.id];
-    if (watched && watched->isSame(folder, skipped))
+    const auto untried = m_untried.find(folder.id);
+    if (untried == m_untried.end())
         return;
-    m_events->remove(folder.id);
-    watched = std::make_unique<WatchedFolder>(folder, m_stores.clips.known(folder.id), std::move(skipped),
-                                              static_cast<std::int64_t>(m_times.settleSeconds * 1e9));
-    log::info("watching " + folder.path + " with the profile " + profile->name);
-    scan(*watched);
+    guarded("bring the error list up to date", [&] { m_stores.errors.remove(untried->second); });
+    m_untried.erase(folder.id);
+}
+
+/// A folder is watched wholly or not at all: nothing half made stays, and it is tried again.
+void Watcher::putOff(const std::string& id, const std::string& text)
+{
+    drop(id);
+    if (m_untried.emplace(id, text).second)
+        report(text);
+}
+
+void Watcher::tryAgain()
+{
+    if (m_allUntried) {
+        profilesChanged();
+        return;
+    }
+    const auto untried = m_untried;
+    for (const auto& [id, text] : untried)
+        folderChanged(id);
+}
+
+void Watcher::update(const FolderRecord& record)
+{
+    const auto profile = record.enabled ? m_stores.profiles.find(record.profile) : std::nullopt;
+    if (!profile) {
+        drop(record.id);
+        if (!record.enabled)
+            m_withoutProfile.erase(record.id);
+        else if (m_withoutProfile.emplace(record.id, record.profile).second)
+            report("The folder " + record.path + " is not watched: its profile does not exist any more");
+        return;
+    }
+    m_withoutProfile.erase(record.id);
+    std::set<std::string> skipped;
+    if (const auto recipe = profiledocument::recipe(*profile)) {
+        for (const auto& destination : profiledocument::destinations(*recipe))
+            skipped.insert(m_resolver.canonical(destination));
+    }
+    const auto present = m_folders.find(record.id);
+    if (present != m_folders.end() && present->second.record.path == record.path &&
+        present->second.record.profile == record.profile && present->second.skipped == skipped)
+        return;
+    drop(record.id);
+    Folder folder;
+    folder.record = record;
+    folder.skipped = std::move(skipped);
+    folder.mount = m_mounts.keyOf(record.canonical);
+    place(folder);
+    m_folders[record.id] = std::move(folder);
+    log::info("watching " + record.path + " with the profile " + profile->name);
+}
+
+/// Gives the folder to the lane of its file system.
+void Watcher::place(Folder& folder)
+{
+    Lane::Setup setup;
+    setup.folder = folder.record;
+    setup.known = m_stores.clips.known(folder.record.id);
+    setup.skipped = folder.skipped;
+    setup.underWay = folder.underWay;
+    setup.turn = ++m_turns;
+    folder.turn = setup.turn;
+    folder.lane = laneFor(folder.mount);
+    folder.wasRead = false;
+    folder.lane->watch(std::move(setup));
+}
+
+std::shared_ptr<Lane> Watcher::laneFor(const std::string& mount)
+{
+    auto& lane = m_lanes[mount];
+    if (lane)
+        return lane;
+    lane = std::make_shared<Lane>(
+        Lane::Times{m_times.settleSeconds, std::min(kPollSeconds, m_times.rescanSeconds)},
+        [this](const std::string& id, const Lane::Report& report) {
+            QMetaObject::invokeMethod(
+                this, [this, id, report] { heard(id, report); }, Qt::QueuedConnection);
+        },
+        m_eventSource);
+    return lane;
+}
+
+void Watcher::heard(const std::string& id, const Lane::Report& report)
+{
+    const auto found = m_folders.find(id);
+    if (found == m_folders.end() || found->second.turn != report.turn)
+        return;
+    Folder& folder = found->second;
+    if (folder.isAvailable != report.isAvailable && report.isAvailable)
+        log::info("the folder " + folder.record.path + " can be read again");
+    folder.isAvailable = report.isAvailable;
+    if (folder.isSilent)
+        log::info("the folder " + folder.record.path + " answers again");
+    folder.isSilent = false;
+    guarded("bring the error list up to date", [&] {
+        followTroubles(folder, report.troubles);
+        forgetRefusals(report.gone);
+        if (report.isWhole && report.isAvailable && !folder.wasRead) {
+            folder.wasRead = true;
+            forgetOldEntries(folder);
+        }
+    });
+    for (const auto& path : report.finished) {
+        if (folder.underWay.insert(path).second)
+            m_sink(id, path);
+    }
+}
+
+/// Makes the error list say what troubles the folder now, and nothing that is over.
+void Watcher::followTroubles(Folder& folder, std::set<std::string> troubles)
+{
+    for (const auto& text : folder.troubles) {
+        if (troubles.count(text) == 0)
+            m_stores.errors.remove(text);
+    }
+    for (const auto& text : troubles) {
+        if (folder.troubles.count(text) == 0)
+            m_stores.errors.add(text);
+    }
+    folder.troubles = std::move(troubles);
+}
+
+/// A file that is gone needs nothing said about it.
+void Watcher::forgetRefusals(const std::vector<std::string>& paths)
+{
+    if (paths.empty())
+        return;
+    const auto entries = m_stores.errors.list();
+    if (entries.empty())
+        return;
+    for (const auto& path : paths)
+        m_stores.errors.removeStarting(ErrorStore::refusedStart(path));
+}
+
+/// What a former run said about the folder and is over by now.
+void Watcher::forgetOldEntries(const Folder& folder)
+{
+    for (auto it = m_oldEntries.begin(); it != m_oldEntries.end();) {
+        if (!watchtexts::isAbout(*it, folder.record.path)) {
+            ++it;
+            continue;
+        }
+        if (folder.troubles.count(*it) == 0)
+            m_stores.errors.remove(*it);
+        it = m_oldEntries.erase(it);
+    }
 }
 
 void Watcher::report(const std::string& error)
 {
-    try {
-        m_stores.errors.add(error);
-    } catch (const DatabaseError& failure) {
-        log::error(std::string("the error list cannot be written: ") + failure.what());
-    }
+    guarded("write the error list", [&] { m_stores.errors.add(error); });
 }
 
 void Watcher::drop(const std::string& id)
@@ -122,102 +279,96 @@ void Watcher::drop(const std::string& id)
     const auto found = m_folders.find(id);
     if (found == m_folders.end())
         return;
-    log::info("no longer watching " + found->second->root());
-    m_events->remove(id);
+    Folder& folder = found->second;
+    log::info("no longer watching " + folder.record.path);
+    guarded("bring the error list up to date", [&] { followTroubles(folder, {}); });
+    folder.lane->forget(id);
     m_folders.erase(found);
 }
 
 void Watcher::reprocess(const std::string& id)
 {
     const auto found = m_folders.find(id);
-    if (found == m_folders.end())
-        return;
-    found->second->forgetAll();
-    scan(*found->second);
+    if (found != m_folders.end())
+        found->second.lane->reprocess(id);
 }
 
 void Watcher::rescan()
 {
-    for (const auto& [id, folder] : m_folders)
-        scan(*folder);
-}
-
-void Watcher::poll()
-{
-    for (const auto& [id, folder] : m_folders) {
-        if (folder->polled || folder->unavailable)
-            scan(*folder);
-    }
-}
-
-void Watcher::scan(WatchedFolder& folder)
-{
-    bool allReported = true;
-    filewalk::Visitor visitor;
-    // The watch is set before the directory is read, so that nothing falls between the two.
-    visitor.directory = [&](const std::string& directory) {
-        allReported = m_events->add(folder.id(), directory) && allReported;
-    };
-    visitor.file = [&](const std::string& file) { folder.saw(file, false, steadyNow()); };
-    const int error = filewalk::walk(folder.root(), folder.skipped(), visitor);
-    if (error != 0 && !folder.unavailable)
-        report("The folder " + folder.root() + " cannot be read: " + text::errnoText(error));
-    if (error == 0 && folder.unavailable)
-        log::info("the folder " + folder.root() + " can be read again");
-    folder.unavailable = error != 0;
-    folder.polled = error == 0 && !allReported;
-    if (folder.hasCandidates())
-        beginTicking();
-}
-
-void Watcher::readEvents()
-{
-    std::set<std::string> scanned;
-    for (const auto& event : m_events->take()) {
-        if (event.overflow) {
-            rescan();
-            continue;
+    tryAgain();
+    m_mounts = Mounts::present();
+    std::set<Lane*> lanes;
+    for (auto& [id, folder] : m_folders) {
+        const std::string mount = m_mounts.keyOf(folder.record.canonical);
+        if (mount != folder.mount) {
+            // Something was mounted or unmounted: it belongs to another lane now.
+            guarded("follow a change of mounts", [&, &folder = folder, &id = id] {
+                const auto former = folder.lane;
+                const std::string was = folder.mount;
+                folder.mount = mount;
+                try {
+                    place(folder);
+                } catch (...) {
+                    folder.mount = was;
+                    throw;
+                }
+                if (former != folder.lane)
+                    former->forget(id);
+            });
         }
-        const auto found = m_folders.find(event.owner);
-        if (found == m_folders.end())
-            continue;
-        WatchedFolder& folder = *found->second;
-        const bool isFile = !event.name.empty() && !event.isDirectory;
-        if (isFile && filewalk::isCandidateName(event.name))
-            folder.saw(event.directory + '/' + event.name, true, steadyNow());
-        else if (!isFile && scanned.insert(event.owner).second)
-            scan(folder);
-        if (folder.hasCandidates())
-            beginTicking();
+        lanes.insert(folder.lane.get());
     }
+    for (Lane* lane : lanes)
+        lane->rescan();
+    // A file system that is gone leaves a lane behind that looks after nothing.
+    for (auto it = m_lanes.begin(); it != m_lanes.end();)
+        it = lanes.count(it->second.get()) == 0 ? m_lanes.erase(it) : std::next(it);
 }
 
-void Watcher::beginTicking()
+/// Looks for lanes that are stuck in a look at a folder.
+void Watcher::lookForSilence()
 {
-    if (m_tickTimer.isActive())
-        return;
-    tick();
-}
-
-void Watcher::tick()
-{
-    bool waiting = false;
-    const std::int64_t now = steadyNow();
-    std::int64_t due = std::numeric_limits<std::int64_t>::max();
+    std::map<std::shared_ptr<Lane>, std::string> stuck;
     for (const auto& [id, folder] : m_folders) {
-        if (!folder->hasCandidates())
+        if (stuck.count(folder.lane) > 0)
             continue;
-        for (const auto& path : folder->takeFinished(now))
-            m_sink(id, path);
-        waiting = waiting || folder->hasCandidates();
-        due = std::min(due, folder->nextDue());
+        if (auto at = folder.lane->stuckAt(m_times.answerSeconds); !at.empty())
+            stuck.emplace(folder.lane, std::move(at));
     }
-    // In step while files settle, and on the spot when the first of them is due.
-    if (waiting)
-        m_tickTimer.start(
-            static_cast<int>(std::clamp((due - now) / 1000000 + 1, kQuickestTick, m_slowestTick)));
-    else
-        m_tickTimer.stop();
+    if (stuck.empty())
+        return;
+    m_mounts = Mounts::present();
+    for (const auto& [lane, at] : stuck) {
+        for (auto it = m_lanes.begin(); it != m_lanes.end();)
+            it = it->second == lane ? m_lanes.erase(it) : std::next(it);
+        for (auto& [id, folder] : m_folders) {
+            if (folder.lane != lane)
+                continue;
+            const auto culprit = m_folders.find(at);
+            // A file system that was mounted inside the folder at which it is stuck is no reason for the
+            // others to wait.
+            const bool isElsewhere =
+                id != at && (culprit == m_folders.end() ||
+                             m_mounts.keyOf(culprit->second.record.canonical) != culprit->second.mount ||
+                             m_mounts.hasMountIn(culprit->second.record.canonical));
+            if (isElsewhere) {
+                guarded("give a folder another lane", [&, &folder = folder, &id = id] {
+                    folder.mount = m_mounts.keyOf(folder.record.canonical);
+                    place(folder);
+                    lane->forget(id);
+                });
+                continue;
+            }
+            if (folder.isSilent)
+                continue;
+            folder.isSilent = true;
+            guarded("write the error list", [&, &folder = folder] {
+                auto troubles = folder.troubles;
+                troubles.insert(watchtexts::silent(folder.record.path));
+                followTroubles(folder, std::move(troubles));
+            });
+        }
+    }
 }
 
 void Watcher::fileDone(const std::string& folderId, const std::string& path,
@@ -226,9 +377,8 @@ void Watcher::fileDone(const std::string& folderId, const std::string& path,
     const auto found = m_folders.find(folderId);
     if (found == m_folders.end())
         return;
-    found->second->done(path, stamp, steadyNow());
-    if (found->second->hasCandidates())
-        beginTicking();
+    found->second.underWay.erase(path);
+    found->second.lane->fileDone(folderId, path, stamp);
 }
 
 } // namespace krxservice

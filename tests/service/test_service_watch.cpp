@@ -168,7 +168,7 @@ private slots:
         write(folder.filePath(QStringLiteral("b.mov")), "x");
         for (const auto& event : events.take())
             QCOMPARE(event.owner, std::string("f2"));
-        QVERIFY(!events.add("f3", "/nowhere/at/all"));
+        QVERIFY(events.add("f3", "/nowhere/at/all") != DirectoryEvents::Arrival::Told);
     }
 
     void finishedFileIsHandedOverOnceUntilItChanges()
@@ -231,6 +231,42 @@ private slots:
         watched.done(path, std::nullopt, 3);
         QVERIFY(!watched.hasCandidates());
         watched.saw(path, false, 4);
+        QVERIFY(watched.hasCandidates());
+    }
+
+    void pausesGrowForAFileThatCanNeverBeJudged()
+    {
+        QTemporaryDir folder;
+        const QString file = folder.filePath(QStringLiteral("a.mov"));
+        const std::string path = file.toStdString();
+        write(file, "x");
+        FolderRecord record;
+        record.path = folder.path().toStdString();
+        WatchedFolder watched(record, {}, {}, 0);
+        std::int64_t now = 0;
+        const auto take = [&] {
+            watched.takeFinished(now);
+            QCOMPARE(watched.takeFinished(now).size(), std::size_t(1));
+            watched.done(path, std::nullopt, now);
+        };
+        watched.saw(path, false, now);
+        take();
+        for (const int seconds : {0, 10, 20, 40, 80, 160, 300, 300}) {
+            if (seconds > 0) {
+                watched.saw(path, false, now + seconds * kSecond - 1);
+                QVERIFY(!watched.hasCandidates());
+            }
+            now += seconds * kSecond;
+            watched.saw(path, false, now);
+            QVERIFY(watched.hasCandidates());
+            take();
+        }
+        // Whoever writes it is heard at once, and the pauses begin anew.
+        write(file, "longer");
+        watched.saw(path, false, now);
+        QVERIFY(watched.hasCandidates());
+        take();
+        watched.saw(path, false, now);
         QVERIFY(watched.hasCandidates());
     }
 

@@ -138,7 +138,7 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(stage.service->outputs(disabled).size(), 1, kPatience);
     }
 
-    void hiddenUnfinishedAndEmptyFilesAreSkipped()
+    void hiddenUnfinishedAndEmptyFilesAreSkippedAndEmptyOnesNamed()
     {
         Stage stage;
         QVERIFY(stage.begin());
@@ -149,7 +149,8 @@ private slots:
         empty.close();
         QVERIFY(stage.marked(s("mark.wav")));
         QCOMPARE(stage.outputs().size(), 1);
-        QVERIFY(stage.service->errors().isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->errors().size(), 1, kPatience);
+        QVERIFY(stage.service->errors()[0].contains(s("empty.wav: the file is empty")));
         // The download is finished: it gets its name.
         QVERIFY(QFile::rename(stage.watch + s("/a.wav.part"), stage.watch + s("/a.wav")));
         QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 2, kPatience);

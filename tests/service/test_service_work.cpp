@@ -405,6 +405,20 @@ private slots:
         QVERIFY(bench.listed().empty());
     }
 
+    void refusalIsTakenBackWhenTheFileIsOffered()
+    {
+        Bench bench;
+        const QString file = bench.folder.filePath(QStringLiteral("a.wav"));
+        write(file, "half a file\n");
+        QVERIFY(bench.pipeline.process(bench.order(file.toStdString())).end == FileResult::End::Rejected);
+        write(file, "half a file, and more\n");
+        QVERIFY(bench.pipeline.process(bench.order(file.toStdString())).end == FileResult::End::Rejected);
+        QCOMPARE(bench.errors.list().size(), std::size_t(1));
+        write(file, content(m_wave));
+        QVERIFY(bench.pipeline.process(bench.order(file.toStdString())).end == FileResult::End::Offered);
+        QVERIFY(bench.errors.list().empty());
+    }
+
     void fileWhoseNameNoDocumentCarriesIsReportedNotAltered()
     {
         Bench bench;
