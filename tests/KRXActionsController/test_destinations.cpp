@@ -8,12 +8,15 @@
 
 #include <QAbstractItemView>
 #include <QComboBox>
+#include <QHelpEvent>
 #include <QLabel>
 #include <QLayout>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QStandardItemModel>
 #include <QStandardPaths>
+#include <QTextDocument>
+#include <QToolTip>
 
 #include <memory>
 
@@ -68,6 +71,7 @@ private slots:
     void cancelledChooserChangesNothing();
     void chooserHasItsCaptionAndNoParent();
     void settingAPathMakesItTheToolTip();
+    void toolTipsShowPathsLetterForLetter();
     void chosenFolderIsAnnounced();
     void pickerThatGoesWhileTheChooserIsOpenIsNotTouched();
     void pickerHasItsButtonAndLayout();
@@ -149,6 +153,27 @@ void TestDestinations::settingAPathMakesItTheToolTip()
     picker.setPath(QStringLiteral("/a b/<c>"));
     QCOMPARE(picker.path(), QStringLiteral("/a b/<c>"));
     QCOMPARE(picker.toolTip(), QStringLiteral("/a b/<c>"));
+}
+
+void TestDestinations::toolTipsShowPathsLetterForLetter()
+{
+    for (const QString& path :
+         {QStringLiteral("/media/x"), QStringLiteral("/media/<b>bold</b> & <i>so</i> on"),
+          QStringLiteral("<img src='file:///etc/hostname'/>")}) {
+        CopyToPathWidget picker(nullptr);
+        picker.setPath(path);
+        picker.show();
+        QHelpEvent help(QEvent::ToolTip, QPoint(1, 1), picker.mapToGlobal(QPoint(1, 1)));
+        QVERIFY(QCoreApplication::sendEvent(&picker, &help));
+        QString shown = QToolTip::text();
+        if (Qt::mightBeRichText(shown)) {
+            QTextDocument document;
+            document.setHtml(shown);
+            shown = document.toPlainText();
+        }
+        QCOMPARE(shown, path);
+        QToolTip::hideText();
+    }
 }
 
 void TestDestinations::chosenFolderIsAnnounced()

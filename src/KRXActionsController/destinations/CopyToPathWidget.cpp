@@ -5,10 +5,12 @@
 
 #include <QFontMetrics>
 #include <QHBoxLayout>
+#include <QHelpEvent>
 #include <QPainter>
 #include <QPointer>
 #include <QPushButton>
 #include <QStandardPaths>
+#include <QToolTip>
 
 namespace {
 
@@ -59,6 +61,14 @@ void CopyToPathWidget::showFileDialog()
         return;
     setPath(chosen);
     emit pathChosen();
+}
+
+bool CopyToPathWidget::event(QEvent* event)
+{
+    if (event->type() != QEvent::ToolTip || toolTip().isEmpty())
+        return QWidget::event(event);
+    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), KRXText::plainToolTip(toolTip()), this);
+    return true;
 }
 
 void CopyToPathWidget::paintEvent(QPaintEvent*)

@@ -30,6 +30,7 @@ signals:
     void pathChosen();
 
 protected:
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
