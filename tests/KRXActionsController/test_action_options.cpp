@@ -99,6 +99,36 @@ QStringList labels(const QWidget* options)
     return texts;
 }
 
+QLabel* labelWith(ActionRow& row, const char* text)
+{
+    for (QLabel* label : row.action().widget()->findChildren<QLabel*>()) {
+        if (label->text() == QLatin1String(text))
+            return label;
+    }
+    return nullptr;
+}
+
+/// The places in the column of options of what holds each widget: the widget itself, a widget around it, or a
+/// grid. -1 for one that stands in none.
+QList<int> placesInColumn(ActionRow& row, const QList<QWidget*>& widgets)
+{
+    const QLayout* column = row.action().widget()->layout();
+    QList<int> places;
+    for (QWidget* widget : widgets) {
+        int place = -1;
+        for (int index = 0; index < column->count() && place < 0; ++index) {
+            QLayoutItem* item = column->itemAt(index);
+            const bool inLayout = item->layout() && item->layout()->indexOf(widget) >= 0;
+            const bool inWidget =
+                item->widget() && (item->widget() == widget || item->widget()->isAncestorOf(widget));
+            if (inLayout || inWidget)
+                place = index;
+        }
+        places.append(place);
+    }
+    return places;
+}
+
 int top(const QWidget* widget, const QWidget* options)
 {
     return widget->mapTo(options, QPoint(0, 0)).y();
@@ -120,6 +150,7 @@ private slots:
     void audioBlockIsTheSameInBoth();
     void optionsFitTheirFixedHeight_data();
     void optionsFitTheirFixedHeight();
+    void optionsOfATranscodeStandInTheirOrder();
     void optionsOfAConsolidateStandInTheirOrder();
     void narrowBoxesShowTheirTextsWhole();
     void textsAreLocalised();
@@ -132,6 +163,8 @@ private slots:
     void defaultsOfAConsolidate();
     void defaultsThatAreNotOfferedAreTheFirst();
     void defaultsCalledAgainDoNotAccumulateItems();
+    void defaultsCalledAgainSelectTheFirstDebayerSetting_data();
+    void defaultsCalledAgainSelectTheFirstDebayerSetting();
     void transcodeGroupFollowsItsCheckBox();
 
     void validationOfACopy();
@@ -303,38 +336,27 @@ void TestActionOptions::optionsFitTheirFixedHeight()
     QCOMPARE(QSet<int>(all.begin(), all.end()).count(), all.count());
 }
 
+void TestActionOptions::optionsOfATranscodeStandInTheirOrder()
+{
+    ActionRow row(ActionType::Transcode);
+    QCOMPARE(placesInColumn(row, {labelWith(row, "Transcode Video Resolution:"), row.codec(),
+                                  row.check("videoIncludeReformattedContent"),
+                                  row.check("applyColorTransformations"), row.box("audioSampleRate"),
+                                  row.action().widget()->findChild<DestinationDrives*>()}),
+             QList<int>({0, 1, 2, 3, 4, 5}));
+    QCOMPARE(placesInColumn(row, {row.box("videoProjectType"), row.box("audioFormat")}), QList<int>({1, 4}));
+}
+
 void TestActionOptions::optionsOfAConsolidateStandInTheirOrder()
 {
     ActionRow row(ActionType::Consolidate);
-    QWidget* options = row.action().widget();
-    QLayout* column = options->layout();
-    // The place in the column of what holds a widget: the widget itself, a widget around it, or a grid.
-    const auto place = [&](QWidget* widget) {
-        for (int index = 0; index < column->count(); ++index) {
-            QLayoutItem* item = column->itemAt(index);
-            if (item->layout() && item->layout()->indexOf(widget) >= 0)
-                return index;
-            if (item->widget() && (item->widget() == widget || item->widget()->isAncestorOf(widget)))
-                return index;
-        }
-        return -1;
-    };
-    QLabel* audio = nullptr;
-    for (QLabel* label : options->findChildren<QLabel*>()) {
-        if (label->text() == QLatin1String("Audio:"))
-            audio = label;
-    }
-    QList<int> places;
-    for (QWidget* widget : {static_cast<QWidget*>(row.check("videoSkipOnTarget")),
-                            static_cast<QWidget*>(row.check("videoRelinkSkippedToTarget")),
-                            static_cast<QWidget*>(audio), static_cast<QWidget*>(row.box("audioSampleRate")),
-                            static_cast<QWidget*>(row.check("performTranscodeIfConsolidateFails")),
-                            static_cast<QWidget*>(row.codec()),
-                            static_cast<QWidget*>(options->findChild<DestinationDrives*>())})
-        places.append(place(widget));
-    QCOMPARE(places, QList<int>({0, 1, 2, 3, 4, 5, 6}));
-    QCOMPARE(place(row.check("applyColorTransformations")), place(row.codec()));
-    QCOMPARE(place(row.box("audioFormat")), place(row.box("audioSampleRate")));
+    QCOMPARE(placesInColumn(row, {row.check("videoSkipOnTarget"), row.check("videoRelinkSkippedToTarget"),
+                                  labelWith(row, "Audio:"), row.box("audioSampleRate"),
+                                  row.check("performTranscodeIfConsolidateFails"), row.codec(),
+                                  row.action().widget()->findChild<DestinationDrives*>()}),
+             QList<int>({0, 1, 2, 3, 4, 5, 6}));
+    QCOMPARE(placesInColumn(row, {row.check("applyColorTransformations"), row.box("audioFormat")}),
+             QList<int>({5, 3}));
 }
 
 void TestActionOptions::narrowBoxesShowTheirTextsWhole()
@@ -495,6 +517,30 @@ void TestActionOptions::defaultsCalledAgainDoNotAccumulateItems()
     QCOMPARE(row.box("audioFormat")->count(), 2);
     QCOMPARE(row.box("videoDebayerSetting")->count(), 6);
     QCOMPARE(row.box("videoProjectType")->count(), 4);
+}
+
+void TestActionOptions::defaultsCalledAgainSelectTheFirstDebayerSetting_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::newRow("transcode") << int(ActionType::Transcode);
+    QTest::newRow("consolidate") << int(ActionType::Consolidate);
+}
+
+void TestActionOptions::defaultsCalledAgainSelectTheFirstDebayerSetting()
+{
+    QFETCH(int, type);
+    ActionRow row{ActionType(type)};
+    QComboBox* debayer = row.box("videoDebayerSetting");
+    debayer->setCurrentIndex(3);
+    QVERIFY(debayer->currentData().toInt() != 0);
+    row.action().setDefaults();
+    QCOMPARE(debayer->currentData().toInt(), 0);
+    // Items of someone else do not stay.
+    debayer->clear();
+    debayer->addItem(QStringLiteral("Other"), 99);
+    row.action().setDefaults();
+    QCOMPARE(debayer->count(), 6);
+    QCOMPARE(debayer->currentData().toInt(), 0);
 }
 
 void TestActionOptions::transcodeGroupFollowsItsCheckBox()

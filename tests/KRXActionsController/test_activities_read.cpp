@@ -89,6 +89,9 @@ private slots:
     void codecsThatMatchNothingSelectTheFirst_data();
     void codecsThatMatchNothingSelectTheFirst();
     void volumesThatAreGoneSelectTheFirst();
+    void volumesAreTakenFromTheFirstOutputDetail();
+    void readingRefreshesAudioListsAndVolumes_data();
+    void readingRefreshesAudioListsAndVolumes();
     void lockedVolumeThatWasStoredStays();
     void encodingProfileIsWrittenAsTextAndReadAsNumber();
     void consolidateNeverChangesTheEncodingProfile();
@@ -400,6 +403,44 @@ void TestActivitiesRead::volumesThatAreGoneSelectTheFirst()
     stored.videoVolume.clear();
     stored.audioVolume.clear();
     KRX_COMPARE_XML(row.written(), text(stored));
+}
+
+void TestActivitiesRead::volumesAreTakenFromTheFirstOutputDetail()
+{
+    for (ActionType type : {ActionType::Transcode, ActionType::Consolidate}) {
+        ActionRow row(type);
+        row.read(QStringLiteral(
+            "<activity><x><outputDetail><filesystemVideoVolume>/media/b/</filesystemVideoVolume>"
+            "</outputDetail></x><outputDetail><filesystemVideoVolume>/media/a/</filesystemVideoVolume>"
+            "<filesystemAudioVolume>/media/a/</filesystemAudioVolume></outputDetail></activity>"));
+        QCOMPARE(row.box("filesystemVideoVolume")->currentText(), QStringLiteral("Media B"));
+        QCOMPARE(row.box("filesystemAudioVolume")->currentText(), QStringLiteral("System"));
+    }
+}
+
+void TestActivitiesRead::readingRefreshesAudioListsAndVolumes_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::newRow("transcode") << int(ActionType::Transcode);
+    QTest::newRow("consolidate") << int(ActionType::Consolidate);
+}
+
+void TestActivitiesRead::readingRefreshesAudioListsAndVolumes()
+{
+    QFETCH(int, type);
+    ActionRow row{ActionType(type)};
+    StandInHost::MediaCatalogue catalogue = StandInHost::catalogue();
+    catalogue.audio.sampleRates = {44100};
+    catalogue.audio.sampleSizes = {3};
+    catalogue.audio.formats = {6};
+    StandInHost::setCatalogue(catalogue);
+    StandInHost::setVolumes({{{QStringLiteral("New"), QStringLiteral("/media/new")}}, {}});
+    QCOMPARE(row.read(QStringLiteral("<activity/>")), 0U);
+    QCOMPARE(texts(row.box("audioSampleRate")), QStringList(QStringLiteral("44.1 kHz")));
+    QCOMPARE(texts(row.box("audioSampleWidth")), QStringList(QStringLiteral("24 Bit")));
+    QCOMPARE(texts(row.box("audioFormat")), QStringList(QStringLiteral("MP2  (MXF OP1a)")));
+    QCOMPARE(texts(row.box("filesystemVideoVolume")), QStringList(QStringLiteral("New")));
+    QCOMPARE(texts(row.box("filesystemAudioVolume")), QStringList(QStringLiteral("New")));
 }
 
 void TestActivitiesRead::lockedVolumeThatWasStoredStays()

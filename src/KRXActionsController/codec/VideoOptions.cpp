@@ -15,7 +15,6 @@ namespace {
 
 constexpr quint32 kNoNotice = 0;
 constexpr quint32 kProjectTypeNotice = 1;
-constexpr int kDefaultDebayer = 0;
 constexpr int kLineSpacing = 1;
 constexpr int kColumnSpacing = 7;
 
@@ -77,8 +76,8 @@ void VideoOptions::setDefaults()
 {
     m_codec->setupDefaults();
     selectDefaultCodec();
+    // The first of them is the default.
     fillDebayerList(m_debayer);
-    KRXFields::selectNumber(m_debayer, kDefaultDebayer);
 }
 
 void VideoOptions::selectDefaultCodec()
