@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QString>
 #include <QtTest>
 
 /// Answers that are not XML, or not XML that may reach a parser. Rows for data-driven tests with one column,
@@ -41,4 +42,16 @@ inline void addBadDocumentRows()
                                                      "b</r>");
     QTest::newRow("half a pair by number") << QByteArray("<r>&#xD83C;</r>");
     QTest::newRow("no character behind the root") << QByteArray("<r/>\xEF\xBF\xBF<s>");
+}
+
+/// Texts that XML cannot carry. Rows for data-driven tests with one column, "text".
+inline void addUncarriableTextRows()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("control character") << QStringLiteral("/a\u0001");
+    QTest::newRow("NUL") << QString(QStringLiteral("/a") + QChar(0) + QStringLiteral("b"));
+    QTest::newRow("lone high surrogate") << QString(QStringLiteral("/a") + QChar(0xD83C));
+    QTest::newRow("lone low surrogate") << QString(QChar(0xDFAC) + QStringLiteral("/a"));
+    QTest::newRow("U+FFFE") << QString(QChar(0xFFFE));
+    QTest::newRow("U+FFFF") << QString(QStringLiteral("/a") + QChar(0xFFFF));
 }

@@ -7,6 +7,9 @@
 #include "KRXProfile.h"
 #include "KRXProfileManager.h"
 #include "ServiceUrls.h"
+#include "StandInHost.h"
+
+#include <QGuiApplication>
 
 namespace Managers {
 
@@ -223,6 +226,16 @@ QStringList RecordManager::labels() const
 QByteArray RecordManager::created(const QByteArray& id) const
 {
     return listOf(uri("http://new/" + id));
+}
+
+void endTest(std::unique_ptr<KRXTest::FakeRestClient>& fake, const std::function<void()>& endManager)
+{
+    QVERIFY(!QGuiApplication::overrideCursor());
+    QCOMPARE(fake->liveResponses(), 0);
+    StandInHost::setTranslator({});
+    endManager();
+    QCOMPARE(fake->clientReferences(), 0);
+    fake.reset();
 }
 
 std::unique_ptr<RecordManager> folders()

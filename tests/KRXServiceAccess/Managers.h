@@ -87,6 +87,9 @@ public:
     QByteArray created(const QByteArray& id) const override;
 };
 
+/// Ends a test of a manager that \a endManager ends: nothing may be left of it.
+void endTest(std::unique_ptr<KRXTest::FakeRestClient>& fake, const std::function<void()>& endManager);
+
 std::unique_ptr<RecordManager> folders();
 std::unique_ptr<RecordManager> profiles();
 std::unique_ptr<Manager> jobs();

@@ -534,6 +534,31 @@ private slots:
         QCOMPARE(service.lastError(), QStringLiteral("Unknown error: Service response HTTP code 503"));
     }
 
+    void aMessageThatSucceedsWithoutATextIsNone_data()
+    {
+        QTest::addColumn<bool>("finished");
+        QTest::addColumn<QString>("onAFreshObject");
+        QTest::newRow("refused") << true << QStringLiteral("Unknown error: Service response HTTP code 404");
+        QTest::newRow("not finished in time") << false << QString();
+    }
+    void aMessageThatSucceedsWithoutATextIsNone()
+    {
+        QFETCH(bool, finished);
+        QFETCH(QString, onAFreshObject);
+        FakeRestClient fake;
+        FakeAnswer answer(404, {});
+        answer.messageIsMissing = true;
+        answer.unfinishedAnswers = finished ? 0 : -1;
+        answer.waitStatus = kHostStatusFailed;
+        fake.answer(kGet, kUrl, answer);
+        Service service;
+        QVERIFY(!service.get(nullptr));
+        QCOMPARE(service.lastError(), onAFreshObject);
+        service.m_lastError = QStringLiteral("older");
+        QVERIFY(!service.get(nullptr));
+        QCOMPARE(service.lastError(), QStringLiteral("older"));
+    }
+
     void aRefusalWhoseStatusCodeCannotBeReadNamesZero()
     {
         FakeRestClient fake;

@@ -1,3 +1,4 @@
+#include "BadDocuments.h"
 #include "FakeRestClient.h"
 #include "KRXFolder.h"
 #include "KRXFolderManager.h"
@@ -70,15 +71,7 @@ private:
 private slots:
     void init() { m_fake = std::make_unique<FakeRestClient>(); }
 
-    void cleanup()
-    {
-        QVERIFY(!QGuiApplication::overrideCursor());
-        QCOMPARE(m_fake->liveResponses(), 0);
-        StandInHost::setTranslator({});
-        KRXFolderManager::cleanup();
-        QCOMPARE(m_fake->clientReferences(), 0);
-        m_fake.reset();
-    }
+    void cleanup() { endTest(m_fake, KRXFolderManager::cleanup); }
 
     void aVolumeChangeWithoutAFactoryThrowsNothingAtItsCaller()
     {
@@ -259,6 +252,21 @@ private slots:
         QCOMPARE(text(*manager().getFolder(0), "folderPath"), QStringLiteral("/1"));
     }
 
+    void noCursorShowsWhileAFolderIsUpdatedOrAVolumeReported()
+    {
+        fill({"1"});
+        QList<bool> shown;
+        m_fake->setHandler([&](const FakeRequest&) {
+            shown << (QGuiApplication::overrideCursor() != nullptr);
+            return FakeAnswer();
+        });
+        KRXFolder folder;
+        folder.setProperty("folderId", QStringLiteral("1"));
+        QVERIFY(manager().updateFolder(folder, true));
+        KRXFolderManager::volumeStatusCallback(reinterpret_cast<const unsigned char*>("V"), 1, 1);
+        QCOMPARE(shown, QList<bool>({false, false}));
+    }
+
     // --- volumeStatusCallback --------------------------------------------------------------------------
 
     void aVolumeChangeIsPostedAndNotWaitedFor()
@@ -322,15 +330,7 @@ private slots:
 
     // --- Texts that XML cannot carry -------------------------------------------------------------------
 
-    void textsThatXmlCannotCarryAreRefusedBeforeAnythingIsSent_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::newRow("control character") << QStringLiteral("/a\u0001");
-        QTest::newRow("NUL") << QString(QStringLiteral("/a") + QChar(0) + QStringLiteral("b"));
-        QTest::newRow("lone high surrogate") << QString(QStringLiteral("/a") + QChar(0xD83C));
-        QTest::newRow("lone low surrogate") << QString(QChar(0xDFAC) + QStringLiteral("/a"));
-        QTest::newRow("U+FFFF") << QString(QStringLiteral("/a") + QChar(0xFFFF));
-    }
+    void textsThatXmlCannotCarryAreRefusedBeforeAnythingIsSent_data() { addUncarriableTextRows(); }
     void textsThatXmlCannotCarryAreRefusedBeforeAnythingIsSent()
     {
         QFETCH(QString, text);

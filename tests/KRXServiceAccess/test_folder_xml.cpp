@@ -191,6 +191,21 @@ private slots:
 
     // --- Writing ---------------------------------------------------------------------------------------
 
+    void theElementIsAppendedToTheParentThatIsGiven()
+    {
+        QDomDocument document = documentOf(QStringLiteral("<a><b><c/></b></a>"));
+        QDomElement parent = KRXXml::firstElement(document, QStringLiteral("b"));
+        KRXFolder folder;
+        folder.setProperty("folderId", QStringLiteral("1"));
+        KRXFolderXml::createXmlFolderElement(document, parent, folder);
+        QCOMPARE(document.toString(-1), QStringLiteral("<a><b><c/><xelMediaFolder id=\"1\"/></b></a>"));
+        // Without one it is the document's own.
+        QDomDocument empty;
+        QDomElement none;
+        KRXFolderXml::createXmlFolderElement(empty, none, folder);
+        QCOMPARE(empty.toString(-1), QStringLiteral("<xelMediaFolder id=\"1\"/>"));
+    }
+
     void theCreateRequestIsWrittenAsAWhole()
     {
         KRXFolder folder;

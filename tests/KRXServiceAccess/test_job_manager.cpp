@@ -103,6 +103,24 @@ private slots:
         QCOMPARE(m_jobs->countJobs(), 1);
     }
 
+    void aSubmittedJobOfACachedIdReplacesTheEntry()
+    {
+        fillManual(info("7", "/old") + info("8", "/other"));
+        m_fake->answer(kGet, ServiceUrls::kJobsStatus, 200, listOf(status("7", "DONE", "true", "100")));
+        QVERIFY(m_jobs->updateJobsStatus());
+        m_fake->answer(kPost, ServiceUrls::kJobs, 201, info("7", "/new"));
+        QString id;
+        QVERIFY(m_jobs->submitJob(QStringLiteral("/new"), QStringLiteral("p"), id));
+        KRXJob job;
+        QVERIFY(m_jobs->getJob(QStringLiteral("7"), job));
+        QCOMPARE(job.path, QStringLiteral("/new"));
+        // Nothing of the earlier entry is left.
+        QCOMPARE(job.state, QString());
+        QVERIFY(!job.complete);
+        QCOMPARE(job.percentComplete, qint16(0));
+        QCOMPARE(ids(), QStringList({QStringLiteral("7"), QStringLiteral("8")}));
+    }
+
     void submitJobWithoutAJobInTheAnswerIsSuccessWithAnEmptyId_data()
     {
         QTest::addColumn<QByteArray>("answer");

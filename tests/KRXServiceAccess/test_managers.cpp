@@ -55,13 +55,8 @@ private slots:
 
     void cleanup()
     {
-        QVERIFY(!QGuiApplication::overrideCursor());
-        QCOMPARE(m_fake->liveResponses(), 0);
-        StandInHost::setTranslator({});
-        m_manager->cleanup();
-        QCOMPARE(m_fake->clientReferences(), 0);
+        endTest(m_fake, [this] { m_manager->cleanup(); });
         m_manager.reset();
-        m_fake.reset();
     }
 
     void theManagersOfRecordsCannotBeCopied()
@@ -215,16 +210,7 @@ private slots:
         QCOMPARE(m_manager->ids(), texts({"1"}));
     }
 
-    void textsThatXmlCannotCarryAreRefusedBeforeAnythingIsSent_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::newRow("control character") << QStringLiteral("/a\u0001");
-        QTest::newRow("NUL") << QString(QStringLiteral("/a") + QChar(0) + QStringLiteral("b"));
-        QTest::newRow("lone high surrogate") << QString(QStringLiteral("/a") + QChar(0xD83C));
-        QTest::newRow("lone low surrogate") << QString(QChar(0xDFAC) + QStringLiteral("/a"));
-        QTest::newRow("U+FFFE") << QString(QChar(0xFFFE));
-        QTest::newRow("U+FFFF") << QString(QStringLiteral("/a") + QChar(0xFFFF));
-    }
+    void textsThatXmlCannotCarryAreRefusedBeforeAnythingIsSent_data() { addUncarriableTextRows(); }
     void textsThatXmlCannotCarryAreRefusedBeforeAnythingIsSent()
     {
         QFETCH(QString, text);

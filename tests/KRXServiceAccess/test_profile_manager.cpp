@@ -94,15 +94,7 @@ private:
 private slots:
     void init() { m_fake = std::make_unique<FakeRestClient>(); }
 
-    void cleanup()
-    {
-        QVERIFY(!QGuiApplication::overrideCursor());
-        QCOMPARE(m_fake->liveResponses(), 0);
-        StandInHost::setTranslator({});
-        KRXProfileManager::cleanup();
-        QCOMPARE(m_fake->clientReferences(), 0);
-        m_fake.reset();
-    }
+    void cleanup() { endTest(m_fake, KRXProfileManager::cleanup); }
 
     // --- Refreshing ------------------------------------------------------------------------------------
 

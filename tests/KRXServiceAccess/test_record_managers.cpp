@@ -82,12 +82,8 @@ private slots:
 
     void cleanup()
     {
-        QVERIFY(!QGuiApplication::overrideCursor());
-        QCOMPARE(m_fake->liveResponses(), 0);
-        m_manager->cleanup();
-        QCOMPARE(m_fake->clientReferences(), 0);
+        endTest(m_fake, [this] { m_manager->cleanup(); });
         m_manager.reset();
-        m_fake.reset();
     }
 
     // --- The instance ----------------------------------------------------------------------------------

@@ -109,6 +109,10 @@ public:
     HostStatus getErrorMessage(const char16_t** message) override
     {
         call("response.getErrorMessage");
+        if (m_answer.messageIsMissing) {
+            *message = nullptr;
+            return kHostStatusOk;
+        }
         if (m_answer.message.isNull())
             return kHostStatusFailed;
         *message = reinterpret_cast<const char16_t*>(m_answer.message.utf16());

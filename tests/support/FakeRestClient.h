@@ -47,6 +47,8 @@ struct FakeAnswer
     qint64 readSurplus = 0;
     /// Null means that getErrorMessage() fails.
     QString message;
+    /// getErrorMessage() succeeds and gives no text.
+    bool messageIsMissing = false;
 
     /// Stands for the length of the body.
     static constexpr qint64 kLengthOfBody = INT64_MIN;
