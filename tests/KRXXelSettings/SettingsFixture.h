@@ -64,6 +64,9 @@ struct Fixture
             parsed(QStringLiteral("<profileSettings>%1</profileSettings>").arg(inside)).documentElement());
     }
 
+    /// Reads \a inside as it stands deep inside of another element of "profileSettings".
+    void readDeep(const QString& inside) { read(QStringLiteral("<x><y>%1</y></x>").arg(inside)); }
+
     /// The button with that text below the widget of that name (the group's own when empty).
     QAbstractButton* button(const QString& text, const QString& panel = QString()) const
     {

@@ -200,10 +200,12 @@ private slots:
     {
         for (const QString& naming : {QStringLiteral("SOMETHING"), QString(), QStringLiteral("explicit"),
                                       QStringLiteral("DEFAULT ")}) {
-            Fixture fixture;
-            fixture.check(kDefault);
-            fixture.read(binDetail(QStringLiteral("CREATENEW"), naming));
-            QCOMPARE(checkedTexts(fixture), QStringList({kCreateNew, kDefault}));
+            for (const QString& checked : {kDefault, kVolume, kExplicit}) {
+                Fixture fixture;
+                fixture.check(checked);
+                fixture.read(binDetail(QStringLiteral("CREATENEW"), naming));
+                QCOMPARE(checkedTexts(fixture), QStringList({kCreateNew, checked}));
+            }
         }
     }
 
@@ -250,6 +252,25 @@ private slots:
         fixture.read(QString(binDetail(QStringLiteral("USEACTIVE"), QStringLiteral("DEFAULT")) +
                              binDetail(QStringLiteral("CREATENEW"), QStringLiteral("VOLUME"))));
         QCOMPARE(checkedTexts(fixture), QStringList({kUseActive, kDefault}));
+    }
+
+    void theFirstBinDetailAnywhereBelowTheRootIsRead()
+    {
+        Fixture fixture;
+        fixture.readDeep(QString(binDetail(QStringLiteral("USEACTIVE"), QStringLiteral("DEFAULT")) +
+                                 binDetail(QStringLiteral("CREATENEW"), QStringLiteral("VOLUME"))));
+        QCOMPARE(checkedTexts(fixture), QStringList({kUseActive, kDefault}));
+    }
+
+    void tagsAreComparedExactly()
+    {
+        Fixture fixture;
+        fixture.read(QStringLiteral("<binDetail><BinSelectionMethod>USEACTIVE</BinSelectionMethod>"
+                                    "<BINNAMINGMETHOD>DEFAULT</BINNAMINGMETHOD>"
+                                    "<binexplicitname>x</binexplicitname></binDetail>"));
+        fixture.read(QStringLiteral("<BinDetail><binNamingMethod>DEFAULT</binNamingMethod></BinDetail>"));
+        QCOMPARE(checkedTexts(fixture), QStringList({kCreateNew, kVolume}));
+        QCOMPARE(nameEdit(fixture)->text(), QString());
     }
 
     void childrenOfTheWrongKindAreReadAsTheirText()

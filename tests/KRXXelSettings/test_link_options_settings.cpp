@@ -328,6 +328,43 @@ private slots:
         QCOMPARE(fixture.stillBox()->currentIndex(), 1);
     }
 
+    void theFirstLinkDetailAnywhereBelowTheRootIsRead()
+    {
+        Fixture fixture;
+        fixture.readDeep(
+            linkDetail(QStringLiteral("None"), QStringLiteral("25"), QStringLiteral("25")) +
+            linkDetail(QStringLiteral("None"), QStringLiteral("thirty"), QStringLiteral("Project")));
+        QCOMPARE(fixture.audioBox()->currentIndex(), 1);
+        QCOMPARE(fixture.stillBox()->currentIndex(), 1);
+    }
+
+    void tagsAreComparedExactly()
+    {
+        Fixture fixture;
+        fixture.read(QStringLiteral("<linkDetail><MULTICHANNELAUDIO>x</MULTICHANNELAUDIO>"
+                                    "<XelAudioStartTimeOption>25</XelAudioStartTimeOption>"
+                                    "<xelstillimagefps>25</xelstillimagefps></linkDetail>"));
+        fixture.read(linkDetail(QStringLiteral("x"), QStringLiteral("25"), QStringLiteral("25")).toLower());
+        QCOMPARE(fixture.label()->text(), QStringLiteral("None"));
+        QCOMPARE(fixture.audioBox()->currentIndex(), 0);
+        QCOMPARE(fixture.stillBox()->currentIndex(), 0);
+        QCOMPARE(parsedTexts, QStringList());
+    }
+
+    void onlyADirectChildCountsAsTheSharedElement()
+    {
+        Fixture fixture;
+        QDomDocument document = SettingsTest::parsed(
+            QStringLiteral("<profileSettings><other><linkDetail/></other></profileSettings>"));
+        QDomElement root = document.documentElement();
+        fixture.group.writeXml(&document, root);
+        KRX_COMPARE_XML(
+            KRXXml::toText(document),
+            QStringLiteral("<profileSettings>\n <other>\n  <linkDetail/>\n </other>\n%1"
+                           "</profileSettings>\n")
+                .arg(linkDetail(QStringLiteral("None"), QStringLiteral("24"), QStringLiteral("23.976"))));
+    }
+
     void anExistingLinkDetailIsFilledAndMovedToTheEnd()
     {
         Fixture fixture;

@@ -242,6 +242,23 @@ private slots:
         QCOMPARE(pluginBox(fixture)->currentIndex(), 2);
     }
 
+    void thePluginIsFoundAnywhereBelowTheRootAndItsTagsAreComparedExactly()
+    {
+        const QString detail = QStringLiteral(
+            "<xelPreferredPluginDetail><xelPluginName>%1</xelPluginName><xelPluginGUID>%2</xelPluginGUID>"
+            "</xelPreferredPluginDetail>");
+        Fixture fixture;
+        pluginBox(fixture)->setCurrentIndex(1);
+        const QString second =
+            detail.arg(pluginBox(fixture)->currentText(), pluginBox(fixture)->currentData().toString());
+        pluginBox(fixture)->setCurrentIndex(0);
+        fixture.read(second.toLower());
+        QCOMPARE(pluginBox(fixture)->currentIndex(), 0);
+        // The first one counts, and it need not stand in the link options.
+        fixture.readDeep(second + detail.arg(QStringLiteral("x"), QStringLiteral("y")));
+        QCOMPARE(pluginBox(fixture)->currentIndex(), 1);
+    }
+
     void anExistingLinkDetailIsFilledAndMovedToTheEnd()
     {
         Fixture fixture;
@@ -271,8 +288,19 @@ private slots:
             QStringLiteral("<profileSettings><other><linkDetail/></other></profileSettings>"));
         QDomElement root = document.documentElement();
         fixture.group.writeXml(&document, root);
-        QVERIFY(root.firstChildElement(QStringLiteral("other")).firstChildElement().firstChild().isNull());
-        QCOMPARE(root.lastChildElement().tagName(), QStringLiteral("linkDetail"));
+        KRX_COMPARE_XML(KRXXml::toText(document),
+                        QStringLiteral("<profileSettings>\n"
+                                       " <other>\n"
+                                       "  <linkDetail/>\n"
+                                       " </other>\n"
+                                       " <linkDetail>\n"
+                                       "  <xelPreferredPluginDetail>\n"
+                                       "   <xelPluginName>Autodetect Plug-in</xelPluginName>\n"
+                                       "   <xelPluginGUID>%1</xelPluginGUID>\n"
+                                       "  </xelPreferredPluginDetail>\n"
+                                       " </linkDetail>\n"
+                                       "</profileSettings>\n")
+                            .arg(kNullGuid));
     }
 };
 

@@ -133,7 +133,29 @@ private slots:
             fixture.read(detail(text, "HIGHESTQUALITY"));
             QVERIFY(fixture.isChecked(kCompressed, kVideo));
             QVERIFY(fixture.isChecked(kHighest, kAudio));
+            fixture.read(detail("HIGHESTQUALITY", text));
+            QVERIFY(fixture.isChecked(kHighest, kVideo));
+            QVERIFY(fixture.isChecked(kCompressed, kAudio));
         }
+    }
+
+    void theFirstDetailAnywhereBelowTheRootIsRead()
+    {
+        Fixture fixture;
+        fixture.readDeep(detail("MOSTCOMPRESSED", "MOSTCOMPRESSED") +
+                         detail("HIGHESTQUALITY", "HIGHESTQUALITY"));
+        QVERIFY(fixture.isChecked(kCompressed, kVideo));
+        QVERIFY(fixture.isChecked(kCompressed, kAudio));
+    }
+
+    void tagsAreComparedExactly()
+    {
+        Fixture fixture;
+        fixture.read(QStringLiteral("<xelDetail><xellinkpolicyvideo>x</xellinkpolicyvideo>"
+                                    "<XELLINKPOLICYAUDIO>x</XELLINKPOLICYAUDIO></xelDetail>"));
+        fixture.read(QStringLiteral("<XelDetail><xelLinkPolicyVideo>x</xelLinkPolicyVideo></XelDetail>"));
+        QVERIFY(fixture.isChecked(kHighest, kVideo));
+        QVERIFY(fixture.isChecked(kHighest, kAudio));
     }
 
     void documentsWithoutQualityLeaveTheButtonsAlone()

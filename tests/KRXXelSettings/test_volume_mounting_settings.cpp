@@ -105,6 +105,23 @@ private slots:
         QVERIFY(!box(fixture)->isChecked());
     }
 
+    void theFirstDetailAnywhereBelowTheRootIsRead()
+    {
+        Fixture fixture;
+        fixture.readDeep(detail(QStringLiteral("true")) + detail(QStringLiteral("false")));
+        QVERIFY(box(fixture)->isChecked());
+    }
+
+    void tagsAreComparedExactly()
+    {
+        Fixture fixture;
+        fixture.read(
+            detail(QStringLiteral("true")).replace(QLatin1String("doNotCheck"), QLatin1String("DoNotCheck")));
+        fixture.read(detail(QStringLiteral("true"))
+                         .replace(QLatin1String("volumeMounting"), QLatin1String("VolumeMounting")));
+        QVERIFY(!box(fixture)->isChecked());
+    }
+
     void documentsWithoutVolumeMountingLeaveTheBoxAlone()
     {
         Fixture fixture;

@@ -324,6 +324,22 @@ private slots:
         KRX_COMPARE_XML(fixture.written(), settingsDocument(values.detail()));
     }
 
+    void tagsAreComparedExactly()
+    {
+        Fixture fixture;
+        const QString before = fixture.written();
+        const Values other{QStringLiteral("FOLDERNAME"), QStringLiteral("2"), QStringLiteral("TIMECODE"),
+                           QStringLiteral("FILENAME"), QStringLiteral("25")};
+        QString detail = other.detail();
+        for (const char* tag :
+             {"reelNamingMethod", "reelFolderLevel", "frameCountingMethod", "timecodeMethod", "defaultFPS"})
+            detail.replace(QLatin1String(tag), QString::fromLatin1(tag).toUpper());
+        fixture.read(detail);
+        KRX_COMPARE_XML(fixture.written(), before);
+        fixture.read(other.detail());
+        QVERIFY(fixture.written() != before);
+    }
+
     void childrenInAnyOrderRepeatedAndBetweenOthersAreRead()
     {
         Fixture fixture;
