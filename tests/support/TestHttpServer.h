@@ -94,7 +94,8 @@ public:
     using Handler = std::function<Reply(const Request&)>;
 
     /// Starts at once; fails the process when the system gives no socket.
-    TestHttpServer();
+    /// \param port 0 for a free one.
+    explicit TestHttpServer(quint16 port = 0);
     ~TestHttpServer();
     TestHttpServer(const TestHttpServer&) = delete;
     TestHttpServer& operator=(const TestHttpServer&) = delete;

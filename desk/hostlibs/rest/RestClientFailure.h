@@ -16,6 +16,8 @@ enum class RestFailure {
     BadConnectPort,
     TooManyExchanges,
     NoService,
+    ForeignService,
+    UnknownService,
     TimedOut,
     BrokenOff,
     NotHttp,

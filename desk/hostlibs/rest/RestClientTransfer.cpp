@@ -1,12 +1,16 @@
 #include "RestClientTransfer.h"
 
+#include "ListenerOwner.h"
+
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
 #include <new>
 #include <string>
+#include <utility>
 
 namespace StandInHost {
 
@@ -47,24 +51,17 @@ bool isLoopback(const curl_sockaddr& address)
     return false;
 }
 
-/// Opens the socket of a connection. Programs that the host starts must not inherit it, and whatever the URL
-/// said, it leads nowhere but to this machine.
-curl_socket_t openSocket(void*, curlsocktype, curl_sockaddr* address)
-{
-    if (!isLoopback(*address))
-        return CURL_SOCKET_BAD;
-    return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
-}
-
 } // namespace
 
-RestTransfer::RestTransfer(std::shared_ptr<RestExchange> exchange)
+RestTransfer::RestTransfer(std::shared_ptr<RestExchange> exchange, std::string socket)
     : m_exchange(std::move(exchange))
+    , m_socket(std::move(socket))
     , m_handle(curl_easy_init())
 {
     if (!m_handle)
         throw std::bad_alloc();
     setUrl();
+    setWay();
     setMethod();
     setBounds();
 }
@@ -94,9 +91,6 @@ void RestTransfer::setUrl()
     // Given apart from the URL, the target goes out byte for byte: libcurl neither encodes it nor tidies its
     // dots.
     set(CURLOPT_REQUEST_TARGET, url.target.c_str());
-    append(m_connectTo, url.connectTo.c_str());
-    set(CURLOPT_CONNECT_TO, m_connectTo.get());
-    set(CURLOPT_OPENSOCKETFUNCTION, &openSocket);
     set(CURLOPT_PROTOCOLS_STR, "http");
     set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     set(CURLOPT_FOLLOWLOCATION, 0L);
@@ -106,6 +100,62 @@ void RestTransfer::setUrl()
     set(CURLOPT_TCP_NODELAY, 1L);
     set(CURLOPT_NOSIGNAL, 1L);
     set(CURLOPT_PRIVATE, static_cast<void*>(this));
+}
+
+void RestTransfer::setWay()
+{
+    if (m_socket.empty()) {
+        append(m_connectTo, m_exchange->request().url.connectTo.c_str());
+        set(CURLOPT_CONNECT_TO, m_connectTo.get());
+    } else {
+        set(CURLOPT_UNIX_SOCKET_PATH, m_socket.c_str());
+    }
+    set(CURLOPT_OPENSOCKETFUNCTION, &RestTransfer::onOpenSocket);
+    set(CURLOPT_OPENSOCKETDATA, static_cast<void*>(this));
+    set(CURLOPT_PREREQFUNCTION, &RestTransfer::onConnected);
+    set(CURLOPT_PREREQDATA, static_cast<void*>(this));
+}
+
+/// Opens the socket of a connection. Programs that the host starts must not inherit it, and whatever the URL
+/// said, it leads nowhere but to this machine.
+curl_socket_t RestTransfer::onOpenSocket(void* self, curlsocktype, curl_sockaddr* address)
+{
+    if (address->family != AF_UNIX && !isLoopback(*address))
+        return CURL_SOCKET_BAD;
+    const int socket = ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    static_cast<RestTransfer*>(self)->m_opened = socket;
+    return socket;
+}
+
+/// A connection stands and nothing was said on it yet.
+int RestTransfer::onConnected(void* self, char*, char*, int, int)
+{
+    auto& transfer = *static_cast<RestTransfer*>(self);
+    const bool isRight = transfer.m_opened == CURL_SOCKET_BAD || transfer.isRightService();
+    return isRight ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+}
+
+bool RestTransfer::isRightService()
+{
+    ListenerOwner owner;
+    if (m_socket.empty()) {
+        // Who listens, not who took the connection: as long as nobody has, its other end belongs to nobody.
+        sockaddr_storage there = {};
+        socklen_t size = sizeof there;
+        if (::getpeername(m_opened, reinterpret_cast<sockaddr*>(&there), &size) == 0)
+            owner = ListenerOwner::at(there);
+    } else {
+        ucred credentials = {};
+        socklen_t size = sizeof credentials;
+        if (::getsockopt(m_opened, SOL_SOCKET, SO_PEERCRED, &credentials, &size) == 0)
+            owner = {ListenerOwner::Known, credentials.uid};
+    }
+    if (owner.mayBeAskedBy(::geteuid(), meantUser()))
+        return true;
+    const bool isKnown = owner.kind == ListenerOwner::Known;
+    m_result.failure = isKnown ? RestFailure::ForeignService : RestFailure::UnknownService;
+    m_result.detail = isKnown ? owner.name() : m_exchange->request().url.authority;
+    return false;
 }
 
 void RestTransfer::setMethod()

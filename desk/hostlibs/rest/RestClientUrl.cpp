@@ -127,6 +127,7 @@ RestClientUrl RestClientUrl::parse(const char16_t* text, const std::string& conn
     if (!byName && host != "[::1]" && !isLoopbackAddress(host))
         return refused(RestFailure::NotLocal, textOf(host));
 
+    const bool isServicePort = port == kServicePort && connectPort.empty();
     if (port == kServicePort && !connectPort.empty()) {
         port = portNumber(connectPort);
         // Going on to the fixed port here could reach the very service that the setting was to spare.
@@ -134,6 +135,7 @@ RestClientUrl RestClientUrl::parse(const char16_t* text, const std::string& conn
             return refused(RestFailure::BadConnectPort, QString::fromStdString(connectPort));
     }
     RestClientUrl url;
+    url.isServicePort = isServicePort;
     url.authority = std::string(authority);
     url.target = target.empty() || target.front() != '/' ? "/" + std::string(target) : std::string(target);
     // The name is never looked up: it means the address, also where a resolver is slow or says otherwise.

@@ -21,6 +21,8 @@ struct RestClientUrl
     std::string target;
     /// The host and port to connect to in the form that curl's CONNECT_TO takes.
     std::string connectTo;
+    /// The URL names the service's fixed port and no other was set: the service's socket will do as well.
+    bool isServicePort = false;
     /// RestFailure::None when the URL may be used; otherwise nothing above counts.
     RestFailure failure = RestFailure::None;
     /// The text that belongs to the failure, UTF-8.

@@ -1,5 +1,7 @@
 #include "RestClientWorker.h"
 
+#include "ServiceSocket.h"
+
 #include <pthread.h>
 #include <signal.h>
 
@@ -124,7 +126,7 @@ bool RestWorker::takeOver()
         stopping = m_stopping;
     }
     for (auto& exchange : queue)
-        add(std::move(exchange));
+        add(std::move(exchange), true);
     if (!stopping)
         return true;
     // The last notices to the service get a moment, but nobody waits for a dead service when a program ends.
@@ -134,10 +136,12 @@ bool RestWorker::takeOver()
     return !m_transfers.empty() && now < m_end;
 }
 
-void RestWorker::add(std::shared_ptr<RestExchange> exchange)
+void RestWorker::add(std::shared_ptr<RestExchange> exchange, bool bySocket)
 {
     try {
-        auto transfer = std::make_unique<RestTransfer>(exchange);
+        const bool mayUseSocket = bySocket && exchange->request().url.isServicePort;
+        auto transfer =
+            std::make_unique<RestTransfer>(exchange, mayUseSocket ? ownServiceSocket() : std::string());
         CURL* const handle = transfer->handle();
         m_transfers.emplace(handle, std::move(transfer));
         if (curl_multi_add_handle(m_multi.get(), handle) == CURLM_OK)
@@ -165,6 +169,11 @@ void RestWorker::collectFinished()
         const auto found = m_transfers.find(handle);
         const std::unique_ptr<RestTransfer> transfer = std::move(found->second);
         m_transfers.erase(found);
+        if (transfer->mayTryPort(code)) {
+            // A socket that was left by a service that is gone: the service may be at the port.
+            add(transfer->exchange(), false);
+            continue;
+        }
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
             --m_underWay;

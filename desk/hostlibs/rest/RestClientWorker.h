@@ -33,7 +33,8 @@ private:
     void run();
     /// Takes over what was enqueued. \return whether the worker is to go on.
     bool takeOver();
-    void add(std::shared_ptr<RestExchange> exchange);
+    /// \param bySocket whether the service's socket may be used where there is one.
+    void add(std::shared_ptr<RestExchange> exchange, bool bySocket);
     void collectFinished();
     int pollTimeout() const;
 

@@ -454,6 +454,14 @@
         <translation>Keine neuen Clips verfügbar</translation>
     </message>
     <message>
+        <source>The port of the service is held by the user %1, whose service is not asked</source>
+        <translation>Den Port des Dienstes hat der Benutzer %1, dessen Dienst nicht gefragt wird</translation>
+    </message>
+    <message>
+        <source>It cannot be found out whose service answers at %1, so it is not asked</source>
+        <translation>Wessen Dienst unter %1 antwortet, ist nicht zu erfahren, darum wird er nicht gefragt</translation>
+    </message>
+    <message>
         <source>No service answers at %1</source>
         <translation>Unter %1 antwortet kein Dienst</translation>
     </message>
