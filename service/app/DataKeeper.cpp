@@ -61,21 +61,22 @@ void DataKeeper::open()
 {
     m_database = std::make_unique<Database>(m_file);
     const std::string problem = m_database->isNew() ? std::string() : m_database->problem();
-    if (problem.empty())
-        return;
-    if (!m_database->rebuildIndexes())
-        throw DatabaseError(problem, kDamageCode);
-    m_messages.push_back("An index of the database was damaged and was made anew: " + problem);
+    if (!problem.empty())
+        m_messages.push_back(rebuild(problem));
+}
+
+std::string DataKeeper::rebuild(const std::string& problem)
+{
+    const auto rebuilt = m_database->rebuild();
+    m_isLossy = m_isLossy || !rebuilt.isWhole;
+    return (rebuilt.isWhole ? "An index of the database was damaged and was made anew, nothing is lost ("
+                            : "The database was damaged, what could not be read is lost (") +
+           problem + "); it was kept as " + rebuilt.keptAs;
 }
 
 void DataKeeper::setAside(const std::string& why)
 {
-    const std::string name = aside::nameFor(m_file, kDamaged);
-    for (const char* part : {"", "-wal", "-shm"}) {
-        if (::access((m_file + part).c_str(), F_OK) == 0)
-            filetools::renameNoReplace(m_file + part, name + part);
-    }
-    m_messages.push_back("The database " + why + "; it was kept as " + name);
+    m_messages.push_back("The database " + why + "; it was kept as " + Database::setAside(m_file));
 }
 
 void DataKeeper::restore(FolderStore& folders, ProfileStore& profiles, ErrorStore& errors)
@@ -91,7 +92,7 @@ void DataKeeper::restore(FolderStore& folders, ProfileStore& profiles, ErrorStor
                              kept.refusal().text + "); it was kept as " + name);
     } else if (isKept) {
         m_saved = kept->generation;
-        if (m_database->isNew() || kept->generation > m_database->generation()) {
+        if (m_database->isNew() || m_isLossy || kept->generation > m_database->generation()) {
             Transaction transaction(*m_database);
             for (const auto& profile : kept->profiles)
                 profiles.create(profile);
@@ -132,11 +133,14 @@ std::string DataKeeper::save(FolderStore& folders, ProfileStore& profiles)
 
 void DataKeeper::mend(ErrorStore& errors)
 {
-    if (!m_database->isDamaged() || !m_isMended)
+    if (!m_database->isDamaged() || m_gaveUp)
         return;
-    m_isMended = m_database->rebuildIndexes();
-    errors.add(m_isMended ? "An index of the database was damaged and was made anew"
-                          : "The database is damaged; start the service again to set it aside");
+    try {
+        errors.add(rebuild("met while running"));
+    } catch (const DatabaseError& failure) {
+        m_gaveUp = true;
+        errors.add(std::string("The database is damaged and cannot be mended: ") + failure.what());
+    }
 }
 
 } // namespace krxservice

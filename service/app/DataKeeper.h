@@ -31,19 +31,21 @@ public:
     /// reason. On one thread only.
     std::string save(FolderStore& folders, ProfileStore& profiles);
 
-    /// Makes indexes anew when damage was met since; tells \a errors.
+    /// Makes the database anew from its records when damage was met since; tells \a errors.
     void mend(ErrorStore& errors);
 
 private:
     void setAside(const std::string& why);
     void open();
+    std::string rebuild(const std::string& problem);
 
     std::string m_file;
     std::string m_keptFile;
     std::vector<std::string> m_messages;
     std::unique_ptr<Database> m_database;
     std::int64_t m_saved = -1; ///< generation of the second copy
-    bool m_isMended = true;
+    bool m_isLossy = false;    ///< records could not be read
+    bool m_gaveUp = false;
 };
 
 } // namespace krxservice

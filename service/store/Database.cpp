@@ -3,10 +3,16 @@
 #include "base/Aside.h"
 #include "base/FileTools.h"
 #include "base/Log.h"
+#include "base/Text.h"
+#include "store/Salvage.h"
 
 #include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <array>
+#include <cerrno>
+#include <cstdio>
 
 namespace krxservice {
 
@@ -106,6 +112,9 @@ CREATE TRIGGER profile_removed AFTER DELETE ON profiles
 )sql",
 };
 
+/// What belongs to a database beside its own file.
+constexpr std::array<const char*, 3> kParts = {"", "-wal", "-shm"};
+
 static_assert(kDamageCode == SQLITE_CORRUPT);
 
 bool isDamageCode(int code)
@@ -184,8 +193,25 @@ std::int64_t Statement::number(int column) const
     return sqlite3_column_int64(m_statement, column);
 }
 
-Database::Database(const std::string& file, Mode mode)
+int Statement::columns() const
 {
+    return sqlite3_column_count(m_statement);
+}
+
+bool Statement::isNumber(int column) const
+{
+    return sqlite3_column_type(m_statement, column) == SQLITE_INTEGER;
+}
+
+Database::Database(const std::string& file, Mode mode)
+    : m_file(file)
+{
+    open(mode);
+}
+
+void Database::open(Mode mode)
+{
+    const std::string& file = m_file;
     const int flags =
         SQLITE_OPEN_FULLMUTEX |
         (mode == Mode::Look ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
@@ -193,6 +219,7 @@ Database::Database(const std::string& file, Mode mode)
         const std::string reason = m_connection ? sqlite3_errmsg(m_connection) : "out of memory";
         const int code = m_connection ? sqlite3_extended_errcode(m_connection) : 0;
         sqlite3_close(m_connection);
+        m_connection = nullptr;
         throw DatabaseError(file + ": " + reason, code);
     }
     try {
@@ -206,9 +233,10 @@ Database::Database(const std::string& file, Mode mode)
         execute("PRAGMA journal_mode=WAL");
         // What was offered must still be known after a power cut, or it would be offered again.
         execute("PRAGMA synchronous=FULL");
-        migrate(file);
+        migrate();
     } catch (...) {
         sqlite3_close(m_connection);
+        m_connection = nullptr;
         throw;
     }
 }
@@ -266,18 +294,46 @@ std::string Database::problem()
     }
 }
 
-bool Database::rebuildIndexes()
+Database::Rebuilt Database::rebuild()
 {
     const auto lock = this->lock();
-    try {
-        execute("REINDEX");
-        Statement check = prepare("PRAGMA integrity_check(1)");
-        const bool whole = check.step() && check.text(0) == "ok";
-        m_damage = !whole;
-        return whole;
-    } catch (const DatabaseError&) {
-        return false;
+    Rebuilt result;
+    const std::string fresh = m_file + ".new";
+    for (const char* part : kParts)
+        ::unlink((fresh + part).c_str());
+    {
+        Database target(fresh);
+        result.isWhole = salvage::copyReadable(m_file, target);
     }
+    if (const auto reason = filetools::syncFile(fresh); !reason.empty())
+        throw DatabaseError(reason);
+    if (sqlite3_close(m_connection) != SQLITE_OK)
+        throw DatabaseError("the damaged database is in use");
+    m_connection = nullptr;
+    result.keptAs = setAside(m_file);
+    if (std::rename(fresh.c_str(), m_file.c_str()) != 0)
+        throw DatabaseError(m_file + ": " + text::errnoText(errno));
+    m_damage = false;
+    open(Mode::Use);
+    return result;
+}
+
+std::string Database::setAside(const std::string& file)
+{
+    const std::string name = aside::nameFor(file, "damaged");
+    for (const char* part : kParts) {
+        // What holds nothing, or is made anew from the others, is only in the way.
+        struct stat facts
+        {
+        };
+        const bool isWorthless = std::string_view(part) == "-shm" ||
+                                 (::stat((file + part).c_str(), &facts) == 0 && facts.st_size == 0);
+        if (isWorthless)
+            ::unlink((file + part).c_str());
+        else
+            filetools::renameNoReplace(file + part, name + part);
+    }
+    return name;
 }
 
 std::int64_t Database::generation()
@@ -293,7 +349,7 @@ void Database::setGeneration(std::int64_t generation)
     prepare("UPDATE meta SET value=? WHERE name='generation'").bind(generation).run();
 }
 
-void Database::migrate(const std::string& file)
+void Database::migrate()
 {
     const int found = version();
     if (found > currentVersion()) {
@@ -305,7 +361,7 @@ void Database::migrate(const std::string& file)
         return;
     m_isNew = found == 0;
     if (!m_isNew) {
-        const std::string copy = aside::nameFor(file, "version-" + std::to_string(found));
+        const std::string copy = aside::nameFor(m_file, "version-" + std::to_string(found));
         prepare("VACUUM INTO ?").bind(copy).run();
         if (const auto reason = filetools::syncFile(copy); !reason.empty())
             throw DatabaseError(reason);

@@ -53,6 +53,8 @@ public:
 
     std::string text(int column) const;
     std::int64_t number(int column) const;
+    int columns() const;
+    bool isNumber(int column) const;
 
 private:
     [[noreturn]] void fail();
@@ -90,8 +92,18 @@ public:
     bool isDamaged() const { return m_damage; }
     /// What a look at the whole file finds wrong with it; empty when nothing is.
     std::string problem();
-    /// Makes all indexes anew from the tables; true when nothing is wrong with the file after that.
-    bool rebuildIndexes();
+    /// What became of a damaged file.
+    struct Rebuilt
+    {
+        bool isWhole = false; ///< every record was saved: only indexes were damaged
+        std::string keptAs;   ///< where the damaged file is
+    };
+    /// Saves all records that can be read into a new file, which takes the place of the damaged one; that is
+    /// set aside. Throws DatabaseError when it cannot; then all is as it was.
+    Rebuilt rebuild();
+
+    /// Gives a database that is not open, with what belongs to it, another name, which is returned.
+    static std::string setAside(const std::string& file);
 
     /// True when the file held no tables before it was opened.
     bool isNew() const { return m_isNew; }
@@ -105,9 +117,11 @@ public:
 private:
     friend class Transaction;
 
-    void migrate(const std::string& file);
+    void open(Mode mode);
+    void migrate();
     int version();
 
+    std::string m_file;
     std::recursive_mutex m_mutex;
     sqlite3* m_connection = nullptr;
     std::atomic<bool> m_damage{false};

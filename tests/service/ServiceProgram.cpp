@@ -86,6 +86,10 @@ ServiceProgram::~ServiceProgram()
 QStringList ServiceProgram::faults(const QString& dataFolder)
 {
     QProcess check;
+    // Whatever a test put before the service is no business of the one who checks.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove(QStringLiteral("LD_PRELOAD"));
+    check.setProcessEnvironment(environment);
     check.start(path(), {QStringLiteral("--check"), QStringLiteral("--data"), dataFolder});
     check.waitForFinished(kPatience);
     const QString said = QString::fromUtf8(check.readAllStandardOutput() + check.readAllStandardError());

@@ -1,4 +1,4 @@
-#include "ServiceProgram.h"
+#include "ServiceStage.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr int kPatience = 30000;
-
 QString s(const char* text)
 {
     return QString::fromUtf8(text);
@@ -27,64 +25,13 @@ class TestServiceWay : public QObject
 {
     Q_OBJECT
 
-    /// A service with one enabled folder.
-    struct Stage
-    {
-        QTemporaryDir folder;
-        std::unique_ptr<ServiceProgram> service = std::make_unique<ServiceProgram>();
-        QString watch = folder.filePath(QStringLiteral("watch"));
-        QString data = folder.filePath(QStringLiteral("data"));
-        QString id;
-
-        bool begin(const QByteArray& activities = {})
-        {
-            if (!QDir().mkpath(watch) || !service->start(data))
-                return false;
-            QString profile = service->profileId(QStringLiteral("Default Profile"));
-            if (!activities.isEmpty()) {
-                service->post("profiles",
-                              ModuleDocument::createProfile(QStringLiteral("Copying"), activities));
-                profile = service->profileId(QStringLiteral("Copying"));
-            }
-            id = service->addFolder(watch, profile);
-            return !id.isEmpty();
-        }
-        bool again(const QStringList& more = {})
-        {
-            service = std::make_unique<ServiceProgram>();
-            return service->start(data, more);
-        }
-        QString drop(const QString& name, const char* media = "sound.wav") const
-        {
-            const QString path = watch + QLatin1Char('/') + name;
-            return QFile::copy(TestMedia::file(QString::fromUtf8(media)), path) ? path : QString();
-        }
-        QStringList outputs() const { return service->outputs(id); }
-        bool isIdle() const
-        {
-            return service->get("activity").text(QStringLiteral("status")) == QLatin1String("StatusIdle");
-        }
-        /// Proves that all that lies in the folder has been judged: a file dropped now has gone the whole
-        /// way.
-        bool marked(const QString& name) const
-        {
-            if (drop(name).isEmpty())
-                return false;
-            QElapsedTimer timer;
-            timer.start();
-            while (outputs().filter(name).isEmpty() && timer.elapsed() < kPatience)
-                QTest::qWait(10);
-            return !outputs().filter(name).isEmpty();
-        }
-    };
-
 private slots:
     void finishedFileIsListedReadyWithItsDocument()
     {
-        Stage stage;
+        ServiceStage stage;
         QVERIFY(stage.begin());
         const QString path = stage.drop(s("clip \xC3\xA9 & 1.mov"), "movie.mov");
-        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kStagePatience);
         const Reply ready = stage.service->get("xelmediafolders?level=outputready");
         QCOMPARE(ready.text(s("folderURI")),
                  s("http://localhost:58885/KRXService/xelmediafolders/") + stage.id);
@@ -104,27 +51,27 @@ private slots:
 
     void stillsSoundsAndFilesInSubfoldersAreOffered()
     {
-        Stage stage;
+        ServiceStage stage;
         QVERIFY(stage.begin());
         QVERIFY(QDir(stage.watch).mkpath(s("DCIM/100")));
         stage.drop(s("DCIM/100/a.mov"), "movie.mov");
         stage.drop(s("b.png"), "still.png");
         stage.drop(s("c.wav"), "sound.wav");
-        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 3, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 3, kStagePatience);
     }
 
     void filesAlreadyThereAreOfferedWhenTheFolderIsEnabled()
     {
-        Stage stage;
+        ServiceStage stage;
         QVERIFY(QDir().mkpath(stage.watch));
         stage.drop(s("a.wav"));
         QVERIFY(stage.begin());
-        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kStagePatience);
     }
 
     void disabledFolderOffersNothing()
     {
-        Stage stage;
+        ServiceStage stage;
         QVERIFY(stage.begin());
         const QString other = stage.folder.filePath(s("other"));
         QVERIFY(QDir().mkpath(other));
@@ -135,12 +82,12 @@ private slots:
         QVERIFY(stage.service->outputs(disabled).isEmpty());
         stage.service->put("xelmediafolders/" + disabled.toUtf8(),
                            ModuleDocument::updateFolder(disabled, other, profile, s("true")));
-        QTRY_COMPARE_WITH_TIMEOUT(stage.service->outputs(disabled).size(), 1, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->outputs(disabled).size(), 1, kStagePatience);
     }
 
     void hiddenUnfinishedAndEmptyFilesAreSkippedAndEmptyOnesNamed()
     {
-        Stage stage;
+        ServiceStage stage;
         QVERIFY(stage.begin());
         for (const char* name : {".hidden.wav", "a.wav.part", "b.wav.tmp", "c.wav~"})
             QVERIFY(!stage.drop(s(name)).isEmpty());
@@ -153,18 +100,18 @@ private slots:
         QVERIFY(stage.service->errors()[0].contains(s("empty.wav: the file is empty")));
         // The download is finished: it gets its name.
         QVERIFY(QFile::rename(stage.watch + s("/a.wav.part"), stage.watch + s("/a.wav")));
-        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 2, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 2, kStagePatience);
     }
 
     void fileThatIsNoMediaIsReportedOnceAndNotOffered()
     {
-        Stage stage;
+        ServiceStage stage;
         QVERIFY(stage.begin());
         QFile notes(stage.watch + s("/notes.txt"));
         QVERIFY(notes.open(QIODevice::WriteOnly));
         notes.write("words\n");
         notes.close();
-        QTRY_COMPARE_WITH_TIMEOUT(stage.service->errors().filter(s("notes.txt")).size(), 1, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->errors().filter(s("notes.txt")).size(), 1, kStagePatience);
         stage.service->get("errors?clear=true");
         QVERIFY(stage.marked(s("mark.wav")));
         QCOMPARE(stage.service->terminate(), 0);
@@ -175,7 +122,7 @@ private slots:
 
     void growingFileIsNeverTakenEarlyThoughItsWriterPauses()
     {
-        Stage stage;
+        ServiceStage stage;
         QVERIFY(stage.begin());
         QFile source(TestMedia::file(s("movie.mov")));
         QVERIFY(source.open(QIODevice::ReadOnly));
@@ -191,7 +138,7 @@ private slots:
         }
         QVERIFY(stage.service->errors().isEmpty());
         target.close();
-        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().filter(s("growing")).size(), 1, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().filter(s("growing")).size(), 1, kStagePatience);
         QFile document(stage.outputs().filter(s("growing"))[0]);
         QVERIFY(document.open(QIODevice::ReadOnly));
         QVERIFY(document.readAll().contains("<size>" + QByteArray::number(bytes.size()) + "</size>"));
@@ -199,26 +146,26 @@ private slots:
 
     void changedContentIsOfferedAgainTheSameContentIsNot()
     {
-        Stage stage;
+        ServiceStage stage;
         QVERIFY(stage.begin());
         const QString path = stage.drop(s("a.wav"));
-        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kStagePatience);
         QVERIFY(QFile::remove(path));
         stage.drop(s("a.wav"));
         QVERIFY(stage.marked(s("mark.wav")));
         QCOMPARE(stage.outputs().filter(s("-a.wav")).size(), 1);
         QVERIFY(QFile::remove(path));
         QVERIFY(QFile::copy(TestMedia::file(s("movie.mov")), path));
-        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().filter(s("-a.wav")).size(), 2, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().filter(s("-a.wav")).size(), 2, kStagePatience);
     }
 
     void reprocessOffersExistingFilesAgain()
     {
-        Stage stage;
+        ServiceStage stage;
         QVERIFY(stage.begin());
         stage.drop(s("a.wav"));
         stage.drop(s("b.wav"));
-        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 2, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 2, kStagePatience);
         QVERIFY(QFile::remove(stage.outputs()[0]));
         const QStringList before = stage.outputs();
         const QByteArray url = "xelmediafolders/" + stage.id.toUtf8();
@@ -228,7 +175,7 @@ private slots:
                            ModuleDocument::updateFolder(stage.id, stage.watch, profile, s("true")))
                      .status,
                  200);
-        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 2, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 2, kStagePatience);
         QVERIFY(!stage.outputs().contains(before[0]));
         // Without the wish nothing is offered again.
         for (const QString& output : stage.outputs())
@@ -240,12 +187,12 @@ private slots:
 
     void copyActionPutsAWholeCopyThereAndTheOutputLinksToIt()
     {
-        Stage stage;
+        ServiceStage stage;
         const QString to = stage.watch + s("/copies");
         QVERIFY(QDir().mkpath(to));
         QVERIFY(stage.begin(ModuleDocument::copyActivity(to, true)));
         stage.drop(s("a.mov"), "movie.mov");
-        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kStagePatience);
         QFile copy(to + s("/a.mov"));
         QFile original(TestMedia::file(s("movie.mov")));
         QVERIFY(copy.open(QIODevice::ReadOnly) && original.open(QIODevice::ReadOnly));
@@ -263,11 +210,12 @@ private slots:
 
     void failedCopyIsAFailedJobWithoutOutputAndSucceedsWhenTriedAgain()
     {
-        Stage stage;
+        ServiceStage stage;
         const QString to = stage.folder.filePath(s("to"));
         QVERIFY(stage.begin(ModuleDocument::copyActivity(to, true)));
         stage.drop(s("a.wav"));
-        QTRY_COMPARE_WITH_TIMEOUT(stage.service->get("jobs/status").text(s("state")), s("FAILED"), kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->get("jobs/status").text(s("state")), s("FAILED"),
+                                  kStagePatience);
         QVERIFY(stage.outputs().isEmpty());
         QVERIFY(!stage.service->errors().filter(to).isEmpty());
         // Jobs that no client asked for are no business of a manual job list.
@@ -279,16 +227,17 @@ private slots:
                      ->put("jobs/" + detail.text(s("id")).toUtf8(), ModuleDocument::jobState(s("SUBMITTED")))
                      .status,
                  200);
-        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kPatience);
-        QTRY_VERIFY_WITH_TIMEOUT(stage.service->get("jobs/status").texts(s("id")).isEmpty(), kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kStagePatience);
+        QTRY_VERIFY_WITH_TIMEOUT(stage.service->get("jobs/status").texts(s("id")).isEmpty(), kStagePatience);
     }
 
     void transcodeIsAFailedJobThatSaysSo()
     {
-        Stage stage;
+        ServiceStage stage;
         QVERIFY(stage.begin("<activity id=\"transcode\" name=\"Transcode 1\"/>"));
         stage.drop(s("a.wav"));
-        QTRY_COMPARE_WITH_TIMEOUT(stage.service->get("jobs/status").text(s("state")), s("FAILED"), kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->get("jobs/status").text(s("state")), s("FAILED"),
+                                  kStagePatience);
         QVERIFY(stage.service->get("jobs/status")
                     .text(s("message"))
                     .contains(s("not available in this version")));
@@ -297,18 +246,18 @@ private slots:
 
     void folderWhoseProfileIsGoneRestsUntilItGetsAnother()
     {
-        Stage stage;
+        ServiceStage stage;
         QVERIFY(QDir().mkpath(stage.folder.filePath(s("to"))));
         QVERIFY(stage.begin(ModuleDocument::copyActivity(stage.folder.filePath(s("to")), false)));
         QCOMPARE(stage.service->remove("profiles/" + stage.service->profileId(s("Copying")).toUtf8()).status,
                  200);
-        QTRY_COMPARE_WITH_TIMEOUT(stage.service->errors().filter(stage.watch).size(), 1, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->errors().filter(stage.watch).size(), 1, kStagePatience);
         stage.drop(s("a.wav"));
         const QString profile = stage.service->profileId(s("Default Profile"));
         const QString other = stage.folder.filePath(s("other"));
         QVERIFY(QDir().mkpath(other) && QFile::copy(TestMedia::file(s("sound.wav")), other + s("/b.wav")));
         const QString otherId = stage.service->addFolder(other, profile);
-        QTRY_COMPARE_WITH_TIMEOUT(stage.service->outputs(otherId).size(), 1, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->outputs(otherId).size(), 1, kStagePatience);
         QVERIFY(stage.outputs().isEmpty());
         // What the module does after it deleted a profile, and then the user.
         const QByteArray url = "xelmediafolders/" + stage.id.toUtf8();
@@ -320,18 +269,18 @@ private slots:
             stage.service->put(url, ModuleDocument::updateFolder(stage.id, stage.watch, profile, s("true")))
                 .status,
             200);
-        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kStagePatience);
     }
 
     void vanishedDirectoryIsReportedOnceAndWorkGoesOnWhenItReturns()
     {
-        Stage stage;
+        ServiceStage stage;
         QVERIFY(stage.begin());
         stage.drop(s("a.wav"));
-        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kStagePatience);
         const QString away = stage.folder.filePath(s("away"));
         QVERIFY(QDir().rename(stage.watch, away));
-        QTRY_COMPARE_WITH_TIMEOUT(stage.service->errors().filter(stage.watch).size(), 1, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->errors().filter(stage.watch).size(), 1, kStagePatience);
         stage.service->get("errors?clear=true");
         QCOMPARE(stage.service->get("xelmediafolders/" + stage.id.toUtf8()).text(s("enabled")), s("true"));
         QVERIFY(QFile::copy(TestMedia::file(s("still.png")), away + s("/b.png")));
@@ -340,10 +289,10 @@ private slots:
         QVERIFY(QDir().mkpath(other) && QFile::copy(TestMedia::file(s("sound.wav")), other + s("/b.wav")));
         const QString otherId =
             stage.service->addFolder(other, stage.service->profileId(s("Default Profile")));
-        QTRY_COMPARE_WITH_TIMEOUT(stage.service->outputs(otherId).size(), 1, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->outputs(otherId).size(), 1, kStagePatience);
         QVERIFY(stage.service->errors().isEmpty());
         QVERIFY(QDir().rename(away, stage.watch));
-        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 2, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 2, kStagePatience);
         QVERIFY(stage.marked(s("mark.wav")));
         QCOMPARE(stage.outputs().size(), 3);
         QVERIFY(stage.service->errors().isEmpty());
@@ -351,11 +300,11 @@ private slots:
 
     void readOnlyDirectoryIsWatchedAllTheSame()
     {
-        Stage stage;
+        ServiceStage stage;
         QVERIFY(stage.begin());
         stage.drop(s("a.wav"));
         QCOMPARE(::chmod(stage.watch.toUtf8().constData(), 0555), 0);
-        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kStagePatience);
         QCOMPARE(::chmod(stage.watch.toUtf8().constData(), 0755), 0);
         QVERIFY(stage.marked(s("mark.wav")));
         QCOMPARE(stage.outputs().size(), 2);
@@ -363,17 +312,17 @@ private slots:
 
     void everythingIsThereAfterARestart()
     {
-        Stage stage;
+        ServiceStage stage;
         QVERIFY(stage.begin());
         stage.drop(s("a.wav"));
         stage.drop(s("b.wav"));
-        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 2, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 2, kStagePatience);
         const QString job =
             stage.service
                 ->post("jobs", ModuleDocument::submitJob(TestMedia::file(s("sound.wav")),
                                                          stage.service->profileId(s("Default Profile"))))
                 .text(s("id"));
-        QTRY_COMPARE_WITH_TIMEOUT(stage.service->jobState(job), s("COMPLETED"), kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->jobState(job), s("COMPLETED"), kStagePatience);
         QVERIFY(QFile::remove(stage.outputs()[0]));
         const QByteArray folders = stage.service->get("xelmediafolders?level=detail").body;
         const QByteArray profiles = stage.service->get("profiles?level=detail").body;
@@ -389,17 +338,17 @@ private slots:
 
     void fileDroppedWhileTheServiceWasAwayIsOffered()
     {
-        Stage stage;
+        ServiceStage stage;
         QVERIFY(stage.begin());
         stage.service->kill();
         stage.drop(s("a.wav"));
         QVERIFY(stage.again());
-        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kStagePatience);
     }
 
     void killedAtAnyMomentItLosesNothingAndOffersNothingTwice()
     {
-        Stage stage;
+        ServiceStage stage;
         const QString to = stage.folder.filePath(s("to"));
         QVERIFY(QDir().mkpath(to));
         QVERIFY(stage.begin(ModuleDocument::copyActivity(to, true)));
@@ -439,7 +388,7 @@ private slots:
             return taken.size() >= kRounds * kFiles;
         };
         QTRY_VERIFY_WITH_TIMEOUT(allTaken(), 60000);
-        QTRY_VERIFY_WITH_TIMEOUT(stage.isIdle(), kPatience);
+        QTRY_VERIFY_WITH_TIMEOUT(stage.isIdle(), kStagePatience);
         QVERIFY(stage.marked(s("mark.wav")));
         takeAll();
         taken.sort();
@@ -451,7 +400,7 @@ private slots:
 
     void manualJobGoesOnAfterAKillAndOffersEachFileOnce()
     {
-        Stage stage;
+        ServiceStage stage;
         QVERIFY(stage.begin());
         const QString cards = stage.folder.filePath(s("card"));
         QVERIFY(QDir().mkpath(cards));
@@ -463,19 +412,19 @@ private slots:
                        ModuleDocument::submitJob(cards, stage.service->profileId(s("Default Profile"))))
                 .text(s("id"));
         QTRY_VERIFY_WITH_TIMEOUT(!stage.service->get("jobs/" + job.toUtf8()).texts(s("fileName")).isEmpty(),
-                                 kPatience);
+                                 kStagePatience);
         stage.service->kill();
         QVERIFY(stage.again());
-        QTRY_COMPARE_WITH_TIMEOUT(stage.service->jobState(job), s("COMPLETED"), kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->jobState(job), s("COMPLETED"), kStagePatience);
         QCOMPARE(stage.service->get("jobs/" + job.toUtf8()).texts(s("fileName")).size(), 12);
     }
 
     void removedFolderTakesItsOutputsAlong()
     {
-        Stage stage;
+        ServiceStage stage;
         QVERIFY(stage.begin());
         const QString path = stage.drop(s("a.wav"));
-        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kStagePatience);
         const QString output = stage.outputs()[0];
         QCOMPARE(stage.service->remove("xelmediafolders/" + stage.id.toUtf8()).status, 200);
         QVERIFY(!QFile::exists(output));
@@ -484,7 +433,7 @@ private slots:
         const QString id =
             stage.service->addFolder(stage.watch, stage.service->profileId(s("Default Profile")));
         QVERIFY(!id.isEmpty() && id != stage.id);
-        QTRY_COMPARE_WITH_TIMEOUT(stage.service->outputs(id).size(), 1, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->outputs(id).size(), 1, kStagePatience);
     }
 };
 

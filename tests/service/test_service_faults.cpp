@@ -1,0 +1,226 @@
+#include "ServiceStage.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QtTest>
+
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace {
+
+QString s(const char* text)
+{
+    return QString::fromUtf8(text);
+}
+
+constexpr int kFiles = 6;
+
+} // namespace
+
+/// Disks that are full or broken for a while: nothing is lost, nothing is offered twice.
+class TestServiceFaults : public QObject
+{
+    Q_OBJECT
+
+    /// A service under whose calls a fault can be put.
+    struct Broken : ServiceStage
+    {
+        QString control = folder.filePath(s("faults"));
+
+        Broken()
+        {
+            mend();
+            qputenv("LD_PRELOAD", KRX_FAILING_CALLS);
+            qputenv("KRX_FAULTS", control.toUtf8());
+        }
+        ~Broken()
+        {
+            qunsetenv("LD_PRELOAD");
+            qunsetenv("KRX_FAULTS");
+        }
+        Broken(const Broken&) = delete;
+        Broken& operator=(const Broken&) = delete;
+
+        /// From now on \a call on paths that hold \a part fails.
+        void fail(const char* call, const char* part, int error) const
+        {
+            QFile file(control + s(".new"));
+            file.open(QIODevice::WriteOnly);
+            file.write(QByteArray(call) + ' ' + part + ' ' + QByteArray::number(error) + '\n');
+            file.close();
+            replace();
+        }
+        void mend() const
+        {
+            QFile file(control + s(".new"));
+            file.open(QIODevice::WriteOnly);
+            file.close();
+            replace();
+        }
+        void replace() const
+        {
+            ::rename((control + s(".new")).toUtf8().constData(), control.toUtf8().constData());
+        }
+        /// The source names of all that is offered.
+        QStringList offered() const
+        {
+            QStringList names;
+            for (const QString& output : outputs())
+                names << QFileInfo(output).fileName().section(QLatin1Char('-'), 1);
+            names.sort();
+            return names;
+        }
+        static QStringList expected()
+        {
+            QStringList names;
+            for (int i = 0; i < kFiles; ++i)
+                names << QStringLiteral("n%1.wav.xel").arg(i);
+            return names;
+        }
+        void dropAll() const
+        {
+            for (int i = 0; i < kFiles; ++i)
+                drop(QStringLiteral("n%1.wav").arg(i));
+        }
+    };
+
+private slots:
+    void diskThatFailsForAWhileLosesAndDoublesNothing_data()
+    {
+        QTest::addColumn<QString>("call");
+        QTest::addColumn<QString>("part");
+        QTest::addColumn<int>("error");
+        QTest::addColumn<bool>("restart");
+        const struct
+        {
+            const char* name;
+            const char* call;
+            const char* part;
+            int error;
+        } rows[] = {
+            {"the name of a document", "rename", ".xel", ENOSPC},
+            {"the name of a document, broken", "rename", ".xel", EIO},
+            {"the bytes of a document", "write", ".xel.tmp", ENOSPC},
+            {"a document to the disk", "sync", ".xel.tmp", EIO},
+            {"the directory to the disk", "sync", "/output/f000001", EIO},
+            {"the log of the database", "write", "krx-service.db-wal", ENOSPC},
+            {"the log of the database, broken", "write", "krx-service.db-wal", EIO},
+            {"the log of the database to the disk", "sync", "krx-service.db-wal", EIO},
+            {"everything", "write", "/data/", ENOSPC},
+        };
+        for (const auto& row : rows) {
+            for (const bool restart : {false, true}) {
+                QTest::newRow(qPrintable(s(row.name) + (restart ? s(", mended by a restart") : QString())))
+                    << s(row.call) << s(row.part) << row.error << restart;
+            }
+        }
+    }
+    void diskThatFailsForAWhileLosesAndDoublesNothing()
+    {
+        QFETCH(QString, call);
+        QFETCH(QString, part);
+        QFETCH(int, error);
+        QFETCH(bool, restart);
+        Broken stage;
+        QVERIFY(stage.begin());
+        stage.fail(call.toUtf8().constData(), part.toUtf8().constData(), error);
+        stage.dropAll();
+        // It has met the fault: the log says so whatever became of the error list.
+        QByteArray log;
+        const auto hasMet = [&] {
+            log += stage.service->log();
+            return log.contains(" error ");
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(hasMet(), kStagePatience);
+        if (restart) {
+            stage.service->kill();
+            stage.mend();
+            QVERIFY(stage.again());
+        } else {
+            stage.mend();
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(stage.offered(), Broken::expected(), kStagePatience);
+        // Nothing comes after it.
+        QVERIFY(stage.marked(s("z.wav")));
+        QCOMPARE(stage.offered(), Broken::expected() << s("z.wav.xel"));
+        QCOMPARE(QDir(stage.data + s("/output/f000001")).entryList(QDir::Files | QDir::Hidden).size(),
+                 kFiles + 1);
+        QCOMPARE(stage.service->terminate(), 0);
+    }
+
+    void volumeThatIsReallyFullLosesAndDoublesNothing()
+    {
+        if (::geteuid() != 0)
+            QSKIP("only a privileged user can mount a small volume");
+        Broken stage;
+        QVERIFY(QDir().mkpath(stage.data));
+        const QByteArray data = stage.data.toUtf8();
+        if (::mount("tmpfs", data.constData(), "tmpfs", 0, "size=1m,mode=0700") != 0)
+            QSKIP("no volume can be mounted here");
+        const auto unmount = qScopeGuard([&] {
+            stage.service.reset();
+            ::umount2(data.constData(), MNT_DETACH);
+        });
+        QVERIFY(stage.begin());
+        QFile filler(stage.data + s("/filler"));
+        QVERIFY(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+        // To the last byte, in ever smaller pieces.
+        for (int piece = 65536; piece > 0; piece /= 2) {
+            while (filler.write(QByteArray(piece, 'x')) == piece) {
+            }
+        }
+        stage.dropAll();
+        QByteArray log;
+        const auto hasMet = [&] {
+            log += stage.service->log();
+            return log.contains(" error ");
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(hasMet(), kStagePatience);
+        QVERIFY(filler.remove());
+        QTRY_COMPARE_WITH_TIMEOUT(stage.offered(), Broken::expected(), kStagePatience);
+        QVERIFY(stage.marked(s("z.wav")));
+        QCOMPARE(stage.offered(), Broken::expected() << s("z.wav.xel"));
+        QCOMPARE(stage.service->terminate(), 0);
+    }
+
+    void killedWhileTheDiskFailsItLosesAndDoublesNothing()
+    {
+        Broken stage;
+        QVERIFY(stage.begin());
+        const struct
+        {
+            const char* call;
+            const char* part;
+        } faults[] = {{"rename", ".xel"}, {"write", "krx-service.db-wal"}, {"sync", "/output/"}};
+        QStringList expected;
+        int round = 0;
+        for (const auto& fault : faults) {
+            for (int moment = 0; moment < 3; ++moment, ++round) {
+                const QString name = QStringLiteral("r%1.wav").arg(round);
+                stage.fail(fault.call, fault.part, ENOSPC);
+                QVERIFY(!stage.drop(name).isEmpty());
+                expected << name + s(".xel");
+                // At moments that no clock decides: as soon as so many lines were logged.
+                int lines = 0;
+                const auto isLate = [&] {
+                    lines += stage.service->log().count('\n');
+                    return lines > moment;
+                };
+                QTRY_VERIFY_WITH_TIMEOUT(isLate(), kStagePatience);
+                stage.service->kill();
+                stage.mend();
+                QVERIFY(stage.again());
+            }
+        }
+        expected.sort();
+        QTRY_COMPARE_WITH_TIMEOUT(stage.offered(), expected, kStagePatience);
+        QVERIFY(stage.marked(s("z.wav")));
+        QCOMPARE(stage.offered(), expected << s("z.wav.xel"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestServiceFaults)
+#include "test_service_faults.moc"
