@@ -1,5 +1,7 @@
 #include "OptionLayout.h"
 
+#include "KRXTextFitter.h"
+
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
@@ -41,6 +43,8 @@ QCheckBox* OptionLayout::makeCheck(QWidget* parent, const char* name, const QStr
     auto* check = new QCheckBox(text, parent);
     check->setObjectName(QLatin1String(name));
     check->setToolTip(toolTip);
+    check->setMaximumWidth(kRoom);
+    new KRXTextFitter(check);
     return check;
 }
 

@@ -13,12 +13,19 @@ namespace {
 // What the styles leave free on both sides of the text.
 constexpr int kTextMargins = 4;
 constexpr int kListMargins = 8;
+constexpr int kNarrowest = 100;
 
 } // namespace
 
 FittedComboBox::FittedComboBox(QWidget* parent)
     : QComboBox(parent)
 {
+}
+
+QSize FittedComboBox::minimumSizeHint() const
+{
+    const QSize whole = QComboBox::minimumSizeHint();
+    return QSize(qMin(whole.width(), kNarrowest), whole.height());
 }
 
 void FittedComboBox::showPopup()

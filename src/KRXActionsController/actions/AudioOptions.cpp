@@ -23,6 +23,12 @@ constexpr int kProjectFormatKind = 3;
 constexpr int kBitsPerByte = 8;
 constexpr int kLineSpacing = 1;
 constexpr int kColumnSpacing = 7;
+/// How far the target of a conversion stands in from its check box.
+constexpr int kTargetIndent = 18;
+/// Lines of a conversion: its check box, and its target below it.
+constexpr int kLinesOfField = 2;
+/// Label, box and the rest of the line.
+constexpr int kColumns = 3;
 
 // Kinds of list that show the short name of a format, as bits.
 constexpr int kShortNameKinds = 0x1D4;
@@ -89,13 +95,12 @@ void fillBitDepths(QComboBox* box)
     }
 }
 
-/// \param fixedWidth in pixels; 0 for a box as wide as its contents.
+/// \param fixedWidth in pixels; 0 for a box as wide as its contents, where there is room.
 QComboBox* makeBox(QWidget* options, int fixedWidth)
 {
-    if (fixedWidth == 0)
-        return new QComboBox(options);
     auto* box = new FittedComboBox(options);
-    box->setFixedWidth(fixedWidth);
+    if (fixedWidth > 0)
+        box->setFixedWidth(fixedWidth);
     return box;
 }
 
@@ -161,21 +166,25 @@ QGridLayout* AudioOptions::build(QWidget* options, Widths widths)
     layout->setVerticalSpacing(kLineSpacing);
     layout->setHorizontalSpacing(kColumnSpacing);
     Pair* const pairs[] = {&m_sampleRate, &m_bitDepth, &m_wrapperFormat};
-    int row = 0;
+    int number = 0;
     for (const KRXFields::Field& field : kAudioFields) {
-        const FieldLook& look = kLooks[row];
+        const FieldLook& look = kLooks[number];
         QCheckBox* check =
             OptionLayout::makeCheck(options, field.enabledBy, KRXText::localised(look.checkText),
                                     KRXText::localised(look.checkToolTip));
         QComboBox* box = makeBox(options, widths == Widths::Fixed ? look.fixedWidth : 0);
         box->setObjectName(QLatin1String(field.element));
-        layout->addWidget(check, row, 0);
-        layout->addWidget(new QLabel(KRXText::localised(look.label), options), row, 1);
-        layout->addWidget(box, row, 2, widths == Widths::Fixed ? Qt::AlignLeft : Qt::Alignment());
-        *pairs[row] = {check, box};
-        ++row;
+        auto* label = new QLabel(KRXText::localised(look.label), options);
+        label->setIndent(kTargetIndent);
+        // All three beside each other are wider than the editor.
+        const int line = kLinesOfField * number;
+        layout->addWidget(check, line, 0, 1, kColumns);
+        layout->addWidget(label, line + 1, 0);
+        layout->addWidget(box, line + 1, 1, widths == Widths::Fixed ? Qt::AlignLeft : Qt::Alignment());
+        *pairs[number] = {check, box};
+        ++number;
     }
-    layout->setColumnStretch(3, 1);
+    layout->setColumnStretch(kColumns - 1, 1);
     return layout;
 }
 

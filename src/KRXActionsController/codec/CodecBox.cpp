@@ -186,11 +186,11 @@ void fillDebayerList(QComboBox* box)
 }
 
 CodecBox::CodecBox(QComboBox* projectType, QComboBox* raster, QComboBox* colorSpace, QWidget* parent)
-    : QComboBox(parent)
+    : FittedComboBox(parent)
     , m_projectTypeBox(projectType)
     , m_rasterBox(raster)
     , m_colorSpaceBox(colorSpace)
-    , m_encodingProfileBox(new QComboBox(this))
+    , m_encodingProfileBox(new FittedComboBox(this))
 {
     const auto indexChanged = QOverload<int>::of(&QComboBox::currentIndexChanged);
     connect(m_projectTypeBox, indexChanged, this, &CodecBox::projTypeChanged);
@@ -277,7 +277,7 @@ void CodecBox::updateVideoParams()
 void CodecBox::showEvent(QShowEvent* event)
 {
     updateVideoParams();
-    QComboBox::showEvent(event);
+    FittedComboBox::showEvent(event);
 }
 
 void CodecBox::askForRefill()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "FittedComboBox.h"
 #include "KRXExport.h"
 
 #include <QComboBox>
@@ -18,7 +19,7 @@ KRX_EXPORT void fillDebayerList(QComboBox* box);
 /// The codec combo box, and the coordinator of the four boxes that depend on one another with it: project
 /// type, raster, colour space and encoding profile. The lists of codecs and of encoding profiles are filled
 /// by whoever answers its two signals; item data of a codec is its compression id (unsigned).
-class KRX_EXPORT CodecBox : public QComboBox
+class KRX_EXPORT CodecBox : public FittedComboBox
 {
     Q_OBJECT
 

@@ -1,6 +1,7 @@
 #include "VideoOptions.h"
 
 #include "CodecBox.h"
+#include "FittedComboBox.h"
 #include "HostMediaEngine.h"
 #include "KRXText.h"
 #include "OptionLayout.h"
@@ -31,14 +32,14 @@ QComboBox* nameBox(QComboBox* box, const char* name, int minimumWidth)
 QGridLayout* VideoOptions::build(QWidget* options, const Look& look)
 {
     m_options = options;
-    m_projectType = nameBox(new QComboBox(options), "videoProjectType", look.projectWidth);
-    m_colorSpace = nameBox(new QComboBox(options), "videoColorSpace", look.projectWidth);
-    m_raster = nameBox(new QComboBox(options), "videoRaster", look.projectWidth);
+    m_projectType = nameBox(new FittedComboBox(options), "videoProjectType", look.projectWidth);
+    m_colorSpace = nameBox(new FittedComboBox(options), "videoColorSpace", look.projectWidth);
+    m_raster = nameBox(new FittedComboBox(options), "videoRaster", look.projectWidth);
     m_codec = new CodecBox(m_projectType, m_raster, m_colorSpace, options);
     nameBox(m_codec, "videoCompressionType", look.codecWidth);
     QComboBox* encodingProfile =
         nameBox(m_codec->getEncodingProfileBox(), "encodingProfile", look.codecWidth);
-    m_debayer = nameBox(new QComboBox(options), "videoDebayerSetting", look.debayerWidth);
+    m_debayer = nameBox(new FittedComboBox(options), "videoDebayerSetting", look.debayerWidth);
     m_reformat =
         OptionLayout::makeCheck(options, "videoIncludeReformattedContent",
                                 KRXText::localised("Apply Reformatting option (compatibility mode)"));

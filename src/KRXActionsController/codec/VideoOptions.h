@@ -22,7 +22,7 @@ public:
     {
         /// English key of the last row's label.
         const char* debayerLabel;
-        /// Minimum widths in pixels; 0 leaves a box as wide as its contents.
+        /// Minimum widths in pixels; 0 leaves it to the boxes.
         int projectWidth;
         int codecWidth;
         int debayerWidth;

@@ -2,6 +2,7 @@
 
 #include "KRXModal.h"
 #include "KRXText.h"
+#include "KRXTextFitter.h"
 
 #include <QFontMetrics>
 #include <QHBoxLayout>
@@ -33,6 +34,7 @@ CopyToPathWidget::CopyToPathWidget(QWidget* parent)
     , m_setButton(new QPushButton(KRXText::localised("Set"), this))
 {
     m_setButton->setFixedSize(kSetButtonWidth, kSetButtonHeight);
+    new KRXTextFitter(m_setButton);
     auto* layout = new QHBoxLayout(this);
     layout->setSpacing(kSpacing);
     layout->setContentsMargins(kMargin, kMargin, kMargin, kMargin);

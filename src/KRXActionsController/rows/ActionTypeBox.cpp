@@ -1,8 +1,11 @@
 #include "ActionTypeBox.h"
 
 #include "ActionType.h"
+#include "KRXFittedFont.h"
 #include "KRXText.h"
 
+#include <QFontMetrics>
+#include <QStyle>
 #include <QStyleOptionComboBox>
 #include <QStylePainter>
 #include <QWheelEvent>
@@ -11,6 +14,8 @@ namespace {
 
 constexpr int kWidth = 150;
 constexpr int kHeight = 20;
+// What the styles leave free on both sides of the text.
+constexpr int kTextMargins = 4;
 
 } // namespace
 
@@ -31,6 +36,12 @@ void ActionTypeBox::paintEvent(QPaintEvent*)
     initStyleOption(&option);
     option.currentText = QStringLiteral(" %1").arg(currentText());
     painter.drawComplexControl(QStyle::CC_ComboBox, option);
+    const QRect field =
+        style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this);
+    painter.setFont(
+        KRXText::fittedFont(font(), field.width() - kTextMargins, [&option](const QFont& candidate) {
+            return QFontMetrics(candidate).horizontalAdvance(option.currentText);
+        }));
     painter.drawControl(QStyle::CE_ComboBoxLabel, option);
 }
 
