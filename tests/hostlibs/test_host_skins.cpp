@@ -137,6 +137,29 @@ private slots:
         }
     }
 
+    void iconsAreVisibleInASelectedRow()
+    {
+        for (int skin : {StandInHost::kLightSkin, StandInHost::kDarkSkin}) {
+            StandInHost::setSkin(skin);
+            const QColor selected = QApplication::palette().color(QPalette::Highlight);
+            QVERIFY(contrast(iconTintColors().to, selected) >= 3.0);
+        }
+    }
+
+    void textIsVisibleOnAnyHighlight()
+    {
+        for (const QColor& choice : {QColor(255, 240, 120), QColor(20, 20, 90), QColor(200, 0, 0)}) {
+            for (int skin : {StandInHost::kLightSkin, StandInHost::kDarkSkin}) {
+                StandInHost::setSkin(skin);
+                StandInHost::setHighlightColor(choice);
+                const QPalette palette = QApplication::palette();
+                StandInHost::setHighlightColor(QColor());
+                QCOMPARE(palette.color(QPalette::Highlight), choice);
+                QVERIFY(contrast(palette.color(QPalette::HighlightedText), choice) >= 4.5);
+            }
+        }
+    }
+
     void theUsersHighlightReplacesHighlightColorsOnly()
     {
         const QString menu = QStringLiteral("MenuSelectionColor");

@@ -63,8 +63,9 @@ constexpr RoleColor kRoles[] = {
     {QPalette::PlaceholderText, 0x6b7280, 0x8a929c},
     {QPalette::Link, 0x1f5fbf, 0x7db1ff},
     {QPalette::LinkVisited, 0x6a4bb0, 0xb79cff},
-    {QPalette::Highlight, 0x2f6fd0, 0x2f6fd0},
-    {QPalette::HighlightedText, 0xffffff, 0xffffff},
+    // Icons keep their colour in a selected row, so it must not be too near to that.
+    {QPalette::Highlight, 0xa9c8f2, 0x2f6fd0},
+    {QPalette::HighlightedText, 0x1d2126, 0xffffff},
 };
 
 constexpr QRgb kDisabledTextLight = 0x757c86;
@@ -72,6 +73,8 @@ constexpr QRgb kDisabledTextDark = 0x959ca5;
 /// The colour that the icons are drawn in.
 constexpr QRgb kIconInk = 0x4a5059;
 constexpr QRgb kIconInkDark = 0xc8cdd4;
+/// Grey values from here on take black text.
+constexpr int kBrightFrom = 128;
 
 int theSkin = StandInHost::kLightSkin;
 QColor theHighlight;
@@ -102,8 +105,11 @@ QPalette skinPalette()
     QPalette palette;
     for (const RoleColor& role : kRoles)
         palette.setColor(role.role, QColor::fromRgb(valueOf(role)));
-    if (theHighlight.isValid())
+    if (theHighlight.isValid()) {
+        const bool isBright = qGray(theHighlight.rgb()) >= kBrightFrom;
         palette.setColor(QPalette::Highlight, theHighlight);
+        palette.setColor(QPalette::HighlightedText, isBright ? QColor(Qt::black) : QColor(Qt::white));
+    }
     const QColor disabled = QColor::fromRgb(isDark() ? kDisabledTextDark : kDisabledTextLight);
     for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
         palette.setColor(QPalette::Disabled, role, disabled);
