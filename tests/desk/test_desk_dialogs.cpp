@@ -11,6 +11,7 @@
 #include "KRXLinkOptionsSettings.h"
 #include "KRXProfileManager.h"
 #include "KRXSettingsController.h"
+#include "KRXTwistWidget.h"
 #include "KRXZorMetadata.h"
 #include "StandInMedia.h"
 #include "TestHttpServer.h"
@@ -25,6 +26,7 @@
 #include <QTableWidget>
 #include <QTextBrowser>
 #include <QTimer>
+#include <QWindow>
 #include <QtTest>
 
 namespace {
@@ -159,6 +161,50 @@ private slots:
         QVERIFY(editor.frameGeometry().bottom() <= available.bottom());
         editor.setNewHeight(300);
         QCOMPARE(editor.height(), 300);
+    }
+
+    void theEditorDoesNotMoveWhenItGrows()
+    {
+        Editor editor;
+        editor.show();
+        const QRect available = editor.screen()->availableGeometry();
+        editor.setNewHeight(200);
+        editor.move(50, available.bottom() - 300);
+        const QPoint place = editor.pos();
+        editor.setNewHeight(available.height());
+        QCOMPARE(editor.pos(), place);
+        QVERIFY(editor.height() > 200);
+        QVERIFY(editor.frameGeometry().bottom() <= available.bottom());
+        // Where there is hardly any room it keeps its least height and its place.
+        editor.move(50, available.bottom() - 20);
+        editor.setNewHeight(available.height());
+        QCOMPARE(editor.pos().y(), available.bottom() - 20);
+        QCOMPARE(editor.height(), editor.minimumSizeHint().height());
+    }
+
+    void theEditorKeepsTheHeightThatAPersonGaveIt()
+    {
+        Editor editor;
+        editor.show();
+        editor.move(20, 20);
+        editor.setNewHeight(300);
+        editor.setNewHeight(350);
+        // What the window system confirms late is nobody's choice.
+        editor.windowHandle()->resize(editor.width(), 300);
+        editor.windowHandle()->resize(editor.width() + 20, 350);
+        QCoreApplication::processEvents();
+        editor.setNewHeight(400);
+        QCOMPARE(editor.height(), 400);
+        editor.windowHandle()->resize(editor.width(), 333);
+        QCoreApplication::processEvents();
+        QCOMPARE(editor.height(), 333);
+        editor.setNewHeight(400);
+        QCOMPARE(editor.height(), 333);
+        // For as long as the editor is there.
+        editor.close();
+        editor.show();
+        editor.findChild<KRXTwistWidget*>(QStringLiteral("xelSettingsTwistWidget"))->setOpen(true);
+        QCOMPARE(editor.height(), 333);
     }
 
     void savedAndDeletedProfilesAreTold()

@@ -14,6 +14,7 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QPointer>
+#include <QResizeEvent>
 #include <QScreen>
 #include <QSignalBlocker>
 #include <QWindow>
@@ -21,6 +22,9 @@
 #include <algorithm>
 
 namespace {
+
+/// How many changes of height the window system may still have to confirm.
+constexpr int kHeightsOnTheirWay = 8;
 
 void fillRates(QComboBox* box)
 {
@@ -63,13 +67,24 @@ DeskProfilesWindow::DeskProfilesWindow(QWidget* parent)
 
 void DeskProfilesWindow::setNewHeight(int height)
 {
-    const QRect available = screen()->availableGeometry();
-    const int frame = frameGeometry().height() - geometry().height();
-    const int fitting = std::min(height, available.height() - frame);
-    KRXProfilesWindow::setNewHeight(fitting);
-    const int below = frameGeometry().bottom() - available.bottom();
-    if (below > 0)
-        move(x(), std::max(available.top(), y() - below));
+    if (m_hasPersonsHeight)
+        return;
+    const int frameBelow = frameGeometry().bottom() - geometry().bottom();
+    const int room = screen()->availableGeometry().bottom() - frameBelow - geometry().top() + 1;
+    KRXProfilesWindow::setNewHeight(std::max(std::min(height, room), minimumSizeHint().height()));
+}
+
+void DeskProfilesWindow::resizeEvent(QResizeEvent* event)
+{
+    KRXProfilesWindow::resizeEvent(event);
+    const int height = event->size().height();
+    if (!event->spontaneous()) {
+        m_ownHeights.append(height);
+        if (m_ownHeights.size() > kHeightsOnTheirWay)
+            m_ownHeights.removeFirst();
+    } else if (height != event->oldSize().height() && !m_ownHeights.contains(height)) {
+        m_hasPersonsHeight = true;
+    }
 }
 
 void DeskProfilesWindow::initXelSettingsValues()

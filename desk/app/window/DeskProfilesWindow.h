@@ -2,6 +2,8 @@
 
 #include "KRXProfilesWindow.h"
 
+#include <QList>
+
 /// The profile editor with what the desk knows: codecs and encoding profiles of the media catalogue, rates of
 /// its projects, and an editor for groupings of audio tracks.
 class DeskProfilesWindow : public KRXProfilesWindow
@@ -11,7 +13,8 @@ class DeskProfilesWindow : public KRXProfilesWindow
 public:
     explicit DeskProfilesWindow(QWidget* parent);
 
-    /// Keeps the window on its screen.
+    /// Gives the window as much of that height as there is below its top on the screen; it never moves by
+    /// this. A height that a person gave it stays.
     void setNewHeight(int height) override;
 
 public slots:
@@ -28,4 +31,10 @@ protected:
     void updateKRXWindowInfo() override;
     /// Asks whether the changes may be thrown away.
     bool mayLeaveProfile(const QString& profileName) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    /// The heights that the program gave the window last. The window system confirms each of them, late.
+    QList<int> m_ownHeights;
+    bool m_hasPersonsHeight = false;
 };
