@@ -77,12 +77,12 @@ void DeskProfilesWindow::setNewHeight(int height)
 void DeskProfilesWindow::resizeEvent(QResizeEvent* event)
 {
     KRXProfilesWindow::resizeEvent(event);
-    const int height = event->size().height();
+    // A late event tells an old size; the window's own is the present one.
     if (!event->spontaneous()) {
-        m_ownHeights.append(height);
+        m_ownHeights.append(height());
         if (m_ownHeights.size() > kHeightsOnTheirWay)
             m_ownHeights.removeFirst();
-    } else if (height != event->oldSize().height() && !m_ownHeights.contains(height)) {
+    } else if (!m_ownHeights.contains(height())) {
         m_hasPersonsHeight = true;
     }
 }
