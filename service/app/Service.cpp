@@ -1,5 +1,6 @@
 #include "app/Service.h"
 
+#include "base/Bounded.h"
 #include "base/Log.h"
 #include "base/Text.h"
 #include "documents/ProfileDocument.h"
@@ -12,13 +13,15 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <chrono>
 #include <thread>
 
 namespace krxservice {
 
 namespace {
 
-constexpr std::size_t kLongestPath = 4095;                            ///< bytes, what the system takes
+constexpr std::size_t kLongestPath = 4095;           ///< bytes, what the system takes
+constexpr std::chrono::milliseconds kPatience{2000}; ///< with a disk; clients wait three seconds
 constexpr std::int64_t kPruneEvery = 24LL * 60 * 60 * 1000 * 1000000; ///< nanoseconds
 
 Refusal noFolder()
@@ -61,6 +64,61 @@ std::optional<Refusal> checkPath(const std::string& path)
     if (hasTreacherousSegment(path))
         return Refusal{400, "the path holds a segment or a character that leads elsewhere"};
     return std::nullopt;
+}
+
+/// True when one of two canonical paths lies in the other.
+bool overlap(const std::string& path, const std::string& other)
+{
+    return text::isBelow(path, other) || text::isBelow(other, path);
+}
+
+/// The canonical form of a directory that may be watched.
+Outcome<std::string> lookAtWatchPath(const std::string& path, const std::string& dataFolder)
+{
+    struct stat facts
+    {
+    };
+    if (::stat(path.c_str(), &facts) != 0)
+        return Refusal{400, "the path cannot be watched: " + text::errnoText(errno)};
+    if (!S_ISDIR(facts.st_mode))
+        return Refusal{400, "the path is no directory"};
+    if (::access(path.c_str(), R_OK | X_OK) != 0)
+        return Refusal{400, "the directory may not be read: " + text::errnoText(errno)};
+    const std::string canonical = text::canonicalPath(path);
+    if (canonical.empty())
+        return Refusal{400, "the path cannot be watched: " + text::errnoText(errno)};
+    if (overlap(canonical, dataFolder))
+        return Refusal{400, "the directory holds the service's own data or is part of it"};
+    return canonical;
+}
+
+/// The canonical form of a file or directory that a job may process.
+Outcome<std::string> lookAtJobPath(const std::string& path, const std::string& dataFolder)
+{
+    const std::string canonical = text::canonicalPath(path);
+    if (canonical.empty())
+        return Refusal{400, "the path cannot be processed: " + text::errnoText(errno)};
+    struct stat facts
+    {
+    };
+    if (::stat(canonical.c_str(), &facts) != 0 || !(S_ISDIR(facts.st_mode) || S_ISREG(facts.st_mode)))
+        return Refusal{400, "the path is neither a file nor a directory"};
+    if (overlap(canonical, dataFolder))
+        return Refusal{400, "the path holds the service's own data or is part of it"};
+    return canonical;
+}
+
+using Look = Outcome<std::string> (*)(const std::string& path, const std::string& dataFolder);
+
+/// Asks the disk, which may hang: never under a lock, and what comes after the client has given up is not
+/// done any more.
+Outcome<std::string> look(Look how, const std::string& path, const std::string& dataFolder)
+{
+    if (const auto refusal = checkPath(path))
+        return *refusal;
+    const auto result =
+        within<Outcome<std::string>>(kPatience, [how, path, dataFolder] { return how(path, dataFolder); });
+    return result ? *result : Refusal{503, "the path does not answer; nothing was changed"};
 }
 
 } // namespace
@@ -183,28 +241,6 @@ Outcome<answers::Folder> Service::folder(const std::string& id)
     return answers::Folder{*record, m_outputs.list(id)};
 }
 
-/// The canonical form of a directory that may be watched. Asks the disk, so never under a lock.
-Outcome<std::string> Service::lookAtWatchPath(const std::string& path) const
-{
-    if (const auto refusal = checkPath(path))
-        return *refusal;
-    struct stat facts
-    {
-    };
-    if (::stat(path.c_str(), &facts) != 0)
-        return Refusal{400, "the path cannot be watched: " + text::errnoText(errno)};
-    if (!S_ISDIR(facts.st_mode))
-        return Refusal{400, "the path is no directory"};
-    if (::access(path.c_str(), R_OK | X_OK) != 0)
-        return Refusal{400, "the directory may not be read: " + text::errnoText(errno)};
-    const std::string canonical = text::canonicalPath(path);
-    if (canonical.empty())
-        return Refusal{400, "the path cannot be watched: " + text::errnoText(errno)};
-    if (text::isBelow(canonical, m_dataFolder) || text::isBelow(m_dataFolder, canonical))
-        return Refusal{400, "the directory holds the service's own data or is part of it"};
-    return canonical;
-}
-
 std::optional<Refusal> Service::checkProfile(const FolderRecord& folder, const std::string& profileBefore)
 {
     const bool exists = m_profiles.find(folder.profile).has_value();
@@ -221,7 +257,7 @@ Outcome<std::string> Service::createFolder(const requests::Folder& request)
     folder.path = request.path.value_or(std::string());
     folder.profile = request.profile.value_or(std::string());
     folder.enabled = request.enabled.value_or(false);
-    const auto canonical = lookAtWatchPath(folder.path);
+    const auto canonical = look(&lookAtWatchPath, folder.path, m_dataFolder);
     if (!canonical)
         return canonical.refusal();
     folder.canonical = *canonical;
@@ -249,7 +285,8 @@ Outcome<answers::Folder> Service::updateFolder(const std::string& id, const requ
     if (request.id && *request.id != id)
         return Refusal{400, "the \"id\" in the document is another folder's"};
     const bool moves = request.path && *request.path != known->path;
-    const auto canonical = moves ? lookAtWatchPath(*request.path) : Outcome<std::string>(known->canonical);
+    const auto canonical =
+        moves ? look(&lookAtWatchPath, *request.path, m_dataFolder) : Outcome<std::string>(known->canonical);
     if (!canonical)
         return canonical.refusal();
     if (reprocess)
@@ -403,18 +440,8 @@ Outcome<answers::Job> Service::job(const std::string& id)
 
 Outcome<answers::Job> Service::submitJob(const requests::JobSubmission& request)
 {
-    if (const auto refusal = checkPath(request.path))
-        return *refusal;
-    const std::string canonical = text::canonicalPath(request.path);
-    if (canonical.empty())
-        return Refusal{400, "the path cannot be processed: " + text::errnoText(errno)};
-    struct stat facts
-    {
-    };
-    if (::stat(canonical.c_str(), &facts) != 0 || !(S_ISDIR(facts.st_mode) || S_ISREG(facts.st_mode)))
-        return Refusal{400, "the path is neither a file nor a directory"};
-    if (text::isBelow(canonical, m_dataFolder) || text::isBelow(m_dataFolder, canonical))
-        return Refusal{400, "the path holds the service's own data or is part of it"};
+    if (const auto found = look(&lookAtJobPath, request.path, m_dataFolder); !found)
+        return found.refusal();
     if (!m_profiles.find(request.profile))
         return Refusal{400, "the job's profile does not exist"};
     JobRecord job;

@@ -68,7 +68,6 @@ public:
     void deviceChanged(const requests::DeviceStatus& status);
 
 private:
-    Outcome<std::string> lookAtWatchPath(const std::string& path) const;
     Outcome<FolderRecord> storeUpdate(const std::string& id, const requests::Folder& request,
                                       const std::string& canonical, bool reprocess);
     template <typename Function>

@@ -328,6 +328,7 @@ void Worker::performJob(Task& task)
     } else {
         filewalk::Visitor visitor;
         visitor.file = [&](const std::string& path) { paths.push_back(path); };
+        visitor.goesOn = [&] { return !*task.cancel; };
         // What the profile copies into a directory below is not to be offered as media of its own.
         if (const int error = filewalk::walk(job->path, profiledocument::destinations(*recipe), visitor))
             return fail(text::errnoText(error));

@@ -7,7 +7,9 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <thread>
 
 namespace {
 
@@ -184,6 +186,45 @@ private slots:
         QVERIFY(stage.marked(s("z.wav")));
         QCOMPARE(stage.offered(), Broken::expected() << s("z.wav.xel"));
         QCOMPARE(stage.service->terminate(), 0);
+    }
+
+    void pathThatDoesNotAnswerIsRefusedAndChangesNothingLater()
+    {
+        Broken stage;
+        QVERIFY(stage.begin());
+        const QString hanging = stage.folder.filePath(s("hanging"));
+        QVERIFY(QDir().mkpath(hanging));
+        const QString profile = stage.service->profileId(s("Default Profile"));
+        stage.fail("stat", "/hanging", 1);
+        std::atomic<int> others{0};
+        std::atomic<bool> over{false};
+        std::thread client([&] {
+            // Everybody else is served meanwhile.
+            while (!over) {
+                if (stage.service->get("xelmediafolders").status == 200)
+                    ++others;
+            }
+        });
+        const QByteArray url = "xelmediafolders/" + stage.id.toUtf8();
+        const Reply made =
+            stage.service->post("xelmediafolders", ModuleDocument::createFolder(hanging, profile, true));
+        const Reply moved =
+            stage.service->put(url, ModuleDocument::updateFolder(stage.id, hanging, profile, s("true")));
+        const Reply job = stage.service->post("jobs", ModuleDocument::submitJob(hanging, profile));
+        over = true;
+        client.join();
+        for (const Reply& reply : {made, moved, job})
+            QCOMPARE(reply.status, 503);
+        QVERIFY(others > 3);
+        stage.mend();
+        // A folder that is made now has gone the whole way after those that hung.
+        QVERIFY(stage.marked(s("a.wav")));
+        QCOMPARE(stage.service->get("xelmediafolders?level=detail").texts(s("path")),
+                 QStringList{stage.watch});
+        QVERIFY(stage.service->get("jobs/status").texts(s("id")).isEmpty());
+        QCOMPARE(
+            stage.service->post("xelmediafolders", ModuleDocument::createFolder(hanging, profile)).status,
+            201);
     }
 
     void killedWhileTheDiskFailsItLosesAndDoublesNothing()

@@ -1,8 +1,10 @@
 // Put before a program with LD_PRELOAD: lets chosen system calls fail, as a full or broken disk would. The
 // file named by KRX_FAULTS says which, one a line: the call, a part of the path, the errno value. It is read
-// at every call, so that a test can break and mend the disk while the program runs.
+// at every call, so that a test can break and mend the disk while the program runs. A "stat" does not fail:
+// it hangs.
 
 #include <dlfcn.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -74,6 +76,14 @@ __attribute__((visibility("default"))) int renameat2(int fromAt, const char* fro
         return failed<int>(error);
     return real<int (*)(int, const char*, int, const char*, unsigned)>("renameat2")(fromAt, from, toAt, to,
                                                                                     flags);
+}
+
+/// Does not answer while the control file says so.
+__attribute__((visibility("default"))) int stat(const char* path, struct stat* facts)
+{
+    while (faultOf("stat", path) != 0)
+        ::usleep(10000);
+    return real<int (*)(const char*, struct stat*)>("stat")(path, facts);
 }
 
 __attribute__((visibility("default"))) int fsync(int descriptor)

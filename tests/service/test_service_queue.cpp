@@ -1,0 +1,244 @@
+#include "PipelineBench.h"
+
+#include "queue/Worker.h"
+#include "store/JobStore.h"
+#include "store/ProfileStore.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QtTest>
+
+#include <condition_variable>
+#include <mutex>
+
+namespace {
+
+QString s(const char* text)
+{
+    return QString::fromUtf8(text);
+}
+
+} // namespace
+
+/// Whose turn it is: files and jobs side by side, never the same one twice.
+class TestServiceQueue : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_media;
+    std::string m_one;
+    std::string m_two;
+
+    /// A worker on two threads whose ends of work can be held up.
+    struct Line : PipelineBench
+    {
+        JobStore jobs{database};
+        ProfileStore profiles{database};
+        std::mutex mutex;
+        std::condition_variable changed;
+        std::string held;                                ///< the file at whose end the thread waits
+        std::vector<std::pair<std::string, bool>> ended; ///< path, and whether its work is done
+        Worker worker{{folders, profiles, jobs, errors},
+                      pipeline,
+                      [this](const std::string&, const std::string& path,
+                             const std::optional<FileStamp>& stamp) { fileDone(path, stamp.has_value()); }};
+
+        explicit Line(const QString& watched, const std::vector<ActivityRecipe>& copies = {})
+        {
+            std::string activities;
+            for (const auto& copy : copies)
+                activities += "<activity id=\"copy\"><destinationDetail><filesystemPath>" + copy.destination +
+                              "</filesystemPath></destinationDetail></activity>";
+            profiles.create({"p", "P",
+                             "<profile><processDefinition><package><activities>" + activities +
+                                 "</activities></package></processDefinition></profile>"});
+            watch(watched);
+            worker.start(2);
+        }
+        ~Line()
+        {
+            release();
+            worker.stop();
+        }
+        void watch(const QString& directory)
+        {
+            FolderRecord folder = *folders.find("f000001");
+            folder.path = folder.canonical = directory.toStdString();
+            folder.profile = "p";
+            folder.enabled = true;
+            folders.update(folder);
+        }
+        void fileDone(const std::string& path, bool isDone)
+        {
+            std::unique_lock lock(mutex);
+            ended.emplace_back(path, isDone);
+            changed.notify_all();
+            changed.wait(lock, [&] { return held != path; });
+        }
+        void release()
+        {
+            const std::lock_guard lock(mutex);
+            held.clear();
+            changed.notify_all();
+        }
+        bool waitForEnds(std::size_t count)
+        {
+            std::unique_lock lock(mutex);
+            return changed.wait_for(lock, std::chrono::seconds(30), [&] { return ended.size() >= count; });
+        }
+    };
+
+private slots:
+    void initTestCase()
+    {
+        for (const char* name : {"one.wav", "two.wav"}) {
+            const QString file = m_media.filePath(s(name));
+            QCOMPARE(QProcess::execute(s("ffmpeg"), {s("-v"), s("error"), s("-f"), s("lavfi"), s("-i"),
+                                                     s("sine=d=0.1"), file}),
+                     0);
+        }
+        m_one = m_media.filePath(s("one.wav")).toStdString();
+        m_two = m_media.filePath(s("two.wav")).toStdString();
+    }
+
+    void twinsWaitForEachOtherInsteadOfCancellingEachOther()
+    {
+        Line line(m_media.path());
+        line.held = m_one;
+        line.worker.addFile("f000001", m_one);
+        QVERIFY(line.waitForEnds(1));
+        // Its work has not quite ended when it is reported once more; another file has its turn.
+        line.worker.addFile("f000001", m_one);
+        line.worker.addFile("f000001", m_two);
+        QVERIFY(line.waitForEnds(2));
+        QCOMPARE(line.ended[1].first, m_two);
+        QVERIFY(line.worker.isActive());
+        line.release();
+        QVERIFY(line.waitForEnds(3));
+        for (const auto& [path, isDone] : line.ended)
+            QVERIFY2(isDone, path.c_str());
+        QCOMPARE(line.listed().size(), std::size_t(2));
+    }
+
+    void fileThatWaitsIsNotQueuedTwice()
+    {
+        Line line(m_media.path());
+        line.held = m_one;
+        line.worker.addFile("f000001", m_one);
+        QVERIFY(line.waitForEnds(1));
+        for (int i = 0; i < 5; ++i)
+            line.worker.addFile("f000001", m_one);
+        line.release();
+        line.worker.addFile("f000001", m_two);
+        QTRY_VERIFY_WITH_TIMEOUT(!line.worker.isActive(), 30000);
+        QCOMPARE(line.ended.size(), std::size_t(3));
+    }
+
+    void fileOfAFolderThatMovedOnIsNotWorkedOn()
+    {
+        Line line(m_media.path());
+        QTemporaryDir other;
+        line.watch(other.path() + QLatin1Char('/'));
+        line.worker.addFile("f000001", m_one);
+        QVERIFY(line.waitForEnds(1));
+        QVERIFY(!line.ended[0].second);
+        QVERIFY(line.listed().empty());
+        // Slashes at the end are no other folder.
+        line.watch(m_media.path() + s("//"));
+        line.worker.addFile("f000001", m_one);
+        QVERIFY(line.waitForEnds(2));
+        QCOMPARE(line.listed().size(), std::size_t(1));
+    }
+
+    void cancelledFolderTakesTheJobsOfItsQueueAlong()
+    {
+        Line line(m_media.path());
+        line.held = m_one;
+        line.worker.addFile("f000001", m_one);
+        QVERIFY(line.waitForEnds(1));
+        JobRecord job;
+        job.groupId = "f000001";
+        job.path = m_one;
+        job.state = jobstate::kSubmitted;
+        const auto id = line.jobs.create(job);
+        line.worker.addFile("f000001", m_one, id);
+        line.worker.cancelFolder("f000001");
+        QVERIFY(!line.jobs.find(id));
+        line.release();
+        QTRY_VERIFY_WITH_TIMEOUT(!line.worker.isActive(), 30000);
+    }
+
+    void workInTheBackgroundIsNoActivityAndEndsWithTheWorker()
+    {
+        Line line(m_media.path());
+        std::atomic<bool> began{false};
+        std::atomic<bool> ended{false};
+        line.worker.addBackground([&](const CancelToken& cancel) {
+            began = true;
+            while (!*cancel)
+                std::this_thread::yield();
+            ended = true;
+        });
+        QTRY_VERIFY_WITH_TIMEOUT(began, 30000);
+        QVERIFY(!line.worker.isActive());
+        // Files do not wait for it.
+        line.worker.addFile("f000001", m_one);
+        QVERIFY(line.waitForEnds(1));
+        line.worker.stop();
+        QVERIFY(ended);
+    }
+
+    void jobOnADirectoryLeavesOutWhatItsProfileCopiedThere()
+    {
+        QTemporaryDir card;
+        const QString copies = card.filePath(s("copies"));
+        QVERIFY(QDir().mkdir(copies));
+        for (const QString& path : QStringList{card.filePath(s("a.wav")), copies + s("/of-yesterday.wav")})
+            QVERIFY(QFile::copy(QString::fromStdString(m_one), path));
+        Line line(m_media.path(), {PipelineBench::copyTo(copies)});
+        JobRecord job;
+        job.manual = true;
+        job.path = card.path().toStdString();
+        job.profile = "p";
+        job.state = jobstate::kSubmitted;
+        const auto id = line.jobs.create(job);
+        for (int round = 0; round < 2; ++round) {
+            line.worker.addJob(id);
+            QTRY_COMPARE_WITH_TIMEOUT(line.jobs.find(id)->state, std::string("COMPLETED"), 30000);
+            QTRY_VERIFY_WITH_TIMEOUT(!line.worker.isActive(), 30000);
+            QCOMPARE(line.outputs.list(id).size(), std::size_t(1));
+            QCOMPARE(QDir(copies).entryList(QDir::Files).size(), 2);
+            line.jobs.move(id, {jobstate::kCompleted}, jobstate::kSubmitted);
+        }
+    }
+
+    void jobThatIsCancelledAndSubmittedAgainAndAgainIsCompleted()
+    {
+        QTemporaryDir card;
+        for (int i = 0; i < 6; ++i)
+            QVERIFY(
+                QFile::copy(QString::fromStdString(m_one), card.filePath(QStringLiteral("%1.wav").arg(i))));
+        Line line(m_media.path());
+        JobRecord job;
+        job.manual = true;
+        job.path = card.path().toStdString();
+        job.profile = "p";
+        job.state = jobstate::kSubmitted;
+        const auto id = line.jobs.create(job);
+        line.worker.addJob(id);
+        for (int round = 0; round < 20; ++round) {
+            QTRY_VERIFY_WITH_TIMEOUT(line.jobs.find(id)->state != jobstate::kSubmitted, 30000);
+            if (line.jobs.move(id, {jobstate::kRunning}, jobstate::kCancelled))
+                line.worker.cancelJob(id);
+            QVERIFY(line.jobs.find(id)->state != jobstate::kFailed);
+            if (line.jobs.move(id, {jobstate::kCancelled}, jobstate::kSubmitted))
+                line.worker.addJob(id);
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(line.jobs.find(id)->state, std::string("COMPLETED"), 30000);
+        QCOMPARE(line.outputs.list(id).size(), std::size_t(6));
+        QVERIFY(line.errors.list().empty());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestServiceQueue)
+#include "test_service_queue.moc"
