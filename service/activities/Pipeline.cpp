@@ -72,7 +72,10 @@ FileResult Pipeline::process(const FileOrder& order)
     if (*order.cancel)
         return ended(FileResult::End::Cancelled, "cancelled");
     if (probe.verdict == ProbeResult::Verdict::Unavailable) {
-        m_errors.add("Files cannot be looked into: " + probe.text);
+        const std::string start = ErrorStore::refusedStart(order.path);
+        if (probe.isAboutFile)
+            m_errors.removeStarting(start);
+        m_errors.add((probe.isAboutFile ? start : "Files cannot be looked into: ") + probe.text);
         return ended(FileResult::End::Later, probe.text);
     }
     if (!source.isUnchanged() || !source.isStillNamed())

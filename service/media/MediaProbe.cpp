@@ -1,29 +1,21 @@
 #include "media/MediaProbe.h"
 
 #include "base/Text.h"
-
-#include <QElapsedTimer>
-#include <QProcess>
-#include <QStringList>
+#include "media/MediaHelper.h"
 
 #include <pugixml.hpp>
+
+#include <climits>
+#include <memory>
+#include <mutex>
+#include <unistd.h>
 
 namespace krxservice {
 
 namespace {
 
-constexpr int kSliceMilliseconds = 50;          ///< how soon a cancelled probe ends
-constexpr int kLeastScore = 26;                 ///< below, ffprobe is guessing
-constexpr int kLargestReport = 8 * 1024 * 1024; ///< bytes
-
-std::string tag(const pugi::xml_node& element, const char* key)
-{
-    for (const auto& one : element.children("tag")) {
-        if (std::string_view(one.attribute("key").value()) == key)
-            return one.attribute("value").value();
-    }
-    return {};
-}
+constexpr char kProgram[] = "krx-media";
+constexpr int kLeastScore = 26; ///< below, the helper is guessing
 
 StreamFacts readStream(const pugi::xml_node& element)
 {
@@ -38,13 +30,14 @@ StreamFacts readStream(const pugi::xml_node& element)
     stream.sampleRate = element.attribute("sample_rate").as_int();
     stream.channels = element.attribute("channels").as_int();
     stream.duration = element.attribute("duration").value();
-    stream.timecode = tag(element, "timecode");
+    stream.timecode = element.attribute("timecode").value();
     return stream;
 }
 
 bool isImageFormat(const std::string& format)
 {
-    return format == "image2" || (format.size() > 5 && format.compare(format.size() - 5, 5, "_pipe") == 0);
+    return format == "image2" || format == "image2pipe" ||
+           (format.size() > 5 && format.compare(format.size() - 5, 5, "_pipe") == 0);
 }
 
 /// Text files are "played" by ffmpeg as terminal recordings; no editor wants those.
@@ -68,76 +61,103 @@ ProbeResult unavailable(const std::string& text)
     return result;
 }
 
-/// Waits for the end of the program; an empty text or why it was given up.
-std::string waitFor(QProcess& program, const CancelToken& cancel)
+ProbeResult notStarted(const std::string& reason)
 {
-    QElapsedTimer timer;
-    timer.start();
-    while (!program.waitForFinished(kSliceMilliseconds) && program.state() != QProcess::NotRunning) {
-        const bool late = timer.elapsed() > MediaProbe::kLongestMilliseconds;
-        if (!*cancel && !late && program.bytesAvailable() <= kLargestReport)
-            continue;
-        program.kill();
-        program.waitForFinished(-1);
-        return *cancel ? "cancelled" : "ffprobe came to no result";
-    }
-    return {};
+    ProbeResult result = unavailable(std::string(kProgram) + " could not be started: " + reason);
+    result.isAboutFile = false;
+    return result;
+}
+
+/// Beside the program that runs.
+std::vector<std::string> usualProgram()
+{
+    char self[PATH_MAX];
+    const ssize_t length = ::readlink("/proc/self/exe", self, sizeof self);
+    std::string place(self, length > 0 ? static_cast<std::size_t>(length) : 0);
+    place.resize(place.rfind('/') == std::string::npos ? 0 : place.rfind('/') + 1);
+    return {place + kProgram};
+}
+
+std::mutex poolMutex;
+std::shared_ptr<MediaHelpers> pool;
+
+std::shared_ptr<MediaHelpers> helpers()
+{
+    const std::lock_guard lock(poolMutex);
+    if (!pool)
+        pool = std::make_shared<MediaHelpers>(usualProgram(), MediaProbe::kLongestMilliseconds);
+    return pool;
+}
+
+bool isUsable(const StreamFacts& stream)
+{
+    return (stream.type == "video" && stream.width > 0 && stream.height > 0) ||
+           (stream.type == "audio" && stream.sampleRate > 0);
 }
 
 } // namespace
 
+void MediaProbe::use(const std::vector<std::string>& program, int longestMilliseconds)
+{
+    const std::lock_guard lock(poolMutex);
+    pool = std::make_shared<MediaHelpers>(program.empty() ? usualProgram() : program, longestMilliseconds);
+}
+
 ProbeResult MediaProbe::probe(const std::string& path, const CancelToken& cancel)
 {
-    QProcess program;
-    program.setProgram(QStringLiteral("ffprobe"));
-    // Play lists must not make the probe open other places.
-    program.setArguments({QStringLiteral("-v"), QStringLiteral("quiet"),
-                          QStringLiteral("-protocol_whitelist"), QStringLiteral("file"),
-                          QStringLiteral("-print_format"), QStringLiteral("xml"),
-                          QStringLiteral("-show_format"), QStringLiteral("-show_streams"),
-                          QStringLiteral("-i"), QString::fromStdString("file:" + path)});
-    program.setProcessChannelMode(QProcess::SeparateChannels);
-    program.setStandardInputFile(QProcess::nullDevice());
-    program.setStandardErrorFile(QProcess::nullDevice());
-    program.start(QIODevice::ReadOnly);
-    if (!program.waitForStarted())
-        return unavailable("ffprobe could not be started: " + program.errorString().toStdString());
-    const std::string reason = waitFor(program, cancel);
-    if (*cancel)
-        return unavailable(reason);
-    if (!reason.empty())
-        return notMedia(reason);
-    if (program.exitStatus() != QProcess::NormalExit)
-        return notMedia("ffprobe could not read it");
-    const QByteArray report = program.readAllStandardOutput();
-    return read({report.constData(), static_cast<std::size_t>(report.size())});
+    return probe(SourceFile(path), cancel);
 }
 
 ProbeResult MediaProbe::probe(const SourceFile& file, const CancelToken& cancel)
 {
-    return probe(file.path(), cancel);
+    if (!file.isOpen())
+        return unavailable(file.path() + ": " + file.error());
+    const std::string name(filetools::cutText(text::baseName(file.path()), 255));
+    const HelperAnswer answer = helpers()->ask(file.get(), name, cancel);
+    const std::string about = std::string(kProgram) + " gave no answer: ";
+    switch (answer.end) {
+    case HelperAnswer::End::Answered:
+        break;
+    case HelperAnswer::End::NotStarted:
+        return notStarted(answer.text);
+    case HelperAnswer::End::Cancelled:
+        return unavailable("cancelled");
+    case HelperAnswer::End::Late:
+        return unavailable(about + "it took too long");
+    case HelperAnswer::End::Crashed:
+        return unavailable(about + answer.text);
+    }
+    ProbeResult result = read(answer.text);
+    if (result.verdict == ProbeResult::Verdict::Unavailable)
+        result.text = about + result.text;
+    return result;
 }
 
 ProbeResult MediaProbe::read(std::string_view report)
 {
     pugi::xml_document document;
-    if (!document.load_buffer(report.data(), report.size(), pugi::parse_default, pugi::encoding_utf8))
-        return notMedia("ffprobe could not read it");
-    const auto root = document.child("ffprobe");
+    const auto parsed =
+        document.load_buffer(report.data(), report.size(), pugi::parse_default, pugi::encoding_utf8);
+    const auto root = document.child("media");
+    const std::string verdict = root.attribute("verdict").value();
+    if (!parsed || (verdict != "media" && verdict != "nothing"))
+        return unavailable(verdict == "later" ? root.attribute("text").value() : "its answer makes no sense");
+    if (verdict == "nothing")
+        return notMedia(root.attribute("text").value());
     const auto format = root.child("format");
     ProbeResult result;
     result.verdict = ProbeResult::Verdict::Media;
     result.facts.format = format.attribute("format_name").value();
     result.facts.duration = format.attribute("duration").value();
-    result.facts.timecode = tag(format, "timecode");
+    result.facts.timecode = format.attribute("timecode").value();
     if (isNoFormat(result.facts.format) || format.attribute("probe_score").as_int() < kLeastScore)
         return notMedia("it is no media file");
     bool video = false;
     bool audio = false;
     for (const auto& element : root.child("streams").children("stream")) {
         const StreamFacts stream = readStream(element);
-        video = video || (stream.type == "video" && stream.width > 0 && stream.height > 0);
-        audio = audio || (stream.type == "audio" && stream.sampleRate > 0);
+        video = video || (isUsable(stream) && stream.type == "video");
+        audio = audio || (isUsable(stream) && stream.type == "audio");
         if (result.facts.timecode.empty())
             result.facts.timecode = stream.timecode;
         result.facts.streams.push_back(stream);
