@@ -96,7 +96,7 @@ private slots:
         empty.close();
         QVERIFY(stage.marked(s("mark.wav")));
         QCOMPARE(stage.outputs().size(), 1);
-        QTRY_COMPARE_WITH_TIMEOUT(stage.service->errors().size(), 1, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->errors().size(), 1, kStagePatience);
         QVERIFY(stage.service->errors()[0].contains(s("empty.wav: the file is empty")));
         // The download is finished: it gets its name.
         QVERIFY(QFile::rename(stage.watch + s("/a.wav.part"), stage.watch + s("/a.wav")));
