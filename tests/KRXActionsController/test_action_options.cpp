@@ -99,6 +99,26 @@ QStringList labels(const QWidget* options)
     return texts;
 }
 
+struct BoxLook
+{
+    const char* name;
+    const char* label;
+    int minimumWidth;
+};
+
+/// Compares boxes of the grid, which stand in its rows from the first one on.
+void compareVideoBoxes(QWidget* options, const QList<BoxLook>& looks)
+{
+    int row = 0;
+    for (const BoxLook& look : looks) {
+        auto* box = options->findChild<QComboBox*>(QLatin1String(look.name));
+        QVERIFY2(box, look.name);
+        QCOMPARE(gridRow(box), row++);
+        QCOMPARE(labelOf(box), QString::fromLatin1(look.label));
+        QCOMPARE(box->minimumWidth(), look.minimumWidth);
+    }
+}
+
 QLabel* labelWith(ActionRow& row, const char* text)
 {
     for (QLabel* label : row.action().widget()->findChildren<QLabel*>()) {
@@ -195,25 +215,12 @@ void TestActionOptions::transcodeOptions()
     QCOMPARE(options->maximumHeight(), 360);
     compareChecks(options.get(), kVideoChecks + kAudioChecks);
     QVERIFY(labels(options.get()).contains(QStringLiteral("Transcode Video Resolution:")));
-    const struct
-    {
-        const char* name;
-        const char* label;
-        int minimumWidth;
-    } rows[] = {{"videoProjectType", "Project Type:", 0},
-                {"videoColorSpace", "Color Space:", 0},
-                {"videoRaster", "Raster:", 0},
-                {"videoCompressionType", "Codec:", 150},
-                {"encodingProfile", "Encoding Profiles:", 150},
-                {"videoDebayerSetting", "Linked Source Scaling/Quality:", 0}};
-    int row = 0;
-    for (const auto& expected : rows) {
-        auto* box = options->findChild<QComboBox*>(QLatin1String(expected.name));
-        QVERIFY2(box, expected.name);
-        QCOMPARE(gridRow(box), row++);
-        QCOMPARE(labelOf(box), QString::fromLatin1(expected.label));
-        QCOMPARE(box->minimumWidth(), expected.minimumWidth);
-    }
+    compareVideoBoxes(options.get(), {{"videoProjectType", "Project Type:", 0},
+                                      {"videoColorSpace", "Color Space:", 0},
+                                      {"videoRaster", "Raster:", 0},
+                                      {"videoCompressionType", "Codec:", 150},
+                                      {"encodingProfile", "Encoding Profiles:", 150},
+                                      {"videoDebayerSetting", "Linked Source Scaling/Quality:", 0}});
     QVERIFY(options->findChild<CodecBox*>(QStringLiteral("videoCompressionType")));
     QVERIFY(options->findChild<DestinationDrives*>());
 }
@@ -234,25 +241,14 @@ void TestActionOptions::consolidateOptions()
                       {"performTranscodeIfConsolidateFails", "If unable to consolidate then transcode", ""}} +
                       kVideoChecks + kAudioChecks);
     QVERIFY(labels(options.get()).contains(QStringLiteral("Audio:")));
-    const struct
-    {
-        const char* name;
-        const char* label;
-        int minimumWidth;
-    } rows[] = {{"videoProjectType", "Project Type:", 100},
-                {"videoColorSpace", "Color Space:", 100},
-                {"videoRaster", "Raster:", 100},
-                {"videoCompressionType", "Codec:", 150},
-                {"encodingProfile", "Encoding Profiles:", 150},
-                {"videoDebayerSetting", "Source Quality (Debayer):", 150}};
-    int row = 0;
-    for (const auto& expected : rows) {
-        auto* box = options->findChild<QComboBox*>(QLatin1String(expected.name));
-        QVERIFY2(box, expected.name);
-        QCOMPARE(gridRow(box), row++);
-        QCOMPARE(labelOf(box), QString::fromLatin1(expected.label));
-        QCOMPARE(box->minimumWidth(), expected.minimumWidth);
-    }
+    const QList<BoxLook> boxes = {{"videoProjectType", "Project Type:", 100},
+                                  {"videoColorSpace", "Color Space:", 100},
+                                  {"videoRaster", "Raster:", 100},
+                                  {"videoCompressionType", "Codec:", 150},
+                                  {"encodingProfile", "Encoding Profiles:", 150},
+                                  {"videoDebayerSetting", "Source Quality (Debayer):", 150}};
+    compareVideoBoxes(options.get(), boxes);
+    int row = boxes.size();
     for (const char* name : {"videoIncludeReformattedContent", "applyColorTransformations"}) {
         int span = 0;
         QCOMPARE(gridRow(options->findChild<QCheckBox*>(QLatin1String(name)), &span), row++);

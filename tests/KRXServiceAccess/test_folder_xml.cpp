@@ -191,7 +191,7 @@ private slots:
 
     // --- Writing ---------------------------------------------------------------------------------------
 
-    void theElementIsAppendedToTheParentThatIsGiven()
+    void theElementGoesIntoTheParentThatIsGiven()
     {
         QDomDocument document = documentOf(QStringLiteral("<a><b><c/></b></a>"));
         QDomElement parent = KRXXml::firstElement(document, QStringLiteral("b"));
@@ -263,17 +263,6 @@ private slots:
                                 "<xelMediaFolder id=\"\">\n"
                                 " <profile></profile>\n"
                                 "</xelMediaFolder>\n"));
-    }
-
-    void theElementGoesIntoTheParentThatIsGiven()
-    {
-        QDomDocument document;
-        QDomElement root = document.createElement(QStringLiteral("root"));
-        document.appendChild(root);
-        KRXFolder folder;
-        folder.setProperty("folderId", QStringLiteral("1"));
-        KRXFolderXml::createXmlFolderElement(document, root, folder);
-        QCOMPARE(document.toString(1), QStringLiteral("<root>\n <xelMediaFolder id=\"1\"/>\n</root>\n"));
     }
 
     void theDeviceStatusIsWrittenAsAWhole()

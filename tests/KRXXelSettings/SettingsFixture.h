@@ -139,6 +139,37 @@ struct Fixture
     std::unique_ptr<QWidget> widget;
 };
 
+/// Verifies where a group writes into the element that the plug-in and the link options share: into the first
+/// one that is a direct child, behind what is there, and at the end of the whole.
+/// \param inside what the group writes into it, as a text with its indent.
+template <class Group>
+void verifyLinkDetailIsShared(Fixture<Group>& fixture, const QString& inside)
+{
+    const QString detail = QStringLiteral(" <linkDetail>\n%1 </linkDetail>\n").arg(inside);
+    const QString filled = QStringLiteral(" <linkDetail>\n  <kept/>\n%1 </linkDetail>\n").arg(inside);
+    const struct
+    {
+        QString before;
+        QString after;
+    } cases[] = {
+        {QString(), detail},
+        {QStringLiteral("<linkDetail><kept/></linkDetail><binDetail/>"),
+         QStringLiteral(" <binDetail/>\n") + filled},
+        {QStringLiteral("<linkDetail><kept/></linkDetail><binDetail/><linkDetail/>"),
+         QStringLiteral(" <binDetail/>\n <linkDetail/>\n") + filled},
+        {QStringLiteral("<other><linkDetail/></other>"),
+         QStringLiteral(" <other>\n  <linkDetail/>\n </other>\n") + detail},
+    };
+    for (const auto& entry : cases) {
+        QDomDocument document =
+            parsed(QStringLiteral("<profileSettings>%1</profileSettings>").arg(entry.before));
+        QDomElement root = document.documentElement();
+        fixture.group.writeXml(&document, root);
+        KRX_COMPARE_XML(KRXXml::toText(document),
+                        QStringLiteral("<profileSettings>\n%1</profileSettings>\n").arg(entry.after));
+    }
+}
+
 /// What no reader may stumble over: documents that hold nothing for \a element, or nonsense.
 inline QStringList hostileContents(const QString& element)
 {

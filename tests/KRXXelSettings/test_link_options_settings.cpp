@@ -351,37 +351,13 @@ private slots:
         QCOMPARE(parsedTexts, QStringList());
     }
 
-    void onlyADirectChildCountsAsTheSharedElement()
+    void theLinkDetailIsSharedAndMovedToTheEnd()
     {
         Fixture fixture;
-        QDomDocument document = SettingsTest::parsed(
-            QStringLiteral("<profileSettings><other><linkDetail/></other></profileSettings>"));
-        QDomElement root = document.documentElement();
-        fixture.group.writeXml(&document, root);
-        KRX_COMPARE_XML(
-            KRXXml::toText(document),
-            QStringLiteral("<profileSettings>\n <other>\n  <linkDetail/>\n </other>\n%1"
-                           "</profileSettings>\n")
-                .arg(linkDetail(QStringLiteral("None"), QStringLiteral("24"), QStringLiteral("23.976"))));
-    }
-
-    void anExistingLinkDetailIsFilledAndMovedToTheEnd()
-    {
-        Fixture fixture;
-        QDomDocument document = SettingsTest::parsed(QStringLiteral(
-            "<profileSettings><linkDetail><kept/></linkDetail><binDetail/></profileSettings>"));
-        QDomElement root = document.documentElement();
-        fixture.group.writeXml(&document, root);
-        KRX_COMPARE_XML(KRXXml::toText(document),
-                        QStringLiteral("<profileSettings>\n"
-                                       " <binDetail/>\n"
-                                       " <linkDetail>\n"
-                                       "  <kept/>\n"
-                                       "  <multichannelAudio>None</multichannelAudio>\n"
-                                       "  <xelAudioStartTimeOption>24</xelAudioStartTimeOption>\n"
-                                       "  <xelStillImageFPS>23.976</xelStillImageFPS>\n"
-                                       " </linkDetail>\n"
-                                       "</profileSettings>\n"));
+        SettingsTest::verifyLinkDetailIsShared<KRXLinkOptionsSettings>(
+            fixture, QStringLiteral("  <multichannelAudio>None</multichannelAudio>\n"
+                                    "  <xelAudioStartTimeOption>24</xelAudioStartTimeOption>\n"
+                                    "  <xelStillImageFPS>23.976</xelStillImageFPS>\n"));
     }
 };
 

@@ -259,48 +259,15 @@ private slots:
         QCOMPARE(pluginBox(fixture)->currentIndex(), 1);
     }
 
-    void anExistingLinkDetailIsFilledAndMovedToTheEnd()
+    void theLinkDetailIsSharedAndMovedToTheEnd()
     {
         Fixture fixture;
-        QDomDocument document = SettingsTest::parsed(QStringLiteral(
-            "<profileSettings><linkDetail><kept/></linkDetail><binDetail/><linkDetail/></profileSettings>"));
-        QDomElement root = document.documentElement();
-        fixture.group.writeXml(&document, root);
-        KRX_COMPARE_XML(KRXXml::toText(document),
-                        QStringLiteral("<profileSettings>\n"
-                                       " <binDetail/>\n"
-                                       " <linkDetail/>\n"
-                                       " <linkDetail>\n"
-                                       "  <kept/>\n"
-                                       "  <xelPreferredPluginDetail>\n"
-                                       "   <xelPluginName>Autodetect Plug-in</xelPluginName>\n"
-                                       "   <xelPluginGUID>%1</xelPluginGUID>\n"
-                                       "  </xelPreferredPluginDetail>\n"
-                                       " </linkDetail>\n"
-                                       "</profileSettings>\n")
-                            .arg(kNullGuid));
-    }
-
-    void onlyADirectChildCountsAsTheSharedElement()
-    {
-        Fixture fixture;
-        QDomDocument document = SettingsTest::parsed(
-            QStringLiteral("<profileSettings><other><linkDetail/></other></profileSettings>"));
-        QDomElement root = document.documentElement();
-        fixture.group.writeXml(&document, root);
-        KRX_COMPARE_XML(KRXXml::toText(document),
-                        QStringLiteral("<profileSettings>\n"
-                                       " <other>\n"
-                                       "  <linkDetail/>\n"
-                                       " </other>\n"
-                                       " <linkDetail>\n"
-                                       "  <xelPreferredPluginDetail>\n"
-                                       "   <xelPluginName>Autodetect Plug-in</xelPluginName>\n"
-                                       "   <xelPluginGUID>%1</xelPluginGUID>\n"
-                                       "  </xelPreferredPluginDetail>\n"
-                                       " </linkDetail>\n"
-                                       "</profileSettings>\n")
-                            .arg(kNullGuid));
+        SettingsTest::verifyLinkDetailIsShared(
+            fixture, QStringLiteral("  <xelPreferredPluginDetail>\n"
+                                    "   <xelPluginName>Autodetect Plug-in</xelPluginName>\n"
+                                    "   <xelPluginGUID>%1</xelPluginGUID>\n"
+                                    "  </xelPreferredPluginDetail>\n")
+                         .arg(kNullGuid));
     }
 };
 
