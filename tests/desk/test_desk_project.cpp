@@ -86,6 +86,42 @@ private slots:
         QCOMPARE(read.clipCount(), 2);
     }
 
+    void theMomentOfAcquiringIsTheSameInAnotherTimeZone()
+    {
+        const QByteArray zone = qgetenv("TZ");
+        const auto live = [](const QByteArray& place) {
+            qputenv("TZ", place);
+            ::tzset();
+        };
+        const auto back = qScopeGuard([&] {
+            zone.isNull() ? qunsetenv("TZ") : qputenv("TZ", zone);
+            ::tzset();
+        });
+        live("JST-9");
+        QTemporaryDir folder;
+        const QString path = folder.filePath(QStringLiteral("moment.krxproject"));
+        const DeskClip made = clip(QStringLiteral("a"));
+        const qint64 moment = made.acquired.toMSecsSinceEpoch();
+        QString error;
+        {
+            DeskProject project;
+            project.create(path);
+            QVERIFY(project.addClip(project.binNamed(QStringLiteral("Rushes")), made));
+            QVERIFY2(project.save(error), qPrintable(error));
+        }
+        live("EST5");
+        DeskProject read;
+        QVERIFY2(read.load(path, error), qPrintable(error));
+        QCOMPARE(read.bins().at(0).clips.at(0).acquired.toMSecsSinceEpoch(), moment);
+        // A project of before, without an offset, keeps what its clock showed.
+        QByteArray old = contentOf(path);
+        old.replace("T05:07:09Z", "T05:07:09");
+        write(path, old);
+        DeskProject older;
+        QVERIFY2(older.load(path, error), qPrintable(error));
+        QCOMPARE(older.bins().at(0).clips.at(0).acquired, QDateTime(QDate(2024, 3, 5), QTime(5, 7, 9)));
+    }
+
     void aClipWhoseIdIsKnownIsNotAddedAgain()
     {
         DeskProject project;

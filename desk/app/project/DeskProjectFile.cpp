@@ -51,7 +51,8 @@ QJsonObject clipToJson(const DeskClip& clip)
     if (clip.duration >= 0)
         json.insert(kDuration, clip.duration);
     json.insert(kChecked, clip.checked);
-    json.insert(kAcquired, clip.acquired.toString(Qt::ISODate));
+    // With its offset: a project goes to other places and through the end of summer time.
+    json.insert(kAcquired, clip.acquired.toUTC().toString(Qt::ISODate));
     return json;
 }
 
@@ -62,7 +63,8 @@ DeskClip clipFromJson(QJsonObject json)
         clip.*field.member = json.take(field.key).toString();
     clip.duration = json.take(kDuration).toDouble(-1);
     clip.checked = json.take(kChecked).toBool();
-    clip.acquired = QDateTime::fromString(json.take(kAcquired).toString(), Qt::ISODate);
+    // Projects of before hold it without an offset, as the clock of the place showed it.
+    clip.acquired = QDateTime::fromString(json.take(kAcquired).toString(), Qt::ISODate).toLocalTime();
     clip.more = json;
     return clip;
 }
