@@ -167,9 +167,11 @@ private slots:
     {
         Editor editor;
         editor.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&editor));
         const QRect available = editor.screen()->availableGeometry();
         editor.setNewHeight(200);
         editor.move(50, available.bottom() - 300);
+        QCoreApplication::processEvents();
         const QPoint place = editor.pos();
         editor.setNewHeight(available.height());
         QCOMPARE(editor.pos(), place);
