@@ -2,6 +2,7 @@
 #include "ActivityTexts.h"
 #include "CodecBox.h"
 #include "CopyToPathWidget.h"
+#include "FittedComboBox.h"
 #include "ItemActionsController.h"
 #include "KRXTest.h"
 #include "SelectDriveButton.h"
@@ -136,9 +137,9 @@ void TestActionList::typeBoxShowsTheTypesInTheirOrder()
 
 void TestActionList::typeBoxPaintsALeadingBlank()
 {
-    // As a plain box of the same look paints the text with a blank before it.
+    // As another box that fits its texts paints the text with a blank before it.
     ActionTypeBox box(nullptr);
-    QComboBox plain;
+    FittedComboBox plain(nullptr);
     plain.addItem(QStringLiteral(" Copy to Folder"));
     plain.setFixedSize(box.size());
     QCOMPARE(box.grab().toImage(), plain.grab().toImage());
