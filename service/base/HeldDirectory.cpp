@@ -115,8 +115,15 @@ filetools::Descriptor HeldDirectory::makeDirectories(const std::string& below) c
             errno = EXDEV;
             return filetools::Descriptor(-1);
         }
-        if (::mkdirat(held.get(), segment.c_str(), 0777) != 0 && errno != EEXIST)
+        const bool made = ::mkdirat(held.get(), segment.c_str(), 0700) == 0;
+        if (!made && errno != EEXIST)
             return filetools::Descriptor(-1);
+        // As open as the directory it is in, whatever the process makes of its own files.
+        struct stat above
+        {
+        };
+        if (made && ::fstat(held.get(), &above) == 0)
+            ::fchmodat(held.get(), segment.c_str(), above.st_mode & 0777, 0);
         held = filetools::Descriptor(openbelow::stepByStep(held.get(), segment, O_RDONLY | O_DIRECTORY, 0));
     }
     return held;

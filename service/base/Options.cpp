@@ -1,23 +1,35 @@
 #include "base/Options.h"
 
+#include "base/ConfigFile.h"
+
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <cctype>
 #include <charconv>
 #include <cstdlib>
+#include <map>
 #include <optional>
+#include <sstream>
+#include <string_view>
 
 namespace krxservice {
 
 namespace {
 
-std::string defaultDataFolder()
+constexpr int kUsualPort = 58885;
+constexpr const char* kConfigOption = "config";
+
+struct Spec
 {
-    const char* base = std::getenv("XDG_DATA_HOME");
-    if (base && base[0] == '/')
-        return std::string(base) + "/krx-service";
-    const char* home = std::getenv("HOME");
-    return std::string(home && home[0] == '/' ? home : "/tmp") + "/.local/share/krx-service";
-}
+    const char* name;
+    const char* argument; ///< null: a flag
+    bool isList;
+    const char* help; ///< lines of at most 60 characters
+    bool (*take)(Options&, const std::string&);
+    std::string (*show)(const Options&);
+};
 
 std::optional<double> seconds(const std::string& text, double smallest, double largest)
 {
@@ -29,14 +41,26 @@ std::optional<double> seconds(const std::string& text, double smallest, double l
     return value;
 }
 
-std::optional<int> portNumber(const std::string& text)
+bool takeSeconds(double& target, const std::string& text)
 {
-    int value = 0;
+    const auto value = seconds(text, 0.01, 3600);
+    target = value.value_or(target);
+    return value.has_value();
+}
+
+bool takePort(Options& options, const std::string& text)
+{
     const char* end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, value);
-    if (error != std::errc() || rest != end || value < 0 || value > 65535)
-        return std::nullopt;
-    return value;
+    const auto [rest, error] = std::from_chars(text.data(), end, options.port);
+    return error == std::errc() && rest == end && options.port >= 0 && options.port <= 65535;
+}
+
+/// Flags say what there is none of.
+bool takeAbsence(bool& target, const std::string& text)
+{
+    const bool yes = text == "true" || text == "1";
+    target = !yes;
+    return yes || text == "false" || text == "0";
 }
 
 std::string absolutePath(const std::string& path)
@@ -49,50 +73,142 @@ std::string absolutePath(const std::string& path)
     return whole;
 }
 
-/// Puts \a value into the option called \a name; false when the value makes no sense.
-bool take(Options& options, const std::string& name, const std::string& value)
+bool takePath(std::string& target, const std::string& text)
 {
-    if (name == "--port") {
-        const auto port = portNumber(value);
-        options.port = port.value_or(0);
-        return port.has_value();
-    }
-    if (name == "--data") {
-        if (value.empty())
-            return false;
-        options.dataFolder = absolutePath(value);
-        return true;
-    }
-    const auto number = seconds(value, 0.01, 3600);
-    if (!number)
+    if (text.empty())
         return false;
-    (name == "--settle" ? options.settleSeconds : options.rescanSeconds) = *number;
+    target = absolutePath(text);
     return true;
 }
 
-bool isKnown(const std::string& name)
+bool takeLevel(Options& options, const std::string& text)
 {
-    return name == "--port" || name == "--data" || name == "--settle" || name == "--rescan";
+    using Level = Options::LogLevel;
+    options.logLevel = text == "error" ? Level::Error : text == "warning" ? Level::Warning : Level::Info;
+    return text == "info" || text == "warning" || text == "error";
 }
 
-} // namespace
-
-Outcome<Options> Options::parse(const std::vector<std::string>& arguments)
+std::string quoted(const std::string& text)
 {
-    Options options;
-    options.dataFolder = defaultDataFolder();
+    std::string result = "\"";
+    for (const char c : text) {
+        if (c == '"' || c == '\\')
+            result += '\\';
+        result += c;
+    }
+    return result + '"';
+}
+
+std::string plain(double value)
+{
+    std::ostringstream out;
+    out.imbue(std::locale::classic());
+    out << value;
+    return out.str();
+}
+
+std::string listed(const std::vector<std::string>& texts)
+{
+    std::string result;
+    for (const auto& text : texts)
+        result += (result.empty() ? "" : ", ") + quoted(text);
+    return '[' + result + ']';
+}
+
+std::string levelName(Options::LogLevel level)
+{
+    constexpr std::array<const char*, 3> names = {"info", "warning", "error"};
+    return names[static_cast<std::size_t>(level)];
+}
+
+constexpr std::array kSpecs = {
+    Spec{"port", "N", false, "listen on this loopback port (58885); 0 lets the system\nchoose", takePort,
+         [](const Options& o) { return std::to_string(o.port); }},
+    Spec{"no-port", nullptr, false, "listen on the Unix socket only",
+         [](Options& o, const std::string& text) { return takeAbsence(o.hasPort, text); },
+         [](const Options& o) { return std::string(o.hasPort ? "false" : "true"); }},
+    Spec{"socket", "PATH", false,
+         "listen on this Unix socket, too (with the port 58885 or\nwithout a port: "
+         "$XDG_RUNTIME_DIR/krx-service/socket)",
+         [](Options& o, const std::string& text) {
+             o.socketPath.clear();
+             return text.empty() || takePath(o.socketPath, text);
+         },
+         [](const Options& o) { return quoted(o.socketPath); }},
+    Spec{"no-socket", nullptr, false, "listen on the port only",
+         [](Options& o, const std::string& text) { return takeAbsence(o.hasSocket, text); },
+         [](const Options& o) { return std::string(o.hasSocket ? "false" : "true"); }},
+    Spec{"allow-user", "NAME", true,
+         "serve this user by the port, too, with all that the own\nuser may do; may be given more than once",
+         [](Options& o, const std::string& text) {
+             o.allowedUsers.push_back(text);
+             return !text.empty();
+         },
+         [](const Options& o) { return listed(o.allowedUsers); }},
+    Spec{"data", "DIR", false,
+         "keep the database and the outputs here\n($XDG_DATA_HOME/krx-service or ~/.local/share/krx-service)",
+         [](Options& o, const std::string& text) { return takePath(o.dataFolder, text); },
+         [](const Options& o) { return quoted(o.dataFolder); }},
+    Spec{"settle", "SECONDS", false, "how long a file must stand still before it is taken (2)",
+         [](Options& o, const std::string& text) { return takeSeconds(o.settleSeconds, text); },
+         [](const Options& o) { return plain(o.settleSeconds); }},
+    Spec{"rescan", "SECONDS", false, "how often the watched folders are read again (10)",
+         [](Options& o, const std::string& text) { return takeSeconds(o.rescanSeconds, text); },
+         [](const Options& o) { return plain(o.rescanSeconds); }},
+    Spec{"log-level", "LEVEL", false, "the least that is logged: info (default), warning, error", takeLevel,
+         [](const Options& o) { return quoted(levelName(o.logLevel)); }},
+    Spec{"log-file", "PATH", false,
+         "log into this file, too, unless the journal takes it; \"none\"\nfor no file (krx-service.log in "
+         "$XDG_STATE_HOME/krx-service,\nor in the folder given by --data)",
+         [](Options& o, const std::string& text) {
+             o.logFile.clear();
+             return text == "none" || takePath(o.logFile, text);
+         },
+         [](const Options& o) { return quoted(o.logFile.empty() ? "none" : o.logFile); }},
+};
+
+/// What was said about one option, and where.
+struct Said
+{
+    std::vector<std::string> values;
+    std::string from;
+};
+using Layer = std::map<std::string, Said>;
+
+const Spec* specOf(const std::string& name)
+{
+    for (const Spec& spec : kSpecs) {
+        if (name == spec.name)
+            return &spec;
+    }
+    return nullptr;
+}
+
+std::string folderFrom(const Options::Environment& environment, const char* variable, const char* below)
+{
+    const char* base = environment(variable);
+    if (base && base[0] == '/')
+        return std::string(base) + "/krx-service";
+    const char* home = environment("HOME");
+    return std::string(home && home[0] == '/' ? home : "/tmp") + below + "/krx-service";
+}
+
+/// Reads the command line into \a layer. Nothing, or why not.
+std::optional<Refusal> readArguments(const std::vector<std::string>& arguments, Layer& layer,
+                                     Options& options)
+{
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         std::string name = arguments[i];
-        if (name == "--help" || name == "-h") {
-            options.wish = Wish::Help;
-            return options;
-        }
-        if (name == "--version") {
-            options.wish = Wish::Version;
-            return options;
+        if (name == "--help" || name == "-h" || name == "--version") {
+            options.wish = name == "--version" ? Options::Wish::Version : Options::Wish::Help;
+            return std::nullopt;
         }
         if (name == "--check") {
-            options.wish = Wish::Check;
+            options.wish = Options::Wish::Check;
+            continue;
+        }
+        if (name == "--print-config") {
+            options.wish = Options::Wish::PrintConfig;
             continue;
         }
         std::optional<std::string> value;
@@ -100,37 +216,170 @@ Outcome<Options> Options::parse(const std::vector<std::string>& arguments)
             value = name.substr(equals + 1);
             name.resize(equals);
         }
-        if (!isKnown(name))
+        const std::string key = name.rfind("--", 0) == 0 ? name.substr(2) : std::string();
+        const Spec* spec = specOf(key);
+        if (!spec && key != kConfigOption)
             return Refusal{2, "unknown option " + arguments[i] + " (--help lists the options)"};
+        if (!value && spec && !spec->argument)
+            value = "true";
         if (!value) {
             if (i + 1 == arguments.size())
                 return Refusal{2, "the option " + name + " needs a value"};
             value = arguments[++i];
         }
-        if (!take(options, name, *value))
-            return Refusal{2, "\"" + *value + "\" is no value for the option " + name};
+        Said& said = layer[key];
+        if (!spec || !spec->isList)
+            said.values.clear();
+        said.values.push_back(*value);
+        said.from = "command line";
     }
+    return std::nullopt;
+}
+
+std::string variableOf(const std::string& name)
+{
+    std::string result = "KRX_SERVICE_";
+    for (const char c : name)
+        result += c == '-' ? '_' : static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    return result;
+}
+
+void readVariable(const Options::Environment& environment, const std::string& name, bool isList, Layer& layer)
+{
+    const std::string variable = variableOf(name);
+    const char* text = environment(variable.c_str());
+    if (!text || layer.count(name) > 0)
+        return;
+    Said said{{}, "environment, " + variable};
+    std::istringstream pieces(text);
+    for (std::string piece; isList && std::getline(pieces, piece, ',');)
+        said.values.push_back(piece);
+    if (!isList)
+        said.values.emplace_back(text);
+    layer[name] = said;
+}
+
+std::optional<Refusal> readFile(const std::string& path, bool mustExist, Layer& layer)
+{
+    const auto file = ConfigFile::read(path, mustExist);
+    if (!file)
+        return file.refusal();
+    for (const auto& entry : file->entries) {
+        const std::string where = path + ':' + std::to_string(entry.line);
+        const Spec* spec = specOf(entry.key);
+        if (!spec)
+            return Refusal{2, where + ": unknown key \"" + entry.key + "\" (--help lists the options)"};
+        if (entry.values.size() != 1 && !spec->isList)
+            return Refusal{2, where + ": \"" + entry.key + "\" has one value"};
+        if (layer.count(entry.key) == 0)
+            layer[entry.key] = {entry.values, where};
+    }
+    return std::nullopt;
+}
+
+std::optional<Refusal> take(const Spec& spec, const Said& said, Options& options)
+{
+    for (const auto& value : said.values) {
+        if (spec.take(options, value))
+            continue;
+        const bool typed = said.from == "command line";
+        return Refusal{2, (typed ? std::string() : said.from + ": ") + '"' + value +
+                              "\" is no value for the option --" + spec.name};
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+bool Options::wantsUsualSocket() const
+{
+    return hasSocket && socketPath.empty() && (!hasPort || port == kUsualPort);
+}
+
+Outcome<Options> Options::parse(const std::vector<std::string>& arguments)
+{
+    return parse(arguments, [](const char* name) { return std::getenv(name); });
+}
+
+Outcome<Options> Options::parse(const std::vector<std::string>& arguments, const Environment& environment)
+{
+    Options options;
+    options.dataFolder = folderFrom(environment, "XDG_DATA_HOME", "/.local/share");
+    Layer said;
+    if (const auto refusal = readArguments(arguments, said, options))
+        return *refusal;
+    if (options.wish == Wish::Help || options.wish == Wish::Version)
+        return options;
+    for (const Spec& spec : kSpecs)
+        readVariable(environment, spec.name, spec.isList, said);
+    readVariable(environment, kConfigOption, false, said);
+    const bool named = said.count(kConfigOption) > 0;
+    const std::string file = named ? said[kConfigOption].values.back()
+                                   : folderFrom(environment, "XDG_CONFIG_HOME", "/.config") + "/config.toml";
+    if (const auto refusal = readFile(file, named, said))
+        return *refusal;
+    const bool usualData = said.count("data") == 0;
+    for (const Spec& spec : kSpecs) {
+        const auto found = said.find(spec.name);
+        if (std::string_view(spec.name) == "log-file") {
+            options.logFile = (usualData ? folderFrom(environment, "XDG_STATE_HOME", "/.local/state")
+                                         : options.dataFolder) +
+                              "/krx-service.log";
+        }
+        if (found != said.end()) {
+            if (const auto refusal = take(spec, found->second, options))
+                return *refusal;
+        }
+        options.shown.push_back(
+            {spec.name, spec.show(options), found == said.end() ? "default" : found->second.from});
+    }
+    if (!options.hasPort && !options.hasSocket)
+        return Refusal{2, "with --no-port and --no-socket nobody could reach the service"};
     return options;
+}
+
+std::string Options::configText() const
+{
+    std::string result;
+    for (const Shown& one : shown) {
+        std::string line = one.name + " = " + one.value;
+        line.resize(std::max<std::size_t>(line.size() + 1, 40), ' ');
+        result += line + "# " + one.from + '\n';
+    }
+    return result;
 }
 
 std::string Options::helpText()
 {
-    return "Usage: krx-service [options]\n"
-           "Watches folders and offers their finished clips to the editor.\n"
+    const std::size_t column = 22;
+    std::string result = "Usage: krx-service [options]\n"
+                         "Watches folders and offers their finished clips to the editor.\n\n";
+    const auto add = [&result, column](std::string line, const std::string& help) {
+        std::istringstream lines(help);
+        for (std::string text; std::getline(lines, text); line.clear()) {
+            line.resize(std::max(column, line.size() + 1), ' ');
+            result += line + text + '\n';
+        }
+    };
+    for (const Spec& spec : kSpecs)
+        add(std::string("  --") + spec.name + (spec.argument ? std::string(" ") + spec.argument : ""),
+            spec.help);
+    add("  --config FILE", "read this configuration file\n($XDG_CONFIG_HOME/krx-service/config.toml)");
+    add("  --check", "look whether all records and outputs in DIR agree, and end;\nchanges none of them");
+    add("  --print-config", "show the options in force, and where each was said");
+    add("  --help", "show this text");
+    add("  --version", "show the version");
+    return result +
            "\n"
-           "  --port N           listen on this loopback port (58885); 0 lets the system choose\n"
-           "  --data DIR         keep the database and the outputs here\n"
-           "                     ($XDG_DATA_HOME/krx-service or ~/.local/share/krx-service)\n"
-           "  --settle SECONDS   how long a file must stand still before it is taken (2)\n"
-           "  --rescan SECONDS   how often the watched folders are read again (10)\n"
-           "  --check            look whether all records and outputs in DIR agree, and end; changes "
-           "nothing\n"
-           "  --help             show this text\n"
-           "  --version          show the version\n"
+           "The configuration file is TOML with the names above as keys (port = 58885). Each option\n"
+           "is also an environment variable (KRX_SERVICE_NO_PORT=true). The command line wins over\n"
+           "the environment, the environment over the file.\n"
            "\n"
-           "When it is ready it prints \"listening on http://127.0.0.1:PORT\". SIGTERM ends it.\n"
-           "It ends with 0 when told to, 2 for a wrong command line, 3 when the port or the data\n"
-           "folder is in use by another instance, 1 for every other failure (and for what --check finds).\n";
+           "When it is ready it prints \"listening on http://127.0.0.1:PORT\" (or the socket's path).\n"
+           "SIGTERM ends it; SIGHUP ends it when it runs in a terminal, otherwise it reads its\n"
+           "configuration again. It ends with 0 when told to, 2 for a wrong command line or\n"
+           "configuration, 3 when the port, the socket or the data folder is in use by another\n"
+           "instance, 1 for every other failure (and for what --check finds).\n";
 }
 
 } // namespace krxservice

@@ -2,26 +2,55 @@
 
 #include "base/Outcome.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace krxservice {
 
-/// What the command line says.
+/// What the service was told: by its command line, its environment and its configuration file, each of which
+/// wins over those behind it; what nobody said has a default.
 struct Options
 {
-    enum class Wish { Run, Check, Help, Version };
+    enum class Wish { Run, Check, Help, Version, PrintConfig };
+    enum class LogLevel { Info, Warning, Error };
+
+    /// The value of an environment variable, or null.
+    using Environment = std::function<const char*(const char*)>;
+
+    /// One option as it came out, for people.
+    struct Shown
+    {
+        std::string name;
+        std::string value; ///< as the configuration file would have it
+        std::string from;  ///< where it was said
+    };
 
     Wish wish = Wish::Run;
-    int port = 58885;          ///< 0 lets the system choose one
+    int port = 58885;      ///< 0 lets the system choose one
+    bool hasPort = true;   ///< false: the Unix socket is the only way in
+    bool hasSocket = true; ///< false: the port is the only way in
+    std::string
+        socketPath; ///< absolute; empty: the usual place, for the service on the usual port or without one
     std::string dataFolder;    ///< absolute; made when missing
     double settleSeconds = 2;  ///< how long a file must stand still before it is taken
     double rescanSeconds = 10; ///< how often watched folders are read again, whatever the events said
+    std::vector<std::string> allowedUsers; ///< who may come by the port besides the own user and root
+    LogLevel logLevel = LogLevel::Info;
+    std::string logFile; ///< absolute; empty: none
+    std::vector<Shown> shown;
 
-    /// Reads \a arguments (without the program's name). A refusal carries the text for the person.
+    /// True when the Unix socket is to be opened at its usual place.
+    bool wantsUsualSocket() const;
+
+    /// Reads \a arguments (without the program's name), \a environment and the configuration file. A refusal
+    /// carries the text for the person, with file and line when it is about the file.
+    static Outcome<Options> parse(const std::vector<std::string>& arguments, const Environment& environment);
     static Outcome<Options> parse(const std::vector<std::string>& arguments);
 
     static std::string helpText();
+    /// The options in force as a configuration file, each with the place where it was said.
+    std::string configText() const;
 };
 
 } // namespace krxservice

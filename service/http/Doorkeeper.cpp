@@ -70,7 +70,7 @@ std::vector<Doorkeeper::Report> Doorkeeper::takeReports(std::chrono::steady_cloc
     std::vector<Report> reports;
     for (auto entry = m_entries.begin(); entry != m_entries.end();) {
         Entry& one = entry->second;
-        const bool due = !one.everSaid || now - one.said >= kBetweenLines;
+        const bool due = !one.everSaid || one.said <= now - kBetweenLines;
         if (due && one.report.count == 0) {
             entry = m_entries.erase(entry);
             continue;

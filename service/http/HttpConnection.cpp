@@ -61,12 +61,6 @@ void HttpConnection::start()
     waitForBytes();
 }
 
-void HttpConnection::turnAway(const Refusal& refusal)
-{
-    m_closes = true;
-    send(HttpAnswer::refused(refusal));
-}
-
 void HttpConnection::setDeadline(Clock::duration time)
 {
     m_timer.expires_after(time);

@@ -59,8 +59,6 @@ public:
 
     /// Waits for the first request.
     void start();
-    /// Sends a refusal without having read anything, and ends.
-    void turnAway(const Refusal& refusal);
     /// The answer to the request that is being handled.
     void answer(HttpAnswer answer);
     /// Ends as soon as the request that is being handled is answered; at once when there is none.

@@ -17,8 +17,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <deque>
 #include <thread>
 #include <unordered_map>
 
@@ -36,7 +39,8 @@ constexpr int kBacklog = 4096;                 ///< as much as the system allows
 constexpr int kAcceptsAtOnce = 64;             ///< then the connections that are there get their turn
 constexpr std::size_t kMostConnections = 4096; ///< however many descriptors there are
 constexpr std::size_t kDescriptorsForWork = 400;
-constexpr std::size_t kMostTurnedAway = 128; ///< refused connections that are still given time to read why
+constexpr std::size_t kMostTurnedAway = 256; ///< refused connections that are still given time to read why
+constexpr std::chrono::milliseconds kTimeToRead{500};
 constexpr std::chrono::milliseconds kTick{1000};
 constexpr std::chrono::milliseconds kPause{50}; ///< when the system has no descriptor left
 constexpr std::chrono::milliseconds kBindPatience{1000};
@@ -116,6 +120,14 @@ bool isLoopback(const sockaddr_storage& address)
     return address.ss_family == AF_INET6 && IN6_IS_ADDR_LOOPBACK(&six.sin6_addr);
 }
 
+std::string strangersAnswer()
+{
+    const HttpAnswer answer = HttpAnswer::refused({403, "this service serves the user who runs it only"});
+    return "HTTP/1.1 403 Forbidden\r\nContent-Type: " + answer.type +
+           "\r\nConnection: close\r\nContent-Length: " + std::to_string(answer.body.size()) + "\r\n\r\n" +
+           answer.body;
+}
+
 /// As many connections as the system's limit of descriptors leaves room for; raises the limit if it may.
 std::size_t roomForConnections()
 {
@@ -179,7 +191,11 @@ public:
         if (m_thread.joinable()) {
             asio::post(m_io, [this, grace] { beginToStop(grace); });
             m_thread.join();
+            for (const auto& report : m_keeper.takeReports(Clock::time_point::max()))
+                log::warning(Doorkeeper::text(report));
         }
+        while (!m_turnedAway.empty())
+            forgetFirst();
         m_pool.stop();
         m_connections.clear();
         m_entrances.clear();
@@ -188,6 +204,13 @@ public:
     void setAllowed(std::vector<uid_t> allowed)
     {
         asio::post(m_io, [this, allowed = std::move(allowed)] { m_keeper.setAllowed(allowed); });
+    }
+
+    bool beats()
+    {
+        const bool heard = m_heard.exchange(false);
+        asio::post(m_io, [this] { m_heard = true; });
+        return heard;
     }
 
     const RefusalCounts& refusals() { return m_keeper.counts(); }
@@ -207,7 +230,6 @@ public:
 
     void closed(const HttpConnection& connection) override
     {
-        m_turnedAway -= m_connections.count(&connection) == 0 && m_turnedAway > 0 ? 1 : 0;
         m_connections.erase(&connection);
         if (m_stopping && m_connections.empty())
             m_io.stop();
@@ -226,6 +248,13 @@ private:
         asio::posix::stream_descriptor descriptor;
         asio::steady_timer pause;
         Doorkeeper::Kind kind;
+    };
+
+    /// A refused connection that may still read its answer.
+    struct TurnedAway
+    {
+        int socket;
+        Clock::time_point until;
     };
 
     void waitAt(Entrance& entrance)
@@ -267,7 +296,8 @@ private:
 
     void receive(int socket, Doorkeeper::Kind kind)
     {
-        const bool welcome = m_keeper.lets(socket, kind);
+        if (!m_keeper.lets(socket, kind))
+            return turnAway(socket);
         const int family = addressOf(socket).ss_family;
         HttpConnection::Protocol::socket stream(m_io);
         error_code error;
@@ -276,8 +306,6 @@ private:
             ::close(socket);
             return;
         }
-        if (!welcome)
-            return turnAway(std::move(stream));
         if (family != AF_UNIX) {
             const int yes = 1;
             ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
@@ -289,14 +317,40 @@ private:
         connection->start();
     }
 
-    /// Strangers are told why, but a crowd of them is not given the time to read it.
-    void turnAway(HttpConnection::Protocol::socket stream)
+    /// Strangers are told why and given a moment to read it, since closing with bytes unread would cut the
+    /// answer off. No more is done for them: a crowd must not cost more than it takes to turn it away.
+    void turnAway(int socket)
     {
-        if (m_turnedAway >= kMostTurnedAway)
+        static const std::string answer = strangersAnswer();
+        ::send(socket, answer.data(), answer.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+        ::shutdown(socket, SHUT_WR);
+        m_turnedAway.push_back({socket, Clock::now() + kTimeToRead});
+        if (m_turnedAway.size() > kMostTurnedAway)
+            forgetFirst();
+        else if (m_turnedAway.size() == 1)
+            sweep();
+    }
+
+    void forgetFirst()
+    {
+        std::array<char, 4096> waste{};
+        const int socket = m_turnedAway.front().socket;
+        m_turnedAway.pop_front();
+        ::recv(socket, waste.data(), waste.size(), MSG_DONTWAIT);
+        ::close(socket);
+    }
+
+    void sweep()
+    {
+        while (!m_turnedAway.empty() && m_turnedAway.front().until <= Clock::now())
+            forgetFirst();
+        if (m_turnedAway.empty())
             return;
-        ++m_turnedAway;
-        std::make_shared<HttpConnection>(*this, std::move(stream))
-            ->turnAway({403, "this service serves the user who runs it only"});
+        m_sweeper.expires_at(m_turnedAway.front().until);
+        m_sweeper.async_wait([this](const error_code& error) {
+            if (!error)
+                sweep();
+        });
     }
 
     /// Closes the connection that has been still for the longest time.
@@ -345,11 +399,13 @@ private:
     Doorkeeper m_keeper;
     std::size_t m_most;
     bool m_tested = false;
+    std::atomic<bool> m_heard{true};
     bool m_stopping = false;
-    std::size_t m_turnedAway = 0; ///< refused connections that are still there
+    std::deque<TurnedAway> m_turnedAway; ///< by their time
     // The connections' thread ends before the pool does, and what it runs refers to all that is above.
     asio::io_context m_io{1};
     asio::steady_timer m_ticker{m_io};
+    asio::steady_timer m_sweeper{m_io};
     std::vector<std::unique_ptr<Entrance>> m_entrances;
     std::unordered_map<const HttpConnection*, std::shared_ptr<HttpConnection>> m_connections;
     asio::thread_pool m_pool{kHandlerThreads};
@@ -406,6 +462,11 @@ void HttpListener::start()
 void HttpListener::stop(std::chrono::milliseconds grace)
 {
     m_door->stop(grace);
+}
+
+bool HttpListener::beats()
+{
+    return m_door->beats();
 }
 
 void HttpListener::setAllowed(std::vector<uid_t> allowed)

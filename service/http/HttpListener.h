@@ -43,6 +43,10 @@ public:
     /// connections and returns. A handler that still runs then is waited for by the destructor only.
     void stop(std::chrono::milliseconds grace = std::chrono::milliseconds(1000));
 
+    /// True when the connections' thread has been through its queue since the call before. Not from two
+    /// threads.
+    bool beats();
+
     /// Replaces the users who may come by the port. Thread-safe.
     void setAllowed(std::vector<uid_t> allowed);
     /// What was refused since the start. Thread-safe.

@@ -75,12 +75,20 @@ bool fourTuple(int socket, FourTuple& tuple)
            putAddress(here, tuple.id.idiag_dport, tuple.id.idiag_dst);
 }
 
+/// True when \a words name the address \a asked; an IPv6 socket names an IPv4 address in its mapped form.
+bool sameAddress(const FourTuple& tuple, const __be32* asked, const __be32* words, unsigned char family)
+{
+    if (tuple.family == family)
+        return std::memcmp(words, asked, family == AF_INET ? sizeof(in_addr) : sizeof(in6_addr)) == 0;
+    const std::array<__be32, 4> mapped = {0, 0, htonl(0xFFFF), asked[0]};
+    return tuple.family == AF_INET && std::memcmp(words, mapped.data(), sizeof mapped) == 0;
+}
+
 bool sameEnds(const FourTuple& asked, const inet_diag_msg& answer)
 {
-    const std::size_t size = asked.family == AF_INET ? sizeof(in_addr) : sizeof(in6_addr);
     return answer.id.idiag_sport == asked.id.idiag_sport && answer.id.idiag_dport == asked.id.idiag_dport &&
-           std::memcmp(answer.id.idiag_src, asked.id.idiag_src, size) == 0 &&
-           std::memcmp(answer.id.idiag_dst, asked.id.idiag_dst, size) == 0;
+           sameAddress(asked, asked.id.idiag_src, answer.id.idiag_src, answer.idiag_family) &&
+           sameAddress(asked, asked.id.idiag_dst, answer.id.idiag_dst, answer.idiag_family);
 }
 
 } // namespace

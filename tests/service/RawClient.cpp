@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <utility>
 
@@ -24,6 +25,17 @@ int connected(const Address& address)
         return socket;
     ::close(socket);
     return -1;
+}
+
+/// Waits until something can be read; signals of children that end do not count.
+bool waitForBytes(int socket)
+{
+    pollfd descriptor{socket, POLLIN, 0};
+    int ready = 0;
+    do
+        ready = ::poll(&descriptor, 1, kPatience);
+    while (ready < 0 && errno == EINTR);
+    return ready > 0;
 }
 
 int lengthOf(const QByteArray& head)
@@ -104,7 +116,6 @@ bool RawClient::send(const QByteArray& bytes) const
 QByteArray RawClient::answer()
 {
     std::array<char, 65536> buffer{};
-    pollfd descriptor{m_socket, POLLIN, 0};
     for (;;) {
         const int end = m_read.indexOf("\r\n\r\n");
         const int size = end < 0 ? -1 : end + 4 + lengthOf(m_read.left(end + 2));
@@ -113,7 +124,7 @@ QByteArray RawClient::answer()
             m_read.remove(0, size);
             return whole;
         }
-        if (::poll(&descriptor, 1, kPatience) <= 0)
+        if (!waitForBytes(m_socket))
             return QByteArray();
         const ssize_t got = ::recv(m_socket, buffer.data(), buffer.size(), 0);
         if (got <= 0)
@@ -125,8 +136,7 @@ QByteArray RawClient::answer()
 QByteArray RawClient::toTheEnd()
 {
     std::array<char, 65536> buffer{};
-    pollfd descriptor{m_socket, POLLIN, 0};
-    while (::poll(&descriptor, 1, kPatience) > 0) {
+    while (waitForBytes(m_socket)) {
         const ssize_t got = ::recv(m_socket, buffer.data(), buffer.size(), 0);
         if (got <= 0)
             break;

@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
@@ -103,6 +104,8 @@ bool ServiceProgram::leftAgreement() const
 {
     if (m_port == 0 || !QFile::exists(m_dataFolder + QStringLiteral("/krx-service.db")))
         return true;
+    if (QFileInfo(m_dataFolder).ownerId() != ::geteuid())
+        return true; // the service looks at nobody else's data
     const QStringList found = faults(m_dataFolder);
     if (!found.isEmpty())
         QTest::qFail(
@@ -123,7 +126,8 @@ bool ServiceProgram::start(const QString& dataFolder, const QStringList& more)
     QStringList arguments{
         QStringLiteral("--port"),   QStringLiteral("0"),   QStringLiteral("--data"),   dataFolder,
         QStringLiteral("--settle"), QStringLiteral("0.2"), QStringLiteral("--rescan"), QStringLiteral("0.3")};
-    m_process.start(path(), arguments + more);
+    const QStringList command = m_prefix + QStringList{path()} + arguments + more;
+    m_process.start(command.first(), command.mid(1));
     QByteArray output;
     QElapsedTimer timer;
     timer.start();
@@ -133,16 +137,22 @@ bool ServiceProgram::start(const QString& dataFolder, const QStringList& more)
         output += m_process.readAllStandardOutput();
     }
     const int colon = output.lastIndexOf(':');
-    m_port = output.startsWith("listening on ") ? output.mid(colon + 1).trimmed().toInt() : 0;
-    if (m_port == 0)
+    const bool listens = output.startsWith("listening on ");
+    m_port = listens ? output.mid(colon + 1).trimmed().toInt() : 0;
+    if (!listens)
         qWarning("the service did not start: %s", log().constData());
-    return m_port != 0;
+    return listens;
 }
 
 int ServiceProgram::terminate()
 {
     m_process.terminate();
-    if (!m_process.waitForFinished(kPatience))
+    return waitForEnd();
+}
+
+int ServiceProgram::waitForEnd()
+{
+    if (m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(kPatience))
         return -1;
     if (!leftAgreement())
         return -3;

@@ -4,6 +4,7 @@
 #include <QList>
 #include <QPair>
 #include <QProcess>
+#include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
 
@@ -31,12 +32,23 @@ public:
 
     ~ServiceProgram();
 
+    /// The command that the program is started by, for example setpriv with its options.
+    void setPrefix(const QStringList& command) { m_prefix = command; }
+    /// Called in the new process before it becomes the program; system calls only.
+    void setBeforeProgram(const std::function<void()>& function) { m_process.beforeProgram = function; }
+    void setEnvironment(const QProcessEnvironment& environment)
+    {
+        m_process.setProcessEnvironment(environment);
+    }
+
     /// Starts the program on the data folder and waits until it listens. False with the log when it does not.
     bool start(const QString& dataFolder, const QStringList& more = {});
     /// What the service finds wrong in a data folder on which it does not run ("--check").
     static QStringList faults(const QString& dataFolder);
     /// SIGTERM, and the exit code; -3 when what it left in the data folder does not agree.
     int terminate();
+    /// The exit code of a program that ends by itself or was told to.
+    int waitForEnd();
     /// SIGKILL.
     void kill();
 
@@ -72,7 +84,20 @@ private:
     bool leftAgreement() const;
 
     QString m_dataFolder;
-    QProcess m_process;
+    struct Process : QProcess
+    {
+        std::function<void()> beforeProgram;
+
+    protected:
+        void setupChildProcess() override
+        {
+            if (beforeProgram)
+                beforeProgram();
+        }
+    };
+
+    Process m_process;
+    QStringList m_prefix;
     int m_port = 0;
 };
 

@@ -126,6 +126,7 @@ private slots:
         row("jobs/{job}", "jobs");
         row("errors", "status");
         row("activity", "status");
+        row("version", "status");
     }
     void answersAreValid()
     {

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+namespace krxservice {
+
+/// What the service keeps on the disk is its user's and nobody else's.
+namespace ownfiles {
+
+/// Looks at \a folder and all that is in it. What belongs to another user, and a link that does, is a reason
+/// not to start, since whoever put it there could read or direct what is written; the text says what to do.
+/// What is merely open to others is closed to them, with a line in the log. Links of the own user are not
+/// followed below the folder. An empty text or the reason.
+std::string secure(const std::string& folder);
+
+} // namespace ownfiles
+
+} // namespace krxservice

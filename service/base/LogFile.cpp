@@ -1,0 +1,79 @@
+#include "base/LogFile.h"
+
+#include "base/FileTools.h"
+#include "base/Text.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+namespace krxservice {
+
+LogFile::~LogFile()
+{
+    close();
+}
+
+void LogFile::close()
+{
+    if (m_descriptor >= 0)
+        ::close(m_descriptor);
+    m_descriptor = -1;
+}
+
+std::string LogFile::open(const std::string& path)
+{
+    close();
+    m_path = path;
+    if (path.empty())
+        return {};
+    const auto slash = path.rfind('/');
+    if (slash != std::string::npos && slash > 0) {
+        if (auto reason = filetools::makeDirectories(path.substr(0, slash)); !reason.empty())
+            return reason;
+    }
+    // Not through a link, and without blocking: a pipe would be waited for.
+    m_descriptor = ::open(
+        path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0600);
+    struct stat facts
+    {
+    };
+    if (m_descriptor < 0 || ::fstat(m_descriptor, &facts) != 0) {
+        const int error = errno;
+        close();
+        return path + (error == ELOOP ? " is a link" : ": " + text::errnoText(error));
+    }
+    if (!S_ISREG(facts.st_mode) || facts.st_uid != ::geteuid()) {
+        close();
+        return path + " is no file of this user's";
+    }
+    if ((facts.st_mode & 077) != 0)
+        ::fchmod(m_descriptor, 0600);
+    m_size = static_cast<std::size_t>(facts.st_size);
+    return {};
+}
+
+void LogFile::rotate()
+{
+    const auto numbered = [this](int number) {
+        return number == 0 ? m_path : m_path + '.' + std::to_string(number);
+    };
+    for (int number = m_older; number > 0; --number)
+        std::rename(numbered(number - 1).c_str(), numbered(number).c_str());
+    open(std::string(m_path));
+}
+
+void LogFile::write(std::string_view line)
+{
+    if (m_descriptor < 0)
+        return;
+    if (m_size > 0 && m_size + line.size() > m_largest)
+        rotate();
+    const ssize_t put = ::write(m_descriptor, line.data(), line.size());
+    m_size += put > 0 ? static_cast<std::size_t>(put) : 0;
+}
+
+} // namespace krxservice
