@@ -105,6 +105,8 @@ constexpr int kLightSkin = 0;
 constexpr int kDarkSkin = 4;
 /// Sets the skin: palette colours, icon tint and, when there is a QApplication, its palette and style sheet.
 KRX_HOST_API void setSkin(int index);
+/// A host that has little: no picture, no colour and no tint of its own. For tests.
+KRX_HOST_API void setBare(bool bare);
 /// The user's choice of highlight colour; an invalid colour leaves it to the skin.
 KRX_HOST_API void setHighlightColor(const QColor& color);
 /// Replaces a number of every skin.

@@ -2,6 +2,7 @@
 
 #include "HostQtShell.h"
 #include "KRXFolderViewWidget.h"
+#include "KRXSkin.h"
 
 #include <QApplication>
 #include <QPainter>
@@ -124,10 +125,13 @@ void KRXFolderItemDelegate::paintIngest(QPainter* painter, const QStyleOptionVie
     const QString icon = KRXFolderViewWidget::ingestIconName(index.data(Qt::UserRole).toInt());
     if (icon.isEmpty())
         return;
+    const bool isReady = index.data(Qt::UserRole).toInt() == KRXFolderViewWidget::NewClipsAvailable;
     // Ready and in progress are told apart by colour, so these icons keep theirs.
-    HostQtShell::drawSkinnedIcon(painter, option.rect, icon, KRXFolderViewWidget::ingestIconGroup(),
-                                 HostQtShell::IconTintColors(),
-                                 HostQtShell::disabledAlpha(isDisabled(option)));
+    KRXSkin::drawIcon(painter, option.rect,
+                      {icon, KRXFolderViewWidget::ingestIconGroup(), HostQtShell::IconTintColors(),
+                       HostQtShell::disabledAlpha(isDisabled(option))},
+                      isReady ? KRXSkin::Drawing::ClipsReady : KRXSkin::Drawing::ClipsOnTheirWay,
+                      textColor(option));
 }
 
 void KRXFolderItemDelegate::paintFolder(QPainter* painter, const QStyleOptionViewItem& option,
@@ -166,10 +170,11 @@ void KRXFolderItemDelegate::paintProfile(QPainter* painter, const QStyleOptionVi
     const QRect arrow =
         style->subControlRect(QStyle::CC_ComboBox, &box, QStyle::SC_ComboBoxArrow, cell.widget);
     const bool pressed = cell.state.testFlag(QStyle::State_Sunken) || cell.state.testFlag(QStyle::State_On);
-    HostQtShell::drawSkinnedIcon(
-        painter, arrow, QStringLiteral("Arrows/popup_arrow.png"), QStringLiteral("icons"),
-        HostQtShell::iconTintColors(), HostQtShell::disabledAlpha(isDisabled(cell)),
-        pressed ? HostQtShell::IconVariant::Pressed : HostQtShell::IconVariant::Normal);
+    KRXSkin::drawIcon(painter, arrow,
+                      {QStringLiteral("Arrows/popup_arrow.png"), QStringLiteral("icons"),
+                       HostQtShell::iconTintColors(), HostQtShell::disabledAlpha(isDisabled(cell)),
+                       pressed ? HostQtShell::IconVariant::Pressed : HostQtShell::IconVariant::Normal},
+                      KRXSkin::Drawing::ArrowDown, textColor(cell));
 
     QRect textArea = style->subElementRect(QStyle::SE_ItemViewItemText, &cell, cell.widget);
     if (cell.direction == Qt::RightToLeft)

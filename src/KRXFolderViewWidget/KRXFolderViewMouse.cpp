@@ -27,12 +27,15 @@
 #include <QSignalBlocker>
 #include <QToolTip>
 
+#include <algorithm>
+
 namespace {
 
 Q_LOGGING_CATEGORY(logFolderView, "krx.folderview")
 
 /// Pixels between a profile cell and its menu.
 constexpr int kMenuGap = 2;
+constexpr QSize kLeastClickArea(16, 16);
 
 QString ingestTooltip(int state)
 {
@@ -90,7 +93,8 @@ QRect KRXFolderViewWidget::ingestIconArea(const QModelIndex& index) const
         const QPixmap icon = HostQtShell::skinnedPixmap(QStringLiteral("NoIngest.png"), ingestIconGroup());
         m_ingestIconSize = (QSizeF(icon.size()) / icon.devicePixelRatio()).toSize();
     }
-    QRect area(QPoint(0, 0), m_ingestIconSize);
+    // A skin may have no such picture, or one that nobody can hit.
+    QRect area(QPoint(0, 0), m_ingestIconSize.expandedTo(kLeastClickArea));
     area.moveCenter(visualRect(index).center());
     return area;
 }
@@ -143,16 +147,24 @@ void KRXFolderViewWidget::handlePress(const QPoint& position)
 
 void KRXFolderViewWidget::ingestClicked(const QModelIndex& index, const QPoint& position)
 {
-    const int state = getIngestState(m_clickedItem);
-    if ((state != NewClipsAvailable && state != AcquisitionInProgress) ||
-        !ingestIconArea(index).contains(position))
-        return;
+    if (isReady(m_clickedItem) && ingestIconArea(index).contains(position))
+        acquireClips(getFolderId(m_clickedItem));
+}
+
+bool KRXFolderViewWidget::isReady(const QTreeWidgetItem* row)
+{
+    const int state = getIngestState(row);
+    return state == NewClipsAvailable || state == AcquisitionInProgress;
+}
+
+void KRXFolderViewWidget::acquireClips(const QString& folderId)
+{
     if (!m_callback) {
         // The clips stay on offer: nobody is there to take them.
         qCWarning(logFolderView, "No one is registered to take acquired clips");
         return;
     }
-    acquire(getFolderId(m_clickedItem));
+    acquire(folderId);
 }
 
 void KRXFolderViewWidget::acquire(const QString& folderId)
@@ -165,6 +177,7 @@ void KRXFolderViewWidget::acquire(const QString& folderId)
         const QStringList files = folder.property(KRXFolderProperties::kOutputFiles).toStringList();
         const AcquireCallback callback = m_callback;
         HostStatusShell::statusProgressReset();
+        int taken = 0;
         for (int i = 0; i < files.size() && self; ++i) {
             HostStatusShell::statusProgressUpdate(KRXText::localised("Acquiring clips from KRX... %1 of %2")
                                                       .arg(QString::number(i), QString::number(files.size())),
@@ -172,8 +185,11 @@ void KRXFolderViewWidget::acquire(const QString& folderId)
             showIngestState(folderId, AcquisitionInProgress);
             // The host may do anything here, such as fill the list again or close the panel.
             callback(files.at(i));
+            ++taken;
         }
         HostStatusShell::statusProgressClose();
+        if (self && taken > 0)
+            emit clipsAcquired(folderId, taken);
     }
     if (self)
         showIngestState(folderId, NoNewClips);
@@ -194,12 +210,26 @@ void KRXFolderViewWidget::showIngestState(const QString& folderId, int state)
 void KRXFolderViewWidget::profileClicked(const QModelIndex& index)
 {
     // The first click on a row only selects it.
-    if (!m_clickedItemWasSelected)
-        return;
-    const QString folderId = getFolderId(m_clickedItem);
-    const QString currentId = getProfileId(m_clickedItem);
+    if (m_clickedItemWasSelected)
+        openProfileMenu(index);
+}
+
+QMenu* KRXFolderViewWidget::openProfileMenu(const QModelIndex& cell)
+{
     auto* menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
+    addProfiles(menu, itemFromIndex(cell));
+    const QRect area = visualRect(cell);
+    menu->setFont(applicationFont());
+    menu->setMinimumWidth(area.width());
+    menu->popup(mapToGlobal(QPoint(area.left(), area.bottom() + header()->height() + kMenuGap)));
+    return menu;
+}
+
+void KRXFolderViewWidget::addProfiles(QMenu* menu, const QTreeWidgetItem* row)
+{
+    const QString folderId = getFolderId(row);
+    const QString currentId = getProfileId(row);
     const auto profiles = KRXProfileManager::getInstance().profileItems();
     for (const QPair<QString, QString>& profile : profiles) {
         QAction* action = menu->addAction(menuText(profile.second));
@@ -216,10 +246,14 @@ void KRXFolderViewWidget::profileClicked(const QModelIndex& index)
         // Runs after the choice was noted: slots run in the order in which they were connected.
         connect(action, &QAction::triggered, this, &KRXFolderViewWidget::updateProfileValue);
     }
-    const QRect cell = visualRect(index);
-    menu->setFont(applicationFont());
-    menu->setMinimumWidth(cell.width());
-    menu->popup(mapToGlobal(QPoint(cell.left(), cell.bottom() + header()->height() + kMenuGap)));
+}
+
+QAction* KRXFolderViewWidget::chosenAction(const QMenu* menu)
+{
+    const auto actions = menu->actions();
+    const auto chosen = std::find_if(actions.begin(), actions.end(),
+                                     [](const QAction* action) { return action->isChecked(); });
+    return chosen != actions.end() ? *chosen : actions.value(0);
 }
 
 void KRXFolderViewWidget::updateProfileValue()

@@ -1,5 +1,6 @@
 #include "KRXFolderViewWidget.h"
 
+#include "DirectoryProbe.h"
 #include "HostQtShell.h"
 #include "KRXFolder.h"
 #include "KRXFolderItemDelegate.h"
@@ -21,6 +22,7 @@
 #include <QPointer>
 #include <QSet>
 #include <QSignalBlocker>
+#include <QStyle>
 #include <QVariant>
 
 #include <algorithm>
@@ -105,7 +107,10 @@ KRXFolderViewWidget::KRXFolderViewWidget(QWidget* parent)
     : QTreeWidget(parent)
     , m_folderIcon(
           HostQtShell::skinnedIcon(QStringLiteral("folder_closed.png"), QStringLiteral("icons/ProjectBins")))
+    , m_probe(new DirectoryProbe([](const QString& path) { return QFileInfo::exists(path); }, this))
 {
+    if (m_folderIcon.isNull())
+        m_folderIcon = style()->standardIcon(QStyle::SP_DirIcon);
     setItemDelegate(new KRXFolderItemDelegate(parent ? parent : this));
     setFixedHeight(kViewHeight);
     setIndentation(kIndentation);
@@ -127,6 +132,7 @@ KRXFolderViewWidget::KRXFolderViewWidget(QWidget* parent)
     connect(model(), &QAbstractItemModel::rowsAboutToBeRemoved, this,
             &KRXFolderViewWidget::forgetClickedItem);
     connect(this, &QTreeWidget::itemChanged, this, &KRXFolderViewWidget::itemChanged);
+    connect(m_probe, &DirectoryProbe::seen, this, &KRXFolderViewWidget::showExistence);
 }
 
 KRXFolderViewWidget::~KRXFolderViewWidget()
@@ -183,6 +189,26 @@ void KRXFolderViewWidget::fillRows()
             rows.push_back(std::move(row));
     }
     putInRows(std::move(rows));
+    lookForDirectories();
+}
+
+void KRXFolderViewWidget::updateRows()
+{
+    const QSignalBlocker blocker(this);
+    ProfileLookup profiles;
+    const QList<QTreeWidgetItem*> rows = allRows();
+    for (QTreeWidgetItem* row : rows) {
+        KRXFolder folder;
+        if (!KRXFolderManager::getInstance().getFolder(getFolderId(row), folder))
+            continue;
+        const QString profileId = folder.property(KRXFolderProperties::kProfileId).toString();
+        const bool isEnabled = folder.property(KRXFolderProperties::kEnabled).toString() == kTrue;
+        const ProfileTexts& profile = profiles.texts(profileId);
+        row->setCheckState(kIdxActiveColumn, isEnabled ? Qt::Checked : Qt::Unchecked);
+        setProfileId(row, profileId);
+        row->setText(kIdxProfileColumn, profile.name);
+        setTargetBin(row, profile.bin);
+    }
 }
 
 /// Puts rows in at one go, in order already when that is by a text: the view's own sort, which goes through
@@ -244,6 +270,7 @@ QTreeWidgetItem* KRXFolderViewWidget::krxToFolderItem(const KRXFolder& folder)
         return nullptr;
     QTreeWidgetItem* item = row.release();
     addTopLevelItem(item);
+    m_probe->ask({getFolderPath(item)});
     return item;
 }
 
@@ -265,6 +292,15 @@ QList<QTreeWidgetItem*> KRXFolderViewWidget::allRows() const
     for (int i = 0; i < topLevelItemCount(); ++i)
         rows.append(topLevelItem(i));
     return rows;
+}
+
+QStringList KRXFolderViewWidget::allPaths() const
+{
+    QStringList paths;
+    paths.reserve(topLevelItemCount());
+    for (int i = 0; i < topLevelItemCount(); ++i)
+        paths.append(getFolderPath(topLevelItem(i)));
+    return paths;
 }
 
 QTreeWidgetItem* KRXFolderViewWidget::itemByFolderId(const QString& folderId) const
@@ -390,8 +426,21 @@ void KRXFolderViewWidget::updateOutputsReadyState(const QStringList& folderIds)
 
 void KRXFolderViewWidget::verifyFoldersPath()
 {
-    setInEveryRow(kIdxFolderColumn, kFolderExistRole, [](const QTreeWidgetItem* row) -> QVariant {
-        return QFileInfo::exists(getFolderPath(row));
+    lookForDirectories();
+    m_probe->waitBriefly();
+}
+
+void KRXFolderViewWidget::lookForDirectories()
+{
+    m_probe->ask(allPaths());
+}
+
+void KRXFolderViewWidget::showExistence(const QHash<QString, bool>& answers)
+{
+    setInEveryRow(kIdxFolderColumn, kFolderExistRole, [&answers](const QTreeWidgetItem* row) -> QVariant {
+        const auto answer = answers.constFind(getFolderPath(row));
+        return answer != answers.constEnd() ? QVariant(*answer)
+                                            : row->data(kIdxFolderColumn, kFolderExistRole);
     });
 }
 

@@ -2,6 +2,7 @@
 
 #include "KRXExport.h"
 
+#include <QHash>
 #include <QIcon>
 #include <QList>
 #include <QModelIndex>
@@ -16,8 +17,11 @@
 #include <memory>
 #include <vector>
 
+class DirectoryProbe;
 class KRXFolder;
 class KRXFolderViewWidgetItem;
+class QAction;
+class QMenu;
 
 /// The list of watched folders: one row each, with its acquire state, an enable check box, its name, profile,
 /// target bin and path. Edits go straight to the service. GUI thread only; requests block it.
@@ -60,8 +64,18 @@ public:
     /// Marks the rows whose folder has output ready, and takes the mark from the others; rows that are being
     /// acquired stay as they are. Only while the view is visible and has a current row.
     void updateOutputsReadyState(const QStringList& folderIds);
-    /// Looks for every row's directory in the file system and sets \ref kFolderExistRole.
+    /// Rebuilds all rows from the managers' caches, without a request. The states of acquisition are lost.
+    void fillRows();
+    /// Brings the rows of folders that the manager knows up to date with the managers' caches, without a
+    /// request and without itemChanged(): what others wrote to the service is no edit of the user's.
+    void updateRows();
+    /// Looks for every row's directory in the file system and sets \ref kFolderExistRole. Answers that come
+    /// quickly are there when it returns; a file system that does not answer is waited for a moment only, and
+    /// its rows follow when it does.
     void verifyFoldersPath();
+    /// The same without waiting: rows follow as the answers come. Cheap enough to be called every few
+    /// seconds.
+    void lookForDirectories();
 
     // Cells of a row. Of no row (null) a text is empty and a state is NoNewClips; setters then do nothing.
     static QString getFolderId(const QTreeWidgetItem* item);
@@ -91,13 +105,16 @@ public:
     static QString ingestIconName(int state);
     static QString ingestIconGroup();
 
+signals:
+    /// All clips that a folder had on offer were handed to the callback. \param count how many; never 0.
+    void clipsAcquired(const QString& folderId, int count);
+
 protected:
     bool event(QEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void showEvent(QShowEvent* event) override;
-
-    /// Rebuilds all rows from the managers' caches, without a request.
-    void fillRows();
 
 private slots:
     void itemChanged(QTreeWidgetItem* item, int column);
@@ -121,9 +138,18 @@ private:
     QRect ingestIconArea(const QModelIndex& index) const;
     void handlePress(const QPoint& position);
     void ingestClicked(const QModelIndex& index, const QPoint& position);
+    static bool isReady(const QTreeWidgetItem* row);
+    void acquireClips(const QString& folderId);
     void acquire(const QString& folderId);
     void showIngestState(const QString& folderId, int state);
     void profileClicked(const QModelIndex& index);
+    QMenu* openProfileMenu(const QModelIndex& cell);
+    void addProfiles(QMenu* menu, const QTreeWidgetItem* row);
+    static QAction* chosenAction(const QMenu* menu);
+    bool handleKey(int key, Qt::KeyboardModifiers modifiers);
+    void toggleEnabled(const QString& folderId);
+    QStringList allPaths() const;
+    void showExistence(const QHash<QString, bool>& answers);
 
     QIcon m_folderIcon;
     mutable QSize m_ingestIconSize;
@@ -132,4 +158,5 @@ private:
     QTreeWidgetItem* m_clickedItem = nullptr;
     /// Identifier and name of what was chosen last from the profile menu.
     QPair<QString, QString> m_chosenProfile;
+    DirectoryProbe* m_probe;
 };

@@ -1,6 +1,7 @@
 #include "ArrowButton.h"
 
 #include "HostQtShell.h"
+#include "KRXSkin.h"
 
 #include <QMouseEvent>
 #include <QPainter>
@@ -43,6 +44,9 @@ void ArrowButton::mousePressEvent(QMouseEvent* event)
 void ArrowButton::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    HostQtShell::drawSkinnedIcon(&painter, rect(), getResID(), getResGroup(), HostQtShell::iconTintColors(),
-                                 isEnabled() ? kEnabledAlpha : kDisabledAlpha);
+    KRXSkin::drawIcon(&painter, rect(),
+                      {getResID(), getResGroup(), HostQtShell::iconTintColors(),
+                       isEnabled() ? kEnabledAlpha : kDisabledAlpha},
+                      m_state == Open ? KRXSkin::Drawing::ArrowDown : KRXSkin::Drawing::ArrowRight,
+                      palette().color(QPalette::Active, QPalette::WindowText));
 }

@@ -3,6 +3,7 @@
 #include "ArrowButton.h"
 #include "HostQtShell.h"
 #include "KRXProfilesWindow.h"
+#include "KRXSkin.h"
 
 #include <QEvent>
 #include <QFont>
@@ -269,8 +270,9 @@ void KRXTwistWidget::paintEvent(QPaintEvent*)
     if (m_useTransparentBackground)
         return;
     const bool isOdd = indexInParentLayout() % 2 != 0;
-    QColor background = HostQtShell::paletteColor(isOdd ? QStringLiteral("BackgroundOddRowActiveColor")
-                                                        : QStringLiteral("BackgroundEvenRowActiveColor"));
+    QColor background =
+        isOdd ? KRXSkin::color(QStringLiteral("BackgroundOddRowActiveColor"), this, QPalette::AlternateBase)
+              : KRXSkin::color(QStringLiteral("BackgroundEvenRowActiveColor"), this, QPalette::Window);
     if (m_selected) {
         const bool isLightSkin = HostQtShell::currentSkinIndex() < HostQtShell::kFirstDarkSkin;
         background = isLightSkin ? background.lighter(kSelectionFactor) : background.darker(kSelectionFactor);
@@ -283,7 +285,8 @@ void KRXTwistWidget::paintEvent(QPaintEvent*)
 
 void KRXTwistWidget::paintDropIndicator(QPainter& painter) const
 {
-    const QColor color = HostQtShell::highlightPaletteColor(QStringLiteral("MenuSelectionColor"));
+    const QColor color =
+        KRXSkin::highlightColor(QStringLiteral("MenuSelectionColor"), this, QPalette::Highlight);
     const QRect line = rect().adjusted(0, kDropIndicatorInset, 0, -kDropIndicatorInset);
     painter.setPen(QPen(color, kDropIndicatorWidth, Qt::SolidLine));
     const int y = m_dropPosition == DropAtBottom ? line.bottom() : line.top();

@@ -122,6 +122,9 @@ void KRXWindow::refreshFolders()
         const QSignalBlocker boxBlocker(m_profilesBox);
         m_folderView->clear();
         m_folderView->fillView();
+        // A service that does not answer takes no row away: what is known of it is shown again.
+        if (m_folderView->topLevelItemCount() == 0)
+            m_folderView->fillRows();
         fillProfilesComboBox(m_profilesBox);
         QTreeWidgetItem* former = m_folderView->itemByFolderId(formerId);
         m_folderView->setCurrentItem(former ? former : m_folderView->topLevelItem(0));
@@ -214,6 +217,9 @@ void KRXWindow::openProfilesWindow()
         return;
     const QString formerId = profileIdFromComboBox(m_profilesBox);
     fillProfilesComboBox(m_profilesBox);
+    // A deletion in the editor gave its folders to another profile and disabled them. A row that did not know
+    // would be written back as it was.
+    m_folderView->updateRows();
     if (m_folderView->currentItem())
         refreshCurrentProfileItem();
     else
@@ -360,13 +366,13 @@ int KRXWindow::profileIndex(const QString& profileId) const
     return m_profilesBox->findData(profileId, Qt::UserRole, Qt::MatchExactly | Qt::MatchCaseSensitive);
 }
 
-/// Shows the current row's profile in the box, which changes nothing.
+/// Shows the current row's profile in the box, which changes nothing. The box shows none when the profile is
+/// gone: whatever is chosen then, the first one too, is a change.
 void KRXWindow::showProfileOfCurrentRow()
 {
     const QTreeWidgetItem* row = m_folderView->currentItem();
-    const int index = row ? profileIndex(KRXFolderViewWidget::getProfileId(row)) : -1;
-    if (index >= 0) {
-        const QSignalBlocker blocker(m_profilesBox);
-        m_profilesBox->setCurrentIndex(index);
-    }
+    if (!row)
+        return;
+    const QSignalBlocker blocker(m_profilesBox);
+    m_profilesBox->setCurrentIndex(profileIndex(KRXFolderViewWidget::getProfileId(row)));
 }

@@ -2,6 +2,7 @@
 
 #include "HostQtShell.h"
 #include "KRXFolderViewWidget.h"
+#include "KRXSkin.h"
 #include "KRXSummaryWidget.h"
 #include "KRXText.h"
 #include "KRXTextFitter.h"
@@ -206,7 +207,8 @@ void KRXWindow::paintEvent(QPaintEvent* event)
     // A width of 0 is a pen too: the thinnest line there is.
     const int width = HostQtShell::paletteNumber(QStringLiteral("WindowHighlightFrameWidth"));
     const int opacity = HostQtShell::paletteNumber(QStringLiteral("WindowHighlightFrameOpacity"));
-    QColor color = HostQtShell::highlightPaletteColor(QStringLiteral("WindowHighlightFrameColor"));
+    QColor color =
+        KRXSkin::highlightColor(QStringLiteral("WindowHighlightFrameColor"), this, QPalette::Highlight);
     color.setAlpha(qMin(opacity * kOpaque / 100, kOpaque));
 
     // The pen is centred on the outline, so the outline goes in by half of it; odd widths have their larger

@@ -5,10 +5,15 @@
 #include "KRXFolderViewWidget.h"
 #include "KRXProfileManager.h"
 #include "KRXTest.h"
+#include "ModelWatch.h"
 #include "StandInHost.h"
 
+#include <QAction>
+#include <QApplication>
+#include <QMenu>
 #include <QMouseEvent>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 
@@ -25,6 +30,7 @@ public:
             [this](const StandInHost::MessageRequest& request) { return answer(request); });
         service.profiles = {{"p1"_s, "Proxy"_s, "Bin 1"_s, {}, {}}, {"p2"_s, "Conform"_s, "Bin 2"_s, {}, {}}};
         view = std::make_unique<KRXFolderViewWidget>(nullptr);
+        KRXTest::watchModel(view.get());
         acquired().clear();
         view->registerCallback([](const QString& path) {
             acquired() << path;
@@ -108,3 +114,41 @@ private:
         return request.buttons.testFlag(reply) ? reply : request.defaultButton;
     }
 };
+
+inline QStringList shownIds(const KRXFolderViewWidget& view)
+{
+    QStringList ids;
+    for (int i = 0; i < view.topLevelItemCount(); ++i)
+        ids << KRXFolderViewWidget::getFolderId(view.topLevelItem(i));
+    return ids;
+}
+
+inline void compareMessage(int index, QMessageBox::Icon icon, const QString& title, const QString& text)
+{
+    const auto log = StandInHost::messageLog();
+    QVERIFY2(log.size() > index, "the message box was not shown");
+    QCOMPARE(log.at(index).icon, icon);
+    QCOMPARE(log.at(index).title, title);
+    QCOMPARE(log.at(index).text, text);
+}
+
+inline QMenu* openMenu()
+{
+    return qobject_cast<QMenu*>(QApplication::activePopupWidget());
+}
+
+inline QAction* actionOf(const QMenu* menu, const QString& profileId)
+{
+    const auto actions = menu->actions();
+    const auto found = std::find_if(actions.begin(), actions.end(),
+                                    [&](const QAction* a) { return a->data().toString() == profileId; });
+    return found == actions.end() ? nullptr : *found;
+}
+
+/// Selects the row, then opens its profile menu.
+inline QMenu* menuOf(const FolderViewFixture& f, const QString& folderId)
+{
+    f.view->setCurrentItem(f.row(folderId));
+    f.pressCell(folderId, KRXFolderViewWidget::kIdxProfileColumn);
+    return openMenu();
+}

@@ -126,6 +126,13 @@ private slots:
     void missingFolderDoesNotColourTheProfile();
     void otherColumnsArePaintedAsEver();
     void darkSkinTintsTheFolderIcon();
+    void darkSkinTintsTheArrow();
+    void selectedProfileHasItsPanelAndHighlightedText();
+    void editedProfileHasARectangle();
+    void bareHostsPicturesAreDrawnByHand_data();
+    void bareHostsPicturesAreDrawnByHand();
+    void bareHostsStatesLookDifferent();
+    void bareHostsFolderHasTheStylesIcon();
 
 private:
     std::unique_ptr<FolderViewFixture> f;
@@ -387,6 +394,107 @@ void TestFolderDelegate::darkSkinTintsTheFolderIcon()
     StandInHost::setSkin(StandInHost::kDarkSkin);
     const QImage dark = Cell(*f, View::kIdxFolderColumn).paint().copy(0, 0, kIconEdge, 22);
     QVERIFY(light != dark);
+}
+
+void TestFolderDelegate::darkSkinTintsTheArrow()
+{
+    const Cell cell(*f, View::kIdxProfileColumn);
+    const QRect arrow = cell.arrow();
+    const auto expected = [&] {
+        QImage image(cell.option.rect.size(), QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::white);
+        QPainter painter(&image);
+        HostQtShell::drawSkinnedIcon(&painter, arrow, "Arrows/popup_arrow.png"_s, "icons"_s,
+                                     HostQtShell::iconTintColors(), 255);
+        return image.copy(arrow);
+    };
+    const QImage light = expected();
+    QCOMPARE(cell.paint().copy(arrow), light);
+    StandInHost::setSkin(StandInHost::kDarkSkin);
+    QVERIFY(expected() != light);
+    QCOMPARE(Cell(*f, View::kIdxProfileColumn).paint().copy(arrow), expected());
+}
+
+void TestFolderDelegate::selectedProfileHasItsPanelAndHighlightedText()
+{
+    Cell cell(*f, View::kIdxProfileColumn);
+    cell.option.state |= QStyle::State_Selected;
+    cell.option.palette.setColor(QPalette::HighlightedText, Qt::green);
+    const QImage image = cell.paint();
+    QVERIFY(countPixels(image, QRect(0, 0, 100, 22),
+                        [](QRgb p) { return qGreen(p) > 200 && qRed(p) < 80 && qBlue(p) < 80; }) > 5);
+    QCOMPARE(image.pixelColor(140, 2), cell.option.palette.color(QPalette::Active, QPalette::Highlight));
+}
+
+void TestFolderDelegate::editedProfileHasARectangle()
+{
+    Cell cell(*f, View::kIdxProfileColumn);
+    cell.option.state |= QStyle::State_Editing;
+    const QImage edited = cell.paint();
+    QStyleOptionViewItem option = cell.option;
+    option.text = "Proxy"_s;
+    option.features = QStyleOptionViewItem::HasDisplay;
+    QRect text = f->view->style()->subElementRect(QStyle::SE_ItemViewItemText, &option, f->view.get());
+    text.setRight(qMin(text.right(), cell.arrow().left() - 1));
+    const QRgb frame = cell.option.palette.color(QPalette::Active, QPalette::Text).rgb();
+    for (const QPoint& edge : {QPoint(text.left() + 60, text.top()), QPoint(text.left() + 60, text.bottom()),
+                               QPoint(text.left(), 4), QPoint(text.right(), 4)})
+        QCOMPARE(edited.pixel(edge), frame);
+}
+
+void TestFolderDelegate::bareHostsPicturesAreDrawnByHand_data()
+{
+    QTest::addColumn<int>("column");
+    QTest::addColumn<int>("state");
+    QTest::addColumn<bool>("isDisabled");
+    for (const bool isDisabled : {false, true}) {
+        const char* how = isDisabled ? "disabled" : "enabled";
+        QTest::addRow("ready, %s", how) << View::kIdxIngestColumn << 1 << isDisabled;
+        QTest::addRow("in progress, %s", how) << View::kIdxIngestColumn << 2 << isDisabled;
+        QTest::addRow("arrow, %s", how) << View::kIdxProfileColumn << 0 << isDisabled;
+    }
+}
+
+void TestFolderDelegate::bareHostsPicturesAreDrawnByHand()
+{
+    QFETCH(int, column);
+    QFETCH(int, state);
+    QFETCH(bool, isDisabled);
+    View::setIngestState(f->row("a"_s), state);
+    Cell cell(*f, column);
+    if (isDisabled)
+        cell.option.state &= ~QStyle::State_Enabled;
+    cell.option.palette.setColor(QPalette::Text, QColor(0, 0, 200));
+    StandInHost::setBare(true);
+    const QImage image = cell.paint();
+    StandInHost::setBare(false);
+    const QRect area = column == View::kIdxProfileColumn ? cell.arrow() : cell.option.rect;
+    QVERIFY(countPixels(image, area, [](QRgb p) { return qBlue(p) - qRed(p) > 60; }) > 5);
+}
+
+void TestFolderDelegate::bareHostsStatesLookDifferent()
+{
+    StandInHost::setBare(true);
+    View::setIngestState(f->row("a"_s), 1);
+    const QImage ready = Cell(*f, View::kIdxIngestColumn).paint();
+    View::setIngestState(f->row("a"_s), 2);
+    const QImage inProgress = Cell(*f, View::kIdxIngestColumn).paint();
+    View::setIngestState(f->row("a"_s), 0);
+    const QImage none = Cell(*f, View::kIdxIngestColumn).paint();
+    StandInHost::setBare(false);
+    QVERIFY(ready != inProgress);
+    QCOMPARE(inked(none, none.rect()), 0);
+}
+
+void TestFolderDelegate::bareHostsFolderHasTheStylesIcon()
+{
+    StandInHost::setBare(true);
+    f->view = std::make_unique<View>(nullptr);
+    f->view->fillView();
+    StandInHost::setBare(false);
+    QVERIFY(!f->row("a"_s)->icon(View::kIdxFolderColumn).isNull());
+    const QImage image = Cell(*f, View::kIdxFolderColumn).paint();
+    QVERIFY(inked(image, QRect(0, 0, kIconEdge, 22)) > 20);
 }
 
 QTEST_MAIN(TestFolderDelegate)

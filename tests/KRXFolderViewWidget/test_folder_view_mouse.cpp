@@ -1,3 +1,5 @@
+// Acquiring with the mouse, and tooltips.
+
 #include "FolderViewFixture.h"
 #include "HostQtShell.h"
 #include "KRXTest.h"
@@ -20,27 +22,6 @@
 using View = KRXFolderViewWidget;
 
 namespace {
-
-QMenu* openMenu()
-{
-    return qobject_cast<QMenu*>(QApplication::activePopupWidget());
-}
-
-QAction* actionOf(const QMenu* menu, const QString& profileId)
-{
-    const auto actions = menu->actions();
-    const auto found = std::find_if(actions.begin(), actions.end(),
-                                    [&](const QAction* a) { return a->data().toString() == profileId; });
-    return found == actions.end() ? nullptr : *found;
-}
-
-/// Selects the row, then opens its profile menu.
-QMenu* menuOf(const FolderViewFixture& f, const QString& folderId)
-{
-    f.view->setCurrentItem(f.row(folderId));
-    f.pressCell(folderId, View::kIdxProfileColumn);
-    return openMenu();
-}
 
 /// Asks for a tooltip at a position of the viewport as the window system would. \return whether it was
 /// accepted.
@@ -93,6 +74,10 @@ private slots:
     void rowWithoutClipsDoesNotReact();
     void clickBesideTheIconDoesNothing();
     void iconAreaIsCentredOnTheCell();
+    void bareHostsIconCanBeClicked();
+    void everyAcquisitionTellsItsCount_data();
+    void everyAcquisitionTellsItsCount();
+    void acquisitionTellsItsCountWhenTheRowIsGone();
     void folderWithoutFilesOnlyLosesItsMark();
     void failedReadReturnsTheRowWithoutAMessage();
     void withoutACallbackTheClipsStayOnOffer();
@@ -102,29 +87,6 @@ private slots:
     void viewDestroyedDuringAnAcquisitionIsHarmless();
     void folderIsReadFreshFromTheService();
     void handlersRunBeforeTheSelectionChanges();
-
-    // --- Choosing a profile ---
-    void firstClickOnTheProfileOnlySelects();
-    void secondClickOpensTheMenu();
-    void menuListsTheProfilesByName();
-    void menuChecksTheProfileOfTheRow();
-    void menuHasTheApplicationsFontAndTheCellsWidth();
-    void menuOpensBelowTheCell();
-    void menuShowsAnAmpersand();
-    void menuIsGoneAfterItsUse();
-    void chosenProfileIsShownAndWrittenOnce();
-    void chosenProfileOfAFilledDirectoryAsks();
-    void choosingTheSameNameStillWrites();
-    void profileThatCopiesIntoTheFolderIsRefused();
-    void pathsOfOtherCaseAreNotRefused();
-    void forgottenProfileIsWrittenWithoutABin();
-    void fillingWhileTheMenuIsOpenFindsTheRowAgain();
-    void folderGoneWhileTheMenuIsOpenChangesNothing();
-    void viewClosedWhileTheMenuIsOpenIsHarmless();
-    void otherButtonsDoNotOpenTheMenu();
-    void clickBelowTheRowsDoesNothing();
-    void otherColumnsOnlySelect();
-    void checkBoxIsToggledByTheMouse();
 
     // --- Tooltips ---
     void readyIconHasATooltip();
@@ -390,288 +352,6 @@ void TestFolderViewMouse::handlersRunBeforeTheSelectionChanges()
     QCOMPARE(View::getFolderId(f.view->currentItem()), "b"_s);
 }
 
-void TestFolderViewMouse::firstClickOnTheProfileOnlySelects()
-{
-    FolderViewFixture f;
-    f.showTwoFolders();
-    f.view->setCurrentItem(f.row("a"_s));
-    f.pressCell("b"_s, View::kIdxProfileColumn);
-    QCOMPARE(openMenu(), nullptr);
-    QVERIFY(f.row("b"_s)->isSelected());
-}
-
-void TestFolderViewMouse::secondClickOpensTheMenu()
-{
-    FolderViewFixture f;
-    f.showTwoFolders();
-    f.view->setCurrentItem(f.row("a"_s));
-    f.pressCell("b"_s, View::kIdxProfileColumn);
-    f.pressCell("b"_s, View::kIdxProfileColumn);
-    QVERIFY(openMenu());
-    QCOMPARE(f.service.lines(), QStringList());
-}
-
-void TestFolderViewMouse::menuListsTheProfilesByName()
-{
-    FolderViewFixture f;
-    f.service.profiles.append({"p0"_s, "archive"_s});
-    f.showTwoFolders();
-    const QMenu* menu = menuOf(f, "a"_s);
-    QVERIFY(menu);
-    QStringList texts;
-    QStringList ids;
-    const auto actions = menu->actions();
-    for (const QAction* action : actions) {
-        texts << action->text();
-        ids << action->data().toString();
-    }
-    QCOMPARE(texts, QStringList({"archive"_s, "Conform"_s, "Proxy"_s}));
-    QCOMPARE(ids, QStringList({"p0"_s, "p2"_s, "p1"_s}));
-}
-
-void TestFolderViewMouse::menuChecksTheProfileOfTheRow()
-{
-    FolderViewFixture f;
-    f.showTwoFolders();
-    const QMenu* menu = menuOf(f, "b"_s);
-    QVERIFY(menu);
-    QVERIFY(actionOf(menu, "p2"_s)->isCheckable());
-    QVERIFY(actionOf(menu, "p2"_s)->isChecked());
-    QVERIFY(!actionOf(menu, "p1"_s)->isCheckable());
-}
-
-void TestFolderViewMouse::menuHasTheApplicationsFontAndTheCellsWidth()
-{
-    FolderViewFixture f;
-    f.showTwoFolders();
-    QFont other = f.view->font();
-    other.setPointSize(other.pointSize() + 7);
-    f.view->setFont(other);
-    const QMenu* menu = menuOf(f, "a"_s);
-    QVERIFY(menu);
-    QCOMPARE(menu->font(), QApplication::font());
-    QVERIFY(menu->width() >= f.view->columnWidth(View::kIdxProfileColumn));
-}
-
-void TestFolderViewMouse::menuOpensBelowTheCell()
-{
-    FolderViewFixture f;
-    f.showTwoFolders();
-    const QMenu* menu = menuOf(f, "a"_s);
-    QVERIFY(menu);
-    const QRect cell = f.cell("a"_s, View::kIdxProfileColumn);
-    QCOMPARE(menu->pos(),
-             f.view->mapToGlobal(QPoint(cell.left(), cell.bottom() + f.view->header()->height() + 2)));
-}
-
-void TestFolderViewMouse::menuShowsAnAmpersand()
-{
-    FolderViewFixture f;
-    f.service.profiles = {{"p1"_s, "Cut & Colour"_s}, {"p2"_s, "Conform"_s}};
-    f.showTwoFolders();
-    const QMenu* menu = menuOf(f, "b"_s);
-    QVERIFY(menu);
-    QCOMPARE(actionOf(menu, "p1"_s)->text(), "Cut && Colour"_s);
-    actionOf(menu, "p1"_s)->trigger();
-    QCOMPARE(View::getProfileName(f.row("b"_s)), "Cut & Colour"_s);
-}
-
-void TestFolderViewMouse::menuIsGoneAfterItsUse()
-{
-    FolderViewFixture f;
-    f.showTwoFolders();
-    const QPointer<QMenu> menu = menuOf(f, "a"_s);
-    QVERIFY(menu);
-    QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(actionOf(menu, "p2"_s)).center());
-    QTRY_VERIFY(!menu);
-    QCOMPARE(View::getProfileId(f.row("a"_s)), "p2"_s);
-}
-
-void TestFolderViewMouse::chosenProfileIsShownAndWrittenOnce()
-{
-    FolderViewFixture f;
-    f.showTwoFolders();
-    const QMenu* menu = menuOf(f, "a"_s);
-    QVERIFY(menu);
-    actionOf(menu, "p2"_s)->trigger();
-    QCOMPARE(View::getProfileId(f.row("a"_s)), "p2"_s);
-    QCOMPARE(View::getProfileName(f.row("a"_s)), "Conform"_s);
-    QCOMPARE(f.row("a"_s)->text(View::kIdxBinColumn), "Bin 2"_s);
-    QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/a"_s}));
-    QCOMPARE(f.service.folders.at(0).profile, "p2"_s);
-    QVERIFY(StandInHost::messageLog().isEmpty());
-    QVERIFY(!f.view->model()->signalsBlocked());
-    // The slot itself takes what was chosen last.
-    f.service.clear();
-    QVERIFY(QMetaObject::invokeMethod(f.view.get(), "updateProfileValue"));
-    QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/a"_s}));
-}
-
-void TestFolderViewMouse::chosenProfileOfAFilledDirectoryAsks()
-{
-    QTemporaryDir filled;
-    QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
-    FolderViewFixture f;
-    f.service.folders = {{"a"_s, filled.path(), "p1"_s, "true"_s}};
-    f.view->fillView();
-    f.show();
-    const QMenu* menu = menuOf(f, "a"_s);
-    QVERIFY(menu);
-    actionOf(menu, "p2"_s)->trigger();
-    QCOMPARE(StandInHost::messageLog().size(), 1);
-    QCOMPARE(StandInHost::messageLog().at(0).text,
-             "Do you want to process existing files with the new folder profile?"_s);
-    QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/a?reprocess=true"_s}));
-}
-
-void TestFolderViewMouse::choosingTheSameNameStillWrites()
-{
-    FolderViewFixture f;
-    f.service.profiles = {{"p1"_s, "Twin"_s, "Bin 1"_s}, {"p2"_s, "Twin"_s, "Bin 2"_s}};
-    f.showTwoFolders();
-    const QMenu* menu = menuOf(f, "a"_s);
-    QVERIFY(menu);
-    actionOf(menu, "p2"_s)->trigger();
-    QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/a"_s}));
-    QCOMPARE(f.service.folders.at(0).profile, "p2"_s);
-    QCOMPARE(f.row("a"_s)->text(View::kIdxBinColumn), "Bin 2"_s);
-}
-
-void TestFolderViewMouse::profileThatCopiesIntoTheFolderIsRefused()
-{
-    FolderViewFixture f;
-    f.service.profiles[1].copyTo = QStringList{"/elsewhere"_s, "/media/a"_s};
-    f.showTwoFolders();
-    const QMenu* menu = menuOf(f, "a"_s);
-    QVERIFY(menu);
-    actionOf(menu, "p2"_s)->trigger();
-    const auto log = StandInHost::messageLog();
-    QCOMPARE(log.size(), 1);
-    QCOMPARE(log.at(0).icon, QMessageBox::Warning);
-    QCOMPARE(log.at(0).title, "Error occurred"_s);
-    QCOMPARE(log.at(0).text,
-             "Can't assign Conform profile to this folder. Folder and Profile [Copy To] action have "
-             "the same path"_s);
-    QCOMPARE(log.at(0).buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QCOMPARE(View::getProfileId(f.row("a"_s)), "p1"_s);
-    QCOMPARE(View::getProfileName(f.row("a"_s)), "Proxy"_s);
-    QCOMPARE(f.row("a"_s)->text(View::kIdxBinColumn), "Bin 1"_s);
-    QCOMPARE(f.service.lines(), QStringList());
-}
-
-void TestFolderViewMouse::pathsOfOtherCaseAreNotRefused()
-{
-    FolderViewFixture f;
-    f.service.profiles[1].copyTo = QStringList{"/MEDIA/a"_s, "/media/a/below"_s};
-    f.showTwoFolders();
-    const QMenu* menu = menuOf(f, "a"_s);
-    QVERIFY(menu);
-    actionOf(menu, "p2"_s)->trigger();
-    QVERIFY(StandInHost::messageLog().isEmpty());
-    QCOMPARE(View::getProfileId(f.row("a"_s)), "p2"_s);
-}
-
-void TestFolderViewMouse::forgottenProfileIsWrittenWithoutABin()
-{
-    FolderViewFixture f;
-    f.showTwoFolders();
-    const QMenu* menu = menuOf(f, "a"_s);
-    QVERIFY(menu);
-    f.service.profiles.removeLast();
-    QVERIFY(KRXProfileManager::getInstance().refreshProfiles(true));
-    f.service.clear();
-    actionOf(menu, "p2"_s)->trigger();
-    QCOMPARE(View::getProfileName(f.row("a"_s)), "Conform"_s);
-    QCOMPARE(f.row("a"_s)->text(View::kIdxBinColumn), QString());
-    QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/a"_s}));
-}
-
-void TestFolderViewMouse::fillingWhileTheMenuIsOpenFindsTheRowAgain()
-{
-    FolderViewFixture f;
-    f.showTwoFolders();
-    const QMenu* menu = menuOf(f, "a"_s);
-    QVERIFY(menu);
-    f.view->fillView();
-    f.service.clear();
-    actionOf(menu, "p2"_s)->trigger();
-    QCOMPARE(View::getProfileId(f.row("a"_s)), "p2"_s);
-    QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/a"_s}));
-}
-
-void TestFolderViewMouse::folderGoneWhileTheMenuIsOpenChangesNothing()
-{
-    FolderViewFixture f;
-    f.showTwoFolders();
-    const QMenu* menu = menuOf(f, "a"_s);
-    QVERIFY(menu);
-    f.view->delFolder();
-    QCOMPARE(f.row("a"_s), nullptr);
-    f.service.clear();
-    actionOf(menu, "p2"_s)->trigger();
-    QCOMPARE(f.service.lines(), QStringList());
-}
-
-void TestFolderViewMouse::viewClosedWhileTheMenuIsOpenIsHarmless()
-{
-    FolderViewFixture f;
-    f.showTwoFolders();
-    const QPointer<QMenu> menu = menuOf(f, "a"_s);
-    QVERIFY(menu);
-    f.view.reset();
-    QVERIFY(!menu);
-    QCOMPARE(QApplication::activePopupWidget(), nullptr);
-}
-
-void TestFolderViewMouse::otherButtonsDoNotOpenTheMenu()
-{
-    FolderViewFixture f;
-    f.showTwoFolders();
-    f.view->setCurrentItem(f.row("a"_s));
-    f.press(f.cell("a"_s, View::kIdxProfileColumn).center(), Qt::RightButton);
-    QCOMPARE(openMenu(), nullptr);
-}
-
-void TestFolderViewMouse::clickBelowTheRowsDoesNothing()
-{
-    FolderViewFixture f;
-    f.showTwoFolders();
-    const QRect last = f.cell("b"_s, View::kIdxIngestColumn);
-    f.press(QPoint(last.center().x(), last.bottom() + 20));
-    QCOMPARE(f.service.lines(), QStringList());
-    QCOMPARE(openMenu(), nullptr);
-}
-
-void TestFolderViewMouse::otherColumnsOnlySelect()
-{
-    FolderViewFixture f;
-    f.showTwoFolders();
-    View::setIngestState(f.row("b"_s), 1);
-    f.pressCell("b"_s, View::kIdxFolderColumn);
-    f.pressCell("b"_s, View::kIdxFolderColumn);
-    f.pressCell("b"_s, View::kIdxBinColumn);
-    f.pressCell("b"_s, View::kIdxPathColumn);
-    QCOMPARE(View::getFolderId(f.view->currentItem()), "b"_s);
-    QCOMPARE(f.service.lines(), QStringList());
-    QCOMPARE(openMenu(), nullptr);
-}
-
-void TestFolderViewMouse::checkBoxIsToggledByTheMouse()
-{
-    FolderViewFixture f;
-    f.showTwoFolders();
-    QStyleOptionViewItem option;
-    option.initFrom(f.view.get());
-    option.features = QStyleOptionViewItem::HasCheckIndicator;
-    option.rect = f.cell("a"_s, View::kIdxActiveColumn);
-    const QRect box =
-        f.view->style()->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &option, f.view.get());
-    f.press(box.center());
-    QCOMPARE(f.row("a"_s)->checkState(View::kIdxActiveColumn), Qt::Checked);
-    QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/a"_s}));
-    QCOMPARE(f.service.folders.at(0).enabled, "true"_s);
-}
-
 void TestFolderViewMouse::readyIconHasATooltip()
 {
     FolderViewFixture f;
@@ -747,6 +427,69 @@ void TestFolderViewMouse::tooltipOfTheViewItselfIsNeverShown()
     f.view->setToolTip("List of KRX Folders"_s);
     askTooltip(f, f.cell("a"_s, View::kIdxFolderColumn).center());
     QVERIFY(!QToolTip::isVisible());
+}
+
+void TestFolderViewMouse::bareHostsIconCanBeClicked()
+{
+    StandInHost::setBare(true);
+    FolderViewFixture f;
+    f.showTwoFolders();
+    const QRect cell = f.cell("a"_s, View::kIdxIngestColumn);
+    QRect area(0, 0, 16, 16);
+    area.moveCenter(cell.center());
+    const auto reacts = [&](int x) {
+        f.service.clear();
+        View::setIngestState(f.row("a"_s), 1);
+        f.press(QPoint(x, cell.center().y()));
+        return !f.service.lines().isEmpty();
+    };
+    const bool isSound =
+        reacts(area.left()) && reacts(area.right()) && !reacts(area.left() - 1) && !reacts(area.right() + 1);
+    View::setIngestState(f.row("a"_s), 1);
+    askTooltip(f, QPoint(area.left(), cell.center().y()));
+    StandInHost::setBare(false);
+    QVERIFY(isSound);
+    QCOMPARE(QToolTip::text(), "New clips available"_s);
+}
+
+void TestFolderViewMouse::everyAcquisitionTellsItsCount_data()
+{
+    QTest::addColumn<int>("count");
+    for (const int count : {0, 1, 12})
+        QTest::addRow("%d clips", count) << count;
+}
+
+void TestFolderViewMouse::everyAcquisitionTellsItsCount()
+{
+    QFETCH(int, count);
+    FolderViewFixture f;
+    f.showTwoFolders();
+    for (int i = 0; i < count; ++i)
+        f.service.folders[1].files << QStringLiteral("/out/%1.xel").arg(i);
+    View::setIngestState(f.row("b"_s), 1);
+    QSignalSpy acquisitions(f.view.get(), &View::clipsAcquired);
+    f.pressCell("b"_s, View::kIdxIngestColumn);
+    QCOMPARE(FolderViewFixture::acquired().size(), count);
+    QCOMPARE(acquisitions.size(), count == 0 ? 0 : 1);
+    if (count > 0) {
+        QCOMPARE(acquisitions.at(0).at(0).toString(), "b"_s);
+        QCOMPARE(acquisitions.at(0).at(1).toInt(), count);
+        // The status bar is free for whoever shows it.
+        QCOMPARE(progress().last(), "close"_s);
+    }
+}
+
+void TestFolderViewMouse::acquisitionTellsItsCountWhenTheRowIsGone()
+{
+    FolderViewFixture f;
+    f.showTwoFolders();
+    f.service.folders[1].files = QStringList{"/out/1.xel"_s, "/out/2.xel"_s};
+    View::setIngestState(f.row("b"_s), 1);
+    FolderViewFixture::duringAcquisition() = [&](const QString&) { f.view->clear(); };
+    QSignalSpy acquisitions(f.view.get(), &View::clipsAcquired);
+    f.pressCell("b"_s, View::kIdxIngestColumn);
+    QCOMPARE(acquisitions.size(), 1);
+    QCOMPARE(acquisitions.at(0).at(1).toInt(), 2);
 }
 
 QTEST_MAIN(TestFolderViewMouse)

@@ -1,7 +1,9 @@
 #include "FakeFolderService.h"
 #include "HostQtShell.h"
 #include "KRXLinkToProfileWidget.h"
+#include "KRXProfile.h"
 #include "KRXProfileManager.h"
+#include "KRXProfileProperties.h"
 #include "KRXProfilesWindow.h"
 #include "KRXSummaryWidget.h"
 #include "KRXTest.h"
@@ -117,6 +119,9 @@ private slots:
     void editorGetsTheProfilesAndTheChoice();
     void editorRequestsAreInOrder();
     void choiceIsRestoredAfterTheEditor();
+    void rememberedIdentifierIsMatchedExactly();
+    void profileThatDoesNotParseLeavesTheSummary();
+    void clearedSummaryHasNoRowsAndTheHeightOfNone();
     void newFirstProfileDoesNotMoveTheChoice();
     void deletedChoiceFallsBackToTheFirst();
     void fallingBackToTheFirstDoesNotRefreshTheSummary();
@@ -455,6 +460,58 @@ void TestLinkToProfile::editorThatWentAwayIsForgotten()
     editor.reset();
     widget.findChild<QPushButton*>()->click();
     QCOMPARE(f.service.lines(), QStringList());
+}
+
+void TestLinkToProfile::rememberedIdentifierIsMatchedExactly()
+{
+    Fixture f;
+    f.service.profiles = {{"P2"_s, "Alpha"_s, "Bin A"_s},
+                          {"p22"_s, "Beta"_s, "Bin B"_s},
+                          {"xp2"_s, "Gamma"_s, "Bin C"_s},
+                          {"p2"_s, "Proxy"_s, "Bin 2"_s}};
+    f.make();
+    f.box()->setCurrentIndex(3);
+    QCOMPARE(f.widget->selectedProfileId(), "p2"_s);
+    f.button()->click();
+    QCOMPARE(f.widget->selectedProfileId(), "p2"_s);
+    QCOMPARE(f.box()->currentIndex(), 3);
+    // Likenesses are no match.
+    f.editor.whileOpen = [&f] { f.service.profiles.removeLast(); };
+    f.button()->click();
+    QCOMPARE(f.box()->currentIndex(), 0);
+}
+
+void TestLinkToProfile::profileThatDoesNotParseLeavesTheSummary()
+{
+    Fixture f;
+    f.make();
+    const auto profiles = KRXProfileManager::getInstance().getKRXProfileList();
+    profiles.at(1)->setProperty(KRXProfileProperties::kXml, "<profile><binDetail>"_s);
+    const int rows = f.summary.rowCount();
+    f.box()->setCurrentIndex(1);
+    QCOMPARE(f.widget->selectedProfileId(), "p2"_s);
+    QCOMPARE(f.summaryBin(), "Bin 1"_s);
+    QCOMPARE(f.summary.rowCount(), rows);
+    profiles.at(1)->setProperty(KRXProfileProperties::kXml, QVariant());
+    f.box()->setCurrentIndex(0);
+    f.box()->setCurrentIndex(1);
+    QCOMPARE(f.summaryBin(), "Bin 1"_s);
+}
+
+void TestLinkToProfile::clearedSummaryHasNoRowsAndTheHeightOfNone()
+{
+    const KRXSummaryWidget none(nullptr);
+    Fixture f;
+    f.make();
+    QVERIFY(f.summary.rowCount() > 0);
+    QVERIFY(f.summary.height() > none.height());
+    f.box()->addItem("Nothing"_s, QString());
+    f.box()->setCurrentIndex(2);
+    QCOMPARE(f.widget->selectedProfileId(), QString());
+    QCOMPARE(f.summary.rowCount(), 0);
+    QCOMPARE(f.summary.maximumHeight(), none.maximumHeight());
+    QCOMPARE(f.summary.minimumHeight(), none.minimumHeight());
+    QCOMPARE(f.summary.item(0, 0), nullptr);
 }
 
 QTEST_MAIN(TestLinkToProfile)

@@ -62,6 +62,7 @@ class TestArrowButton : public QObject
     Q_OBJECT
 
 private slots:
+    void bareHostsArrowIsDrawnByHand();
     void init() { StandInHost::setSkin(StandInHost::kLightSkin); }
 
     void aNewButtonIsClosed()
@@ -191,6 +192,24 @@ private slots:
         QCOMPARE(painted(button), expected);
     }
 };
+
+void TestArrowButton::bareHostsArrowIsDrawnByHand()
+{
+    ArrowButton button(nullptr);
+    button.resize(10, 10);
+    QPalette palette = button.palette();
+    palette.setColor(QPalette::WindowText, QColor(0, 0, 200));
+    button.setPalette(palette);
+    StandInHost::setBare(true);
+    const QImage closed = painted(button);
+    button.setState(ArrowButton::Open);
+    const QImage open = painted(button);
+    StandInHost::setBare(false);
+    QVERIFY(closed != blank(closed.size()));
+    QVERIFY(open != blank(open.size()));
+    QVERIFY(open != closed);
+    QCOMPARE(closed.pixelColor(5, 5), QColor(0, 0, 200));
+}
 
 QTEST_MAIN(TestArrowButton)
 #include "test_arrow_button.moc"

@@ -93,6 +93,7 @@ class TestTwistWidgetPainting : public QObject
     Q_OBJECT
 
 private slots:
+    void bareHostsSectionsHaveThePalettesColours();
     void init() { StandInHost::setSkin(StandInHost::kLightSkin); }
 
     void theSkinHasDifferentColorsForOddAndEvenRows()
@@ -267,6 +268,28 @@ private slots:
         QTRY_VERIFY(section.paints > 0);
     }
 };
+
+void TestTwistWidgetPainting::bareHostsSectionsHaveThePalettesColours()
+{
+    Column column(2);
+    QPalette palette = column.parent.palette();
+    palette.setColor(QPalette::Window, QColor(240, 230, 220));
+    palette.setColor(QPalette::AlternateBase, QColor(220, 230, 240));
+    palette.setColor(QPalette::Highlight, QColor(20, 120, 20));
+    column.parent.setPalette(palette);
+    DropTarget target(nullptr, QString());
+    target.setPalette(palette);
+    target.resize(kSize);
+    target.setDropPosition(1);
+    StandInHost::setBare(true);
+    const QImage even = painted(*column.sections[0]);
+    const QImage odd = painted(*column.sections[1]);
+    const QImage drop = painted(target);
+    StandInHost::setBare(false);
+    QVERIFY(isAll(even, QColor(240, 230, 220)));
+    QVERIFY(isAll(odd, QColor(220, 230, 240)));
+    QVERIFY(!fullRows(drop, QColor(20, 120, 20)).isEmpty());
+}
 
 QTEST_MAIN(TestTwistWidgetPainting)
 #include "test_twist_widget_painting.moc"

@@ -9,6 +9,7 @@
 #include "KRXTest.h"
 #include "KRXTwistWidget.h"
 #include "KRXWindow.h"
+#include "ModelWatch.h"
 #include "StandInHost.h"
 
 #include <QComboBox>
@@ -110,6 +111,7 @@ public:
         service.folders = {{"a"_s, "/media/a"_s, "p1"_s}, {"b"_s, "/media/b"_s, "p2"_s, "true"_s}};
         acquired().clear();
         panel = std::make_unique<HostPanel>([](const QString& path) { acquired() << path; });
+        KRXTest::watchModel(panel->getFolderViewWidget());
     }
 
     ~PanelFixture()

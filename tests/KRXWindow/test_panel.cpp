@@ -7,6 +7,9 @@
 #include <QImage>
 #include <QLayout>
 #include <QMenu>
+#include <QPaintDevice>
+#include <QPaintEngine>
+#include <QPen>
 #include <QPointer>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -19,6 +22,72 @@ const QStringList kLoading = {QStringLiteral("GET xelmediafolders?level=detail")
                               QStringLiteral("GET profiles?level=detail")};
 const QString kProfiles = QStringLiteral("GET profiles?level=detail");
 
+/// What rectangles are drawn with, instead of the drawing.
+class PenRecorder : public QPaintDevice
+{
+public:
+    QList<QPen> pens;
+    QList<QBrush> brushes;
+
+    QPaintEngine* paintEngine() const override { return &m_engine; }
+
+protected:
+    int metric(PaintDeviceMetric metric) const override
+    {
+        switch (metric) {
+        case PdmWidth:
+        case PdmHeight:
+            return 2000;
+        case PdmDevicePixelRatio:
+            return 1;
+        case PdmDevicePixelRatioScaled:
+            return int(devicePixelRatioFScale());
+        case PdmDepth:
+            return 32;
+        default:
+            return 96;
+        }
+    }
+
+private:
+    class Engine : public QPaintEngine
+    {
+    public:
+        explicit Engine(PenRecorder* recorder)
+            : QPaintEngine(AllFeatures)
+            , m_recorder(recorder)
+        {
+        }
+        bool begin(QPaintDevice*) override { return true; }
+        bool end() override { return true; }
+        void updateState(const QPaintEngineState& state) override
+        {
+            if (state.state() & DirtyPen)
+                m_pen = state.pen();
+            if (state.state() & DirtyBrush)
+                m_brush = state.brush();
+        }
+        void drawRects(const QRectF*, int) override { note(); }
+        void drawRects(const QRect*, int) override { note(); }
+        void drawPath(const QPainterPath&) override {}
+        void drawPixmap(const QRectF&, const QPixmap&, const QRectF&) override {}
+        Type type() const override { return User; }
+
+    private:
+        void note()
+        {
+            m_recorder->pens << m_pen;
+            m_recorder->brushes << m_brush;
+        }
+
+        PenRecorder* m_recorder;
+        QPen m_pen;
+        QBrush m_brush;
+    };
+
+    mutable Engine m_engine{this};
+};
+
 } // namespace
 
 class TestPanel : public QObject
@@ -26,8 +95,6 @@ class TestPanel : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-
     // --- Construction ---
     void constructionAsksNothing();
     void textsAndTooltipsAreAsNamed();
@@ -39,6 +106,7 @@ private slots:
     void hooksOfTheHostDoNothing();
     void editorButtonShowsItsWholeText();
     void offlineMessageSqueezesNothing();
+    void partsStandFromTopToBottom();
 
     // --- Showing ---
     void firstShowLoadsEverythingInOrder();
@@ -61,57 +129,17 @@ private slots:
     void goingOfflineUnderTheEditorEnablesNothing();
     void goingOfflineUnderAQuestionEnablesNothing();
 
-    // --- Adding and removing ---
-    void firstChooserStartsNowhere();
-    void chooserIsGuardedAndTitled();
-    void chooserStartsWhereItWasLastInEveryPanel();
-    void directoryIsRememberedThoughTheAddFailed();
-    void cancelledChooserChangesNothing();
-    void chosenDirectoryIsAddedWithTheBoxesProfile();
-    void emptyBoxAddsWithoutAProfile();
-    void panelDestroyedWhileChoosingIsHarmless();
-    void removingTheLastFolderDisablesTheButton();
-    void removingMovesToTheNextRow();
-    void failedRemovalKeepsTheButton();
-
-    // --- Refreshing ---
-    void refreshRestoresTheCurrentFolder();
-    void refreshFallsBackToTheFirstFolder();
-    void refreshWritesNothing();
-    void refreshUpdatesTheButtons();
-    void refreshWhileOfflineEnablesNothing();
-    void readyFoldersReachTheView();
-    void acquiredClipsReachTheHost();
-    void registeredCallbackDoesNotReachTheView();
-    void nullCallbackIsNeverCalled();
-
     // --- Height and frame ---
     void openedSummaryAsksForAHeight();
     void frameIsDrawnOnlyWhileHighlighted();
     void frameOfWidthZeroIsTheThinnestLine();
     void frameOfWidthThreeIsInsetByOneAndTwo();
     void frameHasTheHostsColour();
+    void opacityOfTheFrameIsCutOffNotRounded();
+    void penOfTheFrameIsSquareAndBevelled();
+    void frameOfABareHostHasThePalettesHighlight();
     void changingTheStateRepaintsOnce();
-
-private:
-    QStringList m_startsOfTheFirstChooser;
 };
-
-void TestPanel::initTestCase()
-{
-    // The directory is remembered for the life of the process, so the first chooser comes before every test.
-    PanelFixture f;
-    f.show();
-    f.press(f.add());
-    const auto choosers = StandInHost::directoryLog();
-    for (const auto& chooser : choosers)
-        m_startsOfTheFirstChooser << chooser.start;
-}
-
-void TestPanel::firstChooserStartsNowhere()
-{
-    QCOMPARE(m_startsOfTheFirstChooser, QStringList(QString()));
-}
 
 void TestPanel::constructionAsksNothing()
 {
@@ -493,257 +521,6 @@ void TestPanel::goingOfflineUnderAQuestionEnablesNothing()
     QVERIFY(f.offline()->isVisible());
 }
 
-void TestPanel::chooserIsGuardedAndTitled()
-{
-    PanelFixture f;
-    f.show();
-    f.press(f.add());
-    QCOMPARE(StandInHost::directoryLog().size(), 1);
-    QCOMPARE(StandInHost::directoryLog().at(0).caption, "Select Folder"_s);
-    QCOMPARE(StandInHost::directoryLog().at(0).parent, f.panel.get());
-    QCOMPARE(f.guardDepthWhileChoosing, 1);
-    QCOMPARE(StandInHost::navigationGuardDepth(), 0);
-}
-
-void TestPanel::chooserStartsWhereItWasLastInEveryPanel()
-{
-    {
-        PanelFixture f;
-        f.show();
-        f.directory = "/media/remembered"_s;
-        f.press(f.add());
-    }
-    PanelFixture f;
-    f.show();
-    f.press(f.add());
-    QCOMPARE(StandInHost::directoryLog().at(0).start, "/media/remembered"_s);
-    // Cancelling keeps it.
-    f.press(f.add());
-    QCOMPARE(StandInHost::directoryLog().at(1).start, "/media/remembered"_s);
-}
-
-void TestPanel::directoryIsRememberedThoughTheAddFailed()
-{
-    PanelFixture f;
-    f.show();
-    f.directory = "/media/a"_s;
-    f.press(f.add());
-    QCOMPARE(StandInHost::messageLog().size(), 1);
-    f.press(f.add());
-    QCOMPARE(StandInHost::directoryLog().at(1).start, "/media/a"_s);
-}
-
-void TestPanel::cancelledChooserChangesNothing()
-{
-    PanelFixture f;
-    f.show();
-    f.press(f.add());
-    QCOMPARE(f.service.lines(), QStringList());
-    QCOMPARE(f.view()->topLevelItemCount(), 2);
-}
-
-void TestPanel::chosenDirectoryIsAddedWithTheBoxesProfile()
-{
-    PanelFixture f;
-    f.show();
-    f.view()->setCurrentItem(f.row("b"_s));
-    f.directory = "/media/new"_s;
-    f.press(f.add());
-    QCOMPARE(f.service.lines(), QStringList({"POST xelmediafolders"_s, "GET xelmediafolders/new"_s}));
-    QCOMPARE(f.currentFolder(), "new"_s);
-    QCOMPARE(f.profileOf("new"_s), "p2"_s);
-    QCOMPARE(View::getFolderPath(f.row("new"_s)), QDir::toNativeSeparators("/media/new"_s));
-    QVERIFY(f.del()->isEnabled());
-}
-
-void TestPanel::emptyBoxAddsWithoutAProfile()
-{
-    PanelFixture f;
-    f.service.profiles.clear();
-    f.show();
-    f.directory = "/media/new"_s;
-    // Only the button is shut off; the host may still reach the slot.
-    QVERIFY(QMetaObject::invokeMethod(f.panel.get(), "addFolderBtnPressed"));
-    QVERIFY(f.service.bodyOf("POST xelmediafolders"_s).contains("<profile></profile>"_s));
-}
-
-void TestPanel::panelDestroyedWhileChoosingIsHarmless()
-{
-    PanelFixture f;
-    f.show();
-    f.directory = "/media/new"_s;
-    f.whileChoosing = [&f] { f.panel.reset(); };
-    f.add()->click();
-    QVERIFY(!f.panel);
-    QCOMPARE(f.service.lines(), QStringList());
-    QCOMPARE(StandInHost::navigationGuardDepth(), 0);
-}
-
-void TestPanel::removingTheLastFolderDisablesTheButton()
-{
-    PanelFixture f;
-    f.service.folders.removeLast();
-    f.show();
-    QVERIFY(f.del()->isEnabled());
-    f.press(f.del());
-    QCOMPARE(f.service.lines(), QStringList({"DELETE xelmediafolders/a"_s}));
-    QCOMPARE(f.view()->topLevelItemCount(), 0);
-    QVERIFY(!f.del()->isEnabled());
-}
-
-void TestPanel::removingMovesToTheNextRow()
-{
-    PanelFixture f;
-    f.show();
-    f.press(f.del());
-    QCOMPARE(f.currentFolder(), "b"_s);
-    QCOMPARE(f.boxProfile(), "p2"_s);
-    QCOMPARE(f.summaryBin(), "Bin 2"_s);
-    QVERIFY(f.del()->isEnabled());
-    QCOMPARE(f.puts(), QStringList());
-}
-
-void TestPanel::failedRemovalKeepsTheButton()
-{
-    PanelFixture f;
-    f.show();
-    f.service.refusals["DELETE xelmediafolders/a"_s] = "Busy"_s;
-    f.press(f.del());
-    QCOMPARE(StandInHost::messageLog().size(), 1);
-    QCOMPARE(StandInHost::messageLog().at(0).text, "Can't delete folder a!\nBusy"_s);
-    QVERIFY(f.del()->isEnabled());
-    QCOMPARE(f.currentFolder(), "a"_s);
-}
-
-void TestPanel::refreshRestoresTheCurrentFolder()
-{
-    PanelFixture f;
-    f.show();
-    f.view()->setCurrentItem(f.row("b"_s));
-    f.service.folders.prepend({"0"_s, "/media/0"_s, "p1"_s});
-    f.service.clear();
-    f.panel->refreshFolders();
-    QCOMPARE(f.service.lines(), kLoading + QStringList({kProfiles}));
-    QCOMPARE(f.view()->topLevelItemCount(), 3);
-    QCOMPARE(f.currentFolder(), "b"_s);
-    QCOMPARE(f.boxProfile(), "p2"_s);
-    QCOMPARE(f.summaryBin(), "Bin 2"_s);
-    QVERIFY(!f.view()->signalsBlocked());
-    QVERIFY(!f.box()->signalsBlocked());
-}
-
-void TestPanel::refreshFallsBackToTheFirstFolder()
-{
-    PanelFixture f;
-    f.show();
-    f.view()->setCurrentItem(f.row("b"_s));
-    f.service.folders.removeLast();
-    f.panel->refreshFolders();
-    QCOMPARE(f.currentFolder(), "a"_s);
-    QCOMPARE(f.boxProfile(), "p1"_s);
-}
-
-void TestPanel::refreshWritesNothing()
-{
-    PanelFixture f;
-    f.show();
-    f.service.folders[0].profile = "gone"_s;
-    f.service.profiles.append({"p9"_s, "Zoom"_s});
-    f.service.folders[1].profile = "p9"_s;
-    f.panel->refreshFolders();
-    f.view()->setCurrentItem(f.row("b"_s));
-    f.panel->refreshFolders();
-    QCOMPARE(f.puts(), QStringList());
-    QCOMPARE(f.profileOf("a"_s), "gone"_s);
-    QCOMPARE(f.boxProfile(), "p9"_s);
-}
-
-void TestPanel::refreshUpdatesTheButtons()
-{
-    PanelFixture f;
-    f.show();
-    f.service.folders.clear();
-    f.service.profiles.clear();
-    f.panel->refreshFolders();
-    QVERIFY(!f.add()->isEnabled());
-    QVERIFY(!f.del()->isEnabled());
-    f.service.folders = {{"a"_s, "/media/a"_s, "p1"_s}};
-    f.service.profiles = {{"p1"_s, "Conform"_s}};
-    f.panel->refreshFolders();
-    QVERIFY(f.add()->isEnabled());
-    QVERIFY(f.del()->isEnabled());
-}
-
-void TestPanel::refreshWhileOfflineEnablesNothing()
-{
-    PanelFixture f;
-    f.show();
-    f.panel->updateKRXServiceOnlineState(false);
-    f.panel->refreshFolders();
-    QVERIFY(!f.add()->isEnabled());
-    QVERIFY(!f.del()->isEnabled());
-}
-
-void TestPanel::readyFoldersReachTheView()
-{
-    PanelFixture f;
-    f.show();
-    f.panel->updateFoldersOutputReadyState({"b"_s});
-    QCOMPARE(View::getIngestState(f.row("a"_s)), 0);
-    QCOMPARE(View::getIngestState(f.row("b"_s)), 1);
-}
-
-namespace {
-
-void acquire(const PanelFixture& f, const QString& folderId)
-{
-    View::setIngestState(f.row(folderId), View::NewClipsAvailable);
-    QRect cell = f.view()->visualItemRect(f.row(folderId));
-    cell.setWidth(f.view()->columnWidth(View::kIdxIngestColumn));
-    cell.moveLeft(0);
-    QTest::mouseClick(f.view()->viewport(), Qt::LeftButton, {}, cell.center());
-}
-
-QStringList& otherAcquired()
-{
-    static QStringList paths;
-    return paths;
-}
-
-} // namespace
-
-void TestPanel::acquiredClipsReachTheHost()
-{
-    PanelFixture f;
-    f.show();
-    f.service.folders[0].files = QStringList{"/out/1.xel"_s, "/out/2.xel"_s};
-    acquire(f, "a"_s);
-    QCOMPARE(PanelFixture::acquired(), QStringList({"/out/1.xel"_s, "/out/2.xel"_s}));
-}
-
-void TestPanel::registeredCallbackDoesNotReachTheView()
-{
-    PanelFixture f;
-    f.show();
-    otherAcquired().clear();
-    f.panel->registerCallback([](const QString& path) { otherAcquired() << path; });
-    f.service.folders[0].files = QStringList{"/out/1.xel"_s};
-    acquire(f, "a"_s);
-    QCOMPARE(PanelFixture::acquired(), QStringList({"/out/1.xel"_s}));
-    QCOMPARE(otherAcquired(), QStringList());
-}
-
-void TestPanel::nullCallbackIsNeverCalled()
-{
-    PanelFixture f;
-    f.panel = std::make_unique<HostPanel>(nullptr);
-    f.show();
-    f.service.folders[0].files = QStringList{"/out/1.xel"_s};
-    QTest::ignoreMessage(QtWarningMsg, "No one is registered to take acquired clips");
-    acquire(f, "a"_s);
-    QCOMPARE(View::getIngestState(f.row("a"_s)), 1);
-}
-
 void TestPanel::openedSummaryAsksForAHeight()
 {
     PanelFixture f;
@@ -865,6 +642,88 @@ void TestPanel::changingTheStateRepaintsOnce()
     f.panel->setInHighlightState(true);
     QCoreApplication::processEvents();
     QCOMPARE(counter.paints, 1);
+}
+
+void TestPanel::partsStandFromTopToBottom()
+{
+    PanelFixture f;
+    const QLayout* main = f.panel->layout();
+    QCOMPARE(main->count(), 5);
+    const QLayout* area = main->itemAt(0)->layout();
+    QVERIFY(area);
+    QCOMPARE(area->count(), 2);
+    QCOMPARE(area->itemAt(0)->widget(), f.view());
+    const QLayout* buttons = area->itemAt(1)->layout();
+    QVERIFY(buttons);
+    QCOMPARE(buttons->count(), 3);
+    QCOMPARE(buttons->itemAt(0)->widget(), f.add());
+    QCOMPARE(buttons->itemAt(1)->widget(), f.del());
+    QVERIFY(buttons->itemAt(2)->spacerItem());
+    QVERIFY(buttons->itemAt(2)->expandingDirections().testFlag(Qt::Horizontal));
+    const QLayout* profile = main->itemAt(1)->layout();
+    QVERIFY(profile);
+    QCOMPARE(profile->count(), 4);
+    QCOMPARE(qobject_cast<QLabel*>(profile->itemAt(0)->widget())->text(), "Profile:"_s);
+    QCOMPARE(profile->itemAt(1)->widget(), f.box());
+    QCOMPARE(profile->itemAt(2)->widget(), f.edit());
+    QVERIFY(profile->itemAt(3)->spacerItem());
+    QVERIFY(profile->itemAt(3)->expandingDirections().testFlag(Qt::Horizontal));
+    QCOMPARE(main->itemAt(2)->widget(), f.section());
+    QVERIFY(f.section()->isAncestorOf(f.summary()));
+    QVERIFY(main->itemAt(3)->spacerItem());
+    QVERIFY(main->itemAt(3)->expandingDirections().testFlag(Qt::Vertical));
+    QCOMPARE(main->itemAt(4)->widget(), f.offline());
+}
+
+void TestPanel::opacityOfTheFrameIsCutOffNotRounded()
+{
+    PanelFixture f;
+    f.show();
+    StandInHost::setPaletteNumber("WindowHighlightFrameWidth"_s, 5);
+    StandInHost::setPaletteNumber("WindowHighlightFrameOpacity"_s, 50);
+    StandInHost::setHighlightColor(Qt::black);
+    PenRecorder recorder;
+    f.panel->setInHighlightState(true);
+    f.panel->render(&recorder, QPoint(), QRegion(), QWidget::RenderFlags());
+    StandInHost::resetPaletteNumbers();
+    StandInHost::setHighlightColor(QColor());
+    QCOMPARE(recorder.pens.size(), 1);
+    // 127.5
+    QCOMPARE(recorder.pens.at(0).color().alpha(), 127);
+}
+
+void TestPanel::penOfTheFrameIsSquareAndBevelled()
+{
+    PanelFixture f;
+    f.show();
+    StandInHost::setPaletteNumber("WindowHighlightFrameWidth"_s, 7);
+    PenRecorder recorder;
+    f.panel->setInHighlightState(true);
+    f.panel->render(&recorder, QPoint(), QRegion(), QWidget::RenderFlags());
+    StandInHost::resetPaletteNumbers();
+    QCOMPARE(recorder.pens.size(), 1);
+    const QPen pen = recorder.pens.at(0);
+    QCOMPARE(pen.width(), 7);
+    QCOMPARE(pen.style(), Qt::SolidLine);
+    QCOMPARE(pen.capStyle(), Qt::SquareCap);
+    QCOMPARE(pen.joinStyle(), Qt::BevelJoin);
+    QCOMPARE(recorder.brushes.at(0).style(), Qt::NoBrush);
+}
+
+void TestPanel::frameOfABareHostHasThePalettesHighlight()
+{
+    PanelFixture f;
+    f.show();
+    QPalette palette = f.panel->palette();
+    palette.setColor(QPalette::Highlight, QColor(10, 200, 30));
+    f.panel->setPalette(palette);
+    StandInHost::setBare(true);
+    PenRecorder recorder;
+    f.panel->setInHighlightState(true);
+    f.panel->render(&recorder, QPoint(), QRegion(), QWidget::RenderFlags());
+    StandInHost::setBare(false);
+    QCOMPARE(recorder.pens.size(), 1);
+    QCOMPARE(recorder.pens.at(0).color().rgb(), qRgb(10, 200, 30));
 }
 
 QTEST_MAIN(TestPanel)

@@ -1,5 +1,7 @@
-// The panel's profile box and its way into the profile editor.
+// The panel's profile box.
 
+#include "KRXProfile.h"
+#include "KRXProfileProperties.h"
 #include "PanelFixture.h"
 
 #include <QApplication>
@@ -23,6 +25,7 @@ private slots:
     void noIndexIsIgnored();
     void profileThatCopiesIntoTheFolderIsRefused();
     void refusalLeavesABoxThatDoesNotHoldTheFormerProfile();
+    void copyToPathsOfOtherCaseAreNotRefused();
     void equalNamesAreStillTwoProfiles();
     void editSurvivesARefreshUnderTheQuestion_data();
     void editSurvivesARefreshUnderTheQuestion();
@@ -37,6 +40,8 @@ private slots:
     void selectingAFolderOfAGoneProfileAssignsTheFirst();
     void goneProfileGivesWayWhenTheBoxStandsAtTheFirstAlready();
     void folderWithoutAProfileGetsTheFirst();
+    void identifiersAreMatchedExactly_data();
+    void identifiersAreMatchedExactly();
     void firstProfileThatCopiesIntoTheFolderIsRefusedToo();
     void emptyBoxAssignsNothing();
     void profileUnknownToTheBoxButKnownIsNotReplaced();
@@ -50,22 +55,8 @@ private slots:
     void actualItemsAskTheService();
     void summaryFollowsTheProfile();
     void unknownProfileLeavesTheSummary();
-
-    // --- Editor ---
-    void editorGetsTheProfilesAndTheCurrentOne();
-    void editorRequestsAreInOrder();
-    void visibleEditorIsNotOpenedAgain();
-    void withoutAnEditorNothingHappens();
-    void editorIsCreatedByTheButtonWhenThereIsNone();
-    void newProfilesAreInTheBoxAfterwards();
-    void deletedProfileOfTheCurrentFolderGivesWayToTheFirst();
-    void withoutAFolderTheBoxKeepsItsProfile();
-    void withoutAFolderADeletedProfileGivesWayToTheFirst();
-    void lastProfileDeletedDisablesAdding();
-    void hostRefreshingInTheEditorWritesNothing();
-    void panelDestroyedUnderTheEditorIsHarmless();
-    void panelDeletedLaterUnderAQuestionIsHarmless();
-    void hostWithoutAFactoryIsContained();
+    void profileThatDoesNotParseLeavesTheSummary_data();
+    void profileThatDoesNotParseLeavesTheSummary();
 };
 
 void TestPanelProfiles::chosenProfileIsShownAndWrittenOnce()
@@ -235,7 +226,7 @@ void TestPanelProfiles::goneProfileSelectedInASortedListSurvivesARefresh()
         f.panel->refreshFolders();
     };
     const QRect cell = f.view()->visualItemRect(f.row("b"_s));
-    QTest::mouseClick(f.view()->viewport(), Qt::LeftButton, {}, cell.center());
+    QTest::mouseClick(f.view()->viewport(), Qt::LeftButton, {}, cell.topLeft() + QPoint(5, 5));
     QCOMPARE(StandInHost::messageLog().size(), 1);
     QCOMPARE(f.service.folders.at(0).profile, "p1"_s);
     QCOMPARE(f.profileOf("b"_s), "p1"_s);
@@ -488,186 +479,56 @@ void TestPanelProfiles::unknownProfileLeavesTheSummary()
     QCOMPARE(f.summaryBin(), "Bin 1"_s);
 }
 
-void TestPanelProfiles::editorGetsTheProfilesAndTheCurrentOne()
+void TestPanelProfiles::copyToPathsOfOtherCaseAreNotRefused()
 {
     PanelFixture f;
+    f.service.profiles[1].copyTo = QStringList{"/MEDIA/a"_s, "/media/A"_s, "/media/a/"_s, "/media"_s};
     f.show();
-    f.view()->setCurrentItem(f.row("b"_s));
-    f.press(f.edit());
-    QCOMPARE(f.panel->editor()->runs, 1);
-    QCOMPARE(f.panel->editor()->offeredId, "p2"_s);
-    const QList<QPair<QString, QString>> expected = {{"p1"_s, "Conform"_s}, {"p2"_s, "Proxy"_s}};
-    QCOMPARE(f.panel->editor()->offered, expected);
+    f.box()->setCurrentIndex(1);
+    QVERIFY(StandInHost::messageLog().isEmpty());
+    QCOMPARE(f.puts(), QStringList({"PUT xelmediafolders/a"_s}));
 }
 
-void TestPanelProfiles::editorRequestsAreInOrder()
+void TestPanelProfiles::identifiersAreMatchedExactly_data()
 {
+    QTest::addColumn<QString>("id");
+    QTest::newRow("other case") << "P2"_s;
+    QTest::newRow("a part") << "p"_s;
+    QTest::newRow("more") << "p22"_s;
+}
+
+void TestPanelProfiles::identifiersAreMatchedExactly()
+{
+    QFETCH(QString, id);
     PanelFixture f;
+    // None of the box's profiles is the row's, so it gets the first one.
+    f.service.folders[1].profile = id;
     f.show();
-    f.panel->editor()->whileOpen = [&f] {
-        QCOMPARE(f.service.lines(), QStringList({"GET profiles?level=detail"_s}));
-    };
-    f.press(f.edit());
-    QCOMPARE(f.service.lines(), QStringList({"GET profiles?level=detail"_s, "GET profiles?level=detail"_s}));
+    f.view()->setCurrentItem(f.row("b"_s));
     QCOMPARE(f.boxProfile(), "p1"_s);
-}
-
-void TestPanelProfiles::visibleEditorIsNotOpenedAgain()
-{
-    PanelFixture f;
-    f.show();
-    f.panel->editor()->show();
-    f.press(f.edit());
-    QCOMPARE(f.panel->editor()->runs, 0);
-    QCOMPARE(f.panel->editor()->offeredId, "not called"_s);
-    QCOMPARE(f.service.lines(), QStringList());
-}
-
-void TestPanelProfiles::withoutAnEditorNothingHappens()
-{
-    PanelFixture f;
-    f.panel->withoutEditor = true;
-    f.show();
-    f.panel->editorInits = 0;
-    f.press(f.edit());
-    QCOMPARE(f.panel->editorInits, 1);
-    QCOMPARE(f.service.lines(), QStringList());
-}
-
-void TestPanelProfiles::editorIsCreatedByTheButtonWhenThereIsNone()
-{
-    PanelFixture f;
-    f.panel->updateKRXServiceOnlineState(false);
-    f.show();
-    f.panel->updateKRXServiceOnlineState(true);
-    QCOMPARE(f.panel->profilesWindow(), nullptr);
-    f.press(f.edit());
-    QVERIFY(f.panel->profilesWindow());
-    QCOMPARE(f.panel->editor()->runs, 1);
-}
-
-void TestPanelProfiles::newProfilesAreInTheBoxAfterwards()
-{
-    PanelFixture f;
-    f.show();
-    f.view()->setCurrentItem(f.row("b"_s));
-    f.panel->editor()->whileOpen = [&f] { f.service.profiles.prepend({"p0"_s, "Archive"_s, "Bin 0"_s}); };
-    f.press(f.edit());
-    QCOMPARE(f.box()->count(), 3);
-    QCOMPARE(f.boxProfile(), "p2"_s);
-    QCOMPARE(f.summaryBin(), "Bin 2"_s);
-    QCOMPARE(f.puts(), QStringList());
-}
-
-void TestPanelProfiles::deletedProfileOfTheCurrentFolderGivesWayToTheFirst()
-{
-    PanelFixture f;
-    f.show();
-    f.view()->setCurrentItem(f.row("b"_s));
-    f.panel->editor()->whileOpen = [&f] { f.service.profiles.removeLast(); };
-    f.press(f.edit());
-    QCOMPARE(f.boxProfile(), "p1"_s);
-    QCOMPARE(f.profileOf("b"_s), "p1"_s);
+    QCOMPARE(f.service.folders.at(1).profile, "p1"_s);
     QCOMPARE(f.puts(), QStringList({"PUT xelmediafolders/b"_s}));
+}
+
+void TestPanelProfiles::profileThatDoesNotParseLeavesTheSummary_data()
+{
+    QTest::addColumn<QString>("xml");
+    QTest::newRow("no element") << "text"_s;
+    QTest::newRow("cut off") << "<profile><binDetail><binSelectionMethod>CREATENEW"_s;
+    QTest::newRow("empty") << ""_s;
+}
+
+void TestPanelProfiles::profileThatDoesNotParseLeavesTheSummary()
+{
+    QFETCH(QString, xml);
+    PanelFixture f;
+    f.show();
+    const auto profiles = KRXProfileManager::getInstance().getKRXProfileList();
+    profiles.at(1)->setProperty(KRXProfileProperties::kXml, xml);
+    const int rows = f.summary()->rowCount();
+    f.panel->refreshProfileSummary("p2"_s);
     QCOMPARE(f.summaryBin(), "Bin 1"_s);
-}
-
-void TestPanelProfiles::withoutAFolderTheBoxKeepsItsProfile()
-{
-    PanelFixture f;
-    f.service.folders.clear();
-    f.show();
-    f.box()->setCurrentIndex(1);
-    f.panel->editor()->whileOpen = [&f] { f.service.profiles.prepend({"p0"_s, "Archive"_s, "Bin 0"_s}); };
-    f.press(f.edit());
-    QCOMPARE(f.panel->editor()->offeredId, "p2"_s);
-    QCOMPARE(f.boxProfile(), "p2"_s);
-    QCOMPARE(f.summaryBin(), "Bin 2"_s);
-}
-
-void TestPanelProfiles::withoutAFolderADeletedProfileGivesWayToTheFirst()
-{
-    PanelFixture f;
-    f.service.folders.clear();
-    f.show();
-    f.box()->setCurrentIndex(1);
-    f.panel->editor()->whileOpen = [&f] { f.service.profiles.removeLast(); };
-    f.press(f.edit());
-    QCOMPARE(f.boxProfile(), "p1"_s);
-    QCOMPARE(f.summaryBin(), "Bin 1"_s);
-    QCOMPARE(f.puts(), QStringList());
-}
-
-void TestPanelProfiles::lastProfileDeletedDisablesAdding()
-{
-    PanelFixture f;
-    f.show();
-    f.panel->editor()->whileOpen = [&f] { f.service.profiles.clear(); };
-    f.press(f.edit());
-    QVERIFY(!f.add()->isEnabled());
-    QCOMPARE(f.box()->count(), 0);
-    QCOMPARE(f.puts(), QStringList());
-}
-
-void TestPanelProfiles::hostRefreshingInTheEditorWritesNothing()
-{
-    PanelFixture f;
-    f.show();
-    f.view()->setCurrentItem(f.row("b"_s));
-    // What a deletion in the editor does: the folder goes to another profile and is disabled.
-    f.panel->editor()->whileOpen = [&f] {
-        f.service.profiles.removeLast();
-        f.service.folders[1].profile = "p1"_s;
-        f.service.folders[1].enabled = "false"_s;
-        f.panel->refreshFolders();
-    };
-    f.press(f.edit());
-    QCOMPARE(f.puts(), QStringList());
-    QCOMPARE(f.currentFolder(), "b"_s);
-    QCOMPARE(f.row("b"_s)->checkState(View::kIdxActiveColumn), Qt::Unchecked);
-    QCOMPARE(f.service.folders.at(1).enabled, "false"_s);
-}
-
-void TestPanelProfiles::panelDestroyedUnderTheEditorIsHarmless()
-{
-    PanelFixture f;
-    f.show();
-    f.panel->editor()->whileOpen = [&f] { f.panel.reset(); };
-    f.edit()->click();
-    QVERIFY(!f.panel);
-    QCOMPARE(f.service.lines(), QStringList({"GET profiles?level=detail"_s}));
-}
-
-void TestPanelProfiles::panelDeletedLaterUnderAQuestionIsHarmless()
-{
-    QTemporaryDir filled;
-    QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
-    PanelFixture f;
-    f.service.folders = {{"a"_s, filled.path(), "p1"_s, "true"_s}};
-    f.show();
-    const QPointer<HostPanel> panel = f.panel.get();
-    f.whileAsked = [&f] {
-        f.panel->close();
-        f.panel.release()->deleteLater();
-        QCoreApplication::processEvents();
-    };
-    // The press comes from the event loop, as a person's does.
-    QMetaObject::invokeMethod(
-        f.box(), [box = f.box()] { box->setCurrentIndex(1); }, Qt::QueuedConnection);
-    QTRY_VERIFY(!panel);
-    QCOMPARE(StandInHost::messageLog().size(), 1);
-}
-
-void TestPanelProfiles::hostWithoutAFactoryIsContained()
-{
-    PanelFixture f;
-    KRXFolderManager::cleanup();
-    KRXProfileManager::cleanup();
-    f.service.client().factoryIsNull = true;
-    f.show();
-    QCOMPARE(f.box()->count(), 0);
-    QCOMPARE(f.view()->topLevelItemCount(), 0);
-    QVERIFY(!f.add()->isEnabled());
+    QCOMPARE(f.summary()->rowCount(), rows);
 }
 
 QTEST_MAIN(TestPanelProfiles)

@@ -111,6 +111,16 @@ FakeAnswer FakeFolderService::answer(const FakeRequest& request)
     const QString item = QStringLiteral(" xelmediafolders/");
     if (line.contains(item))
         return answerFolder(request, line.section(item, 1).section(QLatin1Char('?'), 0, 0));
+    const QString deletion = QStringLiteral("DELETE profiles/");
+    if (line.startsWith(deletion)) {
+        const QString id = line.mid(deletion.size());
+        const auto profile = std::find_if(profiles.begin(), profiles.end(),
+                                          [&id](const Profile& candidate) { return candidate.id == id; });
+        if (profile == profiles.end())
+            return notFound();
+        profiles.erase(profile);
+        return FakeAnswer(200, {});
+    }
     return notFound();
 }
 

@@ -187,7 +187,7 @@ void DeskWindow::followVolumes()
 {
     auto* volumes = new VolumeWatcher(this);
     connect(volumes, &VolumeWatcher::changed, this, [this](const QString& mountPoint, int type, int action) {
-        folderView()->verifyFoldersPath();
+        folderView()->lookForDirectories();
         if (m_online) {
             const QByteArray name = mountPoint.toUtf8();
             KRXFolderManager::volumeStatusCallback(reinterpret_cast<const unsigned char*>(name.constData()),
@@ -197,7 +197,7 @@ void DeskWindow::followVolumes()
     // A directory comes and goes without any notice, too.
     auto* look = new QTimer(this);
     look->setInterval(std::min(kLookAtFolders, kLookAtFoldersPolls * m_pollInterval));
-    connect(look, &QTimer::timeout, this, [this] { folderView()->verifyFoldersPath(); });
+    connect(look, &QTimer::timeout, this, [this] { folderView()->lookForDirectories(); });
     look->start();
 }
 

@@ -1,4 +1,5 @@
 #include "HostQtShell.h"
+#include "StandInRecords.h"
 
 #include <QGuiApplication>
 #include <QHash>
@@ -33,6 +34,8 @@ QString fileAtScale(const QString& stem, int scale)
 /// The picture for a resolution: the next finer one there is, else the finest. Null when there is none.
 QImage imageAt(const QString& stem, qreal ratio)
 {
+    if (StandInHost::isBare())
+        return QImage();
     // Rows are painted far more often than there are icons.
     static QHash<QString, QImage> loaded;
     for (int scale = qBound(1, qCeil(ratio), kMaxScale); scale >= 1; --scale) {

@@ -18,4 +18,7 @@ struct Records
 
 Records& records();
 
+/// Whether pictures and colours are kept back, see setBare().
+bool isBare();
+
 } // namespace StandInHost

@@ -1,5 +1,6 @@
 #include "HostQtShell.h"
 #include "StandInHost.h"
+#include "StandInRecords.h"
 #include "StandInStyle.h"
 
 #include <QApplication>
@@ -79,6 +80,7 @@ constexpr int kBrightFrom = 128;
 int theSkin = StandInHost::kLightSkin;
 QColor theHighlight;
 QHash<QString, quint16> theNumbers;
+bool theHostIsBare = false;
 
 bool isDark()
 {
@@ -139,6 +141,8 @@ namespace HostQtShell {
 
 QColor paletteColor(const QString& name)
 {
+    if (StandInHost::isBare())
+        return QColor();
     const NamedColor* color = find(kColors, name);
     return color ? QColor::fromRgb(valueOf(*color)) : QColor();
 }
@@ -166,6 +170,8 @@ int currentSkinIndex()
 
 IconTintColors iconTintColors()
 {
+    if (StandInHost::isBare())
+        return {};
     const QColor ink = QColor::fromRgb(kIconInk);
     return {ink, isDark() ? QColor::fromRgb(kIconInkDark) : ink};
 }
@@ -178,6 +184,16 @@ void setSkin(int index)
 {
     theSkin = qMax(0, index);
     applyToApplication();
+}
+
+void setBare(bool bare)
+{
+    theHostIsBare = bare;
+}
+
+bool isBare()
+{
+    return theHostIsBare;
 }
 
 void setHighlightColor(const QColor& color)
