@@ -30,7 +30,8 @@ public:
         : m_order(order)
         , m_source(order.source, order.sourceRoot)
         , m_root(order.directory)
-        , m_directory(order.directory + (order.subdirectory.empty() ? "" : '/' + order.subdirectory))
+        , m_below(order.keepsPath ? m_source.directoryBelow() : std::string())
+        , m_directory(order.directory + (m_below.empty() ? "" : '/' + m_below))
     {
     }
 
@@ -40,7 +41,7 @@ public:
             return failed(m_order.source + ": " + m_source.error());
         if (!m_root.isOpen())
             return failed(m_order.directory, errno);
-        m_place = m_root.makeDirectories(m_order.subdirectory);
+        m_place = m_root.makeDirectories(m_below, m_source.directoryReach());
         if (!m_place.isOpen())
             return failed(m_directory, errno);
         const std::string name = text::baseName(m_order.source);
@@ -227,6 +228,7 @@ private:
     const CopyOrder& m_order;
     SourceFile m_source;
     HeldDirectory m_root;
+    std::string m_below;     ///< directories that the copy keeps
     std::string m_directory; ///< the copy's, as a path
     Descriptor m_place{-1};  ///< the same, held
     std::string m_scratch;   ///< name in it

@@ -16,8 +16,8 @@ struct CopyOrder
     std::string sourceRoot;
     /// Must exist: making it could fill the disk below a volume that is not mounted.
     std::string directory;
-    /// Below the directory, made when missing; empty for the directory itself.
-    std::string subdirectory;
+    /// Makes the directories between sourceRoot and the source below the directory, too.
+    bool keepsPath = false;
     CancelToken cancel;
     /// Called with the name of the unfinished copy before it exists, so that it can be cleaned up after a
     /// crash.

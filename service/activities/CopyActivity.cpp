@@ -24,6 +24,7 @@ Outcome<Clip> CopyActivity::run(const Clip& clip, const ActivityRecipe& recipe,
     CopyOrder order;
     order.source = clip.source.path;
     order.sourceRoot = clip.watched;
+    order.keepsPath = !clip.watched.empty();
     order.directory = recipe.destination;
     while (order.directory.size() > 1 && order.directory.back() == '/')
         order.directory.pop_back();

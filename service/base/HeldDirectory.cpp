@@ -103,7 +103,7 @@ filetools::Descriptor HeldDirectory::open(const std::string& below, int flags, m
     return filetools::Descriptor(result);
 }
 
-filetools::Descriptor HeldDirectory::makeDirectories(const std::string& below) const
+filetools::Descriptor HeldDirectory::makeDirectories(const std::string& below, mode_t mode) const
 {
     filetools::Descriptor held = open({}, O_RDONLY | O_DIRECTORY);
     std::string_view rest = below;
@@ -118,12 +118,12 @@ filetools::Descriptor HeldDirectory::makeDirectories(const std::string& below) c
         const bool made = ::mkdirat(held.get(), segment.c_str(), 0700) == 0;
         if (!made && errno != EEXIST)
             return filetools::Descriptor(-1);
-        // As open as the directory it is in, whatever the process makes of its own files.
+        // As open as the directory it is in and as it may be, whatever the process makes of its own files.
         struct stat above
         {
         };
         if (made && ::fstat(held.get(), &above) == 0)
-            ::fchmodat(held.get(), segment.c_str(), above.st_mode & 0777, 0);
+            ::fchmodat(held.get(), segment.c_str(), (above.st_mode & mode) | 0700, 0);
         held = filetools::Descriptor(openbelow::stepByStep(held.get(), segment, O_RDONLY | O_DIRECTORY, 0));
     }
     return held;

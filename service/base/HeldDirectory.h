@@ -27,8 +27,9 @@ public:
     /// Not open with errno set on failure: ELOOP for a link, EXDEV for a way out.
     filetools::Descriptor open(const std::string& below, int flags, mode_t mode = 0) const;
 
-    /// Makes \a below with its parents and opens it; not open with errno set on failure.
-    filetools::Descriptor makeDirectories(const std::string& below) const;
+    /// Makes \a below with its parents and opens it; not open with errno set on failure. What is made has the
+    /// permissions of the directory it is in as far as \a mode has them.
+    filetools::Descriptor makeDirectories(const std::string& below, mode_t mode) const;
 
     /// True while path() leads to this very directory.
     bool isStillThere() const;

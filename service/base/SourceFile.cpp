@@ -10,6 +10,7 @@ namespace krxservice {
 
 namespace {
 
+constexpr int kLookOnly = O_PATH | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW;
 constexpr int kMostLevels = 4096; ///< directories between a file and the root of the system
 
 bool isSame(const struct stat& one, const struct stat& other)
@@ -35,6 +36,38 @@ std::string parentOf(const std::string& path)
     if (slash == std::string::npos)
         return {};
     return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+/// The permissions of something that lies in \a directory, without those for people who cannot pass that
+/// directory and the ones above it. Takes over the descriptor.
+mode_t reachBelow(const struct stat& something, int descriptor)
+{
+    mode_t allowed = something.st_mode & 0777;
+    filetools::Descriptor directory(descriptor);
+    struct stat below
+    {
+    };
+    for (int level = 0; level < kMostLevels; ++level) {
+        struct stat facts
+        {
+        };
+        // What cannot be seen is taken as closed.
+        if (!directory.isOpen() || ::fstat(directory.get(), &facts) != 0)
+            return allowed & 0700;
+        if (level > 0 && isSame(facts, below))
+            break; // the root of the system is its own parent
+        const bool groupPasses =
+            (facts.st_mode & S_IXGRP) != 0 && (facts.st_gid == something.st_gid || facts.st_mode & S_IXOTH);
+        if (!groupPasses)
+            allowed &= ~static_cast<mode_t>(070);
+        if (!(facts.st_mode & S_IXOTH))
+            allowed &= ~static_cast<mode_t>(007);
+        if ((allowed & 077) == 0)
+            break;
+        below = facts;
+        directory = filetools::Descriptor(::openat(directory.get(), "..", kLookOnly));
+    }
+    return allowed;
 }
 
 } // namespace
@@ -96,34 +129,22 @@ bool SourceFile::isStillNamed() const
 
 mode_t SourceFile::reach() const
 {
-    mode_t allowed = m_facts.st_mode & 0777;
-    filetools::Descriptor directory(
-        ::openat(m_parent.get(), ".", O_PATH | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW));
-    struct stat below
+    return reachBelow(m_facts, ::openat(m_parent.get(), ".", kLookOnly));
+}
+
+std::string SourceFile::directoryBelow() const
+{
+    return parentOf(m_below);
+}
+
+mode_t SourceFile::directoryReach() const
+{
+    struct stat facts
     {
     };
-    for (int level = 0; level < kMostLevels; ++level) {
-        struct stat facts
-        {
-        };
-        // What cannot be seen is taken as closed.
-        if (!directory.isOpen() || ::fstat(directory.get(), &facts) != 0)
-            return allowed & 0700;
-        if (level > 0 && isSame(facts, below))
-            break; // the root of the system is its own parent
-        const bool groupPasses =
-            (facts.st_mode & S_IXGRP) != 0 && (facts.st_gid == m_facts.st_gid || facts.st_mode & S_IXOTH);
-        if (!groupPasses)
-            allowed &= ~static_cast<mode_t>(070);
-        if (!(facts.st_mode & S_IXOTH))
-            allowed &= ~static_cast<mode_t>(007);
-        if ((allowed & 077) == 0)
-            break;
-        below = facts;
-        directory = filetools::Descriptor(
-            ::openat(directory.get(), "..", O_PATH | O_DIRECTORY | O_CLOEXEC | O_NOFOLLOW));
-    }
-    return allowed;
+    if (::fstat(m_parent.get(), &facts) != 0)
+        return 0700;
+    return reachBelow(facts, ::openat(m_parent.get(), "..", kLookOnly)) | 0700;
 }
 
 } // namespace krxservice

@@ -41,6 +41,11 @@ public:
     /// directories above it.
     mode_t reach() const;
 
+    /// The directories between the root and the file: "card/100"; empty for a file in the root itself.
+    std::string directoryBelow() const;
+    /// The permissions that a directory made in the place of the file's own may have; always its owner's.
+    mode_t directoryReach() const;
+
 private:
     std::string m_path;
     std::string m_root;

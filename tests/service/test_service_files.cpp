@@ -180,10 +180,10 @@ private slots:
         Stage stage;
         QVERIFY(QFile::link(stage.to, stage.in + QStringLiteral("/link")));
         const HeldDirectory held(stage.in.toStdString());
-        QVERIFY(held.makeDirectories("a/b/c").isOpen());
+        QVERIFY(held.makeDirectories("a/b/c", 0755).isOpen());
         QVERIFY(QFileInfo(stage.in + QStringLiteral("/a/b/c")).isDir());
-        QVERIFY(!held.makeDirectories("link/x").isOpen());
-        QVERIFY(!held.makeDirectories("../x").isOpen());
+        QVERIFY(!held.makeDirectories("link/x", 0755).isOpen());
+        QVERIFY(!held.makeDirectories("../x", 0755).isOpen());
         QVERIFY(QDir(stage.to).isEmpty());
     }
 
@@ -254,16 +254,27 @@ private slots:
         QVERIFY(names(stage.folder.filePath(QStringLiteral("was"))).isEmpty());
     }
 
-    void subdirectoryOfTheDestinationIsMadeButNoLinkIsFollowed()
+    void copyKeepsItsPathBelowTheWatchedFolderButFollowsNoLink()
     {
         Stage stage;
-        CopyOrder order = stage.order(stage.source(QStringLiteral("a.mov"), "x"));
-        order.subdirectory = "card/100";
+        QVERIFY(QDir().mkpath(stage.in + QStringLiteral("/card/100")));
+        setMode(stage.in + QStringLiteral("/card"), 0750);
+        CopyOrder order = stage.order(stage.source(QStringLiteral("card/100/a.mov"), "x"));
+        order.keepsPath = true;
         QCOMPARE(Copier::copy(order).path, stage.to.toStdString() + "/card/100/a.mov");
+        // Names of files are nobody else's business either.
+        for (const char* made : {"/card", "/card/100"})
+            QCOMPARE(int(modeOf(stage.to.toStdString() + made) & 007), 0);
+        // A second time the directories are there.
+        order.source = stage.source(QStringLiteral("card/100/b.mov"), "y").toStdString();
+        QCOMPARE(Copier::copy(order).path, stage.to.toStdString() + "/card/100/b.mov");
+        order.source = stage.source(QStringLiteral("c.mov"), "z").toStdString();
+        QCOMPARE(Copier::copy(order).path, stage.to.toStdString() + "/c.mov");
         const QString other = stage.folder.filePath(QStringLiteral("other"));
         QVERIFY(QDir().mkdir(other));
+        QVERIFY(QDir().mkdir(stage.in + QStringLiteral("/link")));
         QVERIFY(QFile::link(other, stage.to + QStringLiteral("/link")));
-        order.subdirectory = "link";
+        order.source = stage.source(QStringLiteral("link/a.mov"), "x").toStdString();
         QVERIFY(!Copier::copy(order).ok);
         QVERIFY(names(other).isEmpty());
     }

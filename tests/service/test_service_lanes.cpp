@@ -24,6 +24,7 @@ using namespace krxservice;
 namespace {
 
 constexpr int kPatience = 30000;
+constexpr double kAnswerSeconds = 2; ///< where one is meant to be silent
 
 void write(const QString& path, const QByteArray& content)
 {
@@ -62,13 +63,13 @@ struct Bench
     QStringList handed;
     std::unique_ptr<Watcher> watcher;
 
-    explicit Bench(const Lane::EventSource& events = {})
+    explicit Bench(double answerSeconds = 20, const Lane::EventSource& events = {})
     {
         const auto made = profiledocument::fromRequest(profiledocument::defaultRequest(), text::newGuid());
         profiles.create(*made);
         profile = made->id;
         watcher = std::make_unique<Watcher>(
-            Watcher::Stores{folders, profiles, clips, errors}, Watcher::Times{0.02, 0.1, 0.2},
+            Watcher::Stores{folders, profiles, clips, errors}, Watcher::Times{0.02, 0.1, answerSeconds},
             [this](const std::string&, const std::string& path) { handed << QString::fromStdString(path); },
             events);
     }
@@ -180,7 +181,7 @@ private slots:
 
     void mountThatHangsHoldsUpNobodyElseAndNotTheEnd()
     {
-        Bench bench;
+        Bench bench(kAnswerSeconds);
         const QString hung = bench.add(QStringLiteral("hung"));
         const QString other = bench.add(QStringLiteral("other"));
         write(hung + QStringLiteral("/below.mov"), "x");
@@ -210,7 +211,7 @@ private slots:
 
     void mountThatComesLaterAndHangsHoldsUpNobodyElse()
     {
-        Bench bench;
+        Bench bench(kAnswerSeconds);
         const QString hung = bench.add(QStringLiteral("hung"));
         const QString other = bench.add(QStringLiteral("other"));
         QVERIFY(QDir().mkpath(hung + QStringLiteral("/card")));
@@ -366,7 +367,7 @@ private slots:
     void runningOutOfChangeEventsIsSaidAndFilesAreFoundAllTheSame()
     {
         std::atomic<bool> refuses{true};
-        Bench bench([&refuses] { return std::make_unique<NoEvents>(refuses); });
+        Bench bench(20, [&refuses] { return std::make_unique<NoEvents>(refuses); });
         const QString one = bench.add(QStringLiteral("one"));
         bench.watcher->start();
         QTRY_COMPARE_WITH_TIMEOUT(bench.said(QStringLiteral("max_user_watches")).size(), 1, kPatience);

@@ -437,6 +437,22 @@ private slots:
         }
     }
 
+    void copyActionKeepsThePathBelowTheWatchedFolder()
+    {
+        PipelineBench bench;
+        const QString in = bench.folder.filePath(QStringLiteral("in"));
+        const QString to = bench.folder.filePath(QStringLiteral("to"));
+        QVERIFY(QDir().mkpath(in + QStringLiteral("/card/100")) && QDir().mkdir(to));
+        const QString file = in + QStringLiteral("/card/100/a.wav");
+        QVERIFY(QFile::copy(QString::fromStdString(m_wave), file));
+        FileOrder order = bench.order(file.toStdString());
+        order.ownerPath = in.toStdString() + "/";
+        order.profile.activities = {PipelineBench::copyTo(to, true)};
+        QVERIFY(bench.pipeline.process(order).end == FileResult::End::Offered);
+        QCOMPARE(content(to.toStdString() + "/card/100/a.wav"), content(m_wave));
+        QVERIFY(content(bench.listed().at(0)).contains("<path>" + to.toUtf8() + "/card/100/a.wav</path>"));
+    }
+
     void failedActionLeavesNoOutputAndIsNotTriedAgain()
     {
         Bench bench;
