@@ -52,7 +52,6 @@ std::optional<FolderTexts> Reader::read(const QDomElement& element)
     result.id = element.attribute(QLatin1String(kIdAttribute));
     if (result.id.isEmpty())
         return {};
-    result.texts.fill(QLatin1String(""));
     for (QDomElement child = element.firstChildElement(); !child.isNull();
          child = child.nextSiblingElement()) {
         const QString tag = child.tagName();

@@ -76,7 +76,6 @@ bool KRXJobManager::deleteJob(const QString& id)
     if (!exchangeDelete(QStringLiteral("%1/%2").arg(buildUrl(), key)))
         return false;
     m_jobs.remove(key);
-    m_order.clear();
     return true;
 }
 
@@ -105,7 +104,6 @@ bool KRXJobManager::updateManualJobsDetail()
     if (!fetchDocument(QStringLiteral("%1/detail?kind=manual&filter=true").arg(buildUrl()), answer))
         return false;
     m_jobs.clear();
-    m_order.clear();
     for (const QDomElement& element : KRXXml::elementsByTag(answer, QStringLiteral("jobInfo"))) {
         const KRXJob job = KRXJobXml::parseJobInfoElement(element);
         if (!job.id.isEmpty())
@@ -117,6 +115,7 @@ bool KRXJobManager::updateManualJobsDetail()
 void KRXJobManager::cacheJob(const KRXJob& job)
 {
     m_jobs.insert(job.id, job);
+    // What is taken away shows in the number of jobs; what takes its place would not.
     m_order.clear();
 }
 
