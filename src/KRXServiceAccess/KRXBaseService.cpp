@@ -19,7 +19,7 @@ Q_LOGGING_CATEGORY(logService, "krx.service")
 /// How long an answer may take once the request is under way, in milliseconds.
 constexpr std::uint32_t kCompletionTimeout = 3000;
 /// A longer body counts as one that cannot be sized.
-constexpr std::int64_t kMaxBodyLength = 256 * 1024 * 1024;
+constexpr std::int64_t kMaxBodyLength = std::int64_t{256} * 1024 * 1024;
 
 // What the user is told when the REST client itself refuses a request, by method.
 constexpr char kGetFailed[] = QT_TRID_NOOP("REST client reported that GET method failed");

@@ -1,3 +1,4 @@
+#include "TestFiles.h"
 #include "activities/Copier.h"
 #include "base/FileTools.h"
 #include "base/HeldDirectory.h"
@@ -15,26 +16,11 @@
 #include <limits>
 
 using namespace krxservice;
+using TestFiles::content;
+using TestFiles::names;
+using TestFiles::write;
 
 namespace {
-
-void write(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), qint64(content.size()));
-}
-
-QByteArray content(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
-}
-
-QStringList names(const QString& folder)
-{
-    return QDir(folder).entryList(QDir::Files | QDir::Hidden, QDir::Name);
-}
 
 mode_t modeOf(const std::string& path)
 {

@@ -1,4 +1,5 @@
 #include "SilentMount.h"
+#include "TestFiles.h"
 #include "base/Text.h"
 #include "documents/ProfileDocument.h"
 #include "store/Database.h"
@@ -20,18 +21,12 @@
 #include <memory>
 
 using namespace krxservice;
+using TestFiles::write;
 
 namespace {
 
 constexpr int kPatience = 30000;
 constexpr double kAnswerSeconds = 2; ///< where one is meant to be silent
-
-void write(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), qint64(content.size()));
-}
 
 /// A source of change events that the system has run out of.
 class NoEvents : public DirectoryEvents

@@ -1,4 +1,5 @@
 #include "PipelineBench.h"
+#include "TestFiles.h"
 #include "base/FileTools.h"
 #include "media/MediaProbe.h"
 
@@ -18,23 +19,12 @@
 #include <vector>
 
 using namespace krxservice;
+using TestFiles::content;
+using TestFiles::write;
 
 namespace {
 
 using Verdict = ProbeResult::Verdict;
-
-void write(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), qint64(content.size()));
-}
-
-QByteArray content(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
-}
 
 /// The program under test, beside this one.
 std::string helper()

@@ -1,4 +1,5 @@
 #include "ServiceStage.h"
+#include "TestFiles.h"
 
 #include "app/DataKeeper.h"
 #include "store/ClipStore.h"
@@ -12,18 +13,13 @@
 #include <sqlite3.h>
 
 using namespace krxservice;
+using TestFiles::content;
 
 namespace {
 
 QString s(const char* text)
 {
     return QString::fromUtf8(text);
-}
-
-QByteArray content(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
 }
 
 bool put(const QString& path, const QByteArray& bytes, qint64 at = 0)

@@ -1,4 +1,5 @@
 #include "PipelineBench.h"
+#include "TestFiles.h"
 
 #include "base/FileTools.h"
 
@@ -10,6 +11,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using TestFiles::content;
+
 namespace {
 
 using End = FileResult::End;
@@ -17,12 +20,6 @@ using End = FileResult::End;
 QString s(const char* text)
 {
     return QString::fromUtf8(text);
-}
-
-QByteArray content(const std::string& path)
-{
-    QFile file(QString::fromStdString(path));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
 }
 
 /// Makes the database refuse a change, as a full disk does, until lifted.

@@ -1,3 +1,4 @@
+#include "TestFiles.h"
 #include "base/FileTools.h"
 #include "base/Options.h"
 #include "base/Text.h"
@@ -17,17 +18,34 @@
 #include <set>
 
 using namespace krxservice;
+using TestFiles::write;
 
 namespace {
 
 constexpr std::int64_t kSecond = 1000000000;
 
-void write(const QString& path, const QByteArray& content)
+/// A file of one letter in a watched folder.
+struct WatchedFile
 {
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(content);
-}
+    explicit WatchedFile(std::int64_t settle)
+        : watched(record(folder.path()), {}, {}, settle)
+    {
+        write(file, "x");
+    }
+
+    static FolderRecord record(const QString& folder)
+    {
+        FolderRecord record;
+        record.id = "f1";
+        record.path = folder.toStdString();
+        return record;
+    }
+
+    QTemporaryDir folder;
+    const QString file = folder.filePath(QStringLiteral("a.mov"));
+    const std::string path = file.toStdString();
+    WatchedFolder watched;
+};
 
 } // namespace
 
@@ -199,94 +217,71 @@ private slots:
 
     void fileWrittenWhileItWasWorkedOnIsSeenAgain()
     {
-        QTemporaryDir folder;
-        const QString file = folder.filePath(QStringLiteral("a.mov"));
-        const std::string path = file.toStdString();
-        write(file, "x");
-        FolderRecord record;
-        record.path = folder.path().toStdString();
-        WatchedFolder watched(record, {}, {}, 0);
-        watched.saw(path, false, 0);
-        watched.takeFinished(1);
-        QCOMPARE(watched.takeFinished(2).size(), std::size_t(1));
-        const auto stamp = filetools::stampOf(path);
-        write(file, "longer");
-        watched.saw(path, true, 3);
-        watched.done(path, stamp, 4);
-        QVERIFY(watched.hasCandidates());
+        WatchedFile one(0);
+        one.watched.saw(one.path, false, 0);
+        one.watched.takeFinished(1);
+        QCOMPARE(one.watched.takeFinished(2).size(), std::size_t(1));
+        const auto stamp = filetools::stampOf(one.path);
+        write(one.file, "longer");
+        one.watched.saw(one.path, true, 3);
+        one.watched.done(one.path, stamp, 4);
+        QVERIFY(one.watched.hasCandidates());
     }
 
     void fileThatCouldNotBeJudgedIsSeenAgain()
     {
-        QTemporaryDir folder;
-        const QString file = folder.filePath(QStringLiteral("a.mov"));
-        const std::string path = file.toStdString();
-        write(file, "x");
-        FolderRecord record;
-        record.path = folder.path().toStdString();
-        WatchedFolder watched(record, {}, {}, 0);
-        watched.saw(path, false, 0);
-        watched.takeFinished(1);
-        watched.takeFinished(2);
-        watched.done(path, std::nullopt, 3);
-        QVERIFY(!watched.hasCandidates());
-        watched.saw(path, false, 4);
-        QVERIFY(watched.hasCandidates());
+        WatchedFile one(0);
+        one.watched.saw(one.path, false, 0);
+        one.watched.takeFinished(1);
+        one.watched.takeFinished(2);
+        one.watched.done(one.path, std::nullopt, 3);
+        QVERIFY(!one.watched.hasCandidates());
+        one.watched.saw(one.path, false, 4);
+        QVERIFY(one.watched.hasCandidates());
     }
 
     void pausesGrowForAFileThatCanNeverBeJudged()
     {
-        QTemporaryDir folder;
-        const QString file = folder.filePath(QStringLiteral("a.mov"));
-        const std::string path = file.toStdString();
-        write(file, "x");
-        FolderRecord record;
-        record.path = folder.path().toStdString();
-        WatchedFolder watched(record, {}, {}, 0);
+        WatchedFile one(0);
         std::int64_t now = 0;
         const auto take = [&] {
-            watched.takeFinished(now);
-            QCOMPARE(watched.takeFinished(now).size(), std::size_t(1));
-            watched.done(path, std::nullopt, now);
+            one.watched.takeFinished(now);
+            QCOMPARE(one.watched.takeFinished(now).size(), std::size_t(1));
+            one.watched.done(one.path, std::nullopt, now);
         };
-        watched.saw(path, false, now);
+        one.watched.saw(one.path, false, now);
         take();
         for (const int seconds : {0, 10, 20, 40, 80, 160, 300, 300}) {
             if (seconds > 0) {
-                watched.saw(path, false, now + seconds * kSecond - 1);
-                QVERIFY(!watched.hasCandidates());
+                one.watched.saw(one.path, false, now + seconds * kSecond - 1);
+                QVERIFY(!one.watched.hasCandidates());
             }
             now += seconds * kSecond;
-            watched.saw(path, false, now);
-            QVERIFY(watched.hasCandidates());
+            one.watched.saw(one.path, false, now);
+            QVERIFY(one.watched.hasCandidates());
             take();
         }
         // Whoever writes it is heard at once, and the pauses begin anew.
-        write(file, "longer");
-        watched.saw(path, false, now);
-        QVERIFY(watched.hasCandidates());
+        write(one.file, "longer");
+        one.watched.saw(one.path, false, now);
+        QVERIFY(one.watched.hasCandidates());
         take();
-        watched.saw(path, false, now);
-        QVERIFY(watched.hasCandidates());
+        one.watched.saw(one.path, false, now);
+        QVERIFY(one.watched.hasCandidates());
     }
 
     void fileThatIsOpenForWritingIsNotTaken()
     {
-        QTemporaryDir folder;
-        const std::string path = folder.filePath(QStringLiteral("a.mov")).toStdString();
-        write(QString::fromStdString(path), "x");
-        FolderRecord record;
-        record.path = folder.path().toStdString();
-        WatchedFolder watched(record, {}, {}, kSecond);
-        watched.saw(path, false, 0);
+        WatchedFile one(kSecond);
+        one.watched.saw(one.path, false, 0);
         {
-            const filetools::Descriptor writer(::open(path.c_str(), O_WRONLY | O_APPEND));
+            const filetools::Descriptor writer(::open(one.path.c_str(), O_WRONLY | O_APPEND));
             for (int i = 0; i < 20; ++i)
-                QVERIFY(watched.takeFinished(i * kSecond).empty());
+                QVERIFY(one.watched.takeFinished(i * kSecond).empty());
         }
-        QVERIFY(watched.takeFinished(20 * kSecond).empty());
-        watched.takeFinished(21 * kSecond);
-        QCOMPARE(watched.takeFinished(22 * kSecond).size(), std::size_t(1));
+        QVERIFY(one.watched.takeFinished(20 * kSecond).empty());
+        one.watched.takeFinished(21 * kSecond);
+        QCOMPARE(one.watched.takeFinished(22 * kSecond).size(), std::size_t(1));
     }
 
     void knownFileIsNoCandidateAndVanishedOneIsDropped()

@@ -1,4 +1,5 @@
 #include "PipelineBench.h"
+#include "TestFiles.h"
 
 #include "activities/Copier.h"
 #include "activities/Pipeline.h"
@@ -20,26 +21,11 @@
 #include <unistd.h>
 
 using namespace krxservice;
+using TestFiles::content;
+using TestFiles::names;
+using TestFiles::write;
 
 namespace {
-
-void write(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), qint64(content.size()));
-}
-
-QByteArray content(const std::string& path)
-{
-    QFile file(QString::fromStdString(path));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
-}
-
-QStringList names(const QString& folder)
-{
-    return QDir(folder).entryList(QDir::Files | QDir::Hidden, QDir::Name);
-}
 
 QByteArray report(const char* format, const char* score, const char* streams)
 {

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <string>
+
+/// Files that tests write and look at.
+namespace TestFiles {
+
+/// Writes a file anew; a failure fails the test.
+void write(const QString& path, const QByteArray& content);
+/// What a file holds; "(missing)" when it cannot be read.
+QByteArray content(const QString& path);
+QByteArray content(const std::string& path);
+/// The names of a folder's files, hidden ones too, sorted.
+QStringList names(const QString& folder);
+
+} // namespace TestFiles
