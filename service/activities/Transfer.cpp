@@ -20,9 +20,10 @@ namespace krxservice {
 
 namespace {
 
-constexpr std::size_t kPiece = 1024 * 1024;
-constexpr std::size_t kPieces = 4;                     ///< read ahead of the writer
-constexpr std::int64_t kWriteBehind = 8 * 1024 * 1024; ///< bytes after which the disk is set to work
+constexpr std::size_t kPiece = std::size_t{1024} * 1024;
+constexpr std::size_t kPieces = 4; ///< read ahead of the writer
+/// Bytes after which the disk is set to work.
+constexpr std::int64_t kWriteBehind = std::int64_t{8} * 1024 * 1024;
 
 /// Reads pieces one after the other and hashes them.
 class Reader

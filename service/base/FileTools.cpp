@@ -23,7 +23,7 @@ namespace {
 constexpr std::int64_t kEnd = 4LL * 1024 * 1024; ///< bytes read at both ends of files not read whole
 constexpr std::int64_t kPiece = 64LL * 1024;
 constexpr std::int64_t kPieces = 64;
-constexpr std::size_t kBuffer = 1024 * 1024;
+constexpr std::size_t kBuffer = std::size_t{1024} * 1024;
 
 using State = std::unique_ptr<XXH3_state_t, decltype(&XXH3_freeState)>;
 

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kLongestName = 8192; ///< bytes
 /// Bytes of a stored profile. Indenting makes documents longer, and what is stored must fit a document again.
-constexpr std::size_t kLargestProfile = 512 * 1024;
+constexpr std::size_t kLargestProfile = std::size_t{512} * 1024;
 
 constexpr std::array<std::string_view, 3> kKinds = {kCopy, kTranscode, kConsolidate};
 

@@ -8,8 +8,8 @@
 /// Looks at a text before any parser does and refuses what no honest client sends.
 namespace krxservice::xmlguard {
 
-constexpr std::size_t kLargestBody = 1024 * 1024; ///< bytes
-constexpr int kDeepestNesting = 64;               ///< elements within each other
+constexpr std::size_t kLargestBody = std::size_t{1024} * 1024; ///< bytes
+constexpr int kDeepestNesting = 64;                            ///< elements within each other
 
 /// Why \a text is refused, one line, or nothing when a parser may read it. Refused are: bytes that are not
 /// UTF-8 or that XML cannot carry, another declared encoding, document types and entities beyond XML's five,

@@ -13,8 +13,8 @@ namespace krxservice {
 /// reader.
 namespace headcheck {
 
-constexpr std::size_t kLargestHead = 32 * 1024; ///< bytes, with the empty line
-constexpr std::size_t kMostHeaders = 100;       ///< header lines
+constexpr std::size_t kLargestHead = std::size_t{32} * 1024; ///< bytes, with the empty line
+constexpr std::size_t kMostHeaders = 100;                    ///< header lines
 
 /// Refuses bytes that no head may hold as soon as they are there: NUL and other control characters, CR
 /// without LF and LF without CR. \a head may be unfinished; the bytes before \a from have been looked at

@@ -32,7 +32,7 @@ constexpr seconds kRequest{20}; ///< a request must have arrived whole within th
 constexpr seconds kStall{10};   ///< a reader must take some of its answer within this time
 constexpr seconds kLinger{1};   ///< the other side has this time to read a refusal
 constexpr std::size_t kMostBytes = xmlguard::kLargestBody + 256 * 1024; ///< a request with head and framing
-constexpr std::size_t kMostFraming = 16 * 1024;                         ///< a piece of chunk framing
+constexpr std::size_t kMostFraming = std::size_t{16} * 1024;            ///< a piece of chunk framing
 constexpr unsigned kVersion = 11;                                       ///< HTTP/1.1, as Beast counts
 constexpr std::string_view kHeadEnd = "\r\n\r\n";
 

@@ -69,7 +69,8 @@ private:
     bool startsWith(const Char* at, std::string_view start) const
     {
         return static_cast<std::size_t>(m_end - at) >= start.size() &&
-               std::equal(start.begin(), start.end(), at, [](unsigned char a, Char b) { return Char(a) == b; });
+               std::equal(start.begin(), start.end(), at,
+                          [](unsigned char a, Char b) { return Char(a) == b; });
     }
 
     const Char* behindNext(const Char* at, std::string_view mark) const

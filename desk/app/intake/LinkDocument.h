@@ -30,7 +30,7 @@ struct LinkDocument
     QString explicitBin;
 
     /// The largest file that is taken for a link document, in bytes.
-    static constexpr qint64 kMaxSize = 1024 * 1024;
+    static constexpr qint64 kMaxSize = qint64{1024} * 1024;
 
     /// Reads a link document file. \return false with a text in \a error.
     static bool read(const QString& path, LinkDocument& document, QString& error);

@@ -15,7 +15,7 @@ constexpr std::string_view kScheme = "http://";
 constexpr int kServicePort = 58885;
 constexpr int kDefaultPort = 80;
 /// No request line of the service comes near it; a text without its terminating zero ends here.
-constexpr std::size_t kLongestUrl = 64 * 1024;
+constexpr std::size_t kLongestUrl = std::size_t{64} * 1024;
 /// How much of a refused URL a message shows.
 constexpr int kShownUrl = 200;
 

@@ -6,7 +6,7 @@
 
 FileIdentity FileIdentity::of(const QString& path)
 {
-    constexpr qint64 kNanosecondsPerSecond = 1000 * 1000 * 1000;
+    constexpr qint64 kNanosecondsPerSecond = qint64{1000} * 1000 * 1000;
     struct stat status = {};
     FileIdentity identity;
     if (::stat(QFile::encodeName(path).constData(), &status) != 0)
