@@ -9,6 +9,7 @@
 #include "KRXFolderManager.h"
 #include "KRXFolderViewWidget.h"
 #include "KRXProfileManager.h"
+#include "OtherUser.h"
 #include "StandInHost.h"
 #include "TestHttpServer.h"
 
@@ -20,11 +21,14 @@
 #include <QDir>
 #include <QLabel>
 #include <QMenuBar>
+#include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QSignalSpy>
 #include <QStatusBar>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <unistd.h>
 
 namespace {
 
@@ -141,6 +145,35 @@ private slots:
         QTRY_VERIFY(!exists());
         QVERIFY(QDir().mkpath(folder));
         QTRY_VERIFY(exists());
+    }
+
+    void whoHoldsThePortIsToldAndWhatToDo()
+    {
+        if (::geteuid() != 0)
+            QSKIP("needs two users, which only root can be");
+        OtherUsersListener other;
+        const ScopedConnectPort connect(other.port());
+        m_window->start();
+        QTRY_VERIFY2(serviceState().contains(QLatin1String("Service: the port is 54321's")),
+                     qPrintable(serviceState()));
+        QVERIFY(!m_window->isServiceOnline());
+        QVERIFY(m_window->findChild<QLabel*>(QStringLiteral("offlineMessage"))->isVisible());
+        const auto told = [this] {
+            const QString all =
+                m_window->findChild<QPlainTextEdit*>(QStringLiteral("messages"))->toPlainText();
+            return all.count(
+                QStringLiteral("The service's port %1 is held by a program of the user 54321, which "
+                               "is not asked. Let them start their service with --no-port")
+                    .arg(ServiceSupervisor::portFromEnvironment()));
+        };
+        QCOMPARE(told(), 1);
+        QVERIFY(m_window->findChild<QLabel*>(QStringLiteral("serviceState"))
+                    ->toolTip()
+                    .contains(QLatin1String("54321")));
+        // Not one byte was said to it, and it is told once, however often it is looked at.
+        for (int i = 0; i < 3; ++i)
+            QCOMPARE(other.bytesOfNextConnection(), 0);
+        QCOMPARE(told(), 1);
     }
 
     void aReadyFolderIsMarked()

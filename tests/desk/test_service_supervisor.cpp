@@ -1,3 +1,4 @@
+#include "DeskApplication.h"
 #include "ServiceSupervisor.h"
 #include "TestHttpServer.h"
 
@@ -253,6 +254,60 @@ private slots:
         QCOMPARE(messages.count(), 1);
         QCOMPARE(messages.at(0).at(0).toString(), QStringLiteral("The program krx-service was not found"));
         QCOMPARE(supervisor.state(), ServiceSupervisor::Waiting);
+    }
+
+    void oneThatListensAtTheSocketLeavesThePortToOthers()
+    {
+        TestHttpServer other;
+        ServiceSupervisor::Settings with =
+            settings("[ -e \"$(dirname \"$0\")/free\" ] || exit 3\necho up\nexec sleep 1000\n");
+        with.port = other.port();
+        with.bySocket = true;
+        ServiceSupervisor supervisor(with);
+        QVERIFY(!supervisor.usesPort());
+        QSignalSpy messages(&supervisor, &ServiceSupervisor::message);
+        supervisor.needService();
+        QTRY_COMPARE(supervisor.state(), ServiceSupervisor::InUse);
+        QCOMPARE(startedWith(), QStringList{QStringLiteral("--no-port")});
+        QVERIFY(messages.at(0).at(0).toString().startsWith(
+            QLatin1String("Another service of ours runs already")));
+        // Whoever has the port does not matter.
+        QFile free(m_dir->filePath(QStringLiteral("free")));
+        QVERIFY(free.open(QIODevice::WriteOnly));
+        QSignalSpy lines(&supervisor, &ServiceSupervisor::line);
+        QTRY_VERIFY((supervisor.needService(), supervisor.owns()));
+        QTRY_COMPARE(lines.count(), 1);
+    }
+
+    void theDeskStartsItsServiceAtTheSocketUnlessAPortWasSet_data()
+    {
+        QTest::addColumn<QByteArray>("port");
+        QTest::addColumn<QByteArray>("runtime");
+        QTest::addColumn<QStringList>("arguments");
+        const QStringList socket{QStringLiteral("--no-port")};
+        const QStringList usual{QStringLiteral("--port"), QStringLiteral("58885")};
+        QTest::newRow("socket") << QByteArray() << QByteArray("/run/user/1000") << socket;
+        QTest::newRow("no place for it") << QByteArray() << QByteArray() << usual;
+        QTest::newRow("a port was set") << QByteArray("40123") << QByteArray("/run/user/1000")
+                                        << QStringList{QStringLiteral("--port"), QStringLiteral("40123")};
+    }
+    void theDeskStartsItsServiceAtTheSocketUnlessAPortWasSet()
+    {
+        QFETCH(QByteArray, port);
+        QFETCH(QByteArray, runtime);
+        const QByteArray portBefore = qgetenv("KRX_CONNECT_PORT");
+        const QByteArray runtimeBefore = qgetenv("XDG_RUNTIME_DIR");
+        qputenv("KRX_CONNECT_PORT", port);
+        if (port.isEmpty())
+            qunsetenv("KRX_CONNECT_PORT");
+        qputenv("XDG_RUNTIME_DIR", runtime);
+        const ServiceSupervisor supervisor(DeskApplication::serviceSettings(DeskOptions()));
+        QTEST(supervisor.arguments(), "arguments");
+        qputenv("XDG_RUNTIME_DIR", runtimeBefore);
+        if (portBefore.isEmpty())
+            qunsetenv("KRX_CONNECT_PORT");
+        else
+            qputenv("KRX_CONNECT_PORT", portBefore);
     }
 
     void thePortFollowsTheEnvironment()

@@ -1,6 +1,12 @@
 #include "ServicePoller.h"
 
+#include "ServiceSupervisor.h"
+
 #include "KRXServiceStatus.h"
+
+#include "ListenerOwner.h"
+
+#include <unistd.h>
 
 #include <utility>
 
@@ -44,6 +50,9 @@ ServiceReport ServicePoller::report()
     report.online = m_jobs->getKRXServiceStatus(status);
     if (!report.online) {
         report.failure = m_jobs->lastError();
+        const auto holder = StandInHost::ListenerOwner::atPort(ServiceSupervisor::portFromEnvironment());
+        if (!holder.mayBeAskedBy(::geteuid(), StandInHost::meantUser()))
+            report.portHolder = QString::fromStdString(holder.name());
         return report;
     }
     report.active = status.isActive();

@@ -34,5 +34,8 @@ struct ServiceReport
     QVector<DeskJob> jobs;
     /// Why it did not answer.
     QString failure;
+    /// The user whose program has the service's port, when that is not ours and so was not asked. Looked for
+    /// only while no service answers.
+    QString portHolder;
 };
 Q_DECLARE_METATYPE(ServiceReport)

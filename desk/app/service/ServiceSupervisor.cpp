@@ -117,7 +117,11 @@ QString ServiceSupervisor::program() const
 
 QStringList ServiceSupervisor::arguments() const
 {
-    QStringList arguments{QStringLiteral("--port"), QString::number(m_settings.port)};
+    QStringList arguments;
+    if (m_settings.bySocket)
+        arguments << QStringLiteral("--no-port");
+    else
+        arguments << QStringLiteral("--port") << QString::number(m_settings.port);
     if (!m_settings.data.isEmpty())
         arguments << QStringLiteral("--data") << m_settings.data;
     return arguments + m_settings.arguments;
@@ -202,7 +206,7 @@ void ServiceSupervisor::foundInUse()
         emit message(isPortTaken()
                          ? tr("Port %1 is in use: the service that has it is used, if it answers (%2)")
                                .arg(QString::number(m_settings.port), m_lastLine)
-                         : tr("The service's data folder is in use (%1)").arg(m_lastLine));
+                         : tr("Another service of ours runs already (%1)").arg(m_lastLine));
     }
     m_inUseTold = true;
     setState(InUse);
@@ -210,6 +214,8 @@ void ServiceSupervisor::foundInUse()
 
 bool ServiceSupervisor::isPortTaken() const
 {
+    if (m_settings.bySocket)
+        return false;
     const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (socket < 0)
         return false;

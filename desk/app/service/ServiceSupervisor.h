@@ -37,6 +37,9 @@ public:
         /// The service's data folder; the service's own default when empty.
         QString data;
         quint16 port = 58885;
+        /// It listens at the Unix socket of this user and at no port, so that several people on one machine
+        /// have a service each.
+        bool bySocket = false;
         /// Further arguments.
         QStringList arguments;
         /// Milliseconds before the first new start; doubled at each failure, up to 32 times.
@@ -55,6 +58,8 @@ public:
     State state() const { return m_state; }
     /// Whether a service that we started is running.
     bool owns() const { return m_state == Running; }
+    /// Whether a service of ours needs the port.
+    bool usesPort() const { return !m_settings.bySocket; }
     /// The process id of the service that we started; 0 when there is none.
     qint64 processId() const;
 

@@ -9,6 +9,7 @@
 #include "KRXProfileManager.h"
 
 #include "HostQtShell.h"
+#include "ServiceSocket.h"
 
 #include <QApplication>
 #include <QDir>
@@ -155,6 +156,9 @@ ServiceSupervisor::Settings serviceSettings(const DeskOptions& options)
     settings.program = options.serviceProgram;
     settings.data = options.serviceData;
     settings.port = ServiceSupervisor::portFromEnvironment();
+    // A port that was set by hand is meant; otherwise the port is left to whoever has it.
+    settings.bySocket =
+        !qEnvironmentVariableIsSet("KRX_CONNECT_PORT") && !StandInHost::serviceSocketPath().empty();
     return settings;
 }
 

@@ -438,9 +438,15 @@ void DeskWindow::showServiceState(const ServiceReport& report)
     } else if (m_online) {
         text = report.active ? tr("Service: working") : tr("Service: ready");
         color = report.active ? QColor(0x2f, 0x6f, 0xd0) : QColor(0x2e, 0x9e, 0x5b);
+    } else if (!report.portHolder.isEmpty() && m_supervisor.usesPort()) {
+        text = tr("Service: the port is %1's").arg(report.portHolder);
+        color = QColor(0xc0, 0x39, 0x2b);
+        tellPortHolder(report.portHolder);
     } else if (m_supervisor.owns()) {
         text = tr("Service: starting");
     }
+    if (m_online)
+        m_toldHolder.clear();
     m_serviceState->setText(
         QStringLiteral("<span style=\"color:%1\">&#9679;</span> %2").arg(color.name(), text.toHtmlEscaped()));
     m_serviceState->setToolTip(
@@ -451,6 +457,18 @@ void DeskWindow::showServiceState(const ServiceReport& report)
     }
     if (report.online)
         m_serviceErrors = report.errors;
+}
+
+void DeskWindow::tellPortHolder(const QString& user)
+{
+    if (user == m_toldHolder)
+        return;
+    m_toldHolder = user;
+    showMessage(
+        tr("The service's port %1 is held by a program of the user %2, which is not asked. Let them start "
+           "their service with --no-port, or set KRX_CONNECT_PORT to a port that is free; if their "
+           "service is meant, set KRX_CONNECT_USER to %2.")
+            .arg(QString::number(ServiceSupervisor::portFromEnvironment()), user));
 }
 
 void DeskWindow::showProgress(const StandInHost::ProgressStep& step)

@@ -83,6 +83,7 @@ private:
 
     void serviceReported(const ServiceReport& report);
     void showServiceState(const ServiceReport& report);
+    void tellPortHolder(const QString& user);
     void showProgress(const StandInHost::ProgressStep& step);
     void updateTitle();
 
@@ -106,6 +107,7 @@ private:
     QPointer<HelpDialog> m_help;
     ServiceReport m_lastReport;
     QStringList m_serviceErrors;
+    QString m_toldHolder;
     bool m_online = false;
     int m_unanswered = 0;
 };
