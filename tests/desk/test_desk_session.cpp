@@ -181,6 +181,8 @@ private slots:
         QVERIFY(!session.open(in("no folder/Show.krxproject"), error));
         QVERIFY(!error.isEmpty());
         QVERIFY(!session.openOrCreate(in("no folder/Show.krxproject"), error));
+        QCOMPARE(error, QStringLiteral("The project %1 cannot be made: there is no folder %2.")
+                            .arg(in("no folder/Show.krxproject"), in("no folder")));
         QVERIFY(!QFileInfo::exists(in("no folder")));
     }
 

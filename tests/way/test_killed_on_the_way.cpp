@@ -1,4 +1,5 @@
 #include "WayDesk.h"
+#include "WayMedia.h"
 
 #include "DeskProject.h"
 #include "TestHttpServer.h"
@@ -8,7 +9,6 @@
 #include <QFile>
 #include <QFileSystemWatcher>
 #include <QTemporaryDir>
-#include <QtEndian>
 #include <QtTest>
 
 #include <csignal>
@@ -23,21 +23,6 @@ QByteArray contentOf(const QString& path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-/// A playable sound of \a size bytes; \a mark makes each one different.
-QByteArray sound(quint32 size, char mark)
-{
-    QByteArray header("RIFF....WAVEfmt ....................data....");
-    const auto put = [&header](int at, quint32 value) { qToLittleEndian(value, header.data() + at); };
-    put(4, 36 + size);
-    put(16, 16);
-    put(20, 1 | 2u << 16);  // PCM, two channels
-    put(24, 48000);         // frames per second
-    put(28, 48000 * 4);     // bytes per second
-    put(32, 4 | 16u << 16); // bytes per frame, bits per sample
-    put(40, size);
-    return header + QByteArray(static_cast<int>(size), mark);
 }
 
 } // namespace
@@ -60,7 +45,7 @@ class TestKilledOnTheWay : public QObject
             const QString elsewhere = in("being written");
             QFile file(elsewhere);
             QVERIFY(file.open(QIODevice::WriteOnly));
-            const QByteArray bytes = sound(i == 0 ? kBigFile : 4000, static_cast<char>('a' + i));
+            const QByteArray bytes = WayMedia::sound(i == 0 ? kBigFile : 4000, static_cast<char>('a' + i));
             QCOMPARE(file.write(bytes), qint64(bytes.size()));
             file.close();
             QVERIFY(QFile::rename(elsewhere, QDir(in("watched")).filePath(fileName(i))));

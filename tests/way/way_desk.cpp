@@ -120,10 +120,10 @@ void clickIfReady(KRXFolderViewWidget* view)
 int run(DeskSession& session, const QCommandLineParser& parser)
 {
     const QuitSignals quitSignals;
-    ServiceSupervisor::Settings service;
-    service.program = parser.value(QStringLiteral("service"));
-    service.data = parser.value(QStringLiteral("data"));
-    service.port = ServiceSupervisor::portFromEnvironment();
+    DeskOptions options;
+    options.serviceProgram = parser.value(QStringLiteral("service"));
+    options.serviceData = parser.value(QStringLiteral("data"));
+    ServiceSupervisor::Settings service = DeskApplication::serviceSettings(options);
     service.arguments = QStringList{QStringLiteral("--settle"), QStringLiteral("0.1"),
                                     QStringLiteral("--rescan"), QStringLiteral("0.5")};
     service.restartPause = 1;

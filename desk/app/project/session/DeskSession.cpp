@@ -49,6 +49,12 @@ bool DeskSession::open(const QString& path, QString& error)
 
 bool DeskSession::create(const QString& path, QString& error)
 {
+    const QFileInfo folder(QFileInfo(path).absolutePath());
+    if (!folder.isDir()) {
+        error =
+            tr("The project %1 cannot be made: there is no folder %2.").arg(path, folder.absoluteFilePath());
+        return false;
+    }
     QString reason;
     const bool isHeld = m_lock && m_lock->holds(path);
     std::unique_ptr<ProjectLock> lock = isHeld ? nullptr : ProjectLock::take(path, reason);
