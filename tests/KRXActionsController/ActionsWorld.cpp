@@ -196,6 +196,12 @@ Editor::Editor()
 {
 }
 
+void Editor::setNewHeight(int height)
+{
+    heights << height;
+    KRXProfilesWindow::setNewHeight(height);
+}
+
 void Editor::updateCodecBox(CodecBox* box)
 {
     ++codecFills;

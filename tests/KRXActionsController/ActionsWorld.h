@@ -5,6 +5,7 @@
 #include "StandInMedia.h"
 
 #include <QDomDocument>
+#include <QList>
 #include <QString>
 
 class IAction;
@@ -65,9 +66,12 @@ public:
     bool isModified() { return getProfileState()->isModified(); }
     void clearModified() { getProfileState()->setModified(false); }
 
+    void setNewHeight(int height) override;
     void updateCodecBox(CodecBox* box) override;
     void updateEncodingProfileBox(CodecBox* box) override;
 
+    /// Every height that the editor was to take.
+    QList<int> heights;
     int codecFills = 0;
     int encodingProfileFills = 0;
 };

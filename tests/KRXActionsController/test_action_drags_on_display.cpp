@@ -1,5 +1,6 @@
 #include "ActionDrags.h"
 #include "ActionMimeData.h"
+#include "EventCounter.h"
 #include "KRXTest.h"
 
 #include <QApplication>
@@ -87,6 +88,7 @@ private slots:
     void init() { reset(); }
 
     void leftClickSelectsAndOtherButtonsDoNot();
+    void pressGoesOnToWhatIsAroundTheRow();
     void clickTakesTheSelectionFromTheFormerRow();
     void dragCarriesTheRowWithItsImage();
     void typeChangedInTheMiddleOfADrag();
@@ -107,6 +109,16 @@ void TestActionDragsOnDisplay::leftClickSelectsAndOtherButtonsDoNot()
     QCOMPARE(list.editor.getCurrentSelectedAction(), list.rows.at(0));
     QVERIFY(list.rows.at(0)->isSelected());
     QVERIFY(!list.editor.isModified());
+}
+
+void TestActionDragsOnDisplay::pressGoesOnToWhatIsAroundTheRow()
+{
+    ThreeRows list;
+    list.editor.show();
+    // A section does nothing with a press, so whatever is around it gets it.
+    const KRXTest::EventCounter around(list.rows.at(0)->parentWidget(), QEvent::MouseButtonPress);
+    dragWith(list.rows.at(0), [] {});
+    QCOMPARE(around.count(), 1);
 }
 
 void TestActionDragsOnDisplay::clickTakesTheSelectionFromTheFormerRow()
@@ -136,6 +148,7 @@ void TestActionDragsOnDisplay::dragCarriesTheRowWithItsImage()
         QVERIFY(payload);
         QCOMPARE(payload->row(), list.rows.at(1));
         QCOMPARE(drag->hotSpot(), QPoint(200, 5));
+        QCOMPARE(drag->supportedActions(), Qt::DropActions(Qt::MoveAction));
         const QImage image = drag->pixmap().toImage();
         QCOMPARE(drag->pixmap().size() / drag->pixmap().devicePixelRatio(), size);
         // A line around it, and inside the row can be seen through.

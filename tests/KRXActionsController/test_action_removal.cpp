@@ -26,6 +26,7 @@ private slots:
     void undoPutsTheRowBackAtItsPlace();
     void undoAtTheFirstPlacePutsTheRowFirst();
     void redoRemovesAgain();
+    void rowThatWasRemovedAgainGoesWithTheStack();
     void addingAfterRemovalMakesItFinal();
     void addingAfterUndoKeepsTheRow();
     void undoneRowIsConnectedOnce();
@@ -129,6 +130,19 @@ void TestActionRemoval::redoRemovesAgain()
         list.controller->undoStack()->redo();
         QCOMPARE(list.written(), QStringList(QStringLiteral("Copy 1")));
     }
+}
+
+void TestActionRemoval::rowThatWasRemovedAgainGoesWithTheStack()
+{
+    List list;
+    const QPointer<ActionTWidget> row(list.add(ActionType::Copy));
+    list.select(row);
+    list.controller->removeAction();
+    list.controller->undoStack()->undo();
+    list.controller->undoStack()->redo();
+    QVERIFY(row);
+    list.controller->undoStack()->clear();
+    QVERIFY(!row);
 }
 
 void TestActionRemoval::addingAfterRemovalMakesItFinal()

@@ -70,6 +70,10 @@ private slots:
     void customFormatOfProjectType26KeepsRasterEnabled();
     void customFormatWithoutHdDisablesRaster();
     void changingTheCustomFormatRefillsByItsText();
+    void changingTheCustomFormatChoosesTheProjectsColorSpaceAgain();
+    void anotherProjectTypeEnablesRasterAndColorSpaceAnew();
+    void rgbIsOfferedWhereItIsValidAndChosenWhereItIsSupported();
+    void standardDefinitionComesBeforeHighDefinition();
     void colorSpaceIsDisabledWhereRgbCannotBeEncoded();
     void showingTheBoxUpdatesEnabledStates();
     void heldRefillsAreAskedForOnce();
@@ -438,6 +442,79 @@ void TestCodecBox::changingTheCustomFormatRefillsByItsText()
     QCOMPARE(boxes.refills.count(), 1);
     QCOMPARE(texts(boxes.raster), QStringList(QStringLiteral("720x576")));
     QCOMPARE(data(boxes.colorSpace), ints({4}));
+}
+
+void TestCodecBox::changingTheCustomFormatChoosesTheProjectsColorSpaceAgain()
+{
+    // The project is in RGB, which is the second of the spaces of either format.
+    openCustomProject(501);
+    Boxes boxes;
+    boxes.codec->setupDefaults();
+    boxes.colorSpace->setCurrentIndex(0);
+    boxes.projectType->setCurrentIndex(boxes.projectType->findText(QStringLiteral("Square 24")));
+    QCOMPARE(data(boxes.colorSpace), ints({2, 8}));
+    QCOMPARE(boxes.colorSpace->currentData().toInt(), 2);
+    boxes.colorSpace->setCurrentIndex(1);
+    boxes.projectType->setCurrentIndex(boxes.projectType->findText(QStringLiteral("2K 25")));
+    QCOMPARE(data(boxes.colorSpace), ints({1, 2, 8}));
+    QCOMPARE(boxes.colorSpace->currentData().toInt(), 2);
+}
+
+void TestCodecBox::anotherProjectTypeEnablesRasterAndColorSpaceAnew()
+{
+    Boxes boxes;
+    boxes.codec->setupDefaults();
+    QVERIFY(boxes.raster->isEnabled());
+    QVERIFY(boxes.colorSpace->isEnabled());
+    boxes.projectType->setCurrentIndex(boxes.projectType->findData(kPal));
+    QVERIFY(!boxes.raster->isEnabled());
+    QVERIFY(!boxes.colorSpace->isEnabled());
+    boxes.projectType->setCurrentIndex(boxes.projectType->findData(kHd));
+    QVERIFY(boxes.raster->isEnabled());
+    QVERIFY(!boxes.colorSpace->isEnabled());
+    boxes.projectType->setCurrentIndex(boxes.projectType->findData(kHdRgb));
+    QVERIFY(boxes.colorSpace->isEnabled());
+}
+
+void TestCodecBox::rgbIsOfferedWhereItIsValidAndChosenWhereItIsSupported()
+{
+    // Two questions to the engine that need not have the same answer.
+    for (const bool isSupported : {true, false}) {
+        reset();
+        StandInHost::MediaCatalogue catalogue = StandInHost::catalogue();
+        for (StandInHost::ProjectType& type : catalogue.projectTypes) {
+            if (type.code == kHdRgb || type.code == kCustomHd) {
+                type.rgb = isSupported;
+                type.colorSpaces = isSupported ? QList<int>{8} : QList<int>{8, 2};
+            }
+        }
+        StandInHost::setCatalogue(catalogue);
+        openProject(kHdRgb);
+        Boxes ordinary;
+        ordinary.codec->setupDefaults();
+        QCOMPARE(data(ordinary.colorSpace), isSupported ? ints({8}) : ints({8, 2}));
+        QCOMPARE(ordinary.colorSpace->isEnabled(), isSupported);
+        // A custom format only asks what is valid.
+        openCustomProject(501);
+        Boxes custom;
+        custom.codec->setupDefaults();
+        QCOMPARE(data(custom.colorSpace), isSupported ? ints({8}) : ints({2, 8}));
+        QCOMPARE(custom.colorSpace->isEnabled(), !isSupported);
+    }
+}
+
+void TestCodecBox::standardDefinitionComesBeforeHighDefinition()
+{
+    StandInHost::MediaCatalogue catalogue = StandInHost::catalogue();
+    for (StandInHost::ProjectType& type : catalogue.projectTypes) {
+        if (type.code == kHdRgb)
+            type.sd = true;
+    }
+    StandInHost::setCatalogue(catalogue);
+    openProject(kHdRgb);
+    Boxes boxes;
+    boxes.codec->setupDefaults();
+    QCOMPARE(texts(boxes.colorSpace), QStringList(QStringLiteral("YCbCr 601")));
 }
 
 void TestCodecBox::colorSpaceIsDisabledWhereRgbCannotBeEncoded()

@@ -1,4 +1,5 @@
 #include "ArrowButton.h"
+#include "EventCounter.h"
 #include "HostQtShell.h"
 #include "StandInHost.h"
 
@@ -8,20 +9,6 @@
 #include <QtTest>
 
 namespace {
-
-/// Counts how often a widget is painted.
-class PaintCounter : public QObject
-{
-public:
-    explicit PaintCounter(QWidget* widget) { widget->installEventFilter(this); }
-    int count = 0;
-
-    bool eventFilter(QObject*, QEvent* event) override
-    {
-        count += event->type() == QEvent::Paint ? 1 : 0;
-        return false;
-    }
-};
 
 /// Draws other icons and leaves everything else alone.
 class OtherIcons : public ArrowButton
@@ -127,14 +114,13 @@ private slots:
         button.resize(10, 10);
         button.show();
         QVERIFY(QTest::qWaitForWindowExposed(&button));
-        PaintCounter paints(&button);
         QCoreApplication::processEvents();
-        paints.count = 0;
+        const KRXTest::EventCounter paints(&button, QEvent::Paint);
         button.setState(ArrowButton::Open);
         QCoreApplication::processEvents();
-        QCOMPARE(paints.count, 0);
+        QCOMPARE(paints.count(), 0);
         QTest::mousePress(&button, Qt::LeftButton);
-        QTRY_VERIFY(paints.count > 0);
+        QTRY_VERIFY(paints.count() > 0);
     }
 
     void aListenerMayDeleteTheButton()

@@ -1,3 +1,5 @@
+#include "ArrowButton.h"
+#include "EventCounter.h"
 #include "HostQtShell.h"
 #include "KRXTwistWidget.h"
 #include "StandInHost.h"
@@ -266,6 +268,30 @@ private slots:
         QCOMPARE(section.paints, 0);
         section.update();
         QTRY_VERIFY(section.paints > 0);
+    }
+
+    void openingAndClosingRepaintsTheArrow()
+    {
+        // Nothing in the body, so that no change of size repaints the section as a whole.
+        class Flat : public KRXTwistWidget
+        {
+        public:
+            Flat()
+                : KRXTwistWidget(nullptr, QString())
+            {
+                bodyLayout()->setContentsMargins(0, 0, 0, 0);
+            }
+        };
+        Flat section;
+        section.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&section));
+        auto* arrow = section.findChild<ArrowButton*>();
+        for (const bool open : {true, false}) {
+            QCoreApplication::processEvents();
+            const KRXTest::EventCounter paints(arrow, QEvent::Paint);
+            section.setOpen(open);
+            QTRY_VERIFY(paints.count() > 0);
+        }
     }
 };
 
