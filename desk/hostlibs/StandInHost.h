@@ -133,6 +133,9 @@ struct Volume
     bool usable = true;
     bool hasInformation = true;
     bool locked = false;
+    bool hasIdentity = true;
+    /// What information on the volume shows it as; null for its name.
+    QString displayName = QString();
 };
 
 /// Replaces the mounted file systems by a fixed list of groups.

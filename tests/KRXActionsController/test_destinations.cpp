@@ -91,6 +91,9 @@ private slots:
     void lockedVolumeIsListedGreyedInBothBoxesAndCannotBeChosen();
     void lockedVolumeWithTheNameOfAnotherGreysTheRightRow();
     void lockedVolumeWithoutInformationGreysNothing();
+    void volumeIsListedByItsDisplayName();
+    void volumeWithoutADisplayNameIsListedByItsNameOf260CharactersAtMost();
+    void volumeWithoutAnIdentityIsNotListed();
     void firstVolumeThatCanBeChosenIsCurrent();
     void onlyLockedVolumesGiveNoVolume();
     void noVolumeListLeavesBoxesEmpty();
@@ -440,6 +443,37 @@ void TestDestinations::lockedVolumeWithoutInformationGreysNothing()
     DestinationDrives drives(nullptr);
     QCOMPARE(drives.videoBox()->count(), 1);
     QVERIFY(canBeChosen(drives.videoBox(), 0));
+}
+
+void TestDestinations::volumeIsListedByItsDisplayName()
+{
+    Volume shown{QStringLiteral("Name"), QStringLiteral("/a")};
+    shown.displayName = QStringLiteral("Shown");
+    StandInHost::setVolumes({{shown}});
+    DestinationDrives drives(nullptr);
+    for (const QComboBox* box : {drives.videoBox(), drives.audioBox()}) {
+        QCOMPARE(texts(box), QStringList(QStringLiteral("Shown")));
+        QCOMPARE(data(box), QStringList(QStringLiteral("/a/")));
+    }
+}
+
+void TestDestinations::volumeWithoutADisplayNameIsListedByItsNameOf260CharactersAtMost()
+{
+    Volume nameless{QString(300, QLatin1Char('n')), QStringLiteral("/a")};
+    nameless.displayName = QStringLiteral("");
+    StandInHost::setVolumes({{nameless}});
+    DestinationDrives drives(nullptr);
+    QCOMPARE(texts(drives.videoBox()), QStringList(QString(260, QLatin1Char('n'))));
+}
+
+void TestDestinations::volumeWithoutAnIdentityIsNotListed()
+{
+    Volume unknown{QStringLiteral("Unknown"), QStringLiteral("/u")};
+    unknown.hasIdentity = false;
+    StandInHost::setVolumes({{unknown, {QStringLiteral("Known"), QStringLiteral("/k")}}});
+    DestinationDrives drives(nullptr);
+    QCOMPARE(texts(drives.videoBox()), QStringList(QStringLiteral("Known")));
+    QCOMPARE(texts(drives.audioBox()), QStringList(QStringLiteral("Known")));
 }
 
 void TestDestinations::firstVolumeThatCanBeChosenIsCurrent()

@@ -67,10 +67,12 @@ QString volumeName(VolumeHandle volume, int maxLength)
 
 bool volumeIdentity(VolumeHandle volume, VolumeIdentity& identity)
 {
-    if (!volumes().listed.contains(volume))
+    const auto found = volumes().listed.constFind(volume);
+    if (found == volumes().listed.constEnd())
         return false;
+    // What a host leaves behind when it says no is worth nothing.
     identity.identifier = QString::number(volume);
-    return true;
+    return found->hasIdentity;
 }
 
 bool volumeInformation(const VolumeIdentity& identity, VolumeInformation& information)
@@ -78,7 +80,7 @@ bool volumeInformation(const VolumeIdentity& identity, VolumeInformation& inform
     const auto found = volumes().listed.constFind(identity.identifier.toUInt());
     if (found == volumes().listed.constEnd() || !found->hasInformation)
         return false;
-    information.displayName = found->name;
+    information.displayName = found->displayName.isNull() ? found->name : found->displayName;
     information.path = found->path;
     return true;
 }
