@@ -1,13 +1,16 @@
 #pragma once
 
 #include "EditorFixture.h"
+#include "HostRecorder.h"
 #include "SaveProfileDialog.h"
 
 #include <QLabel>
 #include <QLineEdit>
+#include <QStringList>
 #include <QTimer>
 
 #include <functional>
+#include <memory>
 
 /// The editor with its protected parts opened and its hooks counted.
 class Editor : public KRXProfilesWindow
@@ -81,3 +84,45 @@ inline void answerSaveDialog(Editor& editor, const QString& name, const char* bu
             dialog->reject();
     });
 }
+
+/// What the tests of the editor share: a service behind the managers and an answer to every message.
+class EditorTest
+{
+protected:
+    void start()
+    {
+        m_service = std::make_unique<EditorFixture>();
+        answerWith(QMessageBox::Ok);
+    }
+    void stop() { m_service.reset(); }
+
+    /// Opens \a editor on a service with one profile.
+    void openAlpha(KRXProfilesWindow& editor)
+    {
+        m_service->addProfile(QStringLiteral("1"), QStringLiteral("Alpha"));
+        m_service->load();
+        m_service->open(editor, QStringLiteral("1"));
+    }
+
+    /// Answers every question so and returns nothing; the log tells what was asked.
+    static void answerWith(QMessageBox::StandardButton button)
+    {
+        StandInHost::setMessageAnswerer([button](const StandInHost::MessageRequest&) { return button; });
+    }
+
+    static StandInHost::MessageRequest onlyMessage()
+    {
+        const auto log = StandInHost::messageLog();
+        return log.size() == 1 ? log.first() : StandInHost::MessageRequest();
+    }
+
+    static QStringList boxTexts(const QComboBox* box)
+    {
+        QStringList texts;
+        for (int i = 0; i < box->count(); ++i)
+            texts << box->itemText(i);
+        return texts;
+    }
+
+    std::unique_ptr<EditorFixture> m_service;
+};
