@@ -1,11 +1,11 @@
 #pragma once
 
+#include "base/Mounts.h"
 #include "store/ClipStore.h"
 #include "store/ErrorStore.h"
 #include "store/FolderStore.h"
 #include "store/ProfileStore.h"
 #include "watch/Lane.h"
-#include "watch/Mounts.h"
 #include "watch/PathResolver.h"
 
 #include <QObject>

@@ -1,9 +1,9 @@
 #include "SilentMount.h"
 #include "TestFiles.h"
+#include "base/Mounts.h"
 #include "base/Text.h"
 #include "documents/ProfileDocument.h"
 #include "store/Database.h"
-#include "watch/Mounts.h"
 #include "watch/WatchTexts.h"
 #include "watch/Watcher.h"
 

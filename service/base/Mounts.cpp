@@ -1,4 +1,4 @@
-#include "watch/Mounts.h"
+#include "base/Mounts.h"
 
 #include <fstream>
 #include <sstream>
