@@ -1,4 +1,6 @@
 #include "EditorUnderTest.h"
+#include "EventCounter.h"
+#include "HostQtShell.h"
 #include "KRXSettingsController.h"
 #include "KRXSummaryWidget.h"
 #include "KRXTest.h"
@@ -280,6 +282,77 @@ private slots:
         editor.child<KRXTwistWidget>("xelSettingsTwistWidget")->setOpen(true);
         QVERIFY(editor.heights.last() > expected);
         QCOMPARE(editor.height(), editor.heights.last());
+    }
+
+    void choosingAProfileFitsTheHeight()
+    {
+        m_service->addProfile(QStringLiteral("2"), QStringLiteral("Beta"));
+        Editor editor;
+        openAlpha(editor);
+        editor.show();
+        editor.heights.clear();
+        editor.getProfilesBox()->setCurrentIndex(1);
+        QCOMPARE(editor.heights.size(), 1);
+    }
+
+    void theSummaryFitsTheHeightWhenItOpens()
+    {
+        Editor editor;
+        openAlpha(editor);
+        editor.show();
+        editor.heights.clear();
+        auto* summary = editor.child<KRXTwistWidget>("summaryTwistWidget");
+        summary->setOpen(true);
+        QCOMPARE(editor.heights.size(), 1);
+        summary->setOpen(false);
+        QCOMPARE(editor.heights.size(), 2);
+        QVERIFY(editor.heights.last() < editor.heights.first());
+    }
+
+    void theHostScrollsWithItsShadow()
+    {
+        Editor editor;
+        QVERIFY(dynamic_cast<HostQtShell::VScrollWidget<QScrollArea>*>(editor.getScrollArea()));
+    }
+
+    void theTitleOfTheSettingsIsTwentyPixelsHigh()
+    {
+        Editor editor;
+        for (const QLabel* label : editor.findChildren<QLabel*>()) {
+            if (label->text() != QLatin1String("SETTINGS:"))
+                continue;
+            QCOMPARE(label->minimumHeight(), 20);
+            QCOMPARE(label->maximumHeight(), 20);
+            return;
+        }
+        QFAIL("The label is missing");
+    }
+
+    void theMarkRepaintsTheEditorBothWays()
+    {
+        Editor editor;
+        editor.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&editor));
+        for (const bool modified : {true, false}) {
+            QCoreApplication::processEvents();
+            const KRXTest::EventCounter paints(&editor, QEvent::Paint);
+            editor.getProfileState()->setModified(modified);
+            QTRY_VERIFY(paints.count() > 0);
+        }
+    }
+
+    void theContextMenuOpensWhereItWasAskedFor()
+    {
+        Editor editor;
+        editor.show();
+        editor.move(60, 40);
+        QCoreApplication::processEvents();
+        const QPoint place(33, 44);
+        emit editor.customContextMenuRequested(place);
+        auto* menu = editor.findChild<QMenu*>();
+        QVERIFY(menu->isVisible());
+        QCOMPARE(menu->pos(), editor.mapToGlobal(place));
+        menu->close();
     }
 
     void theBaseHooksDoNothing()

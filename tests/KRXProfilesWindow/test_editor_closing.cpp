@@ -1,3 +1,4 @@
+#include "ActionTWidget.h"
 #include "EditorUnderTest.h"
 #include "KRXTest.h"
 #include "KRXTwistWidget.h"
@@ -169,6 +170,40 @@ private slots:
         QKeyEvent nothingToRedo(QEvent::KeyPress, Qt::Key_Y, Qt::ControlModifier);
         QApplication::sendEvent(&editor, &nothingToRedo);
         QVERIFY(!nothingToRedo.isAccepted());
+    }
+
+    void theButtonRemovesTheSelectedAction()
+    {
+        Editor editor;
+        ProfileActionsController* controller = editor.getAllActionsController();
+        editor.child<QPushButton>("addActionBtn")->click();
+        QVERIFY(controller->findAction(ActionType::Copy));
+        editor.setCurrentSelectedAction(controller->rows().first());
+        editor.child<QPushButton>("delActionBtn")->click();
+        QVERIFY(!controller->findAction(ActionType::Copy));
+        QVERIFY(!editor.getCurrentSelectedAction());
+        editor.getProfileState()->setModified(false);
+    }
+
+    void undoingLaysOutWhatIsClosedToo()
+    {
+        Editor editor;
+        editor.show();
+        ProfileActionsController* controller = editor.getAllActionsController();
+        controller->addNewAction();
+        const QWidget* body = controller->rows().first()->parentWidget();
+        editor.setCurrentSelectedAction(controller->rows().first());
+        controller->removeAction();
+        const int without = body->minimumHeight();
+        editor.heights.clear();
+        QTest::keyClick(&editor, Qt::Key_Z, Qt::ControlModifier);
+        const int with = body->minimumHeight();
+        QVERIFY(with > without);
+        QCOMPARE(editor.heights.size(), 1);
+        QTest::keyClick(&editor, Qt::Key_Y, Qt::ControlModifier);
+        QCOMPARE(body->minimumHeight(), without);
+        QCOMPARE(editor.heights.size(), 2);
+        editor.getProfileState()->setModified(false);
     }
 
     void enterPressesOnlySave()

@@ -24,6 +24,27 @@ private slots:
         QVERIFY(m_service->requests().isEmpty());
     }
 
+    void theDefaultProfileIsTheOneOfTheTranslatedName()
+    {
+        StandInHost::setTranslator([](const QString& text) -> QString {
+            return text == QLatin1String("Default Profile") ? QStringLiteral("Standardprofil") : text;
+        });
+        m_service->addProfile(QStringLiteral("d"), QStringLiteral("Default Profile"));
+        m_service->addProfile(QStringLiteral("s"), QStringLiteral("Standardprofil"));
+        m_service->load();
+        Editor editor;
+        m_service->open(editor, QStringLiteral("s"));
+        editor.delBtnPressed();
+        QCOMPARE(onlyMessage().text, QStringLiteral("Can't delete Standardprofil"));
+        QVERIFY(m_service->requests().isEmpty());
+        // The English name is a name like any other then.
+        answerWith(QMessageBox::Yes);
+        m_service->open(editor, QStringLiteral("d"));
+        editor.delBtnPressed();
+        StandInHost::setTranslator({});
+        QVERIFY(m_service->requests().contains(QStringLiteral("DELETE profiles/d")));
+    }
+
     void deletingWithAnEmptyBoxDoesNothing()
     {
         Editor editor;
