@@ -89,5 +89,6 @@ void measureSections(Table& table);
 void measureActions(Table& table);
 void measureWindows(Table& table);
 void measureService(Table& table);
+void measureDoor(Table& table);
 
 } // namespace KRXBench

@@ -17,7 +17,7 @@ int main(int argc, char* argv[])
                                   QStringLiteral("FILE"));
     const QCommandLineOption only(
         QStringLiteral("only"),
-        QStringLiteral("Measure one area: access, view, sections, actions, windows, service."),
+        QStringLiteral("Measure one area: access, view, sections, actions, windows, service, door."),
         QStringLiteral("AREA"));
     options.addOption(json);
     options.addOption(only);
@@ -29,9 +29,13 @@ int main(int argc, char* argv[])
         void (*measure)(KRXBench::Table&);
     };
     constexpr Area kAreas[] = {
-        {"access", &KRXBench::measureServiceAccess}, {"view", &KRXBench::measureFolderView},
-        {"sections", &KRXBench::measureSections},    {"actions", &KRXBench::measureActions},
-        {"windows", &KRXBench::measureWindows},      {"service", &KRXBench::measureService},
+        {"access", &KRXBench::measureServiceAccess},
+        {"view", &KRXBench::measureFolderView},
+        {"sections", &KRXBench::measureSections},
+        {"actions", &KRXBench::measureActions},
+        {"windows", &KRXBench::measureWindows},
+        {"service", &KRXBench::measureService},
+        {"door", &KRXBench::measureDoor},
     };
 
     KRXBench::Table table;

@@ -314,7 +314,7 @@ FileResult Pipeline::finish(const ClipRecord& clip, const std::function<void(con
         transaction.commit();
     }
     m_errors.removeStarting(ErrorStore::refusedStart(clip.path));
-    log::info("offered " + clip.path + " as " + m_outputs.path(clip.owner, clip.output));
+    log::info("offered " + clip.path + " as " + m_outputs.path(clip.owner, clip.output), clip.guid);
     return result;
 }
 

@@ -218,9 +218,10 @@ public:
 
     void handle(const std::shared_ptr<HttpConnection>& connection, HttpRequest request) override
     {
-        asio::post(m_pool, [this, connection, request = std::move(request)] {
+        asio::post(m_pool, [this, connection = connection, request = std::move(request)]() mutable {
             HttpAnswer answer = m_handler(request.head, request.target, request.body);
-            asio::post(m_io, [connection, answer = std::move(answer)]() mutable {
+            // Moved, so that a connection never comes to its end here.
+            asio::post(m_io, [connection = std::move(connection), answer = std::move(answer)]() mutable {
                 connection->answer(std::move(answer));
             });
         });

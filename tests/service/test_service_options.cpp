@@ -153,6 +153,17 @@ private slots:
         QVERIFY(!text.contains('\n'));
     }
 
+    void wrongValuesInTheEnvironmentAreNamedByTheirVariable()
+    {
+        for (const auto& [name, value] : std::vector<std::pair<std::string, std::string>>{
+                 {"KRX_SERVICE_PORT", "many"}, {"KRX_SERVICE_NO_PORT", "yes"}, {"KRX_SERVICE_DATA", ""}}) {
+            m_variables[name] = value;
+            const auto options = parse({});
+            QVERIFY2(!options && options.refusal().text.find(name) != std::string::npos, name.c_str());
+            m_variables.erase(name);
+        }
+    }
+
     void filesOfOthersAreRefused()
     {
         const std::string path = file("port = 1\n");
