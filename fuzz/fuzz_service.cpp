@@ -6,6 +6,7 @@
 #include "documents/ProfileDocument.h"
 #include "documents/Requests.h"
 #include "documents/XmlTools.h"
+#include "http/HeadCheck.h"
 #include "http/HttpGuard.h"
 #include "media/MediaProbe.h"
 
@@ -55,7 +56,8 @@ void checkHead(const RequestHead& head)
 {
     const auto refusal = httpguard::check(head);
     if (refusal) {
-        promise(refusal->status >= 400 && refusal->status < 500, "a refusal is a 4xx");
+        promise((refusal->status >= 400 && refusal->status < 500) || refusal->status == 501,
+                "a refusal is a 4xx, or 501");
         promise(!refusal->text.empty() && refusal->text.find('\n') == std::string::npos,
                 "a refusal is one line");
         return;
@@ -65,6 +67,21 @@ void checkHead(const RequestHead& head)
     promise(bool(target), "what passes can be split");
     for (const auto& segment : target->segments)
         promise(segment != ".." && segment.find('\\') == std::string::npos, "no segment leads elsewhere");
+}
+
+/// The bytes of a head as they come over the wire; in the corpus lines end in LF alone.
+void checkFraming(const std::string& lines)
+{
+    std::string head;
+    for (const char c : lines)
+        head += c == '\n' ? std::string("\r\n") : std::string(1, c);
+    head += "\r\n\r\n";
+    if (headcheck::checkBytes(head, 0) || headcheck::checkLines(head))
+        return;
+    promise(head.find('\0') == std::string::npos, "what passes holds no NUL");
+    promise(head.find("\r\n ") == std::string::npos && head.find("\r\n\t") == std::string::npos,
+            "no header that passes is folded");
+    promise(head.find("\r\n:") == std::string::npos, "every header that passes has a name");
 }
 
 void checkBody(const std::string& body)
@@ -91,6 +108,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const std::string input(reinterpret_cast<const char*>(data), size);
     const auto end = input.find("\n\n");
+    checkFraming(input.substr(0, end));
     checkHead(headOf(input.substr(0, end)));
     if (end != std::string::npos)
         checkBody(input.substr(end + 2));
