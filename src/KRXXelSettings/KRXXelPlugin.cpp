@@ -55,12 +55,12 @@ QWidget* KRXXelPlugin::createWidget()
 void KRXXelPlugin::fillPlugins()
 {
     m_pluginBox->clear();
+    // The first item of an empty box is selected by itself.
     m_pluginBox->addItem(KRXText::localised("Autodetect Plug-in"), QUuid().toString(QUuid::WithoutBraces));
     for (const HostMediaEngine::LinkedMediaPlugin& plugin : HostMediaEngine::listLinkedMediaPlugins()) {
         m_pluginBox->addItem(QStringLiteral("%1 (%2)").arg(plugin.name, shownExtensions(plugin.extensions)),
                              withoutBraces(plugin.guid));
     }
-    m_pluginBox->setCurrentIndex(0);
 }
 
 void KRXXelPlugin::writeXml(QDomDocument* doc, QDomElement& parent)

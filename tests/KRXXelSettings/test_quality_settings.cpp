@@ -58,6 +58,11 @@ private slots:
         fixture.widget->layout()->activate();
         QCOMPARE(video->y(), audio->y());
         QVERIFY(video->geometry().right() < audio->x());
+        // They stay together however wide the section is.
+        const int between = audio->x() - video->geometry().right();
+        fixture.widget->resize(fixture.widget->width() + 400, fixture.widget->height());
+        fixture.widget->layout()->activate();
+        QCOMPARE(audio->x() - video->geometry().right(), between);
     }
 
     void theLabelStandsAboveTheBoxesAndHighestQualityAboveMostCompressed()
