@@ -60,8 +60,7 @@ private slots:
         QVERIFY(video->geometry().right() < audio->x());
         // They stay together however wide the section is.
         const int between = audio->x() - video->geometry().right();
-        fixture.widget->resize(fixture.widget->width() + 400, fixture.widget->height());
-        fixture.widget->layout()->activate();
+        fixture.widget->layout()->setGeometry(fixture.widget->rect().adjusted(0, 0, 400, 0));
         QCOMPARE(audio->x() - video->geometry().right(), between);
     }
 
