@@ -91,13 +91,13 @@ void TestActivitiesOnTheWire::serviceReadsAllThreeActivities()
     const auto& activities = recipe->activities;
     QCOMPARE(int(activities.size()), 4);
 
-    QCOMPARE(activities[0].kind, ActivityRecipe::Kind::Copy);
+    QCOMPARE(text(activities[0].id), QStringLiteral("copy"));
     QCOMPARE(text(activities[0].name), QStringLiteral("Copy 1"));
     QCOMPARE(text(activities[0].destination), kOddPath);
     QVERIFY(activities[0].relinkAfterCopy);
     QVERIFY(!activities[0].autoCheckin);
 
-    QCOMPARE(activities[1].kind, ActivityRecipe::Kind::Consolidate);
+    QCOMPARE(text(activities[1].id), QStringLiteral("consolidate"));
     QCOMPARE(text(activities[1].name), QStringLiteral("Consolidate"));
     QCOMPARE(value(activities[1], "outputDetail/filesystemVideoVolume"), QStringLiteral("/"));
     QCOMPARE(value(activities[1], "outputDetail/outputConsolidateVideoProfile/videoSkipOnTarget"),
@@ -107,7 +107,7 @@ void TestActivitiesOnTheWire::serviceReadsAllThreeActivities()
     QCOMPARE(value(activities[1], fallback), QStringLiteral("102"));
     QCOMPARE(attribute(activities[1], fallback, "name"), QStringLiteral("Default <Codec> & \"more\""));
 
-    QCOMPARE(activities[2].kind, ActivityRecipe::Kind::Transcode);
+    QCOMPARE(text(activities[2].id), QStringLiteral("transcode"));
     QCOMPARE(text(activities[2].name), QStringLiteral("Transcode 1"));
     QCOMPARE(value(activities[2], "outputDetail/filesystemAudioVolume"), QStringLiteral("/media/b/"));
     const QByteArray video = "outputDetail/outputTranscodeVideoProfile/";
