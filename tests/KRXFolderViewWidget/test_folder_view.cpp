@@ -5,7 +5,6 @@
 #include "KRXTest.h"
 
 #include <QDir>
-#include <QFile>
 #include <QHeaderView>
 #include <QSignalSpy>
 #include <QTemporaryDir>

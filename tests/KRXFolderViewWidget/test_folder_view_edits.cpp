@@ -8,7 +8,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QHeaderView>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>

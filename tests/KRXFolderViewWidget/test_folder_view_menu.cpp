@@ -8,16 +8,9 @@
 #include <QApplication>
 #include <QFile>
 #include <QHeaderView>
-#include <QHelpEvent>
 #include <QMenu>
-#include <QPaintEvent>
-#include <QRegion>
-#include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QToolTip>
 #include <QtTest>
-
-#include <algorithm>
 
 using View = KRXFolderViewWidget;
 

@@ -4,20 +4,13 @@
 #include "HostQtShell.h"
 #include "KRXTest.h"
 
-#include <QAction>
 #include <QApplication>
-#include <QFile>
-#include <QHeaderView>
 #include <QHelpEvent>
-#include <QMenu>
 #include <QPaintEvent>
 #include <QRegion>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QToolTip>
 #include <QtTest>
-
-#include <algorithm>
 
 using View = KRXFolderViewWidget;
 

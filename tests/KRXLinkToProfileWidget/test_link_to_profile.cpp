@@ -43,12 +43,15 @@ public:
     {
         offered = items;
         offeredId = currentId;
+        if (whileLoading)
+            whileLoading();
     }
 
     int runs = 0;
     QList<QPair<QString, QString>> offered;
     QString offeredId = QStringLiteral("not called");
     std::function<void()> whileOpen;
+    std::function<void()> whileLoading;
 };
 
 /// A host window that is a dialog of the host, as they are.
@@ -137,6 +140,8 @@ private slots:
     void destroyedUnderTheEditorIsHarmless();
     void destroyedWithItsWindowUnderTheEditorIsHarmless();
     void editorThatWentAwayIsForgotten();
+    void editorIsNotOpenedForAWidgetThatIsGoing_data();
+    void editorIsNotOpenedForAWidgetThatIsGoing();
 };
 
 void TestLinkToProfile::rowIsCentredWithLabelBoxAndButton()
@@ -512,6 +517,40 @@ void TestLinkToProfile::clearedSummaryHasNoRowsAndTheHeightOfNone()
     QCOMPARE(f.summary.maximumHeight(), none.maximumHeight());
     QCOMPARE(f.summary.minimumHeight(), none.minimumHeight());
     QCOMPARE(f.summary.item(0, 0), nullptr);
+}
+
+void TestLinkToProfile::editorIsNotOpenedForAWidgetThatIsGoing_data()
+{
+    QTest::addColumn<bool>("editorGoes");
+    QTest::newRow("widget") << false;
+    QTest::newRow("editor") << true;
+}
+
+void TestLinkToProfile::editorIsNotOpenedForAWidgetThatIsGoing()
+{
+    QFETCH(bool, editorGoes);
+    Fixture f;
+    f.make();
+    const QPointer<FakeEditor> editor = new FakeEditor;
+    const QPointer<KRXLinkToProfileWidget> widget =
+        new KRXLinkToProfileWidget(&f.summary, editor, true, nullptr, nullptr);
+    const QPointer<QWidget> victim = editorGoes ? static_cast<QWidget*>(editor) : widget;
+    int runs = 0;
+    editor->whileOpen = [&runs] { ++runs; };
+    // Loading a profile may open a notice, and the host may do anything while that stands.
+    editor->whileLoading = [&victim] {
+        victim->deleteLater();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    };
+    widget->findChild<QPushButton*>()->click();
+    QCOMPARE(runs, 0);
+    QVERIFY(victim);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(!victim);
+    if (editor)
+        std::unique_ptr<FakeEditor>(editor.data()).reset();
+    if (widget)
+        std::unique_ptr<KRXLinkToProfileWidget>(widget.data()).reset();
 }
 
 QTEST_MAIN(TestLinkToProfile)

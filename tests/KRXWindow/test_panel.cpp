@@ -1,16 +1,9 @@
 #include "HostQtShell.h"
 #include "PanelFixture.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFontMetrics>
-#include <QImage>
 #include <QLayout>
-#include <QMenu>
-#include <QPaintDevice>
-#include <QPaintEngine>
-#include <QPen>
-#include <QPointer>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -21,72 +14,6 @@ namespace {
 const QStringList kLoading = {QStringLiteral("GET xelmediafolders?level=detail"),
                               QStringLiteral("GET profiles?level=detail")};
 const QString kProfiles = QStringLiteral("GET profiles?level=detail");
-
-/// What rectangles are drawn with, instead of the drawing.
-class PenRecorder : public QPaintDevice
-{
-public:
-    QList<QPen> pens;
-    QList<QBrush> brushes;
-
-    QPaintEngine* paintEngine() const override { return &m_engine; }
-
-protected:
-    int metric(PaintDeviceMetric metric) const override
-    {
-        switch (metric) {
-        case PdmWidth:
-        case PdmHeight:
-            return 2000;
-        case PdmDevicePixelRatio:
-            return 1;
-        case PdmDevicePixelRatioScaled:
-            return int(devicePixelRatioFScale());
-        case PdmDepth:
-            return 32;
-        default:
-            return 96;
-        }
-    }
-
-private:
-    class Engine : public QPaintEngine
-    {
-    public:
-        explicit Engine(PenRecorder* recorder)
-            : QPaintEngine(AllFeatures)
-            , m_recorder(recorder)
-        {
-        }
-        bool begin(QPaintDevice*) override { return true; }
-        bool end() override { return true; }
-        void updateState(const QPaintEngineState& state) override
-        {
-            if (state.state() & DirtyPen)
-                m_pen = state.pen();
-            if (state.state() & DirtyBrush)
-                m_brush = state.brush();
-        }
-        void drawRects(const QRectF*, int) override { note(); }
-        void drawRects(const QRect*, int) override { note(); }
-        void drawPath(const QPainterPath&) override {}
-        void drawPixmap(const QRectF&, const QPixmap&, const QRectF&) override {}
-        Type type() const override { return User; }
-
-    private:
-        void note()
-        {
-            m_recorder->pens << m_pen;
-            m_recorder->brushes << m_brush;
-        }
-
-        PenRecorder* m_recorder;
-        QPen m_pen;
-        QBrush m_brush;
-    };
-
-    mutable Engine m_engine{this};
-};
 
 } // namespace
 
@@ -128,17 +55,6 @@ private slots:
     void goingOfflineUnderTheChooserEnablesNothing();
     void goingOfflineUnderTheEditorEnablesNothing();
     void goingOfflineUnderAQuestionEnablesNothing();
-
-    // --- Height and frame ---
-    void openedSummaryAsksForAHeight();
-    void frameIsDrawnOnlyWhileHighlighted();
-    void frameOfWidthZeroIsTheThinnestLine();
-    void frameOfWidthThreeIsInsetByOneAndTwo();
-    void frameHasTheHostsColour();
-    void opacityOfTheFrameIsCutOffNotRounded();
-    void penOfTheFrameIsSquareAndBevelled();
-    void frameOfABareHostHasThePalettesHighlight();
-    void changingTheStateRepaintsOnce();
 };
 
 void TestPanel::constructionAsksNothing()
@@ -521,129 +437,6 @@ void TestPanel::goingOfflineUnderAQuestionEnablesNothing()
     QVERIFY(f.offline()->isVisible());
 }
 
-void TestPanel::openedSummaryAsksForAHeight()
-{
-    PanelFixture f;
-    f.show();
-    const int closed = f.panel->layout()->totalSizeHint().height();
-    f.section()->DoExpandColapse();
-    QCOMPARE(f.panel->heights.size(), 1);
-    QCOMPARE(f.panel->heights.at(0), f.panel->layout()->totalSizeHint().height());
-    QVERIFY(f.panel->heights.at(0) > closed);
-    f.section()->DoExpandColapse();
-    QCOMPARE(f.panel->heights.last(), closed);
-}
-
-namespace {
-
-QImage painted(QWidget& panel)
-{
-    QImage image(panel.size(), QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::white);
-    panel.render(&image, QPoint(), QRegion(), QWidget::RenderFlags());
-    return image;
-}
-
-} // namespace
-
-void TestPanel::frameIsDrawnOnlyWhileHighlighted()
-{
-    PanelFixture f;
-    f.show();
-    const QImage plain = painted(*f.panel);
-    f.panel->setInHighlightState(true);
-    QVERIFY(painted(*f.panel) != plain);
-    f.panel->setInHighlightState(false);
-    QCOMPARE(painted(*f.panel), plain);
-}
-
-void TestPanel::frameOfWidthZeroIsTheThinnestLine()
-{
-    PanelFixture f;
-    f.show();
-    StandInHost::setPaletteNumber("WindowHighlightFrameWidth"_s, 0);
-    StandInHost::setPaletteNumber("WindowHighlightFrameOpacity"_s, 100);
-    f.panel->setInHighlightState(true);
-    const QImage image = painted(*f.panel);
-    StandInHost::resetPaletteNumbers();
-    const QRgb frame = HostQtShell::highlightPaletteColor("WindowHighlightFrameColor"_s).rgb();
-    const int middle = f.panel->width() / 2;
-    QCOMPARE(image.pixel(0, 5), frame);
-    QCOMPARE(image.pixel(middle, 0), frame);
-    QVERIFY(image.pixel(1, 5) != frame);
-    QVERIFY(image.pixel(middle, 1) != frame);
-}
-
-void TestPanel::frameOfWidthThreeIsInsetByOneAndTwo()
-{
-    PanelFixture f;
-    f.show();
-    StandInHost::setPaletteNumber("WindowHighlightFrameWidth"_s, 3);
-    StandInHost::setPaletteNumber("WindowHighlightFrameOpacity"_s, 100);
-    f.panel->setInHighlightState(true);
-    const QImage image = painted(*f.panel);
-    StandInHost::resetPaletteNumbers();
-    const QRgb frame = HostQtShell::highlightPaletteColor("WindowHighlightFrameColor"_s).rgb();
-    const int right = f.panel->width() - 1;
-    const int bottom = f.panel->height() - 1;
-    const int middle = f.panel->width() / 2;
-    // Three pixels along each edge, none further in.
-    for (int depth = 0; depth < 3; ++depth) {
-        QCOMPARE(image.pixel(depth, 5), frame);
-        QCOMPARE(image.pixel(middle, depth), frame);
-        QCOMPARE(image.pixel(right - depth, 5), frame);
-        QCOMPARE(image.pixel(middle, bottom - depth), frame);
-    }
-    QVERIFY(image.pixel(3, 5) != frame);
-    QVERIFY(image.pixel(middle, 3) != frame);
-    QVERIFY(image.pixel(right - 3, 5) != frame);
-    QVERIFY(image.pixel(middle, bottom - 3) != frame);
-}
-
-void TestPanel::frameHasTheHostsColour()
-{
-    PanelFixture f;
-    f.show();
-    StandInHost::setPaletteNumber("WindowHighlightFrameWidth"_s, 5);
-    StandInHost::setPaletteNumber("WindowHighlightFrameOpacity"_s, 50);
-    StandInHost::setHighlightColor(QColor(200, 0, 0));
-    const QImage plain = painted(*f.panel);
-    f.panel->setInHighlightState(true);
-    const QColor mixed = painted(*f.panel).pixelColor(2, 5);
-    StandInHost::resetPaletteNumbers();
-    StandInHost::setHighlightColor(QColor());
-    // 50 percent is an alpha of 127.
-    const QColor below = plain.pixelColor(2, 5);
-    const auto mix = [](int over, int under) { return (over * 127 + under * 128) / 255; };
-    QVERIFY(qAbs(mixed.red() - mix(200, below.red())) <= 2);
-    QVERIFY(qAbs(mixed.green() - mix(0, below.green())) <= 2);
-    QVERIFY(qAbs(mixed.blue() - mix(0, below.blue())) <= 2);
-}
-
-void TestPanel::changingTheStateRepaintsOnce()
-{
-    PanelFixture f;
-    f.show();
-    class Counter : public QObject
-    {
-    public:
-        bool eventFilter(QObject*, QEvent* event) override
-        {
-            paints += event->type() == QEvent::Paint ? 1 : 0;
-            return false;
-        }
-        int paints = 0;
-    } counter;
-    QCoreApplication::processEvents();
-    f.panel->installEventFilter(&counter);
-    f.panel->setInHighlightState(true);
-    f.panel->setInHighlightState(true);
-    QTRY_COMPARE(counter.paints, 1);
-    f.panel->setInHighlightState(true);
-    QCoreApplication::processEvents();
-    QCOMPARE(counter.paints, 1);
-}
-
 void TestPanel::partsStandFromTopToBottom()
 {
     PanelFixture f;
@@ -673,57 +466,6 @@ void TestPanel::partsStandFromTopToBottom()
     QVERIFY(main->itemAt(3)->spacerItem());
     QVERIFY(main->itemAt(3)->expandingDirections().testFlag(Qt::Vertical));
     QCOMPARE(main->itemAt(4)->widget(), f.offline());
-}
-
-void TestPanel::opacityOfTheFrameIsCutOffNotRounded()
-{
-    PanelFixture f;
-    f.show();
-    StandInHost::setPaletteNumber("WindowHighlightFrameWidth"_s, 5);
-    StandInHost::setPaletteNumber("WindowHighlightFrameOpacity"_s, 50);
-    StandInHost::setHighlightColor(Qt::black);
-    PenRecorder recorder;
-    f.panel->setInHighlightState(true);
-    f.panel->render(&recorder, QPoint(), QRegion(), QWidget::RenderFlags());
-    StandInHost::resetPaletteNumbers();
-    StandInHost::setHighlightColor(QColor());
-    QCOMPARE(recorder.pens.size(), 1);
-    // 127.5
-    QCOMPARE(recorder.pens.at(0).color().alpha(), 127);
-}
-
-void TestPanel::penOfTheFrameIsSquareAndBevelled()
-{
-    PanelFixture f;
-    f.show();
-    StandInHost::setPaletteNumber("WindowHighlightFrameWidth"_s, 7);
-    PenRecorder recorder;
-    f.panel->setInHighlightState(true);
-    f.panel->render(&recorder, QPoint(), QRegion(), QWidget::RenderFlags());
-    StandInHost::resetPaletteNumbers();
-    QCOMPARE(recorder.pens.size(), 1);
-    const QPen pen = recorder.pens.at(0);
-    QCOMPARE(pen.width(), 7);
-    QCOMPARE(pen.style(), Qt::SolidLine);
-    QCOMPARE(pen.capStyle(), Qt::SquareCap);
-    QCOMPARE(pen.joinStyle(), Qt::BevelJoin);
-    QCOMPARE(recorder.brushes.at(0).style(), Qt::NoBrush);
-}
-
-void TestPanel::frameOfABareHostHasThePalettesHighlight()
-{
-    PanelFixture f;
-    f.show();
-    QPalette palette = f.panel->palette();
-    palette.setColor(QPalette::Highlight, QColor(10, 200, 30));
-    f.panel->setPalette(palette);
-    StandInHost::setBare(true);
-    PenRecorder recorder;
-    f.panel->setInHighlightState(true);
-    f.panel->render(&recorder, QPoint(), QRegion(), QWidget::RenderFlags());
-    StandInHost::setBare(false);
-    QCOMPARE(recorder.pens.size(), 1);
-    QCOMPARE(recorder.pens.at(0).color().rgb(), qRgb(10, 200, 30));
 }
 
 QTEST_MAIN(TestPanel)

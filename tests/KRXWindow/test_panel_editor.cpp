@@ -2,9 +2,7 @@
 
 #include "PanelFixture.h"
 
-#include <QApplication>
 #include <QFile>
-#include <QMenu>
 #include <QPointer>
 #include <QTemporaryDir>
 #include <QTimer>

@@ -4,13 +4,6 @@
 #include "PanelFixture.h"
 
 #include <QDir>
-#include <QFile>
-#include <QFontMetrics>
-#include <QImage>
-#include <QLayout>
-#include <QMenu>
-#include <QPointer>
-#include <QTemporaryDir>
 #include <QtTest>
 
 using View = KRXFolderViewWidget;

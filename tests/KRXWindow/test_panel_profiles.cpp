@@ -493,7 +493,8 @@ void TestPanelProfiles::identifiersAreMatchedExactly_data()
 {
     QTest::addColumn<QString>("id");
     QTest::newRow("other case") << "P2"_s;
-    QTest::newRow("a part") << "p"_s;
+    QTest::newRow("the beginning") << "p"_s;
+    QTest::newRow("the end") << "2"_s;
     QTest::newRow("more") << "p22"_s;
 }
 
@@ -501,12 +502,14 @@ void TestPanelProfiles::identifiersAreMatchedExactly()
 {
     QFETCH(QString, id);
     PanelFixture f;
+    f.service.profiles[0].id = "a1"_s;
+    f.service.folders[0].profile = "a1"_s;
     // None of the box's profiles is the row's, so it gets the first one.
     f.service.folders[1].profile = id;
     f.show();
     f.view()->setCurrentItem(f.row("b"_s));
-    QCOMPARE(f.boxProfile(), "p1"_s);
-    QCOMPARE(f.service.folders.at(1).profile, "p1"_s);
+    QCOMPARE(f.boxProfile(), "a1"_s);
+    QCOMPARE(f.service.folders.at(1).profile, "a1"_s);
     QCOMPARE(f.puts(), QStringList({"PUT xelmediafolders/b"_s}));
 }
 
