@@ -331,6 +331,9 @@ private slots:
         LinkMediaDialog dialog(nullptr, nullptr);
         const auto* link = dialog.findChild<QPushButton*>(QStringLiteral("linkBtn"));
         QVERIFY(!link->isEnabled());
+        const QAbstractItemModelTester tester(
+            dialog.findChild<QListWidget*>(QStringLiteral("linkFiles"))->model(),
+            QAbstractItemModelTester::FailureReportingMode::QtTest);
         dialog.addFiles({QStringLiteral("/a.mov"), QStringLiteral("/b.mov"), QStringLiteral("/a.mov")});
         QVERIFY(link->isEnabled());
         QCOMPARE(dialog.files(), (QStringList{QStringLiteral("/a.mov"), QStringLiteral("/b.mov")}));
@@ -373,6 +376,8 @@ private slots:
         const QAbstractItemModelTester tester(table->model(),
                                               QAbstractItemModelTester::FailureReportingMode::QtTest);
         const auto* errors = dialog.findChild<QListWidget*>(QStringLiteral("errorsList"));
+        const QAbstractItemModelTester errorsTester(errors->model(),
+                                                    QAbstractItemModelTester::FailureReportingMode::QtTest);
         ServiceReport report;
         report.online = true;
         report.errors << QStringLiteral("Disk full");

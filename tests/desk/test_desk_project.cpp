@@ -1,5 +1,6 @@
 #include "DeskProject.h"
 #include "DeskProjectFile.h"
+#include "ProjectFiles.h"
 
 #include <QDir>
 #include <QFile>
@@ -9,6 +10,8 @@
 #include <QtTest>
 
 #include <unistd.h>
+
+using ProjectFiles::contentOf;
 
 namespace {
 
@@ -25,12 +28,6 @@ DeskClip clip(const QString& id, const QString& name = QStringLiteral("Clip"))
     made.checked = true;
     made.acquired = QDateTime(QDate(2024, 3, 5), QTime(14, 7, 9));
     return made;
-}
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no such file)");
 }
 
 void write(const QString& path, const QByteArray& bytes)

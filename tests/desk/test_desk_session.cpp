@@ -1,5 +1,6 @@
 #include "DeskSession.h"
 #include "LinkDocuments.h"
+#include "ProjectFiles.h"
 
 #include <QDir>
 #include <QFile>
@@ -13,37 +14,8 @@
 #include <memory>
 #include <sys/stat.h>
 
-namespace {
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no such file)");
-}
-
-/// A project file with \a clips clips.
-void writeProject(const QString& path, int clips)
-{
-    DeskProject project;
-    project.create(path);
-    const int bin = project.binNamed(QStringLiteral("Rushes"));
-    for (int i = 0; i < clips; ++i) {
-        DeskClip clip;
-        clip.id = QString::number(i);
-        project.addClip(bin, clip);
-    }
-    QString error;
-    QVERIFY2(project.save(error), qPrintable(error));
-}
-
-int clipsIn(const QString& path)
-{
-    DeskProject project;
-    QString error;
-    return project.load(path, error) ? project.clipCount() : -1;
-}
-
-} // namespace
+using ProjectFiles::clipsIn;
+using ProjectFiles::contentOf;
 
 class TestDeskSession : public QObject
 {
@@ -75,7 +47,7 @@ private slots:
     void init()
     {
         m_dir = std::make_unique<QTemporaryDir>();
-        writeProject(in("Show.krxproject"), 3);
+        QVERIFY(ProjectFiles::write(in("Show.krxproject"), 3));
     }
 
     // --- The file that was loaded ------------------------------------------------------------------------
@@ -85,7 +57,7 @@ private slots:
         const auto session = opened();
         // Another volume is mounted there, or somebody put a copy back.
         QVERIFY(QFile::rename(in("Show.krxproject"), in("away")));
-        writeProject(in("Show.krxproject"), 500);
+        QVERIFY(ProjectFiles::write(in("Show.krxproject"), 500));
         const QByteArray before = contentOf(in("Show.krxproject"));
         QSignalSpy conflicts(session.get(), &DeskSession::conflictFound);
         const QString first = document("a.xel");
@@ -261,7 +233,7 @@ private slots:
     void openingTakesTheLockToo()
     {
         const auto first = opened();
-        writeProject(in("Other.krxproject"), 1);
+        QVERIFY(ProjectFiles::write(in("Other.krxproject"), 1));
         QString error;
         QVERIFY2(first->open(in("Other.krxproject"), error), qPrintable(error));
         QVERIFY(opened("Other.krxproject")->isReadOnly());

@@ -2,6 +2,7 @@
 #include "HostRecorder.h"
 #include "LinkDocuments.h"
 #include "ProjectActions.h"
+#include "ProjectFiles.h"
 
 #include <QFile>
 #include <QSignalSpy>
@@ -35,12 +36,7 @@ class TestProjectActions : public QObject
             titles << request.title;
         return titles;
     }
-    int binsInFile(const char* name) const
-    {
-        DeskProject project;
-        QString error;
-        return project.load(in(name), error) ? project.bins().size() : -1;
-    }
+    int binsInFile(const char* name) const { return ProjectFiles::binsIn(in(name)); }
     /// The file is replaced by a project with two bins.
     void replaceFile() const
     {

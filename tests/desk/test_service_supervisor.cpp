@@ -9,6 +9,7 @@
 #include <QtTest>
 
 #include <csignal>
+#include <unistd.h>
 
 class TestServiceSupervisor : public QObject
 {
@@ -286,9 +287,11 @@ private slots:
         QTest::addColumn<QStringList>("arguments");
         const QStringList socket{QStringLiteral("--no-port")};
         const QStringList usual{QStringLiteral("--port"), QStringLiteral("58885")};
-        QTest::newRow("socket") << QByteArray() << QByteArray("/run/user/1000") << socket;
+        QTest::newRow("socket") << QByteArray() << QByteArray("own") << socket;
+        QTest::newRow("another user's place") << QByteArray() << QByteArray("another's") << usual;
+        QTest::newRow("a place that is not there") << QByteArray() << QByteArray("/nowhere") << usual;
         QTest::newRow("no place for it") << QByteArray() << QByteArray() << usual;
-        QTest::newRow("a port was set") << QByteArray("40123") << QByteArray("/run/user/1000")
+        QTest::newRow("a port was set") << QByteArray("40123") << QByteArray("own")
                                         << QStringList{QStringLiteral("--port"), QStringLiteral("40123")};
     }
     void theDeskStartsItsServiceAtTheSocketUnlessAPortWasSet()
@@ -300,7 +303,13 @@ private slots:
         qputenv("KRX_CONNECT_PORT", port);
         if (port.isEmpty())
             qunsetenv("KRX_CONNECT_PORT");
-        qputenv("XDG_RUNTIME_DIR", runtime);
+        if (runtime == "another's") {
+            if (::geteuid() != 0)
+                QSKIP("only root can give a folder away");
+            QCOMPARE(::chown(qPrintable(m_dir->path()), 54321, 54321), 0);
+        }
+        qputenv("XDG_RUNTIME_DIR",
+                runtime.startsWith('/') || runtime.isEmpty() ? runtime : QFile::encodeName(m_dir->path()));
         const ServiceSupervisor supervisor(DeskApplication::serviceSettings(DeskOptions()));
         QTEST(supervisor.arguments(), "arguments");
         qputenv("XDG_RUNTIME_DIR", runtimeBefore);

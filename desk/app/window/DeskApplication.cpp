@@ -158,7 +158,7 @@ ServiceSupervisor::Settings serviceSettings(const DeskOptions& options)
     settings.port = ServiceSupervisor::portFromEnvironment();
     // A port that was set by hand is meant; otherwise the port is left to whoever has it.
     settings.bySocket =
-        !qEnvironmentVariableIsSet("KRX_CONNECT_PORT") && !StandInHost::serviceSocketPath().empty();
+        qEnvironmentVariableIsEmpty("KRX_CONNECT_PORT") && StandInHost::mayHaveServiceSocket();
     return settings;
 }
 

@@ -11,6 +11,7 @@ namespace StandInHost {
 
 namespace {
 
+constexpr const char* kRuntimeVariable = "XDG_RUNTIME_DIR";
 constexpr const char* kDirectory = "/krx-service";
 constexpr const char* kSocket = "/socket";
 constexpr mode_t kOthers = 077;
@@ -19,10 +20,17 @@ constexpr mode_t kOthers = 077;
 
 std::string serviceSocketPath()
 {
-    const std::string folder = qgetenv("XDG_RUNTIME_DIR").toStdString();
+    const std::string folder = qgetenv(kRuntimeVariable).toStdString();
     const std::string path = folder + kDirectory + kSocket;
     const bool fits = path.size() < sizeof(sockaddr_un::sun_path);
     return !folder.empty() && folder.front() == '/' && fits ? path : std::string();
+}
+
+bool mayHaveServiceSocket()
+{
+    struct stat folder = {};
+    return !serviceSocketPath().empty() && ::stat(qgetenv(kRuntimeVariable).constData(), &folder) == 0 &&
+           S_ISDIR(folder.st_mode) && folder.st_uid == ::geteuid();
 }
 
 std::string ownServiceSocket()

@@ -10,7 +10,11 @@ namespace StandInHost {
 /// is no such place.
 KRX_HOST_API std::string serviceSocketPath();
 
-/// The same when the socket is there and nobody but this user can have made it: socket and directory belong
+/// Whether this user can have a socket there: the runtime folder is there and is this user's own, which it is
+/// not in a shell that took over another user's environment.
+KRX_HOST_API bool mayHaveServiceSocket();
+
+/// The path when the socket is there and nobody but this user can have made it: socket and directory belong
 /// to this user, the directory is open to nobody else, and neither is a link. Otherwise empty.
 KRX_HOST_API std::string ownServiceSocket();
 
