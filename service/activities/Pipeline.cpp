@@ -18,6 +18,7 @@ namespace krxservice {
 
 namespace {
 
+constexpr char kRemoved[] = "its folder or job was removed";
 constexpr char kWholeMethod[] = "xxh3-64:";                             ///< of checksums of whole files
 constexpr int kAttempts = 2;                                            ///< to give a document its name
 constexpr int kAtOnce = 100;                                            ///< records looked at together
@@ -26,7 +27,7 @@ constexpr std::int64_t kKeptFor = 30LL * 24 * 60 * 60 * 1000 * 1000000; ///< nan
 FileResult ended(FileResult::End end, const std::string& text,
                  const std::optional<FileStamp>& stamp = std::nullopt)
 {
-    return {end, text, stamp};
+    return {end, text, stamp, nullptr};
 }
 
 } // namespace
@@ -87,10 +88,15 @@ FileResult Pipeline::process(const FileOrder& order)
     if (order.ownerKind == "folder")
         work.clip.watched = order.ownerPath;
     goOn(work);
+    if (order.mayBeGrouped && order.profile.activities.empty() && work.record.id == 0) {
+        FileResult result = ended(FileResult::End::Ready, {}, work.record.stamp);
+        result.ready = std::make_shared<ReadyClip>(ReadyClip{work.record, factsOf(work)});
+        return result;
+    }
     const auto begun =
         m_clips.begin(work.record, [&](std::int64_t id) { return OutputArea::fileName(id, order.path); });
     if (!begun)
-        return ended(FileResult::End::Later, "its folder or job was removed");
+        return ended(FileResult::End::Later, kRemoved);
     work.record = *begun;
 
     const auto failure = runActivities(work);
@@ -260,21 +266,94 @@ std::optional<Refusal> Pipeline::runActivities(Work& work)
     return std::nullopt;
 }
 
+OutputFacts Pipeline::factsOf(const Work& work)
+{
+    OutputFacts facts;
+    facts.id = work.record.guid;
+    facts.created = text::isoTime(text::now());
+    facts.ownerKind = work.order.ownerKind;
+    facts.ownerId = work.order.ownerId;
+    facts.ownerPath = work.order.ownerPath;
+    facts.clip = work.clip;
+    facts.profile = work.order.profile;
+    return facts;
+}
+
+/// Makes the records of \a clips and, in the same order, their documents.
+std::vector<OutputArea::Document>
+Pipeline::beginTogether(const std::vector<std::shared_ptr<ReadyClip>>& clips)
+{
+    std::vector<OutputArea::Document> documents;
+    Transaction transaction(m_database);
+    for (const auto& clip : clips) {
+        const auto begun = m_clips.begin(
+            clip->record, [&](std::int64_t id) { return OutputArea::fileName(id, clip->record.path); });
+        if (!begun) {
+            documents.push_back({clip->record.owner, {}, {}, kRemoved});
+            continue;
+        }
+        clip->record = *begun;
+        clip->facts.id = begun->guid;
+        documents.push_back({begun->owner, begun->output, outputdocument::write(clip->facts), {}});
+    }
+    transaction.commit();
+    return documents;
+}
+
+std::vector<FileResult> Pipeline::publishTogether(const std::vector<std::shared_ptr<ReadyClip>>& clips)
+{
+    // Each step for all of them before the next one, so that the disk is waited for once a step.
+    auto documents = beginTogether(clips);
+    m_outputs.prepare(documents);
+    std::vector<FileResult> results;
+    {
+        Transaction transaction(m_database);
+        for (std::size_t i = 0; i < clips.size(); ++i) {
+            const ClipRecord& record = clips[i]->record;
+            results.push_back(ended(FileResult::End::Later, documents[i].error));
+            if (documents[i].error.empty() && m_clips.publish(record.id))
+                results.back() = ended(FileResult::End::Publishing, {}, record.stamp);
+            else if (documents[i].error.empty())
+                documents[i].error = kRemoved;
+            else if (record.id != 0)
+                m_clips.wait(record.id);
+        }
+        transaction.commit();
+    }
+    for (std::size_t i = 0; i < clips.size(); ++i) {
+        if (results[i].end == FileResult::End::Publishing)
+            continue;
+        m_outputs.abandon(documents[i].owner, documents[i].name);
+        if (documents[i].error != kRemoved)
+            m_errors.add("The output for " + clips[i]->record.path +
+                         " cannot be written: " + documents[i].error);
+    }
+    m_outputs.publish(documents);
+    {
+        Transaction transaction(m_database);
+        for (std::size_t i = 0; i < clips.size(); ++i) {
+            if (documents[i].error.empty() && m_clips.offer(clips[i]->record.id))
+                results[i].end = FileResult::End::Offered;
+        }
+        transaction.commit();
+    }
+    for (std::size_t i = 0; i < clips.size(); ++i) {
+        const ClipRecord& record = clips[i]->record;
+        if (results[i].end == FileResult::End::Publishing)
+            results[i] = finish(record, {});
+        else if (results[i].end == FileResult::End::Offered)
+            log::info("offered " + record.path + " as " + m_outputs.path(record.owner, record.output));
+    }
+    return results;
+}
+
 FileResult Pipeline::publish(Work& work)
 {
     const FileOrder& order = work.order;
     const ClipRecord& record = work.record;
     if (work.clip.linked.path == order.path && !work.source.isStillNamed())
         return lookAgain(work, "another file took its place while it was worked on");
-    OutputFacts facts;
-    facts.id = record.guid;
-    facts.created = text::isoTime(text::now());
-    facts.ownerKind = order.ownerKind;
-    facts.ownerId = order.ownerId;
-    facts.ownerPath = order.ownerPath;
-    facts.clip = work.clip;
-    facts.profile = order.profile;
-    const auto reason = m_outputs.prepare(record.owner, record.output, outputdocument::write(facts));
+    const auto reason = m_outputs.prepare(record.owner, record.output, outputdocument::write(factsOf(work)));
     if (!reason.empty()) {
         m_outputs.abandon(record.owner, record.output);
         m_errors.add("The output for " + order.path + " cannot be written: " + reason);

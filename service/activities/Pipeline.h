@@ -4,14 +4,24 @@
 #include "documents/ProfileDocument.h"
 #include "media/Clip.h"
 #include "media/OutputArea.h"
+#include "media/OutputDocument.h"
 #include "store/ClipStore.h"
 #include "store/ErrorStore.h"
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace krxservice {
+
+/// A clip that needs only its document, so that many can be published together.
+struct ReadyClip
+{
+    ClipRecord record;
+    OutputFacts facts;
+};
 
 /// How the work on a file ended.
 struct FileResult
@@ -22,6 +32,7 @@ struct FileResult
         Known,      ///< the same content was worked on before
         Rejected,   ///< no media
         Failed,     ///< an action failed
+        Ready,      ///< `ready` is to be given to publishTogether()
         Later,      ///< it changed, vanished or could not be judged: look again
         Cancelled
     };
@@ -29,6 +40,7 @@ struct FileResult
     End end = End::Later;
     std::string text;               ///< why, when it was not offered
     std::optional<FileStamp> stamp; ///< of the file whose work is done; nothing for Later and Cancelled
+    std::shared_ptr<ReadyClip> ready;
 };
 
 /// For whom a file is worked on. The functions may be empty.
@@ -40,6 +52,7 @@ struct FileOrder
     std::string path;
     ProfileRecipe profile;
     CancelToken cancel;
+    bool mayBeGrouped = false; ///< a clip without actions may come back as Ready
     /// Called before the first action of the profile begins, within the transaction that notes it. Given the
     /// job that showed the work before (or an empty text) it returns the one that shows it now.
     std::function<std::string(const std::string& job)> willAct;
@@ -62,6 +75,10 @@ public:
     Pipeline(Database& database, ClipStore& clips, ErrorStore& errors, OutputArea& outputs);
 
     FileResult process(const FileOrder& order);
+
+    /// Publishes what came back as Ready, with the cost of little more than one. \return how each ended, in
+    /// the order of \a clips. Throws DatabaseError; then all of them are to be looked at again.
+    std::vector<FileResult> publishTogether(const std::vector<std::shared_ptr<ReadyClip>>& clips);
 
     /// Tries again to give names to the documents that could not get theirs.
     void publishRest();
@@ -87,7 +104,9 @@ private:
     FileResult lookAgain(const Work& work, const std::string& reason);
     /// The reason why an action failed, or nothing.
     std::optional<Refusal> runActivities(Work& work);
+    static OutputFacts factsOf(const Work& work);
     FileResult publish(Work& work);
+    std::vector<OutputArea::Document> beginTogether(const std::vector<std::shared_ptr<ReadyClip>>& clips);
     FileResult finish(const ClipRecord& clip, const std::function<void(const FileResult&)>& willEnd);
 
     Database& m_database;

@@ -1,10 +1,10 @@
 #include "media/OutputArea.h"
 
 #include "base/Aside.h"
-#include "base/FileTools.h"
 #include "base/Text.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -129,23 +129,79 @@ std::string OutputArea::hiddenPath(const std::string& owner, const std::string& 
     return directory(owner) + "/." + name + kHiddenSuffix;
 }
 
+std::string OutputArea::write(const std::string& path, const std::string& text, filetools::Descriptor& file)
+{
+    ::unlink(path.c_str()); // of an interrupted run
+    file = filetools::Descriptor(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    const int error = file.isOpen() ? filetools::writeAll(file.get(), text) : errno;
+    return error == 0 ? std::string() : path + ": " + text::errnoText(error);
+}
+
+void OutputArea::prepare(std::vector<Document>& documents)
+{
+    std::vector<filetools::Descriptor> files;
+    for (auto& document : documents) {
+        files.emplace_back(-1);
+        if (!document.error.empty())
+            continue;
+        document.error = filetools::makeDirectories(directory(document.owner));
+        if (document.error.empty())
+            document.error = write(hiddenPath(document.owner, document.name), document.text, files.back());
+    }
+    // After all were written: the first of them takes most of the others along.
+    for (std::size_t i = 0; i < documents.size(); ++i) {
+        if (documents[i].error.empty() && ::fsync(files[i].get()) != 0)
+            documents[i].error = documents[i].name + ": " + text::errnoText(errno);
+    }
+    syncDirectories(documents);
+    for (const auto& document : documents) {
+        if (!document.error.empty() && !document.name.empty())
+            abandon(document.owner, document.name);
+    }
+}
+
+/// Each directory once.
+void OutputArea::syncDirectories(std::vector<Document>& documents) const
+{
+    std::map<std::string, std::string> reasons;
+    for (auto& document : documents) {
+        if (!document.error.empty())
+            continue;
+        const auto [reason, isFirst] = reasons.try_emplace(document.owner);
+        if (isFirst)
+            reason->second = filetools::syncDirectory(directory(document.owner));
+        document.error = reason->second;
+    }
+}
+
+void OutputArea::publish(std::vector<Document>& documents)
+{
+    const std::lock_guard lock(m_mutex);
+    for (auto& document : documents) {
+        if (!document.error.empty())
+            continue;
+        const std::string to = path(document.owner, document.name);
+        if (::rename(hiddenPath(document.owner, document.name).c_str(), to.c_str()) == 0)
+            m_index[document.owner][idOf(document.name)] = document.name;
+        else
+            document.error = to + ": " + text::errnoText(errno);
+    }
+    syncDirectories(documents);
+}
+
 std::string OutputArea::prepare(const std::string& owner, const std::string& name,
                                 const std::string& document)
 {
-    std::string reason = filetools::makeDirectories(directory(owner));
-    abandon(owner, name); // of an interrupted run
-    if (reason.empty())
-        reason = filetools::writeNewFile(hiddenPath(owner, name), document);
-    return reason.empty() ? filetools::syncDirectory(directory(owner)) : reason;
+    std::vector<Document> one = {{owner, name, document, {}}};
+    prepare(one);
+    return one[0].error;
 }
 
 std::string OutputArea::publish(const std::string& owner, const std::string& name)
 {
-    const std::lock_guard lock(m_mutex);
-    if (::rename(hiddenPath(owner, name).c_str(), path(owner, name).c_str()) != 0)
-        return path(owner, name) + ": " + text::errnoText(errno);
-    m_index[owner][idOf(name)] = name;
-    return filetools::syncDirectory(directory(owner));
+    std::vector<Document> one = {{owner, name, {}, {}}};
+    publish(one);
+    return one[0].error;
 }
 
 bool OutputArea::isPrepared(const std::string& owner, const std::string& name) const

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/FileTools.h"
+
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -26,9 +28,21 @@ public:
     /// The file name of the output of the clip \a id, made from \a source.
     static std::string fileName(std::int64_t id, const std::string& source);
 
-    /// Writes a document to its hidden place and to the disk. An empty text or the reason.
+    /// One of several documents that are brought to the disk together.
+    struct Document
+    {
+        std::string owner;
+        std::string name;
+        std::string text;
+        std::string error; ///< why it failed; with one from the start it is passed over
+    };
+
+    /// Writes documents to their hidden places and to the disk. One that fails leaves nothing.
+    void prepare(std::vector<Document>& documents);
+    /// Gives prepared documents their final names. One that fails stays in its hidden place.
+    void publish(std::vector<Document>& documents);
+    /// The same for one. An empty text or the reason.
     std::string prepare(const std::string& owner, const std::string& name, const std::string& document);
-    /// Gives a prepared document its final name. An empty text or the reason.
     std::string publish(const std::string& owner, const std::string& name);
     /// True when a document was prepared and not published.
     bool isPrepared(const std::string& owner, const std::string& name) const;
@@ -67,7 +81,9 @@ private:
 
     std::string directory(const std::string& owner) const;
     std::string hiddenPath(const std::string& owner, const std::string& name) const;
-    void load(const std::string& directory);
+    void load(const std::string& owner);
+    void syncDirectories(std::vector<Document>& documents) const;
+    static std::string write(const std::string& path, const std::string& text, filetools::Descriptor& file);
     void load();
     std::string removalPlace(const std::string& owner) const;
     /// Those of \a names that are on the disk; notes those that were taken.

@@ -7,6 +7,7 @@
 #include "watch/FileWalk.h"
 
 #include <algorithm>
+#include <chrono>
 #include <exception>
 
 namespace krxservice {
@@ -15,6 +16,9 @@ namespace {
 
 /// What the service can still do about a job in these states.
 const std::vector<std::string> kRunningOnly = {jobstate::kRunning};
+
+constexpr std::chrono::milliseconds kGathering{20};
+constexpr std::size_t kLargestGroup = 64; ///< clips
 
 /// True when \a path lies in \a folder, which may end in slashes. A folder may have moved on since.
 bool isIn(const std::string& path, std::string folder)
@@ -42,6 +46,7 @@ void Worker::start(int threads)
 {
     for (int i = 0; i < threads; ++i)
         m_threads.emplace_back([this] { run(); });
+    m_publisher = std::thread([this] { publish(); });
 }
 
 void Worker::stop()
@@ -60,6 +65,9 @@ void Worker::stop()
     for (auto& thread : m_threads)
         thread.join();
     m_threads.clear();
+    m_wakePublisher.notify_all();
+    if (m_publisher.joinable())
+        m_publisher.join();
 }
 
 void Worker::addFile(const std::string& folderId, const std::string& path, const std::string& jobId)
@@ -142,17 +150,61 @@ void Worker::cancelFolder(const std::string& folderId)
 bool Worker::isActive()
 {
     const std::lock_guard lock(m_mutex);
-    return !m_queue.empty() || !m_running.empty();
+    return !m_queue.empty() || !m_running.empty() || !m_ready.empty();
 }
 
 /// The first task whose like is not being performed. A folder whose profile changed reports files that are
 /// still being worked on, and a job may be submitted again while its interrupted run is coming to its end.
 std::deque<Worker::Task>::iterator Worker::nextTask()
 {
-    return std::find_if(m_queue.begin(), m_queue.end(), [this](const Task& task) {
-        return std::none_of(m_running.begin(), m_running.end(),
-                            [&](const Task& running) { return keyOf(task) == keyOf(running); });
-    });
+    return std::find_if(m_queue.begin(), m_queue.end(),
+                        [this](const Task& task) { return !isBusy(keyOf(task)); });
+}
+
+bool Worker::isBusy(const std::string& key) const
+{
+    const auto is = [&](const Task& task) { return keyOf(task) == key; };
+    return std::any_of(m_running.begin(), m_running.end(), is) ||
+           std::any_of(m_ready.begin(), m_ready.end(), [&](const auto& ready) { return is(ready.first); });
+}
+
+/// A thread of its own: gathers finished clips for a moment, unless nothing else is coming, and publishes
+/// them together.
+void Worker::publish()
+{
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+        m_wakePublisher.wait(lock, [this] { return m_stopping || !m_ready.empty(); });
+        if (m_ready.empty())
+            return;
+        m_wakePublisher.wait_for(lock, kGathering, [this] {
+            return m_stopping || m_ready.size() >= kLargestGroup || (m_queue.empty() && m_running.empty());
+        });
+        // They stay in sight while they are published: their likes have to wait.
+        const auto count = static_cast<std::ptrdiff_t>(std::min(m_ready.size(), kLargestGroup));
+        std::vector<std::pair<Task, std::shared_ptr<ReadyClip>>> group(m_ready.begin(),
+                                                                       m_ready.begin() + count);
+        lock.unlock();
+        publishGroup(group);
+        lock.lock();
+        m_ready.erase(m_ready.begin(), m_ready.begin() + count);
+        m_wake.notify_all();
+    }
+}
+
+void Worker::publishGroup(const std::vector<std::pair<Task, std::shared_ptr<ReadyClip>>>& group)
+{
+    std::vector<std::shared_ptr<ReadyClip>> clips;
+    for (const auto& [task, clip] : group)
+        clips.push_back(clip);
+    std::vector<FileResult> results(group.size());
+    try {
+        results = m_pipeline.publishTogether(clips);
+    } catch (const std::exception& failure) {
+        log::error(std::string("clips could not be published and are looked at again: ") + failure.what());
+    }
+    for (std::size_t i = 0; i < group.size(); ++i)
+        m_fileDone(group[i].first.folderId, group[i].first.path, results[i].stamp);
 }
 
 void Worker::run()
@@ -184,6 +236,7 @@ void Worker::runTask(std::unique_lock<std::mutex>& lock, std::deque<Task>::itera
     m_running.erase(std::find_if(m_running.begin(), m_running.end(),
                                  [&](const Task& other) { return other.cancel == task.cancel; }));
     m_wake.notify_all();
+    m_wakePublisher.notify_one();
 }
 
 void Worker::runBackground(std::unique_lock<std::mutex>& lock)
@@ -225,6 +278,12 @@ void Worker::perform(Task& task)
 void Worker::performFile(Task& task)
 {
     const FileResult result = *task.cancel ? FileResult() : processForFolder(task);
+    if (result.end == FileResult::End::Ready) {
+        const std::lock_guard lock(m_mutex);
+        m_ready.emplace_back(task, result.ready);
+        m_wakePublisher.notify_one();
+        return;
+    }
     m_fileDone(task.folderId, task.path, result.stamp);
 }
 
@@ -247,6 +306,7 @@ FileResult Worker::processForFolder(Task& task)
         order.path = task.path;
         order.profile = *recipe;
         order.cancel = task.cancel;
+        order.mayBeGrouped = !wasRetried;
         order.willAct = [&](const std::string& former) { return showJob(task, *folder, former); };
         order.willEnd = [&](const FileResult& end) {
             endFolderJob(task, end, wasRetried);

@@ -70,6 +70,9 @@ private:
     std::deque<Task>::iterator nextTask();
     void runTask(std::unique_lock<std::mutex>& lock, std::deque<Task>::iterator next);
     void runBackground(std::unique_lock<std::mutex>& lock);
+    void publish();
+    void publishGroup(const std::vector<std::pair<Task, std::shared_ptr<ReadyClip>>>& group);
+    bool isBusy(const std::string& key) const;
     void perform(Task& task);
     void performFile(Task& task);
     void performJob(Task& task);
@@ -91,6 +94,10 @@ private:
     std::deque<std::function<void(const CancelToken& cancel)>> m_background;
     CancelToken m_backgroundCancel = makeCancelToken();
     bool m_inBackground = false;
+    /// What waits to be published together, or is being published.
+    std::vector<std::pair<Task, std::shared_ptr<ReadyClip>>> m_ready;
+    std::condition_variable m_wakePublisher;
+    std::thread m_publisher;
     bool m_stopping = false;
     std::vector<std::thread> m_threads;
 };

@@ -15,6 +15,10 @@ constexpr char kColumns[] =
     "done, linked_path, linked_size, linked_modified, linked_checksum, output, scratch, gone_since FROM "
     "clips ";
 
+/// A folder or a job may be removed while its file is looked at. Two values: the owner, twice.
+constexpr char kOwnerExists[] = "(EXISTS(SELECT 1 FROM folders WHERE id=?) OR "
+                                "EXISTS(SELECT 1 FROM jobs WHERE id=? AND manual=1))";
+
 /// The words in the database, in the order of the states.
 constexpr std::array<std::string_view, 7> kWords = {"waiting", "acting",   "publishing", "offered",
                                                     "taken",   "rejected", "failed"};
@@ -127,12 +131,17 @@ std::optional<ClipRecord> ClipStore::begin(const ClipRecord& clip,
     if (id == 0) {
         m_database
             .prepare("INSERT INTO clips(guid, owner, path, size, modified, checksum, state) "
-                     "VALUES(?, ?, ?, 0, 0, ?, 'waiting')")
+                     "SELECT ?, ?, ?, 0, 0, ?, 'waiting' WHERE " +
+                     std::string(kOwnerExists))
             .bind(text::newGuid())
             .bind(clip.owner)
             .bind(clip.path)
             .bind(clip.checksum)
+            .bind(clip.owner)
+            .bind(clip.owner)
             .run();
+        if (m_database.changes() == 0)
+            return std::nullopt;
         id = m_database.lastRowId();
     }
     m_database
@@ -265,7 +274,8 @@ void ClipStore::reject(const ClipRecord& clip)
     Transaction transaction(m_database);
     m_database
         .prepare("INSERT OR REPLACE INTO clips(guid, owner, path, size, modified, changed, inode, checksum, "
-                 "state) VALUES(?, ?, ?, ?, ?, ?, ?, ?, 'rejected')")
+                 "state) SELECT ?, ?, ?, ?, ?, ?, ?, ?, 'rejected' WHERE " +
+                 std::string(kOwnerExists))
         .bind(text::newGuid())
         .bind(clip.owner)
         .bind(clip.path)
@@ -274,6 +284,8 @@ void ClipStore::reject(const ClipRecord& clip)
         .bind(clip.stamp.changed)
         .bind(clip.stamp.inode)
         .bind(clip.checksum)
+        .bind(clip.owner)
+        .bind(clip.owner)
         .run();
     transaction.commit();
 }

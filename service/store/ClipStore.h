@@ -38,7 +38,8 @@ public:
     bool owns(const Key& key, const std::string& output);
 
     /// Work on a clip begins, for the first time (then it gets id, guid and the name that \a outputName gives
-    /// for the id) or once more. \return the record as it is stored; nothing when it is gone meanwhile.
+    /// for the id) or once more. \return the record as it is stored; nothing when it or its owner is gone
+    /// meanwhile.
     std::optional<ClipRecord> begin(const ClipRecord& clip,
                                     const std::function<std::string(std::int64_t id)>& outputName);
     /// Acting: an unfinished file is about to appear.
@@ -61,7 +62,7 @@ public:
     void retry(const std::string& owner, const std::string& path = {});
     /// Waiting to Failed: it is not to be tried again after all.
     void giveUp(const std::string& owner, const std::string& path);
-    /// A file that is no media: Rejected from the start.
+    /// A file that is no media: Rejected from the start. Nothing when its owner is gone.
     void reject(const ClipRecord& clip);
     /// From any state to gone.
     void forget(std::int64_t id);

@@ -249,6 +249,8 @@ private slots:
         Database& database = keeper.database();
         ErrorStore errors(database);
         ClipStore clips(database);
+        FolderRecord owner;
+        FolderStore(database).create(owner);
         {
             Transaction transaction(database);
             for (int i = 0; i < 500; ++i) {

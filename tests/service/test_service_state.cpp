@@ -90,6 +90,23 @@ class TestServiceState : public QObject
         return QDir().mkpath(place + s("/x")) ? place : QString();
     }
 
+    /// Work on the files up to their documents, as the queue does it for clips without actions.
+    std::vector<std::shared_ptr<ReadyClip>> ready(int count)
+    {
+        std::vector<std::shared_ptr<ReadyClip>> clips;
+        for (int i = 0; i < count; ++i) {
+            const QString path = m_bench->folder.filePath(s("g%1.wav").arg(i));
+            if (!QFile::exists(path))
+                QFile::copy(QString::fromStdString(m_wave), path);
+            FileOrder order = m_bench->order(path.toStdString());
+            order.mayBeGrouped = true;
+            const auto result = m_bench->pipeline.process(order);
+            if (result.end == End::Ready)
+                clips.push_back(result.ready);
+        }
+        return clips;
+    }
+
 private slots:
     void initTestCase()
     {
@@ -164,6 +181,72 @@ private slots:
         QCOMPARE(bench.clips.inState(ClipState::Offered).size(), std::size_t(1));
         QVERIFY(content(bench.listed()[0])
                     .contains(QByteArray::fromStdString(bench.clips.inState(ClipState::Offered)[0].guid)));
+    }
+
+    void clipsWithoutActionsArePublishedTogether()
+    {
+        PipelineBench& bench = *m_bench;
+        const auto clips = ready(5);
+        QCOMPARE(clips.size(), std::size_t(5));
+        QVERIFY(bench.listed().empty());
+        for (const auto& result : bench.pipeline.publishTogether(clips))
+            QVERIFY(result.end == End::Offered && result.stamp);
+        QCOMPARE(bench.listed().size(), std::size_t(5));
+        QCOMPARE(bench.clips.inState(ClipState::Offered).size(), std::size_t(5));
+        QVERIFY(ready(5).empty());
+        // One that has actions is not held up.
+        FileOrder order = bench.order(m_wave);
+        order.mayBeGrouped = true;
+        order.profile.activities = {PipelineBench::copyTo(m_media.path() + s("/nowhere"))};
+        QVERIFY(bench.pipeline.process(order).end == End::Failed);
+    }
+
+    void oneClipOfAGroupThatCannotBePublishedHoldsUpNoOther()
+    {
+        PipelineBench& bench = *m_bench;
+        const auto clips = ready(3);
+        const QString blocked = bench.folder.filePath(s("output/f000001/2-g1.wav.xel"));
+        QVERIFY(QDir().mkpath(blocked + s("/x")));
+        const auto results = bench.pipeline.publishTogether(clips);
+        QVERIFY(results[0].end == End::Offered);
+        QVERIFY(results[1].end == End::Publishing);
+        QVERIFY(results[2].end == End::Offered);
+        QVERIFY(QDir(blocked).removeRecursively());
+        bench.pipeline.publishRest();
+        QCOMPARE(bench.listed().size(), std::size_t(3));
+    }
+
+    void groupWhoseFolderIsRemovedLeavesNothing()
+    {
+        PipelineBench& bench = *m_bench;
+        const auto clips = ready(3);
+        QVERIFY(bench.folders.remove("f000001"));
+        for (const auto& result : bench.pipeline.publishTogether(clips))
+            QVERIFY(result.end == End::Later && !result.stamp);
+        QVERIFY(bench.listed().empty());
+        QVERIFY(bench.errors.list().empty());
+        QVERIFY(
+            QDir(bench.folder.filePath(s("output/f000001"))).entryList(QDir::Files | QDir::Hidden).isEmpty());
+    }
+
+    void databaseThatFailsBetweenTwoStepsOfAGroupOffersItOnce_data()
+    {
+        databaseThatFailsBetweenAnyTwoStepsOffersTheClipOnce_data();
+    }
+    void databaseThatFailsBetweenTwoStepsOfAGroupOffersItOnce()
+    {
+        QFETCH(QString, change);
+        PipelineBench& bench = *m_bench;
+        Refusing refusing(bench.database, change.toStdString());
+        QVERIFY_EXCEPTION_THROWN(bench.pipeline.publishTogether(ready(3)), DatabaseError);
+        refusing.lift();
+        bench.pipeline.publishTogether(ready(3));
+        for (int i = 0; i < 3; ++i)
+            bench.pipeline.process(bench.order(bench.folder.filePath(s("g%1.wav").arg(i)).toStdString()));
+        QCOMPARE(bench.listed().size(), std::size_t(3));
+        QCOMPARE(bench.clips.inState(ClipState::Offered).size(), std::size_t(3));
+        QCOMPARE(
+            QDir(bench.folder.filePath(s("output/f000001"))).entryList(QDir::Files | QDir::Hidden).size(), 3);
     }
 
     void clipTakenBeforeItWasNotedAsOfferedIsNotOfferedAgain()

@@ -49,6 +49,19 @@ class TestServiceStore : public QObject
         record.stamp = {1, 2, 3, 4};
         return record;
     }
+    /// A database in which the folders "f1" and "f2" are.
+    struct WithFolders
+    {
+        Database database;
+        explicit WithFolders(const std::string& file)
+            : database(file)
+        {
+            for (const char* id : {"f1", "f2"})
+                database.execute(
+                    std::string("INSERT INTO folders(id, path, canonical, profile, enabled) VALUES('") + id +
+                    "', '', '" + id + "', '', 0)");
+        }
+    };
     static std::int64_t begun(ClipStore& clips, const ClipRecord& clip)
     {
         return clips.begin(clip, [](std::int64_t id) { return std::to_string(id) + "-a.xel"; })->id;
@@ -285,8 +298,8 @@ private slots:
 
     void clipIsKnownOnceItsWorkIsDone()
     {
-        Database database(newFile());
-        ClipStore clips(database);
+        WithFolders with(newFile());
+        ClipStore clips(with.database);
         const auto id = begun(clips, clip("f1", "/a", "c"));
         QVERIFY(clips.known("f1").empty());
         QVERIFY(clips.publish(id));
@@ -308,8 +321,8 @@ private slots:
 
     void clipMovesOnlyAlongThePicture()
     {
-        Database database(newFile());
-        ClipStore clips(database);
+        WithFolders with(newFile());
+        ClipStore clips(with.database);
         enum { kPublish, kOffer, kFail, kWait, kMoves };
         const auto move = [&](int move, std::int64_t id) {
             switch (move) {
@@ -371,8 +384,8 @@ private slots:
 
     void oneContentOfAPathIsOneClip()
     {
-        Database database(newFile());
-        ClipStore clips(database);
+        WithFolders with(newFile());
+        ClipStore clips(with.database);
         begun(clips, clip("f1", "/a", "c"));
         QVERIFY_EXCEPTION_THROWN(begun(clips, clip("f1", "/a", "c")), DatabaseError);
         begun(clips, clip("f1", "/a", "d"));
@@ -381,8 +394,8 @@ private slots:
 
     void clipKeepsItsIdentifiersWhenItIsBegunAgain()
     {
-        Database database(newFile());
-        ClipStore clips(database);
+        WithFolders with(newFile());
+        ClipStore clips(with.database);
         const auto id = begun(clips, clip("f1", "/a", "c"));
         ClipRecord record = *clips.find(id);
         record.done = 2;
@@ -403,10 +416,26 @@ private slots:
         QVERIFY(!clips.begin(again, [](std::int64_t) { return std::string(); }));
     }
 
+    void clipWithoutAnOwnerIsNotStored()
+    {
+        WithFolders with(newFile());
+        ClipStore clips(with.database);
+        const auto name = [](std::int64_t) { return std::string("x"); };
+        QVERIFY(!clips.begin(clip("f9", "/a", "c"), name));
+        clips.reject(clip("f9", "/b", "c"));
+        JobStore jobs(with.database);
+        const auto manual = jobs.create(job(true, jobstate::kRunning));
+        const auto ofFolder = jobs.create(job(false, jobstate::kRunning));
+        QVERIFY(clips.begin(clip(manual, "/a", "c"), name));
+        QVERIFY(!clips.begin(clip(ofFolder, "/a", "c"), name));
+        QVERIFY(clips.known("f9").empty());
+        QVERIFY(!clips.find("f9", "/a", "c"));
+    }
+
     void failedClipsAreTriedAgainOneByOneOrTogether()
     {
-        Database database(newFile());
-        ClipStore clips(database);
+        WithFolders with(newFile());
+        ClipStore clips(with.database);
         for (const char* path : {"/a", "/b", "/c"})
             clips.fail(begun(clips, clip("f1", path, "c")));
         const auto ok = begun(clips, clip("f1", "/ok", "c"));
