@@ -58,9 +58,14 @@ DirectoryEvents::Arrival DirectoryEvents::add(const std::string& owner, const st
     const int watch = ::inotify_add_watch(m_descriptor, directory.c_str(), kMask);
     if (watch < 0)
         return errno == ENOSPC || errno == ENOMEM ? Arrival::Refused : Arrival::Silent;
-    m_watches[watch].insert({owner, directory});
-    m_owned[owner].insert(watch);
-    return isRemote(directory) ? Arrival::Silent : Arrival::Told;
+    auto& listeners = m_watches[watch];
+    const bool isNew = listeners.empty();
+    if (listeners.insert({owner, directory}).second)
+        m_owned[owner].insert(watch);
+    // What a directory lies on does not change while it is watched.
+    if (isNew && isRemote(directory))
+        m_silent.insert(watch);
+    return m_silent.count(watch) > 0 ? Arrival::Silent : Arrival::Told;
 }
 
 void DirectoryEvents::remove(const std::string& owner)
@@ -80,6 +85,7 @@ void DirectoryEvents::remove(const std::string& owner)
         listeners.erase(first, last);
         if (listeners.empty()) {
             ::inotify_rm_watch(m_descriptor, watch);
+            m_silent.erase(watch);
             m_watches.erase(found);
         }
     }
@@ -111,6 +117,7 @@ std::vector<DirectoryEvents::Event> DirectoryEvents::take()
             if (raw->mask & IN_IGNORED) {
                 for (const auto& [owner, directory] : found->second)
                     m_owned[owner].erase(raw->wd);
+                m_silent.erase(raw->wd);
                 m_watches.erase(found);
             }
         }

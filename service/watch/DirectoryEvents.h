@@ -4,6 +4,7 @@
 #include <set>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -49,6 +50,7 @@ private:
     int m_descriptor;
     std::map<int, Listeners> m_watches;
     std::unordered_map<std::string, std::set<int>> m_owned; ///< the watches of each owner
+    std::unordered_set<int> m_silent;                       ///< watches of which nothing is told by others
 };
 
 } // namespace krxservice

@@ -28,6 +28,8 @@ constexpr std::int64_t kQuickestTick = 10 * kMillisecond;
 constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t kShareOfPolling = 20; ///< the pause before a poll is this many times what it took
 constexpr std::int64_t kLongestPoll = 60 * kSecond;
+constexpr std::int64_t kShareOfRescans = 200; ///< the same for reading all folders whose events arrive
+constexpr std::int64_t kLongestRescan = 60 * kSecond;
 constexpr std::chrono::milliseconds kPatience{200}; ///< at the end, with a lane that answers
 
 std::int64_t steadyNow()
@@ -85,19 +87,24 @@ public:
         }
         wake();
     }
-    void askForRescan()
+    void askForRescan(bool isUrgent)
     {
         {
             const std::lock_guard lock(m_mutex);
+            if (!isUrgent && steadyNow() < m_notBefore)
+                return;
             m_rescanWanted = true;
         }
         wake();
     }
-    std::string stuckAt(std::int64_t longest) const
+    std::string stuckAt(std::int64_t longest)
     {
         const std::lock_guard lock(m_mutex);
         const std::int64_t since = m_busySince;
-        return since != 0 && steadyNow() - since > longest ? m_lookingAt : std::string();
+        if (since == 0 || steadyNow() - since <= longest)
+            return {};
+        m_tellsAll = true; // so that it is heard of when it answers again
+        return m_lookingAt;
     }
 
     // What follows runs on the lane's thread.
@@ -197,8 +204,13 @@ private:
             if (!isEnded())
                 order();
         }
-        if (rescan)
-            readAll();
+        if (!rescan)
+            return;
+        const std::int64_t begun = steadyNow();
+        readAll();
+        const std::int64_t now = steadyNow();
+        const std::lock_guard lock(m_mutex);
+        m_notBefore = now + std::min((now - begun) * kShareOfRescans, kLongestRescan);
     }
 
     void readAll()
@@ -321,12 +333,17 @@ private:
         report.troubles = folder.troubles();
         if (folder.unavailable)
             report.isAvailable = false;
-        auto& told = m_told[folder.id()];
-        if (!report.isWhole && report.finished.empty() && report.troubles == told)
-            return;
-        told = report.troubles;
         // Held so that nothing is told any more once the end was said.
         const std::lock_guard lock(m_mutex);
+        if (m_tellsAll)
+            m_told.clear();
+        m_tellsAll = false;
+        const auto told = m_told.find(folder.id());
+        const bool isNew = told == m_told.end() ? report.isWhole : told->second != report.troubles;
+        if (!isNew && report.finished.empty() && report.gone.empty())
+            return;
+        if (report.isWhole || told != m_told.end())
+            m_told[folder.id()] = report.troubles;
         if (!m_ended)
             m_listener(folder.id(), report);
     }
@@ -355,6 +372,8 @@ private:
     std::condition_variable m_over;
     std::deque<std::function<void()>> m_orders;
     bool m_rescanWanted = false;
+    bool m_tellsAll = false;
+    std::int64_t m_notBefore = 0; ///< the next rescan that is not urgent
     bool m_isOver = false;
     std::string m_lookingAt;
     std::atomic<bool> m_ended{false};
@@ -395,9 +414,9 @@ void Lane::reprocess(const std::string& folderId)
     m_core->post([core = m_core.get(), folderId] { core->reprocess(folderId); });
 }
 
-void Lane::rescan()
+void Lane::rescan(bool isUrgent)
 {
-    m_core->askForRescan();
+    m_core->askForRescan(isUrgent);
 }
 
 void Lane::fileDone(const std::string& folderId, const std::string& path,

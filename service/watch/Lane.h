@@ -59,8 +59,9 @@ public:
     void forget(const std::string& folderId);
     /// Forgets which files of a folder were seen, and reads it.
     void reprocess(const std::string& folderId);
-    /// Reads all folders, once however often it is asked for meanwhile.
-    void rescan();
+    /// Reads all folders, once however often it is asked for meanwhile; unless it is urgent, not before a
+    /// pause of 200 times what it took the last time (a minute at most).
+    void rescan(bool isUrgent);
     void fileDone(const std::string& folderId, const std::string& path,
                   const std::optional<FileStamp>& stamp);
 

@@ -52,7 +52,7 @@ void Watcher::guarded(const char* what, Work work)
 
 void Watcher::start()
 {
-    connect(&m_rescanTimer, &QTimer::timeout, this, [this] { rescan(); });
+    connect(&m_rescanTimer, &QTimer::timeout, this, [this] { rescan(false); });
     connect(&m_silenceTimer, &QTimer::timeout, this, [this] { lookForSilence(); });
     m_rescanTimer.start(milliseconds(m_times.rescanSeconds));
     m_silenceTimer.start(milliseconds(m_times.answerSeconds / kSilenceChecks));
@@ -293,7 +293,7 @@ void Watcher::reprocess(const std::string& id)
         found->second.lane->reprocess(id);
 }
 
-void Watcher::rescan()
+void Watcher::rescan(bool isUrgent)
 {
     tryAgain();
     m_mounts = Mounts::present();
@@ -319,7 +319,7 @@ void Watcher::rescan()
         lanes.insert(folder.lane.get());
     }
     for (Lane* lane : lanes)
-        lane->rescan();
+        lane->rescan(isUrgent);
     // A file system that is gone leaves a lane behind that looks after nothing.
     for (auto it = m_lanes.begin(); it != m_lanes.end();)
         it = lanes.count(it->second.get()) == 0 ? m_lanes.erase(it) : std::next(it);

@@ -57,8 +57,8 @@ public:
     void profilesChanged();
     /// Forgets which files of a folder were seen.
     void reprocess(const std::string& id);
-    /// Reads all directories now.
-    void rescan();
+    /// Reads all directories now, or, when it is not urgent, if that was not done a moment ago.
+    void rescan(bool isUrgent = true);
     /// The work on a file came to an end; without a stamp it will be looked at again.
     void fileDone(const std::string& folderId, const std::string& path,
                   const std::optional<FileStamp>& stamp);
