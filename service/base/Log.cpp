@@ -31,7 +31,7 @@ constexpr std::size_t kLongestLine = 8192;    ///< bytes
 constexpr std::size_t kLargestFile = 5000000; ///< bytes
 constexpr int kOlderFiles = 3;
 constexpr int kPatience = 500; ///< milliseconds for a reader of the stream that is slow
-constexpr const char* kJournal = "/run/systemd/journal/socket";
+constexpr char kJournal[] = "/run/systemd/journal/socket";
 
 struct Line
 {
@@ -53,7 +53,8 @@ int openJournal()
         return -1;
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    std::strcpy(address.sun_path, kJournal);
+    static_assert(sizeof kJournal <= sizeof address.sun_path);
+    std::memcpy(address.sun_path, kJournal, sizeof kJournal);
     const int socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (socket >= 0 && ::connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0)
         return socket;

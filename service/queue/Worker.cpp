@@ -220,7 +220,7 @@ void Worker::run()
     }
 }
 
-void Worker::runTask(std::unique_lock<std::mutex>& lock, std::deque<Task>::iterator next)
+void Worker::runTask(std::unique_lock<std::mutex>& lock, const std::deque<Task>::iterator& next)
 {
     Task task = std::move(*next);
     m_queue.erase(next);

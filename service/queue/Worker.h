@@ -68,7 +68,7 @@ private:
     void add(Task task);
     void run();
     std::deque<Task>::iterator nextTask();
-    void runTask(std::unique_lock<std::mutex>& lock, std::deque<Task>::iterator next);
+    void runTask(std::unique_lock<std::mutex>& lock, const std::deque<Task>::iterator& next);
     void runBackground(std::unique_lock<std::mutex>& lock);
     void publish();
     void publishGroup(const std::vector<std::pair<Task, std::shared_ptr<ReadyClip>>>& group);

@@ -352,7 +352,7 @@ void Watcher::lookForSilence()
                              m_mounts.keyOf(culprit->second.record.canonical) != culprit->second.mount ||
                              m_mounts.hasMountIn(culprit->second.record.canonical));
             if (isElsewhere) {
-                guarded("give a folder another lane", [&, &folder = folder, &id = id] {
+                guarded("give a folder another lane", [&, &lane = lane, &folder = folder, &id = id] {
                     folder.mount = m_mounts.keyOf(folder.record.canonical);
                     place(folder);
                     lane->forget(id);

@@ -32,7 +32,8 @@ bool wasRefused()
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 extern "C" {
 
-void* __libc_realloc(void* memory, std::size_t size);
+// The system's own, by the name that its library gives it.
+void* __libc_realloc(void* memory, std::size_t size); // NOLINT(bugprone-reserved-identifier)
 
 __attribute__((visibility("default"))) void* realloc(void* memory, std::size_t size) noexcept
 {
