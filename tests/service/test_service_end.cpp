@@ -1,6 +1,7 @@
 #include "RawClient.h"
 #include "ServiceProgram.h"
 #include "app/DataLock.h"
+#include "app/EndGuard.h"
 
 #include <QDir>
 #include <QStandardPaths>
@@ -186,6 +187,32 @@ private slots:
         QCOMPARE(WEXITSTATUS(status), 0);
         const QByteArray log = contentOf(data + s("/krx-service.log"));
         QVERIFY2(log.contains("ending, since the terminal was closed"), log.constData());
+    }
+
+    // A request or a look at a file may hang in the kernel for good.
+    void whatDoesNotComeToItsEndIsLeft()
+    {
+        constexpr int kCode = 7;
+        const pid_t hanging = ::fork();
+        if (hanging == 0) {
+            const krxservice::EndGuard guard(kCode);
+            for (;;)
+                ::pause();
+        }
+        int status = 0;
+        QCOMPARE(::waitpid(hanging, &status, 0), hanging);
+        QVERIFY(WIFEXITED(status));
+        QCOMPARE(WEXITSTATUS(status), kCode);
+        // Whoever does come to the end is not touched.
+        const pid_t orderly = ::fork();
+        if (orderly == 0) {
+            {
+                const krxservice::EndGuard guard(kCode);
+            }
+            ::_exit(0);
+        }
+        QCOMPARE(::waitpid(orderly, &status, 0), orderly);
+        QCOMPARE(WEXITSTATUS(status), 0);
     }
 
     void hangUpWithoutATerminalReadsTheConfigurationAgain()
