@@ -156,6 +156,8 @@ bool KRXProfilesWindow::mayChoose(int index)
     if (former < 0)
         return true;
     const QVariant chosen = m_profilesBox->itemData(index);
+    // The box that emitted the choice goes on after this; so a deletion that was asked for waits.
+    const KRXDeletionHold hold(this);
     const QPointer<KRXProfilesWindow> self(this);
     const bool may = mayLeaveProfile(m_profilesBox->itemText(former));
     // While the host asks, the editor may go away, and the box may be filled anew, which loads by itself.

@@ -3,7 +3,9 @@
 #include "KRXTest.h"
 #include "ProfileActionsController.h"
 
+#include <QEventLoop>
 #include <QMetaMethod>
+#include <QPointer>
 
 /// Another profile is chosen while the one in the editor has changes that were not saved.
 class TestEditorLeaving : public QObject
@@ -128,6 +130,24 @@ private slots:
         QCOMPARE(chosen(), QStringLiteral("Gamma"));
         QCOMPARE(shown(), QStringLiteral("Create a new Bin : "));
         QVERIFY(!m_editor->getProfileState()->isModified());
+    }
+
+    void anEditorThatIsToGoWhileTheHostAsksGoesAfterwards()
+    {
+        const QPointer<Editor> editor(m_editor.release());
+        editor->updateModifiedState();
+        bool wasThere = false;
+        editor->leave = [&] {
+            editor->deleteLater();
+            QEventLoop box;
+            QTimer::singleShot(0, &box, &QEventLoop::quit);
+            box.exec();
+            wasThere = editor;
+            return false;
+        };
+        editor->getProfilesBox()->setCurrentIndex(1);
+        QVERIFY(wasThere);
+        QTRY_VERIFY(!editor);
     }
 
     void theHooksOfTheCodecBoxesAreProtectedSlots()
