@@ -6,6 +6,7 @@
 #include "KRXTest.h"
 #include "SelectDriveButton.h"
 
+#include <QAbstractItemModelTester>
 #include <QAbstractItemView>
 #include <QComboBox>
 #include <QHelpEvent>
@@ -97,6 +98,7 @@ private slots:
     void firstVolumeThatCanBeChosenIsCurrent();
     void onlyLockedVolumesGiveNoVolume();
     void noVolumeListLeavesBoxesEmpty();
+    void modelsOfTheBoxesKeepTheirPromises();
     void refreshDoesNotAccumulateAndSaysNothing();
     void storedVolumeIsSelectedByItsPathInItsCase();
     void volumesAreReadOncePerLoad();
@@ -506,6 +508,20 @@ void TestDestinations::noVolumeListLeavesBoxesEmpty()
     QCOMPARE(drives.audioBox()->count(), 0);
     QCOMPARE(drives.videoVolume(), QString());
     QCOMPARE(drives.audioVolume(), QString());
+}
+
+void TestDestinations::modelsOfTheBoxesKeepTheirPromises()
+{
+    DestinationDrives drives(nullptr);
+    using Tester = QAbstractItemModelTester;
+    const Tester video(drives.videoBox()->model(), Tester::FailureReportingMode::QtTest);
+    const Tester audio(drives.audioBox()->model(), Tester::FailureReportingMode::QtTest);
+    StandInHost::setVolumes({{{QStringLiteral("Free"), QStringLiteral("/f")},
+                              locked(QStringLiteral("Locked"), QStringLiteral("/l"))}});
+    drives.refresh();
+    StandInHost::setNoVolumes();
+    drives.refresh();
+    QCOMPARE(drives.videoBox()->count(), 0);
 }
 
 void TestDestinations::refreshDoesNotAccumulateAndSaysNothing()
