@@ -8,10 +8,11 @@ namespace krxservice {
 void ErrorStore::add(const std::string& text)
 {
     const std::string line = text::xmlClean(text::oneLine(text));
-    log::error(line);
     try {
         Transaction transaction(m_database);
         m_database.prepare("INSERT OR IGNORE INTO errors(text) VALUES(?)").bind(line).run();
+        if (m_database.changes() == 0)
+            return;
         m_database.prepare("DELETE FROM errors WHERE seq <= (SELECT max(seq) FROM errors) - ?")
             .bind(std::int64_t(kMostErrors))
             .run();
@@ -19,6 +20,7 @@ void ErrorStore::add(const std::string& text)
     } catch (const DatabaseError& failure) {
         log::error(std::string("the error list cannot be written: ") + failure.what());
     }
+    log::error(line);
 }
 
 void ErrorStore::remove(const std::string& text)

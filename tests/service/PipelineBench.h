@@ -11,6 +11,7 @@
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <string>
 #include <vector>
@@ -36,7 +37,16 @@ struct PipelineBench
         folders.create(record); // f000001
     }
 
-    /// What must never be; to be asked at the end of each test.
+    /// Each test that uses it is one of what must never be, too.
+    ~PipelineBench()
+    {
+        if (const QStringList found = faults(); !found.isEmpty())
+            QTest::qFail(qPrintable(found.join(QLatin1String("; "))), __FILE__, __LINE__);
+    }
+    PipelineBench(const PipelineBench&) = delete;
+    PipelineBench& operator=(const PipelineBench&) = delete;
+
+    /// What must never be and is.
     QStringList faults()
     {
         QStringList found;

@@ -326,6 +326,28 @@ private slots:
         QCOMPARE(past.service->get("xelmediafolders").body, past.folders);
     }
 
+    void checkOnDemandSaysWhatDoesNotAgreeAndChangesNothing()
+    {
+        Past past;
+        QVERIFY(past.make());
+        // Not while the service runs.
+        QVERIFY(!ServiceProgram::faults(past.data).filter(s("in use")).isEmpty());
+        const QString document = past.outputs()[0];
+        QCOMPARE(past.service->terminate(), 0);
+        QCOMPARE(ServiceProgram::faults(past.data), QStringList());
+        sqlite3* raw = nullptr;
+        QCOMPARE(sqlite3_open(past.database().toUtf8().constData(), &raw), SQLITE_OK);
+        QCOMPARE(sqlite3_exec(raw, "DELETE FROM clips WHERE id=1", nullptr, nullptr, nullptr), SQLITE_OK);
+        sqlite3_close(raw);
+        const QByteArray before = content(past.database());
+        const QStringList found = ServiceProgram::faults(past.data);
+        QCOMPARE(found.filter(s("an output has no clip: ") + document).size(), 1);
+        QCOMPARE(found.filter(s("1 faults")).size(), 1);
+        QCOMPARE(content(past.database()), before);
+        QVERIFY(QFile::exists(document));
+        QVERIFY(!ServiceProgram::faults(past.folder.filePath(s("nowhere"))).isEmpty());
+    }
+
     void databaseOfTheFirstVersionGoesOnServing()
     {
         QTemporaryDir folder;
