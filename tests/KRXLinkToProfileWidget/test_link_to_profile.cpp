@@ -1,10 +1,10 @@
+#include "FakeEditor.h"
 #include "FakeFolderService.h"
 #include "HostQtShell.h"
 #include "KRXLinkToProfileWidget.h"
 #include "KRXProfile.h"
 #include "KRXProfileManager.h"
 #include "KRXProfileProperties.h"
-#include "KRXProfilesWindow.h"
 #include "KRXSummaryWidget.h"
 #include "KRXTest.h"
 #include "StandInHost.h"
@@ -24,35 +24,6 @@
 using namespace KRXTest::literals;
 
 namespace {
-
-class FakeEditor : public KRXProfilesWindow
-{
-public:
-    explicit FakeEditor(QWidget* parent = nullptr)
-        : KRXProfilesWindow(parent)
-    {
-    }
-    int runModal() override
-    {
-        ++runs;
-        if (whileOpen)
-            whileOpen();
-        return QDialog::Accepted;
-    }
-    void updateProfilesBox(const QList<QPair<QString, QString>>& items, const QString& currentId) override
-    {
-        offered = items;
-        offeredId = currentId;
-        if (whileLoading)
-            whileLoading();
-    }
-
-    int runs = 0;
-    QList<QPair<QString, QString>> offered;
-    QString offeredId = QStringLiteral("not called");
-    std::function<void()> whileOpen;
-    std::function<void()> whileLoading;
-};
 
 /// A host window that is a dialog of the host, as they are.
 class HostDialog : public QDialog, public HostManagedWindow

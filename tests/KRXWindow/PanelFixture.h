@@ -1,5 +1,6 @@
 #pragma once
 
+#include "FakeEditor.h"
 #include "FakeFolderService.h"
 #include "KRXFolderManager.h"
 #include "KRXFolderViewWidget.h"
@@ -21,35 +22,6 @@
 #include <memory>
 
 using namespace KRXTest::literals;
-
-/// An editor whose modal run is a piece of the test.
-class FakeEditor : public KRXProfilesWindow
-{
-public:
-    explicit FakeEditor(QWidget* parent)
-        : KRXProfilesWindow(parent)
-    {
-    }
-
-    int runModal() override
-    {
-        ++runs;
-        if (whileOpen)
-            whileOpen();
-        return QDialog::Accepted;
-    }
-
-    void updateProfilesBox(const QList<QPair<QString, QString>>& items, const QString& currentId) override
-    {
-        offered = items;
-        offeredId = currentId;
-    }
-
-    int runs = 0;
-    QList<QPair<QString, QString>> offered;
-    QString offeredId = QStringLiteral("not called");
-    std::function<void()> whileOpen;
-};
 
 /// The panel as a host derives from it.
 class HostPanel : public KRXWindow

@@ -45,6 +45,8 @@ namespace {
 constexpr int kPatience = 20000;
 /// How often the dialog's loop goes round after the deletion was asked for and before the dialog is answered.
 constexpr int kRoundsToDie = 10;
+/// After so many rounds an editor that should be gone is closed, so that the test can say so.
+constexpr int kRoundsToGiveUp = 100;
 
 /// An event loop that somebody in the host runs for a while.
 void letEventsRun()
@@ -202,6 +204,8 @@ private:
                 soon(std::exchange(inTheEditor, {}));
             else if (dialog == 0 && !isAsked)
                 ask();
+            else if (m_roundsSince > kRoundsToGiveUp)
+                modal->close();
         } else if (modal != m_seen) {
             m_seen = modal;
             if (++m_count == dialog)

@@ -24,8 +24,8 @@ class TestPanel : public QObject
 private slots:
     // --- Construction ---
     void constructionAsksNothing();
+    void textsAndTooltipsAreAsNamed_data();
     void textsAndTooltipsAreAsNamed();
-    void textsAreLocalised();
     void sizesArePixelForPixel();
     void offlineMessageIsBoldAndHidden();
     void tabOrderFollowsThePanel();
@@ -67,55 +67,41 @@ void TestPanel::constructionAsksNothing()
     QVERIFY(!f.add()->isEnabled());
 }
 
-void TestPanel::textsAndTooltipsAreAsNamed()
+void TestPanel::textsAndTooltipsAreAsNamed_data()
 {
-    PanelFixture f;
-    QCOMPARE(f.add()->text(), "+"_s);
-    QCOMPARE(f.add()->toolTip(), "Add Folder to the KRX Folder List"_s);
-    QCOMPARE(f.del()->text(), "-"_s);
-    QCOMPARE(f.del()->toolTip(), "Remove Selected Folder from KRX Folder List"_s);
-    QCOMPARE(f.view()->objectName(), "folderViewWidget"_s);
-    QCOMPARE(f.view()->toolTip(), "List of KRX Folders"_s);
-    QCOMPARE(f.box()->toolTip(), "Choose Profile for Selected Folder"_s);
-    QCOMPARE(f.edit()->text(), "Profile Editor"_s);
-    QCOMPARE(f.edit()->toolTip(), "Edit a Profile"_s);
-    QCOMPARE(f.section()->toolTip(), "Summary of Selected Folder's Profile"_s);
-    QVERIFY(f.section()->isUseTransparentBackground());
-    QCOMPARE(f.offline()->text(),
-             "Velo Editor Services are not Running. Please start Services from the Velo Editor "
-             "Services Manager..."_s);
-    QStringList labels;
-    const auto all = f.panel->findChildren<QLabel*>();
-    for (const QLabel* label : all)
-        labels << label->text();
-    QVERIFY(labels.contains("Profile:"_s));
-    QVERIFY(labels.contains("Summary"_s));
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("as named") << "%1"_s;
+    QTest::newRow("localised") << "<%1>"_s;
 }
 
-void TestPanel::textsAreLocalised()
+void TestPanel::textsAndTooltipsAreAsNamed()
 {
-    StandInHost::setTranslator(
-        [](const QString& key) -> QString { return QLatin1Char('<') + key + QLatin1Char('>'); });
+    QFETCH(QString, shown);
+    StandInHost::setTranslator([&shown](const QString& key) { return shown.arg(key); });
     PanelFixture f;
     StandInHost::setTranslator({});
-    QCOMPARE(f.edit()->text(), "<Profile Editor>"_s);
-    QCOMPARE(f.edit()->toolTip(), "<Edit a Profile>"_s);
-    QCOMPARE(f.add()->text(), "<+>"_s);
-    QCOMPARE(f.add()->toolTip(), "<Add Folder to the KRX Folder List>"_s);
-    QCOMPARE(f.del()->text(), "<->"_s);
-    QCOMPARE(f.del()->toolTip(), "<Remove Selected Folder from KRX Folder List>"_s);
-    QCOMPARE(f.view()->toolTip(), "<List of KRX Folders>"_s);
-    QCOMPARE(f.box()->toolTip(), "<Choose Profile for Selected Folder>"_s);
-    QCOMPARE(f.section()->toolTip(), "<Summary of Selected Folder's Profile>"_s);
-    QCOMPARE(f.offline()->text(),
-             "<Velo Editor Services are not Running. Please start Services from the Velo Editor "
-             "Services Manager...>"_s);
+    QCOMPARE(f.view()->objectName(), "folderViewWidget"_s);
+    QVERIFY(f.section()->isUseTransparentBackground());
+    const QList<QPair<QString, QString>> texts{
+        {f.add()->text(), "+"_s},
+        {f.add()->toolTip(), "Add Folder to the KRX Folder List"_s},
+        {f.del()->text(), "-"_s},
+        {f.del()->toolTip(), "Remove Selected Folder from KRX Folder List"_s},
+        {f.view()->toolTip(), "List of KRX Folders"_s},
+        {f.box()->toolTip(), "Choose Profile for Selected Folder"_s},
+        {f.edit()->text(), "Profile Editor"_s},
+        {f.edit()->toolTip(), "Edit a Profile"_s},
+        {f.section()->toolTip(), "Summary of Selected Folder's Profile"_s},
+        {f.offline()->text(), "Velo Editor Services are not Running. Please start Services from the Velo "
+                              "Editor Services Manager..."_s}};
+    for (const auto& text : texts)
+        QCOMPARE(text.first, shown.arg(text.second));
     QStringList labels;
     const auto all = f.panel->findChildren<QLabel*>();
     for (const QLabel* label : all)
         labels << label->text();
-    QVERIFY(labels.contains("<Profile:>"_s));
-    QVERIFY(labels.contains("<Summary>"_s));
+    QVERIFY(labels.contains(shown.arg("Profile:"_s)));
+    QVERIFY(labels.contains(shown.arg("Summary"_s)));
 }
 
 void TestPanel::sizesArePixelForPixel()
