@@ -19,6 +19,8 @@ const std::vector<std::string> kRunningOnly = {jobstate::kRunning};
 
 constexpr std::chrono::milliseconds kGathering{20};
 constexpr std::size_t kLargestGroup = 64; ///< clips
+constexpr std::size_t kMostThreads = 32;
+constexpr std::chrono::seconds kMountsKnown{1}; ///< before the table of mounts is read again
 
 /// True when \a path lies in \a folder, which may end in slashes. A folder may have moved on since.
 bool isIn(const std::string& path, std::string folder)
@@ -44,6 +46,8 @@ Worker::~Worker()
 
 void Worker::start(int threads)
 {
+    const std::lock_guard lock(m_mutex);
+    m_perMount = static_cast<std::size_t>(threads);
     for (int i = 0; i < threads; ++i)
         m_threads.emplace_back([this] { run(); });
     m_publisher = std::thread([this] { publish(); });
@@ -56,6 +60,7 @@ void Worker::stop()
         m_stopping = true;
         m_queue.clear();
         m_queued.clear();
+        m_waiting.clear();
         m_background.clear();
         *m_backgroundCancel = true;
         for (auto& task : m_running)
@@ -72,23 +77,32 @@ void Worker::stop()
 
 void Worker::addFile(const std::string& folderId, const std::string& path, const std::string& jobId)
 {
-    add({folderId, path, jobId, makeCancelToken()});
+    add({folderId, path, jobId, makeCancelToken(), {}}, path);
 }
 
 void Worker::addJob(const std::string& jobId)
 {
-    add({{}, {}, jobId, makeCancelToken()});
+    const auto job = m_stores.jobs.find(jobId);
+    add({{}, {}, jobId, makeCancelToken(), {}}, job ? job->path : std::string());
 }
 
-void Worker::add(Task task)
+void Worker::add(Task task, const std::string& path)
 {
     {
         const std::lock_guard lock(m_mutex);
         if (m_stopping)
             return;
+        const auto now = std::chrono::steady_clock::now();
+        if (now - m_mountsRead > kMountsKnown) {
+            m_mounts = Mounts::present();
+            m_mountsRead = now;
+        }
+        task.mount = m_mounts.keyOf(path);
         const std::string key = keyOf(task);
         if (m_queued.insert(key).second) {
+            ++m_waiting[task.mount];
             m_queue.push_back(std::move(task));
+            helpOut();
         } else if (!task.folderId.empty() && !task.jobId.empty()) {
             std::find_if(m_queue.begin(), m_queue.end(), [&](const Task& other) {
                 return keyOf(other) == key;
@@ -123,6 +137,7 @@ std::vector<Worker::Task> Worker::cancelWhere(Matches matches)
                                            [&](const Task& task) { return !matches(task); });
     for (auto task = out; task != m_queue.end(); ++task) {
         m_queued.erase(keyOf(*task));
+        noLongerWaits(*task);
         waiting.push_back(std::move(*task));
     }
     m_queue.erase(out, m_queue.end());
@@ -157,8 +172,33 @@ bool Worker::isActive()
 /// still being worked on, and a job may be submitted again while its interrupted run is coming to its end.
 std::deque<Worker::Task>::iterator Worker::nextTask()
 {
-    return std::find_if(m_queue.begin(), m_queue.end(),
-                        [this](const Task& task) { return !isBusy(keyOf(task)); });
+    return std::find_if(m_queue.begin(), m_queue.end(), [this](const Task& task) {
+        return runningOn(task.mount) < m_perMount && !isBusy(keyOf(task));
+    });
+}
+
+std::size_t Worker::runningOn(const std::string& mount) const
+{
+    return static_cast<std::size_t>(std::count_if(m_running.begin(), m_running.end(),
+                                                  [&](const Task& task) { return task.mount == mount; }));
+}
+
+void Worker::noLongerWaits(const Task& task)
+{
+    const auto found = m_waiting.find(task.mount);
+    if (found != m_waiting.end() && --found->second == 0)
+        m_waiting.erase(found);
+}
+
+/// Starts one thread more when all are busy, none of them on a file system for which work waits.
+void Worker::helpOut()
+{
+    const std::size_t busy = m_running.size() + (m_inBackground ? 1 : 0);
+    if (m_stopping || m_threads.empty() || busy < m_threads.size() || m_threads.size() >= kMostThreads)
+        return;
+    if (std::any_of(m_waiting.begin(), m_waiting.end(),
+                    [this](const auto& waiting) { return runningOn(waiting.first) == 0; }))
+        m_threads.emplace_back([this] { run(); });
 }
 
 bool Worker::isBusy(const std::string& key) const
@@ -225,7 +265,9 @@ void Worker::runTask(std::unique_lock<std::mutex>& lock, const std::deque<Task>:
     Task task = std::move(*next);
     m_queue.erase(next);
     m_queued.erase(keyOf(task));
+    noLongerWaits(task);
     m_running.push_back(task);
+    helpOut();
     lock.unlock();
     try {
         perform(task);

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "activities/Pipeline.h"
+#include "base/Mounts.h"
 #include "store/FolderStore.h"
 #include "store/JobStore.h"
 #include "store/ProfileStore.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -17,7 +19,8 @@
 
 namespace krxservice {
 
-/// The threads that work on files, and the queue before them. Thread-safe.
+/// The threads that work on files, and the queue before them. When all are busy on file systems that perhaps
+/// do not answer, files on another one get a thread more. Thread-safe.
 class Worker
 {
 public:
@@ -61,13 +64,17 @@ private:
         std::string path;
         std::string jobId;
         CancelToken cancel;
+        std::string mount; ///< the file system that it is about
     };
 
     /// The same for tasks that must not be performed side by side.
     static std::string keyOf(const Task& task);
-    void add(Task task);
+    void add(Task task, const std::string& path);
     void run();
     std::deque<Task>::iterator nextTask();
+    std::size_t runningOn(const std::string& mount) const;
+    void noLongerWaits(const Task& task);
+    void helpOut();
     void runTask(std::unique_lock<std::mutex>& lock, const std::deque<Task>::iterator& next);
     void runBackground(std::unique_lock<std::mutex>& lock);
     void publish();
@@ -89,7 +96,10 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_wake;
     std::deque<Task> m_queue;
-    std::unordered_set<std::string> m_queued; ///< keys of the queue
+    std::unordered_set<std::string> m_queued;     ///< keys of the queue
+    std::map<std::string, std::size_t> m_waiting; ///< tasks of the queue, by mount; none is zero
+    Mounts m_mounts;
+    std::chrono::steady_clock::time_point m_mountsRead;
     std::vector<Task> m_running;
     std::deque<std::function<void(const CancelToken& cancel)>> m_background;
     CancelToken m_backgroundCancel = makeCancelToken();
@@ -99,6 +109,7 @@ private:
     std::condition_variable m_wakePublisher;
     std::thread m_publisher;
     bool m_stopping = false;
+    std::size_t m_perMount = 1; ///< threads that may work on one file system
     std::vector<std::thread> m_threads;
 };
 

@@ -1,4 +1,5 @@
 #include "PipelineBench.h"
+#include "SilentMount.h"
 
 #include "queue/Worker.h"
 #include "store/JobStore.h"
@@ -120,6 +121,31 @@ private slots:
         for (const auto& [path, isDone] : line.ended)
             QVERIFY2(isDone, path.c_str());
         QCOMPARE(line.listed().size(), std::size_t(2));
+    }
+
+    void volumeThatHangsLeavesATurnForTheOthers()
+    {
+        QTemporaryDir watched;
+        const QString hung = watched.filePath(s("hung"));
+        QVERIFY(QDir().mkdir(hung));
+        constexpr std::size_t kFiles = 36; // more than there may ever be threads
+        const auto file = [&](std::size_t number) {
+            return watched.path().toStdString() + '/' + std::to_string(number) + ".wav";
+        };
+        for (std::size_t i = 0; i < kFiles; ++i)
+            QVERIFY(QFile::copy(QString::fromStdString(m_one), QString::fromStdString(file(i))));
+        Line line(watched.path());
+        SilentMount mount;
+        if (!mount.mount(hung))
+            QSKIP("only a privileged user can mount a file system");
+        for (std::size_t i = 0; i < kFiles; ++i)
+            line.worker.addFile("f000001", hung.toStdString() + '/' + std::to_string(i) + ".wav");
+        // One after the other, so that each time a thread looks for more work.
+        for (std::size_t i = 0; i < kFiles; ++i) {
+            line.worker.addFile("f000001", file(i));
+            QVERIFY(line.waitForEnds(i + 1));
+        }
+        QCOMPARE(line.listed().size(), kFiles);
     }
 
     void fileThatWaitsIsNotQueuedTwice()
