@@ -342,7 +342,8 @@ std::vector<FileResult> Pipeline::publishTogether(const std::vector<std::shared_
         if (results[i].end == FileResult::End::Publishing)
             results[i] = finish(record, {});
         else if (results[i].end == FileResult::End::Offered)
-            log::info("offered " + record.path + " as " + m_outputs.path(record.owner, record.output));
+            log::info("offered " + record.path + " as " + m_outputs.path(record.owner, record.output),
+                      record.guid);
     }
     return results;
 }

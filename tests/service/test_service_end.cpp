@@ -11,7 +11,10 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -60,6 +63,18 @@ QByteArray readUntil(int descriptor, const QByteArray& wanted)
         all.append(buffer.data(), static_cast<int>(got));
     }
     return all;
+}
+
+/// A Unix socket at \a place.
+int listening(int kind, const QByteArray& place)
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, place.constData(), static_cast<std::size_t>(place.size()));
+    const int socket = ::socket(AF_UNIX, kind | SOCK_CLOEXEC, 0);
+    const bool bound = ::bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+                       (kind != SOCK_STREAM || ::listen(socket, 8) == 0);
+    return bound ? socket : -1;
 }
 
 /// True while the thread waits in a sleep.
@@ -277,14 +292,68 @@ private slots:
         ::close(ends[0]);
     }
 
+    // In a namespace of its own, where the journal's socket is the test's.
+    void journalTakesTheLinesWithTheirFields()
+    {
+        if (::geteuid() != 0)
+            QSKIP("only root can put something in the journal's place");
+        const QByteArray place = path("journal").toLocal8Bit();
+        QVERIFY(QDir().mkpath(path("journal")));
+        const int journal = listening(SOCK_DGRAM, place + "/socket");
+        QVERIFY(journal >= 0);
+        const QByteArray streamPath = path("stream").toLocal8Bit();
+        const int stream = ::open(streamPath.constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+        struct stat facts
+        {
+        };
+        QCOMPARE(::fstat(stream, &facts), 0);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(s("JOURNAL_STREAM"), QStringLiteral("%1:%2").arg(facts.st_dev).arg(facts.st_ino));
+        const QString data = path("journaled");
+        ServiceProgram service;
+        service.setEnvironment(environment);
+        service.setBeforeProgram([&] {
+            const bool placed =
+                ::unshare(CLONE_NEWNS) == 0 &&
+                ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                ::mount("none", "/run", "tmpfs", 0, nullptr) == 0 && ::mkdir("/run/systemd", 0755) == 0 &&
+                ::mkdir("/run/systemd/journal", 0755) == 0 &&
+                ::mount(place.constData(), "/run/systemd/journal", nullptr, MS_BIND, nullptr) == 0;
+            if (placed)
+                ::dup2(stream, STDERR_FILENO);
+        });
+        QVERIFY(service.start(data));
+        if (QFile::exists(data + s("/krx-service.log")))
+            QSKIP("namespaces are not allowed here");
+        // What a file is called stays in its line and is no format.
+        const QString watch = path("journal %s%n");
+        QVERIFY(QDir().mkpath(watch));
+        QVERIFY(QFile::copy(TestMedia::file(s("sound.wav")), watch + s("/a%n\nPRIORITY=0.wav")));
+        QVERIFY(QFile::copy(TestMedia::file(s("sound.wav")), watch + s("/b.wav")));
+        const QString id = service.addFolder(watch, service.profileId(s("Default Profile")));
+        QTRY_VERIFY_WITH_TIMEOUT(!service.outputs(id).isEmpty(), kPatience);
+        const QByteArray said = readUntil(journal, "KRX_CLIP=");
+        QVERIFY2(said.contains("KRX_CLIP=") && said.contains("MESSAGE=offered ") && said.contains("%s%n"),
+                 said.constData());
+        QCOMPARE(service.terminate(), 0);
+        const QByteArray all = said + readUntil(journal, "MESSAGE=ending");
+        for (const QByteArray& line : all.split('\n')) {
+            const QByteArray name = line.left(line.indexOf('='));
+            QVERIFY2(line.isEmpty() || name == "MESSAGE" || name == "SYSLOG_IDENTIFIER" ||
+                         name == "KRX_CLIP" || line == "PRIORITY=6" || line == "PRIORITY=4" ||
+                         line == "PRIORITY=3",
+                     line.constData());
+        }
+        QCOMPARE(contentOf(QString::fromLocal8Bit(streamPath)), QByteArray());
+        ::close(stream);
+        ::close(journal);
+    }
+
     void managerIsToldHowItGoes()
     {
         const QByteArray place = m_folder.filePath(s("notify")).toLocal8Bit();
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        std::memcpy(address.sun_path, place.constData(), static_cast<std::size_t>(place.size()));
-        const int manager = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-        QCOMPARE(::bind(manager, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        const int manager = listening(SOCK_DGRAM, place);
+        QVERIFY(manager >= 0);
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(s("NOTIFY_SOCKET"), QString::fromLocal8Bit(place));
         environment.insert(s("WATCHDOG_USEC"), s("300000"));
@@ -310,12 +379,8 @@ private slots:
         QVERIFY(::bind(port, fourPlace, size) == 0 && ::listen(port, 8) == 0 &&
                 ::getsockname(port, fourPlace, &size) == 0);
         const QByteArray place = m_folder.filePath(s("given")).toLocal8Bit();
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        std::memcpy(address.sun_path, place.constData(), static_cast<std::size_t>(place.size()));
-        const int local = ::socket(AF_UNIX, SOCK_STREAM, 0);
-        QVERIFY(::bind(local, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-                ::listen(local, 8) == 0);
+        const int local = listening(SOCK_STREAM, place);
+        QVERIFY(local >= 0);
         // Clients that come before the program does are served, too.
         RawClient early = RawClient::toSocket(QString::fromLocal8Bit(place));
         QVERIFY(early.send(RawClient::get("activity")));
