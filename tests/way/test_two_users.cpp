@@ -11,7 +11,9 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <csignal>
 #include <memory>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -41,6 +43,8 @@ protected:
     {
         if (::setresgid(m_user, m_user, m_user) != 0 || ::setresuid(m_user, m_user, m_user) != 0)
             ::_exit(1);
+        // Nothing of theirs outlives a test that is killed.
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     }
 
 private:
