@@ -22,6 +22,8 @@ using Clock = std::chrono::steady_clock;
 
 /// A look that takes longer than this hangs.
 constexpr std::chrono::milliseconds kStall(300);
+/// The longest that anybody waits for answers, however many come.
+constexpr std::chrono::milliseconds kLongestWait(2000);
 /// The most threads for one mount.
 constexpr int kMostWorkers = 4;
 
@@ -185,10 +187,10 @@ void DirectoryProbe::waitBriefly()
                 return entry.second.isIdle() || entry.second.hangs();
             });
         };
-        while (!allButHanging()) {
-            if (m_shared->answered.wait_for(lock, kStall) == std::cv_status::timeout)
-                break;
-        }
+        // Hanging begins with the look, not with the wait for a thread that a busy machine starts late.
+        const Clock::time_point deadline = Clock::now() + kLongestWait;
+        while (!allButHanging() && Clock::now() < deadline)
+            m_shared->answered.wait_for(lock, kStall / 4);
     }
     deliver();
 }

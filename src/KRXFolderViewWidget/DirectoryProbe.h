@@ -29,8 +29,8 @@ public:
 
     /// Has paths looked at; seen() brings the answers as they come.
     void ask(const QStringList& paths);
-    /// Waits for the answers that come quickly, and brings them at once: until all are there, or until none
-    /// has come for a short while. Paths that are known to hang are not waited for.
+    /// Waits for the answers that come quickly, and brings them at once: until all are there but those of
+    /// paths that hang, two seconds at most. A path that hangs already is not waited for.
     void waitBriefly();
 
 signals:

@@ -189,7 +189,8 @@ void KRXFolderViewWidget::fillRows()
             rows.push_back(std::move(row));
     }
     putInRows(std::move(rows));
-    lookForDirectories();
+    // When the rows are on the screen.
+    QMetaObject::invokeMethod(this, &KRXFolderViewWidget::lookForDirectories, Qt::QueuedConnection);
 }
 
 void KRXFolderViewWidget::updateRows()
