@@ -95,6 +95,7 @@ private slots:
     void rowRemovedInTheMiddleOfADragDropsNothing();
     void profileReadInTheMiddleOfADrag();
     void editorClosedInTheMiddleOfADrag();
+    void deletionAskedInTheMiddleOfADragWaitsForItsEnd();
     void mouseDragsTheFirstRowOntoTheThird();
     void mouseClickOnlySelects();
 };
@@ -256,6 +257,25 @@ struct ShownRows
 };
 
 } // namespace
+
+void TestActionDragsOnDisplay::deletionAskedInTheMiddleOfADragWaitsForItsEnd()
+{
+    ThreeRows list;
+    list.editor.show();
+    const QPointer<QWidget> around = new QWidget(list.section->parentWidget());
+    QWidget* former = list.section->parentWidget();
+    list.section->setParent(around);
+    bool isAliveInside = false;
+    dragWith(list.rows.at(0), [&] {
+        around->deleteLater();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        isAliveInside = !around.isNull();
+    });
+    QVERIFY(isAliveInside);
+    list.section->setParent(former);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(!around);
+}
 
 void TestActionDragsOnDisplay::mouseDragsTheFirstRowOntoTheThird()
 {
