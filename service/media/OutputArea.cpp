@@ -283,7 +283,8 @@ std::vector<OutputArea::Key> OutputArea::takeTaken()
 void OutputArea::beginRemoval(const std::string& owner)
 {
     const std::lock_guard lock(m_mutex);
-    removeDirectory(removalPlace(owner));
+    // What an earlier removal could not put back is not lost in this one.
+    bringBack(owner);
     ::rename(directory(owner).c_str(), removalPlace(owner).c_str());
     m_index.erase(owner);
 }
@@ -297,6 +298,12 @@ void OutputArea::endRemoval(const std::string& owner)
 void OutputArea::undoRemoval(const std::string& owner)
 {
     const std::lock_guard lock(m_mutex);
+    bringBack(owner);
+    load(owner);
+}
+
+void OutputArea::bringBack(const std::string& owner) const
+{
     const std::string from = removalPlace(owner);
     for (const auto& name : namesIn(from)) {
         if (name == "." || name == "..")
@@ -305,7 +312,6 @@ void OutputArea::undoRemoval(const std::string& owner)
         filetools::renameNoReplace(from + '/' + name, directory(owner) + '/' + name);
     }
     ::rmdir(from.c_str());
-    load(owner);
 }
 
 std::string OutputArea::settle(const IsKnown& isKnown, int& count)

@@ -86,6 +86,7 @@ private:
     static std::string write(const std::string& path, const std::string& text, filetools::Descriptor& file);
     void load();
     std::string removalPlace(const std::string& owner) const;
+    void bringBack(const std::string& owner) const;
     /// Those of \a names that are on the disk; notes those that were taken.
     std::vector<std::string> present(const std::string& owner, Names& names);
 

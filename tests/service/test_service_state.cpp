@@ -441,6 +441,24 @@ private slots:
                  QStringList{s("jobs")});
     }
 
+    void removalThatWasNotEndedLosesNothingToTheNextOne()
+    {
+        PipelineBench& bench = *m_bench;
+        QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == End::Offered);
+        bench.outputs.beginRemoval("f000001");
+        const QString other = bench.folder.filePath(s("other.wav"));
+        QVERIFY(QFile::copy(QString::fromStdString(m_wave), other));
+        QVERIFY(bench.pipeline.process(bench.order(other.toStdString())).end == End::Offered);
+        bench.outputs.beginRemoval("f000001");
+        QVERIFY(bench.listed().empty());
+        bench.outputs.undoRemoval("f000001");
+        QCOMPARE(bench.listed().size(), std::size_t(2));
+        bench.outputs.beginRemoval("f000001");
+        bench.outputs.endRemoval("f000001");
+        bench.outputs.undoRemoval("f000001");
+        QVERIFY(bench.listed().empty());
+    }
+
     void checkerFindsWhatMustNotBe()
     {
         PipelineBench& bench = *m_bench;
