@@ -500,7 +500,7 @@ private slots:
         Bench bench;
         const auto id = bench.begin(m_wave).id;
         const std::string name = OutputArea::fileName(id, m_wave);
-        bench.outputs.prepare("f000001", name, "x");
+        bench.outputs.prepare("f000001", name, "<xel><id>" + bench.clips.find(id)->guid + "</id></xel>");
         bench.clips.publish(id);
         bench.pipeline.recover();
         QCOMPARE(bench.listed().size(), std::size_t(1));
