@@ -57,18 +57,22 @@ target_compile_definitions(krx_strict_qt INTERFACE
 
 option(KRX_PCH "Compile with precompiled Qt headers" ON)
 
+# The target that carries the precompiled header; a folder that compiles with other options sets one of its own.
+set(KRX_PCH_TARGET krx_pch)
+
 # Gives a Qt Widgets target of ours the strict dialect and the one precompiled header that all of them share.
 function(krx_qt_target target)
     target_link_libraries(${target} PRIVATE krx_strict_qt)
     if(KRX_PCH)
-        if(NOT TARGET krx_pch)
+        if(NOT TARGET ${KRX_PCH_TARGET})
             file(CONFIGURE OUTPUT "${CMAKE_BINARY_DIR}/krx_pch.cpp"
                 CONTENT "// Only carries the precompiled header.\n")
-            add_library(krx_pch OBJECT "${CMAKE_BINARY_DIR}/krx_pch.cpp")
-            target_link_libraries(krx_pch PRIVATE Qt5::Core Qt5::Gui Qt5::Widgets Qt5::Xml krx_strict_qt Threads::Threads)
-            set_target_properties(krx_pch PROPERTIES AUTOMOC OFF AUTORCC OFF)
-            target_precompile_headers(krx_pch PRIVATE <QtWidgets> <QtXml> <functional> <memory> <vector>)
+            add_library(${KRX_PCH_TARGET} OBJECT "${CMAKE_BINARY_DIR}/krx_pch.cpp")
+            target_link_libraries(${KRX_PCH_TARGET} PRIVATE Qt5::Core Qt5::Gui Qt5::Widgets Qt5::Xml krx_strict_qt
+                Threads::Threads)
+            set_target_properties(${KRX_PCH_TARGET} PROPERTIES AUTOMOC OFF AUTORCC OFF)
+            target_precompile_headers(${KRX_PCH_TARGET} PRIVATE <QtWidgets> <QtXml> <functional> <memory> <vector>)
         endif()
-        target_precompile_headers(${target} REUSE_FROM krx_pch)
+        target_precompile_headers(${target} REUSE_FROM ${KRX_PCH_TARGET})
     endif()
 endfunction()
