@@ -33,6 +33,7 @@
 #include <QTimer>
 #include <QtTest>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 
@@ -173,6 +174,8 @@ public:
     bool isAsked = false;
     bool diedDuringTheAct = false;
     bool modalEditorRan = false;
+    /// The modal editor was still open, in whose loop the deletion may happen.
+    bool isAskedInTheEditor = false;
 
     void run(const std::function<void()>& act)
     {
@@ -236,6 +239,10 @@ private:
     void ask()
     {
         isAsked = true;
+        const QWidgetList windows = QApplication::topLevelWidgets();
+        isAskedInTheEditor = std::any_of(windows.begin(), windows.end(), [](QWidget* window) {
+            return qobject_cast<KRXProfilesWindow*>(window) && window->isModal() && window->isVisible();
+        });
         m_victim->deleteLater();
     }
 
@@ -284,6 +291,27 @@ void chooseInBox(QComboBox* box, int index)
         if (box->currentIndex() == before)
             return;
     }
+}
+
+QMenu* contextMenuOf(QWidget* widget, const QPoint& position)
+{
+    QContextMenuEvent event(QContextMenuEvent::Mouse, position, widget->mapToGlobal(position));
+    QApplication::sendEvent(widget, &event);
+    return qobject_cast<QMenu*>(QApplication::activePopupWidget());
+}
+
+QMenu* contextMenuOfRow(const Stage& s, const QString& id)
+{
+    return contextMenuOf(s.view()->viewport(), s.view()->visualItemRect(s.row(id)).center());
+}
+
+/// Chooses in the list of profiles that the context menu of a row opens.
+void chooseInContextMenu(const Stage& s, const QString& id, const QString& profileId)
+{
+    QMenu* menu = contextMenuOfRow(s, id);
+    QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(menu->actions().last()).center());
+    menu->actions().last()->menu()->popup(menu->pos());
+    chooseInMenuByMouse(profileId);
 }
 
 QComboBox* typeBox(const Stage& s)
@@ -381,6 +409,27 @@ const QList<Case>& listCases()
              s.clickRow("a"_s, View::kIdxProfileColumn);
              chooseInMenu(3);
          }},
+        {"question, context menu", {}, [](Stage& s, Host&) { chooseInContextMenu(s, "a"_s, "p2"_s); }},
+        {"refusal of copies, context menu",
+         {},
+         [](Stage& s, Host&) { chooseInContextMenu(s, "a"_s, "p3"_s); }},
+        {"question, first show",
+         [](Stage& s) {
+             delete s.panel;
+             s.service.folders[0].profile = "gone"_s;
+             s.panel = new KRXWindow(nullptr, nullptr);
+         },
+         [](Stage& s, Host&) { s.panel->show(); }},
+        {"question, after the editor",
+         {},
+         [](Stage& s, Host& h) {
+             h.inTheEditor = [&s] {
+                 s.service.folders[0].profile = "gone"_s;
+                 KRXFolderManager::getInstance().refreshFolders(true);
+                 s.editor()->close();
+             };
+             s.press("profileEditBtn"_s);
+         }},
         {"folder chooser", {}, [](Stage& s, Host&) { s.press("addFolderBtn"_s); }},
         {"refusal of a listed folder",
          [](Stage& s) {
@@ -403,6 +452,22 @@ const QList<Case>& listCases()
              h.inAnyLoop = true;
              View::setIngestState(s.row("a"_s), View::NewClipsAvailable);
              s.clickRow("a"_s, View::kIdxIngestColumn);
+         }},
+        {"acquisition by keyboard",
+         [](Stage& s) { s.service.folders[0].files = QStringList{"/out/1.xel"_s}; },
+         [](Stage& s, Host& h) {
+             h.inAnyLoop = true;
+             View::setIngestState(s.row("a"_s), View::NewClipsAvailable);
+             QTest::keyClick(s.view(), Qt::Key_Return);
+         }},
+        {"acquisition, context menu",
+         [](Stage& s) { s.service.folders[0].files = QStringList{"/out/1.xel"_s}; },
+         [](Stage& s, Host& h) {
+             h.inAnyLoop = true;
+             View::setIngestState(s.row("a"_s), View::NewClipsAvailable);
+             QMenu* menu = contextMenuOfRow(s, "a"_s);
+             QTest::mouseClick(menu, Qt::LeftButton, {},
+                               menu->actionGeometry(menu->actions().at(0)).center());
          }},
     };
     return list;
@@ -497,10 +562,7 @@ const QList<Case>& editorCases()
          },
          [](Stage& s, Host& h) {
              h.inAnyLoop = true;
-             QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5),
-                                     s.editor()->mapToGlobal(QPoint(5, 5)));
-             QApplication::sendEvent(s.editor(), &event);
-             auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+             QMenu* menu = contextMenuOf(s.editor(), QPoint(5, 5));
              QTest::mouseClick(menu, Qt::LeftButton, {},
                                menu->actionGeometry(menu->actions().at(0)).center());
          }},
@@ -552,7 +614,8 @@ void TestHeldDeletion::deletionWaitsForTheDialog()
     host.run([&] { dialog->act(stage, host); });
     QVERIFY2(host.isAsked, "no dialog was open");
     QVERIFY2(!victim, "the deletion was forgotten");
-    QVERIFY2(!host.diedDuringTheAct || host.modalEditorRan, "it died below the code that opened the dialog");
+    QVERIFY2(!host.diedDuringTheAct || host.isAskedInTheEditor,
+             "it died below the code that opened the dialog");
 }
 
 void TestHeldDeletion::modalEditorGoesAtOnce_data()
