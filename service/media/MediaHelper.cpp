@@ -80,6 +80,7 @@ int startProcess(const std::vector<std::string>& program, int socket, pid_t& pro
     posix_spawnattr_setflags(&attributes,
                              POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     std::vector<char*> arguments;
+    arguments.reserve(program.size() + 1);
     for (const auto& argument : program)
         arguments.push_back(const_cast<char*>(argument.c_str()));
     arguments.push_back(nullptr);

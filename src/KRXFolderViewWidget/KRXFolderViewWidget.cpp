@@ -51,8 +51,8 @@ constexpr Column kColumns[] = {
     {KRXFolderViewWidget::kIdxPathColumn, QT_TRID_NOOP("Path"), kDefaultWidth},
 };
 
-constexpr QLatin1String kTrue("true");
-constexpr QLatin1String kFalse("false");
+const QLatin1String kTrue("true");
+const QLatin1String kFalse("false");
 
 /// Whether a directory is there and has anything in it. Stops at the first entry: watched directories are
 /// large.

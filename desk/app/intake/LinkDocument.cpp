@@ -38,7 +38,7 @@ struct Field
     QString LinkDocument::*field;
 };
 
-constexpr Field kFields[] = {
+const Field kFields[] = {
     {QLatin1String("xel/id"), nullptr, &LinkDocument::id},
     {QLatin1String("xel/folder"), &RawDocument::folder, nullptr},
     {QLatin1String("xel/clip/path"), nullptr, &LinkDocument::mediaPath},
@@ -54,7 +54,7 @@ constexpr Field kFields[] = {
     {QLatin1String("xel/profile/profileSettings/binDetail/binExplicitName"), nullptr,
      &LinkDocument::explicitBin},
 };
-constexpr QLatin1String kStream("xel/media/stream");
+const QLatin1String kStream("xel/media/stream");
 
 QString* fieldAt(RawDocument& raw, const QString& path)
 {

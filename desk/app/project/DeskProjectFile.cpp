@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr QLatin1String kFormat("krx-desk-project");
+const QLatin1String kFormat("krx-desk-project");
 constexpr int kVersion = 1;
 
 QString tr(const char* text)
@@ -28,20 +28,20 @@ struct TextField
     QString DeskClip::*member;
 };
 
-constexpr TextField kTextFields[] = {
+const TextField kTextFields[] = {
     {QLatin1String("id"), &DeskClip::id},         {QLatin1String("name"), &DeskClip::name},
     {QLatin1String("kind"), &DeskClip::kind},     {QLatin1String("media"), &DeskClip::media},
     {QLatin1String("source"), &DeskClip::source}, {QLatin1String("linkDocument"), &DeskClip::linkDocument},
 };
-constexpr QLatin1String kDuration("durationSeconds");
-constexpr QLatin1String kChecked("checked");
-constexpr QLatin1String kAcquired("acquired");
-constexpr QLatin1String kName("name");
-constexpr QLatin1String kClips("clips");
-constexpr QLatin1String kBins("bins");
-constexpr QLatin1String kActiveBin("activeBin");
-constexpr QLatin1String kFormatKey("format");
-constexpr QLatin1String kVersionKey("version");
+const QLatin1String kDuration("durationSeconds");
+const QLatin1String kChecked("checked");
+const QLatin1String kAcquired("acquired");
+const QLatin1String kName("name");
+const QLatin1String kClips("clips");
+const QLatin1String kBins("bins");
+const QLatin1String kActiveBin("activeBin");
+const QLatin1String kFormatKey("format");
+const QLatin1String kVersionKey("version");
 
 QJsonObject clipToJson(const DeskClip& clip)
 {

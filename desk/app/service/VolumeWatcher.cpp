@@ -13,9 +13,9 @@ namespace {
 
 constexpr char kMountTable[] = "/proc/self/mounts";
 /// File systems that hold files of people; the rest are the system's own.
-constexpr QLatin1String kNetworkTypes[] = {QLatin1String("nfs"), QLatin1String("nfs4"), QLatin1String("cifs"),
-                                           QLatin1String("smb3"), QLatin1String("fuse.sshfs")};
-constexpr QLatin1String kLocalTypes[] = {
+const QLatin1String kNetworkTypes[] = {QLatin1String("nfs"), QLatin1String("nfs4"), QLatin1String("cifs"),
+                                       QLatin1String("smb3"), QLatin1String("fuse.sshfs")};
+const QLatin1String kLocalTypes[] = {
     QLatin1String("ext2"),    QLatin1String("ext3"),    QLatin1String("ext4"),    QLatin1String("xfs"),
     QLatin1String("btrfs"),   QLatin1String("vfat"),    QLatin1String("exfat"),   QLatin1String("ntfs"),
     QLatin1String("ntfs3"),   QLatin1String("fuseblk"), QLatin1String("hfsplus"), QLatin1String("udf"),

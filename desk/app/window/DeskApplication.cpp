@@ -21,9 +21,9 @@
 
 namespace {
 
-constexpr QLatin1String kLastProject("project");
-constexpr QLatin1String kSkin("skin");
-constexpr QLatin1String kDark("dark");
+const QLatin1String kLastProject("project");
+const QLatin1String kSkin("skin");
+const QLatin1String kDark("dark");
 
 QString ownFolder()
 {

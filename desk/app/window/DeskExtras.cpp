@@ -9,10 +9,10 @@
 
 namespace {
 
-constexpr QLatin1String kFileName("krx-desk-extras.so");
+const QLatin1String kFileName("krx-desk-extras.so");
 /// Relative to the program's folder.
-constexpr QLatin1String kPlaces[] = {QLatin1String("."), QLatin1String("../lib"),
-                                     QLatin1String("../lib/krx-desk")};
+const QLatin1String kPlaces[] = {QLatin1String("."), QLatin1String("../lib"),
+                                 QLatin1String("../lib/krx-desk")};
 
 QString tr(const char* text)
 {

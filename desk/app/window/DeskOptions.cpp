@@ -5,15 +5,15 @@
 
 namespace {
 
-constexpr QLatin1String kProject("project");
-constexpr QLatin1String kServiceData("service-data");
-constexpr QLatin1String kServiceProgram("service-program");
-constexpr QLatin1String kDemo("demo");
-constexpr QLatin1String kTour("tour");
-constexpr QLatin1String kSkin("skin");
-constexpr QLatin1String kLanguage("language");
-constexpr QLatin1String kHelp("help");
-constexpr QLatin1String kVersion("version");
+const QLatin1String kProject("project");
+const QLatin1String kServiceData("service-data");
+const QLatin1String kServiceProgram("service-program");
+const QLatin1String kDemo("demo");
+const QLatin1String kTour("tour");
+const QLatin1String kSkin("skin");
+const QLatin1String kLanguage("language");
+const QLatin1String kHelp("help");
+const QLatin1String kVersion("version");
 
 /// One option that takes a path, and where it goes.
 struct PathOption
@@ -24,7 +24,7 @@ struct PathOption
     QString DeskOptions::*member;
 };
 
-constexpr PathOption kPaths[] = {
+const PathOption kPaths[] = {
     {kProject, "Open (or make) this project file.", "FILE", &DeskOptions::project},
     {kServiceData, "Data folder of a service that the desk starts.", "DIR", &DeskOptions::serviceData},
     {kServiceProgram, "The service's program, if not krx-service beside this one.", "FILE",

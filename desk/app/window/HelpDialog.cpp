@@ -16,7 +16,7 @@ struct Topic
     const char* text;
 };
 
-constexpr Topic kTopics[] = {
+const Topic kTopics[] = {
     {QLatin1String("IDH_ProfileEditor_Window"),
      QT_TRANSLATE_NOOP(
          "HelpDialog",

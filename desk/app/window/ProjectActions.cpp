@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr QLatin1String kSuffix(".krxproject");
+const QLatin1String kSuffix(".krxproject");
 
 QString projectFilter()
 {

@@ -111,6 +111,7 @@ extern "C" HostStatus getComponentFactory(const HostIdentifier& factoryId, IHost
 
 namespace StandInHost {
 
+// Takes a value as all that is set here is taken. NOLINTNEXTLINE(performance-unnecessary-value-param)
 void setComponentFactoryEntry(ComponentFactoryEntry entry)
 {
     exchangedEntry(&entry);

@@ -136,7 +136,7 @@ bool RestWorker::takeOver()
     return !m_transfers.empty() && now < m_end;
 }
 
-void RestWorker::add(std::shared_ptr<RestExchange> exchange, bool bySocket)
+void RestWorker::add(const std::shared_ptr<RestExchange>& exchange, bool bySocket)
 {
     try {
         const bool mayUseSocket = bySocket && exchange->request().url.isServicePort;

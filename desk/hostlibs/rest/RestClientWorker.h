@@ -34,7 +34,7 @@ private:
     /// Takes over what was enqueued. \return whether the worker is to go on.
     bool takeOver();
     /// \param bySocket whether the service's socket may be used where there is one.
-    void add(std::shared_ptr<RestExchange> exchange, bool bySocket);
+    void add(const std::shared_ptr<RestExchange>& exchange, bool bySocket);
     void collectFinished();
     int pollTimeout() const;
 

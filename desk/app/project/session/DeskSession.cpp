@@ -58,9 +58,7 @@ bool DeskSession::create(const QString& path, QString& error)
     QString reason;
     const bool isHeld = m_lock && m_lock->holds(path);
     std::unique_ptr<ProjectLock> lock = isHeld ? nullptr : ProjectLock::take(path, reason);
-    if (!isHeld && !lock)
-        error = tr("The project %1 cannot be made: %2.").arg(path, reason);
-    else if (!DeskProjectFile::replaceFile(path, DeskProjectFile::toBytes({}), reason))
+    if ((!isHeld && !lock) || !DeskProjectFile::replaceFile(path, DeskProjectFile::toBytes({}), reason))
         error = tr("The project %1 cannot be made: %2.").arg(path, reason);
     else {
         m_clips.forget();
