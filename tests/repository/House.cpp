@@ -52,7 +52,7 @@ QList<QStringList> commands(const QString& text, const QString& name)
 {
     static const QRegularExpression comment(QStringLiteral("#[^\n]*"));
     static const QRegularExpression blanks(QStringLiteral("[\\s\"]+"));
-    // Generator expressions have parentheses of their own seldom enough to be left out of the form.
+    // Hardly any argument has parentheses of its own, so they are left out of the form.
     const QRegularExpression command(QStringLiteral("\\b%1\\s*\\(([^)]*)\\)").arg(name));
     QString bare = text;
     bare.remove(comment);
@@ -60,6 +60,19 @@ QList<QStringList> commands(const QString& text, const QString& name)
     auto matches = command.globalMatch(bare);
     while (matches.hasNext())
         found.append(matches.next().captured(1).split(blanks, Qt::SkipEmptyParts));
+    return found;
+}
+
+/// The targets that a link names: itself, or what stands in a generator expression.
+QStringList targetsIn(const QString& link)
+{
+    if (!link.startsWith(QLatin1String("$<")))
+        return {link};
+    static const QRegularExpression name(QStringLiteral("[\\w.+-]+(?:::[\\w.+-]+)*"));
+    QStringList found;
+    auto names = name.globalMatch(link);
+    while (names.hasNext())
+        found.append(names.next().captured());
     return found;
 }
 
@@ -77,10 +90,12 @@ House::House(const QString& root)
         while (files.hasNext()) {
             const QString path = files.next();
             const Place place = placeOf(building, path);
-            if (path.endsWith(QLatin1String(".h")) || path.endsWith(QLatin1String(".cpp")))
+            if (path.endsWith(QLatin1String(".h")) || path.endsWith(QLatin1String(".cpp"))) {
                 readSource(path, place);
-            else if (path.endsWith(QLatin1String("CMakeLists.txt")))
+            } else if (path.endsWith(QLatin1String("CMakeLists.txt"))) {
                 readLinks(path, place);
+                readSourceLists(path, place);
+            }
         }
     }
     const QSet<QString> unused = m_listedArrows - m_usedArrows;
@@ -205,16 +220,44 @@ void House::readLinks(const QString& path, const Place& place)
             if (keywords.contains(item) || dialectTargets().contains(item))
                 continue;
             ++m_linkCount;
-            const auto found = m_targets.constFind(item);
-            if (found != m_targets.cend())
-                judge(target, place, item, *found);
-            else if (item.startsWith(QLatin1String("KRX::")) || item.startsWith(QLatin1String("krx")))
+            bool isOurs = false;
+            for (const QString& name : targetsIn(item)) {
+                const auto found = m_targets.constFind(name);
+                if (found == m_targets.cend())
+                    continue;
+                isOurs = true;
+                judge(target, place, name, *found);
+            }
+            if (isOurs)
+                continue;
+            if (item.startsWith(QLatin1String("KRX::")) || item.startsWith(QLatin1String("krx")))
                 fault(QStringLiteral("%1 links to %2, which no building makes").arg(target, item));
             else if (item.startsWith(QLatin1String("Qt5::")) && !qt.isEmpty() && !qt.contains(item))
                 fault(QStringLiteral("%1 links to %2, and %3 is built on Qt Core only")
                           .arg(target, item, building));
             else if (item == chosenHost() && building != QLatin1String("src"))
                 fault(QStringLiteral("%1 links to the host, and only the module does").arg(target));
+        }
+    }
+}
+
+/// What a building compiles stands in it.
+void House::readSourceLists(const QString& path, const Place& place)
+{
+    const QString& building = m_buildings.at(place.building).folder;
+    const QString top = QDir(QDir(m_root).absoluteFilePath(building)).absolutePath() + QLatin1Char('/');
+    const QDir folder = QFileInfo(path).dir();
+    const QString text = contents(path);
+    for (const char* command : {"add_library", "add_executable", "target_sources"}) {
+        const QList<QStringList> found = commands(text, QLatin1String(command));
+        for (const QStringList& arguments : found) {
+            for (const QString& file : arguments.mid(1)) {
+                const bool isElsewhere = file.startsWith(QLatin1String("../")) &&
+                                         !QDir::cleanPath(folder.absoluteFilePath(file)).startsWith(top);
+                if (isElsewhere)
+                    fault(QStringLiteral("%1 is made of %2, which is not in %3")
+                              .arg(arguments.value(0), file, building));
+            }
         }
     }
 }

@@ -8,7 +8,7 @@
 #include <QStringList>
 
 /// The plan of the tree, as docs/architecture.md draws it, and what the files really know of one another: by
-/// their includes, by classes that they only declare, and by what their targets link to.
+/// their includes, by classes that they only declare, and by what their targets link to and are made of.
 ///
 /// The plan is read from the page itself, so that the two cannot part. Its table of buildings has lines like
 ///
@@ -51,6 +51,7 @@ private:
     void walk(int building);
     void readSource(const QString& path, const Place& place);
     void readLinks(const QString& path, const Place& place);
+    void readSourceLists(const QString& path, const Place& place);
     void addTargets(const QString& text, const Place& place);
     void judge(const QString& from, const Place& fromPlace, const QString& to, const Place& toPlace);
     Place placeOf(int building, const QString& path) const;

@@ -138,6 +138,12 @@ private slots:
         row("link by alias", "catalogue/CMakeLists.txt",
             "target_link_libraries(krx_catalogue\n    PUBLIC # why\n    KRX::Host)\n",
             "krx_catalogue of catalogue may not know KRX::Host of host");
+        row("link in a generator expression", "catalogue/CMakeLists.txt",
+            "target_link_libraries(krx_catalogue PUBLIC $<$<CONFIG:Debug>:KRX::Host>)\n",
+            "krx_catalogue of catalogue may not know KRX::Host of host");
+        row("made of another's source", "service/CMakeLists.txt",
+            "add_library(krx_more STATIC ../src/low/Low.cpp)\n",
+            "krx_more is made of ../src/low/Low.cpp, which is not in service");
         row("link from a room", "service/base/CMakeLists.txt",
             "add_library(krx_base STATIC)\ntarget_link_libraries(krx_base krx_core)\n",
             "krx_base of service/base may not know krx_core of service");
@@ -214,21 +220,26 @@ private slots:
         }
         QFile page(root() + QStringLiteral("/docs/architecture.md"));
         QVERIFY(page.open(QIODevice::ReadOnly));
-        const QString table = QString::fromUtf8(page.readAll())
-                                  .section(QLatin1String("## Where what lives"), 1)
-                                  .section(QLatin1String("\n## "), 0, 0);
+        const QString text = QString::fromUtf8(page.readAll());
+        const QString table =
+            text.section(QLatin1String("## Where what lives"), 1).section(QLatin1String("\n## "), 0, 0);
         static const QRegularExpression quoted(QStringLiteral("`([^` ]+)`"));
+        static const QRegularExpression quotedFile(QStringLiteral("`([^` ]+\\.(?:h|cpp))`"));
         QStringList missing;
         int count = 0;
-        auto names = quoted.globalMatch(table);
-        while (names.hasNext()) {
-            QString name = names.next().captured(1);
-            ++count;
-            if (name.endsWith(QLatin1Char('/')))
-                name.chop(1);
-            if (!known.contains(name))
-                missing.append(name);
-        }
+        const auto look = [&](const QString& where, const QRegularExpression& form) {
+            auto names = form.globalMatch(where);
+            while (names.hasNext()) {
+                QString name = names.next().captured(1);
+                ++count;
+                if (name.endsWith(QLatin1Char('/')))
+                    name.chop(1);
+                if (!known.contains(name))
+                    missing.append(name);
+            }
+        };
+        look(table, quoted);
+        look(text, quotedFile);
         QVERIFY(count > 50);
         QVERIFY2(missing.isEmpty(), qUtf8Printable(missing.join(QLatin1String(", "))));
     }
