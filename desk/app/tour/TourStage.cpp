@@ -221,7 +221,9 @@ void TourStage::clickMenu(const QString& title)
 void TourStage::clickMenuItem(const QString& text)
 {
     auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-    const QList<QAction*> items = menu ? menu->actions() : QList<QAction*>();
+    if (!menu)
+        return;
+    const QList<QAction*> items = menu->actions();
     for (QAction* item : items) {
         if (item->text() == text)
             m_input.clickAt(menu->mapToGlobal(menu->actionGeometry(item).center()));

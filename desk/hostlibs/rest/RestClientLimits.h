@@ -19,7 +19,7 @@ struct RestClientLimits
     /// How long exchanges under way may still take when the process ends, in milliseconds.
     std::uint32_t exitGraceMs = 500;
     /// The most bytes that all the headers of an answer may have, interim answers included.
-    std::size_t headerBytes = 64 * 1024;
+    std::size_t headerBytes = std::size_t(64) * 1024;
     /// The most bytes that the body of an answer may have.
     std::size_t bodyBytes = std::size_t(256) * 1024 * 1024;
     /// The most exchanges that may be under way at once; further ones fail at once.
