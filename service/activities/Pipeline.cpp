@@ -11,7 +11,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 
 namespace krxservice {
@@ -373,11 +372,15 @@ FileResult Pipeline::publish(Work& work)
 FileResult Pipeline::finish(const ClipRecord& clip, const std::function<void(const FileResult&)>& willEnd)
 {
     std::string reason;
-    for (int attempt = 0; attempt < kAttempts && m_outputs.isPrepared(clip.owner, clip.output); ++attempt)
+    bool hasItsName = false;
+    for (int i = 0; !hasItsName && i < kAttempts && m_outputs.isPrepared(clip.owner, clip.output); ++i) {
         reason = m_outputs.publish(clip.owner, clip.output);
-    // Gone from its hidden place it got its name after all, or was removed with its folder or job.
-    if (!reason.empty() && m_outputs.isPrepared(clip.owner, clip.output)) {
-        m_errors.add("The output for " + clip.path + " cannot be written: " + reason);
+        hasItsName = reason.empty();
+    }
+    if (!hasItsName && !m_outputs.hasLeftItsHiddenPlace(clip.owner, clip.output)) {
+        // Out of sight without a reason it may be there again the next time, or be removed with its owner.
+        if (!reason.empty() && m_outputs.isPrepared(clip.owner, clip.output))
+            m_errors.add("The output for " + clip.path + " cannot be written: " + reason);
         return ended(FileResult::End::Publishing, reason, clip.stamp);
     }
     const FileResult result = ended(FileResult::End::Offered, {}, clip.stamp);
@@ -466,14 +469,11 @@ void Pipeline::recover()
         }
     }
     // The host may have taken clips while nobody looked.
-    const auto waiting = m_outputs.waiting();
-    std::vector<OutputArea::Key> taken;
     for (const auto& clip : m_clips.inState(ClipState::Offered)) {
-        if (!std::binary_search(waiting.begin(), waiting.end(), OutputArea::Key(clip.owner, clip.id)))
-            taken.emplace_back(clip.owner, clip.id);
+        if (!clip.output.empty())
+            m_outputs.expect(clip.owner, clip.output);
     }
-    if (!taken.empty())
-        m_clips.take(taken);
+    noteTaken();
 }
 
 } // namespace krxservice

@@ -209,6 +209,14 @@ bool OutputArea::isPrepared(const std::string& owner, const std::string& name) c
     return isThere(hiddenPath(owner, name));
 }
 
+bool OutputArea::hasLeftItsHiddenPlace(const std::string& owner, const std::string& name) const
+{
+    // Removals begin and end under this lock.
+    const std::lock_guard lock(m_mutex);
+    return !isThere(hiddenPath(owner, name)) && errno == ENOENT && isThere(directory(owner)) &&
+           !isThere(removalPlace(owner));
+}
+
 bool OutputArea::isPublished(const std::string& owner, const std::string& name) const
 {
     return isThere(path(owner, name));
@@ -262,15 +270,10 @@ std::vector<std::string> OutputArea::readyFolders()
     return owners;
 }
 
-std::vector<OutputArea::Key> OutputArea::waiting()
+void OutputArea::expect(const std::string& owner, const std::string& name)
 {
     const std::lock_guard lock(m_mutex);
-    std::vector<Key> keys;
-    for (const auto& [owner, names] : m_index) {
-        for (const auto& [id, name] : names)
-            keys.emplace_back(owner, id);
-    }
-    return keys;
+    m_index[owner][idOf(name)] = name;
 }
 
 std::vector<OutputArea::Key> OutputArea::takeTaken()
@@ -333,6 +336,7 @@ std::string OutputArea::settle(const IsKnown& isKnown, int& count)
         for (const auto& owner : namesIn(place)) {
             if (!text::isLegalId(owner) || owner == kJobs + 1)
                 continue;
+            bool wasEmptied = false;
             for (const auto& name : namesIn(directory(owner))) {
                 const std::string document = visible(name);
                 if (!isOutput(document) || isKnown({owner, idOf(document)}, document))
@@ -341,10 +345,14 @@ std::string OutputArea::settle(const IsKnown& isKnown, int& count)
                     kept = aside::nameFor(m_root, "kept");
                 filetools::makeDirectories(kept + '/' + owner);
                 const std::string to = kept + '/' + owner + '/' + document;
-                if (filetools::renameNoReplace(directory(owner) + '/' + name, to) == 0)
+                if (filetools::renameNoReplace(directory(owner) + '/' + name, to) == 0) {
                     ++count;
+                    wasEmptied = true;
+                }
             }
-            ::rmdir(directory(owner).c_str());
+            // A directory that is there tells that the documents of others in it were taken.
+            if (wasEmptied)
+                ::rmdir(directory(owner).c_str());
         }
     }
     load();

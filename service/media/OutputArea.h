@@ -46,6 +46,9 @@ public:
     std::string publish(const std::string& owner, const std::string& name);
     /// True when a document was prepared and not published.
     bool isPrepared(const std::string& owner, const std::string& name) const;
+    /// True when a prepared document has certainly left its hidden place by itself: false as well while its
+    /// directory is away or does not answer, or while a removal keeps it out of sight.
+    bool hasLeftItsHiddenPlace(const std::string& owner, const std::string& name) const;
     /// Removes a document that was prepared and not published.
     void abandon(const std::string& owner, const std::string& name);
 
@@ -56,8 +59,8 @@ public:
     std::vector<std::string> list(const std::string& owner);
     /// The folders for which at least one document waits, in the order of their ids.
     std::vector<std::string> readyFolders();
-    /// Owner and id of all documents that were published and not seen to be taken.
-    std::vector<Key> waiting();
+    /// A document was published, as its record says, and counts as waiting until it is seen to be taken.
+    void expect(const std::string& owner, const std::string& name);
     /// Those that were seen to be taken since this was last asked, also by way of a look at all of them now.
     std::vector<Key> takeTaken();
 

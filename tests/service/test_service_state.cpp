@@ -153,6 +153,44 @@ private slots:
         QCOMPARE(bench.clips.inState(ClipState::Offered).size(), std::size_t(1));
     }
 
+    void documentWhoseDirectoryIsAwayKeepsPublishing()
+    {
+        PipelineBench& bench = *m_bench;
+        const QString place = block(1);
+        QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == End::Publishing);
+        const QString directory = bench.folder.filePath(s("output/f000001"));
+        const QString away = bench.folder.filePath(s("away"));
+        QVERIFY(QDir().rename(directory, away));
+        bench.pipeline.publishRest();
+        bench.pipeline.recover();
+        QCOMPARE(bench.clips.inState(ClipState::Publishing).size(), std::size_t(1));
+        QVERIFY(QDir().rename(away, directory));
+        QVERIFY(QDir(place).removeRecursively());
+        bench.pipeline.publishRest();
+        QCOMPARE(bench.listed().size(), std::size_t(1));
+        QCOMPARE(bench.clips.inState(ClipState::Offered).size(), std::size_t(1));
+    }
+
+    void documentOutOfSightForARemovalThatIsRefusedKeepsPublishing()
+    {
+        PipelineBench& bench = *m_bench;
+        const QString place = block(1);
+        QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == End::Publishing);
+        bench.errors.takeAll();
+        bench.outputs.beginRemoval("f000001");
+        bench.pipeline.publishRest();
+        // Another clip makes the directory anew meanwhile.
+        QVERIFY(QDir().mkpath(bench.folder.filePath(s("output/f000001"))));
+        bench.pipeline.publishRest();
+        QCOMPARE(bench.clips.inState(ClipState::Publishing).size(), std::size_t(1));
+        QVERIFY(bench.errors.list().empty());
+        bench.outputs.undoRemoval("f000001");
+        QVERIFY(QDir(place).removeRecursively());
+        bench.pipeline.publishRest();
+        QCOMPARE(bench.listed().size(), std::size_t(1));
+        QCOMPARE(bench.clips.inState(ClipState::Offered).size(), std::size_t(1));
+    }
+
     void databaseThatFailsBetweenAnyTwoStepsOffersTheClipOnce_data()
     {
         QTest::addColumn<QString>("change");
@@ -362,6 +400,29 @@ private slots:
         QCOMPARE(bench.listed().size(), std::size_t(1));
         QCOMPARE(bench.outputs.readyFolders(), std::vector<std::string>{"f000001"});
         QCOMPARE(bench.clips.inState(ClipState::Offered).size(), std::size_t(1));
+    }
+
+    void directoryThatIsAwayAtTheStartTakesNothingAlong()
+    {
+        PipelineBench& bench = *m_bench;
+        QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == End::Offered);
+        const QString place = bench.folder.filePath(s("output/f000001"));
+        const QString away = bench.folder.filePath(s("away"));
+        QVERIFY(QDir().rename(place, away));
+        bench.pipeline.recover();
+        QVERIFY(bench.listed().empty());
+        QCOMPARE(bench.clips.inState(ClipState::Offered).size(), std::size_t(1));
+        QVERIFY(QDir().rename(away, place));
+        QCOMPARE(bench.listed().size(), std::size_t(1));
+    }
+
+    void clipTakenWhileNobodyLookedIsNotedAtTheStart()
+    {
+        PipelineBench& bench = *m_bench;
+        QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == End::Offered);
+        QCOMPARE(::unlink(bench.listed()[0].c_str()), 0);
+        bench.pipeline.recover();
+        QCOMPARE(bench.clips.inState(ClipState::Taken).size(), std::size_t(1));
     }
 
     void takenClipsAreNoted()
