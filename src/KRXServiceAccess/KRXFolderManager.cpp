@@ -122,7 +122,7 @@ bool KRXFolderManager::readFolder(const QString& id, KRXFolder& out)
 {
     const KRXWaitCursor cursor;
     // The id may live in the very record that is about to be replaced.
-    const QString key = id;
+    const QString key = id; // NOLINT(performance-unnecessary-copy-initialization)
     std::unique_ptr<KRXFolder> folder = folderDetail(folderURL(key));
     if (!folder)
         return false;
@@ -180,7 +180,8 @@ bool KRXFolderManager::updateFolder(KRXFolder& folder, bool reprocess)
 
 bool KRXFolderManager::deleteFolder(const QString& id)
 {
-    const QString key = id;
+    // The caller may hand in the text of the record that goes away or changes here.
+    const QString key = id; // NOLINT(performance-unnecessary-copy-initialization)
     const QString url = folderURL(key);
     if (url.isEmpty() || !exchangeDelete(url))
         return false;

@@ -72,7 +72,7 @@ bool KRXProfileManager::readProfile(const QString& id, KRXProfile& out)
 {
     const KRXWaitCursor cursor;
     // The id may live in the very record that is about to be replaced.
-    const QString key = id;
+    const QString key = id; // NOLINT(performance-unnecessary-copy-initialization)
     const QString url = profileURL(key);
     if (url.isEmpty())
         return false;
@@ -123,7 +123,8 @@ bool KRXProfileManager::createProfile(const QString& name, KRXSettingsController
 
 bool KRXProfileManager::deleteProfile(const QString& id)
 {
-    const QString key = id;
+    // The caller may hand in the text of the record that goes away or changes here.
+    const QString key = id; // NOLINT(performance-unnecessary-copy-initialization)
     const QString url = profileURL(key);
     if (url.isEmpty() || !exchangeDelete(url))
         return false;
