@@ -21,7 +21,7 @@ namespace {
 constexpr int kUsualPort = 58885;
 constexpr const char* kConfigOption = "config";
 
-struct Spec
+struct Row
 {
     const char* name;
     const char* argument; ///< null: a flag
@@ -121,50 +121,50 @@ std::string levelName(Options::LogLevel level)
     return names[static_cast<std::size_t>(level)];
 }
 
-constexpr std::array kSpecs = {
-    Spec{"port", "N", false, "listen on this loopback port (58885); 0 lets the system\nchoose", takePort,
-         [](const Options& o) { return std::to_string(o.port); }},
-    Spec{"no-port", nullptr, false, "listen on the Unix socket only",
-         [](Options& o, const std::string& text) { return takeAbsence(o.hasPort, text); },
-         [](const Options& o) { return std::string(o.hasPort ? "false" : "true"); }},
-    Spec{"socket", "PATH", false,
-         "listen on this Unix socket, too (with the port 58885 or\nwithout a port: "
-         "$XDG_RUNTIME_DIR/krx-service/socket)",
-         [](Options& o, const std::string& text) {
-             o.socketPath.clear();
-             return text.empty() || takePath(o.socketPath, text);
-         },
-         [](const Options& o) { return quoted(o.socketPath); }},
-    Spec{"no-socket", nullptr, false, "listen on the port only",
-         [](Options& o, const std::string& text) { return takeAbsence(o.hasSocket, text); },
-         [](const Options& o) { return std::string(o.hasSocket ? "false" : "true"); }},
-    Spec{"allow-user", "NAME", true,
-         "serve this user by the port, too, with all that the own\nuser may do; may be given more than once",
-         [](Options& o, const std::string& text) {
-             o.allowedUsers.push_back(text);
-             return !text.empty();
-         },
-         [](const Options& o) { return listed(o.allowedUsers); }},
-    Spec{"data", "DIR", false,
-         "keep the database and the outputs here\n($XDG_DATA_HOME/krx-service or ~/.local/share/krx-service)",
-         [](Options& o, const std::string& text) { return takePath(o.dataFolder, text); },
-         [](const Options& o) { return quoted(o.dataFolder); }},
-    Spec{"settle", "SECONDS", false, "how long a file must stand still before it is taken (2)",
-         [](Options& o, const std::string& text) { return takeSeconds(o.settleSeconds, text); },
-         [](const Options& o) { return plain(o.settleSeconds); }},
-    Spec{"rescan", "SECONDS", false, "how often the watched folders are read again (10)",
-         [](Options& o, const std::string& text) { return takeSeconds(o.rescanSeconds, text); },
-         [](const Options& o) { return plain(o.rescanSeconds); }},
-    Spec{"log-level", "LEVEL", false, "the least that is logged: info (default), warning, error", takeLevel,
-         [](const Options& o) { return quoted(levelName(o.logLevel)); }},
-    Spec{"log-file", "PATH", false,
-         "log into this file, too, unless the journal takes it; \"none\"\nfor no file (krx-service.log in "
-         "$XDG_STATE_HOME/krx-service,\nor in the folder given by --data)",
-         [](Options& o, const std::string& text) {
-             o.logFile.clear();
-             return text == "none" || takePath(o.logFile, text);
-         },
-         [](const Options& o) { return quoted(o.logFile.empty() ? "none" : o.logFile); }},
+constexpr std::array kRows = {
+    Row{"port", "N", false, "listen on this loopback port (58885); 0 lets the system\nchoose", takePort,
+        [](const Options& o) { return std::to_string(o.port); }},
+    Row{"no-port", nullptr, false, "listen on the Unix socket only",
+        [](Options& o, const std::string& text) { return takeAbsence(o.hasPort, text); },
+        [](const Options& o) { return std::string(o.hasPort ? "false" : "true"); }},
+    Row{"socket", "PATH", false,
+        "listen on this Unix socket, too (with the port 58885 or\nwithout a port: "
+        "$XDG_RUNTIME_DIR/krx-service/socket)",
+        [](Options& o, const std::string& text) {
+            o.socketPath.clear();
+            return text.empty() || takePath(o.socketPath, text);
+        },
+        [](const Options& o) { return quoted(o.socketPath); }},
+    Row{"no-socket", nullptr, false, "listen on the port only",
+        [](Options& o, const std::string& text) { return takeAbsence(o.hasSocket, text); },
+        [](const Options& o) { return std::string(o.hasSocket ? "false" : "true"); }},
+    Row{"allow-user", "NAME", true,
+        "serve this user by the port, too, with all that the own\nuser may do; may be given more than once",
+        [](Options& o, const std::string& text) {
+            o.allowedUsers.push_back(text);
+            return !text.empty();
+        },
+        [](const Options& o) { return listed(o.allowedUsers); }},
+    Row{"data", "DIR", false,
+        "keep the database and the outputs here\n($XDG_DATA_HOME/krx-service or ~/.local/share/krx-service)",
+        [](Options& o, const std::string& text) { return takePath(o.dataFolder, text); },
+        [](const Options& o) { return quoted(o.dataFolder); }},
+    Row{"settle", "SECONDS", false, "how long a file must stand still before it is taken (2)",
+        [](Options& o, const std::string& text) { return takeSeconds(o.settleSeconds, text); },
+        [](const Options& o) { return plain(o.settleSeconds); }},
+    Row{"rescan", "SECONDS", false, "how often the watched folders are read again (10)",
+        [](Options& o, const std::string& text) { return takeSeconds(o.rescanSeconds, text); },
+        [](const Options& o) { return plain(o.rescanSeconds); }},
+    Row{"log-level", "LEVEL", false, "the least that is logged: info (default), warning, error", takeLevel,
+        [](const Options& o) { return quoted(levelName(o.logLevel)); }},
+    Row{"log-file", "PATH", false,
+        "log into this file, too, unless the journal takes it; \"none\"\nfor no file (krx-service.log in "
+        "$XDG_STATE_HOME/krx-service,\nor in the folder given by --data)",
+        [](Options& o, const std::string& text) {
+            o.logFile.clear();
+            return text == "none" || takePath(o.logFile, text);
+        },
+        [](const Options& o) { return quoted(o.logFile.empty() ? "none" : o.logFile); }},
 };
 
 /// What was said about one option, and where.
@@ -175,11 +175,11 @@ struct Said
 };
 using Layer = std::map<std::string, Said>;
 
-const Spec* specOf(const std::string& name)
+const Row* rowOf(const std::string& name)
 {
-    for (const Spec& spec : kSpecs) {
-        if (name == spec.name)
-            return &spec;
+    for (const Row& row : kRows) {
+        if (name == row.name)
+            return &row;
     }
     return nullptr;
 }
@@ -217,10 +217,10 @@ std::optional<Refusal> readArguments(const std::vector<std::string>& arguments, 
             name.resize(equals);
         }
         const std::string key = name.rfind("--", 0) == 0 ? name.substr(2) : std::string();
-        const Spec* spec = specOf(key);
-        if (!spec && key != kConfigOption)
+        const Row* row = rowOf(key);
+        if (!row && key != kConfigOption)
             return Refusal{2, "unknown option " + arguments[i] + " (--help lists the options)"};
-        if (!value && spec && !spec->argument)
+        if (!value && row && !row->argument)
             value = "true";
         if (!value) {
             if (i + 1 == arguments.size())
@@ -228,7 +228,7 @@ std::optional<Refusal> readArguments(const std::vector<std::string>& arguments, 
             value = arguments[++i];
         }
         Said& said = layer[key];
-        if (!spec || !spec->isList)
+        if (!row || !row->isList)
             said.values.clear();
         said.values.push_back(*value);
         said.from = "command line";
@@ -266,10 +266,10 @@ std::optional<Refusal> readFile(const std::string& path, bool mustExist, Layer& 
         return file.refusal();
     for (const auto& entry : file->entries) {
         const std::string where = path + ':' + std::to_string(entry.line);
-        const Spec* spec = specOf(entry.key);
-        if (!spec)
+        const Row* row = rowOf(entry.key);
+        if (!row)
             return Refusal{2, where + ": unknown key \"" + entry.key + "\" (--help lists the options)"};
-        if (entry.values.size() != 1 && !spec->isList)
+        if (entry.values.size() != 1 && !row->isList)
             return Refusal{2, where + ": \"" + entry.key + "\" has one value"};
         if (layer.count(entry.key) == 0)
             layer[entry.key] = {entry.values, where};
@@ -277,14 +277,14 @@ std::optional<Refusal> readFile(const std::string& path, bool mustExist, Layer& 
     return std::nullopt;
 }
 
-std::optional<Refusal> take(const Spec& spec, const Said& said, Options& options)
+std::optional<Refusal> take(const Row& row, const Said& said, Options& options)
 {
     for (const auto& value : said.values) {
-        if (spec.take(options, value))
+        if (row.take(options, value))
             continue;
         const bool typed = said.from == "command line";
         return Refusal{2, (typed ? std::string() : said.from + ": ") + '"' + value +
-                              "\" is no value for the option --" + spec.name};
+                              "\" is no value for the option --" + row.name};
     }
     return std::nullopt;
 }
@@ -310,8 +310,8 @@ Outcome<Options> Options::parse(const std::vector<std::string>& arguments, const
         return *refusal;
     if (options.wish == Wish::Help || options.wish == Wish::Version)
         return options;
-    for (const Spec& spec : kSpecs)
-        readVariable(environment, spec.name, spec.isList, said);
+    for (const Row& row : kRows)
+        readVariable(environment, row.name, row.isList, said);
     readVariable(environment, kConfigOption, false, said);
     const bool named = said.count(kConfigOption) > 0;
     const std::string file = named ? said[kConfigOption].values.back()
@@ -319,19 +319,19 @@ Outcome<Options> Options::parse(const std::vector<std::string>& arguments, const
     if (const auto refusal = readFile(file, named, said))
         return *refusal;
     const bool usualData = said.count("data") == 0;
-    for (const Spec& spec : kSpecs) {
-        const auto found = said.find(spec.name);
-        if (std::string_view(spec.name) == "log-file") {
+    for (const Row& row : kRows) {
+        const auto found = said.find(row.name);
+        if (std::string_view(row.name) == "log-file") {
             options.logFile = (usualData ? folderFrom(environment, "XDG_STATE_HOME", "/.local/state")
                                          : options.dataFolder) +
                               "/krx-service.log";
         }
         if (found != said.end()) {
-            if (const auto refusal = take(spec, found->second, options))
+            if (const auto refusal = take(row, found->second, options))
                 return *refusal;
         }
         options.shown.push_back(
-            {spec.name, spec.show(options), found == said.end() ? "default" : found->second.from});
+            {row.name, row.show(options), found == said.end() ? "default" : found->second.from});
     }
     if (!options.hasPort && !options.hasSocket)
         return Refusal{2, "with --no-port and --no-socket nobody could reach the service"};
@@ -361,9 +361,8 @@ std::string Options::helpText()
             result += line + text + '\n';
         }
     };
-    for (const Spec& spec : kSpecs)
-        add(std::string("  --") + spec.name + (spec.argument ? std::string(" ") + spec.argument : ""),
-            spec.help);
+    for (const Row& row : kRows)
+        add(std::string("  --") + row.name + (row.argument ? std::string(" ") + row.argument : ""), row.help);
     add("  --config FILE", "read this configuration file\n($XDG_CONFIG_HOME/krx-service/config.toml)");
     add("  --check", "look whether all records and outputs in DIR agree, and end;\nchanges none of them");
     add("  --print-config", "show the options in force, and where each was said");

@@ -44,6 +44,23 @@ public:
     using DeskProfilesWindow::updateMultiChannelLabel;
 };
 
+/// A codec box with its fellows as a new action has them, and the editor that fills its lists.
+struct CodecBench
+{
+    CodecBench() { box.setupDefaults(); }
+
+    Editor editor;
+    QComboBox type;
+    QComboBox raster;
+    QComboBox space;
+    CodecBox box{&type, &raster, &space, nullptr};
+
+private:
+    using Tester = QAbstractItemModelTester;
+    Tester m_codecs{box.model(), Tester::FailureReportingMode::QtTest};
+    Tester m_encodings{box.getEncodingProfileBox()->model(), Tester::FailureReportingMode::QtTest};
+};
+
 QStringList itemTexts(const QComboBox* box)
 {
     QStringList texts;
@@ -93,17 +110,13 @@ private slots:
 
     void theCodecsAreThoseThatFitTheProjectTypeAndColourSpace()
     {
-        Editor editor;
-        QComboBox type;
-        QComboBox raster;
-        QComboBox space;
-        CodecBox box(&type, &raster, &space, nullptr);
-        box.setupDefaults();
+        CodecBench bench;
+        CodecBox& box = bench.box;
         QSignalSpy changed(&box, &CodecBox::codecChanged);
-        editor.updateCodecBox(&box);
+        bench.editor.updateCodecBox(&box);
         QStringList expected;
         const auto fitting =
-            StandInHost::compressionsFor(type.currentData().toInt(), space.currentData().toInt());
+            StandInHost::compressionsFor(bench.type.currentData().toInt(), bench.space.currentData().toInt());
         for (const StandInHost::Compression& compression : fitting)
             expected << compression.name;
         QVERIFY(!expected.isEmpty());
@@ -114,35 +127,27 @@ private slots:
 
     void aRefillKeepsTheCodecThatIsStillThere()
     {
-        Editor editor;
-        QComboBox type;
-        QComboBox raster;
-        QComboBox space;
-        CodecBox box(&type, &raster, &space, nullptr);
-        box.setupDefaults();
-        editor.updateCodecBox(&box);
+        CodecBench bench;
+        CodecBox& box = bench.box;
+        bench.editor.updateCodecBox(&box);
         QVERIFY(box.count() > 1);
         box.setCurrentIndex(box.count() - 1);
         const QVariant chosen = box.currentData();
-        editor.updateCodecBox(&box);
+        bench.editor.updateCodecBox(&box);
         QCOMPARE(box.currentData(), chosen);
     }
 
     void theEncodingProfilesAreThoseOfTheCodec()
     {
-        Editor editor;
-        QComboBox type;
-        QComboBox raster;
-        QComboBox space;
-        CodecBox box(&type, &raster, &space, nullptr);
-        box.setupDefaults();
-        editor.updateCodecBox(&box);
+        CodecBench bench;
+        CodecBox& box = bench.box;
+        bench.editor.updateCodecBox(&box);
         for (const StandInHost::Compression& compression : StandInHost::catalogue().compressions) {
             const int index = box.findData(compression.id);
             if (index < 0)
                 continue;
             box.setCurrentIndex(index);
-            editor.updateEncodingProfileBox(&box);
+            bench.editor.updateEncodingProfileBox(&box);
             QStringList expected;
             for (const StandInHost::EncodingProfile& profile : compression.profiles)
                 expected << profile.name;
@@ -313,6 +318,8 @@ private slots:
     void theTracksOfAGroupCannotBeginAnother()
     {
         const MultichannelDialog dialog(QStringLiteral("1-2:Stereo"), nullptr);
+        const QAbstractItemModelTester tester(dialog.findChild<QTableWidget*>()->model(),
+                                              QAbstractItemModelTester::FailureReportingMode::QtTest);
         QVERIFY(dialog.findChild<QComboBox*>(QStringLiteral("track1"))->isEnabled());
         QVERIFY(!dialog.findChild<QComboBox*>(QStringLiteral("track2"))->isEnabled());
         QVERIFY(dialog.findChild<QComboBox*>(QStringLiteral("track3"))->isEnabled());
