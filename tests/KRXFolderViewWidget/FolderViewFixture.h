@@ -86,6 +86,15 @@ public:
 
     void pressCell(const QString& folderId, int column) const { press(cell(folderId, column).center()); }
 
+    /// Whether a click at \a x in the middle of the folder's icon cell acquires.
+    bool acquiresAt(const QString& folderId, int x)
+    {
+        service.clear();
+        KRXFolderViewWidget::setIngestState(row(folderId), 1);
+        press(QPoint(x, cell(folderId, KRXFolderViewWidget::kIdxIngestColumn).center().y()));
+        return !service.lines().isEmpty();
+    }
+
     /// The answer to every message box.
     QMessageBox::StandardButton reply = QMessageBox::Yes;
     /// Runs while a message box is open.
@@ -151,4 +160,14 @@ inline QMenu* menuOf(const FolderViewFixture& f, const QString& folderId)
     f.view->setCurrentItem(f.row(folderId));
     f.pressCell(folderId, KRXFolderViewWidget::kIdxProfileColumn);
     return openMenu();
+}
+
+/// Chooses a profile in the row's menu. \return false when there is no such menu or profile.
+inline bool chooseProfile(const FolderViewFixture& f, const QString& folderId, const QString& profileId)
+{
+    const QMenu* menu = menuOf(f, folderId);
+    QAction* action = menu ? actionOf(menu, profileId) : nullptr;
+    if (action)
+        action->trigger();
+    return action;
 }

@@ -86,6 +86,26 @@ public:
     QHash<QString, bool> byPath;
 };
 
+/// A probe whose looks are counted and wait for the gate.
+struct HeldProbe
+{
+    /// Threads of the probe may outlive it.
+    struct Look
+    {
+        QSemaphore gate;
+        QAtomicInt looks;
+    };
+    const std::shared_ptr<Look> look = std::make_shared<Look>();
+    QSemaphore& gate = look->gate;
+    QAtomicInt& looks = look->looks;
+    DirectoryProbe probe{[held = look](const QString&) {
+        held->looks.ref();
+        held->gate.acquire();
+        return true;
+    }};
+    Answers answers{probe};
+};
+
 } // namespace
 
 class TestFolderDirectories : public QObject
@@ -218,49 +238,35 @@ void TestFolderDirectories::hangingPathHoldsUpNobody()
 
 void TestFolderDirectories::hangingPathIsLookedAtOnce()
 {
-    QSemaphore gate;
-    QAtomicInt looks;
-    DirectoryProbe probe([&](const QString&) {
-        looks.ref();
-        gate.acquire();
-        return true;
-    });
-    Answers answers(probe);
+    HeldProbe held;
     for (int i = 0; i < 10; ++i) {
-        probe.ask({"/a"_s});
-        probe.waitBriefly();
+        held.probe.ask({"/a"_s});
+        held.probe.waitBriefly();
     }
-    QCOMPARE(looks.loadAcquire(), 1);
-    gate.release();
-    QTRY_COMPARE(answers.byPath.size(), 1);
+    QCOMPARE(held.looks.loadAcquire(), 1);
+    held.gate.release();
+    QTRY_COMPARE(held.answers.byPath.size(), 1);
     // And once more after it has answered.
-    gate.release();
-    probe.ask({"/a"_s});
-    QTRY_COMPARE(looks.loadAcquire(), 2);
+    held.gate.release();
+    held.probe.ask({"/a"_s});
+    QTRY_COMPARE(held.looks.loadAcquire(), 2);
 }
 
 void TestFolderDirectories::hangingPathsTakeFewThreads()
 {
-    QSemaphore gate;
-    QAtomicInt looks;
-    DirectoryProbe probe([&](const QString&) {
-        looks.ref();
-        gate.acquire();
-        return true;
-    });
-    Answers answers(probe);
+    HeldProbe held;
     QStringList paths;
     for (int i = 0; i < 20; ++i)
         paths << QStringLiteral("/%1").arg(i);
     for (int i = 0; i < 8; ++i) {
-        probe.ask(paths);
-        probe.waitBriefly();
+        held.probe.ask(paths);
+        held.probe.waitBriefly();
     }
-    QTRY_COMPARE(looks.loadAcquire(), 4);
-    probe.waitBriefly();
-    QCOMPARE(looks.loadAcquire(), 4);
-    gate.release(20);
-    QTRY_COMPARE(answers.byPath.size(), 20);
+    QTRY_COMPARE(held.looks.loadAcquire(), 4);
+    held.probe.waitBriefly();
+    QCOMPARE(held.looks.loadAcquire(), 4);
+    held.gate.release(20);
+    QTRY_COMPARE(held.answers.byPath.size(), 20);
 }
 
 void TestFolderDirectories::mountsHaveThreadsOfTheirOwn()

@@ -144,9 +144,7 @@ void TestFolderViewMenu::chosenProfileIsShownAndWrittenOnce()
 {
     FolderViewFixture f;
     f.showTwoFolders();
-    const QMenu* menu = menuOf(f, "a"_s);
-    QVERIFY(menu);
-    actionOf(menu, "p2"_s)->trigger();
+    QVERIFY(chooseProfile(f, "a"_s, "p2"_s));
     QCOMPARE(View::getProfileId(f.row("a"_s)), "p2"_s);
     QCOMPARE(View::getProfileName(f.row("a"_s)), "Conform"_s);
     QCOMPARE(f.row("a"_s)->text(View::kIdxBinColumn), "Bin 2"_s);
@@ -168,9 +166,7 @@ void TestFolderViewMenu::chosenProfileOfAFilledDirectoryAsks()
     f.service.folders = {{"a"_s, filled.path(), "p1"_s, "true"_s}};
     f.view->fillView();
     f.show();
-    const QMenu* menu = menuOf(f, "a"_s);
-    QVERIFY(menu);
-    actionOf(menu, "p2"_s)->trigger();
+    QVERIFY(chooseProfile(f, "a"_s, "p2"_s));
     QCOMPARE(StandInHost::messageLog().size(), 1);
     QCOMPARE(StandInHost::messageLog().at(0).text,
              "Do you want to process existing files with the new folder profile?"_s);
@@ -182,9 +178,7 @@ void TestFolderViewMenu::choosingTheSameNameStillWrites()
     FolderViewFixture f;
     f.service.profiles = {{"p1"_s, "Twin"_s, "Bin 1"_s}, {"p2"_s, "Twin"_s, "Bin 2"_s}};
     f.showTwoFolders();
-    const QMenu* menu = menuOf(f, "a"_s);
-    QVERIFY(menu);
-    actionOf(menu, "p2"_s)->trigger();
+    QVERIFY(chooseProfile(f, "a"_s, "p2"_s));
     QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/a"_s}));
     QCOMPARE(f.service.folders.at(0).profile, "p2"_s);
     QCOMPARE(f.row("a"_s)->text(View::kIdxBinColumn), "Bin 2"_s);
@@ -195,9 +189,7 @@ void TestFolderViewMenu::profileThatCopiesIntoTheFolderIsRefused()
     FolderViewFixture f;
     f.service.profiles[1].copyTo = QStringList{"/elsewhere"_s, "/media/a"_s};
     f.showTwoFolders();
-    const QMenu* menu = menuOf(f, "a"_s);
-    QVERIFY(menu);
-    actionOf(menu, "p2"_s)->trigger();
+    QVERIFY(chooseProfile(f, "a"_s, "p2"_s));
     const auto log = StandInHost::messageLog();
     QCOMPARE(log.size(), 1);
     QCOMPARE(log.at(0).icon, QMessageBox::Warning);
@@ -217,9 +209,7 @@ void TestFolderViewMenu::pathsOfOtherCaseAreNotRefused()
     FolderViewFixture f;
     f.service.profiles[1].copyTo = QStringList{"/MEDIA/a"_s, "/media/a/below"_s};
     f.showTwoFolders();
-    const QMenu* menu = menuOf(f, "a"_s);
-    QVERIFY(menu);
-    actionOf(menu, "p2"_s)->trigger();
+    QVERIFY(chooseProfile(f, "a"_s, "p2"_s));
     QVERIFY(StandInHost::messageLog().isEmpty());
     QCOMPARE(View::getProfileId(f.row("a"_s)), "p2"_s);
 }

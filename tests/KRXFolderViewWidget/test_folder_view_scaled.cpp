@@ -26,12 +26,7 @@ void TestFolderViewScaled::iconAreaIsMeasuredInTheScreensUnits()
     const QRect cell = f.cell("a"_s, View::kIdxIngestColumn);
     QRect area(QPoint(), size);
     area.moveCenter(cell.center());
-    const auto reacts = [&](int x) {
-        f.service.clear();
-        View::setIngestState(f.row("a"_s), 1);
-        f.press(QPoint(x, cell.center().y()));
-        return !f.service.lines().isEmpty();
-    };
+    const auto reacts = [&f](int x) { return f.acquiresAt("a"_s, x); };
     QVERIFY(reacts(area.left()));
     QVERIFY(reacts(area.right()));
     QVERIFY(!reacts(area.left() - 1));

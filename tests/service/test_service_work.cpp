@@ -38,6 +38,26 @@ ProbeResult read(const QByteArray& text)
     return MediaProbe::read({text.constData(), static_cast<std::size_t>(text.size())});
 }
 
+/// A bench with a file of its own and a folder to copy it to.
+struct CopyStage : PipelineBench
+{
+    explicit CopyStage(const std::string& source)
+    {
+        QVERIFY(QFile::copy(QString::fromStdString(source), file));
+        QVERIFY(QDir().mkdir(to));
+    }
+
+    FileOrder copyOrder(bool relink = false) const
+    {
+        FileOrder copy = order(file.toStdString());
+        copy.profile.activities = {copyTo(to, relink)};
+        return copy;
+    }
+
+    const QString file = folder.filePath(QStringLiteral("a.wav"));
+    const QString to = folder.filePath(QStringLiteral("to"));
+};
+
 } // namespace
 
 class TestServiceWork : public QObject
@@ -302,9 +322,8 @@ private slots:
 
     void touchedFileOfTheSameContentIsNotOfferedAgain()
     {
-        Bench bench;
-        const QString file = bench.folder.filePath(QStringLiteral("a.wav"));
-        QVERIFY(QFile::copy(QString::fromStdString(m_wave), file));
+        CopyStage bench(m_wave);
+        const QString& file = bench.file;
         bench.pipeline.process(bench.order(file.toStdString()));
         const timespec times[2] = {{1000, 0}, {1000, 0}};
         QCOMPARE(::utimensat(AT_FDCWD, file.toStdString().c_str(), times, 0), 0);
@@ -329,16 +348,11 @@ private slots:
 
     void fileThatWasReplacedDuringTheWorkIsNotOffered()
     {
-        Bench bench;
-        const QString file = bench.folder.filePath(QStringLiteral("a.wav"));
-        QVERIFY(QFile::copy(QString::fromStdString(m_wave), file));
-        const QString to = bench.folder.filePath(QStringLiteral("to"));
-        QVERIFY(QDir().mkdir(to));
-        FileOrder order = bench.order(file.toStdString());
-        order.profile.activities = {PipelineBench::copyTo(to)};
+        CopyStage bench(m_wave);
+        FileOrder order = bench.copyOrder();
         order.progress = [&](int) {
-            QFile::remove(file);
-            write(file, "other");
+            QFile::remove(bench.file);
+            write(bench.file, "other");
         };
         QVERIFY(bench.pipeline.process(order).end == FileResult::End::Later);
         QVERIFY(bench.listed().empty());
@@ -346,16 +360,11 @@ private slots:
 
     void sourceThatChangedDuringTheWorkIsLookedAtAgain()
     {
-        Bench bench;
-        const QString source = bench.folder.filePath(QStringLiteral("a.wav"));
-        QVERIFY(QFile::copy(QString::fromStdString(m_wave), source));
-        const QString to = bench.folder.filePath(QStringLiteral("to"));
-        QVERIFY(QDir().mkdir(to));
-        FileOrder order = bench.order(source.toStdString());
-        order.profile.activities = {PipelineBench::copyTo(to, true)};
+        CopyStage bench(m_wave);
+        FileOrder order = bench.copyOrder(true);
         bool once = false;
         order.progress = [&](int) {
-            QFile file(source);
+            QFile file(bench.file);
             if (!once && file.open(QIODevice::Append))
                 file.write("more");
             once = true;
@@ -363,7 +372,7 @@ private slots:
         QVERIFY(bench.pipeline.process(order).end == FileResult::End::Later);
         order.progress = nullptr;
         QVERIFY(bench.pipeline.process(order).end == FileResult::End::Offered);
-        QCOMPARE(names(to), QStringList{QStringLiteral("a.wav")});
+        QCOMPARE(names(bench.to), QStringList{QStringLiteral("a.wav")});
     }
 
     void fileThatIsNoMediaIsReportedOnce()
