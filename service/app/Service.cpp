@@ -333,24 +333,27 @@ Outcome<FolderRecord> Service::storeUpdate(const std::string& id, const requests
     return folder;
 }
 
-/// Documents that wait are out of sight while the records go, and gone for good when they are gone.
+/// Documents that wait are out of sight while the records go, and gone for good when they are gone; that may
+/// take a while and is not done under the lock of the database.
 template <typename Function>
 bool Service::withRemoval(const std::string& owner, Function remove)
 {
     m_outputs.beginRemoval(owner);
+    bool removed = false;
     try {
         Transaction transaction(m_database);
-        if (remove()) {
+        removed = remove();
+        if (removed)
             transaction.commit();
-            m_outputs.endRemoval(owner);
-            return true;
-        }
     } catch (const DatabaseError&) {
         m_outputs.undoRemoval(owner);
         throw;
     }
-    m_outputs.undoRemoval(owner);
-    return false;
+    if (removed)
+        m_outputs.endRemoval(owner);
+    else
+        m_outputs.undoRemoval(owner);
+    return removed;
 }
 
 std::optional<Refusal> Service::deleteFolder(const std::string& id)

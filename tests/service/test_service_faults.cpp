@@ -9,6 +9,8 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
+#include <future>
 #include <thread>
 
 namespace {
@@ -186,6 +188,32 @@ private slots:
         QVERIFY(stage.marked(s("z.wav")));
         QCOMPARE(stage.offered(), Broken::expected() << s("z.wav.xel"));
         QCOMPARE(stage.service->terminate(), 0);
+    }
+
+    void documentsAreRemovedWithoutHoldingUpTheRecords()
+    {
+        Broken stage;
+        QVERIFY(stage.begin());
+        QVERIFY(stage.marked(s("a.wav")));
+        stage.fail("unlink", "/.removed-", 1);
+        std::thread client([&] { stage.service->remove("xelmediafolders/" + stage.id.toUtf8()); });
+        auto gone = std::async(std::launch::async, [&] {
+            Reply reply;
+            do
+                reply = stage.service->get("xelmediafolders");
+            while (reply.status != 200 || reply.body.contains(stage.id.toUtf8()));
+        });
+        // The folder is gone for everybody while its documents are not.
+        const bool wasInTime =
+            gone.wait_for(std::chrono::milliseconds(kStagePatience)) == std::future_status::ready;
+        const QDir removed(stage.data + s("/output/.removed-") + stage.id);
+        const int left = removed.entryList(QDir::Files).size();
+        stage.mend();
+        client.join();
+        gone.wait();
+        QVERIFY(wasInTime);
+        QCOMPARE(left, 1);
+        QVERIFY(!removed.exists());
     }
 
     void pathThatDoesNotAnswerIsRefusedAndChangesNothingLater()

@@ -1,7 +1,7 @@
 // Put before a program with LD_PRELOAD: lets chosen system calls fail, as a full or broken disk would. The
 // file named by KRX_FAULTS says which, one a line: the call, a part of the path, the errno value. It is read
-// at every call, so that a test can break and mend the disk while the program runs. A "stat" does not fail:
-// it hangs.
+// at every call, so that a test can break and mend the disk while the program runs. A "stat" or an "unlink"
+// does not fail: it hangs.
 
 #include <dlfcn.h>
 #include <sys/stat.h>
@@ -84,6 +84,13 @@ __attribute__((visibility("default"))) int stat(const char* path, struct stat* f
     while (faultOf("stat", path) != 0)
         ::usleep(10000);
     return real<int (*)(const char*, struct stat*)>("stat")(path, facts);
+}
+
+__attribute__((visibility("default"))) int unlink(const char* path)
+{
+    while (faultOf("unlink", path) != 0)
+        ::usleep(10000);
+    return real<int (*)(const char*)>("unlink")(path);
 }
 
 __attribute__((visibility("default"))) int fsync(int descriptor)
