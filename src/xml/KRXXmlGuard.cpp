@@ -75,7 +75,7 @@ private:
 
     const Char* behindNext(const Char* at, std::string_view mark) const
     {
-        const Char last = Char(mark.back());
+        const Char last = Char(static_cast<unsigned char>(mark.back()));
         const auto before = static_cast<std::ptrdiff_t>(mark.size()) - 1;
         if (m_end - at < before)
             return nullptr;
