@@ -12,6 +12,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <filesystem>
+#include <system_error>
 
 namespace krxservice {
 
@@ -22,6 +24,27 @@ constexpr char kWholeMethod[] = "xxh3-64:";                             ///< of 
 constexpr int kAttempts = 2;                                            ///< to give a document its name
 constexpr int kAtOnce = 100;                                            ///< records looked at together
 constexpr std::int64_t kKeptFor = 30LL * 24 * 60 * 60 * 1000 * 1000000; ///< nanoseconds
+
+enum class Whereabouts {
+    There,
+    Gone,
+    Unknown, ///< perhaps its volume is away
+};
+
+Whereabouts whereabouts(const std::string& path)
+{
+    struct stat facts
+    {
+    };
+    if (::stat(path.c_str(), &facts) == 0)
+        return Whereabouts::There;
+    if (errno != ENOENT)
+        return Whereabouts::Unknown;
+    // A volume that is away takes its directories along, or leaves the empty one that it was mounted in.
+    std::error_code error;
+    const bool isEmpty = std::filesystem::is_empty(path.substr(0, path.rfind('/')), error);
+    return error || isEmpty ? Whereabouts::Unknown : Whereabouts::Gone;
+}
 
 FileResult ended(FileResult::End end, const std::string& text,
                  const std::optional<FileStamp>& stamp = std::nullopt)
@@ -421,20 +444,14 @@ void Pipeline::prune(std::int64_t now, const CancelToken& cancel)
         const auto clips = m_clips.finished(last, kAtOnce);
         for (const auto& clip : clips) {
             last = clip.id;
-            struct stat facts
-            {
-            };
-            const std::string directory = clip.path.substr(0, clip.path.rfind('/'));
-            // A volume that is away takes its directories along; those files come back.
-            const bool isGone = ::stat(clip.path.c_str(), &facts) != 0 && errno == ENOENT &&
-                                ::stat(directory.c_str(), &facts) == 0;
+            const Whereabouts place = whereabouts(clip.path);
             if (*cancel)
                 return;
-            if (!isGone && clip.goneSince != 0)
+            if (place == Whereabouts::There && clip.goneSince != 0)
                 m_clips.setGoneSince(clip.id, 0);
-            else if (isGone && clip.goneSince == 0)
+            else if (place == Whereabouts::Gone && clip.goneSince == 0)
                 m_clips.setGoneSince(clip.id, now);
-            else if (isGone && now - clip.goneSince > kKeptFor)
+            else if (place == Whereabouts::Gone && now - clip.goneSince > kKeptFor)
                 m_clips.forget(clip.id);
         }
         if (clips.empty())

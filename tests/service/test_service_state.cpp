@@ -483,6 +483,27 @@ private slots:
         QVERIFY(pruneAfter(72));
     }
 
+    void filesRightInAMountThatIsAwayAreNotForgotten()
+    {
+        PipelineBench& bench = *m_bench;
+        const QString mount = bench.folder.filePath(s("mount"));
+        const QString path = mount + s("/a.wav");
+        QVERIFY(QDir().mkpath(mount) && QFile::copy(QString::fromStdString(m_wave), path));
+        const auto order = bench.order(path.toStdString());
+        QVERIFY(bench.pipeline.process(order).end == End::Offered);
+        QCOMPARE(::unlink(bench.listed()[0].c_str()), 0);
+        bench.pipeline.noteTaken();
+        // What is left of a mount that is away is its empty place.
+        const QString away = bench.folder.filePath(s("away"));
+        QVERIFY(QDir().rename(mount, away) && QDir().mkpath(mount));
+        constexpr std::int64_t kDay = 24LL * 60 * 60 * 1000 * 1000000;
+        for (const int day : {1000, 1031, 1100})
+            bench.pipeline.prune(day * kDay, makeCancelToken());
+        QVERIFY(QDir().rmdir(mount) && QDir().rename(away, mount));
+        QVERIFY(bench.pipeline.process(order).end == End::Known);
+        QVERIFY(bench.listed().empty());
+    }
+
     void removalThatACrashInterruptedIsEndedOrUndoneAsTheRecordsSay()
     {
         PipelineBench& bench = *m_bench;
