@@ -9,7 +9,7 @@
 #include "KRXFolderManager.h"
 #include "KRXFolderViewWidget.h"
 #include "KRXProfileManager.h"
-#include "OtherUser.h"
+#include "OtherUsersListener.h"
 #include "StandInHost.h"
 #include "TestHttpServer.h"
 

@@ -1,5 +1,5 @@
 #include "ListenerOwner.h"
-#include "OtherUser.h"
+#include "OtherUsersListener.h"
 #include "RestAnswer.h"
 #include "ServiceSocket.h"
 #include "TestHttpServer.h"

@@ -2,7 +2,7 @@
 
 #include "DeskProject.h"
 #include "ListenerOwner.h"
-#include "OtherUser.h"
+#include "OtherUsersListener.h"
 
 #include <QDir>
 #include <QDirIterator>

@@ -1,4 +1,4 @@
-#include "OtherUser.h"
+#include "OtherUsersListener.h"
 
 #include <arpa/inet.h>
 #include <net/if.h>
