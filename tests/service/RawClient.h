@@ -12,6 +12,9 @@ public:
     RawClient(RawClient&& other) noexcept;
     RawClient& operator=(RawClient&& other) noexcept;
 
+    /// Lets this process have as many connections as the system allows it. \return false when it cannot be
+    /// set.
+    static bool allowMany();
     static RawClient toPort(int port);
     static RawClient toPortBySix(int port);
     static RawClient toSocket(const QString& path);

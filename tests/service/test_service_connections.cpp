@@ -5,7 +5,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -62,10 +61,7 @@ class TestServiceConnections : public QObject
 private slots:
     void initTestCase()
     {
-        rlimit limit{};
-        QCOMPARE(::getrlimit(RLIMIT_NOFILE, &limit), 0);
-        limit.rlim_cur = limit.rlim_max;
-        ::setrlimit(RLIMIT_NOFILE, &limit);
+        QVERIFY(RawClient::allowMany());
         QVERIFY(m_service.start(m_folder.filePath(QStringLiteral("data"))));
     }
 

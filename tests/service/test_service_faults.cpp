@@ -33,6 +33,7 @@ class TestServiceFaults : public QObject
     struct Broken : ServiceStage
     {
         QString control = folder.filePath(s("faults"));
+        QByteArray log; ///< what was read of it so far
 
         Broken()
         {
@@ -67,6 +68,12 @@ class TestServiceFaults : public QObject
         void replace() const
         {
             ::rename((control + s(".new")).toUtf8().constData(), control.toUtf8().constData());
+        }
+        /// Whether the log of the service says that something failed.
+        bool hasMetIt()
+        {
+            log += service->log();
+            return log.contains(" error ");
         }
         /// The source names of all that is offered.
         QStringList offered() const
@@ -133,12 +140,7 @@ private slots:
         stage.fail(call.toUtf8().constData(), part.toUtf8().constData(), error);
         stage.dropAll();
         // It has met the fault: the log says so whatever became of the error list.
-        QByteArray log;
-        const auto hasMet = [&] {
-            log += stage.service->log();
-            return log.contains(" error ");
-        };
-        QTRY_VERIFY_WITH_TIMEOUT(hasMet(), kStagePatience);
+        QTRY_VERIFY_WITH_TIMEOUT(stage.hasMetIt(), kStagePatience);
         if (restart) {
             stage.service->kill();
             stage.mend();
@@ -177,12 +179,7 @@ private slots:
             }
         }
         stage.dropAll();
-        QByteArray log;
-        const auto hasMet = [&] {
-            log += stage.service->log();
-            return log.contains(" error ");
-        };
-        QTRY_VERIFY_WITH_TIMEOUT(hasMet(), kStagePatience);
+        QTRY_VERIFY_WITH_TIMEOUT(stage.hasMetIt(), kStagePatience);
         QVERIFY(filler.remove());
         QTRY_COMPARE_WITH_TIMEOUT(stage.offered(), Broken::expected(), kStagePatience);
         QVERIFY(stage.marked(s("z.wav")));

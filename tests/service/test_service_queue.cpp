@@ -69,6 +69,16 @@ class TestServiceQueue : public QObject
             folder.enabled = true;
             folders.update(folder);
         }
+        /// Makes a manual job of \a directory. \return its id.
+        std::string submit(const QString& directory)
+        {
+            JobRecord job;
+            job.manual = true;
+            job.path = directory.toStdString();
+            job.profile = "p";
+            job.state = jobstate::kSubmitted;
+            return jobs.create(job);
+        }
         void fileDone(const std::string& path, bool isDone)
         {
             std::unique_lock lock(mutex);
@@ -224,12 +234,7 @@ private slots:
         for (const QString& path : QStringList{card.filePath(s("a.wav")), copies + s("/of-yesterday.wav")})
             QVERIFY(QFile::copy(QString::fromStdString(m_one), path));
         Line line(m_media.path(), {PipelineBench::copyTo(copies)});
-        JobRecord job;
-        job.manual = true;
-        job.path = card.path().toStdString();
-        job.profile = "p";
-        job.state = jobstate::kSubmitted;
-        const auto id = line.jobs.create(job);
+        const auto id = line.submit(card.path());
         for (int round = 0; round < 2; ++round) {
             line.worker.addJob(id);
             QTRY_COMPARE_WITH_TIMEOUT(line.jobs.find(id)->state, std::string("COMPLETED"), 30000);
@@ -247,12 +252,7 @@ private slots:
             QVERIFY(
                 QFile::copy(QString::fromStdString(m_one), card.filePath(QStringLiteral("%1.wav").arg(i))));
         Line line(m_media.path());
-        JobRecord job;
-        job.manual = true;
-        job.path = card.path().toStdString();
-        job.profile = "p";
-        job.state = jobstate::kSubmitted;
-        const auto id = line.jobs.create(job);
+        const auto id = line.submit(card.path());
         line.worker.addJob(id);
         for (int round = 0; round < 20; ++round) {
             QTRY_VERIFY_WITH_TIMEOUT(line.jobs.find(id)->state != jobstate::kSubmitted, 30000);
