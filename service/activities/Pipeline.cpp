@@ -19,6 +19,8 @@ namespace krxservice {
 
 namespace {
 
+constexpr char kRefusedBefore[] = "it was not offered before either, and holds the same content";
+constexpr char kOutOfReach[] = "the directory of its output is out of reach";
 constexpr char kRemoved[] = "its folder or job was removed";
 constexpr char kWholeMethod[] = "xxh3-64:";                             ///< of checksums of whole files
 constexpr int kAttempts = 2;                                            ///< to give a document its name
@@ -148,6 +150,11 @@ std::optional<FileResult> Pipeline::recognise(Work& work)
     if (checksum->rfind(kWholeMethod, 0) != 0)
         record.checksum += '@' + std::to_string(record.stamp.changed);
     auto seen = m_clips.find(order.ownerId, order.path, record.checksum);
+    if (seen && seen->state == ClipState::Failed && order.ownerKind == "job") {
+        // Each run of a job tries everything that is not done; a crash may have kept it from saying so.
+        m_clips.retry(order.ownerId, order.path);
+        seen = m_clips.find(seen->id);
+    }
     if (!seen)
         return std::nullopt;
     switch (seen->state) {
@@ -160,6 +167,9 @@ std::optional<FileResult> Pipeline::recognise(Work& work)
         return std::nullopt;
     case ClipState::Publishing:
         return finish(*seen, order.willEnd);
+    case ClipState::Rejected:
+        m_clips.setStamp(seen->id, record.stamp);
+        return ended(FileResult::End::Rejected, kRefusedBefore, record.stamp);
     default:
         m_clips.setStamp(seen->id, record.stamp);
         return ended(FileResult::End::Known, "it was worked on before", record.stamp);
@@ -404,7 +414,7 @@ FileResult Pipeline::finish(const ClipRecord& clip, const std::function<void(con
         // Out of sight without a reason it may be there again the next time, or be removed with its owner.
         if (!reason.empty() && m_outputs.isPrepared(clip.owner, clip.output))
             m_errors.add("The output for " + clip.path + " cannot be written: " + reason);
-        return ended(FileResult::End::Publishing, reason, clip.stamp);
+        return ended(FileResult::End::Publishing, reason.empty() ? kOutOfReach : reason, clip.stamp);
     }
     const FileResult result = ended(FileResult::End::Offered, {}, clip.stamp);
     {

@@ -245,6 +245,62 @@ private slots:
         }
     }
 
+    void jobWithoutMediaFailsAsOftenAsItIsTried_data()
+    {
+        QTest::addColumn<bool>("isDirectory");
+        QTest::newRow("a file") << false;
+        QTest::newRow("a directory") << true;
+    }
+    void jobWithoutMediaFailsAsOftenAsItIsTried()
+    {
+        QFETCH(bool, isDirectory);
+        QTemporaryDir card;
+        const QString path = card.filePath(s("notes.txt"));
+        QFile notes(path);
+        QVERIFY(notes.open(QIODevice::WriteOnly) && notes.write("no media") == 8);
+        notes.close();
+        Line line(m_media.path());
+        JobRecord job;
+        job.manual = true;
+        job.path = (isDirectory ? card.path() : path).toStdString();
+        job.profile = "p";
+        job.state = jobstate::kSubmitted;
+        const auto id = line.jobs.create(job);
+        for (int round = 0; round < 3; ++round) {
+            line.worker.addJob(id);
+            QTRY_VERIFY_WITH_TIMEOUT(jobstate::isFinal(line.jobs.find(id)->state), 30000);
+            QTRY_VERIFY_WITH_TIMEOUT(!line.worker.isActive(), 30000);
+            QCOMPARE(line.jobs.find(id)->state, std::string("FAILED"));
+            QVERIFY(!line.jobs.find(id)->message.empty());
+            line.jobs.move(id, {jobstate::kFailed}, jobstate::kSubmitted);
+        }
+    }
+
+    void jobThatIsTakenUpAgainDoesNotPassOverWhatFailedBefore()
+    {
+        QTemporaryDir card;
+        const QString copies = m_media.filePath(s("not yet"));
+        QVERIFY(QFile::copy(QString::fromStdString(m_one), card.filePath(s("a.wav"))));
+        Line line(m_media.path(), {PipelineBench::copyTo(copies)});
+        JobRecord job;
+        job.manual = true;
+        job.path = card.path().toStdString();
+        job.profile = "p";
+        job.state = jobstate::kSubmitted;
+        const auto id = line.jobs.create(job);
+        for (const char* state : {"FAILED", "FAILED", "COMPLETED"}) {
+            if (QByteArray(state) == "COMPLETED")
+                QVERIFY(QDir().mkdir(copies));
+            line.worker.addJob(id);
+            QTRY_VERIFY_WITH_TIMEOUT(jobstate::isFinal(line.jobs.find(id)->state), 30000);
+            QTRY_VERIFY_WITH_TIMEOUT(!line.worker.isActive(), 30000);
+            QCOMPARE(line.jobs.find(id)->state, std::string(state));
+            // As at the start after a crash: nobody told the clips to be tried again.
+            line.jobs.move(id, {jobstate::kFailed}, jobstate::kSubmitted);
+        }
+        QCOMPARE(line.outputs.list(id).size(), std::size_t(1));
+    }
+
     void jobThatIsCancelledAndSubmittedAgainAndAgainIsCompleted()
     {
         QTemporaryDir card;

@@ -380,8 +380,8 @@ private slots:
         Bench bench;
         const QString file = bench.folder.filePath(QStringLiteral("a.txt"));
         write(file, "words\n");
-        QVERIFY(bench.pipeline.process(bench.order(file.toStdString())).end == FileResult::End::Rejected);
-        QVERIFY(bench.pipeline.process(bench.order(file.toStdString())).end == FileResult::End::Known);
+        for (int i = 0; i < 2; ++i)
+            QVERIFY(bench.pipeline.process(bench.order(file.toStdString())).end == FileResult::End::Rejected);
         QCOMPARE(bench.errors.list().size(), std::size_t(1));
         QVERIFY(bench.listed().empty());
     }
