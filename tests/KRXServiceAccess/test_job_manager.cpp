@@ -10,7 +10,10 @@
 #include "ServiceUrls.h"
 #include "StandInHost.h"
 
+#include <QGuiApplication>
+
 using KRXTest::FakeAnswer;
+using KRXTest::FakeRequest;
 using KRXTest::FakeRestClient;
 using namespace Managers;
 
@@ -504,6 +507,34 @@ private slots:
         QCOMPARE(m_jobs->lastError(), QStringLiteral("no"));
     }
 
+    // --- Cursor ---------------------------------------------------------------------------------------
+
+    void noRequestOfJobsShowsACursor()
+    {
+        // Hosts ask for jobs from threads of their own too, where no cursor may be touched.
+        QList<bool> shown;
+        m_fake->setHandler([&](const FakeRequest&) {
+            shown << (QGuiApplication::overrideCursor() != nullptr);
+            return FakeAnswer(200, listOf(info("1", "/a")));
+        });
+        const QString one = QStringLiteral("1");
+        QString id;
+        QStringList errors;
+        KRXServiceStatus service;
+        QVERIFY(m_jobs->submitJob(QStringLiteral("/a"), QStringLiteral("p"), id));
+        QVERIFY(m_jobs->cancelJob(one));
+        QVERIFY(m_jobs->retryJob(one));
+        QVERIFY(m_jobs->updateJobsStatus());
+        QVERIFY(m_jobs->updateManualJobsDetail());
+        QVERIFY(m_jobs->isAnyJobInProgress(nullptr));
+        QVERIFY(m_jobs->getErrorList(errors, true));
+        QVERIFY(m_jobs->getKRXServiceStatus(service));
+        QVERIFY(m_jobs->getFoldersOutputReady(nullptr).isEmpty());
+        QVERIFY(m_jobs->deleteJob(one));
+        QCOMPARE(shown.size(), 10);
+        QVERIFY(!shown.contains(true));
+    }
+
     // --- Addresses, copies -----------------------------------------------------------------------------
 
     void theFixedAddressesDoNotFollowAChangedHostOrPort()
@@ -545,5 +576,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestJobManager)
+QTEST_MAIN(TestJobManager)
 #include "test_job_manager.moc"

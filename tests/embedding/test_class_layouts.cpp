@@ -4,9 +4,11 @@
 #include "KRXBaseService.h"
 #include "KRXLinkOptionsSettings.h"
 #include "KRXLinkToProfileWidget.h"
+#include "KRXProfilesWindow.h"
 #include "KRXSettingsController.h"
 #include "KRXSummaryWidget.h"
 #include "KRXTwistWidget.h"
+#include "KRXWindow.h"
 #include "KRXZorMetadata.h"
 
 #include <QComboBox>
@@ -55,6 +57,41 @@ bool standInOrder(const QList<const void*>& words, const QList<const void*>& wan
     return true;
 }
 
+/// The operations in their order; a class that others are derived from adds them behind those of its base.
+template <class... Operations>
+QList<int> slotsOf(Operations... operations)
+{
+    return {slotOf(operations)...};
+}
+
+QList<int> inARowFrom(int first, int count)
+{
+    QList<int> places;
+    for (int place = 0; place < count; ++place)
+        places << first + place;
+    return places;
+}
+
+struct Panel : KRXWindow
+{
+    static QList<int> operations()
+    {
+        return slotsOf(&Panel::Show, &Panel::initProfilesWindow, &Panel::openServicesDialog,
+                       &Panel::setNewHeight);
+    }
+};
+
+struct EditorWindow : KRXProfilesWindow
+{
+    static QList<int> operations()
+    {
+        return slotsOf(&EditorWindow::runModal, &EditorWindow::setNewHeight, &EditorWindow::updateProfilesBox,
+                       &EditorWindow::initXelSettingsValues, &EditorWindow::updateMultiChannelLabel,
+                       &EditorWindow::updateKRXWindowInfo, &EditorWindow::updateCodecBox,
+                       &EditorWindow::updateEncodingProfileBox, &EditorWindow::mayLeaveProfile);
+    }
+};
+
 /// Shows where the members of a section are.
 struct Section : KRXTwistWidget
 {
@@ -101,6 +138,19 @@ private slots:
         QCOMPARE(slotOf(&IAction::readXml), 5);
         QCOMPARE(slotOf(&IAction::setDefaults), 6);
         QCOMPARE(slotOf(&IAction::validate), 7);
+    }
+
+    void theOperationsOfThePanel()
+    {
+        const QList<int> operations = Panel::operations();
+        QCOMPARE(operations, inARowFrom(operations.first(), 4));
+    }
+
+    void theOperationsOfTheEditor()
+    {
+        // What came later stands behind what hosts know.
+        const QList<int> operations = EditorWindow::operations();
+        QCOMPARE(operations, inARowFrom(operations.first(), 9));
     }
 
     void theMembersOfTheSettingsController()
