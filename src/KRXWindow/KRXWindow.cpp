@@ -232,13 +232,15 @@ void KRXWindow::openProfilesWindow()
 }
 
 /// Gives the editor its profiles and has it load one, which may open a notice. \return false when the editor
-/// is gone or going by then.
+/// or the panel is gone or going by then.
 bool KRXWindow::offerProfiles()
 {
-    const KRXDeletionHold hold(m_profilesWindow);
-    const QPointer<KRXProfilesWindow> editor = m_profilesWindow;
-    editor->updateProfilesBox(getActualProfileItems(), profileIdFromComboBox(m_profilesBox));
-    return editor && !hold.isDeletionAsked();
+    // The editor need not be in the panel.
+    const KRXDeletionHold holdEditor(m_profilesWindow);
+    const KRXDeletionHold hold(this);
+    const QPointer<KRXWindow> self(this);
+    m_profilesWindow->updateProfilesBox(getActualProfileItems(), profileIdFromComboBox(m_profilesBox));
+    return self && m_profilesWindow && !hold.isDeletionAsked() && !holdEditor.isDeletionAsked();
 }
 
 void KRXWindow::profileCurrentIndexChanged(int index)

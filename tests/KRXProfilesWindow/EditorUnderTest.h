@@ -31,8 +31,18 @@ public:
     using KRXProfilesWindow::updateEncodingProfileBox;
 
     void initXelSettingsValues() override { ++initialisations; }
-    void updateMultiChannelLabel(QLabel* label) override { multiChannelLabel = label; }
-    void updateKRXWindowInfo() override { ++infoUpdates; }
+    void updateMultiChannelLabel(QLabel* label) override
+    {
+        multiChannelLabel = label;
+        if (inHook)
+            inHook();
+    }
+    void updateKRXWindowInfo() override
+    {
+        ++infoUpdates;
+        if (inHook)
+            inHook();
+    }
     bool mayLeaveProfile(const QString& profileName) override
     {
         askedToLeave << profileName;
@@ -57,6 +67,8 @@ public:
     QStringList askedToLeave;
     /// What the host answers to the question about leaving; nothing leaves it to the module.
     std::function<bool()> leave;
+    /// What the host does when it is told of a change or asked for the audio tracks.
+    std::function<void()> inHook;
 };
 
 /// The settings of a profile that puts clips into that bin.

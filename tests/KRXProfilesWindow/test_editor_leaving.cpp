@@ -6,6 +6,7 @@
 #include <QEventLoop>
 #include <QMetaMethod>
 #include <QPointer>
+#include <QPushButton>
 
 /// Another profile is chosen while the one in the editor has changes that were not saved.
 class TestEditorLeaving : public QObject
@@ -22,6 +23,16 @@ private:
     {
         QComboBox* box = m_editor->getProfilesBox();
         box->setCurrentIndex(box->findText(QLatin1String(name)));
+    }
+
+    /// The host asks for the editor's end and runs an event loop. \return whether the editor is there yet.
+    static bool outlives(const QPointer<Editor>& editor)
+    {
+        editor->deleteLater();
+        QEventLoop box;
+        QTimer::singleShot(0, &box, &QEventLoop::quit);
+        box.exec();
+        return editor;
     }
 
 private slots:
@@ -132,17 +143,40 @@ private slots:
         QVERIFY(!m_editor->getProfileState()->isModified());
     }
 
+    void anEditorThatIsToGoInAHookOfTheHostGoesAfterwards_data()
+    {
+        QTest::addColumn<QString>("button");
+        QTest::newRow("audio tracks") << QString();
+        QTest::newRow("saved") << QStringLiteral("KRX_SaveBtn");
+        QTest::newRow("deleted") << QStringLiteral("delProfileBtn");
+    }
+
+    void anEditorThatIsToGoInAHookOfTheHostGoesAfterwards()
+    {
+        QFETCH(QString, button);
+        const QPointer<Editor> editor(m_editor.release());
+        QList<bool> wasThere;
+        editor->inHook = [&] { wasThere << outlives(editor); };
+        StandInHost::setMessageAnswerer([](const StandInHost::MessageRequest&) { return QMessageBox::Yes; });
+        answerSaveDialog(*editor, QStringLiteral("Mine"), "saveBtn");
+        for (QPushButton* candidate : editor->findChildren<QPushButton*>()) {
+            if (button.isEmpty() ? candidate->text() == QLatin1String("Edit...")
+                                 : candidate->objectName() == button) {
+                candidate->click();
+                break;
+            }
+        }
+        QCOMPARE(wasThere, QList<bool>({true}));
+        QTRY_VERIFY(!editor);
+    }
+
     void anEditorThatIsToGoWhileTheHostAsksGoesAfterwards()
     {
         const QPointer<Editor> editor(m_editor.release());
         editor->updateModifiedState();
         bool wasThere = false;
         editor->leave = [&] {
-            editor->deleteLater();
-            QEventLoop box;
-            QTimer::singleShot(0, &box, &QEventLoop::quit);
-            box.exec();
-            wasThere = editor;
+            wasThere = outlives(editor);
             return false;
         };
         editor->getProfilesBox()->setCurrentIndex(1);

@@ -31,6 +31,8 @@ private slots:
     void rowsAreUpToDateAfterTheEditor();
     void panelDestroyedUnderTheEditorIsHarmless();
     void panelDeletedLaterUnderAQuestionIsHarmless();
+    void editorIsNotOpenedForAPanelThatIsGoing_data();
+    void editorIsNotOpenedForAPanelThatIsGoing();
     void hostWithoutAFactoryIsContained();
 };
 
@@ -202,6 +204,39 @@ void TestPanelEditor::panelDeletedLaterUnderAQuestionIsHarmless()
         f.box(), [box = f.box()] { box->setCurrentIndex(1); }, Qt::QueuedConnection);
     QTRY_VERIFY(!panel);
     QCOMPARE(StandInHost::messageLog().size(), 1);
+}
+
+void TestPanelEditor::editorIsNotOpenedForAPanelThatIsGoing_data()
+{
+    QTest::addColumn<bool>("ofThePanel");
+    QTest::newRow("a child of the panel") << true;
+    QTest::newRow("a window of its own") << false;
+}
+
+void TestPanelEditor::editorIsNotOpenedForAPanelThatIsGoing()
+{
+    QFETCH(bool, ofThePanel);
+    PanelFixture f;
+    f.show();
+    const QPointer<FakeEditor> editor = f.panel->editor();
+    if (!ofThePanel)
+        editor->setParent(nullptr);
+    const QPointer<HostPanel> panel = f.panel.get();
+    int runs = 0;
+    editor->whileOpen = [&runs] { ++runs; };
+    // Loading a profile may open a notice, and the host may do anything while that stands.
+    editor->whileLoading = [&f] {
+        f.panel.release()->deleteLater();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    };
+    f.edit()->click();
+    QCOMPARE(runs, 0);
+    QVERIFY(panel);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(!panel);
+    QCOMPARE(editor.isNull(), ofThePanel);
+    if (editor)
+        std::unique_ptr<FakeEditor>(editor.data()).reset();
 }
 
 void TestPanelEditor::hostWithoutAFactoryIsContained()
