@@ -122,7 +122,6 @@ void KRXLinkToProfileWidget::refreshProfileSummary(const QString& profileId)
     if (!m_summary)
         return;
     if (profileId.isEmpty()) {
-        m_summary->clear();
         m_summary->setRowCount(0);
         return;
     }
