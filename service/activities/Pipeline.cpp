@@ -469,12 +469,12 @@ void Pipeline::prune(std::int64_t now, const CancelToken& cancel)
     }
 }
 
-void Pipeline::recover()
+void Pipeline::recover(bool isComplete)
 {
     int count = 0;
     const std::string kept = m_outputs.settle(
         [this](const OutputArea::Key& key, const std::string& name) { return m_clips.owns(key, name); },
-        count);
+        isComplete, count);
     if (!kept.empty())
         m_errors.add(std::to_string(count) +
                      " output documents of which the database knows nothing were kept in " + kept);

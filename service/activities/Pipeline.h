@@ -89,7 +89,9 @@ public:
     void prune(std::int64_t now, const CancelToken& cancel);
 
     /// Brings what a crash left behind in order. Before any other work.
-    void recover();
+    /// \param isComplete the database has lost nothing: a document of which it says nothing in the middle of
+    /// a removal was to be removed.
+    void recover(bool isComplete = true);
 
 private:
     struct Work;

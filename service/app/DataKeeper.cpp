@@ -33,7 +33,8 @@ DataKeeper::DataKeeper(const std::string& folder)
     : m_file(folder + "/krx-service.db")
     , m_keptFile(folder + "/krx-service.kept.xml")
 {
-    if (walcheck::isDamaged(m_file + "-wal")) {
+    m_isLogDamaged = walcheck::isDamaged(m_file + "-wal");
+    if (m_isLogDamaged) {
         // SQLite drops what stands behind the damaged place, so both files are copied as they are.
         const std::string copy = aside::nameFor(m_file, kDamaged);
         std::error_code error;

@@ -23,6 +23,10 @@ public:
 
     Database& database() { return *m_database; }
 
+    /// True when the database was begun anew, or records or changes of it were lost before the start: that it
+    /// says nothing of something then means nothing.
+    bool mayHaveLost() const { return m_isLossy || m_isLogDamaged || m_database->isNew(); }
+
     /// Takes folders and profiles back when the database lost them, and tells \a errors what happened. Once,
     /// before other work.
     void restore(FolderStore& folders, ProfileStore& profiles, ErrorStore& errors);
@@ -45,6 +49,7 @@ private:
     std::unique_ptr<Database> m_database;
     std::int64_t m_saved = -1; ///< generation of the second copy
     bool m_isLossy = false;    ///< records could not be read
+    bool m_isLogDamaged = false;
     bool m_gaveUp = false;
 };
 

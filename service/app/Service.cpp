@@ -142,7 +142,7 @@ Service::Service(const Options& options)
                     options.rescanSeconds)
 {
     m_keeper.restore(m_folders, m_profiles, m_errors);
-    m_pipeline.recover();
+    m_pipeline.recover(!m_keeper.mayHaveLost());
     m_jobs.recover();
     ensureDefaultProfile();
     m_watcher = std::make_unique<Watcher>(

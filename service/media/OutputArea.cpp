@@ -317,7 +317,7 @@ void OutputArea::bringBack(const std::string& owner) const
     ::rmdir(from.c_str());
 }
 
-std::string OutputArea::settle(const IsKnown& isKnown, int& count)
+std::string OutputArea::settle(const IsKnown& isKnown, bool endsRemovals, int& count)
 {
     count = 0;
     for (const auto& name : namesIn(m_root)) {
@@ -325,7 +325,7 @@ std::string OutputArea::settle(const IsKnown& isKnown, int& count)
             continue;
         const std::string owner = name.substr(sizeof kRemoval - 1);
         for (const auto& document : namesIn(m_root + '/' + name)) {
-            if (document != "." && document != ".." &&
+            if (endsRemovals && document != "." && document != ".." &&
                 !isKnown({owner, idOf(visible(document))}, visible(document)))
                 ::unlink((m_root + '/' + name + '/' + document).c_str());
         }

@@ -73,8 +73,9 @@ public:
 
     /// Brings in order what lay here before the start. Documents that \a isKnown denies are never deleted but
     /// kept in a directory of their own, whose path is returned (empty when there were none) with their
-    /// number in \a count; only of those whose removal was begun they are what is left of it.
-    std::string settle(const IsKnown& isKnown, int& count);
+    /// number in \a count; only of those whose removal was begun, and if \a endsRemovals, they are what is
+    /// left of it.
+    std::string settle(const IsKnown& isKnown, bool endsRemovals, int& count);
 
     /// The path of a document.
     std::string path(const std::string& owner, const std::string& name) const;

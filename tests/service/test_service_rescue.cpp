@@ -153,6 +153,19 @@ private slots:
         QCOMPARE(past.asideNames("output.kept-*").size(), 1);
     }
 
+    void removalThatALostDatabaseSaysNothingOfIsNotEnded()
+    {
+        Past past;
+        QVERIFY(past.make());
+        QCOMPARE(past.service->terminate(), 0);
+        const QDir output(past.data + s("/output"));
+        QVERIFY(QDir().rename(output.filePath(past.id), output.filePath(s(".removed-") + past.id)));
+        QVERIFY(QFile::remove(past.database()));
+        QVERIFY(past.again());
+        QCOMPARE(past.keptDocuments(), past.documents);
+        QCOMPARE(past.service->errors().filter(s("output.kept-")).size(), 1);
+    }
+
     void documentsWithoutAnyDatabaseAreKeptToo()
     {
         Past past;
