@@ -276,6 +276,25 @@ Outcome<std::string> Service::createFolder(const requests::Folder& request)
     return *id;
 }
 
+/// Removes the documents that wait when \a change, which takes their records away, comes out true. They are
+/// out of sight meanwhile, and removing them may take a while and is not done under the lock of the database.
+template <typename Function>
+auto Service::withRemoval(const std::string& owner, Function change)
+{
+    m_outputs.beginRemoval(owner);
+    try {
+        auto result = change();
+        if (result)
+            m_outputs.endRemoval(owner);
+        else
+            m_outputs.undoRemoval(owner);
+        return result;
+    } catch (const DatabaseError&) {
+        m_outputs.undoRemoval(owner);
+        throw;
+    }
+}
+
 Outcome<answers::Folder> Service::updateFolder(const std::string& id, const requests::Folder& request,
                                                bool reprocess)
 {
@@ -289,13 +308,8 @@ Outcome<answers::Folder> Service::updateFolder(const std::string& id, const requ
         moves ? look(&lookAtWatchPath, *request.path, m_dataFolder) : Outcome<std::string>(known->canonical);
     if (!canonical)
         return canonical.refusal();
-    if (reprocess)
-        m_outputs.beginRemoval(id);
-    const auto folder = storeUpdate(id, request, *canonical, reprocess);
-    if (reprocess && folder)
-        m_outputs.endRemoval(id);
-    else if (reprocess)
-        m_outputs.undoRemoval(id);
+    const auto store = [&] { return storeUpdate(id, request, *canonical, reprocess); };
+    const auto folder = reprocess ? withRemoval(id, store) : store();
     if (!folder)
         return folder.refusal();
     if (!folder->enabled || moves)
@@ -333,38 +347,17 @@ Outcome<FolderRecord> Service::storeUpdate(const std::string& id, const requests
     return folder;
 }
 
-/// Documents that wait are out of sight while the records go, and gone for good when they are gone; that may
-/// take a while and is not done under the lock of the database.
-template <typename Function>
-bool Service::withRemoval(const std::string& owner, Function remove)
-{
-    m_outputs.beginRemoval(owner);
-    bool removed = false;
-    try {
-        Transaction transaction(m_database);
-        removed = remove();
-        if (removed)
-            transaction.commit();
-    } catch (const DatabaseError&) {
-        m_outputs.undoRemoval(owner);
-        throw;
-    }
-    if (removed)
-        m_outputs.endRemoval(owner);
-    else
-        m_outputs.undoRemoval(owner);
-    return removed;
-}
-
 std::optional<Refusal> Service::deleteFolder(const std::string& id)
 {
     if (!m_folders.find(id))
         return noFolder();
     const bool removed = withRemoval(id, [&] {
+        Transaction transaction(m_database);
         if (!m_folders.remove(id))
             return false;
         m_clips.forgetAll(id);
         m_jobs.removeOfFolder(id);
+        transaction.commit();
         return true;
     });
     if (!removed)
@@ -515,8 +508,12 @@ std::optional<Refusal> Service::deleteJob(const std::string& id)
     m_worker.cancelJob(id);
     if (job->manual) {
         withRemoval(id, [&] {
+            Transaction transaction(m_database);
             m_clips.forgetAll(id);
-            return m_jobs.remove(id);
+            const bool isRemoved = m_jobs.remove(id);
+            if (isRemoved)
+                transaction.commit();
+            return isRemoved;
         });
     } else {
         m_jobs.remove(id);

@@ -71,7 +71,7 @@ private:
     Outcome<FolderRecord> storeUpdate(const std::string& id, const requests::Folder& request,
                                       const std::string& canonical, bool reprocess);
     template <typename Function>
-    bool withRemoval(const std::string& owner, Function remove);
+    auto withRemoval(const std::string& owner, Function change);
     std::optional<Refusal> checkProfile(const FolderRecord& folder, const std::string& profileBefore);
     void ensureDefaultProfile();
     bool applyState(const JobRecord& job, const std::string& state);

@@ -187,6 +187,28 @@ private slots:
         QCOMPARE(stage.service->terminate(), 0);
     }
 
+    void changeThatFailsLeavesTheDocumentsInSight()
+    {
+        Broken stage;
+        QVERIFY(stage.begin());
+        QVERIFY(stage.marked(s("a.wav")));
+        const QStringList before = stage.outputs();
+        const QByteArray url = "xelmediafolders/" + stage.id.toUtf8();
+        const QString profile = stage.service->profileId(s("Default Profile"));
+        const QByteArray same = ModuleDocument::updateFolder(stage.id, stage.watch, profile, s("true"));
+        for (const bool isRemoval : {false, true}) {
+            stage.fail("write", "krx-service.db", ENOSPC);
+            const Reply reply =
+                isRemoval ? stage.service->remove(url) : stage.service->put(url + "?reprocess=true", same);
+            stage.mend();
+            QVERIFY(reply.status >= 500);
+            QCOMPARE(stage.outputs(), before);
+        }
+        QCOMPARE(stage.service->put(url + "?reprocess=true", same).status, 200);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.offered(), QStringList{s("a.wav.xel")}, kStagePatience);
+        QVERIFY(stage.outputs() != before);
+    }
+
     void documentsAreRemovedWithoutHoldingUpTheRecords()
     {
         Broken stage;
