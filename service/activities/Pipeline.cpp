@@ -386,6 +386,9 @@ FileResult Pipeline::publish(Work& work)
     const ClipRecord& record = work.record;
     if (work.clip.linked.path == order.path && !work.source.isStillNamed())
         return lookAgain(work, "another file took its place while it was worked on");
+    const FileFacts& linked = work.clip.linked;
+    if (linked.path != order.path && filetools::stampOf(linked.path) != std::optional(linked.stamp))
+        return lookAgain(work, "its copy went away while it was worked on");
     const auto reason = m_outputs.prepare(record.owner, record.output, outputdocument::write(factsOf(work)));
     if (!reason.empty()) {
         m_outputs.abandon(record.owner, record.output);

@@ -448,6 +448,27 @@ private slots:
         QVERIFY(content(bench.listed().at(0)).contains("<path>" + to.toUtf8() + "/card/100/a.wav</path>"));
     }
 
+    void copyThatGoesAwayDuringTheNextActionIsNotOffered()
+    {
+        Bench bench;
+        const QString first = bench.folder.filePath(QStringLiteral("first"));
+        const QString away = bench.folder.filePath(QStringLiteral("away"));
+        const QString second = bench.folder.filePath(QStringLiteral("second"));
+        QVERIFY(QDir().mkpath(first) && QDir().mkpath(second));
+        FileOrder order = bench.order(m_wave);
+        order.profile.activities = {PipelineBench::copyTo(first, true), PipelineBench::copyTo(second)};
+        bool isSwapped = false;
+        order.progress = [&](int percent) {
+            if (percent > 50 && !isSwapped)
+                isSwapped = QDir().rename(first, away) && QDir().mkpath(first);
+        };
+        QVERIFY(bench.pipeline.process(order).end == FileResult::End::Later);
+        QVERIFY(isSwapped);
+        QVERIFY(bench.listed().empty());
+        QVERIFY(bench.pipeline.process(order).end == FileResult::End::Offered);
+        QCOMPARE(QDir(first).entryList(QDir::Files).size(), 1);
+    }
+
     void failedActionLeavesNoOutputAndIsNotTriedAgain()
     {
         Bench bench;
