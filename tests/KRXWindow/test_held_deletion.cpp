@@ -4,7 +4,6 @@
 
 #include "ActivityTexts.h"
 #include "FakeFolderService.h"
-#include "KRXDeletionHold.h"
 #include "KRXFolderManager.h"
 #include "KRXFolderViewWidget.h"
 #include "KRXProfileManager.h"
@@ -584,8 +583,8 @@ private slots:
     void modalEditorGoesAtOnce_data();
     void modalEditorGoesAtOnce();
     void editorDoesNotOpenWhenItIsGoing();
-    void holdEndsWithTheDialog();
-    void innerDialogHandsOverToTheOuterOne();
+    void openListGoesWithItsOwner_data();
+    void openListGoesWithItsOwner();
 };
 
 void TestHeldDeletion::deletionWaitsForTheDialog_data()
@@ -658,42 +657,35 @@ void TestHeldDeletion::editorDoesNotOpenWhenItIsGoing()
     QVERIFY(!host.modalEditorRan);
 }
 
-void TestHeldDeletion::holdEndsWithTheDialog()
+void TestHeldDeletion::openListGoesWithItsOwner_data()
 {
-    QPointer<QWidget> outer = new QWidget;
-    auto* inner = new QWidget(outer);
-    // Qt takes a second deleteLater() for a copy of the first while anything is posted to the object.
-    QCoreApplication::postEvent(outer, new QEvent(QEvent::User));
-    {
-        const KRXDeletionHold hold(inner);
-        QVERIFY(!hold.isDeletionAsked());
-        outer->deleteLater();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QVERIFY(outer);
-        QVERIFY(hold.isDeletionAsked());
-    }
-    QVERIFY(outer);
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY(!outer);
+    QTest::addColumn<int>("list");
+    int number = 0;
+    for (const char* list : {"menu of profiles", "context menu", "box", "box of the editor", "help"})
+        QTest::newRow(list) << number++;
 }
 
-void TestHeldDeletion::innerDialogHandsOverToTheOuterOne()
+void TestHeldDeletion::openListGoesWithItsOwner()
 {
-    QPointer<QWidget> window = new QWidget;
-    {
-        const KRXDeletionHold outer(window);
-        {
-            const KRXDeletionHold inner(window);
-            window->deleteLater();
-            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-            QVERIFY(inner.isDeletionAsked());
-        }
-        QVERIFY(outer.isDeletionAsked());
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QVERIFY(window);
-    }
+    // None of them runs a loop of its own, so nothing is on the way.
+    QFETCH(int, list);
+    Stage stage;
+    stage.show();
+    stage.showEditor("p1"_s);
+    const std::function<void()> opens[] = {
+        [&] { stage.clickRow("a"_s, View::kIdxProfileColumn); },
+        [&] { contextMenuOfRow(stage, "a"_s); },
+        [&] { stage.box()->showPopup(); },
+        [&] { stage.editorBox()->showPopup(); },
+        [&] { contextMenuOf(stage.editor(), QPoint(5, 5)); },
+    };
+    opens[list]();
+    QVERIFY(QApplication::activePopupWidget());
+    stage.panel->deleteLater();
+    letEventsRun();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QVERIFY(!window);
+    QVERIFY(!stage.panel);
+    QVERIFY(!QApplication::activePopupWidget());
 }
 
 QTEST_MAIN(TestHeldDeletion)
