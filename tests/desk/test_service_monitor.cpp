@@ -6,6 +6,9 @@
 #include <QThread>
 #include <QtTest>
 
+#include <atomic>
+#include <memory>
+
 namespace {
 
 constexpr int kInterval = 10;
@@ -66,6 +69,39 @@ private slots:
         QTRY_VERIFY(spy.count() > 1);
         QCOMPARE(reportOf(spy, 0).errors, QStringList{QStringLiteral("Disk full")});
         QVERIFY(reportOf(spy, 1).errors.isEmpty());
+    }
+
+    void aJobThatCompletesBetweenTwoQuestionsIsReportedWithAllItsOutputs()
+    {
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        server.setReply("GET", kActivity, 200, "<activity><status>StatusActive</status></activity>");
+        // Its last clip is offered and it is complete as soon as anything was asked about it.
+        const auto asked = std::make_shared<std::atomic<int>>(0);
+        server.setHandler([asked](const TestHttpServer::Request& request) {
+            const bool isOver = (*asked)++ > 0;
+            if (request.target.startsWith(kJobs + "/status"))
+                return TestHttpServer::Reply::xml(
+                    isOver ? "<a><jobStatus><id>j1</id><state>COMPLETED</state><complete>true</complete>"
+                             "<percentComplete>100</percentComplete></jobStatus></a>"
+                           : "<a><jobStatus><id>j1</id><state>RUNNING</state><complete>false</complete>"
+                             "<percentComplete>50</percentComplete></jobStatus></a>");
+            return TestHttpServer::Reply::xml(
+                QByteArray(
+                    "<a><jobInfo><id>j1</id><path>/m</path><outputXELFiles><fileName>/1.xel</fileName>") +
+                (isOver ? "<fileName>/2.xel</fileName>" : "") + "</outputXELFiles></jobInfo></a>");
+        });
+        ServiceMonitor monitor(kInterval);
+        QSignalSpy spy(&monitor, &ServiceMonitor::reported);
+        monitor.start();
+        const auto isComplete = [](const ServiceReport& report) {
+            return !report.jobs.isEmpty() && report.jobs.first().complete;
+        };
+        QTRY_VERIFY(!spy.isEmpty() && isComplete(reportOf(spy)));
+        for (int i = 0; i < spy.count(); ++i) {
+            if (isComplete(reportOf(spy, i)))
+                QCOMPARE(reportOf(spy, i).jobs.first().outputs.size(), 2);
+        }
     }
 
     void anAbsentServiceIsReportedWithTheReason()

@@ -6,6 +6,8 @@
 
 #include "ListenerOwner.h"
 
+#include <QHash>
+
 #include <unistd.h>
 
 #include <utility>
@@ -66,14 +68,25 @@ ServiceReport ServicePoller::report()
 QVector<DeskJob> ServicePoller::jobs()
 {
     QVector<DeskJob> found;
-    // The details come without states, so one without the other tells nothing.
-    if (!m_jobs->updateManualJobsDetail() || !m_jobs->updateJobsStatus())
+    // The states first: a job that is complete goes with its outputs once they are taken, so none may have
+    // been added since the outputs were asked for.
+    if (!m_jobs->updateJobsStatus())
+        return found;
+    QHash<QString, KRXJob> states;
+    for (int i = 0; i < m_jobs->countJobs(); ++i) {
+        KRXJob job;
+        if (m_jobs->getJob(i, job))
+            states.insert(job.id, job);
+    }
+    if (!m_jobs->updateManualJobsDetail())
         return found;
     for (int i = 0; i < m_jobs->countJobs(); ++i) {
         KRXJob job;
-        // What has a state but no path is a folder's own work.
-        if (m_jobs->getJob(i, job) && !job.path.isEmpty())
-            found.append({job.id, job.path, job.state, job.complete, job.percentComplete, job.outputFiles});
+        // One that was submitted between the two questions has no state yet.
+        if (!m_jobs->getJob(i, job) || job.path.isEmpty() || !states.contains(job.id))
+            continue;
+        const KRXJob state = states.value(job.id);
+        found.append({job.id, job.path, state.state, state.complete, state.percentComplete, job.outputFiles});
     }
     return found;
 }
