@@ -52,6 +52,8 @@ private slots:
     void keyOpensTheProfileMenu_data();
     void keyOpensTheProfileMenu();
     void profileMenuIsUsedByKeysAlone();
+    void menuByKeyBringsItsRowIntoSight_data();
+    void menuByKeyBringsItsRowIntoSight();
     void keysWithoutARowDoNothing();
     void otherKeysMoveAsEver();
     void contextMenuOffersTheSameActs();
@@ -174,6 +176,35 @@ void TestFolderViewKeys::profileMenuIsUsedByKeysAlone()
     QTest::keyClick(openMenu(), Qt::Key_Return);
     QCOMPARE(View::getProfileId(f.row("a"_s)), "p2"_s);
     QCOMPARE(f.service.lines(), QStringList({"PUT xelmediafolders/a"_s}));
+}
+
+void TestFolderViewKeys::menuByKeyBringsItsRowIntoSight_data()
+{
+    QTest::addColumn<bool>("isContextMenu");
+    QTest::newRow("of profiles") << false;
+    QTest::newRow("context menu") << true;
+}
+
+void TestFolderViewKeys::menuByKeyBringsItsRowIntoSight()
+{
+    QFETCH(bool, isContextMenu);
+    FolderViewFixture f;
+    f.service.folders.clear();
+    for (int number = 10; number < 50; ++number) {
+        const QString id = QString::number(number);
+        f.service.folders.append({id, "/media/"_s + id, "p1"_s});
+    }
+    f.view->fillView();
+    f.show();
+    f.view->setCurrentItem(f.row("49"_s));
+    f.view->scrollToTop();
+    QVERIFY(!f.view->viewport()->rect().intersects(f.view->visualItemRect(f.row("49"_s))));
+    if (isContextMenu)
+        QVERIFY(contextMenu(f));
+    else
+        key(f, Qt::Key_F2);
+    QVERIFY(openMenu());
+    QVERIFY(f.view->viewport()->rect().contains(f.view->visualItemRect(f.row("49"_s)).center()));
 }
 
 void TestFolderViewKeys::keysWithoutARowDoNothing()
