@@ -48,6 +48,8 @@ private slots:
     // --- Service state ---
     void goingOfflineShutsEverythingOffAndKeepsTheRows();
     void goingOnlineReloadsInOrder();
+    void refusedRequestAfterGoingOnlineKeepsTheRows_data();
+    void refusedRequestAfterGoingOnlineKeepsTheRows();
     void sameStateAgainDoesNothing();
     void goingOnlineDoesNotWriteFromAStaleBox();
     void boxStandsAtTheFirstRowsProfileAfterGoingOnline();
@@ -314,6 +316,29 @@ void TestPanel::goingOnlineReloadsInOrder()
     QCOMPARE(f.view()->topLevelItemCount(), 3);
     QCOMPARE(f.currentFolder(), "c"_s);
     QCOMPARE(f.summaryBin(), "Bin 2"_s);
+}
+
+void TestPanel::refusedRequestAfterGoingOnlineKeepsTheRows_data()
+{
+    QTest::addColumn<QString>("refused");
+    QTest::newRow("folders") << "GET xelmediafolders?level=detail"_s;
+    QTest::newRow("profiles") << "GET profiles?level=detail"_s;
+    QTest::newRow("everything") << "*"_s;
+}
+
+void TestPanel::refusedRequestAfterGoingOnlineKeepsTheRows()
+{
+    QFETCH(QString, refused);
+    PanelFixture f;
+    f.show();
+    f.panel->updateKRXServiceOnlineState(false);
+    f.service.refusals[refused] = "down"_s;
+    f.panel->updateKRXServiceOnlineState(true);
+    QCOMPARE(f.view()->topLevelItemCount(), 2);
+    QCOMPARE(f.currentFolder(), "a"_s);
+    QCOMPARE(f.boxProfile(), "p1"_s);
+    QVERIFY(f.del()->isEnabled());
+    QCOMPARE(f.puts(), QStringList());
 }
 
 void TestPanel::sameStateAgainDoesNothing()
