@@ -33,16 +33,20 @@ class TestServiceFaults : public QObject
     struct Broken : ServiceStage
     {
         QString control = folder.filePath(s("faults"));
+        QByteArray sanitizer = qgetenv("ASAN_OPTIONS");
         QByteArray log; ///< what was read of it so far
 
         Broken()
         {
             mend();
+            // A sanitized service would not start behind a library that comes before the sanitizer's.
+            qputenv("ASAN_OPTIONS", sanitizer + ":verify_asan_link_order=0");
             qputenv("LD_PRELOAD", KRX_FAILING_CALLS);
             qputenv("KRX_FAULTS", control.toUtf8());
         }
         ~Broken()
         {
+            qputenv("ASAN_OPTIONS", sanitizer);
             qunsetenv("LD_PRELOAD");
             qunsetenv("KRX_FAULTS");
         }

@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <thread>
@@ -242,6 +243,13 @@ private slots:
             calls.lastIndexOf(QRegularExpression(QStringLiteral(".*SECCOMP_SET_MODE_FILTER.*")));
         QVERIFY(confined > 0);
         calls = calls.mid(confined + 1);
+        // A sanitizer asks for the map of its own memory, and is refused it.
+        calls.erase(std::remove_if(calls.begin(), calls.end(),
+                                   [](const QString& call) {
+                                       return call.contains(QStringLiteral("/proc/self/maps")) &&
+                                              call.contains(QStringLiteral("EPERM"));
+                                   }),
+                    calls.end());
         QVERIFY(calls.filter(QStringLiteral("pread64(")).size() >= lures.size());
         const QStringList forbidden = calls.filter(QRegularExpression(QStringLiteral(
             "\\b(open|openat|openat2|creat|stat|newfstatat|readlink|socket|connect|execve|clone3?)\\(")));

@@ -11,6 +11,8 @@ class TestServiceSilence : public QObject
 private slots:
     void volumeThatHangsHoldsUpNeitherTheOthersNorTheEnd()
     {
+        // The search for leaks at the end would stop the thread that hangs, and wait for it for ever.
+        qputenv("ASAN_OPTIONS", "detect_leaks=0");
         ServiceStage stage;
         QVERIFY(stage.begin());
         const QString hung = stage.folder.filePath(QStringLiteral("hung"));
