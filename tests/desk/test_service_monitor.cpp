@@ -207,7 +207,7 @@ private slots:
         QCOMPARE(failed.count(), 1);
     }
 
-    void theEndDoesNotWaitForASilentService()
+    void nothingMoreIsSubmittedAtTheEnd()
     {
         TestHttpServer server;
         const ScopedConnectPort connect(server.port());
