@@ -2,6 +2,8 @@
 
 #include "base/FileStamp.h"
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -41,13 +43,63 @@ struct FileFacts
     std::string checksum;
 };
 
+/// Numbered pictures that are one clip together. The name of each is stem, number with leading zeros,
+/// extension.
+struct SequenceFacts
+{
+    std::string directory; ///< absolute, without a slash at its end
+    std::string stem;      ///< what stands before the number; may be empty
+    std::string extension; ///< with its dot
+    int padding = 0;       ///< digits of the number at least
+    std::int64_t firstNumber = 0;
+    std::int64_t lastNumber = 0;
+    std::vector<std::int64_t> missingNumbers; ///< between first and last, ascending
+};
+
+/// A file that holds only some of a clip's streams.
+struct ClipPart
+{
+    std::string kind; ///< "picture" or "sound"
+    FileFacts file;
+};
+
+/// What the link settings of the profile make of a clip; empty texts for what the host decides or nobody
+/// knows.
+struct LinkFacts
+{
+    std::string plugin;
+    std::string reelName;
+    std::string startTimecode; ///< HH:MM:SS:FF, with ; before FF for drop frame
+    std::string frameRate;     ///< a fraction, frames per second
+    std::int64_t startFrame = 0;
+    std::int64_t frameCount = 0;
+    std::optional<std::int64_t> audioStart; ///< samples since midnight, at audioStartRate
+    int audioStartRate = 0;                 ///< Hz
+};
+
+/// What one action did to a clip.
+struct ActivityNote
+{
+    std::string id;   ///< the word for its kind
+    std::string name; ///< the activity's display name
+    /// What is known of the results: "copied", "size-checked" or "verified"; empty where nothing was made.
+    std::string check;
+    std::vector<FileFacts> made;
+    std::vector<std::string> notes; ///< sentences: what it fell back to, what it had to leave out
+};
+
 /// What goes from one action of a profile to the next.
 struct Clip
 {
-    FileFacts source; ///< the file that was found
+    FileFacts source; ///< the file that was found; of a sequence the first picture
     FileFacts linked; ///< the file that the editor is to link to: the source until an action makes another
     MediaFacts media;
     std::string watched; ///< the folder in which the source was found; empty when a person chose it
+    std::optional<SequenceFacts> sequence;
+    std::vector<FileFacts> sidecars; ///< files of the same stem that go where the clip goes
+    std::vector<ClipPart> parts;     ///< of `linked`, when picture and sound are apart; empty otherwise
+    LinkFacts link;
+    std::vector<ActivityNote> activities; ///< those that ran, in their order
 };
 
 } // namespace krxservice
