@@ -43,6 +43,13 @@ struct FileFacts
     std::string checksum;
 };
 
+/// Numbers from first to last, both included.
+struct NumberRange
+{
+    std::int64_t first = 0;
+    std::int64_t last = 0;
+};
+
 /// Numbered pictures that are one clip together. The name of each is stem, number with leading zeros,
 /// extension.
 struct SequenceFacts
@@ -53,7 +60,9 @@ struct SequenceFacts
     int padding = 0;       ///< digits of the number at least
     std::int64_t firstNumber = 0;
     std::int64_t lastNumber = 0;
-    std::vector<std::int64_t> missingNumbers; ///< between first and last, ascending
+    /// The numbers between the two that are there, both of them included; ascending, never touching each
+    /// other. A number may be as large as it likes: count pictures, not numbers.
+    std::vector<NumberRange> present;
 };
 
 /// A file that holds only some of a clip's streams.
@@ -84,6 +93,7 @@ struct ActivityNote
     std::string name; ///< the activity's display name
     /// What is known of the results: "copied", "size-checked" or "verified"; empty where nothing was made.
     std::string check;
+    /// The files that it made; of a sequence one entry, like Clip::linked.
     std::vector<FileFacts> made;
     std::vector<std::string> notes; ///< sentences: what it fell back to, what it had to leave out
 };
@@ -91,12 +101,16 @@ struct ActivityNote
 /// What goes from one action of a profile to the next.
 struct Clip
 {
-    FileFacts source; ///< the file that was found; of a sequence the first picture
+    /// The file that was found. Of a sequence the path of the first picture, with size, newest times and
+    /// checksum of all.
+    FileFacts source;
     FileFacts linked; ///< the file that the editor is to link to: the source until an action makes another
     MediaFacts media;
     std::string watched; ///< the folder in which the source was found; empty when a person chose it
+    /// What `linked` is as long as it is numbered pictures; nothing for a single file, also when an action
+    /// made one of the pictures.
     std::optional<SequenceFacts> sequence;
-    std::vector<FileFacts> sidecars; ///< files of the same stem that go where the clip goes
+    std::vector<FileFacts> sidecars; ///< beside `linked`: files of the same stem that go where the clip goes
     std::vector<ClipPart> parts;     ///< of `linked`, when picture and sound are apart; empty otherwise
     LinkFacts link;
     std::vector<ActivityNote> activities; ///< those that ran, in their order
