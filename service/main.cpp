@@ -6,6 +6,7 @@
 #include "app/Service.h"
 #include "app/Supervisor.h"
 #include "app/VersionAnswer.h"
+#include "base/Landlock.h"
 #include "base/Log.h"
 #include "base/Options.h"
 #include "http/HttpListener.h"
@@ -121,7 +122,8 @@ ServiceFacts factsOf(const HttpListener& listener, Clock::time_point start)
             counts.unknown,
             counts.requests,
             counts.pushedOut,
-            log::dropped()};
+            log::dropped(),
+            Landlock::abi()};
 }
 
 /// Tells a service manager that all is well as long as the connections' thread answers.
@@ -183,6 +185,9 @@ int serve(const std::vector<std::string>& arguments, Options& options, std::vect
     service.start();
     listener.start();
     log::info("data in " + options.dataFolder);
+    if (Landlock::abi() == 0)
+        log::info(
+            "this kernel has no Landlock, which would be one more wall around the programs that read media");
     std::printf("listening on %s\n", entrances.address().c_str());
     std::fflush(stdout);
     QTimer life;

@@ -40,6 +40,7 @@ HttpAnswer versionAnswer(const std::string& method, const ServiceFacts& facts)
     append(refusals, "requests", facts.requests);
     append(refusals, "pushedOut", facts.pushedOut);
     append(root, "droppedLogLines", facts.droppedLines);
+    append(root, "landlock", static_cast<std::uint64_t>(facts.landlock));
     return HttpAnswer::xml(xmltools::documentText(document));
 }
 

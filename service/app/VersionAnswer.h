@@ -20,6 +20,7 @@ struct ServiceFacts
     std::uint64_t requests = 0;  ///< requests refused before a resource saw them
     std::uint64_t pushedOut = 0; ///< resting connections that had to make room
     std::uint64_t droppedLines = 0;
+    int landlock = 0; ///< which Landlock the kernel has, 0 for none
 };
 
 /// The answer to a request of \a method for the resource.

@@ -333,6 +333,7 @@ private slots:
         QVERIFY(!reply.text(s("version")).isEmpty());
         QCOMPARE(reply.text(s("protocol")), s("1"));
         QVERIFY(reply.text(s("connections")).toInt() >= 64);
+        QVERIFY(!reply.text(s("landlock")).isEmpty());
         QCOMPARE(count(service, "requests"), quint64(0));
         QCOMPARE(service.raw("GET /KRXService/activity HTTP/1.1\r\nHost: evil\r\n\r\n").status, 403);
         QCOMPARE(count(service, "requests"), quint64(1));

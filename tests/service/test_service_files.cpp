@@ -1,5 +1,6 @@
 #include "TestFiles.h"
 #include "activities/Copier.h"
+#include "base/Confinement.h"
 #include "base/FileTools.h"
 #include "base/HeldDirectory.h"
 #include "base/SourceFile.h"
@@ -10,10 +11,17 @@
 #include <QtTest>
 
 #include <fcntl.h>
+#include <sched.h>
+#include <sys/ptrace.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <limits>
+#include <thread>
+#include <vector>
 
 using namespace krxservice;
 using TestFiles::content;
@@ -87,6 +95,40 @@ struct Stage
         return order;
     }
 };
+
+constexpr int kNotConfined = 99;
+
+/// Does \a function, which gives a small number, in a process that is confined. \return the number.
+template <typename Function>
+int confined(const Confinement& confinement, Function function)
+{
+    const pid_t child = ::fork();
+    if (child == 0)
+        ::_exit(confinement.enter().failed ? kNotConfined : function());
+    int status = 0;
+    return ::waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+/// Opens and closes; 0 or an errno value.
+int tryToOpen(const std::string& path, int flags)
+{
+    const int file = ::open(path.c_str(), flags | O_CLOEXEC, 0600);
+    if (file < 0)
+        return errno;
+    ::close(file);
+    return 0;
+}
+
+/// Becomes a program; the number is EACCES when it may not.
+int become(const std::vector<std::string>& command)
+{
+    std::vector<char*> arguments;
+    for (const auto& one : command)
+        arguments.push_back(const_cast<char*>(one.c_str()));
+    arguments.push_back(nullptr);
+    ::execv(arguments.front(), arguments.data());
+    return errno;
+}
 
 constexpr char kUmlaut[] = "\xC3\xA4";
 
@@ -470,6 +512,160 @@ private slots:
         setTime(path + QStringLiteral(".2"), 1000);
         QCOMPARE(::rename((path + QStringLiteral(".2")).toUtf8().constData(), path.toUtf8().constData()), 0);
         QVERIFY(fingerprint() != first);
+    }
+
+    void confinedProcessOpensWhatWasNamedAndNothingElse()
+    {
+        if (Landlock::abi() == 0)
+            QSKIP("this kernel has no Landlock");
+        Stage stage;
+        const std::string in = stage.source(QStringLiteral("clip.mov"), "clip").toStdString();
+        const std::string secret = stage.source(QStringLiteral("secret.mov"), "secret").toStdString();
+        const std::string scratch = stage.to.toStdString();
+        const std::string link = scratch + "/link";
+        QCOMPARE(::symlink(secret.c_str(), link.c_str()), 0);
+        const filetools::Descriptor clip(::open(in.c_str(), O_RDONLY | O_CLOEXEC));
+        const filetools::Descriptor other(::open(secret.c_str(), O_RDONLY | O_CLOEXEC));
+        const auto again = [](const filetools::Descriptor& file) {
+            return "/proc/self/fd/" + std::to_string(file.get());
+        };
+
+        Confinement confinement;
+        QVERIFY(confinement.files().mayRead(clip.get()));
+        QVERIFY(confinement.files().mayWrite(scratch));
+        QVERIFY(!confinement.files().mayRead(scratch + "/nowhere"));
+        struct Try
+        {
+            const char* what;
+            std::string path;
+            int flags;
+            int outcome;
+        };
+        const std::vector<Try> tries = {
+            {"the clip", in, O_RDONLY, 0},
+            {"the clip by its descriptor", again(clip), O_RDONLY, 0},
+            {"the clip for writing", in, O_WRONLY, EACCES},
+            {"its neighbour", secret, O_RDONLY, EACCES},
+            {"its neighbour by a descriptor", again(other), O_RDONLY, EACCES},
+            {"its neighbour through a link in the scratch", link, O_RDONLY, EACCES},
+            {"its directory", stage.in.toStdString(), O_RDONLY | O_DIRECTORY, EACCES},
+            {"a new file beside it", stage.in.toStdString() + "/new", O_WRONLY | O_CREAT, EACCES},
+            {"the system's users", "/etc/passwd", O_RDONLY, EACCES},
+            {"the null device", "/dev/null", O_RDWR, EACCES},
+            {"a new file of its own", scratch + "/new", O_RDWR | O_CREAT, 0},
+        };
+        for (const Try& one : tries) {
+            // Nothing but the confinement is in the way.
+            const int before = tryToOpen(one.path, one.flags & ~O_CREAT);
+            QVERIFY(before == 0 || (before == ENOENT && (one.flags & O_CREAT) != 0));
+            const int outcome = confined(confinement, [&one] { return tryToOpen(one.path, one.flags); });
+            QVERIFY2(outcome == one.outcome,
+                     qPrintable(QString::fromLatin1("%1: %2").arg(QLatin1String(one.what)).arg(outcome)));
+        }
+        // In its scratch it does as it likes, but plants nothing there that leads elsewhere.
+        QCOMPARE(confined(confinement, [&] { return ::mkdir((scratch + "/d").c_str(), 0700) ? errno : 0; }),
+                 0);
+        QCOMPARE(confined(confinement,
+                          [&] {
+                              return ::rename((scratch + "/new").c_str(), (scratch + "/d/old").c_str())
+                                         ? errno
+                                         : 0;
+                          }),
+                 0);
+        QCOMPARE(confined(confinement, [&] { return ::unlink((scratch + "/d/old").c_str()) ? errno : 0; }),
+                 0);
+        QCOMPARE(
+            confined(confinement, [&] { return ::symlink("/etc", (scratch + "/etc").c_str()) ? errno : 0; }),
+            EACCES);
+        QCOMPARE(
+            confined(confinement, [&] { return ::mkfifo((scratch + "/pipe").c_str(), 0600) ? errno : 0; }),
+            EACCES);
+        QCOMPARE(confined(confinement,
+                          [&] { return ::rename(in.c_str(), (scratch + "/stolen").c_str()) ? errno : 0; }),
+                 EACCES);
+    }
+
+    void confinedProgramBeginsAndReachesNoOther()
+    {
+        Stage stage;
+        const std::string clip = stage.source(QStringLiteral("clip.mov"), "clip").toStdString();
+        const std::string secret = stage.source(QStringLiteral("secret.mov"), "secret").toStdString();
+        const std::string scratch = stage.to.toStdString();
+        const std::string said = scratch + "/said";
+        Confinement confinement;
+        confinement.files().mayRun("/usr/bin/ffmpeg");
+        confinement.files().mayExecute("/bin/cat");
+        confinement.files().mayRead(clip);
+        confinement.files().mayWrite(scratch);
+        QCOMPARE(confinement.filterCalls(), std::string());
+        const auto run = [&](std::vector<std::string> command) {
+            return confined(confinement, [&] {
+                const int to = ::open(said.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+                ::dup2(to, STDOUT_FILENO);
+                ::dup2(to, STDERR_FILENO);
+                return become(command);
+            });
+        };
+        QCOMPARE(run({"/bin/cat", clip}), 0);
+        QCOMPARE(content(QString::fromStdString(said)), QByteArray("clip"));
+        const std::string movie = scratch + "/made.mov";
+        const int made = run({"/usr/bin/ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i",
+                              "testsrc2=s=64x48:d=0.2", "-c:v", "mpeg4", movie});
+        QVERIFY2(made == 0, content(QString::fromStdString(said)).constData());
+        QCOMPARE(content(QString::fromStdString(said)), QByteArray());
+        QVERIFY(modeOf(movie) == 0600);
+        QVERIFY(run({"/usr/bin/ffmpeg", "-nostdin", "-v", "error", "-f", "lavfi", "-i", "anullsrc=d=0.1",
+                     "-f", "wav", "tcp://127.0.0.1:9"}) != 0);
+        QVERIFY2(content(QString::fromStdString(said)).contains("Operation not permitted"),
+                 content(QString::fromStdString(said)).constData());
+        if (Landlock::abi() == 0)
+            QSKIP("this kernel has no Landlock");
+        QCOMPARE(run({"/bin/cat", secret}), 1);
+        QVERIFY(!content(QString::fromStdString(said)).contains("secret\n"));
+        QCOMPARE(run({"/bin/ls", scratch}), EACCES);
+    }
+
+    void confinedProcessHasItsLimitsAndItsFilter()
+    {
+        Confinement confinement;
+        confinement.limit(RLIMIT_FSIZE, 4096);
+        confinement.limit(RLIMIT_NOFILE, RLIM_INFINITY); // never more than there was
+        QCOMPARE(confinement.filterCalls(), std::string());
+        rlimit files{};
+        QCOMPARE(::getrlimit(RLIMIT_NOFILE, &files), 0);
+        const auto limitOf = [](__rlimit_resource_t resource) {
+            rlimit limit{};
+            ::getrlimit(resource, &limit);
+            return limit.rlim_max;
+        };
+        QCOMPARE(confined(confinement,
+                          [&] {
+                              return (limitOf(RLIMIT_FSIZE) == 4096 ? 1 : 0) |
+                                     (limitOf(RLIMIT_CORE) == 0 ? 2 : 0) |
+                                     (limitOf(RLIMIT_NOFILE) == files.rlim_max ? 4 : 0) |
+                                     (::getpgrp() == ::getpid() ? 8 : 0);
+                          }),
+                 15);
+        QCOMPARE(confined(confinement, [] { return ::socket(AF_INET, SOCK_STREAM, 0) < 0 ? errno : 0; }),
+                 EPERM);
+        QCOMPARE(confined(confinement, [] { return ::socket(AF_NETLINK, SOCK_RAW, 0) < 0 ? errno : 0; }),
+                 EPERM);
+        QCOMPARE(confined(confinement, [] { return ::unshare(CLONE_NEWUSER) != 0 ? errno : 0; }), EPERM);
+        QCOMPARE(confined(confinement,
+                          [] { return ::ptrace(PTRACE_ATTACH, ::getppid(), nullptr, nullptr) ? errno : 0; }),
+                 EPERM);
+        QCOMPARE(
+            confined(confinement, [] { return ::syscall(SYS_io_uring_setup, 1, nullptr) < 0 ? errno : 0; }),
+            EPERM);
+        QCOMPARE(confined(confinement, [] { return ::syscall(SYS_clone3, nullptr, 0) < 0 ? errno : 0; }),
+                 ENOSYS);
+        QCOMPARE(confined(confinement,
+                          [] {
+                              std::thread thread([] {});
+                              thread.join();
+                              return 0;
+                          }),
+                 0);
     }
 };
 

@@ -1,6 +1,7 @@
 #include "PipelineBench.h"
 #include "TestFiles.h"
 #include "base/FileTools.h"
+#include "base/Landlock.h"
 #include "media/MediaProbe.h"
 
 #include <QDir>
@@ -242,6 +243,10 @@ private slots:
         const int confined =
             calls.lastIndexOf(QRegularExpression(QStringLiteral(".*SECCOMP_SET_MODE_FILTER.*")));
         QVERIFY(confined > 0);
+        if (Landlock::abi() > 0)
+            QVERIFY(!calls.mid(0, confined)
+                         .filter(QRegularExpression(QStringLiteral("landlock_restrict_self\\(.*= 0$")))
+                         .isEmpty());
         calls = calls.mid(confined + 1);
         // A sanitizer asks what program it is in, and for the map of its memory; it is refused both.
         calls.erase(std::remove_if(calls.begin(), calls.end(),

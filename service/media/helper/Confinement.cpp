@@ -1,11 +1,11 @@
-#include "Confinement.h"
+#include "media/helper/Confinement.h"
+
+#include "base/Confinement.h"
 
 #include <seccomp.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -24,18 +24,12 @@ struct Limit
     rlim_t most;
 };
 
-constexpr std::array<Limit, 6> kLimits = {{
+constexpr Limit kLimits[] = {
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
     {RLIMIT_AS, kMostMemory}, // the sanitizers reserve far more than they use
-#else
-    {RLIMIT_CORE, 0},
 #endif
-    {RLIMIT_CORE, 0},
-    {RLIMIT_CPU, kMostSeconds},
-    {RLIMIT_FSIZE, 0},
-    {RLIMIT_NOFILE, kMostDescriptors},
-    {RLIMIT_NPROC, 0},
-}};
+    {RLIMIT_CPU, kMostSeconds}, {RLIMIT_FSIZE, 0}, {RLIMIT_NOFILE, kMostDescriptors}, {RLIMIT_NPROC, 0},
+};
 
 /// Calls that are allowed whatever their arguments. None of them takes a path, and none makes a descriptor
 /// but recvmsg, which gets one from the service.
@@ -54,21 +48,6 @@ constexpr std::array<int, 26> kAllowed = {
 std::string failure(const char* what, int error)
 {
     return std::string(what) + ": " + std::strerror(error);
-}
-
-std::string limitResources()
-{
-    for (const auto& limit : kLimits) {
-        rlimit present{};
-        if (::getrlimit(static_cast<__rlimit_resource_t>(limit.resource), &present) != 0)
-            return failure("getrlimit", errno);
-        // What is narrower already stays so.
-        const rlim_t most = limit.most < present.rlim_max ? limit.most : present.rlim_max;
-        const rlimit wanted{most < present.rlim_cur ? most : present.rlim_cur, most};
-        if (::setrlimit(static_cast<__rlimit_resource_t>(limit.resource), &wanted) != 0)
-            return failure("setrlimit", errno);
-    }
-    return {};
 }
 
 /// Memory, but neither that of a file nor such that could be run as a program.
@@ -102,12 +81,12 @@ std::string filterCalls()
 
 std::string enter()
 {
-    ::umask(077);
-    if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
-        return failure("no new privileges", errno);
+    krxservice::Confinement confinement; // no file at all: its libraries are there, the media are handed over
+    for (const auto& limit : kLimits)
+        confinement.limit(limit.resource, limit.most);
     ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
-    if (const auto reason = limitResources(); !reason.empty())
-        return reason;
+    if (const auto entered = confinement.enter(); entered.failed)
+        return failure(entered.failed, entered.error);
     return filterCalls();
 }
 

@@ -1,5 +1,5 @@
-#include "Confinement.h"
-#include "Looker.h"
+#include "media/helper/Confinement.h"
+#include "media/helper/Looker.h"
 
 #include <sys/socket.h>
 #include <unistd.h>
