@@ -245,6 +245,9 @@ int main(int argc, char** argv)
     case Options::Wish::PrintConfig:
         std::fputs(options->configText().c_str(), stdout);
         return kDone;
+    case Options::Wish::Describe:
+        std::fputs(Options::description(KRX_VERSION).c_str(), stdout);
+        return kDone;
     case Options::Wish::Check:
     case Options::Wish::Run:
         break;

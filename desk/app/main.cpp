@@ -43,6 +43,8 @@ int answerWithoutDisplay(int argc, char** argv)
         std::fputs(qPrintable(DeskOptions::helpText()), stdout);
     else if (options.mode == DeskOptions::Mode::ShowVersion)
         std::printf("krx-desk %s\n", KRX_DESK_VERSION);
+    else if (options.mode == DeskOptions::Mode::Describe)
+        std::fputs(qPrintable(DeskOptions::description(QStringLiteral(KRX_DESK_VERSION))), stdout);
     else if (options.needsExtras() && DeskExtras::find(DeskExtras::places()).isEmpty())
         return DeskApplication::refuseMissingExtras();
     else

@@ -1,5 +1,6 @@
 #include "base/Options.h"
 
+#include "base/CommandLine.h"
 #include "base/ConfigFile.h"
 
 #include <unistd.h>
@@ -25,6 +26,7 @@ struct Row
 {
     const char* name;
     const char* argument; ///< null: a flag
+    const char* values;   ///< for shells, as in OptionText
     bool isList;
     const char* help; ///< lines of at most 60 characters
     bool (*take)(Options&, const std::string&);
@@ -122,12 +124,12 @@ std::string levelName(Options::LogLevel level)
 }
 
 constexpr std::array kRows = {
-    Row{"port", "N", false, "listen on this loopback port (58885); 0 lets the system\nchoose", takePort,
+    Row{"port", "N", "", false, "listen on this loopback port (58885); 0 lets the system\nchoose", takePort,
         [](const Options& o) { return std::to_string(o.port); }},
-    Row{"no-port", nullptr, false, "listen on the Unix socket only",
+    Row{"no-port", nullptr, "", false, "listen on the Unix socket only",
         [](Options& o, const std::string& text) { return takeAbsence(o.hasPort, text); },
         [](const Options& o) { return std::string(o.hasPort ? "false" : "true"); }},
-    Row{"socket", "PATH", false,
+    Row{"socket", "PATH", "file", false,
         "listen on this Unix socket, too (with the port 58885 or\nwithout a port: "
         "$XDG_RUNTIME_DIR/krx-service/socket)",
         [](Options& o, const std::string& text) {
@@ -135,29 +137,30 @@ constexpr std::array kRows = {
             return text.empty() || takePath(o.socketPath, text);
         },
         [](const Options& o) { return quoted(o.socketPath); }},
-    Row{"no-socket", nullptr, false, "listen on the port only",
+    Row{"no-socket", nullptr, "", false, "listen on the port only",
         [](Options& o, const std::string& text) { return takeAbsence(o.hasSocket, text); },
         [](const Options& o) { return std::string(o.hasSocket ? "false" : "true"); }},
-    Row{"allow-user", "NAME", true,
+    Row{"allow-user", "NAME", "user", true,
         "serve this user by the port, too, with all that the own\nuser may do; may be given more than once",
         [](Options& o, const std::string& text) {
             o.allowedUsers.push_back(text);
             return !text.empty();
         },
         [](const Options& o) { return listed(o.allowedUsers); }},
-    Row{"data", "DIR", false,
+    Row{"data", "DIR", "dir", false,
         "keep the database and the outputs here\n($XDG_DATA_HOME/krx-service or ~/.local/share/krx-service)",
         [](Options& o, const std::string& text) { return takePath(o.dataFolder, text); },
         [](const Options& o) { return quoted(o.dataFolder); }},
-    Row{"settle", "SECONDS", false, "how long a file must stand still before it is taken (2)",
+    Row{"settle", "SECONDS", "", false, "how long a file must stand still before it is taken (2)",
         [](Options& o, const std::string& text) { return takeSeconds(o.settleSeconds, text); },
         [](const Options& o) { return plain(o.settleSeconds); }},
-    Row{"rescan", "SECONDS", false, "how often the watched folders are read again (10)",
+    Row{"rescan", "SECONDS", "", false, "how often the watched folders are read again (10)",
         [](Options& o, const std::string& text) { return takeSeconds(o.rescanSeconds, text); },
         [](const Options& o) { return plain(o.rescanSeconds); }},
-    Row{"log-level", "LEVEL", false, "the least that is logged: info (default), warning, error", takeLevel,
+    Row{"log-level", "LEVEL", "info|warning|error", false,
+        "the least that is logged: info (default), warning, error", takeLevel,
         [](const Options& o) { return quoted(levelName(o.logLevel)); }},
-    Row{"log-file", "PATH", false,
+    Row{"log-file", "PATH", "file", false,
         "log into this file, too, unless the journal takes it; \"none\"\nfor no file (krx-service.log in "
         "$XDG_STATE_HOME/krx-service,\nor in the folder given by --data)",
         [](Options& o, const std::string& text) {
@@ -166,6 +169,29 @@ constexpr std::array kRows = {
         },
         [](const Options& o) { return quoted(o.logFile.empty() ? "none" : o.logFile); }},
 };
+
+using Wish = Options::Wish;
+
+/// Options that say what is to be done, and count on the command line only.
+struct WishRow
+{
+    commandline::OptionText text;
+    Wish wish;
+    bool isAtOnce; ///< whatever else is said, however wrong
+};
+
+constexpr std::array kWishes = {
+    WishRow{{"check", nullptr, "",
+             "look whether all records and outputs in DIR agree, and end;\nchanges none of them"},
+            Wish::Check,
+            false},
+    WishRow{{"print-config", nullptr, "", "show the options in force, and where each was said"},
+            Wish::PrintConfig,
+            false},
+    WishRow{{"help", nullptr, "", "show this text"}, Wish::Help, true},
+    WishRow{{"version", nullptr, "", "show the version"}, Wish::Version, true},
+};
+constexpr char kDescribe[] = "--describe"; ///< for programs, and so in no list for people
 
 /// What was said about one option, and where.
 struct Said
@@ -184,6 +210,28 @@ const Row* rowOf(const std::string& name)
     return nullptr;
 }
 
+const WishRow* wishOf(const std::string& argument)
+{
+    for (const WishRow& row : kWishes) {
+        if (argument == std::string("--") + row.text.name)
+            return &row;
+    }
+    return nullptr;
+}
+
+/// What every run of the program takes, in the order in which people see it.
+std::vector<commandline::OptionText> allOptions()
+{
+    std::vector<commandline::OptionText> options;
+    for (const Row& row : kRows)
+        options.push_back({row.name, row.argument, row.values, row.help});
+    options.push_back({kConfigOption, "FILE", "file",
+                       "read this configuration file\n($XDG_CONFIG_HOME/krx-service/config.toml)"});
+    for (const WishRow& row : kWishes)
+        options.push_back(row.text);
+    return options;
+}
+
 std::string folderFrom(const Options::Environment& environment, const char* variable, const char* below)
 {
     const char* base = environment(variable);
@@ -199,16 +247,14 @@ std::optional<Refusal> readArguments(const std::vector<std::string>& arguments, 
 {
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         std::string name = arguments[i];
-        if (name == "--help" || name == "-h" || name == "--version") {
-            options.wish = name == "--version" ? Options::Wish::Version : Options::Wish::Help;
+        if (name == "-h" || name == kDescribe) {
+            options.wish = name == kDescribe ? Wish::Describe : Wish::Help;
             return std::nullopt;
         }
-        if (name == "--check") {
-            options.wish = Options::Wish::Check;
-            continue;
-        }
-        if (name == "--print-config") {
-            options.wish = Options::Wish::PrintConfig;
+        if (const WishRow* wish = wishOf(name)) {
+            options.wish = wish->wish;
+            if (wish->isAtOnce)
+                return std::nullopt;
             continue;
         }
         std::optional<std::string> value;
@@ -308,7 +354,7 @@ Outcome<Options> Options::parse(const std::vector<std::string>& arguments, const
     Layer said;
     if (const auto refusal = readArguments(arguments, said, options))
         return *refusal;
-    if (options.wish == Wish::Help || options.wish == Wish::Version)
+    if (options.wish == Wish::Help || options.wish == Wish::Version || options.wish == Wish::Describe)
         return options;
     for (const Row& row : kRows)
         readVariable(environment, row.name, row.isList, said);
@@ -351,34 +397,12 @@ std::string Options::configText() const
 
 std::string Options::helpText()
 {
-    const std::size_t column = 22;
-    std::string result = "Usage: krx-service [options]\n"
-                         "Watches folders and offers their finished clips to the editor.\n\n";
-    const auto add = [&result, column](std::string line, const std::string& help) {
-        std::istringstream lines(help);
-        for (std::string text; std::getline(lines, text); line.clear()) {
-            line.resize(std::max(column, line.size() + 1), ' ');
-            result += line + text + '\n';
-        }
-    };
-    for (const Row& row : kRows)
-        add(std::string("  --") + row.name + (row.argument ? std::string(" ") + row.argument : ""), row.help);
-    add("  --config FILE", "read this configuration file\n($XDG_CONFIG_HOME/krx-service/config.toml)");
-    add("  --check", "look whether all records and outputs in DIR agree, and end;\nchanges none of them");
-    add("  --print-config", "show the options in force, and where each was said");
-    add("  --help", "show this text");
-    add("  --version", "show the version");
-    return result +
-           "\n"
-           "The configuration file is TOML with the names above as keys (port = 58885). Each option\n"
-           "is also an environment variable (KRX_SERVICE_NO_PORT=true). The command line wins over\n"
-           "the environment, the environment over the file.\n"
-           "\n"
-           "When it is ready it prints \"listening on http://127.0.0.1:PORT\" (or the socket's path).\n"
-           "SIGTERM ends it; SIGHUP ends it when it runs in a terminal, otherwise it reads its\n"
-           "configuration again. It ends with 0 when told to, 2 for a wrong command line or\n"
-           "configuration, 3 when the port, the socket or the data folder is in use by another\n"
-           "instance, 1 for every other failure (and for what --check finds).\n";
+    return commandline::helpText(allOptions());
+}
+
+std::string Options::description(const std::string& version)
+{
+    return commandline::description(allOptions(), version);
 }
 
 } // namespace krxservice

@@ -12,7 +12,7 @@ namespace krxservice {
 /// wins over those behind it; what nobody said has a default.
 struct Options
 {
-    enum class Wish { Run, Check, Help, Version, PrintConfig };
+    enum class Wish { Run, Check, Help, Version, PrintConfig, Describe };
     enum class LogLevel { Info, Warning, Error };
 
     /// The value of an environment variable, or null.
@@ -49,6 +49,8 @@ struct Options
     static Outcome<Options> parse(const std::vector<std::string>& arguments);
 
     static std::string helpText();
+    /// The same for programs; see commandline::description().
+    static std::string description(const std::string& version);
     /// The options in force as a configuration file, each with the place where it was said.
     std::string configText() const;
 };

@@ -14,43 +14,51 @@ const QLatin1String kSkin("skin");
 const QLatin1String kLanguage("language");
 const QLatin1String kHelp("help");
 const QLatin1String kVersion("version");
+const QLatin1String kDescribe("describe"); ///< for programs, and so in no list for people
 
-/// One option that takes a path, and where it goes.
-struct PathOption
+const char kPurpose[] = "watch folders for a video editor, on a small desk";
+
+/// One option. Where it takes a path, the member says where that goes.
+struct OptionRow
 {
     QLatin1String name;
-    const char* help;
+    const char* letter; ///< the short form, or empty
     const char* valueName;
-    QString DeskOptions::*member;
+    const char* values; ///< for shells: "file", "dir", words divided by "|", or empty
+    const char* help;
+    QString DeskOptions::*path;
 };
 
-const PathOption kPaths[] = {
-    {kProject, "Open (or make) this project file.", "FILE", &DeskOptions::project},
-    {kServiceData, "Data folder of a service that the desk starts.", "DIR", &DeskOptions::serviceData},
-    {kServiceProgram, "The service's program, if not krx-service beside this one.", "FILE",
+const OptionRow kRows[] = {
+    {kProject, "", "FILE", "file", "Open (or make) this project file.", &DeskOptions::project},
+    {kServiceData, "", "DIR", "dir", "Data folder of a service that the desk starts.",
+     &DeskOptions::serviceData},
+    {kServiceProgram, "", "FILE", "file", "The service's program, if not krx-service beside this one.",
      &DeskOptions::serviceProgram},
-    {kDemo, "Open on a demo in this folder: generated media, a project and a service of its own.", "DIR",
+    {kDemo, "", "DIR", "dir",
+     "Open on a demo in this folder: generated media, a project and a service of its own.",
      &DeskOptions::demo},
-    {kTour, "Play the guided tour by itself; pictures and tour.txt go to this folder.", "DIR",
+    {kTour, "", "DIR", "dir", "Play the guided tour by itself; pictures and tour.txt go to this folder.",
      &DeskOptions::tour},
+    {kSkin, "", "SKIN", "light|dark", "How the desk looks: light or dark.", nullptr},
+    {kLanguage, "", "LANGUAGE", "en|de", "Language of the texts, for example en or de.", nullptr},
+    {kHelp, "h", "", "", "Print this help.", nullptr},
+    {kVersion, "v", "", "", "Print the version.", nullptr},
 };
 
 void fill(QCommandLineParser& parser)
 {
-    parser.setApplicationDescription(
-        QStringLiteral("KRX Desk: watch folders for a video editor, on a small desk."));
-    for (const PathOption& option : kPaths) {
-        parser.addOption(QCommandLineOption(option.name, QString::fromUtf8(option.help),
-                                            QString::fromUtf8(option.valueName)));
+    parser.setApplicationDescription(QStringLiteral("KRX Desk: %1.").arg(QString::fromUtf8(kPurpose)));
+    for (const OptionRow& row : kRows) {
+        QStringList names{row.name};
+        if (*row.letter != 0)
+            names.prepend(QString::fromUtf8(row.letter));
+        parser.addOption(
+            QCommandLineOption(names, QString::fromUtf8(row.help), QString::fromUtf8(row.valueName)));
     }
-    parser.addOption(QCommandLineOption(kSkin, QStringLiteral("How the desk looks: light or dark."),
-                                        QStringLiteral("SKIN")));
-    parser.addOption(QCommandLineOption(kLanguage,
-                                        QStringLiteral("Language of the texts, for example en or de."),
-                                        QStringLiteral("LANGUAGE")));
-    parser.addOption(QCommandLineOption({QStringLiteral("h"), kHelp}, QStringLiteral("Print this help.")));
-    parser.addOption(
-        QCommandLineOption({QStringLiteral("v"), kVersion}, QStringLiteral("Print the version.")));
+    QCommandLineOption describe(kDescribe);
+    describe.setFlags(QCommandLineOption::HiddenFromHelp);
+    parser.addOption(describe);
 }
 
 bool readSkin(const QCommandLineParser& parser, DeskOptions& options, QString& error)
@@ -81,13 +89,15 @@ bool DeskOptions::parse(const QStringList& arguments, DeskOptions& options, QStr
             QStringLiteral("\"%1\" is not an option of krx-desk.").arg(parser.positionalArguments().first());
         return false;
     }
-    for (const PathOption& option : kPaths) {
+    for (const OptionRow& option : kRows) {
+        if (!option.path)
+            continue;
         const QString value = parser.value(option.name);
         if (parser.isSet(option.name) && value.isEmpty()) {
             error = QStringLiteral("--%1 needs a path.").arg(QString(option.name));
             return false;
         }
-        options.*option.member = value.isEmpty() ? value : QFileInfo(value).absoluteFilePath();
+        options.*option.path = value.isEmpty() ? value : QFileInfo(value).absoluteFilePath();
     }
     if (!readSkin(parser, options, error))
         return false;
@@ -96,6 +106,8 @@ bool DeskOptions::parse(const QStringList& arguments, DeskOptions& options, QStr
         options.mode = Mode::ShowHelp;
     else if (parser.isSet(kVersion))
         options.mode = Mode::ShowVersion;
+    else if (parser.isSet(kDescribe))
+        options.mode = Mode::Describe;
     else if (!options.tour.isEmpty())
         options.mode = Mode::Tour;
     return true;
@@ -106,4 +118,21 @@ QString DeskOptions::helpText()
     QCommandLineParser parser;
     fill(parser);
     return parser.helpText();
+}
+
+QString DeskOptions::description(const QString& version)
+{
+    QString result = QStringLiteral("program\tkrx-desk\t%1\t%2\n").arg(QString::fromUtf8(kPurpose), version);
+    for (const OptionRow& row : kRows) {
+        result += QStringLiteral("option\t\t%1\t%2\t%3\t%4\n")
+                      .arg(row.name, QString::fromUtf8(row.valueName), QString::fromUtf8(row.values),
+                           QString::fromUtf8(row.help));
+    }
+    return result +
+           QStringLiteral(
+               "section\tENVIRONMENT\t"
+               "KRX_CONNECT_USER\\n   the user whose service may be asked besides the own one\\n\n"
+               "section\tEXIT STATUS\tIt ends with 0 when its window was closed, and with 2 for a wrong "
+               "command line.\\n\n"
+               "see\tkrx-service\n");
 }

@@ -6,7 +6,7 @@
 /// What the command line asks for.
 struct DeskOptions
 {
-    enum class Mode { Window, Tour, ShowHelp, ShowVersion };
+    enum class Mode { Window, Tour, ShowHelp, ShowVersion, Describe };
     enum class Skin { Light, Dark };
 
     Mode mode = Mode::Window;
@@ -29,4 +29,7 @@ struct DeskOptions
     static bool parse(const QStringList& arguments, DeskOptions& options, QString& error);
     /// What --help prints.
     static QString helpText();
+    /// The same for programs, from which the manual page and completion are made: a line for each thing,
+    /// fields divided by tabs.
+    static QString description(const QString& version);
 };

@@ -1,0 +1,146 @@
+#include "base/CommandLine.h"
+
+#include <algorithm>
+#include <array>
+#include <initializer_list>
+#include <sstream>
+#include <string_view>
+
+namespace krxservice::commandline {
+
+namespace {
+
+constexpr std::size_t kColumn = 22; ///< where the texts of --help begin
+
+constexpr char kPurpose[] = "watches folders and offers their finished clips to the editor";
+
+/// What is to be said beside the options.
+struct Section
+{
+    const char* title;
+    const char* text;
+};
+
+constexpr std::array kSections = {
+    Section{"CONFIGURATION",
+            "The configuration file is TOML with the names above as keys (port = 58885). Each option\n"
+            "is also an environment variable (KRX_SERVICE_NO_PORT=true). The command line wins over\n"
+            "the environment, the environment over the file.\n"},
+    Section{"SIGNALS",
+            "When it is ready it prints \"listening on http://127.0.0.1:PORT\" (or the socket's path).\n"
+            "SIGTERM ends it; SIGHUP ends it when it runs in a terminal, otherwise it reads its\n"
+            "configuration again.\n"},
+    Section{"EXIT STATUS",
+            "It ends with 0 when told to, 2 for a wrong command line or configuration, 3 when the\n"
+            "port, the socket or the data folder is in use by another instance, 1 for every other\n"
+            "failure (and for what --check finds).\n"},
+};
+
+/// One line: fields divided by tabs.
+std::string line(std::initializer_list<std::string_view> fields)
+{
+    std::string result;
+    for (const std::string_view field : fields) {
+        result += result.empty() ? "" : "\t";
+        for (const char c : field)
+            result += c == '\n' ? "\\n" : c == '\t' ? " " : std::string(1, c);
+    }
+    return result + '\n';
+}
+
+void addRow(std::string& result, std::string begin, const std::string& help)
+{
+    std::istringstream lines(help);
+    for (std::string text; std::getline(lines, text); begin.clear()) {
+        begin.resize(std::max(kColumn, begin.size() + 1), ' ');
+        result += begin + text + '\n';
+    }
+}
+
+std::string shown(const OptionText& option)
+{
+    return std::string("  --") + option.name + (option.argument ? std::string(" ") + option.argument : "");
+}
+
+std::string shown(const Command& command)
+{
+    return std::string(command.name) + (*command.operands ? std::string(" ") + command.operands : "");
+}
+
+} // namespace
+
+const std::vector<Command>& commands()
+{
+    static const std::vector<Command> table = {};
+    return table;
+}
+
+const std::vector<OptionText>& commandOptions()
+{
+    static const std::vector<OptionText> table = {};
+    return table;
+}
+
+const Command* commandCalled(const std::string& name)
+{
+    for (const Command& command : commands()) {
+        if (name == command.name)
+            return &command;
+    }
+    return nullptr;
+}
+
+bool takes(const Command& command, const std::string& option)
+{
+    return std::any_of(command.options.begin(), command.options.end(),
+                       [&](const char* name) { return option == name; });
+}
+
+std::string helpText(const std::vector<OptionText>& options)
+{
+    std::string result = "Usage: krx-service [options]\n";
+    if (!commands().empty())
+        result += "       krx-service COMMAND [operands] [options]\n";
+    result += std::string("krx-service ") + kPurpose + ".\n\nOptions:\n";
+    for (const OptionText& option : options)
+        addRow(result, shown(option), option.help);
+    if (!commands().empty())
+        result += "\nCommands:\n";
+    for (const Command& command : commands())
+        addRow(result, "  " + shown(command), command.help);
+    if (!commandOptions().empty())
+        result += "\nOptions of commands:\n";
+    for (const OptionText& option : commandOptions())
+        addRow(result, shown(option), option.help);
+    for (const Section& section : kSections)
+        result += std::string("\n") + section.text;
+    return result;
+}
+
+std::string description(const std::vector<OptionText>& options, const std::string& version)
+{
+    std::string result = line({"program", "krx-service", kPurpose, version});
+    const auto optionLine = [](const char* kind, std::string_view command, const OptionText& option) {
+        return line(
+            {kind, command, option.name, option.argument ? option.argument : "", option.values, option.help});
+    };
+    for (const OptionText& option : options)
+        result += optionLine("option", "", option);
+    for (const Command& command : commands()) {
+        result += line({"command", command.name, command.operands, command.values, command.help});
+        for (const OptionText& option : commandOptions()) {
+            if (takes(command, option.name))
+                result += optionLine("option", command.name, option);
+        }
+    }
+    for (const Section& section : kSections)
+        result += line({"section", section.title, section.text});
+    result += line({"section", "FILES",
+                    "$XDG_CONFIG_HOME/krx-service/config.toml\n   the configuration\n"
+                    "$XDG_RUNTIME_DIR/krx-service/socket\n   the Unix socket\n"
+                    "$XDG_DATA_HOME/krx-service\n   database and outputs\n"
+                    "$XDG_STATE_HOME/krx-service/krx-service.log\n   the log\n"});
+    return result + line({"see", "krx-desk"});
+}
+
+} // namespace krxservice::commandline
