@@ -39,12 +39,13 @@ Outcome<Clip> CopyActivity::run(const Clip& clip, const ActivityRecipe& recipe,
     log::info("copied " + clip.source.path + " to " + result.path);
     Clip copied = clip;
     copied.source.checksum = result.checksum;
-    if (recipe.relinkAfterCopy) {
-        const auto stamp = filetools::stampOf(result.path);
-        if (!stamp)
-            return failed(clip, recipe, "the finished copy is gone");
-        copied.linked = {result.path, *stamp, result.checksum};
-    }
+    const auto stamp = filetools::stampOf(result.path);
+    if (!stamp)
+        return failed(clip, recipe, "the finished copy is gone");
+    const FileFacts copy{result.path, *stamp, result.checksum};
+    if (recipe.relinkAfterCopy)
+        copied.linked = copy;
+    copied.activities.push_back({recipe.id, recipe.name, "verified", {copy}, {}});
     return copied;
 }
 

@@ -5,6 +5,7 @@
 #include "base/Log.h"
 #include "base/SourceFile.h"
 #include "base/Text.h"
+#include "media/ClipMemory.h"
 #include "media/MediaProbe.h"
 #include "media/OutputDocument.h"
 
@@ -203,19 +204,25 @@ void Pipeline::goOn(Work& work)
 {
     ClipRecord& record = work.record;
     const bool linked = !record.linkedPath.empty();
-    const bool stands =
-        record.profile == work.order.profile.id &&
-        record.done <= static_cast<int>(work.order.profile.activities.size()) &&
-        (!linked || filetools::stampOf(record.linkedPath) == std::optional(record.linkedStamp));
+    Clip made = work.clip;
+    bool stands = record.profile == work.order.profile.id &&
+                  record.done <= static_cast<int>(work.order.profile.activities.size()) &&
+                  (record.made.empty() || clipmemory::read(record.made, made)) &&
+                  (!linked || filetools::stampOf(record.linkedPath) == std::optional(record.linkedStamp));
+    for (const auto& part : made.parts)
+        stands = stands && filetools::stampOf(part.file.path) == std::optional(part.file.stamp);
     record.profile = work.order.profile.id;
     if (!record.scratch.empty())
         ::unlink(record.scratch.c_str());
     if (!stands) {
         record.done = 0;
         record.linkedPath.clear();
-    } else if (linked) {
-        work.clip.linked = {record.linkedPath, record.linkedStamp, record.linkedChecksum};
+        record.made.clear();
+        return;
     }
+    work.clip = std::move(made);
+    if (linked)
+        work.clip.linked = {record.linkedPath, record.linkedStamp, record.linkedChecksum};
 }
 
 FileResult Pipeline::reject(const Work& work, const std::string& reason)
@@ -293,6 +300,7 @@ std::optional<Refusal> Pipeline::runActivities(Work& work)
             record.linkedStamp = work.clip.linked.stamp;
             record.linkedChecksum = work.clip.linked.checksum;
         }
+        record.made = clipmemory::write(work.clip);
         m_clips.acted(record);
     }
     return std::nullopt;

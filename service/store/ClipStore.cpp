@@ -12,7 +12,8 @@ namespace {
 
 constexpr char kColumns[] =
     "SELECT id, guid, owner, path, size, modified, changed, inode, checksum, state, profile, job, "
-    "done, linked_path, linked_size, linked_modified, linked_checksum, output, scratch, gone_since FROM "
+    "done, linked_path, linked_size, linked_modified, linked_checksum, made, output, scratch, gone_since "
+    "FROM "
     "clips ";
 
 /// A folder or a job may be removed while its file is looked at. Two values: the owner, twice.
@@ -53,9 +54,10 @@ ClipRecord read(const Statement& row)
     clip.linkedStamp.size = row.number(14);
     clip.linkedStamp.modified = row.number(15);
     clip.linkedChecksum = row.text(16);
-    clip.output = row.text(17);
-    clip.scratch = row.text(18);
-    clip.goneSince = row.number(19);
+    clip.made = row.text(17);
+    clip.output = row.text(18);
+    clip.scratch = row.text(19);
+    clip.goneSince = row.number(20);
     return clip;
 }
 
@@ -145,9 +147,10 @@ std::optional<ClipRecord> ClipStore::begin(const ClipRecord& clip,
         id = m_database.lastRowId();
     }
     m_database
-        .prepare("UPDATE clips SET state='acting', size=?, modified=?, changed=?, inode=?, profile=?, "
-                 "done=?, linked_path=?, linked_size=?, linked_modified=?, linked_checksum=?, output=? "
-                 "WHERE id=? AND state IN ('waiting', 'acting')")
+        .prepare(
+            "UPDATE clips SET state='acting', size=?, modified=?, changed=?, inode=?, profile=?, "
+            "done=?, linked_path=?, linked_size=?, linked_modified=?, linked_checksum=?, made=?, output=? "
+            "WHERE id=? AND state IN ('waiting', 'acting')")
         .bind(clip.stamp.size)
         .bind(clip.stamp.modified)
         .bind(clip.stamp.changed)
@@ -158,6 +161,7 @@ std::optional<ClipRecord> ClipStore::begin(const ClipRecord& clip,
         .bind(clip.linkedStamp.size)
         .bind(clip.linkedStamp.modified)
         .bind(clip.linkedChecksum)
+        .bind(clip.made)
         .bind(outputName(id))
         .bind(id)
         .run();
@@ -190,12 +194,13 @@ bool ClipStore::acted(const ClipRecord& clip)
     const auto lock = m_database.lock();
     m_database
         .prepare("UPDATE clips SET done=?, linked_path=?, linked_size=?, linked_modified=?, "
-                 "linked_checksum=?, scratch='' WHERE id=? AND state='acting'")
+                 "linked_checksum=?, made=?, scratch='' WHERE id=? AND state='acting'")
         .bind(std::int64_t(clip.done))
         .bind(clip.linkedPath)
         .bind(clip.linkedStamp.size)
         .bind(clip.linkedStamp.modified)
         .bind(clip.linkedChecksum)
+        .bind(clip.made)
         .bind(clip.id)
         .run();
     return m_database.changes() > 0;

@@ -19,7 +19,7 @@ namespace krxservice {
 namespace {
 
 /// Step n brings the tables from version n to version n + 1. Steps are only ever added.
-constexpr std::array<const char*, 2> kMigrations = {
+constexpr std::array<const char*, 3> kMigrations = {
     R"sql(
 CREATE TABLE profiles(
     seq INTEGER PRIMARY KEY AUTOINCREMENT,
@@ -110,6 +110,8 @@ CREATE TRIGGER profile_made AFTER INSERT ON profiles
 CREATE TRIGGER profile_removed AFTER DELETE ON profiles
     BEGIN UPDATE meta SET value=value+1 WHERE name='generation'; END;
 )sql",
+    // What the finished actions of a clip made, for a retry and the next start.
+    "ALTER TABLE clips ADD COLUMN made TEXT NOT NULL DEFAULT '';",
 };
 
 /// What belongs to a database beside its own file.
@@ -196,6 +198,12 @@ std::int64_t Statement::number(int column) const
 int Statement::columns() const
 {
     return sqlite3_column_count(m_statement);
+}
+
+std::string Statement::name(int column) const
+{
+    const char* name = sqlite3_column_name(m_statement, column);
+    return name ? name : "";
 }
 
 bool Statement::isNumber(int column) const

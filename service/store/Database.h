@@ -54,6 +54,7 @@ public:
     std::string text(int column) const;
     std::int64_t number(int column) const;
     int columns() const;
+    std::string name(int column) const;
     bool isNumber(int column) const;
 
 private:

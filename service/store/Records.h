@@ -82,6 +82,7 @@ struct ClipRecord
     std::string linkedPath;
     FileStamp linkedStamp;
     std::string linkedChecksum;
+    std::string made;           ///< all else that they made, in a form of the pipeline's own
     std::string output;         ///< name of its output document
     std::string scratch;        ///< unfinished file to be removed when the work was interrupted
     std::int64_t goneSince = 0; ///< when its file was first missed, nanoseconds since 1970; 0: it was not

@@ -25,10 +25,15 @@ bool next(Statement& rows)
 
 void copyRow(const Statement& row, const std::string& table, Database& to)
 {
+    // By name: a table of an older version has fewer columns.
+    std::string names = row.name(0);
     std::string marks = "?";
-    for (int column = 1; column < row.columns(); ++column)
+    for (int column = 1; column < row.columns(); ++column) {
+        names += ", " + row.name(column);
         marks += ", ?";
-    Statement insert = to.prepare("INSERT OR REPLACE INTO " + table + " VALUES(" + marks + ')');
+    }
+    Statement insert =
+        to.prepare("INSERT OR REPLACE INTO " + table + '(' + names + ") VALUES(" + marks + ')');
     for (int column = 0; column < row.columns(); ++column) {
         if (row.isNumber(column))
             insert.bind(row.number(column));

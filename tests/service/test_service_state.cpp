@@ -2,6 +2,7 @@
 #include "TestFiles.h"
 
 #include "base/FileTools.h"
+#include "media/ClipMemory.h"
 
 #include <QDir>
 #include <QProcess>
@@ -384,6 +385,94 @@ private slots:
         order.profile.activities = {PipelineBench::copyTo(other)};
         QVERIFY(bench.pipeline.process(order).end == End::Offered);
         QVERIFY(QFile::exists(other + s("/a.wav")));
+    }
+
+    void whatFinishedActionsMadeIsStillKnownWhenALaterOneIsTriedAgain()
+    {
+        PipelineBench& bench = *m_bench;
+        const QString first = bench.folder.filePath(s("first"));
+        const QString second = bench.folder.filePath(s("second"));
+        QVERIFY(QDir().mkpath(first));
+        auto order = bench.order(m_wave);
+        order.profile.activities = {PipelineBench::copyTo(first), PipelineBench::copyTo(second)};
+        order.profile.activities[0].name = "One";
+        order.profile.activities[1].name = "Two";
+        QVERIFY(bench.pipeline.process(order).end == End::Failed);
+        // Nobody makes it again: what is finished stays finished.
+        QVERIFY(QFile::remove(first + s("/a.wav")) && QDir().mkpath(second));
+        bench.clips.retry("f000001");
+        // As after a restart: nothing but the database tells what was made.
+        Pipeline other(bench.database, bench.clips, bench.errors, bench.outputs);
+        QVERIFY(other.process(order).end == End::Offered);
+        QVERIFY(!QFile::exists(first + s("/a.wav")));
+        Clip clip;
+        QVERIFY(clipmemory::read(bench.clips.inState(ClipState::Offered).at(0).made, clip));
+        QCOMPARE(clip.activities.size(), std::size_t(2));
+        QCOMPARE(clip.activities[0].name, std::string("One"));
+        QCOMPARE(clip.activities[0].check, std::string("verified"));
+        QCOMPARE(clip.activities[0].made.at(0).path, first.toStdString() + "/a.wav");
+        QCOMPARE(clip.activities[0].made[0].checksum, clip.source.checksum);
+        QCOMPARE(clip.activities[1].name, std::string("Two"));
+        QCOMPARE(clip.activities[1].made.at(0).path, second.toStdString() + "/a.wav");
+    }
+
+    void partOfAClipThatIsGoneIsMadeAgain()
+    {
+        PipelineBench& bench = *m_bench;
+        const QString first = bench.folder.filePath(s("first"));
+        const QString second = bench.folder.filePath(s("second"));
+        QVERIFY(QDir().mkpath(first));
+        auto order = bench.order(m_wave);
+        order.profile.activities = {PipelineBench::copyTo(first), PipelineBench::copyTo(second)};
+        QVERIFY(bench.pipeline.process(order).end == End::Failed);
+        ClipRecord record = bench.clips.inState(ClipState::Failed).at(0);
+        Clip clip;
+        QVERIFY(clipmemory::read(record.made, clip));
+        clip.parts = {
+            {"sound", {bench.folder.path().toStdString() + "/sound.wav", {7, 8, 0, 0}, "xxh3-64:1"}}};
+        bench.clips.retry("f000001");
+        QVERIFY(bench.clips.begin(record, [](std::int64_t) { return std::string(); }));
+        record.made = clipmemory::write(clip);
+        QVERIFY(bench.clips.acted(record) && bench.clips.wait(record.id));
+        QVERIFY(QFile::remove(first + s("/a.wav")) && QDir().mkpath(second));
+        QVERIFY(bench.pipeline.process(order).end == End::Offered);
+        QVERIFY(QFile::exists(first + s("/a.wav")));
+    }
+
+    void memoryOfAClipHoldsAllOfIt()
+    {
+        Clip clip;
+        clip.source = {"/in/a <&\"'.mov", {1, 2, 3, 4}, "xxh3-64:1"};
+        clip.media = {"video", "mov", "1.5", "01:00:00:00", {}};
+        StreamFacts stream;
+        stream.type = "audio";
+        stream.sampleRate = 48000;
+        clip.media.streams = {stream, stream};
+        SequenceFacts sequence;
+        sequence.directory = "/in";
+        sequence.extension = ".dpx";
+        sequence.padding = 4;
+        sequence.firstNumber = 0;
+        sequence.lastNumber = 999999999999999999;
+        sequence.present = {{0, 3}, {999999999999999999, 999999999999999999}};
+        clip.sequence = sequence;
+        clip.sidecars = {clip.source};
+        clip.parts = {{"picture", clip.source}, {"sound", clip.source}};
+        clip.link.audioStart = 0;
+        clip.link.audioStartRate = 48000;
+        clip.link.startTimecode = "00:00:00;02";
+        clip.activities = {{"copy", "Copy", "verified", {clip.source, clip.source}, {"a", "b"}}};
+        const std::string text = clipmemory::write(clip);
+        Clip again;
+        QVERIFY(clipmemory::read(text, again));
+        QCOMPARE(clipmemory::write(again), text);
+        QCOMPARE(again.source.path, clip.source.path);
+        QVERIFY(again.source.stamp.isUntouched(clip.source.stamp));
+        QCOMPARE(again.sequence->lastNumber, clip.sequence->lastNumber);
+        QVERIFY(again.link.audioStart && *again.link.audioStart == 0);
+        QCOMPARE(again.activities.at(0).notes.at(1), std::string("b"));
+        QVERIFY(!clipmemory::read("<made><source", again));
+        QVERIFY(!clipmemory::read("<other/>", again));
     }
 
     void documentsOfADirectoryThatIsAwayAreNotTaken()

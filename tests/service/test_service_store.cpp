@@ -525,6 +525,28 @@ private slots:
         sqlite3_close(raw);
     }
 
+    void databaseOfTheSecondVersionKeepsItsClipsAndGetsRoomForWhatTheyMade()
+    {
+        const std::string name = newFile();
+        {
+            Database database(name);
+            ClipStore clips(database);
+            FolderStore(database).create(folder("/media/watch"));
+            QVERIFY(begun(clips, clip("f000001", "/media/watch/a", "c")) > 0);
+            database.execute("ALTER TABLE clips DROP COLUMN made; PRAGMA user_version=2");
+        }
+        Database database(name);
+        ClipStore clips(database);
+        auto found = clips.find("f000001", "/media/watch/a", "c");
+        QVERIFY(found && found->state == ClipState::Acting && found->made.empty());
+        found->made = "<made/>";
+        QVERIFY(clips.acted(*found));
+        QCOMPARE(clips.find(found->id)->made, std::string("<made/>"));
+        const QFileInfo info(QString::fromStdString(name));
+        QCOMPARE(info.dir().entryList({info.fileName() + QStringLiteral(".version-2-*")}, QDir::Files).size(),
+                 1);
+    }
+
     void storesMayBeUsedByManyThreads()
     {
         Database database(newFile());
