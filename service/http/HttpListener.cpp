@@ -3,6 +3,7 @@
 #include "base/Log.h"
 #include "base/Text.h"
 #include "http/HttpConnection.h"
+#include "http/Usher.h"
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/posix/stream_descriptor.hpp>
@@ -17,11 +18,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
-#include <deque>
 #include <thread>
 #include <unordered_map>
 
@@ -38,9 +37,7 @@ constexpr int kHandlerThreads = 8;
 constexpr int kBacklog = 4096;                 ///< as much as the system allows
 constexpr int kAcceptsAtOnce = 64;             ///< then the connections that are there get their turn
 constexpr std::size_t kMostConnections = 4096; ///< however many descriptors there are
-constexpr std::size_t kDescriptorsForWork = 400;
-constexpr std::size_t kMostTurnedAway = 256; ///< refused connections that are still given time to read why
-constexpr std::chrono::milliseconds kTimeToRead{500};
+constexpr std::size_t kDescriptorsForWork = 144 + Usher::kMostAtOnce;
 constexpr std::chrono::milliseconds kTick{1000};
 constexpr std::chrono::milliseconds kPause{50}; ///< when the system has no descriptor left
 constexpr std::chrono::milliseconds kBindPatience{1000};
@@ -183,6 +180,7 @@ public:
         for (const auto& entrance : m_entrances)
             waitAt(*entrance);
         tick();
+        m_usher.start();
         m_thread = std::thread([this] { m_io.run(); });
     }
 
@@ -194,8 +192,7 @@ public:
             for (const auto& report : m_keeper.takeReports(Clock::time_point::max()))
                 log::warning(Doorkeeper::text(report));
         }
-        while (!m_turnedAway.empty())
-            forgetFirst();
+        m_usher.stop();
         m_pool.stop();
         m_connections.clear();
         m_entrances.clear();
@@ -251,13 +248,6 @@ private:
         Doorkeeper::Kind kind;
     };
 
-    /// A refused connection that may still read its answer.
-    struct TurnedAway
-    {
-        int socket;
-        Clock::time_point until;
-    };
-
     void waitAt(Entrance& entrance)
     {
         entrance.descriptor.async_wait(asio::posix::stream_descriptor::wait_read,
@@ -298,7 +288,7 @@ private:
     void receive(int socket, Doorkeeper::Kind kind)
     {
         if (!m_keeper.lets(socket, kind))
-            return turnAway(socket);
+            return m_usher.showOut(socket);
         const int family = addressOf(socket).ss_family;
         HttpConnection::Protocol::socket stream(m_io);
         error_code error;
@@ -316,42 +306,6 @@ private:
         const auto connection = std::make_shared<HttpConnection>(*this, std::move(stream));
         m_connections[connection.get()] = connection;
         connection->start();
-    }
-
-    /// Strangers are told why and given a moment to read it, since closing with bytes unread would cut the
-    /// answer off. No more is done for them: a crowd must not cost more than it takes to turn it away.
-    void turnAway(int socket)
-    {
-        static const std::string answer = strangersAnswer();
-        ::send(socket, answer.data(), answer.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
-        ::shutdown(socket, SHUT_WR);
-        m_turnedAway.push_back({socket, Clock::now() + kTimeToRead});
-        if (m_turnedAway.size() > kMostTurnedAway)
-            forgetFirst();
-        else if (m_turnedAway.size() == 1)
-            sweep();
-    }
-
-    void forgetFirst()
-    {
-        std::array<char, 4096> waste{};
-        const int socket = m_turnedAway.front().socket;
-        m_turnedAway.pop_front();
-        ::recv(socket, waste.data(), waste.size(), MSG_DONTWAIT);
-        ::close(socket);
-    }
-
-    void sweep()
-    {
-        while (!m_turnedAway.empty() && m_turnedAway.front().until <= Clock::now())
-            forgetFirst();
-        if (m_turnedAway.empty())
-            return;
-        m_sweeper.expires_at(m_turnedAway.front().until);
-        m_sweeper.async_wait([this](const error_code& error) {
-            if (!error)
-                sweep();
-        });
     }
 
     /// Closes the connection that has been still for the longest time.
@@ -402,11 +356,10 @@ private:
     bool m_tested = false;
     std::atomic<bool> m_heard{true};
     bool m_stopping = false;
-    std::deque<TurnedAway> m_turnedAway; ///< by their time
+    Usher m_usher{strangersAnswer()};
     // The connections' thread ends before the pool does, and what it runs refers to all that is above.
     asio::io_context m_io{1};
     asio::steady_timer m_ticker{m_io};
-    asio::steady_timer m_sweeper{m_io};
     std::vector<std::unique_ptr<Entrance>> m_entrances;
     std::unordered_map<const HttpConnection*, std::shared_ptr<HttpConnection>> m_connections;
     asio::thread_pool m_pool{kHandlerThreads};

@@ -3,7 +3,9 @@
 #include "http/Doorkeeper.h"
 #include "http/HttpListener.h"
 #include "http/Speaker.h"
+#include "http/Usher.h"
 
+#include <QDir>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -12,9 +14,13 @@
 #include <sched.h>
 #include <sys/socket.h>
 
+#include <algorithm>
+#include <array>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <string>
+#include <vector>
 
 using namespace krxservice;
 
@@ -238,6 +244,40 @@ private slots:
         QVERIFY2(text.find("2 connections of user 0 (root)") != std::string::npos, text.c_str());
         report.user = OtherUser::kNumber;
         QVERIFY(Doorkeeper::text(report).find("user 54321") != std::string::npos);
+    }
+
+    // Whoever comes while there are too many hears nothing, and nobody is kept.
+    void crowdsAreSentAwayWithinBounds()
+    {
+        constexpr std::size_t kCrowd = 1000;
+        const auto openFiles = [] {
+            return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::AllEntries | QDir::System).size();
+        };
+        QVERIFY(RawClient::allowMany());
+        const int before = openFiles();
+        std::vector<std::array<int, 2>> pairs(kCrowd);
+        for (auto& pair : pairs)
+            QCOMPARE(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()), 0);
+        const auto heard = [](int socket) {
+            std::array<char, 64> words{};
+            const ssize_t got = ::recv(socket, words.data(), words.size(), MSG_WAITALL);
+            ::close(socket);
+            return std::string(words.data(), static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+        };
+        Usher usher("not here\n");
+        usher.start();
+        usher.showOut(pairs[0][0]);
+        QCOMPARE(heard(pairs[0][1]), std::string("not here\n"));
+        for (std::size_t i = 1; i < kCrowd; ++i)
+            usher.showOut(pairs[i][0]);
+        const int held = openFiles() - before - static_cast<int>(kCrowd - 1);
+        QVERIFY2(held <= static_cast<int>(Usher::kMostAtOnce), qPrintable(QString::number(held)));
+        for (std::size_t i = 1; i < kCrowd; ++i) {
+            const std::string words = heard(pairs[i][1]);
+            QVERIFY2(words.empty() || words == "not here\n", words.c_str());
+        }
+        usher.stop();
+        QCOMPARE(openFiles(), before);
     }
 
     // More waiting requests than there are threads: they are answered in the end, and others meanwhile.
