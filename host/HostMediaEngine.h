@@ -112,20 +112,28 @@ struct CompressionDescriptor
     quint8 pictureItemPattern = 0;
 };
 
-/// Looks up the descriptor of a compression.
-class KRX_HOST_API CompressionInfo
+/// Looks up a compression.
+/// \param id the compression's identifier. \param descriptor receives what the engine knows of it; left alone
+/// otherwise. \return false when the engine does not know the compression.
+KRX_HOST_API bool findCompression(quint32 id, CompressionDescriptor& descriptor);
+
+/// The descriptor of a compression, looked up once.
+class CompressionInfo
 {
 public:
     /// \param id the compression's identifier.
-    explicit CompressionInfo(quint32 id);
+    explicit CompressionInfo(quint32 id)
+        : m_valid(findCompression(id, m_descriptor))
+    {
+    }
     /// Whether the engine knows the compression.
     bool isValid() const { return m_valid; }
     /// The descriptor; all zero when not valid.
     const CompressionDescriptor& descriptor() const { return m_descriptor; }
 
 private:
-    bool m_valid = false;
     CompressionDescriptor m_descriptor;
+    bool m_valid = false;
 };
 
 /// The compression that a new transcode starts with.

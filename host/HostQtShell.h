@@ -88,12 +88,18 @@ public:
     }
 };
 
-/// While one of these lives, the host leaves the focus of its panes alone; held around modal dialogs.
-class KRX_HOST_API NavigationPaneGuard
+/// From now on the host leaves the focus of its panes alone, until releaseNavigationPanes() was called as
+/// often.
+KRX_HOST_API void holdNavigationPanes();
+/// Ends what one holdNavigationPanes() began.
+KRX_HOST_API void releaseNavigationPanes();
+
+/// Holds the host's panes as long as it lives; held around modal dialogs.
+class NavigationPaneGuard
 {
 public:
-    NavigationPaneGuard();
-    ~NavigationPaneGuard();
+    NavigationPaneGuard() { holdNavigationPanes(); }
+    ~NavigationPaneGuard() { releaseNavigationPanes(); }
     NavigationPaneGuard(const NavigationPaneGuard&) = delete;
     NavigationPaneGuard& operator=(const NavigationPaneGuard&) = delete;
 };

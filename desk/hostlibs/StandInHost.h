@@ -3,6 +3,7 @@
 #include "HostComponentFactory.h"
 #include "HostCore.h"
 #include "HostMediaEngine.h"
+#include "HostOperations.h"
 
 #include <QColor>
 #include <QList>
@@ -15,6 +16,9 @@
 /// The stand-in host's own handles: what a program built on it (the desk, a test) sets and reads back.
 /// GUI thread only unless said otherwise. Everything here has a working default.
 namespace StandInHost {
+
+/// All that the stand-in implements, to be handed to the module. Safe from any thread.
+KRX_HOST_API const HostOperations& operations();
 
 // --- Modal questions -----------------------------------------------------------------------------------
 

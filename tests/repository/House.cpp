@@ -16,13 +16,6 @@ const QStringList& dialectTargets()
     return targets;
 }
 
-/// The host that the module is linked to is whatever a host maker says.
-const QString& chosenHost()
-{
-    static const QString name = QStringLiteral("${KRX_HOST_TARGET}");
-    return name;
-}
-
 /// What of Qt a building may link to; an empty list is all of it.
 QStringList qtOf(const QString& building)
 {
@@ -235,8 +228,6 @@ void House::readLinks(const QString& path, const Place& place)
             else if (item.startsWith(QLatin1String("Qt5::")) && !qt.isEmpty() && !qt.contains(item))
                 fault(QStringLiteral("%1 links to %2, and %3 is built on Qt Core only")
                           .arg(target, item, building));
-            else if (item == chosenHost() && building != QLatin1String("src"))
-                fault(QStringLiteral("%1 links to the host, and only the module does").arg(target));
         }
     }
 }

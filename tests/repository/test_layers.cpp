@@ -48,7 +48,7 @@ const QHash<QString, QByteArray>& soundHouse()
         {QStringLiteral("catalogue/Catalogue.h"), "#pragma once\n"},
         {QStringLiteral("src/CMakeLists.txt"),
          "add_library(krx_module SHARED)\n"
-         "target_link_libraries(krx_module PUBLIC KRX::Host Qt5::Widgets\n    PRIVATE ${KRX_HOST_TARGET})\n"},
+         "target_link_libraries(krx_module PUBLIC KRX::Host Qt5::Widgets)\n"},
         {QStringLiteral("src/Export.h"), "#pragma once\n"},
         {QStringLiteral("src/low/Low.h"), "#pragma once\n#include \"Export.h\"\nclass High;\n"},
         {QStringLiteral("src/low/Low.cpp"), "#include \"Low.h\"\n#include \"High.h\"\n"},
@@ -104,7 +104,7 @@ private slots:
         const House house(folder.path());
         QCOMPARE(house.faults(), QStringList());
         QCOMPARE(house.includeCount(), 11);
-        QCOMPARE(house.linkCount(), 8);
+        QCOMPARE(house.linkCount(), 7);
     }
 
     void aBreakIsFound_data()
@@ -153,9 +153,6 @@ private slots:
         row("more than Qt Core", "service/CMakeLists.txt",
             "target_link_libraries(krx_core PRIVATE Qt5::Widgets)\n",
             "krx_core links to Qt5::Widgets, and service is built on Qt Core only");
-        row("links to the host", "service/CMakeLists.txt",
-            "target_link_libraries(krx_core PRIVATE ${KRX_HOST_TARGET})\n",
-            "krx_core links to the host, and only the module does");
         row("room without a floor", "src/attic/Attic.cpp", "\n", "the room src/attic has no floor");
         row("two of one name", "service/app/Top.h", "\n", "two headers are called Top.h");
         row("listed and not there", "docs/architecture.md", "`Top.cpp` → `None.h`\n",
@@ -284,6 +281,9 @@ private slots:
         while (sources.hasNext()) {
             QFile source(sources.next());
             QVERIFY(source.open(QIODevice::ReadOnly));
+            // What every operation of the host goes through is no caller.
+            if (source.fileName().endsWith(QLatin1String("/hostcalls/KRXHost.cpp")))
+                continue;
             const int found = QString::fromUtf8(source.readAll()).count(call);
             QVERIFY2(found == 0 || source.fileName().endsWith(QLatin1String("/KRXModal.cpp")),
                      qPrintable(source.fileName()));

@@ -116,13 +116,13 @@ QWidget* addDropShadowOverlay(QAbstractScrollArea* area)
     return new DropShadowOverlay(area);
 }
 
-NavigationPaneGuard::NavigationPaneGuard()
+void holdNavigationPanes()
 {
     ++StandInHost::records().guardDepth;
     ++StandInHost::records().guardCount;
 }
 
-NavigationPaneGuard::~NavigationPaneGuard()
+void releaseNavigationPanes()
 {
     --StandInHost::records().guardDepth;
 }

@@ -185,13 +185,13 @@ bool findFormat(quint32 identifier, CustomFormat& format)
     return handOut(StandInHost::catalogue().findFormat(identifier), format);
 }
 
-CompressionInfo::CompressionInfo(quint32 id)
+bool findCompression(quint32 id, CompressionDescriptor& descriptor)
 {
     const StandInHost::Compression* found = StandInHost::catalogue().findCompression(id);
     if (!found)
-        return;
-    m_valid = true;
-    m_descriptor = asHostDescriptor(found->descriptor);
+        return false;
+    descriptor = asHostDescriptor(found->descriptor);
+    return true;
 }
 
 quint32 defaultCompressionId()

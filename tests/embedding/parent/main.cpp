@@ -1,3 +1,5 @@
+#include "HostDefaults.h"
+#include "KRXHost.h"
 #include "KRXTwistWidget.h"
 
 #include <QApplication>
@@ -17,6 +19,12 @@ public:
 int main(int argc, char* argv[])
 {
     QApplication application(argc, argv);
+    HostOperations host = HostDefaults::operations();
+    host.getComponentFactory = [](const HostIdentifier&, IHostComponentFactory**) {
+        return kHostStatusFailed;
+    };
+    if (!krxTakeHost(&host, nullptr))
+        return 2;
     const Section section;
     return section.inherits("KRXTwistWidget") ? 0 : 1;
 }
