@@ -200,6 +200,7 @@ int serve(const std::vector<std::string>& arguments, Options& options, std::vect
     });
     ending.emplace(kDone);
     supervisor::notify("STOPPING=1");
+    service.changes().endWaits();
     listener.stop();
     service.stop();
     return kDone;

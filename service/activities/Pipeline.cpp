@@ -284,10 +284,14 @@ std::optional<Refusal> Pipeline::runActivities(Work& work)
             m_clips.setScratch(record.id, scratch);
         };
         progress.percent = [&](int percent) {
+            const auto all =
+                static_cast<int>((i * 100 + static_cast<std::size_t>(percent)) / activities.size());
             if (work.order.progress)
-                work.order.progress(
-                    static_cast<int>((i * 100 + static_cast<std::size_t>(percent)) / activities.size()));
+                work.order.progress(all);
+            if (work.order.activity)
+                work.order.activity(activities[i].name.empty() ? activities[i].id : activities[i].name, all);
         };
+        progress.percent(0);
         auto made =
             Activity::forId(activities[i].id).run(work.clip, activities[i], progress, work.order.cancel);
         if (!made)

@@ -58,7 +58,9 @@ struct FileOrder
     std::function<std::string(const std::string& job)> willAct;
     /// Called when the clip is offered or has failed, within the transaction that notes it.
     std::function<void(const FileResult& result)> willEnd;
-    std::function<void(int)> progress;    ///< 0 to 100 over all actions
+    std::function<void(int)> progress; ///< 0 to 100 over all actions
+    /// The same with the name of the action that runs.
+    std::function<void(const std::string& name, int percent)> activity;
     std::function<bool()> staysCancelled; ///< asked when cancelled: true when it is not to be tried again
 };
 

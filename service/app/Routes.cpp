@@ -3,6 +3,7 @@
 #include "base/Log.h"
 #include "base/Text.h"
 
+#include <chrono>
 #include <exception>
 
 namespace krxservice {
@@ -24,6 +25,8 @@ struct Routes::Call
 };
 
 namespace {
+
+constexpr std::chrono::seconds kLongestWait{20};
 
 HttpAnswer notAllowed(const char* methods)
 {
@@ -104,6 +107,10 @@ HttpAnswer Routes::dispatch(const Call& call)
         return errors(call);
     if (resource == "activity")
         return activity(call);
+    if (resource == "clips")
+        return clips(call);
+    if (resource == "changes")
+        return changes(call);
     return resource == "devicestatus" ? deviceStatus(call) : notFound();
 }
 
@@ -212,6 +219,33 @@ HttpAnswer Routes::activity(const Call& call)
         return notAllowed("GET");
     return HttpAnswer::xml(answers::activity(m_service.isActive(), m_service.errors(false),
                                              m_service.readyFolders(), call.base));
+}
+
+HttpAnswer Routes::clips(const Call& call)
+{
+    if (call.method != "GET")
+        return notAllowed("GET");
+    const auto question = requests::clipQuestion(call.target.query);
+    if (!question)
+        return HttpAnswer::refused(question.refusal());
+    const auto clips = m_service.clips(*question);
+    return clips ? HttpAnswer::xml(answers::clipList(*clips)) : HttpAnswer::refused(clips.refusal());
+}
+
+HttpAnswer Routes::changes(const Call& call)
+{
+    if (call.method != "GET")
+        return notAllowed("GET");
+    const auto version = requests::version(call.query("since"));
+    if (!version)
+        return HttpAnswer::refused(version.refusal());
+    HttpAnswer answer;
+    answer.later = [&board = m_service.changes(), version = *version](HttpAnswer::Sender send) {
+        board.wait(version, kLongestWait, [send = std::move(send)](const ChangeBoard::News& news) {
+            send(HttpAnswer::xml(answers::changes(news)));
+        });
+    };
+    return answer;
 }
 
 HttpAnswer Routes::deviceStatus(const Call& call)

@@ -29,6 +29,8 @@ private:
     HttpAnswer job(const Call& call);
     HttpAnswer errors(const Call& call);
     HttpAnswer activity(const Call& call);
+    HttpAnswer clips(const Call& call);
+    HttpAnswer changes(const Call& call);
     HttpAnswer deviceStatus(const Call& call);
 
     Service& m_service;

@@ -14,6 +14,7 @@
 #include <cctype>
 #include <cerrno>
 #include <chrono>
+#include <map>
 #include <thread>
 
 namespace krxservice {
@@ -127,7 +128,7 @@ Service::Service(const Options& options)
     : m_dataFolder(text::canonicalPath(options.dataFolder))
     , m_keeper(options.dataFolder)
     , m_outputs(m_dataFolder + "/output")
-    , m_worker({m_folders, m_profiles, m_jobs, m_errors}, m_pipeline,
+    , m_worker({m_folders, m_profiles, m_jobs, m_errors, m_book}, m_pipeline,
                [this](const std::string& folderId, const std::string& path,
                       const std::optional<FileStamp>& stamp) {
                    onWatcher([=](Watcher& watcher) { watcher.fileDone(folderId, path, stamp); });
@@ -312,8 +313,12 @@ Outcome<answers::Folder> Service::updateFolder(const std::string& id, const requ
     const auto folder = reprocess ? withRemoval(id, store) : store();
     if (!folder)
         return folder.refusal();
-    if (!folder->enabled || moves)
+    if (!folder->enabled || moves) {
         m_worker.cancelFolder(id);
+        m_book.forgetUnfinished(id);
+    }
+    if (reprocess)
+        m_book.forgetAll(id);
     if (reprocess)
         onWatcher([id](Watcher& watcher) { watcher.reprocess(id); });
     m_housekeeper.poke();
@@ -363,6 +368,7 @@ std::optional<Refusal> Service::deleteFolder(const std::string& id)
     if (!removed)
         return noFolder();
     m_worker.cancelFolder(id);
+    m_book.forgetAll(id);
     log::info("folder " + id + " was removed");
     m_housekeeper.poke();
     onWatcher([id](Watcher& watcher) { watcher.folderChanged(id); });
@@ -518,8 +524,27 @@ std::optional<Refusal> Service::deleteJob(const std::string& id)
     } else {
         m_jobs.remove(id);
     }
+    if (job->manual)
+        m_book.forgetAll(id);
     log::info("job " + id + " was removed");
     return std::nullopt;
+}
+
+Outcome<ClipBook::Answer> Service::clips(const ClipBook::Question& question)
+{
+    if (!question.folder.empty() && !m_folders.find(question.folder))
+        return noFolder();
+    if (!question.job.empty() && !m_jobs.find(question.job))
+        return noJob();
+    ClipBook::Answer answer = m_book.list(question);
+    std::map<std::string, bool> isJob; // by owner: there are few
+    for (auto& clip : answer.clips) {
+        const auto [known, isNew] = isJob.try_emplace(clip.owner, false);
+        if (isNew)
+            known->second = !m_folders.find(clip.owner);
+        clip.isJob = known->second;
+    }
+    return answer;
 }
 
 std::vector<std::string> Service::errors(bool clear)

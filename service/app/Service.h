@@ -8,6 +8,7 @@
 #include "documents/Requests.h"
 #include "media/OutputArea.h"
 #include "queue/Worker.h"
+#include "store/ClipBook.h"
 #include "store/ClipStore.h"
 #include "store/ErrorStore.h"
 #include "store/FolderStore.h"
@@ -63,6 +64,11 @@ public:
     Outcome<answers::Job> changeJob(const std::string& id, const std::string& state);
     std::optional<Refusal> deleteJob(const std::string& id);
 
+    /// The clips that \a question asks for; 404 for a folder or a job that is not there.
+    Outcome<ClipBook::Answer> clips(const ClipBook::Question& question);
+    /// What changes, and when.
+    ChangeBoard& changes() { return m_board; }
+
     std::vector<std::string> errors(bool clear);
     bool isActive();
     void deviceChanged(const requests::DeviceStatus& status);
@@ -88,6 +94,8 @@ private:
     JobStore m_jobs{m_database};
     ClipStore m_clips{m_database};
     ErrorStore m_errors{m_database};
+    ChangeBoard m_board;
+    ClipBook m_book{m_database, m_board};
     OutputArea m_outputs;
     Pipeline m_pipeline{m_database, m_clips, m_errors, m_outputs};
     Worker m_worker;

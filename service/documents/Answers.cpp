@@ -1,6 +1,9 @@
 #include "documents/Answers.h"
 
+#include "base/Text.h"
 #include "documents/XmlTools.h"
+
+#include <cstdio>
 
 namespace krxservice::answers {
 
@@ -49,6 +52,44 @@ void addErrors(pugi::xml_node parent, const std::vector<std::string>& errors)
 {
     for (const auto& error : errors)
         xmltools::append(parent, "errorMessage", error);
+}
+
+void addMoment(pugi::xml_node parent, const char* name, std::int64_t moment)
+{
+    if (moment != 0)
+        xmltools::append(parent, name, text::isoTime(moment));
+}
+
+/// Seconds with one decimal.
+void addSeconds(pugi::xml_node parent, const char* name, double seconds)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f", seconds);
+    xmltools::append(parent, name, text);
+}
+
+void addClip(pugi::xml_node parent, const ClipEntry& clip)
+{
+    auto element = xmltools::append(parent, "clip");
+    xmltools::append(element, "id", clip.id);
+    xmltools::append(element, "name", text::baseName(clip.path));
+    xmltools::append(element, "path", clip.path);
+    xmltools::append(element, clip.isJob ? "jobId" : "folderId", clip.owner);
+    if (!clip.profile.empty())
+        xmltools::append(element, "profileID", clip.profile);
+    xmltools::append(element, "state", std::string(ClipBook::word(clip.news.stage)));
+    xmltools::append(element, "reason", clip.news.reason);
+    if (!clip.news.job.empty())
+        xmltools::append(element, "job", clip.news.job);
+    if (!clip.news.activity.empty())
+        xmltools::append(element, "activity", clip.news.activity);
+    if (clip.news.stage == ClipStage::Acting)
+        xmltools::append(element, "percentComplete", std::to_string(clip.news.percent));
+    addMoment(element, "since", clip.since);
+    addMoment(element, "started", clip.started);
+    addMoment(element, "ended", clip.ended);
+    if (clip.news.settlesIn >= 0)
+        addSeconds(element, "settlesIn", clip.news.settlesIn);
 }
 
 } // namespace
@@ -151,6 +192,27 @@ std::string jobInfo(const Job& job)
 {
     pugi::xml_document document;
     addJobInfo(document, job);
+    return xmltools::documentText(document);
+}
+
+std::string clipList(const ClipBook::Answer& clips)
+{
+    pugi::xml_document document;
+    auto root = xmltools::append(document, "clipList");
+    root.append_attribute("total") = std::to_string(clips.total).c_str();
+    root.append_attribute("version") = std::to_string(clips.version).c_str();
+    for (const auto& clip : clips.clips)
+        addClip(root, clip);
+    return xmltools::documentText(document);
+}
+
+std::string changes(const ChangeBoard::News& news)
+{
+    pugi::xml_document document;
+    auto root = xmltools::append(document, "changes");
+    root.append_attribute("version") = std::to_string(news.version).c_str();
+    for (const Topic topic : news.topics)
+        xmltools::append(root, "changed", std::string(ChangeBoard::word(topic)));
     return xmltools::documentText(document);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/ClipBook.h"
 #include "store/Records.h"
 
 #include <string>
@@ -37,6 +38,10 @@ std::string profileCreated(const std::string& id, const std::string& base);
 std::string jobStatusList(const std::vector<JobRecord>& jobs);
 std::string jobDetailList(const std::vector<Job>& jobs);
 std::string jobInfo(const Job& job);
+
+std::string clipList(const ClipBook::Answer& clips);
+/// What changed since a client asked the last time.
+std::string changes(const ChangeBoard::News& news);
 
 std::string errorList(const std::vector<std::string>& errors);
 std::string activity(bool active, const std::vector<std::string>& errors,

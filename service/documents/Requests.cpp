@@ -1,13 +1,18 @@
 #include "documents/Requests.h"
 
+#include "base/Text.h"
 #include "documents/XmlTools.h"
 #include "store/Records.h"
 
+#include <algorithm>
 #include <charconv>
+#include <limits>
 
 namespace krxservice::requests {
 
 namespace {
+
+constexpr std::uint64_t kMostClipsAtOnce = 1000;
 
 Refusal wrongRoot(const char* expected)
 {
@@ -119,6 +124,77 @@ Outcome<DeviceStatus> deviceStatus(std::string_view body)
     if (!type || !action)
         return Refusal{400, "\"volumeType\" and \"volumeAction\" are decimal numbers"};
     return DeviceStatus{lastText(root, "volumeName"), *type, *action};
+}
+
+namespace {
+
+/// A number of at most 20 digits, at most \a greatest.
+std::optional<std::uint64_t> count(const std::string& text, std::uint64_t greatest)
+{
+    std::uint64_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    const bool isWhole = error == std::errc() && end == text.data() + text.size() && !text.empty();
+    return isWhole && value <= greatest ? std::optional(value) : std::nullopt;
+}
+
+Outcome<std::set<ClipStage>> stages(const std::string& words)
+{
+    std::set<ClipStage> result;
+    std::size_t begin = 0;
+    while (begin <= words.size()) {
+        const auto end = std::min(words.find(',', begin), words.size());
+        const std::string word = words.substr(begin, end - begin);
+        const auto stage = ClipBook::stage(word);
+        if (!stage)
+            return Refusal{400, "no clip is in a state called \"" + text::oneLine(word) + "\""};
+        result.insert(*stage);
+        begin = end + 1;
+    }
+    return result;
+}
+
+} // namespace
+
+Outcome<ClipBook::Question> clipQuestion(const std::map<std::string, std::string>& query)
+{
+    constexpr std::uint64_t all = std::numeric_limits<std::uint64_t>::max();
+    ClipBook::Question question;
+    for (const auto& [key, value] : query) {
+        if (key == "folder" || key == "job") {
+            if (!text::isLegalId(value))
+                return Refusal{400, "\"" + key + "\" is an id of the service"};
+            (key == "job" ? question.job : question.folder) = value;
+        } else if (key == "state") {
+            auto wanted = stages(value);
+            if (!wanted)
+                return wanted.refusal();
+            question.stages = *wanted;
+        } else if (key == "limit") {
+            const auto limit = count(value, kMostClipsAtOnce);
+            if (!limit || *limit == 0)
+                return Refusal{400, "\"limit\" is a number from 1 to 1000"};
+            question.limit = static_cast<std::size_t>(*limit);
+        } else if (key == "offset" || key == "since") {
+            const auto number = count(value, all);
+            if (!number)
+                return Refusal{400, "\"" + key + "\" is a number"};
+            if (key == "since")
+                question.since = *number;
+            else
+                question.offset = static_cast<std::size_t>(*number);
+        } else {
+            return Refusal{400, "the list of clips knows folder, job, state, since, offset and limit only"};
+        }
+    }
+    return question;
+}
+
+Outcome<std::uint64_t> version(const std::string& text)
+{
+    const auto number = text.empty() ? std::optional<std::uint64_t>(0)
+                                     : count(text, std::numeric_limits<std::uint64_t>::max());
+    return number ? Outcome<std::uint64_t>(*number)
+                  : Outcome<std::uint64_t>(Refusal{400, "\"since\" is a number"});
 }
 
 } // namespace krxservice::requests

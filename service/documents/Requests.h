@@ -1,7 +1,9 @@
 #pragma once
 
 #include "base/Outcome.h"
+#include "store/ClipBook.h"
 
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -33,6 +35,12 @@ struct DeviceStatus
     int volumeType = 0;
     int volumeAction = 0;
 };
+
+/// What follows the "?" of "clips"; a key that it does not know is refused.
+Outcome<ClipBook::Question> clipQuestion(const std::map<std::string, std::string>& query);
+
+/// A version of the board, as "changes" knows it: digits, or nothing for 0.
+Outcome<std::uint64_t> version(const std::string& text);
 
 Outcome<Folder> folderCreation(std::string_view body);
 Outcome<Folder> folderUpdate(std::string_view body);

@@ -131,7 +131,7 @@ std::optional<Refusal> checkBody(const RequestHead& head)
 bool isLegalQueryText(std::string_view text)
 {
     return !text.empty() && std::all_of(text.begin(), text.end(), [](unsigned char c) {
-        return std::isalnum(c) || c == '-' || c == '_' || c == '.';
+        return std::isalnum(c) || c == '-' || c == '_' || c == '.' || c == ',';
     });
 }
 

@@ -20,6 +20,7 @@ const std::vector<std::string> kRunningOnly = {jobstate::kRunning};
 constexpr std::chrono::milliseconds kGathering{20};
 constexpr std::size_t kLargestGroup = 64; ///< clips
 constexpr std::size_t kMostThreads = 32;
+constexpr char kWaits[] = "Waits for a worker";
 constexpr std::chrono::seconds kMountsKnown{1}; ///< before the table of mounts is read again
 
 /// True when \a path lies in \a folder, which may end in slashes. A folder may have moved on since.
@@ -99,6 +100,8 @@ void Worker::add(Task task, const std::string& path)
         }
         task.mount = m_mounts.keyOf(path);
         const std::string key = keyOf(task);
+        if (!task.folderId.empty())
+            m_stores.clips.tell(task.folderId, task.path, {ClipStage::Waiting, kWaits});
         if (m_queued.insert(key).second) {
             ++m_waiting[task.mount];
             m_queue.push_back(std::move(task));
@@ -355,15 +358,49 @@ FileResult Worker::processForFolder(Task& task)
             isEnded = true;
         };
         order.progress = [&](int percent) { m_stores.jobs.setPercent(task.jobId, percent); };
+        follow(order);
         order.staysCancelled = [&] {
             const auto job = m_stores.jobs.find(task.jobId);
             return job && job->state == jobstate::kCancelled;
         };
         result = m_pipeline.process(order);
+        tellEnd(order, result);
     }
     if (!isEnded)
         endFolderJob(task, result, wasRetried);
     return result;
+}
+
+/// Has the book told what happens to the clip.
+void Worker::follow(FileOrder& order)
+{
+    m_stores.clips.tellProgress(order.ownerId, order.path, {}, 0);
+    order.activity = [&book = m_stores.clips, owner = order.ownerId,
+                      path = order.path](const std::string& name, int percent) {
+        book.tellProgress(owner, path, name, percent);
+    };
+}
+
+/// The same for an end of which the database does not know all.
+void Worker::tellEnd(const FileOrder& order, const FileResult& result)
+{
+    ClipBook& book = m_stores.clips;
+    switch (result.end) {
+    case FileResult::End::Rejected:
+    case FileResult::End::Failed:
+        return book.tellReason(order.ownerId, order.path, result.text);
+    case FileResult::End::Later:
+        if (filetools::stampOf(order.path))
+            return book.tell(order.ownerId, order.path,
+                             {ClipStage::Waiting, "Is looked at again: " + result.text});
+        return book.tell(order.ownerId, order.path, {ClipStage::Gone, "Its file is gone"});
+    case FileResult::End::Publishing:
+        return book.tellReason(order.ownerId, order.path, "Its link document waits: " + result.text);
+    case FileResult::End::Cancelled:
+        return book.forgetUnfinished(order.ownerId, order.path);
+    default:
+        return;
+    }
 }
 
 /// The job that shows the work on a file: the one that is tried again, the one that an interrupted run left,
@@ -437,6 +474,8 @@ void Worker::performJob(Task& task)
         std::sort(paths.begin(), paths.end());
     }
 
+    for (const auto& path : paths)
+        m_stores.clips.tell(job->id, path, {ClipStage::Waiting, kWaits});
     std::size_t offered = 0;
     std::string failure;
     for (std::size_t i = 0; i < paths.size() && !*task.cancel; ++i) {
@@ -451,7 +490,9 @@ void Worker::performJob(Task& task)
             m_stores.jobs.setPercent(
                 job->id, static_cast<int>((i * 100 + static_cast<std::size_t>(percent)) / paths.size()));
         };
+        follow(order);
         const FileResult result = m_pipeline.process(order);
+        tellEnd(order, result);
         if (result.end == FileResult::End::Offered || result.end == FileResult::End::Known)
             ++offered;
         else if (failure.empty() && (result.end != FileResult::End::Rejected || paths.size() == 1))

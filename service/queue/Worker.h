@@ -2,6 +2,7 @@
 
 #include "activities/Pipeline.h"
 #include "base/Mounts.h"
+#include "store/ClipBook.h"
 #include "store/FolderStore.h"
 #include "store/JobStore.h"
 #include "store/ProfileStore.h"
@@ -30,6 +31,7 @@ public:
         ProfileStore& profiles;
         JobStore& jobs;
         ErrorStore& errors;
+        ClipBook& clips; ///< is told where clips are on their way
     };
     /// Told on a working thread when the work on a file of a folder ended.
     using FileDone = std::function<void(const std::string& folderId, const std::string& path,
@@ -84,6 +86,8 @@ private:
     void performFile(Task& task);
     void performJob(Task& task);
     FileResult processForFolder(Task& task);
+    void follow(FileOrder& order);
+    void tellEnd(const FileOrder& order, const FileResult& result);
     std::string showJob(Task& task, const FolderRecord& folder, const std::string& former);
     void endFolderJob(const Task& task, const FileResult& result, bool wasRetried);
     void giveUp(const Task& task, const std::string& reason);

@@ -323,6 +323,9 @@ Database::Rebuilt Database::rebuild()
         throw DatabaseError(m_file + ": " + text::errnoText(errno));
     m_damage = false;
     open(Mode::Use);
+    hook();
+    if (m_observer.row)
+        m_observer.row({}, 0);
     return result;
 }
 
@@ -342,6 +345,27 @@ std::string Database::setAside(const std::string& file)
             filetools::renameNoReplace(file + part, name + part);
     }
     return name;
+}
+
+void Database::observe(Observer observer)
+{
+    const auto lock = this->lock();
+    m_observer = std::move(observer);
+    hook();
+}
+
+void Database::hook()
+{
+    const auto row = [](void* self, int, const char*, const char* table, sqlite3_int64 id) {
+        static_cast<Database*>(self)->m_observer.row(table, id);
+    };
+    const auto commit = [](void* self) {
+        static_cast<Database*>(self)->m_observer.committed();
+        return 0;
+    };
+    const bool isWatched = m_observer.row && m_observer.committed;
+    sqlite3_update_hook(m_connection, isWatched ? +row : nullptr, this);
+    sqlite3_commit_hook(m_connection, isWatched ? +commit : nullptr, this);
 }
 
 std::int64_t Database::generation()

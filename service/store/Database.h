@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
@@ -112,6 +113,18 @@ public:
     std::int64_t generation();
     void setGeneration(std::int64_t generation);
 
+    /// Who wants to know what is written. Called with the lock held; must not use the database.
+    struct Observer
+    {
+        /// A row of \a table was added, changed or removed, within the transaction. An empty table: all may
+        /// be different.
+        std::function<void(std::string_view table, std::int64_t row)> row;
+        /// What the rows told is about to be committed.
+        std::function<void()> committed;
+    };
+    /// Replaces the observer; an empty one for none.
+    void observe(Observer observer);
+
     /// The version of the tables that this program writes.
     static int currentVersion();
 
@@ -121,11 +134,13 @@ private:
     void open(Mode mode);
     void migrate();
     int version();
+    void hook();
 
     std::string m_file;
     std::recursive_mutex m_mutex;
     sqlite3* m_connection = nullptr;
     std::atomic<bool> m_damage{false};
+    Observer m_observer;
     bool m_isNew = false;
     int m_depth = 0; ///< transactions within each other
 };

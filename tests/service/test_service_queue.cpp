@@ -39,7 +39,9 @@ class TestServiceQueue : public QObject
         std::condition_variable changed;
         std::string held;                                ///< the file at whose end the thread waits
         std::vector<std::pair<std::string, bool>> ended; ///< path, and whether its work is done
-        Worker worker{{folders, profiles, jobs, errors},
+        ChangeBoard board;
+        ClipBook book{database, board};
+        Worker worker{{folders, profiles, jobs, errors, book},
                       pipeline,
                       [this](const std::string&, const std::string& path,
                              const std::optional<FileStamp>& stamp) { fileDone(path, stamp.has_value()); }};

@@ -1,0 +1,365 @@
+#include "PipelineBench.h"
+#include "ServiceStage.h"
+
+#include "store/ChangeBoard.h"
+#include "store/ClipBook.h"
+#include "store/JobStore.h"
+
+#include <QProcess>
+#include <QtTest>
+
+#include <future>
+
+namespace {
+
+QString s(const char* text)
+{
+    return QString::fromUtf8(text);
+}
+
+/// A book beside a pipeline.
+struct Shelf : PipelineBench
+{
+    ChangeBoard board;
+    JobStore jobs{database};
+    std::unique_ptr<ClipBook> book = std::make_unique<ClipBook>(database, board);
+
+    ~Shelf() { book.reset(); }
+    std::vector<ClipEntry> all(const ClipBook::Question& question = {}) const
+    {
+        return book->list(question).clips;
+    }
+    ClipEntry only() const { return all().size() == 1 ? all().front() : ClipEntry(); }
+    bool isAt(ClipStage stage) const { return only().news.stage == stage && only().path == "/in/a.mov"; }
+};
+
+/// What a listener of the board was told, once it was.
+struct Ear
+{
+    std::promise<ChangeBoard::News> told;
+    std::future<ChangeBoard::News> news = told.get_future();
+
+    ChangeBoard::Listener listener()
+    {
+        return [this](const ChangeBoard::News& what) { told.set_value(what); };
+    }
+    bool hears() { return news.wait_for(std::chrono::seconds(20)) == std::future_status::ready; }
+};
+
+} // namespace
+
+/// The list of clips, and the one request that waits for changes.
+class TestServiceClips : public QObject
+{
+    Q_OBJECT
+
+    ServiceStage m_stage;
+
+    Reply clips(const QByteArray& query = {}) const { return m_stage.service->get("clips" + query); }
+    /// The clips of the folder in \a state, by name.
+    QStringList named(const char* state) const
+    {
+        return clips("?folder=" + m_stage.id.toUtf8() + "&state=" + state).texts(s("name"));
+    }
+    static QByteArray version(const Reply& reply)
+    {
+        const int begin = reply.body.indexOf("version=\"", reply.body.indexOf("?>")) + 9;
+        return reply.body.mid(begin, reply.body.indexOf('"', begin) - begin);
+    }
+    static QByteArray complaint(const QByteArray& document)
+    {
+        QProcess xmllint;
+        xmllint.start(s("xmllint"), {s("--noout"), s("--schema"), s(KRX_SCHEMAS "/clips.xsd"), s("-")});
+        xmllint.write(document);
+        xmllint.closeWriteChannel();
+        xmllint.waitForFinished(kStagePatience);
+        return xmllint.exitCode() == 0 ? QByteArray() : xmllint.readAllStandardError() + document;
+    }
+
+private slots:
+    void initTestCase() { QVERIFY(m_stage.begin()); }
+
+    void aBoardTellsWhatChangedSinceAVersion()
+    {
+        ChangeBoard board;
+        const auto start = board.version();
+        QVERIFY(board.since(start).topics.empty());
+        board.changed(Topic::Jobs);
+        QVERIFY(board.version() > start);
+        QCOMPARE(board.since(start).topics, std::vector<Topic>{Topic::Jobs});
+        const auto later = board.version();
+        board.changed(Topic::Errors);
+        QCOMPARE(board.since(later).topics, std::vector<Topic>{Topic::Errors});
+        QCOMPARE(board.since(start).topics, (std::vector<Topic>{Topic::Jobs, Topic::Errors}));
+        QCOMPARE(board.since(start).version, board.version());
+    }
+    void aVersionOfAnotherRunIsToldEverything_data()
+    {
+        QTest::addColumn<bool>("isOlder");
+        QTest::newRow("of a run before") << true;
+        QTest::newRow("greater than any of this one") << false;
+    }
+    void aVersionOfAnotherRunIsToldEverything()
+    {
+        QFETCH(bool, isOlder);
+        ChangeBoard board;
+        const auto foreign = isOlder ? board.version() - 1 : board.version() + 1;
+        QCOMPARE(board.since(foreign).topics.size(), ChangeBoard::kTopics);
+        Ear ear;
+        board.wait(foreign, std::chrono::hours(1), ear.listener());
+        QVERIFY(ear.hears());
+    }
+    void aListenerIsToldOfAChangeAtOnceOrOfNoneInTheEnd()
+    {
+        ChangeBoard board;
+        Ear changed;
+        board.wait(board.version(), std::chrono::hours(1), changed.listener());
+        board.changed(Topic::Folders);
+        QVERIFY(changed.hears());
+        QCOMPARE(changed.news.get().topics, std::vector<Topic>{Topic::Folders});
+        Ear silent;
+        board.wait(board.version(), std::chrono::milliseconds(1), silent.listener());
+        QVERIFY(silent.hears());
+        QVERIFY(silent.news.get().topics.empty());
+    }
+    void nobodyWaitsBeyondTheEnd()
+    {
+        Ear before;
+        Ear after;
+        ChangeBoard board;
+        board.wait(board.version(), std::chrono::hours(1), before.listener());
+        board.endWaits();
+        QVERIFY(before.hears());
+        board.wait(board.version(), std::chrono::hours(1), after.listener());
+        QVERIFY(after.hears());
+    }
+    void theBookFollowsTheDatabase()
+    {
+        Shelf shelf;
+        const ClipRecord record = shelf.begin("/in/a.mov");
+        QVERIFY(shelf.isAt(ClipStage::Acting));
+        QCOMPARE(shelf.only().owner, std::string("f000001"));
+        const std::string id = shelf.only().id;
+        const auto version = shelf.board.version();
+        QVERIFY(shelf.clips.publish(record.id));
+        QCOMPARE(shelf.board.since(version).topics, std::vector<Topic>{Topic::Clips});
+        QVERIFY(shelf.isAt(ClipStage::Publishing));
+        QVERIFY(shelf.clips.offer(record.id));
+        QVERIFY(shelf.isAt(ClipStage::Offered));
+        shelf.clips.take({{record.owner, record.id}});
+        QVERIFY(shelf.isAt(ClipStage::Taken));
+        QCOMPARE(shelf.only().id, id);
+        QVERIFY(shelf.only().started != 0 && shelf.only().ended >= shelf.only().started);
+        shelf.clips.forget(record.id);
+        QVERIFY(shelf.isAt(ClipStage::Gone));
+    }
+    void whatWasRolledBackIsNotTold()
+    {
+        Shelf shelf;
+        const ClipRecord record = shelf.begin("/in/a.mov");
+        QVERIFY(shelf.isAt(ClipStage::Acting));
+        {
+            Transaction transaction(shelf.database);
+            shelf.clips.fail(record.id);
+        }
+        QVERIFY(shelf.isAt(ClipStage::Acting));
+    }
+    void whatIsToldOfAFileCountsUntilTheDatabaseKnowsMore()
+    {
+        Shelf shelf;
+        shelf.book->tell("f000001", "/in/a.mov", {ClipStage::Settling, "Stands still", {}, 0, 2});
+        QVERIFY(shelf.isAt(ClipStage::Settling));
+        QVERIFY(shelf.only().news.settlesIn > 0 && shelf.only().news.settlesIn <= 2);
+        const std::string id = shelf.only().id;
+        shelf.book->tell("f000001", "/in/a.mov", {ClipStage::Waiting, "Waits for a worker"});
+        QCOMPARE(shelf.only().news.reason, std::string("Waits for a worker"));
+        const ClipRecord record = shelf.begin("/in/a.mov");
+        shelf.book->tellProgress("f000001", "/in/a.mov", "Transcode", 40);
+        QVERIFY(shelf.isAt(ClipStage::Acting));
+        QCOMPARE(shelf.only().news.percent, 40);
+        QCOMPARE(shelf.only().news.activity, std::string("Transcode"));
+        shelf.clips.fail(record.id);
+        QVERIFY(shelf.isAt(ClipStage::Failed));
+        shelf.book->tellReason("f000001", "/in/a.mov", "The disk is full");
+        QCOMPARE(shelf.only().news.reason, std::string("The disk is full"));
+        // Somebody writes to the file once more.
+        shelf.book->tell("f000001", "/in/a.mov", {ClipStage::Growing, "Grows"});
+        QVERIFY(shelf.isAt(ClipStage::Growing));
+        QCOMPARE(shelf.only().id, id);
+    }
+    void aFileOfWhichNobodyHeardIsNotGone()
+    {
+        Shelf shelf;
+        shelf.book->tell("f000001", "/in/a.mov", {ClipStage::Gone, "Gone"});
+        QVERIFY(shelf.all().empty());
+    }
+    void whatIsCalledOffIsNotOnItsWayAnyMore()
+    {
+        Shelf shelf;
+        shelf.clips.offer(shelf.begin("/in/a.mov").id);
+        shelf.book->tell("f000001", "/in/b.mov", {ClipStage::Waiting, "Waits"});
+        shelf.book->tell("f000001", "/in/c.mov", {ClipStage::Waiting, "Waits"});
+        shelf.book->tell("f000002", "/in/b.mov", {ClipStage::Waiting, "Waits"});
+        shelf.book->forgetUnfinished("f000001", "/in/b.mov");
+        QCOMPARE(shelf.all().size(), std::size_t(3));
+        shelf.book->forgetUnfinished("f000001");
+        QCOMPARE(shelf.all().size(), std::size_t(2));
+        shelf.book->forgetAll("f000001");
+        QCOMPARE(shelf.only().owner, std::string("f000002"));
+    }
+    void aNewBookTellsWhatWasAndWhy()
+    {
+        Shelf shelf;
+        JobRecord job;
+        job.state = jobstate::kRunning;
+        job.groupId = "f000001";
+        const std::string id = shelf.jobs.create(job);
+        const ClipRecord failed = shelf.begin("/in/failed.mov");
+        shelf.clips.setJob(failed.id, id);
+        shelf.jobs.move(id, {jobstate::kRunning}, jobstate::kFailed, "The disk is full");
+        shelf.clips.fail(failed.id);
+        ClipRecord rejected;
+        rejected.owner = "f000001";
+        rejected.path = "/in/text.txt";
+        rejected.checksum = "x";
+        shelf.clips.reject(rejected);
+        shelf.errors.add(ErrorStore::refusedStart("/in/text.txt") + "it is a text");
+        shelf.book.reset();
+        shelf.book = std::make_unique<ClipBook>(shelf.database, shelf.board);
+        const auto clips = shelf.all();
+        QCOMPARE(clips.size(), std::size_t(2));
+        QCOMPARE(clips[0].news.stage, ClipStage::Failed);
+        QCOMPARE(clips[0].news.reason, std::string("The disk is full"));
+        QCOMPARE(clips[0].news.job, id);
+        QCOMPARE(clips[0].since, std::int64_t(0));
+        QCOMPARE(clips[1].news.stage, ClipStage::Rejected);
+        QCOMPARE(clips[1].news.reason, std::string("it is a text"));
+    }
+    void theLatestTenThousandAreKeptAndAllThatAreOnTheirWay()
+    {
+        Shelf shelf;
+        shelf.book->tell("f000001", "/in/first", {ClipStage::Waiting, "Waits"});
+        const auto most = static_cast<int>(ClipBook::kMostClips);
+        for (int i = 0; i < most + 5; ++i) {
+            const std::string path = "/in/" + std::to_string(i);
+            shelf.book->tell("f000001", path, {ClipStage::Waiting, "Waits"});
+            shelf.book->tell("f000001", path, {ClipStage::Rejected, "Is a text"});
+        }
+        ClipBook::Question question;
+        question.limit = 3;
+        const auto answer = shelf.book->list(question);
+        QCOMPARE(answer.total, ClipBook::kMostClips);
+        QCOMPARE(answer.clips[0].path, std::string("/in/first"));
+        QCOMPARE(answer.clips[1].path, std::string("/in/6"));
+    }
+    void aListIsMadeOfPages()
+    {
+        Shelf shelf;
+        for (const char* name : {"/in/a", "/in/b", "/in/c", "/in/d"})
+            shelf.book->tell("f000001", name, {ClipStage::Waiting, "Waits"});
+        shelf.book->tell("f000001", "/in/b", {ClipStage::Failed, "Broken"});
+        ClipBook::Question question;
+        question.stages = {ClipStage::Waiting};
+        question.offset = 1;
+        question.limit = 1;
+        auto answer = shelf.book->list(question);
+        QCOMPARE(answer.total, std::size_t(3));
+        QCOMPARE(answer.clips.size(), std::size_t(1));
+        QCOMPARE(answer.clips[0].path, std::string("/in/c"));
+        ClipBook::Question newer;
+        newer.since = answer.version;
+        QVERIFY(shelf.book->list(newer).clips.empty());
+        shelf.book->tell("f000001", "/in/d", {ClipStage::Failed, "Broken"});
+        QCOMPARE(shelf.book->list(newer).clips.size(), std::size_t(1));
+    }
+
+    void everyClipIsListedWithItsState()
+    {
+        QVERIFY(!m_stage.drop(s("a.wav")).isEmpty());
+        QFile text(m_stage.watch + s("/notes.doc"));
+        QVERIFY(text.open(QIODevice::WriteOnly) && text.write("no media") > 0);
+        text.close();
+        QTRY_COMPARE_WITH_TIMEOUT(named("OFFERED"), QStringList{s("a.wav")}, kStagePatience);
+        QTRY_COMPARE_WITH_TIMEOUT(named("REJECTED"), QStringList{s("notes.doc")}, kStagePatience);
+        const Reply reply = clips();
+        QCOMPARE(reply.status, 200);
+        QCOMPARE(complaint(reply.body), QByteArray());
+        QVERIFY(reply.body.contains("total=\"2\""));
+        QCOMPARE(reply.text(s("folderId")), m_stage.id);
+        QCOMPARE(clips("?state=OFFERED,REJECTED").texts(s("name")), reply.texts(s("name")));
+        QVERIFY(!reply.texts(s("reason")).contains(QString()));
+        QVERIFY(QFile::remove(m_stage.outputs().value(0)));
+        QTRY_COMPARE_WITH_TIMEOUT(named("TAKEN"), QStringList{s("a.wav")}, kStagePatience);
+    }
+    void clipsOfAJobAreListedUnderIt()
+    {
+        const QString path = m_stage.folder.filePath(s("job.wav"));
+        QVERIFY(QFile::copy(TestMedia::file(s("sound.wav")), path));
+        const QString job = m_stage.service
+                                ->post("jobs", "<jobInfo><path>" + path.toUtf8() + "</path><profileID>" +
+                                                   m_stage.service->profileId(s("Default Profile")).toUtf8() +
+                                                   "</profileID></jobInfo>")
+                                .text(s("id"));
+        QTRY_COMPARE_WITH_TIMEOUT(m_stage.service->jobState(job), s("COMPLETED"), kStagePatience);
+        const Reply reply = clips("?job=" + job.toUtf8());
+        QCOMPARE(reply.text(s("jobId")), job);
+        QCOMPARE(reply.text(s("state")), s("OFFERED"));
+        QCOMPARE(complaint(reply.body), QByteArray());
+    }
+    void badQuestionsAreRefused_data()
+    {
+        QTest::addColumn<QByteArray>("query");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("named");
+        QTest::newRow("unknown folder") << QByteArray("?folder=f999999") << 404 << QByteArray("folder");
+        QTest::newRow("unknown job") << QByteArray("?job=j999999") << 404 << QByteArray("job");
+        QTest::newRow("no id") << QByteArray("?folder=..") << 400 << QByteArray("folder");
+        QTest::newRow("unknown state") << QByteArray("?state=OFFERED,LOST") << 400 << QByteArray("LOST");
+        QTest::newRow("empty state") << QByteArray("?state=") << 400 << QByteArray("");
+        QTest::newRow("no number") << QByteArray("?offset=-1") << 400 << QByteArray("offset");
+        QTest::newRow("no clips at all") << QByteArray("?limit=0") << 400 << QByteArray("limit");
+        QTest::newRow("too many at once") << QByteArray("?limit=1001") << 400 << QByteArray("1000");
+        QTest::newRow("too great a number")
+            << QByteArray("?since=99999999999999999999") << 400 << QByteArray("since");
+        QTest::newRow("unknown key") << QByteArray("?colour=red") << 400 << QByteArray("folder, job");
+    }
+    void badQuestionsAreRefused()
+    {
+        QFETCH(QByteArray, query);
+        QFETCH(int, status);
+        const Reply reply = clips(query);
+        QCOMPARE(reply.status, status);
+        QFETCH(QByteArray, named);
+        QCOMPARE(reply.body.count('\n'), 1);
+        QVERIFY2(reply.body.contains(named), reply.body.constData());
+        QCOMPARE(m_stage.service->post("clips", "<x/>").status, 405);
+        QCOMPARE(m_stage.service->get("changes?since=soon").status, 400);
+    }
+    void oneRequestWaitsUntilSomethingChanges()
+    {
+        const Reply first = m_stage.service->get("changes");
+        QCOMPARE(first.status, 200);
+        QCOMPARE(complaint(first.body), QByteArray());
+        QCOMPARE(first.texts(s("changed")).size(), 5);
+        auto news = std::async(std::launch::async, [&, since = version(first)] {
+            return m_stage.service->get("changes?since=" + since);
+        });
+        QVERIFY(QDir().mkpath(m_stage.folder.filePath(s("other"))));
+        m_stage.service->addFolder(m_stage.folder.filePath(s("other")), {}, false);
+        QCOMPARE(news.wait_for(std::chrono::seconds(19)), std::future_status::ready);
+        const Reply reply = news.get();
+        QVERIFY(reply.texts(s("changed")).contains(s("folders")));
+        QVERIFY(version(reply).toULongLong() > version(first).toULongLong());
+    }
+    void whoWaitsDoesNotKeepTheServiceFromEnding()
+    {
+        const QByteArray since = version(clips());
+        auto news =
+            std::async(std::launch::async, [&] { return m_stage.service->get("changes?since=" + since); });
+        QCOMPARE(m_stage.service->terminate(), 0);
+        QCOMPARE(news.wait_for(std::chrono::seconds(19)), std::future_status::ready);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestServiceClips)
+#include "test_service_clips.moc"
