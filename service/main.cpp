@@ -9,6 +9,7 @@
 #include "base/Landlock.h"
 #include "base/Log.h"
 #include "base/Options.h"
+#include "client/Commands.h"
 #include "http/HttpListener.h"
 
 #include <QCoreApplication>
@@ -112,10 +113,13 @@ void reload(const std::vector<std::string>& arguments, Options& options, HttpLis
               (later.empty() ? std::string() : "; changed at the next start only: " + later));
 }
 
-ServiceFacts factsOf(const HttpListener& listener, Clock::time_point start)
+ServiceFacts factsOf(const HttpListener& listener, const Entrances& entrances, const Options& options,
+                     Clock::time_point start)
 {
     const RefusalCounts& counts = listener.refusals();
     return {KRX_VERSION,
+            entrances.places(),
+            options.dataFolder,
             std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - start),
             listener.mostConnections(),
             counts.strangers,
@@ -173,7 +177,7 @@ int serve(const std::vector<std::string>& arguments, Options& options, std::vect
     HttpListener listener(
         [&](const RequestHead& head, const Target& target, const std::string& body) {
             const bool version = target.segments.size() == 1 && target.segments.front() == "version";
-            return version ? versionAnswer(head.method, factsOf(*door, start))
+            return version ? versionAnswer(head.method, factsOf(*door, entrances, options, start))
                            : routes.handle(head, target, body);
         },
         std::move(users));
@@ -246,6 +250,8 @@ int main(int argc, char** argv)
     case Options::Wish::PrintConfig:
         std::fputs(options->configText().c_str(), stdout);
         return kDone;
+    case Options::Wish::Command:
+        return commands::run(*options, KRX_VERSION);
     case Options::Wish::Describe:
         std::fputs(Options::description(KRX_VERSION).c_str(), stdout);
         return kDone;

@@ -47,6 +47,7 @@ std::string Entrances::open(HttpListener& listener, const Options& options, bool
         if (port == 0)
             return error;
         m_address = "http://127.0.0.1:" + std::to_string(port);
+        m_places.push_back(m_address);
     }
     return openSocket(listener, options, inUse);
 }
@@ -58,6 +59,7 @@ std::string Entrances::adoptGiven(HttpListener& listener, const std::vector<int>
         if (const auto reason = listener.adopt(socket); !reason.empty())
             return "the socket " + address + " that was handed over cannot be used: " + reason;
         log::info("listening on " + address + ", which was handed over");
+        m_places.push_back(address);
         if (m_address.empty() || address.rfind("http://127.", 0) == 0)
             m_address = address;
     }
@@ -76,6 +78,7 @@ std::string Entrances::openSocket(HttpListener& listener, const Options& options
         reason = listener.adopt(m_socket.take());
     if (reason.empty()) {
         log::info("listening on " + path);
+        m_places.push_back(path);
         if (m_address.empty())
             m_address = path;
     } else if (usual && options.hasPort) {

@@ -21,6 +21,8 @@ public:
 
     /// Where clients find the service, for a person: a URL, or the socket's path.
     const std::string& address() const { return m_address; }
+    /// All of the ways in, in the same form.
+    const std::vector<std::string>& places() const { return m_places; }
 
 private:
     std::string adoptGiven(HttpListener& listener, const std::vector<int>& sockets);
@@ -28,6 +30,7 @@ private:
 
     LocalSocket m_socket;
     std::string m_address;
+    std::vector<std::string> m_places;
 };
 
 /// The numbers of users called \a names; a number stands for itself.

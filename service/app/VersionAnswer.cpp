@@ -4,6 +4,8 @@
 #include "documents/XmlTools.h"
 #include "http/HeadCheck.h"
 
+#include <unistd.h>
+
 namespace krxservice {
 
 namespace {
@@ -29,6 +31,10 @@ HttpAnswer versionAnswer(const std::string& method, const ServiceFacts& facts)
     xmltools::append(root, "program", "krx-service");
     xmltools::append(root, "version", facts.version);
     xmltools::append(root, "protocol", kProtocol);
+    append(root, "process", static_cast<std::uint64_t>(::getpid()));
+    for (const auto& place : facts.places)
+        xmltools::append(root, "listens", place);
+    xmltools::append(root, "data", facts.dataFolder);
     append(root, "uptime", static_cast<std::uint64_t>(facts.uptime.count()));
     auto limits = xmltools::append(root, "limits");
     append(limits, "head", headcheck::kLargestHead);

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace krxservice {
 
@@ -13,6 +14,8 @@ namespace krxservice {
 struct ServiceFacts
 {
     std::string version;
+    std::vector<std::string> places; ///< where it listens: URLs and paths
+    std::string dataFolder;
     std::chrono::seconds uptime{0};
     std::size_t mostConnections = 0;
     std::uint64_t strangers = 0; ///< connections of other users that were refused

@@ -33,7 +33,8 @@ constexpr std::array kSections = {
     Section{"EXIT STATUS",
             "It ends with 0 when told to, 2 for a wrong command line or configuration, 3 when the\n"
             "port, the socket or the data folder is in use by another instance, 1 for every other\n"
-            "failure (and for what --check finds).\n"},
+            "failure (and for what --check finds). A command ends with 4 when no service of this user\n"
+            "runs there, otherwise with 0 or 1.\n"},
 };
 
 /// One line: fields divided by tabs.
@@ -71,13 +72,17 @@ std::string shown(const Command& command)
 
 const std::vector<Command>& commands()
 {
-    static const std::vector<Command> table = {};
+    static const std::vector<Command> table = {
+        {"status", "", 0, 0, "", "tell whether the service runs, and how it goes", {"json"}},
+    };
     return table;
 }
 
 const std::vector<OptionText>& commandOptions()
 {
-    static const std::vector<OptionText> table = {};
+    static const std::vector<OptionText> table = {
+        {"json", nullptr, "", "write for programs"},
+    };
     return table;
 }
 

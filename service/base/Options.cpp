@@ -241,12 +241,62 @@ std::string folderFrom(const Options::Environment& environment, const char* vari
     return std::string(home && home[0] == '/' ? home : "/tmp") + below + "/krx-service";
 }
 
+/// Takes a word that is no option. Nothing, or why not.
+std::optional<Refusal> takeWord(const std::string& word, Options& options)
+{
+    if (!options.command.empty()) {
+        options.operands.push_back(word);
+        return std::nullopt;
+    }
+    if (!commandline::commandCalled(word))
+        return Refusal{2, "unknown command " + word + " (--help lists the commands)"};
+    options.command = word;
+    options.wish = Wish::Command;
+    return std::nullopt;
+}
+
+const commandline::OptionText* commandOptionCalled(const std::string& name)
+{
+    for (const auto& option : commandline::commandOptions()) {
+        if (name == option.name)
+            return &option;
+    }
+    return nullptr;
+}
+
+/// Why a command cannot be carried out as it was said, or nothing.
+std::optional<Refusal> checkCommand(const Options& options)
+{
+    const auto* command = commandline::commandCalled(options.command);
+    for (const auto& [name, value] : options.commandOptions) {
+        if (!command)
+            return Refusal{2, "the option --" + name + " belongs to a command (--help lists them)"};
+        if (!commandline::takes(*command, name))
+            return Refusal{2, "the command " + options.command + " has no option --" + name};
+    }
+    const std::size_t count = options.operands.size();
+    if (command && (count < command->least || count > command->most))
+        return Refusal{2, "the command is: krx-service " + options.command +
+                              (*command->operands ? std::string(" ") + command->operands : std::string())};
+    return std::nullopt;
+}
+
 /// Reads the command line into \a layer. Nothing, or why not.
 std::optional<Refusal> readArguments(const std::vector<std::string>& arguments, Layer& layer,
                                      Options& options)
 {
+    bool onlyWords = false;
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         std::string name = arguments[i];
+        if (onlyWords || name.size() < 2 || name.front() != '-') {
+            if (const auto refusal = takeWord(name, options))
+                return refusal;
+            continue;
+        }
+        if (name == "--") {
+            onlyWords = true;
+            continue;
+        }
         if (name == "-h" || name == kDescribe) {
             options.wish = name == kDescribe ? Wish::Describe : Wish::Help;
             return std::nullopt;
@@ -264,14 +314,20 @@ std::optional<Refusal> readArguments(const std::vector<std::string>& arguments, 
         }
         const std::string key = name.rfind("--", 0) == 0 ? name.substr(2) : std::string();
         const Row* row = rowOf(key);
-        if (!row && key != kConfigOption)
+        const auto* own = commandOptionCalled(key);
+        if (!row && !own && key != kConfigOption)
             return Refusal{2, "unknown option " + arguments[i] + " (--help lists the options)"};
-        if (!value && row && !row->argument)
+        const bool isFlag = (row && !row->argument) || (own && !own->argument);
+        if (!value && isFlag)
             value = "true";
         if (!value) {
             if (i + 1 == arguments.size())
                 return Refusal{2, "the option " + name + " needs a value"};
             value = arguments[++i];
+        }
+        if (own) {
+            options.commandOptions[key] = *value;
+            continue;
         }
         Said& said = layer[key];
         if (!row || !row->isList)
@@ -279,7 +335,7 @@ std::optional<Refusal> readArguments(const std::vector<std::string>& arguments, 
         said.values.push_back(*value);
         said.from = "command line";
     }
-    return std::nullopt;
+    return checkCommand(options);
 }
 
 std::string variableOf(const std::string& name)
@@ -382,6 +438,12 @@ Outcome<Options> Options::parse(const std::vector<std::string>& arguments, const
     if (!options.hasPort && !options.hasSocket)
         return Refusal{2, "with --no-port and --no-socket nobody could reach the service"};
     return options;
+}
+
+std::optional<std::string> Options::value(const std::string& name) const
+{
+    const auto found = commandOptions.find(name);
+    return found == commandOptions.end() ? std::nullopt : std::optional(found->second);
 }
 
 std::string Options::configText() const

@@ -3,6 +3,8 @@
 #include "base/Outcome.h"
 
 #include <functional>
+#include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,7 +14,7 @@ namespace krxservice {
 /// wins over those behind it; what nobody said has a default.
 struct Options
 {
-    enum class Wish { Run, Check, Help, Version, PrintConfig, Describe };
+    enum class Wish { Run, Check, Help, Version, PrintConfig, Describe, Command };
     enum class LogLevel { Info, Warning, Error };
 
     /// The value of an environment variable, or null.
@@ -27,6 +29,9 @@ struct Options
     };
 
     Wish wish = Wish::Run;
+    std::string command;               ///< with Wish::Command
+    std::vector<std::string> operands; ///< of the command
+    std::map<std::string, std::string> commandOptions;
     int port = 58885;      ///< 0 lets the system choose one
     bool hasPort = true;   ///< false: the Unix socket is the only way in
     bool hasSocket = true; ///< false: the port is the only way in
@@ -42,6 +47,11 @@ struct Options
 
     /// True when the Unix socket is to be opened at its usual place.
     bool wantsUsualSocket() const;
+
+    /// True when the command was given the flag \a name.
+    bool wants(const std::string& name) const { return commandOptions.count(name) > 0; }
+    /// The value of an option of the command, or nothing.
+    std::optional<std::string> value(const std::string& name) const;
 
     /// Reads \a arguments (without the program's name), \a environment and the configuration file. A refusal
     /// carries the text for the person, with file and line when it is about the file.

@@ -136,13 +136,13 @@ bool SpeakerFinder::open()
     return m_netlink >= 0;
 }
 
-Speaker SpeakerFinder::ofTcp(int socket)
+/// Puts one question to the kernel. An empty text or why there is no answer; \a code is the kernel's own.
+std::string SpeakerFinder::ask(unsigned char family, unsigned states, const inet_diag_sockid& id,
+                               inet_diag_msg& answer, int& code)
 {
-    FourTuple tuple;
-    if (!fourTuple(socket, tuple))
-        return unknown("a connection that was gone at once");
+    code = 0;
     if (!open())
-        return unknown("the kernel cannot be asked: " + text::errnoText(errno));
+        return "the kernel cannot be asked: " + text::errnoText(errno);
     struct
     {
         nlmsghdr header;
@@ -152,15 +152,15 @@ Speaker SpeakerFinder::ofTcp(int socket)
     message.header.nlmsg_type = SOCK_DIAG_BY_FAMILY;
     message.header.nlmsg_flags = NLM_F_REQUEST;
     message.header.nlmsg_seq = ++m_sequence;
-    message.question.sdiag_family = tuple.family;
+    message.question.sdiag_family = family;
     message.question.sdiag_protocol = IPPROTO_TCP;
-    message.question.idiag_states = ~0U;
-    message.question.id = tuple.id;
+    message.question.idiag_states = states;
+    message.question.id = id;
     sockaddr_nl kernel{};
     kernel.nl_family = AF_NETLINK;
     if (::sendto(m_netlink, &message, sizeof message, 0, reinterpret_cast<sockaddr*>(&kernel),
                  sizeof kernel) != static_cast<ssize_t>(sizeof message))
-        return unknown("the kernel cannot be asked: " + text::errnoText(errno));
+        return "the kernel cannot be asked: " + text::errnoText(errno);
 
     // The kernel answers while it is asked, so nothing is ever waited for.
     alignas(nlmsghdr) std::array<char, 4096> buffer{};
@@ -169,29 +169,60 @@ Speaker SpeakerFinder::ofTcp(int socket)
         if (got < static_cast<ssize_t>(sizeof(nlmsghdr))) {
             ::close(m_netlink);
             m_netlink = -1;
-            return unknown("the kernel did not answer");
+            return "the kernel did not answer";
         }
         nlmsghdr header{};
         std::memcpy(&header, buffer.data(), sizeof header);
         if (header.nlmsg_seq != m_sequence)
             continue;
+        if (header.nlmsg_type == NLMSG_ERROR && got >= static_cast<ssize_t>(NLMSG_LENGTH(sizeof(nlmsgerr)))) {
+            nlmsgerr error{};
+            std::memcpy(&error, buffer.data() + NLMSG_HDRLEN, sizeof error);
+            code = -error.error;
+        }
         if (header.nlmsg_type != SOCK_DIAG_BY_FAMILY ||
             header.nlmsg_len < NLMSG_LENGTH(sizeof(inet_diag_msg)) ||
             got < static_cast<ssize_t>(NLMSG_LENGTH(sizeof(inet_diag_msg))))
-            return unknown("a connection that the kernel does not know");
-        inet_diag_msg answer{};
+            return "a connection that the kernel does not know";
         std::memcpy(&answer, buffer.data() + NLMSG_HDRLEN, sizeof answer);
-        if (!sameEnds(tuple, answer))
-            return unknown("a connection that the kernel does not know");
-        const bool whole = answer.idiag_state == TCP_ESTABLISHED || answer.idiag_state == TCP_FIN_WAIT1 ||
-                           answer.idiag_state == TCP_FIN_WAIT2;
-        if (!whole)
-            return unknown("a connection that is not, or no longer, whole");
-        // Whoever closed the socket already has no owner any more; the number given then is 0, that of root.
-        if (answer.idiag_inode == 0)
-            return unknown("a connection whose owner has closed it");
-        return named(answer.idiag_uid);
+        return {};
     }
+}
+
+Speaker SpeakerFinder::ofTcp(int socket)
+{
+    FourTuple tuple;
+    if (!fourTuple(socket, tuple))
+        return unknown("a connection that was gone at once");
+    inet_diag_msg answer{};
+    int code = 0;
+    if (const auto why = ask(tuple.family, ~0U, tuple.id, answer, code); !why.empty())
+        return unknown(why);
+    if (!sameEnds(tuple, answer))
+        return unknown("a connection that the kernel does not know");
+    const bool whole = answer.idiag_state == TCP_ESTABLISHED || answer.idiag_state == TCP_FIN_WAIT1 ||
+                       answer.idiag_state == TCP_FIN_WAIT2;
+    if (!whole)
+        return unknown("a connection that is not, or no longer, whole");
+    // Whoever closed the socket already has no owner any more; the number given then is 0, that of root.
+    if (answer.idiag_inode == 0)
+        return unknown("a connection whose owner has closed it");
+    return named(answer.idiag_uid);
+}
+
+SpeakerFinder::Listener SpeakerFinder::listenerAt(int port)
+{
+    inet_diag_sockid id{};
+    id.idiag_cookie[0] = id.idiag_cookie[1] = INET_DIAG_NOCOOKIE;
+    id.idiag_sport = htons(static_cast<std::uint16_t>(port));
+    id.idiag_src[0] = htonl(INADDR_LOOPBACK);
+    inet_diag_msg answer{};
+    int code = 0;
+    if (const auto why = ask(AF_INET, 1U << TCP_LISTEN, id, answer, code); !why.empty())
+        return {code != ENOENT, unknown(why)};
+    if (answer.idiag_state != TCP_LISTEN || answer.idiag_inode == 0)
+        return {true, unknown("a listener whose owner has closed it")};
+    return {true, named(answer.idiag_uid)};
 }
 
 std::string SpeakerFinder::selfTest()

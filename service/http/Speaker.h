@@ -4,6 +4,9 @@
 
 #include <string>
 
+struct inet_diag_msg;
+struct inet_diag_sockid;
+
 namespace krxservice {
 
 /// Who holds the other end of a connection.
@@ -33,6 +36,15 @@ public:
     /// \a socket is a connected TCP socket of the IPv4 or IPv6 loopback, or a Unix stream socket.
     Speaker of(int socket);
 
+    /// Whose program takes connections at a port.
+    struct Listener
+    {
+        bool isThere = false; ///< false: nobody listens there
+        Speaker owner;
+    };
+    /// \a port is one of 127.0.0.1.
+    Listener listenerAt(int port);
+
     /// Tries it on a connection of this process to itself. An empty text or what is missing.
     std::string selfTest();
 
@@ -41,6 +53,8 @@ private:
     Speaker ofUnix(int socket) const;
     Speaker named(uid_t user) const;
     bool open();
+    std::string ask(unsigned char family, unsigned states, const inet_diag_sockid& id, inet_diag_msg& answer,
+                    int& code);
 
     int m_netlink = -1; ///< kept open: opening one costs more than all the rest
     unsigned m_sequence = 0;
