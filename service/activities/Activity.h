@@ -21,6 +21,11 @@ struct ActivityProgress
 /// The status of a refusal that says: the source changed meanwhile, so look at it again.
 constexpr int kLookAgain = 409;
 
+/// The status of a refusal that says: it can be done when a volume has space, or is there again; its text
+/// begins with "waiting for" and is the same for all that wait for the same. The work is tried again from
+/// this action on.
+constexpr int kWaitFor = 507;
+
 /// One kind of action that a profile can order. Has no state: may run on several threads at once.
 class Activity
 {

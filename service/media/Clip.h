@@ -23,6 +23,18 @@ struct StreamFacts
     int channels = 0;
     std::string duration; ///< decimal seconds
     std::string timecode;
+    std::string reelName;
+    std::string averageRate;  ///< a fraction; another than frameRate when pictures stand differently long
+    std::string sampleAspect; ///< a fraction, width to height of a pixel
+    std::string fieldOrder;   ///< "progressive", "top" or "bottom"
+    /// As ffmpeg calls them.
+    std::string colorRange;
+    std::string colorSpace;
+    std::string colorPrimaries;
+    std::string colorTransfer;
+    int turn = 0;         ///< degrees clockwise by which it is turned before it is shown
+    bool isCover = false; ///< a picture that goes with sound
+    int bits = 0;         ///< of a sample of sound
 };
 
 /// What a probe found out about a file.
@@ -32,6 +44,9 @@ struct MediaFacts
     std::string format;
     std::string duration; ///< decimal seconds, empty when the format has none
     std::string timecode;
+    std::string reelName;
+    std::string created;       ///< when it was recorded, ISO 8601
+    std::string timeReference; ///< of a Broadcast Wave: samples since midnight
     std::vector<StreamFacts> streams;
 };
 

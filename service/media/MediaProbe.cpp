@@ -26,6 +26,17 @@ StreamFacts readStream(const pugi::xml_node& element)
     stream.width = element.attribute("width").as_int();
     stream.height = element.attribute("height").as_int();
     stream.frameRate = stream.type == "video" ? element.attribute("r_frame_rate").value() : "";
+    stream.averageRate = stream.type == "video" ? element.attribute("avg_frame_rate").value() : "";
+    stream.sampleAspect = element.attribute("sample_aspect_ratio").value();
+    stream.fieldOrder = element.attribute("field_order").value();
+    stream.colorRange = element.attribute("color_range").value();
+    stream.colorSpace = element.attribute("color_space").value();
+    stream.colorPrimaries = element.attribute("color_primaries").value();
+    stream.colorTransfer = element.attribute("color_transfer").value();
+    stream.turn = element.attribute("turn").as_int();
+    stream.isCover = element.attribute("is_cover").as_bool();
+    stream.bits = element.attribute("bits").as_int();
+    stream.reelName = element.attribute("reel_name").value();
     stream.pixelFormat = element.attribute("pix_fmt").value();
     stream.sampleRate = element.attribute("sample_rate").as_int();
     stream.channels = element.attribute("channels").as_int();
@@ -79,6 +90,7 @@ std::vector<std::string> usualProgram()
 }
 
 std::mutex poolMutex;
+std::vector<std::string> otherProgram; ///< empty for the usual one
 std::shared_ptr<MediaHelpers> pool;
 
 std::shared_ptr<MediaHelpers> helpers()
@@ -100,7 +112,14 @@ bool isUsable(const StreamFacts& stream)
 void MediaProbe::use(const std::vector<std::string>& program, int longestMilliseconds)
 {
     const std::lock_guard lock(poolMutex);
+    otherProgram = program;
     pool = std::make_shared<MediaHelpers>(program.empty() ? usualProgram() : program, longestMilliseconds);
+}
+
+std::vector<std::string> MediaProbe::program()
+{
+    const std::lock_guard lock(poolMutex);
+    return otherProgram.empty() ? usualProgram() : otherProgram;
 }
 
 ProbeResult MediaProbe::probe(const std::string& path, const CancelToken& cancel)
@@ -150,6 +169,9 @@ ProbeResult MediaProbe::read(std::string_view report)
     result.facts.format = format.attribute("format_name").value();
     result.facts.duration = format.attribute("duration").value();
     result.facts.timecode = format.attribute("timecode").value();
+    result.facts.reelName = format.attribute("reel_name").value();
+    result.facts.created = format.attribute("creation_time").value();
+    result.facts.timeReference = format.attribute("time_reference").value();
     if (isNoFormat(result.facts.format) || format.attribute("probe_score").as_int() < kLeastScore)
         return notMedia("it is no media file");
     bool video = false;
@@ -160,6 +182,8 @@ ProbeResult MediaProbe::read(std::string_view report)
         audio = audio || (isUsable(stream) && stream.type == "audio");
         if (result.facts.timecode.empty())
             result.facts.timecode = stream.timecode;
+        if (result.facts.reelName.empty())
+            result.facts.reelName = stream.reelName;
         result.facts.streams.push_back(stream);
     }
     if (!video && !audio)

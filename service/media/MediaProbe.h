@@ -39,6 +39,9 @@ public:
     /// Reads what krx-media answers. An answer that makes no sense is Unavailable.
     static ProbeResult read(std::string_view report);
 
+    /// krx-media, and the arguments that come before its own.
+    static std::vector<std::string> program();
+
     /// For tests: another program (its path and arguments) and limit from now on. Without a program the usual
     /// one. Not while a probe runs.
     static void use(const std::vector<std::string>& program, int longestMilliseconds = kLongestMilliseconds);

@@ -1,4 +1,4 @@
-#include "Memory.h"
+#include "media/helper/Memory.h"
 
 #include <cerrno>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "References.h"
+#include "media/helper/References.h"
 
 #include <algorithm>
 #include <array>

@@ -1,5 +1,8 @@
+#include "media/helper/Checker.h"
 #include "media/helper/Confinement.h"
+#include "media/helper/Feed.h"
 #include "media/helper/Looker.h"
+#include "media/helper/Requests.h"
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -7,6 +10,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <string>
@@ -16,6 +20,9 @@
 ///
 /// A question is the length of a name (32 bits, this machine's order) with the file attached, then the name.
 /// An answer is a length and so many bytes of XML.
+///
+/// Started as "krx-media feed [NUMERATOR DENOMINATOR]" or "krx-media check" it does one piece of work
+/// instead, which Feed.h and Checker.h describe.
 namespace {
 
 constexpr int kSocket = 3;
@@ -86,9 +93,26 @@ int serve()
     }
 }
 
+/// What the program is started for, by its arguments.
+int work(int count, char* const arguments[])
+{
+    const std::string task = count > 1 ? arguments[1] : "";
+    if (task.empty())
+        return serve();
+    if (task == "check")
+        return krxmedia::checker::check();
+    if (task == "feed" && count == 2)
+        return krxmedia::feed::medium();
+    const int numerator = count == 4 ? std::atoi(arguments[2]) : 0;
+    const int denominator = count == 4 ? std::atoi(arguments[3]) : 0;
+    if (task == "feed" && numerator > 0 && denominator > 0)
+        return krxmedia::feed::pictures(numerator, denominator);
+    return kWrongUsage;
+}
+
 } // namespace
 
-int main()
+int main(int count, char* arguments[])
 {
     int type = 0;
     socklen_t size = sizeof type;
@@ -96,14 +120,15 @@ int main()
         std::fputs("krx-media looks into media files for krx-service, which starts it.\n", stderr);
         return kWrongUsage;
     }
-    ::close_range(kSocket + 1, ~0U, 0);
-    if (const auto reason = krxmedia::confinement::enter(); !reason.empty()) {
+    const bool feeds = count > 1 && std::strcmp(arguments[1], "feed") == 0;
+    ::close_range(feeds ? krxmedia::requests::kStream + 1 : kSocket + 1, ~0U, 0);
+    if (const auto reason = krxmedia::confinement::enter(count > 1); !reason.empty()) {
         std::fprintf(stderr, "krx-media: %s\n", reason.c_str());
         return kNotConfined;
     }
     int code = kOutOfOrder;
     try {
-        code = serve();
+        code = work(count, arguments);
     } catch (const std::exception&) {
         // Out of memory for an answer: the service takes another of us.
     }
