@@ -4,9 +4,11 @@
 #include "base/Outcome.h"
 #include "documents/ProfileDocument.h"
 #include "media/Clip.h"
+#include "store/Records.h"
 
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace krxservice {
 
@@ -16,6 +18,8 @@ struct ActivityProgress
     std::function<void(int percent)> percent; ///< now and then, 0 to 100
     /// Before an unfinished file appears, so that it can be cleaned up after a crash.
     std::function<void(const std::string& scratch)> willWrite;
+    /// When copies are finished in \a folder: what its history is to list.
+    std::function<void(const std::string& folder, std::vector<HistoryEntry> files)> copied;
 };
 
 /// The status of a refusal that says: the source changed meanwhile, so look at it again.

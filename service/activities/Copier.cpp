@@ -186,7 +186,9 @@ private:
                     ::openat(m_place.get(), free.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
                 if (!hasContent(existing, checksum))
                     continue;
-                return offer(free, existing, checksum);
+                CopyResult result = offer(free, existing, checksum);
+                result.existed = true;
+                return result;
             }
             CopyResult result = offer(free, m_target, checksum);
             if (!result.ok)
@@ -222,7 +224,9 @@ private:
         if (::fstat(file.get(), &held) != 0 || ::stat(path.c_str(), &named) != 0 ||
             held.st_dev != named.st_dev || held.st_ino != named.st_ino)
             return failed("the folder " + m_directory + " was replaced while it was copied into");
-        return done(checksum, path);
+        CopyResult result = done(checksum, path);
+        result.stamp = filetools::stampOf(held);
+        return result;
     }
 
     const CopyOrder& m_order;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/CancelToken.h"
+#include "base/FileStamp.h"
 
 #include <functional>
 #include <string>
@@ -34,6 +35,8 @@ struct CopyResult
     bool sourceChanged = false; ///< it is not finished, or not the same any more: look at it again
     std::string path;           ///< of the finished copy
     std::string checksum;       ///< of its whole content
+    FileStamp stamp;            ///< of the finished copy
+    bool existed = false;       ///< it lay there before, with the same content
     std::string error;
 };
 

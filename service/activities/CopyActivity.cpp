@@ -19,7 +19,8 @@ Refusal failed(const Clip& clip, const ActivityRecipe& recipe, const std::string
 Outcome<Clip> CopyActivity::run(const Clip& clip, const ActivityRecipe& recipe,
                                 const ActivityProgress& progress, const CancelToken& cancel) const
 {
-    if (!clip.watched.empty() && text::canonicalPath(recipe.destination) == text::canonicalPath(clip.watched))
+    const std::string watched = text::canonicalPath(clip.watched);
+    if (!watched.empty() && text::canonicalPath(recipe.destination) == watched)
         return failed(clip, recipe, "the destination is the watched folder itself");
     CopyOrder order;
     order.source = clip.source.path;
@@ -36,7 +37,20 @@ Outcome<Clip> CopyActivity::run(const Clip& clip, const ActivityRecipe& recipe,
         return Refusal{kLookAgain, result.error};
     if (!result.ok)
         return failed(clip, recipe, result.error);
+    // Between the look at it and the copy somebody wrote to it; parts of large files do not tell.
+    if (clip.source.checksum.rfind(filetools::kWholeMethod, 0) == 0 &&
+        clip.source.checksum != result.checksum)
+        return Refusal{kLookAgain, clip.source.path + " changed before it was copied"};
     log::info("copied " + clip.source.path + " to " + result.path);
+    if (progress.copied) {
+        HistoryEntry entry{result.path.substr(order.directory.size() + 1),
+                           result.stamp.size,
+                           result.stamp.modified,
+                           result.checksum,
+                           text::now(),
+                           result.existed};
+        progress.copied(order.directory, {entry});
+    }
     Clip copied = clip;
     copied.source.checksum = result.checksum;
     const auto stamp = filetools::stampOf(result.path);

@@ -23,7 +23,6 @@ namespace {
 constexpr char kRefusedBefore[] = "it was not offered before either, and holds the same content";
 constexpr char kOutOfReach[] = "the directory of its output is out of reach";
 constexpr char kRemoved[] = "its folder or job was removed";
-constexpr char kWholeMethod[] = "xxh3-64:";                             ///< of checksums of whole files
 constexpr int kAttempts = 2;                                            ///< to give a document its name
 constexpr int kAtOnce = 100;                                            ///< records looked at together
 constexpr std::int64_t kKeptFor = 30LL * 24 * 60 * 60 * 1000 * 1000000; ///< nanoseconds
@@ -47,6 +46,17 @@ Whereabouts whereabouts(const std::string& path)
     std::error_code error;
     const bool isEmpty = std::filesystem::is_empty(path.substr(0, path.rfind('/')), error);
     return error || isEmpty ? Whereabouts::Unknown : Whereabouts::Gone;
+}
+
+CopiedClip copiedInto(const std::string& folder, std::vector<HistoryEntry> files)
+{
+    const std::string canonical = text::canonicalPath(folder);
+    struct stat facts
+    {
+    };
+    const bool isThere = ::stat(folder.c_str(), &facts) == 0;
+    return {canonical.empty() ? folder : canonical, isThere ? static_cast<std::int64_t>(facts.st_ino) : 0,
+            text::now(), std::move(files)};
 }
 
 FileResult ended(FileResult::End end, const std::string& text,
@@ -148,7 +158,7 @@ std::optional<FileResult> Pipeline::recognise(Work& work)
     work.clip.source = {order.path, record.stamp, *checksum};
     record.checksum = *checksum;
     // Samples see no change between them, and other times can be put back.
-    if (checksum->rfind(kWholeMethod, 0) != 0)
+    if (checksum->rfind(filetools::kWholeMethod, 0) != 0)
         record.checksum += '@' + std::to_string(record.stamp.changed);
     auto seen = m_clips.find(order.ownerId, order.path, record.checksum);
     if (seen && seen->state == ClipState::Failed && order.ownerKind == "job") {
@@ -292,6 +302,10 @@ std::optional<Refusal> Pipeline::runActivities(Work& work)
                 work.order.activity(activities[i].name.empty() ? activities[i].id : activities[i].name, all);
         };
         progress.percent(0);
+        std::vector<CopiedClip> copied;
+        progress.copied = [&](const std::string& folder, std::vector<HistoryEntry> files) {
+            copied.push_back(copiedInto(folder, std::move(files)));
+        };
         auto made =
             Activity::forId(activities[i].id).run(work.clip, activities[i], progress, work.order.cancel);
         if (!made)
@@ -305,9 +319,19 @@ std::optional<Refusal> Pipeline::runActivities(Work& work)
             record.linkedChecksum = work.clip.linked.checksum;
         }
         record.made = clipmemory::write(work.clip);
-        m_clips.acted(record);
+        noteActed(record, copied);
     }
     return std::nullopt;
+}
+
+/// An action is finished, and what it copied waits for the histories: both or neither.
+void Pipeline::noteActed(const ClipRecord& clip, const std::vector<CopiedClip>& copied)
+{
+    Transaction transaction(m_database);
+    m_clips.acted(clip);
+    for (const auto& each : copied)
+        m_copied.add(each);
+    transaction.commit();
 }
 
 OutputFacts Pipeline::factsOf(const Work& work)

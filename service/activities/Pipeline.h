@@ -7,6 +7,7 @@
 #include "media/OutputDocument.h"
 #include "store/ClipStore.h"
 #include "store/ErrorStore.h"
+#include "store/HistoryStore.h"
 
 #include <functional>
 #include <memory>
@@ -112,11 +113,13 @@ private:
     FileResult publish(Work& work);
     std::vector<OutputArea::Document> beginTogether(const std::vector<std::shared_ptr<ReadyClip>>& clips);
     FileResult finish(const ClipRecord& clip, const std::function<void(const FileResult&)>& willEnd);
+    void noteActed(const ClipRecord& clip, const std::vector<CopiedClip>& copied);
 
     Database& m_database;
     ClipStore& m_clips;
     ErrorStore& m_errors;
     OutputArea& m_outputs;
+    HistoryStore m_copied{m_database};
 };
 
 } // namespace krxservice

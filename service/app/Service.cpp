@@ -25,6 +25,8 @@ constexpr std::size_t kLongestPath = 4095;           ///< bytes, what the system
 constexpr std::chrono::milliseconds kPatience{2000}; ///< with a disk; clients wait three seconds
 constexpr std::int64_t kPruneEvery = 24LL * 60 * 60 * 1000 * 1000000; ///< nanoseconds
 
+constexpr double kHistorySeconds = 5; ///< between two looks whether a history is due
+
 Refusal noFolder()
 {
     return {404, "there is no such folder"};
@@ -128,6 +130,7 @@ Service::Service(const Options& options)
     : m_dataFolder(text::canonicalPath(options.dataFolder))
     , m_keeper(options.dataFolder)
     , m_outputs(m_dataFolder + "/output")
+    , m_histories(m_copied, m_errors, options.historySeconds, text::now)
     , m_worker({m_folders, m_profiles, m_jobs, m_errors, m_book}, m_pipeline,
                [this](const std::string& folderId, const std::string& path,
                       const std::optional<FileStamp>& stamp) {
@@ -141,6 +144,7 @@ Service::Service(const Options& options)
                      },
                      [this] { prune(); }},
                     options.rescanSeconds)
+    , m_historian({[this] { m_histories.writeDue(); }}, std::min(options.historySeconds, kHistorySeconds))
 {
     m_keeper.restore(m_folders, m_profiles, m_errors);
     m_pipeline.recover(!m_keeper.mayHaveLost());
@@ -170,6 +174,7 @@ void Service::start()
     }
     m_housekeeper.start();
     m_housekeeper.poke();
+    m_historian.start();
 }
 
 void Service::stop()
@@ -182,6 +187,7 @@ void Service::stop()
     m_watchThread.quit();
     m_watchThread.wait();
     m_housekeeper.stop();
+    m_historian.stop();
 }
 
 /// Once a day.

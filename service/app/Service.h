@@ -1,5 +1,6 @@
 #pragma once
 
+#include "activities/HistoryKeeper.h"
 #include "activities/Pipeline.h"
 #include "app/DataKeeper.h"
 #include "app/Housekeeper.h"
@@ -98,10 +99,14 @@ private:
     ClipBook m_book{m_database, m_board};
     OutputArea m_outputs;
     Pipeline m_pipeline{m_database, m_clips, m_errors, m_outputs};
+    HistoryStore m_copied{m_database};
+    HistoryKeeper m_histories;
     Worker m_worker;
     QThread m_watchThread;
     std::unique_ptr<Watcher> m_watcher;
     Housekeeper m_housekeeper;
+    /// On a thread of its own: a volume that does not answer holds up nothing but histories.
+    Housekeeper m_historian;
     std::int64_t m_pruned = 0; ///< when, nanoseconds since 1970; used by the housekeeper alone
 };
 

@@ -46,6 +46,9 @@ std::optional<FileStamp> stampOfUnlinked(const std::string& path);
 /// different ones stay different.
 FileStamp stampOf(const struct stat& facts);
 
+/// With what the checksum of a whole file begins.
+constexpr char kWholeMethod[] = "xxh3-64:";
+
 /// The checksum of a whole file, "xxh3-64:" and 16 hexadecimal digits; nothing with \a error set when it
 /// cannot be read or \a cancel was set. Never waits for the other end of a pipe.
 std::optional<std::string> checksum(const std::string& path, const CancelToken& cancel, std::string& error);

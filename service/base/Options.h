@@ -40,6 +40,8 @@ struct Options
     std::string dataFolder;    ///< absolute; made when missing
     double settleSeconds = 2;  ///< how long a file must stand still before it is taken
     double rescanSeconds = 10; ///< how often watched folders are read again, whatever the events said
+    /// How long nothing is copied into a folder before its history lists what was.
+    double historySeconds = 60;
     std::vector<std::string> allowedUsers; ///< who may come by the port besides the own user and root
     LogLevel logLevel = LogLevel::Info;
     std::string logFile; ///< absolute; empty: none

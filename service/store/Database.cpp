@@ -19,7 +19,7 @@ namespace krxservice {
 namespace {
 
 /// Step n brings the tables from version n to version n + 1. Steps are only ever added.
-constexpr std::array<const char*, 3> kMigrations = {
+constexpr std::array<const char*, 4> kMigrations = {
     R"sql(
 CREATE TABLE profiles(
     seq INTEGER PRIMARY KEY AUTOINCREMENT,
@@ -112,6 +112,16 @@ CREATE TRIGGER profile_removed AFTER DELETE ON profiles
 )sql",
     // What the finished actions of a clip made, for a retry and the next start.
     "ALTER TABLE clips ADD COLUMN made TEXT NOT NULL DEFAULT '';",
+    // What was copied and no history lists yet, one row a clip.
+    R"sql(
+CREATE TABLE copied(
+    seq INTEGER PRIMARY KEY AUTOINCREMENT,
+    folder TEXT NOT NULL,
+    inode INTEGER NOT NULL,
+    finished INTEGER NOT NULL,
+    files TEXT NOT NULL);
+CREATE INDEX copied_by_folder ON copied(folder, seq);
+)sql",
 };
 
 /// What belongs to a database beside its own file.

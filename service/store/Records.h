@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace krxservice {
 
@@ -86,6 +87,26 @@ struct ClipRecord
     std::string output;         ///< name of its output document
     std::string scratch;        ///< unfinished file to be removed when the work was interrupted
     std::int64_t goneSince = 0; ///< when its file was first missed, nanoseconds since 1970; 0: it was not
+};
+
+/// A file as a history lists it. Times are nanoseconds since 1970.
+struct HistoryEntry
+{
+    std::string path; ///< relative to the folder of the history; XML can carry it
+    std::int64_t size = 0;
+    std::int64_t modified = 0;
+    std::string checksum;    ///< of its whole content, "xxh3-64:" and 16 hexadecimal digits
+    std::int64_t hashed = 0; ///< when the checksum was made; path, checksum and this are one event
+    bool existed = false;    ///< it lay there before and was only compared
+};
+
+/// The files of one clip that were copied into a folder.
+struct CopiedClip
+{
+    std::string folder;        ///< canonical path of the folder whose history lists them
+    std::int64_t inode = 0;    ///< of that folder: tells it from the place that it is mounted in
+    std::int64_t finished = 0; ///< nanoseconds since 1970
+    std::vector<HistoryEntry> files;
 };
 
 } // namespace krxservice

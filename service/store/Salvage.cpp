@@ -10,8 +10,8 @@ namespace krxservice::salvage {
 namespace {
 
 /// The sequences (ids go on where they were) and the count of changes last: copying the others changes them.
-constexpr std::array<const char*, 7> kTables = {"profiles", "folders", "jobs",           "clips",
-                                                "errors",   "meta",    "sqlite_sequence"};
+constexpr std::array<const char*, 8> kTables = {"profiles", "folders", "jobs", "clips",
+                                                "errors",   "copied",  "meta", "sqlite_sequence"};
 
 /// Stops without harm where a table cannot be read on.
 bool next(Statement& rows)

@@ -21,7 +21,8 @@ namespace {
 
 constexpr std::array<std::string_view, 6> kUnfinishedEndings = {".part", ".partial",    ".tmp",
                                                                 ".temp", ".crdownload", ".filepart"};
-constexpr std::size_t kDeepest = 64; ///< directories within each other
+constexpr char kHistory[] = "ascmhl"; ///< directories that hold what is said of copies, and no media
+constexpr std::size_t kDeepest = 64;  ///< directories within each other
 
 bool endsWith(const std::string& name, std::string_view ending)
 {
@@ -127,7 +128,7 @@ private:
         const unsigned char type = typeOf(directory, entry);
         const bool isFile = type == DT_REG && isCandidateName(name);
         const bool isLink = type == DT_LNK && isCandidateName(name);
-        if (type != DT_DIR && !isFile && !isLink)
+        if ((type != DT_DIR && !isFile && !isLink) || (type == DT_DIR && name == kHistory))
             return;
         const std::string below = place.below.empty() ? name : place.below + '/' + name;
         const std::string path = whole(below);

@@ -64,7 +64,7 @@ private slots:
 
     void commandLineBeatsEnvironmentBeatsFileBeatsDefault()
     {
-        const std::string path = file("port = 1001\nsettle = 11\nrescan = 21.5\n");
+        const std::string path = file("port = 1001\nsettle = 11\nrescan = 21.5\nhistory = 5\n");
         m_variables["KRX_SERVICE_CONFIG"] = path;
         m_variables["KRX_SERVICE_PORT"] = "1002";
         m_variables["KRX_SERVICE_SETTLE"] = "12";
@@ -73,6 +73,9 @@ private slots:
         QCOMPARE(options->port, 1003);
         QCOMPARE(options->settleSeconds, 12.0);
         QCOMPARE(options->rescanSeconds, 21.5);
+        QCOMPARE(options->historySeconds, 5.0);
+        QCOMPARE(parse({"--config", file("")})->historySeconds, 60.0);
+        QVERIFY(!parse({"--history", "never"}));
         QVERIFY(options->logLevel == Options::LogLevel::Info);
         QCOMPARE(from(*options, "port"), QByteArray("command line"));
         QCOMPARE(from(*options, "settle"), QByteArray("environment, KRX_SERVICE_SETTLE"));

@@ -533,7 +533,7 @@ private slots:
             ClipStore clips(database);
             FolderStore(database).create(folder("/media/watch"));
             QVERIFY(begun(clips, clip("f000001", "/media/watch/a", "c")) > 0);
-            database.execute("ALTER TABLE clips DROP COLUMN made; PRAGMA user_version=2");
+            database.execute("DROP TABLE copied; ALTER TABLE clips DROP COLUMN made; PRAGMA user_version=2");
         }
         Database database(name);
         ClipStore clips(database);

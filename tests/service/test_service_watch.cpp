@@ -125,10 +125,10 @@ private slots:
     {
         QTemporaryDir folder;
         QDir root(folder.path());
-        for (const char* name : {"DCIM/100", ".hidden", "copies/deep"})
+        for (const char* name : {"DCIM/100", "DCIM/ascmhl", ".hidden", "copies/deep"})
             QVERIFY(root.mkpath(QString::fromUtf8(name)));
-        for (const char* name :
-             {"a.mov", "DCIM/100/b.mov", ".hidden/c.mov", "copies/d.mov", "copies/deep/e.mov", "x.part"})
+        for (const char* name : {"a.mov", "DCIM/100/b.mov", "DCIM/ascmhl/1.mhl", ".hidden/c.mov",
+                                 "copies/d.mov", "copies/deep/e.mov", "x.part"})
             write(root.filePath(QString::fromUtf8(name)), "x");
         QVERIFY(
             QFile::link(root.filePath(QStringLiteral("a.mov")), root.filePath(QStringLiteral("link.mov"))));
