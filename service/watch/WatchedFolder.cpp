@@ -72,11 +72,11 @@ void WatchedFolder::beginReading()
     m_reading.clear();
 }
 
-void WatchedFolder::leaveOut(const std::string& path, const std::string& reason)
+void WatchedFolder::leaveOut(const std::string& path, const std::string& why)
 {
     m_seen.insert(path);
     if (m_reading.size() < kMostLeftOut)
-        m_reading[path] = reason;
+        m_reading[path] = why;
     else
         m_reading.insert_or_assign(kMore, "more than can be listed here");
 }

@@ -44,7 +44,7 @@ public:
     /// gone.
     void beginReading();
     /// Something that may hold clips is not looked into.
-    void leaveOut(const std::string& path, const std::string& reason);
+    void leaveOut(const std::string& path, const std::string& why);
     /// \return the files whose work is done that are gone since.
     std::vector<std::string> endReading();
     /// What a person should know about the folder now: one text for each thing that is left out.

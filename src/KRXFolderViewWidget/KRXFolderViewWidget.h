@@ -117,7 +117,8 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private slots:
-    void itemChanged(QTreeWidgetItem* item, int column);
+    /// Not the base class's signal of that name but what answers it.
+    void itemChanged(QTreeWidgetItem* item, int column); // clazy:exclude=overridden-signal
     /// A profile was chosen from the menu for the clicked row: assigns it, or says why it cannot be.
     void updateProfileValue();
 

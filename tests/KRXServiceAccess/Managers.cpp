@@ -200,7 +200,7 @@ QString Manager::memberUrl(const QString& id) const
 
 bool Manager::fill(KRXTest::FakeRestClient& fake, const QByteArray& entries)
 {
-    const Refresh refresh = refreshes().first();
+    const Refresh refresh = refreshes().constFirst();
     fake.answer(kGet, refresh.url, 200, listOf(entries));
     const bool result = refresh.run();
     fake.clearRequests();

@@ -527,7 +527,7 @@ private slots:
     void aRefusalWithAnEmptyMessageNamesItsStatusCodeEvenAfterAnEarlierFailure()
     {
         FakeRestClient fake;
-        fake.answer(kGet, kUrl, 503, {}, QStringLiteral(""));
+        fake.answer(kGet, kUrl, 503, {}, QLatin1String(""));
         Service service;
         service.m_lastError = QStringLiteral("older");
         QVERIFY(!service.get(nullptr));

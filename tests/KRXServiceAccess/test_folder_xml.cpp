@@ -256,8 +256,8 @@ private slots:
     void presentIsNotNonEmpty()
     {
         KRXFolder folder;
-        folder.setProperty("folderId", QStringLiteral(""));
-        folder.setProperty("folderProfileId", QStringLiteral(""));
+        folder.setProperty("folderId", QLatin1String(""));
+        folder.setProperty("folderProfileId", QLatin1String(""));
         QCOMPARE(KRXFolderXml::updateRequest(folder),
                  QStringLiteral("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
                                 "<xelMediaFolder id=\"\">\n"

@@ -387,7 +387,7 @@ private slots:
         QStringList errors{QStringLiteral("before")};
         QVERIFY(m_jobs->getErrorList(errors, false));
         QCOMPARE(errors, QStringList({QStringLiteral("before"), QStringLiteral("b"), QStringLiteral("a"),
-                                      QStringLiteral("")}));
+                                      QLatin1String("")}));
     }
 
     void errorsWithoutClearingSendNoQueryString()

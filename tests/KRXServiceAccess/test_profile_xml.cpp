@@ -135,7 +135,7 @@ private slots:
         QTest::newRow("not set") << QVariant() << QStringLiteral("<profileTag>#krx</profileTag>");
         QTest::newRow("abc") << QVariant(QStringLiteral("abc"))
                              << QStringLiteral("<profileTag>abc</profileTag>");
-        QTest::newRow("empty") << QVariant(QStringLiteral("")) << QStringLiteral("<profileTag></profileTag>");
+        QTest::newRow("empty") << QVariant(QLatin1String("")) << QStringLiteral("<profileTag></profileTag>");
     }
     void theTagIsTheOneThatIsSetAlsoWhenItIsEmpty()
     {
@@ -153,7 +153,7 @@ private slots:
         profile.setProperty("profileTimestamp", QStringLiteral("2020-01-01T00:00:00"));
         QVERIFY(written(profile).contains(
             QStringLiteral("<profileCreatedTimestamp>2020-01-01T00:00:00</profileCreatedTimestamp>")));
-        profile.setProperty("profileTimestamp", QStringLiteral(""));
+        profile.setProperty("profileTimestamp", QLatin1String(""));
         QVERIFY(
             written(profile).contains(QStringLiteral("<profileCreatedTimestamp></profileCreatedTimestamp>")));
     }
@@ -161,8 +161,8 @@ private slots:
     void aSetButEmptyNameAndDescriptionAreWritten()
     {
         KRXProfile profile;
-        profile.setProperty("profileName", QStringLiteral(""));
-        profile.setProperty("profileDescription", QStringLiteral(""));
+        profile.setProperty("profileName", QLatin1String(""));
+        profile.setProperty("profileDescription", QLatin1String(""));
         const QString xml = written(profile);
         QVERIFY(xml.contains(QStringLiteral("<profileName></profileName>")));
         QVERIFY(xml.contains(QStringLiteral("<profileShortDescription></profileShortDescription>")));

@@ -205,7 +205,6 @@ private slots:
             QSKIP("only root can give a file away");
         const auto is = [&fault](const char* name) { return fault == QLatin1String(name); };
         makeDirectory(is("open directory") ? 0777 : is("searchable directory") ? 0711 : 0700);
-        QString runtime = m_runtime->path();
         if (is("linked directory")) {
             QVERIFY(QFile::rename(directory(), m_runtime->filePath(QStringLiteral("elsewhere"))));
             QVERIFY(QFile::link(m_runtime->filePath(QStringLiteral("elsewhere")), directory()));

@@ -109,7 +109,8 @@ private slots:
         for (const char* bad :
              {"0", "x0", "1", "x1F", "xD800", "xDFFF", "xFFFE", "xFFFF", "x110000", "55296"})
             QVERIFY2(!parses(QStringLiteral("<r>&#%1;</r>").arg(QLatin1String(bad))), bad);
-        for (const ushort bad : {0x0, 0x1, 0x1F, 0xD800, 0xDFFF, 0xFFFE, 0xFFFF}) {
+        constexpr ushort kBad[] = {0x0, 0x1, 0x1F, 0xD800, 0xDFFF, 0xFFFE, 0xFFFF};
+        for (const ushort bad : kBad) {
             QVERIFY2(!parses(QStringLiteral("<r>%1</r>").arg(QChar(bad))),
                      qPrintable(QString::number(bad, 16)));
             QVERIFY(!parses(QString(QStringLiteral("<r/>") + QChar(bad))));

@@ -154,7 +154,7 @@ QString ClipIntake::volumeLabel(const QString& path)
     QList<HostCore::VolumeGroup> groups;
     HostCore::localVolumeGroups(groups);
     HostCore::VolumeInformation best;
-    for (const HostCore::VolumeGroup& group : groups) {
+    for (const HostCore::VolumeGroup& group : qAsConst(groups)) {
         for (const HostCore::VolumeHandle volume : group) {
             HostCore::VolumeIdentity identity;
             HostCore::VolumeInformation information;

@@ -80,7 +80,7 @@ void addSteps(TourStage& stage, FolderTour& folders, ProfileTour& profiles, Serv
     services.addServicesManager();
     services.addStopAndStart();
     folders.addEnabling();
-    services.addLinkedMedia(DemoMedia::fileNames().first(), 2 * count + 1);
+    services.addLinkedMedia(DemoMedia::fileNames().constFirst(), 2 * count + 1);
 }
 
 int play(const DeskOptions& options, const QString& base, RealInput& input)

@@ -85,8 +85,8 @@ bool DeskOptions::parse(const QStringList& arguments, DeskOptions& options, QStr
         return false;
     }
     if (!parser.positionalArguments().isEmpty()) {
-        error =
-            QStringLiteral("\"%1\" is not an option of krx-desk.").arg(parser.positionalArguments().first());
+        error = QStringLiteral("\"%1\" is not an option of krx-desk.")
+                    .arg(parser.positionalArguments().constFirst());
         return false;
     }
     for (const OptionRow& option : kRows) {

@@ -125,8 +125,8 @@ bool RestWorker::takeOver()
         queue.swap(m_queue);
         stopping = m_stopping;
     }
-    for (auto& exchange : queue)
-        add(std::move(exchange), true);
+    for (const auto& exchange : queue)
+        add(exchange, true);
     if (!stopping)
         return true;
     // The last notices to the service get a moment, but nobody waits for a dead service when a program ends.

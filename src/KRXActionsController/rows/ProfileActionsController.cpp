@@ -85,7 +85,7 @@ void ProfileActionsController::addMoveAction(const QString& text, int key,
                                              void (ProfileActionsController::*slot)())
 {
     auto* action = new QAction(text, this);
-    action->setShortcut(QKeySequence(Qt::ALT + key));
+    action->setShortcut(QKeySequence(int(Qt::ALT) + key));
     // Elsewhere in the window these keys open the lists of boxes.
     action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
     connect(action, &QAction::triggered, this, &ProfileActionsController::selectRowWithFocus);
