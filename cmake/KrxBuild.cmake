@@ -77,7 +77,7 @@ function(krx_qt_target target)
             file(CONFIGURE OUTPUT "${CMAKE_BINARY_DIR}/krx_pch.cpp"
                 CONTENT "// Only carries the precompiled header.\n")
             add_library(${KRX_PCH_TARGET} OBJECT "${CMAKE_BINARY_DIR}/krx_pch.cpp")
-            target_link_libraries(${KRX_PCH_TARGET} PRIVATE Qt5::Core Qt5::Gui Qt5::Widgets Qt5::Xml krx_strict_qt
+            target_link_libraries(${KRX_PCH_TARGET} PRIVATE ${KRX_QT}::Core ${KRX_QT}::Gui ${KRX_QT}::Widgets ${KRX_QT}::Xml krx_strict_qt
                 Threads::Threads)
             set_target_properties(${KRX_PCH_TARGET} PROPERTIES AUTOMOC OFF AUTORCC OFF)
             target_precompile_headers(${KRX_PCH_TARGET} PRIVATE <QtWidgets> <QtXml> <functional> <memory> <vector>)

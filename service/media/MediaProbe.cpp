@@ -79,14 +79,17 @@ ProbeResult notStarted(const std::string& reason)
     return result;
 }
 
-/// Beside the program that runs.
+/// Beside the program that runs, or where it is installed for it.
 std::vector<std::string> usualProgram()
 {
     char self[PATH_MAX];
     const ssize_t length = ::readlink("/proc/self/exe", self, sizeof self);
     std::string place(self, length > 0 ? static_cast<std::size_t>(length) : 0);
     place.resize(place.rfind('/') == std::string::npos ? 0 : place.rfind('/') + 1);
-    return {place + kProgram};
+    const std::string beside = place + kProgram;
+    const std::string installed = place + "../lib/krx-service/" + kProgram;
+    return {::access(beside.c_str(), X_OK) != 0 && ::access(installed.c_str(), X_OK) == 0 ? installed
+                                                                                          : beside};
 }
 
 std::mutex poolMutex;

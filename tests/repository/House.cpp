@@ -20,7 +20,7 @@ const QStringList& dialectTargets()
 QStringList qtOf(const QString& building)
 {
     if (building == QLatin1String("catalogue") || building == QLatin1String("service"))
-        return {QStringLiteral("Qt5::Core")};
+        return {QStringLiteral("${KRX_QT}::Core")};
     return {};
 }
 
@@ -225,7 +225,7 @@ void House::readLinks(const QString& path, const Place& place)
                 continue;
             if (item.startsWith(QLatin1String("KRX::")) || item.startsWith(QLatin1String("krx")))
                 fault(QStringLiteral("%1 links to %2, which no building makes").arg(target, item));
-            else if (item.startsWith(QLatin1String("Qt5::")) && !qt.isEmpty() && !qt.contains(item))
+            else if (item.startsWith(QLatin1String("${KRX_QT}::")) && !qt.isEmpty() && !qt.contains(item))
                 fault(QStringLiteral("%1 links to %2, and %3 is built on Qt Core only")
                           .arg(target, item, building));
         }

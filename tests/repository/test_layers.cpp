@@ -44,11 +44,11 @@ const QHash<QString, QByteArray>& soundHouse()
         {QStringLiteral("host/Host.h"), "#pragma once\n"},
         {QStringLiteral("catalogue/CMakeLists.txt"),
          "add_library(krx_catalogue STATIC)\nadd_library(KRX::Catalogue ALIAS krx_catalogue)\n"
-         "target_link_libraries(krx_catalogue PUBLIC Qt5::Core)\n"},
+         "target_link_libraries(krx_catalogue PUBLIC ${KRX_QT}::Core)\n"},
         {QStringLiteral("catalogue/Catalogue.h"), "#pragma once\n"},
         {QStringLiteral("src/CMakeLists.txt"),
          "add_library(krx_module SHARED)\n"
-         "target_link_libraries(krx_module PUBLIC KRX::Host Qt5::Widgets)\n"},
+         "target_link_libraries(krx_module PUBLIC KRX::Host ${KRX_QT}::Widgets)\n"},
         {QStringLiteral("src/Export.h"), "#pragma once\n"},
         {QStringLiteral("src/low/Low.h"), "#pragma once\n#include \"Export.h\"\nclass High;\n"},
         {QStringLiteral("src/low/Low.cpp"), "#include \"Low.h\"\n#include \"High.h\"\n"},
@@ -57,7 +57,7 @@ const QHash<QString, QByteArray>& soundHouse()
         {QStringLiteral("src/high/top/Top.h"), "#pragma once\n#include \"High.h\"\n"},
         {QStringLiteral("service/CMakeLists.txt"),
          "add_library(krx_core STATIC)\n"
-         "target_link_libraries(krx_core PUBLIC KRX::Catalogue Qt5::Core Some::Library)\n"
+         "target_link_libraries(krx_core PUBLIC KRX::Catalogue ${KRX_QT}::Core Some::Library)\n"
          "add_executable(krx-service main.cpp)\n"
          "target_link_libraries(krx-service PRIVATE krx_core)\n"},
         {QStringLiteral("service/main.cpp"), "#include \"App.h\"\n"},
@@ -151,8 +151,8 @@ private slots:
             "target_link_libraries(krx_module PRIVATE krx_none)\n",
             "krx_module links to krx_none, which no building makes");
         row("more than Qt Core", "service/CMakeLists.txt",
-            "target_link_libraries(krx_core PRIVATE Qt5::Widgets)\n",
-            "krx_core links to Qt5::Widgets, and service is built on Qt Core only");
+            "target_link_libraries(krx_core PRIVATE ${KRX_QT}::Widgets)\n",
+            "krx_core links to ${KRX_QT}::Widgets, and service is built on Qt Core only");
         row("room without a floor", "src/attic/Attic.cpp", "\n", "the room src/attic has no floor");
         row("two of one name", "service/app/Top.h", "\n", "two headers are called Top.h");
         row("listed and not there", "docs/architecture.md", "`Top.cpp` → `None.h`\n",
@@ -207,7 +207,7 @@ private slots:
         const QStringList files = top.entryList(QDir::Files);
         std::for_each(files.cbegin(), files.cend(), learn);
         for (const char* folder :
-             {"host", "catalogue", "src", "desk", "service", "tests", "icons", "packaging"}) {
+             {"host", "catalogue", "src", "desk", "service", "tests", "icons", "packaging", "cmake"}) {
             learn(QLatin1String(folder));
             QDirIterator entries(top.filePath(QLatin1String(folder)),
                                  QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot,

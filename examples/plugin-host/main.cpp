@@ -1,0 +1,63 @@
+// Loads a panel at run time: plugin-host PLUGIN [--take]. With --take it takes the first clip by itself and
+// ends.
+#include "MinimalHost.h"
+#include "PanelPlugin.h"
+
+#include <HostDefaults.h>
+
+#include <QApplication>
+#include <QFile>
+#include <QLibrary>
+#include <QTimer>
+
+#include <cstdio>
+#include <memory>
+
+namespace {
+
+constexpr int kLookInterval = 500; // milliseconds
+
+void takeClip(const QString& file)
+{
+    std::printf("took %s\n", qPrintable(file));
+    std::fflush(stdout);
+    QFile::remove(file);
+    QCoreApplication::quit();
+}
+
+int fail(const QString& why)
+{
+    std::fprintf(stderr, "plugin-host: %s\n", qPrintable(why));
+    return 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QApplication application(argc, argv);
+    const QStringList arguments = QApplication::arguments();
+    // Everything is resolved now, so that nothing can be missing later.
+    QLibrary library(arguments.value(1));
+    library.setLoadHints(QLibrary::ResolveAllSymbolsHint);
+    const auto entry = reinterpret_cast<PanelPluginEntry>(library.resolve("krxPanelPlugin"));
+    if (!entry)
+        return fail(library.errorString());
+    HostOperations host = HostDefaults::operations();
+    host.getComponentFactory = &restClientFactory;
+    QString why;
+    const PanelPlugin* plugin = entry(&host, &why);
+    if (!plugin)
+        return fail(why);
+    {
+        const std::unique_ptr<QWidget> panel(plugin->makePanel(&takeClip));
+        const bool take = arguments.contains(QStringLiteral("--take"));
+        QTimer timer;
+        QObject::connect(&timer, &QTimer::timeout, panel.get(), [&] { plugin->look(panel.get(), take); });
+        timer.start(kLookInterval);
+        panel->show();
+        QApplication::exec();
+    }
+    plugin->cleanUp();
+    return 0;
+}
