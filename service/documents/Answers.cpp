@@ -200,6 +200,7 @@ std::string clipList(const ClipBook::Answer& clips)
     pugi::xml_document document;
     auto root = xmltools::append(document, "clipList");
     root.append_attribute("total") = std::to_string(clips.total).c_str();
+    root.append_attribute("known") = std::to_string(clips.known).c_str();
     root.append_attribute("version") = std::to_string(clips.version).c_str();
     for (const auto& clip : clips.clips)
         addClip(root, clip);

@@ -374,6 +374,7 @@ ClipBook::Answer ClipBook::list(const Question& question)
     catchUp();
     const std::int64_t now = steadyNow();
     const std::lock_guard lock(m_mutex);
+    answer.known = m_lines.size();
     for (const auto& [number, line] : m_lines) {
         const ClipEntry& entry = line.entry;
         if ((!question.folder.empty() && entry.owner != question.folder) ||

@@ -79,6 +79,7 @@ public:
     };
     struct Answer
     {
+        std::size_t known = 0; ///< all of them
         std::size_t total = 0; ///< that fit the question, whatever offset and limit
         std::uint64_t version = 0;
         std::vector<ClipEntry> clips; ///< in the order in which they were first heard of

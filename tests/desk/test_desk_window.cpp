@@ -1,3 +1,4 @@
+#include "ActivityDocks.h"
 #include "DeskPanel.h"
 #include "DeskSession.h"
 #include "DeskWindow.h"
@@ -19,12 +20,14 @@
 #include <QAction>
 #include <QComboBox>
 #include <QDir>
+#include <QDockWidget>
 #include <QLabel>
 #include <QMenuBar>
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QSignalSpy>
 #include <QStatusBar>
+#include <QTableView>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -234,8 +237,18 @@ private slots:
         m_server->setReply("GET", "/KRXService/activity", 200,
                            "<a><status>StatusIdle</status><errorMessage>Disk full</errorMessage></a>");
         m_server->setReply("GET", "/KRXService/errors", 200, "<e><errorMessage>Disk full</errorMessage></e>");
+        auto* link = m_window->findChild<StatusLink*>(QStringLiteral("messagesLink"));
+        QVERIFY(!link->isVisible());
         m_window->start();
-        QTRY_VERIFY(serviceState().contains(QLatin1String("Service: 1 message")));
+        QTRY_VERIFY(link->isVisible());
+        QCOMPARE(link->text(), QStringLiteral("1 message"));
+        QVERIFY(serviceState().contains(QLatin1String("Service: ready")));
+        const auto* dock = m_window->findChild<QDockWidget*>(QStringLiteral("messagesDock"));
+        QVERIFY(!dock->isVisible());
+        QTest::mouseClick(link, Qt::LeftButton);
+        QVERIFY(dock->isVisible());
+        const auto* table = m_window->findChild<QTableView*>(QStringLiteral("messagesTable"));
+        QCOMPARE(table->model()->index(0, MessageList::Text).data().toString(), QStringLiteral("Disk full"));
         m_window->panel()->openServicesDialog();
         auto* dialog = m_window->findChild<ServicesDialog*>();
         QVERIFY(dialog && dialog->isVisible());

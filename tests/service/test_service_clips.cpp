@@ -284,7 +284,8 @@ private slots:
         const Reply reply = clips();
         QCOMPARE(reply.status, 200);
         QCOMPARE(complaint(reply.body), QByteArray());
-        QVERIFY(reply.body.contains("total=\"2\""));
+        QVERIFY(reply.body.contains("total=\"2\" known=\"2\""));
+        QVERIFY(clips("?state=TAKEN").body.contains("total=\"0\" known=\"2\""));
         QCOMPARE(reply.text(s("folderId")), m_stage.id);
         QCOMPARE(clips("?state=OFFERED,REJECTED").texts(s("name")), reply.texts(s("name")));
         QVERIFY(!reply.texts(s("reason")).contains(QString()));

@@ -36,7 +36,7 @@ void ServiceMonitor::start()
 
 void ServiceMonitor::askNow()
 {
-    QMetaObject::invokeMethod(m_poller, &ServicePoller::ask, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(m_poller, &ServicePoller::askSoon, Qt::QueuedConnection);
 }
 
 void ServiceMonitor::submitJobs(const QStringList& paths, const QString& profileId)
@@ -60,6 +60,24 @@ void ServiceMonitor::cancelJobs()
 void ServiceMonitor::retryJobs()
 {
     QMetaObject::invokeMethod(m_poller, &ServicePoller::retryJobs, Qt::QueuedConnection);
+}
+
+void ServiceMonitor::cancelTheseJobs(const QStringList& jobIds)
+{
+    QMetaObject::invokeMethod(
+        m_poller, [poller = m_poller, jobIds] { poller->cancelTheseJobs(jobIds); }, Qt::QueuedConnection);
+}
+
+void ServiceMonitor::retryTheseJobs(const QStringList& jobIds)
+{
+    QMetaObject::invokeMethod(
+        m_poller, [poller = m_poller, jobIds] { poller->retryTheseJobs(jobIds); }, Qt::QueuedConnection);
+}
+
+void ServiceMonitor::setHeardOfChanges(bool heard)
+{
+    QMetaObject::invokeMethod(
+        m_poller, [poller = m_poller, heard] { poller->setHeardOfChanges(heard); }, Qt::QueuedConnection);
 }
 
 void ServiceMonitor::clearErrors()

@@ -25,7 +25,7 @@ public:
     ~ServiceMonitor() override;
 
     void start();
-    /// Asks at once instead of at the end of the interval.
+    /// Asks at once instead of at the end of the interval, but not more than ten times a second.
     void askNow();
 
     /// Has each of the files processed with a profile.
@@ -35,6 +35,11 @@ public:
     void cancelJobs();
     /// Has what failed or was cancelled done again; for every manual job as well.
     void retryJobs();
+    /// The same for some jobs, by their ids.
+    void cancelTheseJobs(const QStringList& jobIds);
+    void retryTheseJobs(const QStringList& jobIds);
+    /// Whether somebody calls askNow() for each change: then the interval is a long one.
+    void setHeardOfChanges(bool heard);
     /// Has the service forget its error messages.
     void clearErrors();
 

@@ -1,5 +1,6 @@
 #include "ServicePoller.h"
 
+#include "RestRequest.h"
 #include "ServiceSupervisor.h"
 
 #include "KRXServiceStatus.h"
@@ -10,10 +11,20 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <utility>
 
+namespace {
+
+constexpr int kShortestPause = 100;  ///< milliseconds between two questions
+constexpr int kLongInterval = 20000; ///< the same while changes are heard of
+constexpr unsigned kAnswer = 5000;   ///< milliseconds that a command may take
+
+} // namespace
+
 ServicePoller::ServicePoller(int interval, std::shared_ptr<StandInHost::RestWaits> waits)
-    : m_timer(this)
+    : m_interval(interval)
+    , m_timer(this)
     , m_submitTimer(this)
     , m_waits(std::move(waits))
 {
@@ -36,12 +47,28 @@ void ServicePoller::ask()
 {
     if (!m_jobs)
         return;
+    m_asked.start();
     const ServiceReport now = report();
     m_isAnswered = now.online;
     emit reported(now);
     m_timer.start();
     if (m_isAnswered && !m_submissions.isEmpty())
         m_submitTimer.start();
+}
+
+void ServicePoller::askSoon()
+{
+    const qint64 since = m_asked.isValid() ? m_asked.elapsed() : kShortestPause;
+    if (since >= kShortestPause)
+        ask();
+    else if (m_timer.remainingTime() > kShortestPause - since)
+        m_timer.start(static_cast<int>(kShortestPause - since));
+}
+
+void ServicePoller::setHeardOfChanges(bool heard)
+{
+    m_timer.setInterval(heard ? std::max(m_interval, kLongInterval) : m_interval);
+    askSoon();
 }
 
 ServiceReport ServicePoller::report()
@@ -140,6 +167,35 @@ void ServicePoller::cancelJobs()
 void ServicePoller::retryJobs()
 {
     finishCommand(m_jobs->retryJob(QString()), tr("The jobs could not be started again: %1"));
+}
+
+void ServicePoller::cancelTheseJobs(const QStringList& jobIds)
+{
+    setStates(jobIds, "CANCELLED", tr("The job could not be cancelled: %1"));
+}
+
+void ServicePoller::retryTheseJobs(const QStringList& jobIds)
+{
+    setStates(jobIds, "SUBMITTED", tr("The job could not be started again: %1"));
+}
+
+/// The module knows no notice for one job alone.
+void ServicePoller::setStates(const QStringList& jobIds, const char* state, const QString& failure)
+{
+    const QByteArray body = QByteArray("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<jobStatus><state>") +
+                            state + "</state></jobStatus>\n";
+    QString reason;
+    for (const QString& id : jobIds) {
+        const RestReply reply = restrequest::put(QLatin1String("jobs/") + id, body, kAnswer);
+        if (!reply.succeeded)
+            reason = reply.error;
+        // A service that is silent would hold up all the others one by one.
+        if (reply.status == 0)
+            break;
+    }
+    if (!reason.isEmpty())
+        emit commandFailed(failure.arg(reason));
+    ask();
 }
 
 void ServicePoller::clearErrors()

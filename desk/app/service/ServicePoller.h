@@ -6,6 +6,7 @@
 
 #include "RestWaits.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
 
@@ -23,6 +24,9 @@ public:
 
     void start();
     void ask();
+    /// At once, but not more than ten times a second.
+    void askSoon();
+    void setHeardOfChanges(bool heard);
 
     /// One after the other, with other commands in between. While the service does not answer, those that are
     /// left wait for it to be back.
@@ -30,6 +34,8 @@ public:
     void deleteJob(const QString& jobId);
     void cancelJobs();
     void retryJobs();
+    void cancelTheseJobs(const QStringList& jobIds);
+    void retryTheseJobs(const QStringList& jobIds);
     void clearErrors();
 
 signals:
@@ -48,7 +54,10 @@ private:
     ServiceReport report();
     QVector<DeskJob> jobs();
     void finishCommand(bool succeeded, const QString& what);
+    void setStates(const QStringList& jobIds, const char* state, const QString& failure);
 
+    const int m_interval;
+    QElapsedTimer m_asked;
     QTimer m_timer;
     QTimer m_submitTimer;
     QVector<Submission> m_submissions;

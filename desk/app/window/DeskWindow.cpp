@@ -1,5 +1,6 @@
 #include "DeskWindow.h"
 
+#include "ActivityDocks.h"
 #include "BinsPane.h"
 #include "DeskPanel.h"
 #include "DeskSession.h"
@@ -21,15 +22,12 @@
 #include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
-#include <QDockWidget>
 #include <QLabel>
 #include <QMenuBar>
-#include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QScreen>
 #include <QScrollArea>
 #include <QStatusBar>
-#include <QTime>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -44,7 +42,6 @@ constexpr int kMinBinsHeight = 150;
 constexpr double kHeaderFontScale = 0.85;
 constexpr int kProgressWidth = 160;
 constexpr int kProgressTextWidth = 280;
-constexpr int kMaxMessages = 2000;
 constexpr int kMessageTime = 8000;
 /// Milliseconds between two looks at the folders' directories, at most; so many questions to the service lie
 /// between them where those follow each other faster.
@@ -78,7 +75,7 @@ DeskWindow::DeskWindow(DeskSession& session, const ServiceSupervisor::Settings& 
     setHeaderFont();
     makePanes();
     makeStatusBar();
-    makeMessagesDock();
+    m_docks = new ActivityDocks(*this, m_monitor);
     makeMenus();
     resize(kWidth, kHeight);
     updateTitle();
@@ -94,7 +91,7 @@ DeskWindow::DeskWindow(DeskSession& session, const ServiceSupervisor::Settings& 
     connect(&m_monitor, &ServiceMonitor::commandFailed, this, &DeskWindow::showMessage);
     connect(&m_monitor, &ServiceMonitor::reported, this, &DeskWindow::serviceReported);
     connect(&m_supervisor, &ServiceSupervisor::message, this, &DeskWindow::showMessage);
-    connect(&m_supervisor, &ServiceSupervisor::line, m_messages, &QPlainTextEdit::appendPlainText);
+    connect(&m_supervisor, &ServiceSupervisor::line, m_docks, &ActivityDocks::addLine);
     StandInHost::setProgressListener([this](const StandInHost::ProgressStep& step) { showProgress(step); });
     StandInHost::setHelpListener(
         [this](const StandInHost::HelpRequest& request) { showHelp(request.topic); });
@@ -126,8 +123,7 @@ void DeskWindow::refreshFolders()
 void DeskWindow::showMessage(const QString& text)
 {
     statusBar()->showMessage(text, kMessageTime);
-    m_messages->appendPlainText(
-        QStringLiteral("%1  %2").arg(QTime::currentTime().toString(Qt::ISODate), text));
+    m_docks->addMessage(text);
 }
 
 void DeskWindow::setDarkSkin(bool dark)
@@ -243,19 +239,6 @@ void DeskWindow::makeStatusBar()
     showServiceState(ServiceReport());
 }
 
-void DeskWindow::makeMessagesDock()
-{
-    m_messages = new QPlainTextEdit(this);
-    m_messages->setObjectName(QStringLiteral("messages"));
-    m_messages->setReadOnly(true);
-    m_messages->setMaximumBlockCount(kMaxMessages);
-    m_messagesDock = new QDockWidget(tr("Messages"), this);
-    m_messagesDock->setObjectName(QStringLiteral("messagesDock"));
-    m_messagesDock->setWidget(m_messages);
-    addDockWidget(Qt::BottomDockWidgetArea, m_messagesDock);
-    m_messagesDock->hide();
-}
-
 void DeskWindow::setHeaderFont()
 {
     // The folder list's narrow columns have room for their titles only in smaller type.
@@ -298,7 +281,7 @@ void DeskWindow::makeViewMenu()
     connect(m_lightSkin, &QAction::triggered, this, [this] { setDarkSkin(false); });
     connect(m_darkSkin, &QAction::triggered, this, [this] { setDarkSkin(true); });
     menu->addSeparator();
-    menu->addAction(m_messagesDock->toggleViewAction());
+    m_docks->addTo(*menu);
 }
 
 void DeskWindow::makeFoldersMenu()
@@ -422,6 +405,7 @@ void DeskWindow::serviceReported(const ServiceReport& report)
     }
     if (m_services)
         m_services->showReport(report, m_supervisor.owns());
+    m_docks->showReport(report);
     showServiceState(report);
     if (changed)
         emit serviceOnlineChanged(online);
@@ -431,11 +415,7 @@ void DeskWindow::showServiceState(const ServiceReport& report)
 {
     QString text = tr("Service: not running");
     QColor color(0x8a, 0x90, 0x99);
-    if (m_online && !report.errors.isEmpty()) {
-        text = report.errors.size() == 1 ? tr("Service: 1 message")
-                                         : tr("Service: %1 messages").arg(report.errors.size());
-        color = QColor(0xd9, 0x8e, 0x04);
-    } else if (m_online) {
+    if (m_online) {
         text = report.active ? tr("Service: working") : tr("Service: ready");
         color = report.active ? QColor(0x2f, 0x6f, 0xd0) : QColor(0x2e, 0x9e, 0x5b);
     } else if (!report.portHolder.isEmpty() && m_supervisor.usesPort()) {
@@ -451,9 +431,10 @@ void DeskWindow::showServiceState(const ServiceReport& report)
         QStringLiteral("<span style=\"color:%1\">&#9679;</span> %2").arg(color.name(), text.toHtmlEscaped()));
     m_serviceState->setToolTip(
         plainToolTip(m_online ? report.errors.join(QLatin1Char('\n')) : report.failure));
+    // The list of messages has them; the status bar tells of those that are new.
     for (const QString& error : report.errors) {
         if (!m_serviceErrors.contains(error))
-            showMessage(error);
+            statusBar()->showMessage(error, kMessageTime);
     }
     if (report.online)
         m_serviceErrors = report.errors;

@@ -9,6 +9,7 @@
 #include <QMainWindow>
 #include <QPointer>
 
+class ActivityDocks;
 class BinsPane;
 class DeskPanel;
 class DeskSession;
@@ -17,7 +18,6 @@ class KRXFolderViewWidget;
 class ProjectActions;
 class QAction;
 class QLabel;
-class QPlainTextEdit;
 class QProgressBar;
 class QScrollArea;
 class ServicesDialog;
@@ -64,7 +64,6 @@ private:
     void setHeaderFont();
     void makePanes();
     void makeStatusBar();
-    void makeMessagesDock();
     void makeMenus();
     void makeFileMenu();
     void makeViewMenu();
@@ -98,8 +97,7 @@ private:
     QProgressBar* m_progress = nullptr;
     QLabel* m_progressText = nullptr;
     QLabel* m_serviceState = nullptr;
-    QPlainTextEdit* m_messages = nullptr;
-    QDockWidget* m_messagesDock = nullptr;
+    ActivityDocks* m_docks = nullptr;
     QAction* m_linkMedia = nullptr;
     QAction* m_lightSkin = nullptr;
     QAction* m_darkSkin = nullptr;

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "ServiceClip.h"
+
+#include <QAbstractTableModel>
+#include <QHash>
+#include <QSet>
+#include <QSortFilterProxyModel>
+#include <QVector>
+
+/// All clips of which the service tells, a row each, in the order in which they were first heard of. Names of
+/// folders and profiles are looked up as they are known.
+class ClipTable : public QAbstractTableModel
+{
+    Q_OBJECT
+
+public:
+    enum Column { Clip, Folder, Profile, Action, Progress, State, Reason, Started, Took, Columns };
+    enum Role {
+        SortRole = Qt::UserRole, ///< of the column
+        IdRole,
+        PercentRole, ///< 0 to 100; negative without a bar
+        StateRole,
+        JobRole, ///< id of the job to be cancelled or submitted again; empty without one
+        PathRole,
+        ReasonRole
+    };
+
+    explicit ClipTable(QObject* parent = nullptr);
+
+    void apply(const ClipNews& news);
+    /// The names of folders and profiles by their ids.
+    void setNames(const QHash<QString, QString>& folders, const QHash<QString, QString>& profiles);
+    /// Takes what is over out of the table for good.
+    void clearFinished();
+    const QVector<ServiceClip>& clips() const { return m_clips; }
+    /// Where the clip belongs, for people.
+    QString ownerName(const ServiceClip& clip) const;
+
+    int rowCount(const QModelIndex& parent = QModelIndex()) const override;
+    int columnCount(const QModelIndex& parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+
+private:
+    QString text(const ServiceClip& clip, int column) const;
+    QVariant sortValue(const ServiceClip& clip, int column) const;
+    bool isCleared(const ServiceClip& clip) const;
+    void replaceAll(const QVector<ServiceClip>& clips);
+
+    QVector<ServiceClip> m_clips;
+    QHash<QString, int> m_rows; ///< by id
+    QHash<QString, QString> m_folders;
+    QHash<QString, QString> m_profiles;
+    QHash<QString, ClipState> m_cleared; ///< ids of what was taken out, and as what
+};
+
+/// What a person searches for in it.
+class ClipFilter : public QSortFilterProxyModel
+{
+    Q_OBJECT
+
+public:
+    enum Kind { All, Working, NotReady, Failed, Finished };
+
+    explicit ClipFilter(QObject* parent = nullptr);
+    /// Only clips of this kind.
+    void setKind(Kind kind);
+    /// Only rows of which a text holds \a text, whatever its case.
+    void setText(const QString& text);
+
+protected:
+    bool filterAcceptsRow(int row, const QModelIndex& parent) const override;
+
+private:
+    Kind m_kind = All;
+    QString m_text;
+};

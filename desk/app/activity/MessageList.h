@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QAbstractTableModel>
+#include <QDateTime>
+#include <QStringList>
+#include <QVector>
+
+/// What a person should know, newest first: what the service complains about, which goes by itself once the
+/// service says so no more, and what the desk has to say.
+class MessageList : public QAbstractTableModel
+{
+    Q_OBJECT
+
+public:
+    enum Column { Time, Folder, Clip, Text, Advice, Columns };
+    static constexpr int kMostMessages = 2000; ///< of the desk; the oldest go
+
+    explicit MessageList(QObject* parent = nullptr);
+
+    /// The paths of the folders, to tell of which one a message speaks.
+    void setFolders(const QStringList& paths);
+    /// All that the service complains about now.
+    void setServiceErrors(const QStringList& errors);
+    /// The desk says something.
+    void add(const QString& text);
+    int serviceErrors() const;
+
+    /// What a person can do about a message; empty when there is nothing to say.
+    static QString adviceFor(const QString& text);
+
+    int rowCount(const QModelIndex& parent = QModelIndex()) const override;
+    int columnCount(const QModelIndex& parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+
+private:
+    struct Message
+    {
+        QDateTime time;
+        QString text;
+        bool isService = false;
+        QString folder;
+        QString clip;
+    };
+
+    void insert(const QString& text, bool isService);
+    void place(Message& message) const;
+
+    QVector<Message> m_messages; ///< newest first
+    QStringList m_folders;
+};

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "ServiceClip.h"
+
+#include <QHash>
+#include <QTimer>
+#include <QVector>
+#include <QWidget>
+
+class ClipTable;
+class QTreeWidget;
+class QTreeWidgetItem;
+
+/// Why is it not ready? A row for each folder with clips that are not, and below it those clips with their
+/// reasons; a folder's tool tip tells the first of them.
+class NotReadyPane : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// \param clips must outlive the pane.
+    explicit NotReadyPane(const ClipTable& clips, QWidget* parent = nullptr);
+
+    /// What is said of a clip at \a now: its reason, and how long it still settles.
+    static QString reasonOf(const ServiceClip& clip, const QDateTime& now);
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
+private:
+    void refresh();
+    void refreshSoon();
+    QTreeWidgetItem* rowOf(const QString& owner);
+    void fill(QTreeWidgetItem& row, const QVector<const ServiceClip*>& clips);
+
+    const ClipTable& m_clips;
+    QTreeWidget* m_tree;
+    QTimer m_soon{this};
+};

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QDateTime>
+#include <QMetaType>
+#include <QString>
+#include <QStringList>
+#include <QVector>
+
+/// Where a clip is on its way, in the order of the service's words.
+enum class ClipState {
+    Found,
+    Growing,
+    Open,
+    Settling,
+    Waiting,
+    Acting,
+    Publishing,
+    Offered,
+    Taken,
+    Failed,
+    Rejected,
+    Gone
+};
+
+/// A clip as the service tells it.
+struct ServiceClip
+{
+    QString id;
+    QString name;
+    QString path;
+    QString folderId; ///< empty for a clip of a manual job
+    QString jobId;    ///< of the manual job it belongs to; empty for a clip of a folder
+    QString profileId;
+    ClipState state = ClipState::Found;
+    QString reason;
+    QString shownBy; ///< id of the job that shows the work on it; empty without one
+    QString activity;
+    int percent = 0;
+    QDateTime since; ///< invalid when it lies before the start of the service
+    QDateTime started;
+    QDateTime ended;
+    QDateTime settles; ///< when it will have stood still for long enough; invalid when it does not settle
+
+    /// The job to be cancelled or submitted again.
+    QString job() const { return shownBy.isEmpty() ? jobId : shownBy; }
+    bool isOver() const { return state >= ClipState::Offered; }
+    /// Neither ready nor with the editor.
+    bool isNotReady() const { return state != ClipState::Offered && state != ClipState::Taken; }
+};
+
+/// News of clips, in the order in which they were first heard of.
+struct ClipNews
+{
+    bool isWhole = false; ///< these are all; otherwise those that changed
+    QVector<ServiceClip> clips;
+    int known = 0; ///< how many there are now
+};
+Q_DECLARE_METATYPE(ClipNews)
+
+namespace serviceclip {
+
+/// Reads a "clipList". \return false when \a body is none. \param version receives what to give the next
+/// time.
+bool read(const QByteArray& body, ClipNews& news, int& total, quint64& version);
+/// The words of the service, for people.
+QString text(ClipState state);
+
+} // namespace serviceclip

@@ -1,0 +1,211 @@
+#include "ActivityDocks.h"
+
+#include "JobsPane.h"
+#include "NotReadyPane.h"
+#include "ServiceMonitor.h"
+
+#include "KRXFolder.h"
+#include "KRXFolderManager.h"
+#include "KRXFolderProperties.h"
+#include "KRXProfileManager.h"
+
+#include <QApplication>
+#include <QDockWidget>
+#include <QFileInfo>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QMainWindow>
+#include <QMenu>
+#include <QPlainTextEdit>
+#include <QStatusBar>
+#include <QTabWidget>
+#include <QTableView>
+#include <QTime>
+
+namespace {
+
+constexpr int kMostLines = 2000;
+
+} // namespace
+
+StatusLink::StatusLink(QWidget* parent)
+    : QLabel(parent)
+{
+    setCursor(Qt::PointingHandCursor);
+    setFocusPolicy(Qt::TabFocus);
+}
+
+void StatusLink::mouseReleaseEvent(QMouseEvent* event)
+{
+    QLabel::mouseReleaseEvent(event);
+    if (event->button() == Qt::LeftButton && rect().contains(event->pos()))
+        emit clicked();
+}
+
+void StatusLink::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Space || event->key() == Qt::Key_Return)
+        emit clicked();
+    else
+        QLabel::keyPressEvent(event);
+}
+
+ActivityDocks::ActivityDocks(QMainWindow& window, ServiceMonitor& monitor)
+    : QObject(&window)
+    , m_window(window)
+    , m_monitor(monitor)
+    , m_jobs(new JobsPane(m_clips))
+    , m_notReady(new NotReadyPane(m_clips))
+    , m_jobsDock(addDock("jobsDock", tr("Jobs"), m_jobs))
+    , m_notReadyDock(addDock("notReadyDock", tr("Why Not Ready?"), m_notReady))
+    , m_messagesDock(addDock("messagesDock", tr("Messages"), makeMessages()))
+    , m_working(new StatusLink(&window))
+    , m_complaints(new StatusLink(&window))
+{
+    window.tabifyDockWidget(m_jobsDock, m_notReadyDock);
+    window.tabifyDockWidget(m_notReadyDock, m_messagesDock);
+    m_working->setObjectName(QStringLiteral("workingLink"));
+    m_complaints->setObjectName(QStringLiteral("messagesLink"));
+    for (StatusLink* link : {m_working, m_complaints})
+        window.statusBar()->addPermanentWidget(link);
+    connect(m_working, &StatusLink::clicked, this, [this] { show(m_jobsDock); });
+    connect(m_complaints, &StatusLink::clicked, this, [this] { show(m_messagesDock); });
+    connect(m_jobs, &JobsPane::cancelWanted, &monitor, &ServiceMonitor::cancelTheseJobs);
+    connect(m_jobs, &JobsPane::retryWanted, &monitor, &ServiceMonitor::retryTheseJobs);
+    connect(&m_feed, &ClipFeed::clipsChanged, this, &ActivityDocks::clipsChanged);
+    connect(&m_feed, &ClipFeed::changed, this, &ActivityDocks::serviceChanged);
+    connect(&m_feed, &ClipFeed::listeningChanged, &monitor, &ServiceMonitor::setHeardOfChanges);
+    connect(&m_feed, &ClipFeed::listeningChanged, this, [this](bool listens) { m_listens = listens; });
+    m_notifier.setInFront(QGuiApplication::applicationState() == Qt::ApplicationActive);
+    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this,
+            [this](Qt::ApplicationState state) { m_notifier.setInFront(state == Qt::ApplicationActive); });
+    showCounts();
+}
+
+QDockWidget* ActivityDocks::addDock(const char* name, const QString& title, QWidget* content)
+{
+    auto* dock = new QDockWidget(title, &m_window);
+    dock->setObjectName(QString::fromLatin1(name));
+    dock->setWidget(content);
+    m_window.addDockWidget(Qt::BottomDockWidgetArea, dock);
+    dock->hide();
+    return dock;
+}
+
+QWidget* ActivityDocks::makeMessages()
+{
+    auto* tabs = new QTabWidget;
+    tabs->setTabPosition(QTabWidget::South);
+    auto* table = new QTableView(tabs);
+    table->setObjectName(QStringLiteral("messagesTable"));
+    table->setModel(&m_messages);
+    table->verticalHeader()->hide();
+    table->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    table->setShowGrid(false);
+    table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    table->setTextElideMode(Qt::ElideMiddle);
+    table->horizontalHeader()->setSectionResizeMode(MessageList::Text, QHeaderView::Stretch);
+    table->setColumnWidth(MessageList::Advice, 260);
+    m_log = new QPlainTextEdit(tabs);
+    m_log->setObjectName(QStringLiteral("messages"));
+    m_log->setReadOnly(true);
+    m_log->setMaximumBlockCount(kMostLines);
+    tabs->addTab(table, tr("Messages"));
+    tabs->addTab(m_log, tr("Log"));
+    return tabs;
+}
+
+void ActivityDocks::addTo(QMenu& menu) const
+{
+    for (const QDockWidget* dock : {m_jobsDock, m_notReadyDock, m_messagesDock})
+        menu.addAction(dock->toggleViewAction());
+}
+
+void ActivityDocks::addMessage(const QString& text)
+{
+    m_messages.add(text);
+    addLine(QStringLiteral("%1  %2").arg(QTime::currentTime().toString(Qt::ISODate), text));
+}
+
+void ActivityDocks::addLine(const QString& line)
+{
+    m_log->appendPlainText(line);
+}
+
+void ActivityDocks::showReport(const ServiceReport& report)
+{
+    if (report.online)
+        m_messages.setServiceErrors(report.errors);
+    if (report.online && !m_listens)
+        m_feed.listen();
+    readNames();
+    showCounts();
+}
+
+void ActivityDocks::readNames()
+{
+    QHash<QString, QString> folders;
+    QStringList paths;
+    const auto& manager = KRXFolderManager::getInstance();
+    for (int i = 0; i < manager.countFolders(); ++i) {
+        const KRXFolder* folder = manager.getFolder(i);
+        const QString path = folder->property(KRXFolderProperties::kPath).toString();
+        folders.insert(folder->property(KRXFolderProperties::kId).toString(), QFileInfo(path).fileName());
+        paths << path;
+    }
+    QHash<QString, QString> profiles;
+    for (const auto& item : KRXProfileManager::getInstance().profileItems())
+        profiles.insert(item.first, item.second);
+    m_clips.setNames(folders, profiles);
+    m_messages.setFolders(paths);
+}
+
+void ActivityDocks::clipsChanged(const ClipNews& news)
+{
+    int ready = 0;
+    int failed = 0;
+    QHash<QString, ClipState> whole;
+    QHash<QString, ClipState>& states = news.isWhole ? whole : m_states;
+    for (const ServiceClip& clip : news.clips) {
+        const auto before = m_states.value(clip.id, ClipState::Found);
+        // What was so when the desk began is no news.
+        if (!news.isWhole && before != clip.state) {
+            ready += clip.state == ClipState::Offered ? 1 : 0;
+            failed += clip.state == ClipState::Failed ? 1 : 0;
+        }
+        states.insert(clip.id, clip.state);
+    }
+    if (news.isWhole)
+        m_states = whole;
+    m_clips.apply(news);
+    m_notifier.tell(ready, failed);
+    showCounts();
+}
+
+void ActivityDocks::serviceChanged(const QStringList& topics)
+{
+    Q_UNUSED(topics)
+    m_monitor.askNow();
+}
+
+void ActivityDocks::show(QDockWidget* dock)
+{
+    dock->show();
+    dock->raise();
+}
+
+void ActivityDocks::showCounts()
+{
+    int working = 0;
+    for (const ServiceClip& clip : m_clips.clips())
+        working += clip.state == ClipState::Waiting || clip.state == ClipState::Acting ||
+                           clip.state == ClipState::Publishing
+                       ? 1
+                       : 0;
+    const int complaints = m_messages.serviceErrors();
+    m_working->setVisible(working > 0);
+    m_working->setText(working == 1 ? tr("1 clip in work") : tr("%1 clips in work").arg(working));
+    m_complaints->setVisible(complaints > 0);
+    m_complaints->setText(complaints == 1 ? tr("1 message") : tr("%1 messages").arg(complaints));
+}

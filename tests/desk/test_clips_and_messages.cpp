@@ -1,0 +1,520 @@
+#include "ClipFeed.h"
+#include "ClipTable.h"
+#include "JobsPane.h"
+#include "MessageList.h"
+#include "NotReadyPane.h"
+#include "Notifier.h"
+#include "ServiceMonitor.h"
+#include "TestHttpServer.h"
+
+#include <QAbstractItemModelTester>
+#include <QAction>
+#include <QClipboard>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPainter>
+#include <QSignalSpy>
+#include <QTableView>
+#include <QTreeWidget>
+#include <QtTest>
+
+namespace {
+
+QString s(const char* text)
+{
+    return QString::fromUtf8(text);
+}
+
+ServiceClip clip(const char* id, ClipState state, const char* folder = "f1")
+{
+    ServiceClip clip;
+    clip.id = s(id);
+    clip.name = s(id) + s(".mov");
+    clip.path = s("/in/") + clip.name;
+    clip.folderId = s(folder);
+    clip.state = state;
+    clip.reason = s("because of ") + clip.id;
+    clip.shownBy = s("job-") + clip.id;
+    return clip;
+}
+
+ClipNews all(const QVector<ServiceClip>& clips)
+{
+    return {true, clips, clips.size()};
+}
+
+ClipNews some(const QVector<ServiceClip>& clips, int known)
+{
+    return {false, clips, known};
+}
+
+QByteArray clipXml(const char* id, const char* state)
+{
+    return QByteArray("<clip><id>") + id + "</id><name>" + id + ".mov</name><path>/in/" + id +
+           ".mov</path><folderId>f1</folderId><state>" + state + "</state><reason>r</reason></clip>";
+}
+
+QByteArray listXml(int known, const QByteArray& clips, int version = 5)
+{
+    return "<clipList total=\"" + QByteArray::number(clips.count("<clip>")) + "\" known=\"" +
+           QByteArray::number(known) + "\" version=\"" + QByteArray::number(version) + "\">" + clips +
+           "</clipList>";
+}
+
+const QByteArray kChanges = "/KRXService/changes?since=";
+
+QByteArray clipsUrl(int since)
+{
+    return "/KRXService/clips?since=" + QByteArray::number(since) + "&offset=0&limit=1000";
+}
+
+QStringList column(const QAbstractItemModel& model, int column)
+{
+    QStringList texts;
+    for (int row = 0; row < model.rowCount(); ++row)
+        texts << model.index(row, column).data().toString();
+    return texts;
+}
+
+} // namespace
+
+/// What the desk shows of the service's work: clips, why they are not ready, messages, notices.
+class TestClipsAndMessages : public QObject
+{
+    Q_OBJECT
+
+    static QAction& action(const JobsPane& pane, const char* name)
+    {
+        return *pane.findChild<QAction*>(s(name));
+    }
+    static void select(const JobsPane& pane, const QList<int>& rows)
+    {
+        auto* table = pane.findChild<QTableView*>();
+        table->clearSelection();
+        for (const int row : rows)
+            table->selectionModel()->select(table->model()->index(row, 0),
+                                            QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    }
+
+private slots:
+    void aClipIsReadAsTheServiceTellsIt()
+    {
+        ClipNews news;
+        int total = 0;
+        quint64 version = 0;
+        QVERIFY(serviceclip::read(
+            "<clipList total=\"7\" known=\"9\" version=\"12\"><clip><id>c1</id><name>a.mov</name>"
+            "<path>/in/a.mov</path><folderId>f1</folderId><profileID>p1</profileID><state>ACTING</state>"
+            "<reason>Transcode: 40 %</reason><job>j1</job><activity>Transcode</activity>"
+            "<percentComplete>40</percentComplete><since>2026-01-02T03:04:05.678Z</since>"
+            "<started>2026-01-02T03:04:05.000Z</started><settlesIn>1.5</settlesIn><new>x</new></clip>"
+            "<clip><id>c2</id><jobId>j2</jobId><state>OFFERED</state></clip></clipList>",
+            news, total, version));
+        QCOMPARE(total, 7);
+        QCOMPARE(news.known, 9);
+        QCOMPARE(version, 12ULL);
+        const ServiceClip& first = news.clips.at(0);
+        QCOMPARE(first.path, s("/in/a.mov"));
+        QCOMPARE(first.state, ClipState::Acting);
+        QCOMPARE(first.percent, 40);
+        QCOMPARE(first.activity, s("Transcode"));
+        QCOMPARE(first.job(), s("j1"));
+        QCOMPARE(first.since.toUTC().time(), QTime(3, 4, 5, 678));
+        QVERIFY(first.settles > QDateTime::currentDateTimeUtc());
+        QCOMPARE(news.clips.at(1).job(), s("j2"));
+        QVERIFY(news.clips.at(1).isOver() && !news.clips.at(1).isNotReady());
+        QVERIFY(!serviceclip::read("<html/>", news, total, version));
+        QVERIFY(!serviceclip::read("<clipList><clip>", news, total, version));
+    }
+
+    void newsGoIntoTheirRowsAndNewClipsBelow()
+    {
+        ClipTable table;
+        const QAbstractItemModelTester tester(&table, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        table.apply(all({clip("a", ClipState::Waiting), clip("b", ClipState::Waiting)}));
+        QSignalSpy changed(&table, &QAbstractItemModel::dataChanged);
+        QSignalSpy reset(&table, &QAbstractItemModel::modelReset);
+        ServiceClip acting = clip("b", ClipState::Acting);
+        acting.percent = 30;
+        table.apply(some({acting, clip("c", ClipState::Found)}, 3));
+        QCOMPARE(column(table, ClipTable::Clip), (QStringList{s("a.mov"), s("b.mov"), s("c.mov")}));
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(changed.at(0).at(0).toModelIndex().row(), 1);
+        QCOMPARE(reset.count(), 0);
+        QCOMPARE(table.index(1, ClipTable::Progress).data(ClipTable::PercentRole).toInt(), 30);
+        QCOMPARE(table.index(0, ClipTable::Progress).data(ClipTable::PercentRole).toInt(), -1);
+        QCOMPARE(table.index(1, ClipTable::Reason).data().toString(), s("because of b"));
+        table.apply(all({clip("c", ClipState::Found)}));
+        QCOMPARE(column(table, ClipTable::Clip), QStringList{s("c.mov")});
+    }
+    void foldersAndProfilesAreCalledByTheirNames()
+    {
+        ClipTable table;
+        ServiceClip single = clip("b", ClipState::Waiting, "");
+        single.profileId = s("p1");
+        table.apply(all({clip("a", ClipState::Waiting), single}));
+        table.setNames({{s("f1"), s("Rushes")}}, {{s("p1"), s("Proxies")}});
+        QCOMPARE(column(table, ClipTable::Folder), (QStringList{s("Rushes"), s("Single file")}));
+        QCOMPARE(column(table, ClipTable::Profile), (QStringList{QString(), s("Proxies")}));
+    }
+    void whatIsFinishedStaysUntilItIsCleared()
+    {
+        ClipTable table;
+        const QAbstractItemModelTester tester(&table, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        table.apply(all({clip("a", ClipState::Taken), clip("b", ClipState::Waiting)}));
+        QCOMPARE(table.rowCount(), 2);
+        table.clearFinished();
+        QCOMPARE(column(table, ClipTable::Clip), QStringList{s("b.mov")});
+        // It is not brought back by being read again, but by something new.
+        table.apply(all({clip("a", ClipState::Taken), clip("b", ClipState::Waiting)}));
+        QCOMPARE(table.rowCount(), 1);
+        table.apply(some({clip("a", ClipState::Settling)}, 2));
+        QCOMPARE(table.rowCount(), 2);
+    }
+    void theTableIsFilteredByKindAndText_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QStringList>("shown");
+        QTest::newRow("all") << int(ClipFilter::All) << QString()
+                             << QStringList{s("a.mov"), s("b.mov"), s("c.mov"), s("d.mov")};
+        QTest::newRow("working") << int(ClipFilter::Working) << QString() << QStringList{s("b.mov")};
+        QTest::newRow("not ready") << int(ClipFilter::NotReady) << QString()
+                                   << QStringList{s("a.mov"), s("b.mov")};
+        QTest::newRow("failed") << int(ClipFilter::Failed) << QString() << QStringList{s("c.mov")};
+        QTest::newRow("finished") << int(ClipFilter::Finished) << QString()
+                                  << QStringList{s("c.mov"), s("d.mov")};
+        QTest::newRow("a reason") << int(ClipFilter::All) << s(" BECAUSE OF D ") << QStringList{s("d.mov")};
+        QTest::newRow("a folder") << int(ClipFilter::Finished) << s("rush") << QStringList{s("d.mov")};
+    }
+    void theTableIsFilteredByKindAndText()
+    {
+        QFETCH(int, kind);
+        QFETCH(QString, text);
+        QFETCH(QStringList, shown);
+        ClipTable table;
+        table.apply(all({clip("a", ClipState::Settling), clip("b", ClipState::Acting),
+                         clip("c", ClipState::Failed, "f2"), clip("d", ClipState::Offered)}));
+        table.setNames({{s("f1"), s("Rushes")}}, {});
+        JobsPane pane(table);
+        pane.findChild<QComboBox*>()->setCurrentIndex(kind);
+        pane.findChild<QLineEdit*>()->setText(text);
+        QCOMPARE(column(*pane.findChild<QTableView*>()->model(), ClipTable::Clip), shown);
+    }
+    void columnsAreSortedByWhatTheyMean()
+    {
+        ClipTable table;
+        ServiceClip ten = clip("a", ClipState::Acting);
+        ten.percent = 10;
+        ServiceClip nine = clip("b", ClipState::Acting);
+        nine.percent = 9;
+        table.apply(all({ten, nine, clip("c", ClipState::Found)}));
+        JobsPane pane(table);
+        auto* view = pane.findChild<QTableView*>();
+        QCOMPARE(column(*view->model(), ClipTable::Clip).first(), s("a.mov"));
+        view->sortByColumn(ClipTable::Progress, Qt::AscendingOrder);
+        QCOMPARE(column(*view->model(), ClipTable::Clip), (QStringList{s("c.mov"), s("b.mov"), s("a.mov")}));
+    }
+    void whatCanBeDoneFollowsTheChosenRows()
+    {
+        ClipTable table;
+        table.apply(
+            all({clip("a", ClipState::Waiting), clip("b", ClipState::Acting), clip("c", ClipState::Failed),
+                 clip("d", ClipState::Failed), clip("e", ClipState::Offered)}));
+        JobsPane pane(table);
+        QSignalSpy cancel(&pane, &JobsPane::cancelWanted);
+        QSignalSpy retry(&pane, &JobsPane::retryWanted);
+        QVERIFY(!action(pane, "cancelJobs").isEnabled() && !action(pane, "retryJobs").isEnabled());
+        QVERIFY(action(pane, "retryAllJobs").isEnabled());
+        select(pane, {0, 1, 2});
+        action(pane, "cancelJobs").trigger();
+        QCOMPARE(cancel.takeFirst().at(0).toStringList(), (QStringList{s("job-a"), s("job-b")}));
+        action(pane, "retryJobs").trigger();
+        QCOMPARE(retry.takeFirst().at(0).toStringList(), QStringList{s("job-c")});
+        action(pane, "retryAllJobs").trigger();
+        QCOMPARE(retry.takeFirst().at(0).toStringList(), (QStringList{s("job-c"), s("job-d")}));
+        select(pane, {4});
+        QVERIFY(!action(pane, "cancelJobs").isEnabled() && !action(pane, "retryJobs").isEnabled());
+        QVERIFY(action(pane, "showClip").isEnabled());
+        // The chosen clip changes where it is.
+        table.apply(some({clip("e", ClipState::Failed)}, 5));
+        QVERIFY(action(pane, "retryJobs").isEnabled());
+        action(pane, "copyReason").trigger();
+        QCOMPARE(QGuiApplication::clipboard()->text(), s("/in/e.mov: because of e"));
+        action(pane, "clearFinished").trigger();
+        QCOMPARE(column(table, ClipTable::Clip), (QStringList{s("a.mov"), s("b.mov")}));
+        QVERIFY(!action(pane, "retryAllJobs").isEnabled());
+    }
+    void aBarShowsHowFarTheWorkHasCome()
+    {
+        const auto painted = [](ClipState state, int percent) {
+            ClipTable table;
+            ServiceClip one = clip("a", state);
+            one.percent = percent;
+            table.apply(all({one}));
+            QImage image(120, 24, QImage::Format_RGB32);
+            image.fill(Qt::white);
+            QPainter painter(&image);
+            QStyleOptionViewItem option;
+            option.rect = image.rect();
+            option.palette = QGuiApplication::palette();
+            ProgressDelegate().paint(&painter, option, table.index(0, ClipTable::Progress));
+            return image;
+        };
+        QVERIFY(painted(ClipState::Acting, 20) != painted(ClipState::Acting, 80));
+        QVERIFY(painted(ClipState::Acting, 20) != painted(ClipState::Waiting, 20));
+    }
+
+    void foldersListWhatIsNotReadyAndWhy()
+    {
+        ClipTable table;
+        ServiceClip settling = clip("a", ClipState::Settling);
+        settling.settles = QDateTime::currentDateTimeUtc().addSecs(3000);
+        table.apply(all({settling, clip("b", ClipState::Offered), clip("c", ClipState::Gone),
+                         clip("d", ClipState::Rejected), clip("e", ClipState::Taken, "f2")}));
+        table.setNames({{s("f1"), s("Rushes")}}, {});
+        NotReadyPane pane(table);
+        pane.show();
+        const auto* tree = pane.findChild<QTreeWidget*>();
+        QCOMPARE(tree->topLevelItemCount(), 1);
+        QTreeWidgetItem* folder = tree->topLevelItem(0);
+        QCOMPARE(folder->text(0), s("Rushes"));
+        QCOMPARE(folder->text(1), s("2 clips"));
+        QVERIFY(folder->toolTip(0).contains(s("d.mov: because of d")));
+        QCOMPARE(folder->childCount(), 0);
+        folder->setExpanded(true);
+        QCOMPARE(folder->childCount(), 2);
+        QVERIFY(folder->child(0)->text(2).startsWith(s("because of a (")));
+        QVERIFY(folder->child(0)->text(2).endsWith(s("seconds left)")));
+        QCOMPARE(folder->child(1)->text(1), s("Not offered"));
+        table.apply(some({clip("a", ClipState::Offered)}, 5));
+        QTRY_COMPARE(folder->childCount(), 1);
+        table.apply(some({clip("d", ClipState::Gone)}, 5));
+        QTRY_COMPARE(tree->topLevelItemCount(), 0);
+    }
+    void secondsAreCountedDown_data()
+    {
+        QTest::addColumn<int>("milliseconds");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("none known") << -1 << s("because of a");
+        QTest::newRow("over") << 0 << s("because of a");
+        QTest::newRow("the last one") << 300 << s("because of a (1 second left)");
+        QTest::newRow("begun ones count") << 1001 << s("because of a (2 seconds left)");
+    }
+    void secondsAreCountedDown()
+    {
+        QFETCH(int, milliseconds);
+        QFETCH(QString, text);
+        const QDateTime now = QDateTime::currentDateTimeUtc();
+        ServiceClip settling = clip("a", ClipState::Settling);
+        if (milliseconds >= 0)
+            settling.settles = now.addMSecs(milliseconds);
+        QCOMPARE(NotReadyPane::reasonOf(settling, now), text);
+    }
+
+    void messagesStandNewestFirstAndGoWhenTheyNoLongerHold()
+    {
+        MessageList list;
+        const QAbstractItemModelTester tester(&list, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        list.setServiceErrors({s("one"), s("two")});
+        list.add(s("the desk's"));
+        list.setServiceErrors({s("two"), s("three")});
+        QCOMPARE(column(list, MessageList::Text), (QStringList{s("three"), s("the desk's"), s("two")}));
+        QCOMPARE(list.serviceErrors(), 2);
+        list.setServiceErrors({});
+        QCOMPARE(column(list, MessageList::Text), QStringList{s("the desk's")});
+    }
+    void aMessageTellsOfWhichFolderAndClipItSpeaks_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("folder");
+        QTest::addColumn<QString>("clip");
+        QTest::newRow("a clip") << s("The file /media/in/card/A 001.mov is not offered: x") << s("in")
+                                << s("A 001.mov");
+        QTest::newRow("a folder") << s("The folder /media/in is not available: gone") << s("in") << QString();
+        QTest::newRow("the deeper folder") << s("/media/in/deep/x.wav: no") << s("deep") << s("x.wav");
+        QTest::newRow("neither") << s("The database is damaged") << QString() << QString();
+    }
+    void aMessageTellsOfWhichFolderAndClipItSpeaks()
+    {
+        QFETCH(QString, text);
+        MessageList list;
+        list.add(text);
+        list.setFolders({s("/media/in"), s("/media/in/deep"), s("/other")});
+        QTEST(list.index(0, MessageList::Folder).data().toString(), "folder");
+        QTEST(list.index(0, MessageList::Clip).data().toString(), "clip");
+    }
+    void aMessageSaysWhatToDo()
+    {
+        QVERIFY(MessageList::adviceFor(s("Copying /a to /b failed: No space left on device"))
+                    .contains(s("room")));
+        QVERIFY(MessageList::adviceFor(s("The file /a is not offered: a text")).contains(s("Move")));
+        QVERIFY(MessageList::adviceFor(s("All is well")).isEmpty());
+    }
+    void theOldestOfManyMessagesGo()
+    {
+        MessageList list;
+        list.setServiceErrors({s("stays")});
+        for (int i = 0; i < MessageList::kMostMessages + 3; ++i)
+            list.add(QString::number(i));
+        QCOMPARE(list.rowCount(), MessageList::kMostMessages + 1);
+        QCOMPARE(list.index(list.rowCount() - 1, MessageList::Text).data().toString(), s("stays"));
+        QCOMPARE(list.index(list.rowCount() - 2, MessageList::Text).data().toString(), s("3"));
+    }
+
+    void noticesCountWhatCameSinceTheLastOne()
+    {
+        Notifier notifier(nullptr, 1);
+        QStringList shown;
+        notifier.setShow([&](const QString&, const QString& text) { shown << text; });
+        notifier.tell(0, 0);
+        QVERIFY(shown.isEmpty());
+        notifier.tell(1, 0);
+        QCOMPARE(shown, QStringList{s("1 clip is ready")});
+        notifier.tell(2, 0);
+        notifier.tell(3, 1);
+        QCOMPARE(shown.size(), 1);
+        QTRY_COMPARE(shown.size(), 2);
+        QCOMPARE(shown.last(), s("5 clips are ready, 1 clip failed"));
+    }
+    void whoLooksAtTheDeskNeedsNoNotice()
+    {
+        Notifier notifier(nullptr, 1);
+        int shown = 0;
+        notifier.setShow([&](const QString&, const QString&) { ++shown; });
+        notifier.setInFront(true);
+        notifier.tell(1, 1);
+        notifier.setInFront(false);
+        QCOMPARE(shown, 0);
+        notifier.tell(0, 2);
+        QCOMPARE(shown, 1);
+    }
+
+    void theFeedTellsAllClipsAndThenWhatChanges()
+    {
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        server.setReply("GET", kChanges + "0", 200,
+                        "<changes version=\"5\"><changed>clips</changed></changes>");
+        server.setReply("GET", clipsUrl(0), 200, listXml(1, clipXml("c1", "WAITING")));
+        server.setReply("GET", kChanges + "5", 200,
+                        "<changes version=\"6\"><changed>clips</changed><changed>jobs</changed></changes>");
+        server.setReply("GET", clipsUrl(5), 200, listXml(2, clipXml("c2", "FOUND"), 6));
+        server.setReply("GET", kChanges + "6", TestHttpServer::Reply::never());
+        ClipFeed feed;
+        QSignalSpy clips(&feed, &ClipFeed::clipsChanged);
+        QSignalSpy topics(&feed, &ClipFeed::changed);
+        QSignalSpy listening(&feed, &ClipFeed::listeningChanged);
+        QCOMPARE(server.requestCount(), 0);
+        feed.listen();
+        QTRY_COMPARE(clips.count(), 2);
+        QVERIFY(clips.at(0).at(0).value<ClipNews>().isWhole);
+        QVERIFY(!clips.at(1).at(0).value<ClipNews>().isWhole);
+        QCOMPARE(clips.at(1).at(0).value<ClipNews>().clips.at(0).id, s("c2"));
+        QTRY_COMPARE(topics.count(), 1);
+        QCOMPARE(topics.at(0).at(0).toStringList(), (QStringList{s("clips"), s("jobs")}));
+        QCOMPARE(listening.count(), 1);
+        QVERIFY(listening.at(0).at(0).toBool());
+        // What it waits for is cut short by its end.
+        QVERIFY(server.waitForRequests(5));
+    }
+    void aFeedThatCountsAnotherNumberReadsAllAgain()
+    {
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        server.setReply("GET", kChanges + "0", 200, "<changes version=\"5\"/>");
+        server.addReplyOnce(
+            "GET", clipsUrl(0),
+            TestHttpServer::Reply::xml(listXml(2, clipXml("c1", "TAKEN") + clipXml("c2", "TAKEN"))));
+        server.setReply("GET", kChanges + "5", 200,
+                        "<changes version=\"6\"><changed>clips</changed></changes>");
+        server.setReply("GET", clipsUrl(5), 200, listXml(1, clipXml("c2", "TAKEN"), 6));
+        server.setReply("GET", clipsUrl(0), 200, listXml(1, clipXml("c2", "TAKEN"), 6));
+        server.setReply("GET", kChanges + "6", TestHttpServer::Reply::never());
+        ClipFeed feed;
+        QSignalSpy clips(&feed, &ClipFeed::clipsChanged);
+        feed.listen();
+        QTRY_COMPARE(clips.count(), 2);
+        QVERIFY(clips.at(1).at(0).value<ClipNews>().isWhole);
+        QCOMPARE(clips.at(1).at(0).value<ClipNews>().clips.size(), 1);
+    }
+    void aServiceThatKnowsNoChangesIsAskedAgainOnlyWhenTold()
+    {
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        ClipFeed feed;
+        QSignalSpy listening(&feed, &ClipFeed::listeningChanged);
+        feed.listen();
+        QVERIFY(server.waitForRequests(1));
+        feed.listen();
+        QVERIFY(server.waitForRequests(2));
+        QCOMPARE(listening.count(), 0);
+    }
+    void aServiceThatGoesWhileItIsListenedToIsNoticed()
+    {
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        server.setReply("GET", kChanges + "0", 200, "<changes version=\"5\"/>");
+        server.setReply("GET", clipsUrl(0), 200, listXml(0, {}));
+        server.setReply("GET", kChanges + "5", TestHttpServer::Reply::never());
+        ClipFeed feed;
+        QSignalSpy listening(&feed, &ClipFeed::listeningChanged);
+        feed.listen();
+        QVERIFY(server.waitForRequests(3));
+        QTRY_COMPARE(listening.count(), 1);
+        server.setReply("GET", kChanges + "5", TestHttpServer::Reply::bare(500));
+        server.dropConnections();
+        QTRY_COMPARE(listening.count(), 2);
+        QVERIFY(!listening.at(1).at(0).toBool());
+    }
+
+    void jobsAreCancelledAndTriedAgainOneByOne()
+    {
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        server.setReply("PUT", "/KRXService/jobs/j1", 200, "<jobInfo/>");
+        server.setReply("PUT", "/KRXService/jobs/j2", TestHttpServer::Reply::text(409, "is COMPLETED"));
+        server.setReply("PUT", "/KRXService/jobs/j3", 200, "<jobInfo/>");
+        ServiceMonitor monitor(10000);
+        QSignalSpy failed(&monitor, &ServiceMonitor::commandFailed);
+        QSignalSpy reported(&monitor, &ServiceMonitor::reported);
+        monitor.start();
+        QTRY_COMPARE(reported.count(), 1);
+        monitor.cancelTheseJobs({s("j1"), s("j2"), s("j3")});
+        QTRY_COMPARE(failed.count(), 1);
+        QCOMPARE(server.requestCount("PUT", "/KRXService/jobs/j3"), 1);
+        monitor.retryTheseJobs({s("j1")});
+        QTRY_COMPARE(server.requestCount("PUT", "/KRXService/jobs/j1"), 2);
+        QStringList bodies;
+        for (const auto& request : server.requests()) {
+            if (request.target == "/KRXService/jobs/j1")
+                bodies << QString::fromUtf8(request.body);
+        }
+        QVERIFY(bodies.at(0).contains(s("<state>CANCELLED</state>")));
+        QVERIFY(bodies.at(1).contains(s("<state>SUBMITTED</state>")));
+    }
+    void whoHearsOfChangesAsksSeldomButAtOnceWhenTold()
+    {
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        server.setReply("GET", "/KRXService/activity", 200,
+                        "<activity><status>StatusIdle</status></activity>");
+        ServiceMonitor monitor(10);
+        QSignalSpy reported(&monitor, &ServiceMonitor::reported);
+        monitor.start();
+        monitor.setHeardOfChanges(true);
+        QTRY_VERIFY(reported.count() >= 1);
+        const int before = reported.count();
+        for (int i = 0; i < 50; ++i)
+            monitor.askNow();
+        QTRY_VERIFY(reported.count() > before);
+        // Fifty wishes are not fifty questions.
+        QVERIFY(reported.count() < before + 25);
+        const int settled = reported.count();
+        monitor.setHeardOfChanges(false);
+        QTRY_VERIFY(reported.count() > settled + 3);
+    }
+};
+
+QTEST_MAIN(TestClipsAndMessages)
+#include "test_clips_and_messages.moc"
