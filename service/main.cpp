@@ -236,6 +236,8 @@ int refuse(const Refusal& refusal)
 
 int main(int argc, char** argv)
 {
+    // What the program makes for itself is its user's alone, whatever the umask says.
+    ::umask(077);
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     auto options = Options::parse(arguments);
     if (!options)
@@ -262,8 +264,6 @@ int main(int argc, char** argv)
     auto users = usersCalled(options->allowedUsers);
     if (!users)
         return refuse(users.refusal());
-    // What the service makes for itself is its user's alone, whatever the umask says.
-    ::umask(077);
     // At once: when a terminal is closed it is too late to ask whether there was one.
     const Signals notices{catchSignals(), hasTerminal()};
     QCoreApplication application(argc, argv);

@@ -74,6 +74,22 @@ const std::vector<Command>& commands()
 {
     static const std::vector<Command> table = {
         {"status", "", 0, 0, "", "tell whether the service runs, and how it goes", {"json"}},
+        {"backup",
+         "DIR",
+         1,
+         1,
+         "dir",
+         "copy database and output documents to the new folder DIR, as\nthey are at one moment; the service "
+         "may run meanwhile",
+         {}},
+        {"restore",
+         "DIR",
+         1,
+         1,
+         "dir",
+         "take the backup in DIR back into the data folder (--data),\neverything or nothing; the service "
+         "must not run",
+         {"set-aside"}},
     };
     return table;
 }
@@ -82,6 +98,7 @@ const std::vector<OptionText>& commandOptions()
 {
     static const std::vector<OptionText> table = {
         {"json", nullptr, "", "write for programs"},
+        {"set-aside", nullptr, "", "keep what is in the data folder already beside it"},
     };
     return table;
 }

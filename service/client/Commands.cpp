@@ -1,5 +1,7 @@
 #include "client/Commands.h"
 
+#include "client/Backup.h"
+#include "client/Output.h"
 #include "client/Status.h"
 
 #include <functional>
@@ -7,10 +9,46 @@
 
 namespace krxservice {
 
-int commands::run(const Options& options, const std::string&)
+namespace {
+
+/// A refusal's status is the exit code here.
+int told(const Refusal& refusal)
+{
+    output::refuse(refusal.text);
+    return refusal.status;
+}
+
+int makeBackup(const Options& options, const std::string& version)
+{
+    const auto made = backup::make(options.dataFolder, options.operands.front(), version);
+    if (!made)
+        return told(made.refusal());
+    output::print("backed up " + options.dataFolder + " to " + made->folder + ", with " +
+                  std::to_string(made->documents) + " output documents\n");
+    return commands::kDone;
+}
+
+int restoreBackup(const Options& options)
+{
+    const auto done =
+        backup::restore(options.operands.front(), options.dataFolder, options.wants("set-aside"));
+    if (!done)
+        return told(done.refusal());
+    if (!done->keptAs.empty())
+        output::print("the former data are kept as " + done->keptAs + '\n');
+    output::print("restored " + done->folder + ", with " + std::to_string(done->documents) +
+                  " output documents\n");
+    return commands::kDone;
+}
+
+} // namespace
+
+int commands::run(const Options& options, const std::string& version)
 {
     const std::map<std::string, std::function<int()>> table = {
         {"status", [&] { return status(options); }},
+        {"backup", [&] { return makeBackup(options, version); }},
+        {"restore", [&] { return restoreBackup(options); }},
     };
     return table.at(options.command)();
 }

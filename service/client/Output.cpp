@@ -76,9 +76,14 @@ void print(const QJsonValue& value)
     print(document.toJson(QJsonDocument::Indented).toStdString());
 }
 
+void refuse(const std::string& reason)
+{
+    std::fprintf(stderr, "krx-service: %s\n", text::oneLine(reason).c_str());
+}
+
 int refuse(const Refusal& refusal)
 {
-    std::fprintf(stderr, "krx-service: %s\n", text::oneLine(refusal.text).c_str());
+    refuse(refusal.text);
     return exitCode(refusal);
 }
 

@@ -25,7 +25,9 @@ QString key(const std::string& name);
 void print(const std::string& text);
 /// An object or an array, and a line end.
 void print(const QJsonValue& value);
-/// Says to a person why it did not work. \return the exit code.
+/// Says to a person why it did not work, on one line.
+void refuse(const std::string& reason);
+/// The same of a service that did not answer as was hoped. \return the exit code.
 int refuse(const Refusal& refusal);
 /// The exit code alone.
 int exitCode(const Refusal& refusal);

@@ -109,14 +109,29 @@ std::string OutputArea::fileName(std::int64_t id, const std::string& source)
     return std::to_string(id) + '-' + base + kSuffix;
 }
 
+std::string OutputArea::directoryOf(const std::string& owner)
+{
+    return (owner[0] == 'j' ? std::string(kJobs + 1) + '/' : std::string()) + owner;
+}
+
 std::string OutputArea::directory(const std::string& owner) const
 {
-    return m_root + (owner[0] == 'j' ? kJobs : "") + '/' + owner;
+    return m_root + '/' + directoryOf(owner);
+}
+
+std::string OutputArea::hiddenName(const std::string& name)
+{
+    return '.' + name + kHiddenSuffix;
+}
+
+std::string OutputArea::removalOf(const std::string& owner)
+{
+    return kRemoval + owner;
 }
 
 std::string OutputArea::removalPlace(const std::string& owner) const
 {
-    return m_root + '/' + kRemoval + owner;
+    return m_root + '/' + removalOf(owner);
 }
 
 std::string OutputArea::path(const std::string& owner, const std::string& name) const
@@ -126,7 +141,7 @@ std::string OutputArea::path(const std::string& owner, const std::string& name) 
 
 std::string OutputArea::hiddenPath(const std::string& owner, const std::string& name) const
 {
-    return directory(owner) + "/." + name + kHiddenSuffix;
+    return directory(owner) + '/' + hiddenName(name);
 }
 
 std::string OutputArea::write(const std::string& path, const std::string& text, filetools::Descriptor& file)

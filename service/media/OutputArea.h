@@ -28,6 +28,12 @@ public:
     /// The file name of the output of the clip \a id, made from \a source.
     static std::string fileName(std::int64_t id, const std::string& source);
 
+    /// Below the root: the directory of an owner's documents, and where it is while they are being removed.
+    static std::string directoryOf(const std::string& owner);
+    static std::string removalOf(const std::string& owner);
+    /// What a document is called until it is published.
+    static std::string hiddenName(const std::string& name);
+
     /// One of several documents that are brought to the disk together.
     struct Document
     {

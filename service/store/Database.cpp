@@ -127,6 +127,8 @@ CREATE INDEX copied_by_folder ON copied(folder, seq);
 /// What belongs to a database beside its own file.
 constexpr std::array<const char*, 3> kParts = {"", "-wal", "-shm"};
 
+constexpr int kBusyMilliseconds = 5000; ///< for another process that writes
+
 static_assert(kDamageCode == SQLITE_CORRUPT);
 
 bool isDamageCode(int code)
@@ -241,7 +243,7 @@ void Database::open(Mode mode)
         throw DatabaseError(file + ": " + reason, code);
     }
     try {
-        sqlite3_busy_timeout(m_connection, 5000);
+        sqlite3_busy_timeout(m_connection, kBusyMilliseconds);
         if (mode == Mode::Look) {
             if (const int found = version(); found != currentVersion())
                 throw DatabaseError("the database has version " + std::to_string(found) + ", not " +
@@ -337,6 +339,32 @@ Database::Rebuilt Database::rebuild()
     if (m_observer.row)
         m_observer.row({}, 0);
     return result;
+}
+
+void Database::copyTo(const std::string& file)
+{
+    sqlite3* target = nullptr;
+    const auto check = [&](int code) {
+        if (code != SQLITE_OK && code != SQLITE_DONE) {
+            const std::string reason = sqlite3_errmsg(target);
+            sqlite3_close(target);
+            throw DatabaseError(file + ": " + reason, code);
+        }
+    };
+    check(sqlite3_open_v2(file.c_str(), &target, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr));
+    {
+        const auto lock = this->lock();
+        sqlite3_backup* copying = sqlite3_backup_init(target, "main", m_connection, "main");
+        if (!copying)
+            check(sqlite3_errcode(target));
+        sqlite3_busy_timeout(target, kBusyMilliseconds);
+        // All in one step: between two of them others would write, and it would begin anew each time.
+        sqlite3_backup_step(copying, -1);
+        check(sqlite3_backup_finish(copying));
+    }
+    // A file by itself, which can be looked at where nothing may be written.
+    check(sqlite3_exec(target, "PRAGMA journal_mode=DELETE", nullptr, nullptr, nullptr));
+    check(sqlite3_close(target));
 }
 
 std::string Database::setAside(const std::string& file)

@@ -104,6 +104,10 @@ public:
     /// set aside. Throws DatabaseError when it cannot; then all is as it was.
     Rebuilt rebuild();
 
+    /// Writes all of it, as it is at one moment, into the new \a file, which needs no log beside it. Other
+    /// processes may go on working with this one. Throws DatabaseError.
+    void copyTo(const std::string& file);
+
     /// Gives a database that is not open, with what belongs to it, another name, which is returned.
     static std::string setAside(const std::string& file);
 

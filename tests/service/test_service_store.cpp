@@ -24,6 +24,18 @@ class TestServiceStore : public QObject
 
     std::string newFile() { return m_folder.filePath(QString::number(++m_count)).toStdString() + ".db"; }
 
+    /// Makes the file \a name of the dump of a \a version.
+    static void fillFromDump(const std::string& name, int version)
+    {
+        QFile dump(QStringLiteral(KRX_TEST_DATA "/krx-service-%1.sql").arg(version));
+        QVERIFY2(dump.open(QIODevice::ReadOnly), qPrintable(dump.fileName()));
+        const QByteArray sql = dump.readAll().replace("@ROOT@", "/media");
+        sqlite3* raw = nullptr;
+        QCOMPARE(sqlite3_open(name.c_str(), &raw), SQLITE_OK);
+        QCOMPARE(sqlite3_exec(raw, sql.constData(), nullptr, nullptr, nullptr), SQLITE_OK);
+        sqlite3_close(raw);
+    }
+
     static FolderRecord folder(const std::string& path)
     {
         FolderRecord record;
@@ -482,13 +494,8 @@ private slots:
     void databaseOfTheFirstVersionIsBroughtToThePresentOneAfterACopyWasSetAside()
     {
         const std::string name = newFile();
-        QFile dump(QStringLiteral(KRX_TEST_DATA "/krx-service-1.sql"));
-        QVERIFY(dump.open(QIODevice::ReadOnly));
-        const QByteArray sql = dump.readAll().replace("@ROOT@", "/media");
+        fillFromDump(name, 1);
         sqlite3* raw = nullptr;
-        QCOMPARE(sqlite3_open(name.c_str(), &raw), SQLITE_OK);
-        QCOMPARE(sqlite3_exec(raw, sql.constData(), nullptr, nullptr, nullptr), SQLITE_OK);
-        sqlite3_close(raw);
         {
             Database database(name);
             QVERIFY(!database.isNew());
@@ -545,6 +552,42 @@ private slots:
         const QFileInfo info(QString::fromStdString(name));
         QCOMPARE(info.dir().entryList({info.fileName() + QStringLiteral(".version-2-*")}, QDir::Files).size(),
                  1);
+    }
+
+    void everyFormerVersionIsOpened_data()
+    {
+        QTest::addColumn<int>("version");
+        for (int version = 1; version < Database::currentVersion(); ++version)
+            QTest::addRow("%d", version) << version;
+    }
+    /// Each dump was made of a database that the program of that version wrote.
+    void everyFormerVersionIsOpened()
+    {
+        QFETCH(int, version);
+        const std::string name = newFile();
+        fillFromDump(name, version);
+        {
+            Database database(name);
+            QCOMPARE(database.problem(), std::string());
+            const auto profiles = ProfileStore(database).list();
+            const auto folders = FolderStore(database).list();
+            QCOMPARE(profiles.size(), std::size_t(3));
+            QCOMPARE(folders.size(), std::size_t(3));
+            for (const auto& folder : folders)
+                QVERIFY(folder.enabled && ProfileStore(database).find(folder.profile));
+            QCOMPARE(JobStore(database).list(false).size(), std::size_t(2));
+            ClipStore clips(database);
+            QCOMPARE(clips.inState(ClipState::Rejected).size(), std::size_t(1));
+            QCOMPARE(clips.inState(ClipState::Failed).size(), std::size_t(1));
+            for (const auto& clip : clips.inState(ClipState::Offered))
+                QVERIFY(!clip.output.empty() && clip.path.rfind("/media/", 0) == 0);
+            QVERIFY(clips.inState(ClipState::Offered).size() >= 3);
+        }
+        // Now it is one of the present version.
+        QCOMPARE(Database(name, Database::Mode::Look).problem(), std::string());
+        const QFileInfo info(QString::fromStdString(name));
+        QCOMPARE(
+            info.dir().entryList({info.fileName() + QStringLiteral(".version-%1-*").arg(version)}).size(), 1);
     }
 
     void storesMayBeUsedByManyThreads()
