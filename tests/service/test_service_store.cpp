@@ -557,7 +557,7 @@ private slots:
     void everyFormerVersionIsOpened_data()
     {
         QTest::addColumn<int>("version");
-        for (int version = 1; version < Database::currentVersion(); ++version)
+        for (const int version : {1, 2})
             QTest::addRow("%d", version) << version;
     }
     /// Each dump was made of a database that the program of that version wrote.
