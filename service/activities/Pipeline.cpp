@@ -5,48 +5,23 @@
 #include "base/Log.h"
 #include "base/SourceFile.h"
 #include "base/Text.h"
+#include "media/ClipFiles.h"
 #include "media/ClipMemory.h"
+#include "media/LinkRules.h"
+#include "media/LinkSettings.h"
 #include "media/MediaProbe.h"
 #include "media/OutputDocument.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <filesystem>
-#include <system_error>
-
 namespace krxservice {
 
 namespace {
 
 constexpr char kRefusedBefore[] = "it was not offered before either, and holds the same content";
-constexpr char kOutOfReach[] = "the directory of its output is out of reach";
 constexpr char kRemoved[] = "its folder or job was removed";
-constexpr int kAttempts = 2;                                            ///< to give a document its name
-constexpr int kAtOnce = 100;                                            ///< records looked at together
-constexpr std::int64_t kKeptFor = 30LL * 24 * 60 * 60 * 1000 * 1000000; ///< nanoseconds
-
-enum class Whereabouts {
-    There,
-    Gone,
-    Unknown, ///< perhaps its volume is away
-};
-
-Whereabouts whereabouts(const std::string& path)
-{
-    struct stat facts
-    {
-    };
-    if (::stat(path.c_str(), &facts) == 0)
-        return Whereabouts::There;
-    if (errno != ENOENT)
-        return Whereabouts::Unknown;
-    // A volume that is away takes its directories along, or leaves the empty one that it was mounted in.
-    std::error_code error;
-    const bool isEmpty = std::filesystem::is_empty(path.substr(0, path.rfind('/')), error);
-    return error || isEmpty ? Whereabouts::Unknown : Whereabouts::Gone;
-}
+constexpr char kSampled[] = "-sampled:"; ///< in the method of checksums that are made of samples
 
 CopiedClip copiedInto(const std::string& folder, std::vector<HistoryEntry> files)
 {
@@ -59,12 +34,6 @@ CopiedClip copiedInto(const std::string& folder, std::vector<HistoryEntry> files
             text::now(), std::move(files)};
 }
 
-FileResult ended(FileResult::End end, const std::string& text,
-                 const std::optional<FileStamp>& stamp = std::nullopt)
-{
-    return {end, text, stamp, nullptr};
-}
-
 } // namespace
 
 /// One file on its way through the pipeline.
@@ -72,8 +41,11 @@ struct Pipeline::Work
 {
     const FileOrder& order;
     const SourceFile& source;
+    const LinkSettings& settings;
+    const ClipFiles& files;
     ClipRecord record;
     Clip clip;
+    std::vector<std::string> notes; ///< to be said of it when it is offered
 };
 
 Pipeline::Pipeline(Database& database, ClipStore& clips, ErrorStore& errors, OutputArea& outputs)
@@ -86,6 +58,18 @@ Pipeline::Pipeline(Database& database, ClipStore& clips, ErrorStore& errors, Out
 
 FileResult Pipeline::process(const FileOrder& order)
 {
+    const LinkSettings settings = LinkSettings::read(order.profile.settings);
+    const ClipFiles files = clipfiles::of(order.path, order.ownerPath, settings.joinsAllPictures);
+    if (files.path == order.path)
+        return process(order, settings, files);
+    // One of many pictures stands for all, and the first of them gives the clip its name.
+    FileOrder whole = order;
+    whole.path = files.path;
+    return process(whole, settings, files);
+}
+
+FileResult Pipeline::process(const FileOrder& order, const LinkSettings& settings, const ClipFiles& files)
+{
     // Opened once: all that follows is about this file, whatever happens to its name.
     const SourceFile source(order.path, order.ownerPath);
     if (source.isMissing())
@@ -94,12 +78,18 @@ FileResult Pipeline::process(const FileOrder& order)
         m_errors.add("The file " + order.path + " cannot be read: " + source.error());
         return ended(FileResult::End::Later, source.error());
     }
-    Work work{order, source, {}, {}};
+    Work work{order, source, settings, files, {}, {}, {}};
     work.record.owner = order.ownerId;
     work.record.path = order.path;
-    work.record.stamp = source.stamp();
+    work.record.stamp = files.sequence ? files.stamp : source.stamp();
     if (!text::isPlainText(order.path))
         return reject(work, "its name cannot be written in a document");
+    if (!settings.covers(text::baseName(order.path))) {
+        const std::string reason = "the plug-in " + settings.pluginName + " does not take it";
+        // The watcher names those of a folder, for as long as its profile is this one.
+        return order.ownerKind == "job" ? reject(work, reason)
+                                        : ended(FileResult::End::Rejected, reason, work.record.stamp);
+    }
     if (const auto known = recognise(work))
         return *known;
     dropOthers(work);
@@ -114,7 +104,7 @@ FileResult Pipeline::process(const FileOrder& order)
         m_errors.add((probe.isAboutFile ? start : "Files cannot be looked into: ") + probe.text);
         return ended(FileResult::End::Later, probe.text);
     }
-    if (!source.isUnchanged() || !source.isStillNamed())
+    if (!source.isUnchanged() || !source.isStillNamed() || !sequenceStands(work))
         return ended(FileResult::End::Later, "the file changed while it was read");
     if (probe.verdict == ProbeResult::Verdict::NotMedia)
         return reject(work, probe.text);
@@ -122,10 +112,14 @@ FileResult Pipeline::process(const FileOrder& order)
     work.clip.media = probe.facts;
     if (order.ownerKind == "folder")
         work.clip.watched = order.ownerPath;
+    work.clip.sequence = files.sequence;
+    if (!addSidecars(work))
+        return ended(FileResult::End::Later, "a file beside it changed while it was read");
+    work.notes = linkrules::apply(settings, work.clip);
     goOn(work);
     if (order.mayBeGrouped && order.profile.activities.empty() && work.record.id == 0) {
         FileResult result = ended(FileResult::End::Ready, {}, work.record.stamp);
-        result.ready = std::make_shared<ReadyClip>(ReadyClip{work.record, factsOf(work)});
+        result.ready = std::make_shared<ReadyClip>(ReadyClip{work.record, factsOf(work), work.notes});
         return result;
     }
     const auto begun =
@@ -148,7 +142,10 @@ std::optional<FileResult> Pipeline::recognise(Work& work)
     const FileOrder& order = work.order;
     ClipRecord& record = work.record;
     std::string error;
-    const auto checksum = filetools::fingerprint(work.source.get(), order.cancel, error);
+    const auto checksum = work.files.sequence
+                              ? clipfiles::fingerprint(*work.files.sequence, order.ownerPath,
+                                                       record.stamp.size, order.cancel, error)
+                              : filetools::fingerprint(work.source.get(), order.cancel, error);
     if (*order.cancel)
         return ended(FileResult::End::Cancelled, "cancelled");
     if (!checksum) {
@@ -158,7 +155,7 @@ std::optional<FileResult> Pipeline::recognise(Work& work)
     work.clip.source = {order.path, record.stamp, *checksum};
     record.checksum = *checksum;
     // Samples see no change between them, and other times can be put back.
-    if (checksum->rfind(filetools::kWholeMethod, 0) != 0)
+    if (checksum->find(kSampled) != std::string::npos)
         record.checksum += '@' + std::to_string(record.stamp.changed);
     auto seen = m_clips.find(order.ownerId, order.path, record.checksum);
     if (seen && seen->state == ClipState::Failed && order.ownerKind == "job") {
@@ -185,6 +182,37 @@ std::optional<FileResult> Pipeline::recognise(Work& work)
         m_clips.setStamp(seen->id, record.stamp);
         return ended(FileResult::End::Known, "it was worked on before", record.stamp);
     }
+}
+
+/// True while each of several pictures is what it was when it was first looked at.
+bool Pipeline::sequenceStands(const Work& work)
+{
+    if (!work.files.sequence)
+        return true;
+    const auto now = clipfiles::stampOf(*work.files.sequence, work.order.ownerPath);
+    return now && now->isUntouched(work.files.stamp);
+}
+
+/// Fills in the files that go where the clip goes. False when one is in somebody's hands.
+bool Pipeline::addSidecars(Work& work)
+{
+    for (const auto& path : work.files.sidecars) {
+        const SourceFile file(path, work.order.ownerPath);
+        if (file.isMissing())
+            continue;
+        std::string error;
+        const auto checksum =
+            file.isOpen() ? filetools::checksum(file.get(), work.order.cancel, error) : std::nullopt;
+        if (!checksum) {
+            work.notes.push_back(text::baseName(path) +
+                                 " beside it cannot be read: " + (file.isOpen() ? error : file.error()));
+            continue;
+        }
+        if (!file.isUnchanged())
+            return false;
+        work.clip.sidecars.push_back({path, file.stamp(), *checksum});
+    }
+    return true;
 }
 
 /// Brings work on an older content of the same path to an end.
@@ -217,8 +245,10 @@ void Pipeline::goOn(Work& work)
     Clip made = work.clip;
     bool stands = record.profile == work.order.profile.id &&
                   record.done <= static_cast<int>(work.order.profile.activities.size()) &&
-                  (record.made.empty() || clipmemory::read(record.made, made)) &&
-                  (!linked || filetools::stampOf(record.linkedPath) == std::optional(record.linkedStamp));
+                  (record.made.empty() || clipmemory::read(record.made, made));
+    if (linked)
+        made.linked = {record.linkedPath, record.linkedStamp, record.linkedChecksum};
+    stands = stands && (!linked || clipfiles::linkedStands(made));
     for (const auto& part : made.parts)
         stands = stands && filetools::stampOf(part.file.path) == std::optional(part.file.stamp);
     record.profile = work.order.profile.id;
@@ -230,9 +260,9 @@ void Pipeline::goOn(Work& work)
         record.made.clear();
         return;
     }
+    // The same content may have been touched since.
+    made.source.stamp = record.stamp;
     work.clip = std::move(made);
-    if (linked)
-        work.clip.linked = {record.linkedPath, record.linkedStamp, record.linkedChecksum};
 }
 
 FileResult Pipeline::reject(const Work& work, const std::string& reason)
@@ -343,77 +373,9 @@ OutputFacts Pipeline::factsOf(const Work& work)
     facts.ownerId = work.order.ownerId;
     facts.ownerPath = work.order.ownerPath;
     facts.clip = work.clip;
+    linkrules::refresh(work.settings, facts.clip);
     facts.profile = work.order.profile;
     return facts;
-}
-
-/// Makes the records of \a clips and, in the same order, their documents.
-std::vector<OutputArea::Document>
-Pipeline::beginTogether(const std::vector<std::shared_ptr<ReadyClip>>& clips)
-{
-    std::vector<OutputArea::Document> documents;
-    Transaction transaction(m_database);
-    for (const auto& clip : clips) {
-        const auto begun = m_clips.begin(
-            clip->record, [&](std::int64_t id) { return OutputArea::fileName(id, clip->record.path); });
-        if (!begun) {
-            documents.push_back({clip->record.owner, {}, {}, kRemoved});
-            continue;
-        }
-        clip->record = *begun;
-        clip->facts.id = begun->guid;
-        documents.push_back({begun->owner, begun->output, outputdocument::write(clip->facts), {}});
-    }
-    transaction.commit();
-    return documents;
-}
-
-std::vector<FileResult> Pipeline::publishTogether(const std::vector<std::shared_ptr<ReadyClip>>& clips)
-{
-    // Each step for all of them before the next one, so that the disk is waited for once a step.
-    auto documents = beginTogether(clips);
-    m_outputs.prepare(documents);
-    std::vector<FileResult> results;
-    {
-        Transaction transaction(m_database);
-        for (std::size_t i = 0; i < clips.size(); ++i) {
-            const ClipRecord& record = clips[i]->record;
-            results.push_back(ended(FileResult::End::Later, documents[i].error));
-            if (documents[i].error.empty() && m_clips.publish(record.id))
-                results.back() = ended(FileResult::End::Publishing, {}, record.stamp);
-            else if (documents[i].error.empty())
-                documents[i].error = kRemoved;
-            else if (record.id != 0)
-                m_clips.wait(record.id);
-        }
-        transaction.commit();
-    }
-    for (std::size_t i = 0; i < clips.size(); ++i) {
-        if (results[i].end == FileResult::End::Publishing)
-            continue;
-        m_outputs.abandon(documents[i].owner, documents[i].name);
-        if (documents[i].error != kRemoved)
-            m_errors.add("The output for " + clips[i]->record.path +
-                         " cannot be written: " + documents[i].error);
-    }
-    m_outputs.publish(documents);
-    {
-        Transaction transaction(m_database);
-        for (std::size_t i = 0; i < clips.size(); ++i) {
-            if (documents[i].error.empty() && m_clips.offer(clips[i]->record.id))
-                results[i].end = FileResult::End::Offered;
-        }
-        transaction.commit();
-    }
-    for (std::size_t i = 0; i < clips.size(); ++i) {
-        const ClipRecord& record = clips[i]->record;
-        if (results[i].end == FileResult::End::Publishing)
-            results[i] = finish(record, {});
-        else if (results[i].end == FileResult::End::Offered)
-            log::info("offered " + record.path + " as " + m_outputs.path(record.owner, record.output),
-                      record.guid);
-    }
-    return results;
 }
 
 FileResult Pipeline::publish(Work& work)
@@ -422,8 +384,7 @@ FileResult Pipeline::publish(Work& work)
     const ClipRecord& record = work.record;
     if (work.clip.linked.path == order.path && !work.source.isStillNamed())
         return lookAgain(work, "another file took its place while it was worked on");
-    const FileFacts& linked = work.clip.linked;
-    if (linked.path != order.path && filetools::stampOf(linked.path) != std::optional(linked.stamp))
+    if (work.clip.linked.path != order.path && !clipfiles::linkedStands(work.clip))
         return lookAgain(work, "its copy went away while it was worked on");
     const auto reason = m_outputs.prepare(record.owner, record.output, outputdocument::write(factsOf(work)));
     if (!reason.empty()) {
@@ -437,109 +398,10 @@ FileResult Pipeline::publish(Work& work)
         m_outputs.abandon(record.owner, record.output);
         return ended(FileResult::End::Later, {});
     }
-    return finish(record, order.willEnd);
-}
-
-/// Gives the document of a clip its name, unless it has it (or had it and was taken), and notes it.
-FileResult Pipeline::finish(const ClipRecord& clip, const std::function<void(const FileResult&)>& willEnd)
-{
-    std::string reason;
-    bool hasItsName = false;
-    for (int i = 0; !hasItsName && i < kAttempts && m_outputs.isPrepared(clip.owner, clip.output); ++i) {
-        reason = m_outputs.publish(clip.owner, clip.output);
-        hasItsName = reason.empty();
-    }
-    if (!hasItsName && !m_outputs.hasLeftItsHiddenPlace(clip.owner, clip.output)) {
-        // Out of sight without a reason it may be there again the next time, or be removed with its owner.
-        if (!reason.empty() && m_outputs.isPrepared(clip.owner, clip.output))
-            m_errors.add("The output for " + clip.path + " cannot be written: " + reason);
-        return ended(FileResult::End::Publishing, reason.empty() ? kOutOfReach : reason, clip.stamp);
-    }
-    const FileResult result = ended(FileResult::End::Offered, {}, clip.stamp);
-    {
-        Transaction transaction(m_database);
-        if (!m_clips.offer(clip.id)) {
-            const auto now = m_clips.find(clip.id);
-            // Somebody else finished it, or its folder or job was removed.
-            return now ? ended(FileResult::End::Known, "it was worked on before", clip.stamp)
-                       : ended(FileResult::End::Later, {});
-        }
-        if (willEnd)
-            willEnd(result);
-        transaction.commit();
-    }
-    m_errors.removeStarting(ErrorStore::refusedStart(clip.path));
-    log::info("offered " + clip.path + " as " + m_outputs.path(clip.owner, clip.output), clip.guid);
+    FileResult result = finish(record, order.willEnd);
+    if (result.end == FileResult::End::Offered)
+        say(record.path, work.notes);
     return result;
-}
-
-void Pipeline::publishRest()
-{
-    for (const auto& clip : m_clips.inState(ClipState::Publishing))
-        finish(clip, {});
-}
-
-void Pipeline::noteTaken()
-{
-    const auto taken = m_outputs.takeTaken();
-    if (!taken.empty())
-        m_clips.take(taken);
-}
-
-void Pipeline::prune(std::int64_t now, const CancelToken& cancel)
-{
-    std::int64_t last = 0;
-    for (;;) {
-        const auto clips = m_clips.finished(last, kAtOnce);
-        for (const auto& clip : clips) {
-            last = clip.id;
-            const Whereabouts place = whereabouts(clip.path);
-            if (*cancel)
-                return;
-            if (place == Whereabouts::There && clip.goneSince != 0)
-                m_clips.setGoneSince(clip.id, 0);
-            else if (place == Whereabouts::Gone && clip.goneSince == 0)
-                m_clips.setGoneSince(clip.id, now);
-            else if (place == Whereabouts::Gone && now - clip.goneSince > kKeptFor)
-                m_clips.forget(clip.id);
-        }
-        if (clips.empty())
-            return;
-    }
-}
-
-void Pipeline::recover(bool isComplete)
-{
-    int count = 0;
-    const std::string kept = m_outputs.settle(
-        [this](const OutputArea::Key& key, const std::string& name) { return m_clips.owns(key, name); },
-        isComplete, count);
-    if (!kept.empty())
-        m_errors.add(std::to_string(count) +
-                     " output documents of which the database knows nothing were kept in " + kept);
-    publishRest();
-    for (const auto state : {ClipState::Acting, ClipState::Waiting}) {
-        for (const auto& clip : m_clips.inState(state)) {
-            if (!clip.output.empty() && m_outputs.isPublished(clip.owner, clip.output)) {
-                finish(clip, {});
-                continue;
-            }
-            if (!clip.scratch.empty())
-                ::unlink(clip.scratch.c_str());
-            if (!clip.output.empty())
-                m_outputs.abandon(clip.owner, clip.output);
-            if (clip.done == 0)
-                m_clips.forget(clip.id);
-            else
-                m_clips.wait(clip.id);
-        }
-    }
-    // The host may have taken clips while nobody looked.
-    for (const auto& clip : m_clips.inState(ClipState::Offered)) {
-        if (!clip.output.empty())
-            m_outputs.expect(clip.owner, clip.output);
-    }
-    noteTaken();
 }
 
 } // namespace krxservice

@@ -17,11 +17,15 @@
 
 namespace krxservice {
 
+struct ClipFiles;
+struct LinkSettings;
+
 /// A clip that needs only its document, so that many can be published together.
 struct ReadyClip
 {
     ClipRecord record;
     OutputFacts facts;
+    std::vector<std::string> notes; ///< to be said of it when it is offered
 };
 
 /// How the work on a file ended.
@@ -99,7 +103,13 @@ public:
 private:
     struct Work;
 
+    FileResult process(const FileOrder& order, const LinkSettings& settings, const ClipFiles& files);
     std::optional<FileResult> recognise(Work& work);
+    static bool sequenceStands(const Work& work);
+    static bool addSidecars(Work& work);
+    static FileResult ended(FileResult::End end, const std::string& text,
+                            const std::optional<FileStamp>& stamp = std::nullopt);
+    void say(const std::string& path, const std::vector<std::string>& notes);
     void dropOthers(const Work& work);
     void goOn(Work& work);
     void drop(const ClipRecord& clip);

@@ -32,9 +32,11 @@ struct StreamFacts
     std::string colorSpace;
     std::string colorPrimaries;
     std::string colorTransfer;
-    int turn = 0;         ///< degrees clockwise by which it is turned before it is shown
-    bool isCover = false; ///< a picture that goes with sound
-    int bits = 0;         ///< of a sample of sound
+    int turn = 0;             ///< degrees clockwise by which it is turned before it is shown
+    bool isCover = false;     ///< a picture that goes with sound
+    std::int64_t frames = 0;  ///< 0 when the file does not say
+    std::int64_t bitRate = 0; ///< bits per second; 0 when the file does not say
+    int bits = 0;             ///< of a sample of sound
 };
 
 /// What a probe found out about a file.
@@ -93,6 +95,7 @@ struct LinkFacts
 {
     std::string plugin;
     std::string reelName;
+    bool timecodeIsFromName = false;
     std::string startTimecode; ///< HH:MM:SS:FF, with ; before FF for drop frame
     std::string frameRate;     ///< a fraction, frames per second
     std::int64_t startFrame = 0;

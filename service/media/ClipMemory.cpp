@@ -66,6 +66,9 @@ void putMedia(pugi::xml_node parent, const MediaFacts& media)
     put(element, "format", media.format);
     put(element, "duration", media.duration);
     put(element, "timecode", media.timecode);
+    put(element, "reelName", media.reelName);
+    put(element, "created", media.created);
+    put(element, "timeReference", media.timeReference);
     for (const auto& facts : media.streams) {
         auto stream = element.append_child("stream");
         put(stream, "index", facts.index);
@@ -74,11 +77,24 @@ void putMedia(pugi::xml_node parent, const MediaFacts& media)
         put(stream, "width", facts.width);
         put(stream, "height", facts.height);
         put(stream, "frameRate", facts.frameRate);
+        put(stream, "averageRate", facts.averageRate);
+        put(stream, "frames", facts.frames);
+        put(stream, "bitRate", facts.bitRate);
         put(stream, "pixelFormat", facts.pixelFormat);
         put(stream, "sampleRate", facts.sampleRate);
         put(stream, "channels", facts.channels);
         put(stream, "duration", facts.duration);
         put(stream, "timecode", facts.timecode);
+        put(stream, "reelName", facts.reelName);
+        put(stream, "sampleAspect", facts.sampleAspect);
+        put(stream, "fieldOrder", facts.fieldOrder);
+        put(stream, "colorRange", facts.colorRange);
+        put(stream, "colorSpace", facts.colorSpace);
+        put(stream, "colorPrimaries", facts.colorPrimaries);
+        put(stream, "colorTransfer", facts.colorTransfer);
+        put(stream, "turn", facts.turn);
+        put(stream, "isCover", facts.isCover ? 1 : 0);
+        put(stream, "bits", facts.bits);
     }
 }
 
@@ -89,6 +105,9 @@ MediaFacts mediaOf(const pugi::xml_node& element)
     media.format = textAt(element, "format");
     media.duration = textAt(element, "duration");
     media.timecode = textAt(element, "timecode");
+    media.reelName = textAt(element, "reelName");
+    media.created = textAt(element, "created");
+    media.timeReference = textAt(element, "timeReference");
     for (const auto& stream : element.children("stream")) {
         StreamFacts facts;
         facts.index = smallAt(stream, "index");
@@ -97,11 +116,24 @@ MediaFacts mediaOf(const pugi::xml_node& element)
         facts.width = smallAt(stream, "width");
         facts.height = smallAt(stream, "height");
         facts.frameRate = textAt(stream, "frameRate");
+        facts.averageRate = textAt(stream, "averageRate");
+        facts.frames = numberAt(stream, "frames");
+        facts.bitRate = numberAt(stream, "bitRate");
         facts.pixelFormat = textAt(stream, "pixelFormat");
         facts.sampleRate = smallAt(stream, "sampleRate");
         facts.channels = smallAt(stream, "channels");
         facts.duration = textAt(stream, "duration");
         facts.timecode = textAt(stream, "timecode");
+        facts.reelName = textAt(stream, "reelName");
+        facts.sampleAspect = textAt(stream, "sampleAspect");
+        facts.fieldOrder = textAt(stream, "fieldOrder");
+        facts.colorRange = textAt(stream, "colorRange");
+        facts.colorSpace = textAt(stream, "colorSpace");
+        facts.colorPrimaries = textAt(stream, "colorPrimaries");
+        facts.colorTransfer = textAt(stream, "colorTransfer");
+        facts.turn = smallAt(stream, "turn");
+        facts.isCover = numberAt(stream, "isCover") != 0;
+        facts.bits = smallAt(stream, "bits");
         media.streams.push_back(std::move(facts));
     }
     return media;
@@ -143,6 +175,7 @@ void putLink(pugi::xml_node parent, const LinkFacts& link)
     put(element, "plugin", link.plugin);
     put(element, "reelName", link.reelName);
     put(element, "startTimecode", link.startTimecode);
+    put(element, "timecodeIsFromName", link.timecodeIsFromName ? 1 : 0);
     put(element, "frameRate", link.frameRate);
     put(element, "startFrame", link.startFrame);
     put(element, "frameCount", link.frameCount);
@@ -157,6 +190,7 @@ LinkFacts linkOf(const pugi::xml_node& element)
     link.plugin = textAt(element, "plugin");
     link.reelName = textAt(element, "reelName");
     link.startTimecode = textAt(element, "startTimecode");
+    link.timecodeIsFromName = numberAt(element, "timecodeIsFromName") != 0;
     link.frameRate = textAt(element, "frameRate");
     link.startFrame = numberAt(element, "startFrame");
     link.frameCount = numberAt(element, "frameCount");

@@ -37,6 +37,8 @@ StreamFacts readStream(const pugi::xml_node& element)
     stream.isCover = element.attribute("is_cover").as_bool();
     stream.bits = element.attribute("bits").as_int();
     stream.reelName = element.attribute("reel_name").value();
+    stream.frames = element.attribute("nb_frames").as_llong();
+    stream.bitRate = element.attribute("bit_rate").as_llong();
     stream.pixelFormat = element.attribute("pix_fmt").value();
     stream.sampleRate = element.attribute("sample_rate").as_int();
     stream.channels = element.attribute("channels").as_int();

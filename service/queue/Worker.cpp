@@ -4,6 +4,8 @@
 #include "base/Log.h"
 #include "base/Text.h"
 #include "documents/ProfileDocument.h"
+#include "media/ClipFiles.h"
+#include "media/LinkSettings.h"
 #include "watch/FileWalk.h"
 
 #include <algorithm>
@@ -472,6 +474,7 @@ void Worker::performJob(Task& task)
         if (const int error = filewalk::walk(job->path, profiledocument::destinations(*recipe), visitor))
             return fail(text::errnoText(error));
         std::sort(paths.begin(), paths.end());
+        paths = clipfiles::clips(paths, job->path, LinkSettings::read(recipe->settings).joinsAllPictures);
     }
 
     for (const auto& path : paths)

@@ -443,7 +443,9 @@ private slots:
     {
         Clip clip;
         clip.source = {"/in/a <&\"'.mov", {1, 2, 3, 4}, "xxh3-64:1"};
-        clip.media = {"video", "mov", "1.5", "01:00:00:00", {}};
+        clip.media.kind = "video";
+        clip.media.timecode = "01:00:00:00";
+        clip.media.timeReference = "0";
         StreamFacts stream;
         stream.type = "audio";
         stream.sampleRate = 48000;

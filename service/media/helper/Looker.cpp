@@ -99,7 +99,7 @@ std::string describePicture(const AVStream& stream)
     return attribute("width", codec.width) + attribute("height", codec.height) +
            attribute("pix_fmt", av_get_pix_fmt_name(static_cast<AVPixelFormat>(codec.format))) +
            attribute("r_frame_rate", stream.r_frame_rate) +
-           attribute("avg_frame_rate", stream.avg_frame_rate) +
+           attribute("avg_frame_rate", stream.avg_frame_rate) + attribute("nb_frames", stream.nb_frames) +
            attribute("sample_aspect_ratio", stream.sample_aspect_ratio.num != 0 ? stream.sample_aspect_ratio
                                                                                 : codec.sample_aspect_ratio) +
            attribute("field_order", fieldOrder(codec.field_order)) +
@@ -130,6 +130,8 @@ std::string describe(const AVStream& stream)
         text += describePicture(stream);
     if (codec.codec_type == AVMEDIA_TYPE_AUDIO)
         text += describeSound(codec);
+    if (codec.bit_rate > 0)
+        text += attribute("bit_rate", codec.bit_rate);
     return text + attribute("duration", seconds(stream.duration, stream.time_base)) +
            attribute("timecode", tagOf(stream.metadata, "timecode")) +
            attribute("reel_name", tagOf(stream.metadata, "reel_name")) + "/>";

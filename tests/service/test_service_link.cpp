@@ -1,0 +1,395 @@
+#include "PipelineBench.h"
+#include "TestFiles.h"
+
+#include "media/LinkSettings.h"
+#include "media/Timecode.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QtTest>
+
+#include <pugixml.hpp>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <optional>
+
+using TestFiles::content;
+
+namespace {
+
+using End = FileResult::End;
+
+QString s(const char* text)
+{
+    return QString::fromUtf8(text);
+}
+
+QString run(const QString& program, const QStringList& arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    process.waitForFinished();
+    return process.exitCode() == 0 ? QString::fromUtf8(process.readAllStandardOutput()).trimmed() : QString();
+}
+
+/// What ffprobe, which is none of ours, says of a file.
+QString probed(const QString& path, const char* entries, const QStringList& more = {})
+{
+    return run(s("ffprobe"), QStringList{s("-v"), s("error"), s("-show_entries"), s(entries), s("-of"),
+                                         s("default=nw=1:nk=1")} +
+                                 more + QStringList{path});
+}
+
+bool make(const QStringList& arguments)
+{
+    return QProcess::execute(s("ffmpeg"), QStringList{s("-v"), s("error"), s("-y")} + arguments) == 0;
+}
+
+QStringList picture(const char* source)
+{
+    return {s("-f"), s("lavfi"), s("-i"), s(source)};
+}
+
+/// The settings of a profile with one group of them.
+std::string settings(const char* groups)
+{
+    return std::string("<profileSettings>") + groups + "</profileSettings>";
+}
+
+} // namespace
+
+/// What each link setting of a profile makes of real media, compared with what a foreign program reads.
+class TestServiceLink : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_media;
+    std::unique_ptr<PipelineBench> m_bench;
+    pugi::xml_document m_document;
+
+    QString file(const char* name) const { return m_media.filePath(s(name)); }
+
+    /// Offers a file under a profile with these settings; the document's "clip" element is then at hand.
+    bool offer(const QString& path, const char* groups)
+    {
+        auto order = m_bench->order(path.toStdString());
+        order.profile.settings = settings(groups);
+        const std::size_t before = m_bench->listed().size();
+        if (m_bench->pipeline.process(order).end != End::Offered || m_bench->listed().size() != before + 1)
+            return false;
+        return m_document.load_file(m_bench->listed().back().c_str());
+    }
+    QString said(const char* xpath) const
+    {
+        return QString::fromUtf8(m_document.select_node(xpath).node().text().get());
+    }
+    QString attribute(const char* xpath) const
+    {
+        return QString::fromUtf8(m_document.select_node(xpath).attribute().value());
+    }
+    QStringList errors() const
+    {
+        QStringList texts;
+        for (const auto& text : m_bench->errors.list())
+            texts << QString::fromStdString(text);
+        return texts;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(QDir(m_media.path()).mkpath(s("card/100/roll")));
+        QVERIFY(make(picture("testsrc2=s=64x36:r=25:d=0.4") +
+                     QStringList{s("-c:v"), s("mpeg4"), s("-timecode"), s("10:20:30:05"),
+                                 file("card/100/roll/take_01-02-03-04.mov")}));
+        QVERIFY(
+            make(picture("sine=d=0.1:r=48000") + QStringList{s("-write_bext"), s("1"), s("-metadata"),
+                                                             s("time_reference=172801920"), file("b.wav")}));
+        QVERIFY(
+            make(picture("testsrc2=s=16x16:r=25") +
+                 QStringList{s("-frames:v"), s("3"), s("-start_number"), s("1500"), file("shot_%06d.dpx")}));
+        QVERIFY(
+            make(picture("testsrc2=s=16x16:r=25") + QStringList{s("-frames:v"), s("1"), file("still.png")}));
+        QVERIFY(make(
+            picture("testsrc2=s=64x36:r=24000/1001:d=0.3") + picture("testsrc2=s=32x18:r=24000/1001:d=0.3") +
+            picture("sine=d=0.3:r=48000") + picture("anullsrc=r=48000:cl=5.1") +
+            QStringList{s("-map"), s("1"), s("-map"), s("0"), s("-map"), s("2"), s("-map"), s("3"), s("-t"),
+                        s("0.3"), s("-c:v"), s("mpeg4"), s("-c:a"), s("pcm_s16le"), file("many.mov")}));
+    }
+    void init() { m_bench = std::make_unique<PipelineBench>(); }
+    void cleanup() { m_bench.reset(); }
+
+    void binIsNamedByEachOfItsMethods_data()
+    {
+        QTest::addColumn<QByteArray>("detail");
+        QTest::addColumn<QString>("method");
+        QTest::addColumn<QString>("name");
+        const auto detail = [](const char* selection, const char* naming, const char* name) -> QByteArray {
+            return QByteArray("<binDetail>") + name + "<binSelectionMethod>" + selection +
+                   "</binSelectionMethod><binNamingMethod>" + naming + "</binNamingMethod></binDetail>";
+        };
+        QTest::newRow("active") << detail("USEACTIVE", "VOLUME", "") << s("ACTIVE") << QString();
+        QTest::newRow("default") << detail("CREATENEW", "DEFAULT", "") << s("DEFAULT") << QString();
+        QTest::newRow("volume") << detail("CREATENEW", "VOLUME", "") << s("VOLUME") << QString();
+        QTest::newRow("explicit") << detail("CREATENEW", "EXPLICIT",
+                                            "<binExplicitName>Rushes</binExplicitName>")
+                                  << s("EXPLICIT") << s("Rushes");
+    }
+    void binIsNamedByEachOfItsMethods()
+    {
+        QFETCH(QByteArray, detail);
+        QVERIFY(offer(file("b.wav"), detail.constData()));
+        QTEST(attribute("/xel/clip/bin/@method"), "method");
+        QTEST(said("/xel/clip/bin"), "name");
+        QCOMPARE(said("/xel/version"), s("2"));
+    }
+
+    void reelIsTheNameOfTheFileOrOfAFolderAboveIt_data()
+    {
+        QTest::addColumn<QByteArray>("method");
+        QTest::addColumn<int>("level");
+        QTest::addColumn<QString>("reel");
+        QTest::newRow("file") << QByteArray("FILENAME") << 3 << s("take_01-02-03-04");
+        QTest::newRow("one up") << QByteArray("FOLDERNAME") << 1 << s("roll");
+        QTest::newRow("two up") << QByteArray("FOLDERNAME") << 2 << s("100");
+        QTest::newRow("three up") << QByteArray("FOLDERNAME") << 3 << s("card");
+        // Above that lie folders of the system: the test knows how many.
+        const QStringList above =
+            QDir(m_media.path()).absolutePath().split(QLatin1Char('/'), Qt::SkipEmptyParts);
+        QTest::newRow("four up") << QByteArray("FOLDERNAME") << 4 << above.last();
+        QTest::newRow("beyond the top") << QByteArray("FOLDERNAME") << 8
+                                        << (above.size() < 5 ? above.first() : above.at(above.size() - 5));
+    }
+    void reelIsTheNameOfTheFileOrOfAFolderAboveIt()
+    {
+        QFETCH(QByteArray, method);
+        QFETCH(int, level);
+        const QByteArray groups = "<zorMetadata><reelNamingMethod>" + method +
+                                  "</reelNamingMethod><reelFolderLevel>" + QByteArray::number(level) +
+                                  "</reelFolderLevel></zorMetadata>";
+        QVERIFY(offer(file("card/100/roll/take_01-02-03-04.mov"), groups.constData()));
+        QTEST(said("/xel/clip/reelName"), "reel");
+    }
+
+    void startIsTheEmbeddedTimecodeOrTheOneInTheName()
+    {
+        const QString movie = file("card/100/roll/take_01-02-03-04.mov");
+        QVERIFY(offer(movie, "<zorMetadata><timecodeMethod>EMBEDDED</timecodeMethod></zorMetadata>"));
+        QCOMPARE(said("/xel/clip/startTimecode"),
+                 probed(movie, "stream_tags=timecode", {s("-select_streams"), s("v:0")}));
+        QCOMPARE(attribute("/xel/clip/startTimecode/@method"), s("EMBEDDED"));
+        QCOMPARE(said("/xel/clip/frameCount"), probed(movie, "stream=nb_read_frames",
+                                                      {s("-count_frames"), s("-select_streams"), s("v:0")}));
+        QCOMPARE(said("/xel/clip/frameRate"),
+                 probed(movie, "stream=r_frame_rate", {s("-select_streams"), s("v:0")}));
+        m_bench = std::make_unique<PipelineBench>();
+        QVERIFY(offer(movie, "<zorMetadata><timecodeMethod>FILENAME</timecodeMethod></zorMetadata>"));
+        QCOMPARE(said("/xel/clip/startTimecode"), s("01:02:03:04"));
+        QCOMPARE(attribute("/xel/clip/startTimecode/@method"), s("FILENAME"));
+        QVERIFY(errors().isEmpty());
+    }
+
+    void nameWithoutTimecodeLeavesTheEmbeddedOneAndThatIsSaid()
+    {
+        const QString movie = file("plain.mov");
+        QFile::copy(file("card/100/roll/take_01-02-03-04.mov"), movie);
+        QVERIFY(offer(movie, "<zorMetadata><timecodeMethod>FILENAME</timecodeMethod></zorMetadata>"));
+        QCOMPARE(said("/xel/clip/startTimecode"),
+                 probed(movie, "stream_tags=timecode", {s("-select_streams"), s("v:0")}));
+        QCOMPARE(attribute("/xel/clip/startTimecode/@method"), s("EMBEDDED"));
+        QCOMPARE(errors().filter(s("its name holds no timecode")).filter(movie).size(), 1);
+    }
+
+    void sequenceStartsAtTheFirstNumberAsACountOfFrames()
+    {
+        QVERIFY(offer(file("shot_001500.dpx"), "<zorMetadata><timecodeMethod>FILENAME</timecodeMethod>"
+                                               "<frameCountingMethod>FILENAME</frameCountingMethod>"
+                                               "<defaultFPS>25</defaultFPS></zorMetadata>"));
+        // 1500 frames at 25 a second are a minute.
+        QCOMPARE(said("/xel/clip/startTimecode"), s("00:01:00:00"));
+        QCOMPARE(said("/xel/clip/startFrame"), s("1500"));
+        QCOMPARE(said("/xel/clip/frameRate"), s("25/1"));
+        QCOMPARE(said("/xel/clip/frameCount"), s("3"));
+        QCOMPARE(said("/xel/clip/name"), s("shot"));
+        QCOMPARE(said("/xel/clip/sequence/firstNumber"), s("1500"));
+        QCOMPARE(said("/xel/clip/sequence/lastNumber"), s("1502"));
+        QVERIFY(!m_document.select_node("/xel/clip/sequence/missingNumbers"));
+    }
+
+    void timecodeInTheHeaderOfAPictureIsItsEmbeddedOne()
+    {
+        const QString first = file("header_001.dpx");
+        // With the header's part for television, which the one of ffmpeg leaves out.
+        QByteArray picture = content(file("shot_001500.dpx").toStdString());
+        QVERIFY(picture.startsWith("XPDS") && picture.mid(4, 4) == QByteArray("\x80\x06\0\0", 4));
+        picture.replace(4, 4, QByteArray("\0\x08\0\0", 4));
+        picture.replace(28, 4, QByteArray("\x80\x01\0\0", 4));
+        picture.insert(1664, QByteArray(1920 - 1664, '\xFF') + QByteArray("\x04\x33\x22\x11") +
+                                 QByteArray(2048 - 1924, '\xFF'));
+        for (const char* name : {"header_001.dpx", "header_002.dpx"}) {
+            QFile target(file(name));
+            QVERIFY(target.open(QIODevice::WriteOnly) && target.write(picture) == picture.size());
+        }
+        QVERIFY(offer(first, "<zorMetadata><timecodeMethod>EMBEDDED</timecodeMethod>"
+                             "<frameCountingMethod>TIMECODE</frameCountingMethod>"
+                             "<defaultFPS>24</defaultFPS></zorMetadata>"));
+        QCOMPARE(said("/xel/clip/startTimecode"),
+                 run(s("gm"), {s("identify"), s("-format"), s("%[DPX:tv.time.code]"), first}));
+        QCOMPARE(said("/xel/clip/startTimecode"), s("11:22:33:04"));
+        QCOMPARE(said("/xel/clip/startFrame"), QString::number(((11 * 60 + 22) * 60 + 33) * 24 + 4));
+    }
+
+    void framesAreCountedFromWhereTheSettingSays_data()
+    {
+        QTest::addColumn<QByteArray>("method");
+        QTest::addColumn<QString>("first");
+        QTest::newRow("0") << QByteArray("ZERO") << s("0");
+        QTest::newRow("1") << QByteArray("ONE") << s("1");
+        QTest::newRow("timecode") << QByteArray("TIMECODE")
+                                  << QString::number(((10 * 60 + 20) * 60 + 30) * 25 + 5);
+        QTest::newRow("name") << QByteArray("FILENAME") << s("4");
+    }
+    void framesAreCountedFromWhereTheSettingSays()
+    {
+        QFETCH(QByteArray, method);
+        const QByteArray groups =
+            "<zorMetadata><frameCountingMethod>" + method + "</frameCountingMethod></zorMetadata>";
+        QVERIFY(offer(file("card/100/roll/take_01-02-03-04.mov"), groups.constData()));
+        QTEST(said("/xel/clip/startFrame"), "first");
+    }
+
+    void stillAndSequenceTakeTheRatesOfTheirSettings()
+    {
+        const char* groups = "<linkDetail><xelStillImageFPS>23.976</xelStillImageFPS></linkDetail>"
+                             "<zorMetadata><defaultFPS>29.97</defaultFPS></zorMetadata>";
+        QVERIFY(offer(file("still.png"), groups));
+        QCOMPARE(said("/xel/clip/frameRate"), s("24000/1001"));
+        QCOMPARE(said("/xel/clip/frameCount"), s("1"));
+        QVERIFY(offer(file("shot_001500.dpx"), groups));
+        QCOMPARE(said("/xel/clip/frameRate"), s("30000/1001"));
+        // A rate of its own counts more than any setting.
+        QVERIFY(offer(file("many.mov"), groups));
+        QCOMPARE(said("/xel/clip/frameRate"),
+                 probed(file("many.mov"), "stream=r_frame_rate", {s("-select_streams"), s("v:0")}));
+    }
+
+    void broadcastWaveStartsWhereItsTimeReferenceSays_data()
+    {
+        QTest::addColumn<QByteArray>("rate");
+        QTest::addColumn<QString>("start");
+        // 172801920 samples at 48 kHz are an hour and a 25th of a second.
+        QTest::newRow("25") << QByteArray("25") << s("01:00:00:01");
+        QTest::newRow("24") << QByteArray("24") << s("01:00:00:00");
+        QTest::newRow("50") << QByteArray("50") << s("01:00:00:02");
+        QTest::newRow("29.97") << QByteArray("29.97") << s("00:59:56:13");
+    }
+    void broadcastWaveStartsWhereItsTimeReferenceSays()
+    {
+        QFETCH(QByteArray, rate);
+        const QByteArray groups =
+            "<linkDetail><xelAudioStartTimeOption>" + rate + "</xelAudioStartTimeOption></linkDetail>";
+        QVERIFY(offer(file("b.wav"), groups.constData()));
+        QCOMPARE(said("/xel/clip/audioStart"), probed(file("b.wav"), "format_tags=time_reference"));
+        QCOMPARE(attribute("/xel/clip/audioStart/@sampleRate"), probed(file("b.wav"), "stream=sample_rate"));
+        QTEST(said("/xel/clip/startTimecode"), "start");
+    }
+
+    void tracksAreGroupedAsFarAsTheClipHasThem()
+    {
+        const char* groups =
+            "<linkDetail><multichannelAudio>2-7:5.1;8-9:Stereo</multichannelAudio></linkDetail>";
+        QVERIFY(offer(file("many.mov"), groups));
+        // One mono track and six of 5.1: the second group has no tracks.
+        QCOMPARE(probed(file("many.mov"), "stream=channels").split(QLatin1Char('\n'), Qt::SkipEmptyParts),
+                 (QStringList{s("1"), s("6")}));
+        QCOMPARE(m_document.select_nodes("/xel/clip/trackGroups/group").size(), std::size_t(1));
+        QCOMPARE(attribute("/xel/clip/trackGroups/group/@first"), s("2"));
+        QCOMPARE(attribute("/xel/clip/trackGroups/group/@last"), s("7"));
+        QCOMPARE(attribute("/xel/clip/trackGroups/group/@layout"), s("5.1"));
+        QVERIFY(offer(file("b.wav"), "<linkDetail><multichannelAudio>None</multichannelAudio></linkDetail>"));
+        QVERIFY(!m_document.select_node("/xel/clip/trackGroups"));
+    }
+
+    void qualitySettingsChooseAmongTheStreamsOfAClip_data()
+    {
+        QTest::addColumn<QByteArray>("video");
+        QTest::addColumn<QByteArray>("audio");
+        QTest::addColumn<QString>("width");
+        QTest::addColumn<QString>("channels");
+        const QByteArray best("HIGHESTQUALITY");
+        const QByteArray least("MOSTCOMPRESSED");
+        QTest::newRow("best") << best << best << s("64") << s("6");
+        QTest::newRow("least") << least << least << s("32") << s("1");
+        QTest::newRow("least video") << least << best << s("32") << s("6");
+        QTest::newRow("least audio") << best << least << s("64") << s("1");
+    }
+    void qualitySettingsChooseAmongTheStreamsOfAClip()
+    {
+        QFETCH(QByteArray, video);
+        QFETCH(QByteArray, audio);
+        const QByteArray groups = "<xelDetail><xelLinkPolicyVideo>" + video +
+                                  "</xelLinkPolicyVideo><xelLinkPolicyAudio>" + audio +
+                                  "</xelLinkPolicyAudio></xelDetail>";
+        const QString movie = file("many.mov");
+        QVERIFY(offer(movie, groups.constData()));
+        const QString picture = attribute("/xel/media/stream[@type='video'][@preferred='true']/@index");
+        const QString sound = attribute("/xel/media/stream[@type='audio'][@preferred='true']/@index");
+        QCOMPARE(m_document.select_nodes("/xel/media/stream[@preferred]").size(), std::size_t(2));
+        QTEST(probed(movie, "stream=width", {s("-select_streams"), picture}), "width");
+        QTEST(probed(movie, "stream=channels", {s("-select_streams"), sound}), "channels");
+    }
+
+    void timecodesAreFoundInNames_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<QByteArray>("timecode");
+        QTest::newRow("dashes") << QByteArray("a 01-02-03-04 b") << QByteArray("01:02:03:04");
+        QTest::newRow("underscores") << QByteArray("a_01_02_03_04") << QByteArray("01:02:03:04");
+        QTest::newRow("dots") << QByteArray("01.02.03.04") << QByteArray("01:02:03:04");
+        QTest::newRow("colons") << QByteArray("01:02:03:04") << QByteArray("01:02:03:04");
+        QTest::newRow("nothing between") << QByteArray("x01020304y") << QByteArray("01:02:03:04");
+        QTest::newRow("first of two") << QByteArray("01020304 05060708") << QByteArray("01:02:03:04");
+        QTest::newRow("no hour") << QByteArray("24-00-00-00") << QByteArray();
+        QTest::newRow("no frame of 25") << QByteArray("01-02-03-25") << QByteArray();
+        QTest::newRow("a longer number") << QByteArray("0102030405") << QByteArray();
+        QTest::newRow("mixed") << QByteArray("01-02_03-04") << QByteArray();
+        QTest::newRow("too few") << QByteArray("01-02-03") << QByteArray();
+    }
+    void timecodesAreFoundInNames()
+    {
+        QFETCH(QByteArray, name);
+        QFETCH(QByteArray, timecode);
+        QCOMPARE(timecode::inName(name.toStdString(), {25, 1}), timecode.toStdString());
+    }
+
+    void timecodesAndCountsAreEachOther()
+    {
+        const FrameRate drop = FrameRate::from("29.97");
+        QCOMPARE(timecode::frames("00:01:00;02", drop).value_or(-1), std::int64_t(1800));
+        QCOMPARE(timecode::frames("00:10:00;00", drop).value_or(-1), std::int64_t(17982));
+        QCOMPARE(timecode::frames("00:10:00:00", drop).value_or(-1), std::int64_t(18000));
+        for (const std::int64_t count : {0LL, 1799LL, 1800LL, 17981LL, 17982LL, 107892LL, 2589407LL})
+            QCOMPARE(timecode::frames(timecode::text(count, drop, true), drop).value_or(-1), count);
+        QCOMPARE(timecode::text(24 * 3600 * 25, {25, 1}), std::string("00:00:00:00"));
+        QCOMPARE(timecode::text(4 * 3600 * 25 - 1, {25, 1}), std::string("03:59:59:24"));
+        QVERIFY(!timecode::frames("01:00:00:30", drop) && !timecode::frames("nonsense", drop));
+        QVERIFY(timecode::text(5, {}).empty());
+    }
+
+    void ratesAreReadAsTheyAreWritten()
+    {
+        QCOMPARE(FrameRate::from("23.976").text(), std::string("24000/1001"));
+        QCOMPARE(FrameRate::from("59.94").text(), std::string("60000/1001"));
+        QCOMPARE(FrameRate::from("25").text(), std::string("25/1"));
+        QCOMPARE(FrameRate::from("12.5").text(), std::string("12500/1000"));
+        QCOMPARE(FrameRate::from("30000/1001").text(), std::string("30000/1001"));
+        for (const char* none : {"", "fast", "0", "-25", "1e99", "0/0", "25/0", "inf", "nan", "25 fps"})
+            QVERIFY2(!FrameRate::from(none).isKnown(), none);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestServiceLink)
+#include "test_service_link.moc"
