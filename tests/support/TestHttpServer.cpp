@@ -14,13 +14,14 @@ namespace {
 
 constexpr const char* kConnectPortVariable = "KRX_CONNECT_PORT";
 
-/// A TCP socket bound to that port of 127.0.0.1; to a free one, which is given back, when \a port is 0.
-int boundSocket(quint16& port)
+/// A TCP socket bound to that port of a loopback address; to a free one, which is given back, when \a port is
+/// 0.
+int boundSocket(quint16& port, quint32 host = INADDR_LOOPBACK)
 {
     const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address = {};
     address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_addr.s_addr = htonl(host);
     address.sin_port = htons(port);
     if (fd < 0 || ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
         qFatal("The test server cannot have its port");
@@ -228,10 +229,10 @@ TestHttpServer::Reply& TestHttpServer::Reply::thenClose()
     return *this;
 }
 
-TestHttpServer::TestHttpServer(quint16 port)
+TestHttpServer::TestHttpServer(quint16 port, quint32 address)
     : m_port(port)
 {
-    m_listener = boundSocket(m_port);
+    m_listener = boundSocket(m_port, address);
     if (::listen(m_listener, 64) != 0)
         qFatal("The test server cannot listen");
     m_acceptor = std::thread([this] { accept(); });

@@ -95,7 +95,8 @@ public:
 
     /// Starts at once; fails the process when the system gives no socket.
     /// \param port 0 for a free one.
-    explicit TestHttpServer(quint16 port = 0);
+    /// \param address one of 127.0.0.0/8, as a number.
+    explicit TestHttpServer(quint16 port = 0, quint32 address = 0x7F000001);
     ~TestHttpServer();
     TestHttpServer(const TestHttpServer&) = delete;
     TestHttpServer& operator=(const TestHttpServer&) = delete;
