@@ -252,6 +252,8 @@ int main(int argc, char** argv)
     case Options::Wish::PrintConfig:
         std::fputs(options->configText().c_str(), stdout);
         return kDone;
+    case Options::Wish::Diagnose:
+        return commands::diagnose(*options, KRX_VERSION);
     case Options::Wish::Command:
         return commands::run(*options, KRX_VERSION);
     case Options::Wish::Describe:

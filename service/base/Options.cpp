@@ -184,6 +184,9 @@ struct WishRow
     bool isAtOnce; ///< whatever else is said, however wrong
 };
 
+constexpr char kDiagnose[] = "diagnose";
+constexpr char kRedact[] = "redact";
+
 constexpr std::array kWishes = {
     WishRow{{"check", nullptr, "",
              "look whether all records and outputs in DIR agree, and end;\nchanges none of them"},
@@ -192,6 +195,12 @@ constexpr std::array kWishes = {
     WishRow{{"print-config", nullptr, "", "show the options in force, and where each was said"},
             Wish::PrintConfig,
             false},
+    WishRow{
+        {kDiagnose, "FILE", "file",
+         "write all that somebody who is to help needs to know into the\nnew file FILE, for its owner alone"},
+        Wish::Diagnose,
+        false},
+    WishRow{{kRedact, nullptr, "", "of that, with stand-ins for names and paths"}, Wish::Diagnose, false},
     WishRow{{"help", nullptr, "", "show this text"}, Wish::Help, true},
     WishRow{{"version", nullptr, "", "show the version"}, Wish::Version, true},
 };
@@ -217,7 +226,7 @@ const Row* rowOf(const std::string& name)
 const WishRow* wishOf(const std::string& argument)
 {
     for (const WishRow& row : kWishes) {
-        if (argument == std::string("--") + row.text.name)
+        if (!row.text.argument && argument == std::string("--") + row.text.name)
             return &row;
     }
     return nullptr;
@@ -271,6 +280,8 @@ const commandline::OptionText* commandOptionCalled(const std::string& name)
 /// Why a command cannot be carried out as it was said, or nothing.
 std::optional<Refusal> checkCommand(const Options& options)
 {
+    if (options.wish == Wish::Diagnose && options.diagnosisFile.empty())
+        return Refusal{2, "the option --redact belongs to --diagnose FILE"};
     const auto* command = commandline::commandCalled(options.command);
     for (const auto& [name, value] : options.commandOptions) {
         if (!command)
@@ -307,6 +318,7 @@ std::optional<Refusal> readArguments(const std::vector<std::string>& arguments, 
         }
         if (const WishRow* wish = wishOf(name)) {
             options.wish = wish->wish;
+            options.isRedacted = options.isRedacted || name == std::string("--") + kRedact;
             if (wish->isAtOnce)
                 return std::nullopt;
             continue;
@@ -319,7 +331,7 @@ std::optional<Refusal> readArguments(const std::vector<std::string>& arguments, 
         const std::string key = name.rfind("--", 0) == 0 ? name.substr(2) : std::string();
         const Row* row = rowOf(key);
         const auto* own = commandOptionCalled(key);
-        if (!row && !own && key != kConfigOption)
+        if (!row && !own && key != kConfigOption && key != kDiagnose)
             return Refusal{2, "unknown option " + arguments[i] + " (--help lists the options)"};
         const bool isFlag = (row && !row->argument) || (own && !own->argument);
         if (!value && isFlag)
@@ -328,6 +340,11 @@ std::optional<Refusal> readArguments(const std::vector<std::string>& arguments, 
             if (i + 1 == arguments.size())
                 return Refusal{2, "the option " + name + " needs a value"};
             value = arguments[++i];
+        }
+        if (key == kDiagnose) {
+            options.wish = Wish::Diagnose;
+            options.diagnosisFile = *value;
+            continue;
         }
         if (own) {
             options.commandOptions[key] = *value;

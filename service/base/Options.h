@@ -14,7 +14,7 @@ namespace krxservice {
 /// wins over those behind it; what nobody said has a default.
 struct Options
 {
-    enum class Wish { Run, Check, Help, Version, PrintConfig, Describe, Command };
+    enum class Wish { Run, Check, Help, Version, PrintConfig, Describe, Command, Diagnose };
     enum class LogLevel { Info, Warning, Error };
 
     /// The value of an environment variable, or null.
@@ -32,9 +32,11 @@ struct Options
     std::string command;               ///< with Wish::Command
     std::vector<std::string> operands; ///< of the command
     std::map<std::string, std::string> commandOptions;
-    int port = 58885;      ///< 0 lets the system choose one
-    bool hasPort = true;   ///< false: the Unix socket is the only way in
-    bool hasSocket = true; ///< false: the port is the only way in
+    std::string diagnosisFile; ///< with Wish::Diagnose
+    bool isRedacted = false;   ///< the diagnosis
+    int port = 58885;          ///< 0 lets the system choose one
+    bool hasPort = true;       ///< false: the Unix socket is the only way in
+    bool hasSocket = true;     ///< false: the port is the only way in
     std::string
         socketPath; ///< absolute; empty: the usual place, for the service on the usual port or without one
     std::string dataFolder;    ///< absolute; made when missing

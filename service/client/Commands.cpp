@@ -1,6 +1,7 @@
 #include "client/Commands.h"
 
 #include "client/Backup.h"
+#include "client/Diagnosis.h"
 #include "client/Output.h"
 #include "client/Status.h"
 
@@ -42,6 +43,15 @@ int restoreBackup(const Options& options)
 }
 
 } // namespace
+
+int commands::diagnose(const Options& options, const std::string& version)
+{
+    const auto reason = diagnosis::write(options.diagnosisFile, options, version, options.isRedacted);
+    if (!reason.empty())
+        return told({kFailure, reason});
+    output::print("wrote " + options.diagnosisFile + "\n");
+    return kDone;
+}
 
 int commands::run(const Options& options, const std::string& version)
 {

@@ -18,6 +18,9 @@ constexpr int kNotRunning = 4; ///< no service of this user runs there
 /// \return the exit code.
 int run(const Options& options, const std::string& version);
 
+/// Writes the diagnosis that \a options ask for. \return the exit code.
+int diagnose(const Options& options, const std::string& version);
+
 } // namespace commands
 
 } // namespace krxservice
