@@ -273,6 +273,91 @@ private slots:
         QCOMPARE(project.clipCount(), 1);
     }
 
+    void manyDocumentsAreTakenInSlicesAndSavedOnce()
+    {
+        constexpr int kMany = 400;
+        int saves = 0;
+        m_intake->setSave([&](QString& error) {
+            ++saves;
+            return m_project->save(error);
+        });
+        QSignalSpy batch(m_intake.get(), &ClipIntake::batchTaken);
+        QSignalSpy progressed(m_intake.get(), &ClipIntake::progressed);
+        QStringList where;
+        for (int i = 0; i < kMany; ++i) {
+            Parts parts;
+            parts.id = QByteArray::number(i);
+            where << document(QByteArray("m" + parts.id + ".xel").constData(), parts);
+            m_intake->takeSoon(where.last());
+            m_intake->takeSoon(where.last());
+        }
+        // Nothing is done while the host's callback runs.
+        QCOMPARE(m_project->clipCount(), 0);
+        QTRY_COMPARE(batch.count(), 1);
+        QCOMPARE(saves, 1);
+        QCOMPARE(m_project->clipCount(), kMany);
+        QCOMPARE(batch.at(0).at(0).value<ClipIntake::Batch>().added, kMany);
+        QCOMPARE(progressed.last().at(0).toInt(), kMany);
+        QCOMPARE(progressed.last().at(1).toInt(), kMany);
+        for (const QString& one : qAsConst(where))
+            QVERIFY(!QFileInfo::exists(one));
+        QVERIFY(!m_intake->isPending());
+    }
+    void whatWaitsForItsSliceIsFinishedWithTheRest()
+    {
+        m_intake->takeSoon(document("a.xel", Parts()));
+        QVERIFY(m_intake->isPending());
+        QVERIFY(m_intake->finish());
+        QCOMPARE(m_project->clipCount(), 1);
+        QVERIFY(!QFileInfo::exists(path("a.xel")));
+    }
+    void aFailureAmongManyDoesNotKeepTheOthersFromBeingSaved()
+    {
+        m_intake->takeSoon(document("a.xel", Parts()));
+        m_intake->takeSoon(path("missing.xel"));
+        QSignalSpy batch(m_intake.get(), &ClipIntake::batchTaken);
+        QTRY_COMPARE(batch.count(), 1);
+        QVERIFY(!QFileInfo::exists(path("a.xel")));
+    }
+    void aCrashBetweenSavingAndRemovingManyTakesNoneTwice()
+    {
+        constexpr int kMany = 50;
+        QStringList where;
+        for (int i = 0; i < kMany; ++i) {
+            Parts parts;
+            parts.id = QByteArray::number(i);
+            where << document(QByteArray("m" + parts.id + ".xel").constData(), parts);
+        }
+        {
+            ClipIntake dying(*m_project);
+            dying.setSave([this](QString& error) {
+                const bool saved = m_project->save(error);
+                // All that it still had in hand dies with it.
+                throw saved;
+                return saved;
+            });
+            for (const QString& one : qAsConst(where))
+                dying.take(one);
+            bool wasSaved = false;
+            try {
+                dying.finish();
+            } catch (bool saved) {
+                wasSaved = saved;
+            }
+            QVERIFY(wasSaved);
+        }
+        QVERIFY(QFileInfo::exists(where.last()));
+        DeskProject project;
+        QString error;
+        QVERIFY(project.load(m_project->path(), error));
+        ClipIntake intake(project);
+        for (const QString& one : qAsConst(where))
+            intake.takeSoon(one);
+        QVERIFY(intake.finish());
+        QCOMPARE(project.clipCount(), kMany);
+        QVERIFY(!QFileInfo::exists(where.last()));
+    }
+
     void aProjectThatCannotBeSavedKeepsTheDocuments()
     {
         QVERIFY(QDir().mkpath(QString(m_project->path() + QLatin1String("/in the way"))));

@@ -143,7 +143,7 @@ private slots:
         QCOMPARE(reset.count(), 0);
         QCOMPARE(table.index(1, ClipTable::Progress).data(ClipTable::PercentRole).toInt(), 30);
         QCOMPARE(table.index(0, ClipTable::Progress).data(ClipTable::PercentRole).toInt(), -1);
-        QCOMPARE(table.index(1, ClipTable::Reason).data().toString(), s("because of b"));
+        QCOMPARE(table.index(1, ClipTable::Reason).data().toString(), s("Because of b"));
         table.apply(all({clip("c", ClipState::Found)}));
         QCOMPARE(column(table, ClipTable::Clip), QStringList{s("c.mov")});
     }

@@ -23,6 +23,13 @@ QString duration(qint64 milliseconds)
     return seconds < kHour ? minutes : QString(QString::number(seconds / kHour) + QLatin1Char(':') + minutes);
 }
 
+QString sentence(QString text)
+{
+    if (!text.isEmpty())
+        text[0] = text.at(0).toUpper();
+    return text;
+}
+
 qint64 tookOf(const ServiceClip& clip)
 {
     return clip.started.isValid() && clip.ended.isValid() ? clip.started.msecsTo(clip.ended) : -1;
@@ -136,9 +143,10 @@ QString ClipTable::text(const ServiceClip& clip, int column) const
     case State:
         return serviceclip::text(clip.state);
     case Reason:
-        return clip.reason;
+        return sentence(clip.reason);
     case Started:
-        return clip.started.isValid() ? QLocale().toString(clip.started.toLocalTime().time()) : QString();
+        return clip.started.isValid() ? clip.started.toLocalTime().toString(QStringLiteral("HH:mm:ss"))
+                                      : QString();
     case Took:
         return tookOf(clip) >= 0 ? duration(tookOf(clip)) : QString();
     default:

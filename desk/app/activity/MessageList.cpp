@@ -2,7 +2,6 @@
 
 #include "PlainText.h"
 
-#include <QLocale>
 #include <QSet>
 
 #include <algorithm>
@@ -156,7 +155,7 @@ QVariant MessageList::data(const QModelIndex& index, int role) const
     const auto text = [&]() -> QString {
         switch (index.column()) {
         case Time:
-            return QLocale().toString(message.time.time());
+            return message.time.toString(QStringLiteral("HH:mm:ss"));
         case Folder:
             return message.folder.mid(message.folder.lastIndexOf(QLatin1Char('/')) + 1);
         case Clip:

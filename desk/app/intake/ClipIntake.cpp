@@ -6,10 +6,18 @@
 #include "HostCore.h"
 
 #include <QDateTime>
+#include <QDeadlineTimer>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QSysInfo>
 #include <QTimer>
+
+namespace {
+
+constexpr int kSlice = 30; ///< milliseconds in which clips are taken before events are handled again
+
+} // namespace
 
 ClipIntake::ClipIntake(DeskProject& project, QObject* parent)
     : QObject(parent)
@@ -25,8 +33,8 @@ bool ClipIntake::take(const QString& linkDocument, Loudness loudness)
             tellRefusal();
         return false;
     }
-    // One that waits for a save is offered again and again.
-    if (m_toRemove.contains(linkDocument)) {
+    // One that waits for a save, or for its removal after it, is offered again and again.
+    if (m_toRemoveSet.contains(linkDocument) || m_savedSet.contains(linkDocument)) {
         scheduleFinish();
         return true;
     }
@@ -41,7 +49,7 @@ bool ClipIntake::take(const QString& linkDocument, Loudness loudness)
     QString binName;
     if (!doubled) {
         const QString where = document.folderPath.isEmpty() ? document.sourcePath : document.folderPath;
-        binName = ClipIntake::binName(document, m_project.name(), volumeLabel(where));
+        binName = ClipIntake::binName(document, m_project.name(), labelOf(where));
         const int bin = binName.isEmpty() ? m_project.activeBin() : m_project.binNamed(binName);
         binName = m_project.bins().at(bin).name;
         DeskClip clip;
@@ -64,22 +72,76 @@ bool ClipIntake::take(const QString& linkDocument, Loudness loudness)
         m_batch.doubledClip = document.clipName;
     }
     m_toRemove.append(linkDocument);
+    m_toRemoveSet.insert(linkDocument);
     emit taken(document.clipName, binName, doubled);
     scheduleFinish();
     return true;
 }
 
+void ClipIntake::takeSoon(const QString& linkDocument)
+{
+    if (m_soonSet.contains(linkDocument))
+        return;
+    m_soonSet.insert(linkDocument);
+    m_soon.enqueue(linkDocument);
+    ++m_soonAll;
+    scheduleSlice();
+}
+
+void ClipIntake::scheduleSlice()
+{
+    if (m_sliceScheduled)
+        return;
+    m_sliceScheduled = true;
+    QTimer::singleShot(0, this, [this] { takeSlice(); });
+}
+
+void ClipIntake::takeSlice()
+{
+    m_sliceScheduled = false;
+    QElapsedTimer time;
+    time.start();
+    while (!m_soon.isEmpty() && time.elapsed() < kSlice) {
+        const QString document = m_soon.dequeue();
+        m_soonSet.remove(document);
+        take(document);
+    }
+    const int all = m_soonAll;
+    if (!m_soon.isEmpty()) {
+        scheduleSlice();
+    } else {
+        m_soonAll = 0;
+        // The last of them may have failed, and the others wait.
+        if (!m_toRemove.isEmpty())
+            scheduleFinish();
+    }
+    if (all > 0)
+        emit progressed(all - m_soon.size(), all);
+}
+
 void ClipIntake::scheduleFinish()
 {
-    if (m_finishScheduled)
+    // What still waits is saved with it.
+    if (m_finishScheduled || !m_soon.isEmpty())
         return;
     m_finishScheduled = true;
-    QTimer::singleShot(0, this, [this] { finish(); });
+    QTimer::singleShot(0, this, [this] { finishInSlices(); });
 }
 
 bool ClipIntake::finish(Loudness loudness)
 {
+    while (!m_soon.isEmpty()) {
+        const QString document = m_soon.dequeue();
+        m_soonSet.remove(document);
+        take(document, loudness);
+    }
     m_finishScheduled = false;
+    return saveTaken(loudness) && removeSaved(QDeadlineTimer(QDeadlineTimer::Forever));
+}
+
+/// \return whether all that was taken is in the project's file; its documents are to be removed then.
+bool ClipIntake::saveTaken(Loudness loudness)
+{
     if (m_toRemove.isEmpty())
         return true;
     QString error;
@@ -89,23 +151,62 @@ bool ClipIntake::finish(Loudness loudness)
         emit finished(false);
         return false;
     }
-    const QStringList documents = m_toRemove;
-    const Batch batch = m_batch;
+    for (const QString& document : qAsConst(m_toRemove))
+        m_saved.enqueue(document);
+    m_savedSet += m_toRemoveSet;
+    m_savedBatches.append(m_batch);
     forget();
-    for (const QString& document : documents) {
+    return true;
+}
+
+/// \return true when nothing is left to be removed at the end of \a time.
+bool ClipIntake::removeSaved(const QDeadlineTimer& time)
+{
+    while (!m_saved.isEmpty() && !time.hasExpired()) {
+        const QString document = m_saved.dequeue();
+        m_savedSet.remove(document);
         QFile file(document);
         if (!file.remove() && file.exists())
             emit failed(tr("%1 cannot be removed: %2").arg(document, file.errorString()));
     }
-    emit batchTaken(batch);
-    emit finished(true);
+    if (!m_saved.isEmpty())
+        return false;
+    const QVector<Batch> batches = m_savedBatches;
+    m_savedBatches.clear();
+    for (const Batch& batch : batches) {
+        emit batchTaken(batch);
+        emit finished(true);
+    }
     return true;
+}
+
+/// The same with events in between.
+void ClipIntake::finishInSlices()
+{
+    m_finishScheduled = false;
+    saveTaken(Loudly);
+    if (!removeSaved(QDeadlineTimer(kSlice)))
+        scheduleFinish();
 }
 
 void ClipIntake::forget()
 {
     m_toRemove.clear();
+    m_toRemoveSet.clear();
+    m_soon.clear();
+    m_soonSet.clear();
+    m_labels.clear();
     m_batch = Batch();
+    if (m_soonAll > 0)
+        emit progressed(m_soonAll, m_soonAll);
+    m_soonAll = 0;
+}
+
+/// Looked up once for all clips of a folder: the table of mounts is read for it.
+QString ClipIntake::labelOf(const QString& path)
+{
+    const auto known = m_labels.find(path);
+    return known == m_labels.end() ? *m_labels.insert(path, volumeLabel(path)) : *known;
 }
 
 void ClipIntake::tellRefusal()

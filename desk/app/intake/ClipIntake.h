@@ -2,13 +2,18 @@
 
 #include "DeskApi.h"
 
+#include <QHash>
 #include <QObject>
+#include <QQueue>
+#include <QSet>
 #include <QString>
 #include <QStringList>
+#include <QVector>
 
 #include <functional>
 
 class DeskProject;
+class QDeadlineTimer;
 struct LinkDocument;
 
 /// Takes finished outputs into the project: reads the link document, records the clip, saves the project and
@@ -51,11 +56,14 @@ public:
     /// outputs costs one save. A document that cannot be read stays where it is and is reported. \return
     /// whether the clip is in the project.
     bool take(const QString& linkDocument, Loudness loudness = Loudly);
-    /// Saves and removes now what take() left for later. \return false when the project could not be saved;
-    /// the documents then stay, and another finish() goes on.
+    /// Takes the document a little later, in slices between which events are handled, so that thousands do
+    /// not hold up the window. All that wait so are saved together.
+    void takeSoon(const QString& linkDocument);
+    /// Saves and removes now what take() and takeSoon() left for later. \return false when the project could
+    /// not be saved; the documents then stay, and another finish() goes on.
     bool finish(Loudness loudness = Loudly);
     /// Whether documents wait for the project to be saved.
-    bool isPending() const { return !m_toRemove.isEmpty(); }
+    bool isPending() const { return !m_toRemove.isEmpty() || !m_soon.isEmpty() || !m_saved.isEmpty(); }
     /// Leaves the documents that wait where they are, for another project or another time.
     void forget();
 
@@ -71,6 +79,8 @@ public:
     static QString volumeLabel(const QString& path);
 
 signals:
+    /// How many of those that takeSoon() was told of are done; all of them: nothing is left.
+    void progressed(int done, int all);
     /// A clip came into a bin. \param doubled its id was known already, so nothing was added.
     void taken(const QString& clipName, const QString& binName, bool doubled);
     /// What was taken is in the project's file, or could not be saved.
@@ -82,6 +92,12 @@ signals:
 
 private:
     void scheduleFinish();
+    bool saveTaken(Loudness loudness);
+    bool removeSaved(const QDeadlineTimer& time);
+    void finishInSlices();
+    void scheduleSlice();
+    void takeSlice();
+    QString labelOf(const QString& path);
     void tellRefusal();
 
     DeskProject& m_project;
@@ -90,7 +106,16 @@ private:
     Batch m_batch;
     /// Documents whose clips are in the project but maybe not yet in its file.
     QStringList m_toRemove;
+    QSet<QString> m_toRemoveSet;
+    QQueue<QString> m_saved; ///< documents whose clips are in the project's file
+    QSet<QString> m_savedSet;
+    QVector<Batch> m_savedBatches; ///< to be told of when those are gone
+    QQueue<QString> m_soon;
+    QSet<QString> m_soonSet;
+    int m_soonAll = 0;                ///< since none waited
+    QHash<QString, QString> m_labels; ///< of volumes by paths on them; for one batch
     bool m_finishScheduled = false;
+    bool m_sliceScheduled = false;
     bool m_refusalTold = false;
 };
 Q_DECLARE_METATYPE(ClipIntake::Batch)

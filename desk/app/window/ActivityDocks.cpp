@@ -9,6 +9,7 @@
 #include "KRXFolderProperties.h"
 #include "KRXProfileManager.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QDockWidget>
 #include <QFileInfo>
@@ -33,6 +34,9 @@ StatusLink::StatusLink(QWidget* parent)
 {
     setCursor(Qt::PointingHandCursor);
     setFocusPolicy(Qt::TabFocus);
+    QFont underlined = font();
+    underlined.setUnderline(true);
+    setFont(underlined);
 }
 
 void StatusLink::mouseReleaseEvent(QMouseEvent* event)
@@ -89,6 +93,11 @@ QDockWidget* ActivityDocks::addDock(const char* name, const QString& title, QWid
     dock->setWidget(content);
     m_window.addDockWidget(Qt::BottomDockWidgetArea, dock);
     dock->hide();
+    // Behind another tab it would be shown and not seen.
+    connect(dock->toggleViewAction(), &QAction::triggered, dock, [dock](bool shown) {
+        if (shown)
+            dock->raise();
+    });
     return dock;
 }
 

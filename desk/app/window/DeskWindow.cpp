@@ -43,6 +43,7 @@ constexpr double kHeaderFontScale = 0.85;
 constexpr int kProgressWidth = 160;
 constexpr int kProgressTextWidth = 280;
 constexpr int kMessageTime = 8000;
+constexpr int kProgressPause = 50; ///< milliseconds between two steps that are painted
 /// Milliseconds between two looks at the folders' directories, at most; so many questions to the service lie
 /// between them where those follow each other faster.
 constexpr int kLookAtFolders = 3000;
@@ -56,7 +57,7 @@ QPointer<ClipIntake> theIntake;
 void acquire(const QString& linkDocument)
 {
     if (theIntake)
-        theIntake->take(linkDocument);
+        theIntake->takeSoon(linkDocument);
 }
 
 } // namespace
@@ -84,6 +85,10 @@ DeskWindow::DeskWindow(DeskSession& session, const ServiceSupervisor::Settings& 
     connect(&m_session, &DeskSession::accessChanged, this, &DeskWindow::updateTitle);
     connect(m_projects, &ProjectActions::message, this, &DeskWindow::showMessage);
     connect(&m_session.clips(), &ClipIntake::failed, this, &DeskWindow::showMessage);
+    connect(&m_session.clips(), &ClipIntake::progressed, this, [this](int done, int all) {
+        showProgress({done < all ? StandInHost::ProgressStep::Update : StandInHost::ProgressStep::Close,
+                      tr("Acquiring clips... %1 of %2").arg(done).arg(all), done, all});
+    });
     connect(&m_session.clips(), &ClipIntake::batchTaken, this,
             [this](const ClipIntake::Batch& batch) { showMessage(ClipIntake::batchText(batch)); });
     connect(&m_session.jobs(), &JobIntake::failed, this, &DeskWindow::showMessage);
@@ -459,6 +464,10 @@ void DeskWindow::showProgress(const StandInHost::ProgressStep& step)
     m_progress->setVisible(shown);
     if (!shown)
         return;
+    // Thousands of steps come in a second, and the eye sees a few.
+    if (m_progressShown.isValid() && m_progressShown.elapsed() < kProgressPause && step.current > 0)
+        return;
+    m_progressShown.start();
     m_progressText->setText(step.text);
     m_progress->setRange(0, step.total);
     m_progress->setValue(step.current);

@@ -6,6 +6,7 @@
 
 #include "StandInHost.h"
 
+#include <QElapsedTimer>
 #include <QMainWindow>
 #include <QPointer>
 
@@ -106,6 +107,7 @@ private:
     ServiceReport m_lastReport;
     QStringList m_serviceErrors;
     QString m_toldHolder;
+    QElapsedTimer m_progressShown;
     bool m_online = false;
     int m_unanswered = 0;
 };
