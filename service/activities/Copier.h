@@ -3,8 +3,10 @@
 #include "base/CancelToken.h"
 #include "base/FileStamp.h"
 
+#include <cstddef>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace krxservice {
 
@@ -12,6 +14,13 @@ namespace krxservice {
 struct CopyOrder
 {
     std::string source;
+    /// Files beside the source that are one clip with it: the other pictures of a sequence, sidecars. All are
+    /// copied or none.
+    std::vector<std::string> companions;
+    /// How many of the files, from the source on, are the pictures of a sequence; 0 for a single file.
+    std::size_t pictures = 0;
+    /// What the names of the pictures have before their numbers.
+    std::string stem;
     /// The watched folder in which the source lies: from there on no link is followed. Empty for the
     /// directory that holds the source.
     std::string sourceRoot;
@@ -19,12 +28,23 @@ struct CopyOrder
     std::string directory;
     /// Makes the directories between sourceRoot and the source below the directory, too.
     bool keepsPath = false;
+    /// The directories to be made below the directory when it does not keep the source's own.
+    std::string below;
     CancelToken cancel;
-    /// Called with the name of the unfinished copy before it exists, so that it can be cleaned up after a
-    /// crash.
+    /// Called with the name of what is unfinished (a file, or a directory of files) before it exists, so that
+    /// it can be cleaned up after a crash.
     std::function<void(const std::string& scratch)> willWrite;
-    /// Called now and then with 0 to 100, on the thread that called copy().
+    /// Called now and then with 0 to 100, by the bytes of all files, on the thread that called copy().
     std::function<void(int percent)> progress;
+};
+
+/// A finished copy.
+struct CopiedFile
+{
+    std::string path;
+    std::string checksum; ///< of its whole content
+    FileStamp stamp;
+    bool existed = false; ///< it lay there before, with the same content
 };
 
 /// How a copy ended.
@@ -32,19 +52,20 @@ struct CopyResult
 {
     bool ok = false;
     bool cancelled = false;
-    bool sourceChanged = false; ///< it is not finished, or not the same any more: look at it again
-    std::string path;           ///< of the finished copy
-    std::string checksum;       ///< of its whole content
-    FileStamp stamp;            ///< of the finished copy
-    bool existed = false;       ///< it lay there before, with the same content
+    bool sourceChanged = false;    ///< it is not finished, or not the same any more: look at it again
+    std::string path;              ///< of the source's finished copy
+    std::string checksum;          ///< of its whole content
+    std::vector<CopiedFile> files; ///< that copy, then those of the companions in their order
+    std::string stem;              ///< of the copied pictures: another one when theirs was taken
     std::string error;
 };
 
-/// Copies a file into a folder so that a reader sees either nothing or the whole, verified copy: written
-/// under a hidden name, brought to the disk, read back and compared, renamed. An existing file is never
-/// replaced: when its content is the same it counts as the copy, otherwise the copy is called "name (2).ext".
+/// Copies the files of a clip into a folder so that a reader sees either nothing or whole, verified copies:
+/// written under a hidden name, brought to the disk, read back and compared, renamed. An existing file is
+/// never replaced: when its content is the same it counts as the copy, otherwise the whole clip gets another
+/// name ("name (2).ext").
 ///
-/// The source is read once, while it is hashed and written. The copy has its times, and its permissions as
+/// Each source is read once, while it is hashed and written. The copy has its times, and its permissions as
 /// far as the directories above it let people reach it.
 class Copier
 {

@@ -230,8 +230,7 @@ void Pipeline::dropOthers(const Work& work)
 
 void Pipeline::drop(const ClipRecord& clip)
 {
-    if (!clip.scratch.empty())
-        ::unlink(clip.scratch.c_str());
+    filetools::removeScratch(clip.scratch);
     if (!clip.output.empty())
         m_outputs.abandon(clip.owner, clip.output);
     m_clips.forget(clip.id);
@@ -252,8 +251,7 @@ void Pipeline::goOn(Work& work)
     for (const auto& part : made.parts)
         stands = stands && filetools::stampOf(part.file.path) == std::optional(part.file.stamp);
     record.profile = work.order.profile.id;
-    if (!record.scratch.empty())
-        ::unlink(record.scratch.c_str());
+    filetools::removeScratch(record.scratch);
     if (!stands) {
         record.done = 0;
         record.linkedPath.clear();

@@ -210,8 +210,7 @@ void Pipeline::recover(bool isComplete)
                 finish(clip, {});
                 continue;
             }
-            if (!clip.scratch.empty())
-                ::unlink(clip.scratch.c_str());
+            filetools::removeScratch(clip.scratch);
             if (!clip.output.empty())
                 m_outputs.abandon(clip.owner, clip.output);
             if (clip.done == 0)

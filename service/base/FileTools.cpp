@@ -2,6 +2,7 @@
 
 #include "base/Text.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -194,6 +195,13 @@ std::optional<std::string> checksum(const std::string& path, const CancelToken& 
     return file.isOpen() ? checksum(file.get(), cancel, error) : std::nullopt;
 }
 
+std::string checksumOf(std::string_view bytes)
+{
+    const State state = newState();
+    XXH3_64bits_update(state.get(), bytes.data(), bytes.size());
+    return hex(state, "xxh3-64");
+}
+
 std::optional<std::string> fingerprint(int file, const CancelToken& cancel, std::string& error,
                                        std::int64_t largestReadWhole)
 {
@@ -298,16 +306,38 @@ std::string writeNewFile(const std::string& path, const std::string& content)
     return path + ": " + text::errnoText(error);
 }
 
-int renameNoReplace(int directory, const std::string& from, const std::string& to)
+int renameNoReplace(int fromDirectory, const std::string& from, int toDirectory, const std::string& to)
 {
-    if (::renameat2(directory, from.c_str(), directory, to.c_str(), RENAME_NOREPLACE) == 0)
+    if (::renameat2(fromDirectory, from.c_str(), toDirectory, to.c_str(), RENAME_NOREPLACE) == 0)
         return 0;
     if (errno != EINVAL && errno != ENOSYS)
         return errno;
     // A volume that cannot promise it: look first.
-    if (::faccessat(directory, to.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0)
+    if (::faccessat(toDirectory, to.c_str(), F_OK, AT_SYMLINK_NOFOLLOW) == 0)
         return EEXIST;
-    return ::renameat(directory, from.c_str(), directory, to.c_str()) == 0 ? 0 : errno;
+    return ::renameat(fromDirectory, from.c_str(), toDirectory, to.c_str()) == 0 ? 0 : errno;
+}
+
+int renameNoReplace(int directory, const std::string& from, const std::string& to)
+{
+    return renameNoReplace(directory, from, directory, to);
+}
+
+void removeScratch(const std::string& path)
+{
+    constexpr std::string_view kStart = ".krx-";
+    if (path.empty() || ::unlink(path.c_str()) == 0 || (errno != EISDIR && errno != EPERM) ||
+        text::baseName(path).compare(0, kStart.size(), kStart) != 0)
+        return;
+    // Some file systems say EPERM of a directory.
+    const Descriptor directory(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    DIR* const names = directory.isOpen() ? ::fdopendir(::dup(directory.get())) : nullptr;
+    if (!names)
+        return;
+    while (const dirent* entry = ::readdir(names))
+        ::unlinkat(directory.get(), entry->d_name, 0);
+    ::closedir(names);
+    ::rmdir(path.c_str());
 }
 
 int renameNoReplace(const std::string& from, const std::string& to)

@@ -54,6 +54,9 @@ constexpr char kWholeMethod[] = "xxh3-64:";
 std::optional<std::string> checksum(const std::string& path, const CancelToken& cancel, std::string& error);
 std::optional<std::string> checksum(int file, const CancelToken& cancel, std::string& error);
 
+/// The same of \a bytes.
+std::string checksumOf(std::string_view bytes);
+
 /// Files above this many bytes are not read whole to tell their contents apart.
 constexpr std::int64_t kLargestReadWhole = 4LL * 1024 * 1024 * 1024;
 
@@ -94,7 +97,12 @@ int writeAll(int file, std::string_view content);
 
 /// Gives a file a new name unless that name is taken. \return 0 or an errno value (EEXIST when taken).
 int renameNoReplace(const std::string& from, const std::string& to);
-/// The same for two names in the open \a directory.
+/// The same for two names in the open \a directory, or in two of one volume.
 int renameNoReplace(int directory, const std::string& from, const std::string& to);
+int renameNoReplace(int fromDirectory, const std::string& from, int toDirectory, const std::string& to);
+
+/// Removes what an action left unfinished: a file, or a hidden directory of files. What is not there is no
+/// fault.
+void removeScratch(const std::string& path);
 
 } // namespace krxservice::filetools
