@@ -2,7 +2,7 @@
 
 #include "base/Text.h"
 #include "media/MediaProbe.h"
-#include "media/helper/Requests.h"
+#include "media/helper/HelperRequests.h"
 
 #include <fcntl.h>
 #include <poll.h>

@@ -1,7 +1,7 @@
 #include "media/helper/Checker.h"
 
+#include "media/helper/HelperRequests.h"
 #include "media/helper/Medium.h"
-#include "media/helper/Requests.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>

@@ -1,8 +1,8 @@
 #include "media/helper/Checker.h"
-#include "media/helper/Confinement.h"
 #include "media/helper/Feed.h"
+#include "media/helper/HelperConfinement.h"
+#include "media/helper/HelperRequests.h"
 #include "media/helper/Looker.h"
-#include "media/helper/Requests.h"
 
 #include <sys/socket.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "media/helper/Requests.h"
+#include "media/helper/HelperRequests.h"
 
 #include <sys/socket.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "media/helper/Confinement.h"
+#include "media/helper/HelperConfinement.h"
 
 #include "base/Confinement.h"
 
