@@ -2,7 +2,7 @@
 
 #include "JobsPane.h"
 #include "NotReadyPane.h"
-#include "ServiceMonitor.h"
+#include "ServiceFollower.h"
 
 #include "KRXFolder.h"
 #include "KRXFolderManager.h"
@@ -26,6 +26,7 @@
 namespace {
 
 constexpr int kMostLines = 2000;
+constexpr int kMessageTime = 8000;
 
 } // namespace
 
@@ -54,10 +55,10 @@ void StatusLink::keyPressEvent(QKeyEvent* event)
         QLabel::keyPressEvent(event);
 }
 
-ActivityDocks::ActivityDocks(QMainWindow& window, ServiceMonitor& monitor)
+ActivityDocks::ActivityDocks(QMainWindow& window, ServiceFollower& service)
     : QObject(&window)
     , m_window(window)
-    , m_monitor(monitor)
+    , m_service(service)
     , m_jobs(new JobsPane(m_clips))
     , m_notReady(new NotReadyPane(m_clips))
     , m_jobsDock(addDock("jobsDock", tr("Jobs"), m_jobs))
@@ -74,12 +75,13 @@ ActivityDocks::ActivityDocks(QMainWindow& window, ServiceMonitor& monitor)
         window.statusBar()->addPermanentWidget(link);
     connect(m_working, &StatusLink::clicked, this, [this] { show(m_jobsDock); });
     connect(m_complaints, &StatusLink::clicked, this, [this] { show(m_messagesDock); });
-    connect(m_jobs, &JobsPane::cancelWanted, &monitor, &ServiceMonitor::cancelTheseJobs);
-    connect(m_jobs, &JobsPane::retryWanted, &monitor, &ServiceMonitor::retryTheseJobs);
+    connect(m_jobs, &JobsPane::cancelWanted, &service.monitor(), &ServiceMonitor::cancelTheseJobs);
+    connect(m_jobs, &JobsPane::retryWanted, &service.monitor(), &ServiceMonitor::retryTheseJobs);
     connect(&m_feed, &ClipFeed::clipsChanged, this, &ActivityDocks::clipsChanged);
     connect(&m_feed, &ClipFeed::changed, this, &ActivityDocks::serviceChanged);
-    connect(&m_feed, &ClipFeed::listeningChanged, &monitor, &ServiceMonitor::setHeardOfChanges);
+    connect(&m_feed, &ClipFeed::listeningChanged, &service.monitor(), &ServiceMonitor::setHeardOfChanges);
     connect(&m_feed, &ClipFeed::listeningChanged, this, [this](bool listens) { m_listens = listens; });
+    connect(&service, &ServiceFollower::reported, this, &ActivityDocks::showReport);
     m_notifier.setInFront(QGuiApplication::applicationState() == Qt::ApplicationActive);
     connect(qGuiApp, &QGuiApplication::applicationStateChanged, this,
             [this](Qt::ApplicationState state) { m_notifier.setInFront(state == Qt::ApplicationActive); });
@@ -144,8 +146,14 @@ void ActivityDocks::addLine(const QString& line)
 
 void ActivityDocks::showReport(const ServiceReport& report)
 {
-    if (report.online)
+    if (report.online) {
         m_messages.setServiceErrors(report.errors);
+        for (const QString& error : report.errors) {
+            if (!m_errors.contains(error))
+                m_window.statusBar()->showMessage(error, kMessageTime);
+        }
+        m_errors = report.errors;
+    }
     if (report.online && !m_listens)
         m_feed.listen();
     readNames();
@@ -195,7 +203,7 @@ void ActivityDocks::clipsChanged(const ClipNews& news)
 void ActivityDocks::serviceChanged(const QStringList& topics)
 {
     Q_UNUSED(topics)
-    m_monitor.askNow();
+    m_service.monitor().askNow();
 }
 
 void ActivityDocks::show(QDockWidget* dock)

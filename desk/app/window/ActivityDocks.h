@@ -19,7 +19,7 @@ class QMainWindow;
 class QMenu;
 class QPlainTextEdit;
 class QTableView;
-class ServiceMonitor;
+class ServiceFollower;
 
 /// A text in the status bar that can be clicked, or reached and pressed by key.
 class StatusLink : public QLabel
@@ -44,9 +44,9 @@ class ActivityDocks : public QObject
     Q_OBJECT
 
 public:
-    /// \param window gets the docks, and the links in its status bar. \param monitor carries commands to the
-    /// service and must outlive the docks.
-    ActivityDocks(QMainWindow& window, ServiceMonitor& monitor);
+    /// \param window gets the docks, and the links in its status bar. \param service is followed and carries
+    /// the commands; it must outlive the docks.
+    ActivityDocks(QMainWindow& window, ServiceFollower& service);
 
     /// Puts the actions that show and hide the docks into \a menu.
     void addTo(QMenu& menu) const;
@@ -54,13 +54,12 @@ public:
     void addMessage(const QString& text);
     /// A line of the service's log.
     void addLine(const QString& line);
-    /// What the service answered when it was last asked.
-    void showReport(const ServiceReport& report);
     const ClipTable& clips() const { return m_clips; }
 
 private:
     QDockWidget* addDock(const char* name, const QString& title, QWidget* content);
     QWidget* makeMessages();
+    void showReport(const ServiceReport& report);
     void clipsChanged(const ClipNews& news);
     void serviceChanged(const QStringList& topics);
     void readNames();
@@ -68,12 +67,13 @@ private:
     void showCounts();
 
     QMainWindow& m_window;
-    ServiceMonitor& m_monitor;
+    ServiceFollower& m_service;
     ClipFeed m_feed;
     ClipTable m_clips;
     MessageList m_messages;
     Notifier m_notifier;
     bool m_listens = false;
+    QStringList m_errors;               ///< of the service, as last told
     QHash<QString, ClipState> m_states; ///< of the clips, to see what became ready or failed
     JobsPane* m_jobs;
     NotReadyPane* m_notReady;

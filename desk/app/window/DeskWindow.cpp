@@ -6,8 +6,8 @@
 #include "DeskSession.h"
 #include "HelpDialog.h"
 #include "LinkMediaDialog.h"
-#include "PlainText.h"
 #include "ProjectActions.h"
+#include "ServiceLight.h"
 #include "ServicesDialog.h"
 #include "VolumeWatcher.h"
 
@@ -48,8 +48,6 @@ constexpr int kProgressPause = 50; ///< milliseconds between two steps that are 
 /// between them where those follow each other faster.
 constexpr int kLookAtFolders = 3000;
 constexpr int kLookAtFoldersPolls = 3;
-/// One missed answer may be a hiccup; after two the service counts as gone.
-constexpr int kUnansweredLimit = 2;
 
 /// The module's callback carries no context, so the one intake of the process is found here.
 QPointer<ClipIntake> theIntake;
@@ -67,8 +65,7 @@ DeskWindow::DeskWindow(DeskSession& session, const ServiceSupervisor::Settings& 
     : QMainWindow(parent)
     , m_session(session)
     , m_pollInterval(pollInterval)
-    , m_monitor(pollInterval)
-    , m_supervisor(service)
+    , m_service(service, pollInterval)
     , m_projects(new ProjectActions(session, this))
 {
     theIntake = &session.clips();
@@ -76,7 +73,7 @@ DeskWindow::DeskWindow(DeskSession& session, const ServiceSupervisor::Settings& 
     setHeaderFont();
     makePanes();
     makeStatusBar();
-    m_docks = new ActivityDocks(*this, m_monitor);
+    m_docks = new ActivityDocks(*this, m_service);
     makeMenus();
     resize(kWidth, kHeight);
     updateTitle();
@@ -92,11 +89,11 @@ DeskWindow::DeskWindow(DeskSession& session, const ServiceSupervisor::Settings& 
     connect(&m_session.clips(), &ClipIntake::batchTaken, this,
             [this](const ClipIntake::Batch& batch) { showMessage(ClipIntake::batchText(batch)); });
     connect(&m_session.jobs(), &JobIntake::failed, this, &DeskWindow::showMessage);
-    connect(&m_session.jobs(), &JobIntake::taken, &m_monitor, &ServiceMonitor::deleteJob);
-    connect(&m_monitor, &ServiceMonitor::commandFailed, this, &DeskWindow::showMessage);
-    connect(&m_monitor, &ServiceMonitor::reported, this, &DeskWindow::serviceReported);
-    connect(&m_supervisor, &ServiceSupervisor::message, this, &DeskWindow::showMessage);
-    connect(&m_supervisor, &ServiceSupervisor::line, m_docks, &ActivityDocks::addLine);
+    connect(&m_session.jobs(), &JobIntake::taken, &m_service.monitor(), &ServiceMonitor::deleteJob);
+    connect(&m_service, &ServiceFollower::message, this, &DeskWindow::showMessage);
+    connect(&m_service, &ServiceFollower::onlineChanged, this, &DeskWindow::serviceCameOrWent);
+    connect(&m_service, &ServiceFollower::reported, this, &DeskWindow::serviceReported);
+    connect(&m_service.supervisor(), &ServiceSupervisor::line, m_docks, &ActivityDocks::addLine);
     StandInHost::setProgressListener([this](const StandInHost::ProgressStep& step) { showProgress(step); });
     StandInHost::setHelpListener(
         [this](const StandInHost::HelpRequest& request) { showHelp(request.topic); });
@@ -112,7 +109,7 @@ DeskWindow::~DeskWindow()
 
 void DeskWindow::start()
 {
-    m_monitor.start();
+    m_service.start();
 }
 
 KRXFolderViewWidget* DeskWindow::folderView() const
@@ -189,7 +186,7 @@ void DeskWindow::followVolumes()
     auto* volumes = new VolumeWatcher(this);
     connect(volumes, &VolumeWatcher::changed, this, [this](const QString& mountPoint, int type, int action) {
         folderView()->lookForDirectories();
-        if (m_online) {
+        if (m_service.isOnline()) {
             const QByteArray name = mountPoint.toUtf8();
             KRXFolderManager::volumeStatusCallback(reinterpret_cast<const unsigned char*>(name.constData()),
                                                    type, action);
@@ -236,12 +233,12 @@ void DeskWindow::makeStatusBar()
     m_progressText->setTextFormat(Qt::PlainText);
     m_progressText->setFixedWidth(kProgressTextWidth);
     m_progressText->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    m_serviceState = new QLabel(this);
+    m_serviceState = new ServiceLight(m_service, this);
     m_serviceState->setObjectName(QStringLiteral("serviceState"));
     statusBar()->addPermanentWidget(m_progressText);
     statusBar()->addPermanentWidget(m_progress);
     statusBar()->addPermanentWidget(m_serviceState);
-    showServiceState(ServiceReport());
+    connect(m_serviceState, &ServiceLight::message, this, &DeskWindow::showMessage);
 }
 
 void DeskWindow::setHeaderFont()
@@ -298,8 +295,8 @@ void DeskWindow::makeFoldersMenu()
     QMenu* profiles = menu->addMenu(tr("&Profile of the Selected Folder"));
     connect(menu, &QMenu::aboutToShow, this, [this, refresh, profiles] {
         const QTreeWidgetItem* row = folderView()->currentItem();
-        refresh->setEnabled(m_online);
-        profiles->setEnabled(m_online && row);
+        refresh->setEnabled(m_service.isOnline());
+        profiles->setEnabled(m_service.isOnline() && row);
         profiles->clear();
         int index = 0;
         const auto items = KRXProfileManager::getInstance().profileItems();
@@ -318,14 +315,14 @@ void DeskWindow::makeFoldersMenu()
 void DeskWindow::makeServiceMenu()
 {
     QMenu* menu = menuBar()->addMenu(tr("&Service"));
-    QAction* start = menu->addAction(tr("&Start Service"), this, [this] { m_supervisor.start(); });
-    QAction* stop = menu->addAction(tr("S&top Service"), this, [this] { m_supervisor.stop(); });
+    QAction* start = menu->addAction(tr("&Start Service"), this, [this] { m_service.supervisor().start(); });
+    QAction* stop = menu->addAction(tr("S&top Service"), this, [this] { m_service.supervisor().stop(); });
     menu->addSeparator();
     menu->addAction(tr("Services &Manager..."), this, [this] { m_panel->openServicesDialog(); });
     connect(menu, &QMenu::aboutToShow, this, [this, start, stop] {
-        start->setEnabled(!m_online && !m_supervisor.owns());
+        start->setEnabled(!m_service.isOnline() && !m_service.supervisor().owns());
         // Somebody else's service is not ours to stop.
-        stop->setEnabled(m_supervisor.owns());
+        stop->setEnabled(m_service.supervisor().owns());
     });
 }
 
@@ -341,7 +338,7 @@ void DeskWindow::linkMedia()
 {
     LinkMediaDialog dialog(m_panel->editor(), this);
     if (dialog.exec() == QDialog::Accepted)
-        m_monitor.submitJobs(dialog.files(), dialog.profileId());
+        m_service.monitor().submitJobs(dialog.files(), dialog.profileId());
     // The editor may have been open above the dialog.
     m_panel->refreshFolders();
 }
@@ -351,13 +348,17 @@ void DeskWindow::openServicesDialog()
     if (!m_services) {
         m_services = new ServicesDialog(this);
         m_services->setAttribute(Qt::WA_DeleteOnClose);
-        connect(m_services, &ServicesDialog::startWanted, this, [this] { m_supervisor.start(); });
-        connect(m_services, &ServicesDialog::stopWanted, this, [this] { m_supervisor.stop(); });
-        connect(m_services, &ServicesDialog::clearErrorsWanted, &m_monitor, &ServiceMonitor::clearErrors);
-        connect(m_services, &ServicesDialog::cancelJobsWanted, &m_monitor, &ServiceMonitor::cancelJobs);
-        connect(m_services, &ServicesDialog::retryJobsWanted, &m_monitor, &ServiceMonitor::retryJobs);
-        connect(m_services, &ServicesDialog::deleteJobWanted, &m_monitor, &ServiceMonitor::deleteJob);
-        m_services->showReport(m_lastReport, m_supervisor.owns());
+        connect(m_services, &ServicesDialog::startWanted, this, [this] { m_service.supervisor().start(); });
+        connect(m_services, &ServicesDialog::stopWanted, this, [this] { m_service.supervisor().stop(); });
+        connect(m_services, &ServicesDialog::clearErrorsWanted, &m_service.monitor(),
+                &ServiceMonitor::clearErrors);
+        connect(m_services, &ServicesDialog::cancelJobsWanted, &m_service.monitor(),
+                &ServiceMonitor::cancelJobs);
+        connect(m_services, &ServicesDialog::retryJobsWanted, &m_service.monitor(),
+                &ServiceMonitor::retryJobs);
+        connect(m_services, &ServicesDialog::deleteJobWanted, &m_service.monitor(),
+                &ServiceMonitor::deleteJob);
+        m_services->showReport(m_service.lastReport(), m_service.supervisor().owns());
     }
     m_services->show();
     m_services->raise();
@@ -386,75 +387,24 @@ void DeskWindow::about()
                                        QMessageBox::Ok, QMessageBox::Ok);
 }
 
+void DeskWindow::serviceCameOrWent(bool online)
+{
+    m_linkMedia->setEnabled(online);
+    if (online)
+        m_panel->editor()->createDefaultProfileIfNeed();
+    m_panel->updateKRXServiceOnlineState(online);
+    setPaneHeight(m_panel->neededHeight());
+    emit serviceOnlineChanged(online);
+}
+
 void DeskWindow::serviceReported(const ServiceReport& report)
 {
-    m_unanswered = report.online ? 0 : m_unanswered + 1;
-    if (report.online)
-        m_supervisor.serviceAnswered();
-    else
-        m_supervisor.needService();
-    const bool online = report.online || (m_online && m_unanswered < kUnansweredLimit);
-    const bool changed = online != m_online;
-    m_online = online;
-    m_lastReport = report;
-    m_linkMedia->setEnabled(online);
-    if (changed && online)
-        m_panel->editor()->createDefaultProfileIfNeed();
-    if (changed) {
-        m_panel->updateKRXServiceOnlineState(online);
-        setPaneHeight(m_panel->neededHeight());
-    }
     if (report.online) {
         m_panel->updateFoldersOutputReadyState(report.readyFolders);
         m_session.jobs().follow(report.jobs);
     }
     if (m_services)
-        m_services->showReport(report, m_supervisor.owns());
-    m_docks->showReport(report);
-    showServiceState(report);
-    if (changed)
-        emit serviceOnlineChanged(online);
-}
-
-void DeskWindow::showServiceState(const ServiceReport& report)
-{
-    QString text = tr("Service: not running");
-    QColor color(0x8a, 0x90, 0x99);
-    if (m_online) {
-        text = report.active ? tr("Service: working") : tr("Service: ready");
-        color = report.active ? QColor(0x2f, 0x6f, 0xd0) : QColor(0x2e, 0x9e, 0x5b);
-    } else if (!report.portHolder.isEmpty() && m_supervisor.usesPort()) {
-        text = tr("Service: the port is %1's").arg(report.portHolder);
-        color = QColor(0xc0, 0x39, 0x2b);
-        tellPortHolder(report.portHolder);
-    } else if (m_supervisor.owns()) {
-        text = tr("Service: starting");
-    }
-    if (m_online)
-        m_toldHolder.clear();
-    m_serviceState->setText(
-        QStringLiteral("<span style=\"color:%1\">&#9679;</span> %2").arg(color.name(), text.toHtmlEscaped()));
-    m_serviceState->setToolTip(
-        plainToolTip(m_online ? report.errors.join(QLatin1Char('\n')) : report.failure));
-    // The list of messages has them; the status bar tells of those that are new.
-    for (const QString& error : report.errors) {
-        if (!m_serviceErrors.contains(error))
-            statusBar()->showMessage(error, kMessageTime);
-    }
-    if (report.online)
-        m_serviceErrors = report.errors;
-}
-
-void DeskWindow::tellPortHolder(const QString& user)
-{
-    if (user == m_toldHolder)
-        return;
-    m_toldHolder = user;
-    showMessage(
-        tr("The service's port %1 is held by a program of the user %2, which is not asked. Let them start "
-           "their service with --no-port, or set KRX_CONNECT_PORT to a port that is free; if their "
-           "service is meant, set KRX_CONNECT_USER to %2.")
-            .arg(QString::number(ServiceSupervisor::portFromEnvironment()), user));
+        m_services->showReport(report, m_service.supervisor().owns());
 }
 
 void DeskWindow::showProgress(const StandInHost::ProgressStep& step)

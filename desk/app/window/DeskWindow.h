@@ -1,8 +1,7 @@
 #pragma once
 
 #include "DeskApi.h"
-#include "ServiceMonitor.h"
-#include "ServiceSupervisor.h"
+#include "ServiceFollower.h"
 
 #include "StandInHost.h"
 
@@ -21,6 +20,7 @@ class QAction;
 class QLabel;
 class QProgressBar;
 class QScrollArea;
+class ServiceLight;
 class ServicesDialog;
 
 /// The desk: the folder panel above the project's bins, and a status bar with progress and the service's
@@ -41,11 +41,11 @@ public:
     DeskPanel* panel() const { return m_panel; }
     KRXFolderViewWidget* folderView() const;
     BinsPane* binsPane() const { return m_bins; }
-    ServiceSupervisor& supervisor() { return m_supervisor; }
+    ServiceSupervisor& supervisor() { return m_service.supervisor(); }
     ProjectActions* projectActions() const { return m_projects; }
     /// What the service answered when it was last asked.
-    const ServiceReport& lastReport() const { return m_lastReport; }
-    bool isServiceOnline() const { return m_online; }
+    const ServiceReport& lastReport() const { return m_service.lastReport(); }
+    bool isServiceOnline() const { return m_service.isOnline(); }
     /// Reads the folder list from the service again.
     void refreshFolders();
     /// Shows a text in the status bar and keeps it among the messages.
@@ -81,33 +81,26 @@ private:
     void showHelp(const QString& topic);
     void about();
 
+    void serviceCameOrWent(bool online);
     void serviceReported(const ServiceReport& report);
-    void showServiceState(const ServiceReport& report);
-    void tellPortHolder(const QString& user);
     void showProgress(const StandInHost::ProgressStep& step);
     void updateTitle();
 
     DeskSession& m_session;
     int m_pollInterval;
-    ServiceMonitor m_monitor;
-    ServiceSupervisor m_supervisor;
+    ServiceFollower m_service;
     ProjectActions* m_projects;
     DeskPanel* m_panel = nullptr;
     QScrollArea* m_pane = nullptr;
     BinsPane* m_bins = nullptr;
     QProgressBar* m_progress = nullptr;
     QLabel* m_progressText = nullptr;
-    QLabel* m_serviceState = nullptr;
+    ServiceLight* m_serviceState = nullptr;
     ActivityDocks* m_docks = nullptr;
     QAction* m_linkMedia = nullptr;
     QAction* m_lightSkin = nullptr;
     QAction* m_darkSkin = nullptr;
     QPointer<ServicesDialog> m_services;
     QPointer<HelpDialog> m_help;
-    ServiceReport m_lastReport;
-    QStringList m_serviceErrors;
-    QString m_toldHolder;
     QElapsedTimer m_progressShown;
-    bool m_online = false;
-    int m_unanswered = 0;
 };
