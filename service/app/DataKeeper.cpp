@@ -3,15 +3,16 @@
 #include "base/Aside.h"
 #include "base/FileTools.h"
 #include "base/Log.h"
+#include "base/Text.h"
 #include "store/WalCheck.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 namespace krxservice {
 
@@ -25,6 +26,34 @@ std::int64_t sizeOf(const std::string& file)
     {
     };
     return ::stat(file.c_str(), &facts) == 0 ? facts.st_size : -1;
+}
+
+/// The second copy; \a isKept is false where there is none. Whatever stands in its place is not waited for.
+Outcome<KeptData> readKept(const std::string& path, bool& isKept)
+{
+    const filetools::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    isKept = file.isOpen() || errno != ENOENT;
+    if (!isKept)
+        return KeptData();
+    struct stat facts
+    {
+    };
+    if (!file.isOpen() || ::fstat(file.get(), &facts) != 0)
+        return Refusal{500, errno == ELOOP ? "it is a link" : text::errnoText(errno)};
+    if (!S_ISREG(facts.st_mode))
+        return Refusal{500, "it is no file"};
+    std::string content(static_cast<std::size_t>(facts.st_size), '\0');
+    std::size_t size = 0;
+    while (size < content.size()) {
+        const ssize_t got = ::read(file.get(), content.data() + size, content.size() - size);
+        if (got < 0 && errno != EINTR)
+            return Refusal{500, text::errnoText(errno)};
+        if (got == 0)
+            break;
+        size += got > 0 ? static_cast<std::size_t>(got) : 0;
+    }
+    content.resize(size);
+    return keptdocument::read(content);
 }
 
 } // namespace
@@ -82,10 +111,8 @@ void DataKeeper::setAside(const std::string& why)
 
 void DataKeeper::restore(FolderStore& folders, ProfileStore& profiles, ErrorStore& errors)
 {
-    std::ifstream file(m_keptFile, std::ios::binary);
-    const bool isKept = file.is_open();
-    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    const auto kept = isKept ? keptdocument::read(text) : Outcome<KeptData>(KeptData());
+    bool isKept = true;
+    const auto kept = readKept(m_keptFile, isKept);
     if (!kept) {
         std::string error;
         const std::string name = aside::keep(m_keptFile, kDamaged, error);

@@ -101,6 +101,8 @@ std::string DataLock::acquire(const std::string& folder, bool& inUse)
         return cannot + reason;
     if (const auto reason = ownfiles::secure(folder); !reason.empty())
         return cannot + reason;
+    if (const auto reason = ownfiles::whatIsInTheWay(folder); !reason.empty())
+        return cannot + reason;
     const std::string path = folder + "/krx-service.lock";
     m_file = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600);
     if (m_file < 0)

@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <memory>
 
@@ -84,7 +85,41 @@ std::string look(int directory, const std::string& path, int depth, Walk& walk)
     return {};
 }
 
+/// Files whose content is the service's memory.
+constexpr std::array<const char*, 4> kFiles = {"krx-service.db", "krx-service.db-wal", "krx-service.db-shm",
+                                               "krx-service.lock"};
+
+const char* kindOf(mode_t mode)
+{
+    if (S_ISLNK(mode))
+        return "a link";
+    if (S_ISDIR(mode))
+        return "a directory";
+    return S_ISFIFO(mode) ? "a pipe" : "no file";
+}
+
 } // namespace
+
+std::string whatIsInTheWay(const std::string& folder)
+{
+    for (const char* name : kFiles) {
+        const std::string path = folder + '/' + name;
+        struct stat facts
+        {
+        };
+        if (::lstat(path.c_str(), &facts) != 0) {
+            if (errno == ENOENT)
+                continue;
+            return path + ": " + text::errnoText(errno);
+        }
+        if (!S_ISREG(facts.st_mode))
+            return path + " is " + kindOf(facts.st_mode) +
+                   ", where the service keeps a file; put that back, or take this away";
+        if (::access(path.c_str(), R_OK | W_OK) != 0)
+            return path + " cannot be read and written: " + text::errnoText(errno);
+    }
+    return {};
+}
 
 std::string secure(const std::string& folder)
 {

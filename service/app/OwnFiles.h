@@ -13,6 +13,11 @@ namespace ownfiles {
 /// followed below the folder. An empty text or the reason.
 std::string secure(const std::string& folder);
 
+/// Looks at what stands in the places of the database and the lock in \a folder: nothing, or a file that can
+/// be read and written, and neither a link nor a pipe, which would lead elsewhere or be waited for. An empty
+/// text or the reason.
+std::string whatIsInTheWay(const std::string& folder);
+
 } // namespace ownfiles
 
 } // namespace krxservice

@@ -3,12 +3,26 @@
 #include "base/FileTools.h"
 #include "base/Text.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 
 namespace krxservice::aside {
+
+namespace {
+
+/// A link that leads nowhere is there as well.
+bool isThere(const std::string& path)
+{
+    struct stat facts
+    {
+    };
+    return ::lstat(path.c_str(), &facts) == 0;
+}
+
+} // namespace
 
 std::string nameFor(const std::string& path, const std::string& reason)
 {
@@ -18,7 +32,7 @@ std::string nameFor(const std::string& path, const std::string& reason)
                  moment.end());
     const std::string first = path + '.' + reason + '-' + moment;
     std::string name = first;
-    for (int number = 2; ::access(name.c_str(), F_OK) == 0; ++number)
+    for (int number = 2; isThere(name); ++number)
         name = first + '-' + std::to_string(number);
     return name;
 }
@@ -26,7 +40,7 @@ std::string nameFor(const std::string& path, const std::string& reason)
 std::string keep(const std::string& path, const std::string& reason, std::string& error)
 {
     error.clear();
-    if (::access(path.c_str(), F_OK) != 0)
+    if (!isThere(path))
         return {};
     const std::string name = nameFor(path, reason);
     if (const int failure = filetools::renameNoReplace(path, name)) {

@@ -144,6 +144,8 @@ std::string LocalSocket::lockAndClear(int directory, const std::string& path, bo
         return errno == ENOENT ? std::string() : path + ": " + text::errnoText(errno);
     if (!S_ISSOCK(facts.st_mode) || facts.st_uid != ::geteuid())
         return path + " is no socket of this user's; remove it, or name another place with --socket";
+    // One that cannot be knocked at would look as if somebody were there.
+    ::fchmodat(directory, name.c_str(), 0600, 0);
     if (somebodyAnswers(path)) {
         inUse = true;
         return "the socket " + path + " is in use by another program";

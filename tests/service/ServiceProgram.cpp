@@ -139,8 +139,9 @@ bool ServiceProgram::start(const QString& dataFolder, const QStringList& more)
     const int colon = output.lastIndexOf(':');
     const bool listens = output.startsWith("listening on ");
     m_port = listens ? output.mid(colon + 1).trimmed().toInt() : 0;
+    m_lastWords = listens ? QByteArray() : log();
     if (!listens)
-        qWarning("the service did not start: %s", log().constData());
+        qWarning("the service did not start: %s", m_lastWords.constData());
     return listens;
 }
 

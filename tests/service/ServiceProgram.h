@@ -55,6 +55,8 @@ public:
     int port() const { return m_port; }
     qint64 pid() const { return m_process.processId(); }
     QByteArray log();
+    /// What it said instead of starting.
+    QByteArray lastWords() const { return m_lastWords; }
 
     /// Sends a request as the module's client would: Host localhost:58885, bodies declared as XML.
     Reply get(const QByteArray& path) const { return send("GET", path); }
@@ -99,6 +101,7 @@ private:
     Process m_process;
     QStringList m_prefix;
     int m_port = 0;
+    QByteArray m_lastWords;
 };
 
 /// Documents in the form in which the module writes them.
