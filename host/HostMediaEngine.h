@@ -18,37 +18,52 @@ namespace HostMediaEngine {
 constexpr int kCustomFormatProjectType = 26;
 
 /// The code of the current project's type.
+/// Without it: the lists begin with what is compatible with type 0.
 KRX_HOST_API int currentProjectType();
 /// Codes of the project types that a project of type \a current can be changed into; at most \a maxCount.
+/// Without it: the box of project types stays empty.
 KRX_HOST_API QList<int> compatibleProjectTypes(int current, int maxCount);
 /// Whether the installation offers this project type.
+/// Without it: (no) the type is not offered.
 KRX_HOST_API bool isProjectTypeEnabled(int projectType);
 /// The name shown for a project type; the same in every language, because profiles carry it.
+/// Without it: the type stands in its box without a name.
 KRX_HOST_API QString projectTypeName(int projectType);
 /// Whether the project type has a standard-definition video format.
+/// Without it: (no) the type has no colour space, unless it has a high-definition format.
 KRX_HOST_API bool hasSDVideoFormat(int projectType);
 /// Whether the project type has a high-definition (or larger) video format.
+/// Without it: (no) no raster can be chosen.
 KRX_HOST_API bool hasHDVideoFormat(int projectType);
 /// Width and height in pixels of the frame of the project type's video format.
+/// Without it: rasters are named with the height that comes, -1 for an empty size.
 KRX_HOST_API QSize frameDimensions(int projectType);
 
 // --- Rasters and colour spaces -------------------------------------------------------------------------
 
 /// Whether the engine's project utilities are present; without them \ref rasterOption is not asked.
+/// Without it: (no) rasterOption() is not asked and counts as 0.
 KRX_HOST_API bool hasProjectUtilities();
 /// Which rasters the project wants offered; passed through to rasterWidths().
+/// Without it: rasterWidths() is asked with 0.
 KRX_HOST_API int rasterOption();
 /// Raster widths in pixels that a project type offers; at most \a maxCount.
+/// Without it: the box of rasters stays empty.
 KRX_HOST_API QList<int> rasterWidths(int projectType, int option, int maxCount);
 /// The current project's raster width in pixels.
+/// Without it: the first raster is the current one.
 KRX_HOST_API int currentRasterWidth();
 /// The current project's colour-space code (1 mono, 2 RGB 709, 4 YCbCr 601, 8 YCbCr 709).
+/// Without it: the first colour space is the current one.
 KRX_HOST_API int currentColorSpace();
 /// Whether a project type can work in a colour space.
+/// Without it: (no) the colour space is not offered.
 KRX_HOST_API bool isValidColorSpace(int projectType, int colorSpace);
 /// Whether this installation encodes RGB at all.
+/// Without it: (no) the colour space cannot be chosen.
 KRX_HOST_API bool rgbEncodeSupported();
 /// Whether a project type can be encoded as RGB.
+/// Without it: (no) RGB is not offered.
 KRX_HOST_API bool supportsRGB(int projectType);
 
 // --- Custom formats ------------------------------------------------------------------------------------
@@ -73,18 +88,25 @@ struct CustomFormat
 };
 
 /// The identifier of the current project's target format; 0 when the project has none.
+/// Without it: (0) compatibleCustomFormats() is asked with 0.
 KRX_HOST_API quint32 currentTargetFormat();
 /// The formats that a project with that target format can be changed into.
+/// Without it: no custom format is offered.
 KRX_HOST_API QList<CustomFormat> compatibleCustomFormats(quint32 targetFormat);
 /// Whether the installation does not offer the format.
+/// Without it: (no) the format is offered.
 KRX_HOST_API bool isFormatDisabled(const CustomFormat& format);
 /// The format's frame rate.
+/// Without it: the format counts as one without frames per second.
 KRX_HOST_API FrameRate formatRate(const CustomFormat& format);
 /// The short description shown for a format; unique among formats, the same in every language.
+/// Without it: the format stands in its box without a name.
 KRX_HOST_API QString formatShortDescription(const CustomFormat& format);
 /// Finds a format by its short description (exact). \return false when there is none.
+/// Without it: a stored custom format is not found, and the user is told so.
 KRX_HOST_API bool findFormatByDescription(const QString& description, CustomFormat& format);
 /// Finds a format in the engine's registry by its identifier. \return false when there is none.
+/// Without it: the project has no custom format.
 KRX_HOST_API bool findFormat(quint32 identifier, CustomFormat& format);
 
 // --- Compressions --------------------------------------------------------------------------------------
@@ -115,6 +137,7 @@ struct CompressionDescriptor
 /// Looks up a compression.
 /// \param id the compression's identifier. \param descriptor receives what the engine knows of it; left alone
 /// otherwise. \return false when the engine does not know the compression.
+/// Without it: the profile says the codec's name and nothing more of it.
 KRX_HOST_API bool findCompression(quint32 id, CompressionDescriptor& descriptor);
 
 /// The descriptor of a compression, looked up once.
@@ -137,30 +160,42 @@ private:
 };
 
 /// The compression that a new transcode starts with.
+/// Without it: the first codec is the default.
 KRX_HOST_API quint32 defaultCompressionId();
 
 // --- Audio ---------------------------------------------------------------------------------------------
 // The setting type selects one of the host's settings; the module always asks with 0.
 
+/// Without it: no audio format is offered.
 KRX_HOST_API int audioFormatCount(int settingType);
 /// Code of the audio format at \a index (0 to audioFormatCount() - 1).
+/// Without it: the format is left out.
 KRX_HOST_API int nthAudioFormat(int index, int settingType);
 /// How audio media is created; 1 is one OP1a file for all tracks.
+/// Without it: audio formats are named after OP-Atom.
 KRX_HOST_API int audioCreationType(int settingType);
+/// Without it: no sample rate is offered.
 KRX_HOST_API int sampleRateCount(int settingType);
 /// Sample rate in Hz at \a index.
+/// Without it: the rate is left out.
 KRX_HOST_API int nthSampleRate(int index, int settingType);
 /// The text shown for a sample rate in the host's multibyte encoding (HostCore::unicodeFromMultibyte);
 /// owned by the engine and valid until the next call; null for an unknown rate.
+/// Without it: (null) the rate is left out.
 KRX_HOST_API const char* sampleRateText(int rate);
+/// Without it: no bit depth is offered.
 KRX_HOST_API int sampleSizeCount(int settingType);
 /// Code of the sample size at \a index; codes up to 4 count bytes, larger ones bits.
+/// Without it: the bit depth is left out.
 KRX_HOST_API int nthSampleSize(int index, int settingType);
 /// The current project's sample rate in Hz.
+/// Without it: the first rate is the default.
 KRX_HOST_API int projectSampleRate();
 /// The current project's audio file format code.
+/// Without it: the first format is the default.
 KRX_HOST_API int projectAudioFileFormat(int kind);
 /// The current project's sample size in bits.
+/// Without it: the first bit depth is the default.
 KRX_HOST_API int projectSampleSize(int settingType);
 
 // --- Linking -------------------------------------------------------------------------------------------
@@ -176,6 +211,7 @@ struct LinkedMediaPlugin
 };
 
 /// The installed plug-ins.
+/// Without it: "Autodetect Plug-in" is the only choice.
 KRX_HOST_API QList<LinkedMediaPlugin> listLinkedMediaPlugins();
 
 /// A grouping of audio tracks into multichannel groups.
@@ -189,6 +225,7 @@ struct ChannelGroups
 
 /// Parses the stored text of a grouping. A text that cannot be parsed keeps its persistent form and gets a
 /// display form that says so.
+/// Without it: the grouping is shown as an empty text.
 KRX_HOST_API ChannelGroups channelGroupsFromText(const QString& text);
 
 } // namespace HostMediaEngine

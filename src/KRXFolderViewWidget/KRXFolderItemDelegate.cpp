@@ -171,6 +171,7 @@ void KRXFolderItemDelegate::paintProfile(QPainter* painter, const QStyleOptionVi
         style->subControlRect(QStyle::CC_ComboBox, &box, QStyle::SC_ComboBoxArrow, cell.widget);
     const bool pressed = cell.state.testFlag(QStyle::State_Sunken) || cell.state.testFlag(QStyle::State_On);
     KRXSkin::drawIcon(painter, arrow,
+                      // Host icon icons/Arrows/popup_arrow.png; without it: a triangle is drawn.
                       {QStringLiteral("Arrows/popup_arrow.png"), QStringLiteral("icons"),
                        HostQtShell::iconTintColors(), HostQtShell::disabledAlpha(isDisabled(cell)),
                        pressed ? HostQtShell::IconVariant::Pressed : HostQtShell::IconVariant::Normal},

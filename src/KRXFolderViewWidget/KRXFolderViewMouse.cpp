@@ -69,8 +69,10 @@ QString KRXFolderViewWidget::ingestIconName(int state)
 {
     switch (state) {
     case NewClipsAvailable:
+        // Host icon icons/KRX/IngestReady.png; without it: an arrow onto a tray is drawn.
         return QStringLiteral("IngestReady.png");
     case AcquisitionInProgress:
+        // Host icon icons/KRX/IngestInProgress.png; without it: three dots are drawn.
         return QStringLiteral("IngestInProgress.png");
     default:
         return QString();
@@ -90,6 +92,7 @@ void KRXFolderViewWidget::forgetClickedItem()
 QRect KRXFolderViewWidget::ingestIconArea(const QModelIndex& index) const
 {
     if (!m_ingestIconSize.isValid()) {
+        // Host icon icons/KRX/NoIngest.png; without it: only its size counts, and the smallest is taken.
         const QPixmap icon = HostQtShell::skinnedPixmap(QStringLiteral("NoIngest.png"), ingestIconGroup());
         m_ingestIconSize = (QSizeF(icon.size()) / icon.devicePixelRatio()).toSize();
     }

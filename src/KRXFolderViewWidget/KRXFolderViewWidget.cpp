@@ -106,6 +106,7 @@ private:
 KRXFolderViewWidget::KRXFolderViewWidget(QWidget* parent)
     : QTreeWidget(parent)
     , m_folderIcon(
+          // Host icon icons/ProjectBins/folder_closed.png; without it: the name stands alone.
           HostQtShell::skinnedIcon(QStringLiteral("folder_closed.png"), QStringLiteral("icons/ProjectBins")))
     , m_probe(new DirectoryProbe([](const QString& path) { return QFileInfo::exists(path); }, this))
 {

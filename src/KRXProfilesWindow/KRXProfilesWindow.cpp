@@ -38,6 +38,7 @@ using KRXText::localised;
 
 namespace {
 
+// Host topic IDH_ProfileEditor_Window; without it: "What's This?" shows nothing.
 const QLatin1String kHelpTopic("IDH_ProfileEditor_Window");
 constexpr int kWindowHelpFlag = 1;
 

@@ -25,6 +25,8 @@ QString ArrowButton::getResGroup() const
 
 QString ArrowButton::getResID() const
 {
+    // Host icon icons/Arrows/open_arrow.png; without it: a triangle is drawn.
+    // Host icon icons/Arrows/closed_arrow.png; without it: a triangle is drawn.
     return m_state == Open ? QStringLiteral("open_arrow.png") : QStringLiteral("closed_arrow.png");
 }
 

@@ -205,6 +205,8 @@ void KRXWindow::paintEvent(QPaintEvent* event)
     if (!m_inHighlightState)
         return;
     // A width of 0 is a pen too: the thinnest line there is.
+    // Host number WindowHighlightFrameWidth; without it: the frame is as thin as a line can be.
+    // Host number WindowHighlightFrameOpacity; without it: the frame cannot be seen.
     const int width = HostQtShell::paletteNumber(QStringLiteral("WindowHighlightFrameWidth"));
     const int opacity = HostQtShell::paletteNumber(QStringLiteral("WindowHighlightFrameOpacity"));
     QColor color =
