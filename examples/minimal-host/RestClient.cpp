@@ -3,6 +3,7 @@
 #include <RestClient.h>
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
 #include <QtGlobal>
 
@@ -18,6 +19,7 @@
 namespace {
 
 constexpr timeval kPatience{30, 0};
+constexpr int kServicePort = 58885;
 
 /// Counts its references; what lives as long as the program is not deleted.
 template <class Interface, bool isForever>
@@ -55,10 +57,7 @@ public:
     {
         return *length = m_body.size(), kHostStatusOk;
     }
-    HostStatus getStatusCode(std::uint16_t* code) override
-    {
-        return *code = m_status, m_status ? kHostStatusOk : kHostStatusFailed;
-    }
+    HostStatus getStatusCode(std::uint16_t* code) override { return *code = m_status, m_status ? 0 : -1; }
     HostStatus readContent(void* buffer, std::uint64_t capacity, std::uint64_t* bytesRead) override
     {
         *bytesRead = qMin(capacity, std::uint64_t(m_body.size()));
@@ -86,16 +85,16 @@ private:
     QString m_error;
 };
 
-/// Sends a request to the port of the service and reads until the service closes the connection.
-QByteArray exchange(const QByteArray& request)
+/// Sends a request and reads until the service closes the connection.
+QByteArray exchange(int port, const QByteArray& request)
 {
+    if (port == kServicePort && qEnvironmentVariableIsSet("KRX_CONNECT_PORT"))
+        port = qEnvironmentVariableIntValue("KRX_CONNECT_PORT");
     const int link = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     setsockopt(link, SOL_SOCKET, SO_RCVTIMEO, &kPatience, sizeof kPatience);
     sockaddr_in service{};
     service.sin_family = AF_INET;
-    service.sin_port = htons(qEnvironmentVariableIsSet("KRX_CONNECT_PORT")
-                                 ? std::uint16_t(qEnvironmentVariableIntValue("KRX_CONNECT_PORT"))
-                                 : std::uint16_t(58885));
+    service.sin_port = htons(std::uint16_t(port));
     service.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     QByteArray answer;
     char part[16384];
@@ -108,19 +107,18 @@ QByteArray exchange(const QByteArray& request)
     return answer;
 }
 
+using Url = const char16_t*;
+
 class Client : public Component<IRestClient, true>
 {
 public:
-    HostStatus get(const char16_t* url, IRestResponse** r) override { return ask("GET", url, {}, r); }
-    HostStatus deleteResource(const char16_t* url, IRestResponse** r) override
-    {
-        return ask("DELETE", url, {}, r);
-    }
-    HostStatus post(const char16_t* url, IRestResponse** r, const char* body, std::uint32_t length) override
+    HostStatus get(Url url, IRestResponse** r) override { return ask("GET", url, {}, r); }
+    HostStatus deleteResource(Url url, IRestResponse** r) override { return ask("DELETE", url, {}, r); }
+    HostStatus post(Url url, IRestResponse** r, const char* body, std::uint32_t length) override
     {
         return ask("POST", url, QByteArray(body, int(length)), r);
     }
-    HostStatus put(const char16_t* url, IRestResponse** r, const char* body, std::uint32_t length) override
+    HostStatus put(Url url, IRestResponse** r, const char* body, std::uint32_t length) override
     {
         return ask("PUT", url, QByteArray(body, int(length)), r);
     }
@@ -128,26 +126,28 @@ public:
     HostStatus reserved7() override { return kHostStatusFailed; }
 
 private:
-    static HostStatus ask(const QByteArray& method, const char16_t* url, const QByteArray& body,
-                          IRestResponse** response)
+    static HostStatus ask(const QByteArray& method, Url url, const QByteArray& body, IRestResponse** response)
     {
-        // http://HOST/PATH; HTTP 1.0 is answered in one piece.
+        // http://HOST:PORT/PATH; HTTP 1.0 is answered in one piece.
         const QByteArray place = QString::fromUtf16(url).toUtf8().mid(7);
         const int slash = int(place.indexOf('/'));
         *response = new Response(
-            exchange(method + ' ' + place.mid(slash) + " HTTP/1.0\r\nHost: " + place.left(slash) +
-                     (body.isEmpty() ? QByteArray() : QByteArray("\r\nContent-Type: application/xml")) +
-                     "\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body));
+            exchange(place.left(slash).split(':').last().toInt(),
+                     method + ' ' + place.mid(slash) + " HTTP/1.0\r\nHost: " + place.left(slash) +
+                         (body.isEmpty() ? QByteArray() : QByteArray("\r\nContent-Type: application/xml")) +
+                         "\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body));
         return kHostStatusOk;
     }
 };
 
 class Factory : public Component<IHostComponentFactory, true>
 {
-    HostStatus createComponent(const HostIdentifier&, IHostComponent*, const HostIdentifier&,
+    HostStatus createComponent(const HostIdentifier& classId, IHostComponent*, const HostIdentifier&,
                                void** out) override
     {
         static Client client;
+        if (classId != kRestClientClassId)
+            return kHostStatusNoClass;
         client.addReference();
         *out = static_cast<IRestClient*>(&client);
         return kHostStatusOk;
@@ -156,9 +156,11 @@ class Factory : public Component<IHostComponentFactory, true>
 
 } // namespace
 
-HostStatus restClientFactory(const HostIdentifier&, IHostComponentFactory** out)
+HostStatus restClientFactory(const HostIdentifier& factoryId, IHostComponentFactory** out)
 {
     static Factory factory;
+    if (factoryId != kHostComponentFactoryId)
+        return kHostStatusNoClass;
     factory.addReference();
     *out = &factory;
     return kHostStatusOk;

@@ -53,7 +53,11 @@ QString ingestTooltip(int state)
 QFont applicationFont()
 {
     QFont font = QApplication::font();
+#if QT_VERSION_MAJOR < 6
     font.resolve(~0u);
+#else
+    font.setResolveMask(~0u);
+#endif
     return font;
 }
 

@@ -29,7 +29,7 @@ namespace {
 constexpr int kSmallButton = 20;
 constexpr int kProfilesBoxWidth = 180;
 constexpr int kEditorButtonWidth = 80;
-constexpr int kMessageWeight = 75;
+constexpr QFont::Weight kMessageWeight = QFont::Bold;
 constexpr int kOpaque = 255;
 
 /// A message that wraps. Layouts ask a wrapping label for its height before they know its width, and then
