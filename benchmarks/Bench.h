@@ -90,5 +90,6 @@ void measureActions(Table& table);
 void measureWindows(Table& table);
 void measureService(Table& table);
 void measureDoor(Table& table);
+void measureDesk(Table& table);
 
 } // namespace KRXBench

@@ -17,7 +17,7 @@ int main(int argc, char* argv[])
                                   QStringLiteral("FILE"));
     const QCommandLineOption only(
         QStringLiteral("only"),
-        QStringLiteral("Measure one area: access, view, sections, actions, windows, service, door."),
+        QStringLiteral("Measure one area: access, view, sections, actions, windows, service, door, desk."),
         QStringLiteral("AREA"));
     options.addOption(json);
     options.addOption(only);
@@ -36,6 +36,7 @@ int main(int argc, char* argv[])
         {"windows", &KRXBench::measureWindows},
         {"service", &KRXBench::measureService},
         {"door", &KRXBench::measureDoor},
+        {"desk", &KRXBench::measureDesk},
     };
 
     KRXBench::Table table;
