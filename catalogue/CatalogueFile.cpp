@@ -28,6 +28,12 @@ const QStringList& definitionNames()
 
 enum Definition { SD, HD, Custom };
 
+const QStringList& fieldNames()
+{
+    static const QStringList names{QStringLiteral("top first"), QStringLiteral("bottom first")};
+    return names;
+}
+
 /// In the order of the chroma sampling codes.
 const QStringList& samplingNames()
 {
@@ -113,8 +119,8 @@ void readProjectTypes(JsonFields& document, MediaCatalogue& catalogue)
     document.objects("projectTypes", [&](JsonFields& fields) {
         fields.allowOnly({QStringLiteral("code"), QStringLiteral("name"), QStringLiteral("enabled"),
                           QStringLiteral("definition"), QStringLiteral("frame"), QStringLiteral("rate"),
-                          QStringLiteral("rasters"), QStringLiteral("colorSpaces"), QStringLiteral("rgb"),
-                          QStringLiteral("family")});
+                          QStringLiteral("fields"), QStringLiteral("rasters"), QStringLiteral("colorSpaces"),
+                          QStringLiteral("rgb"), QStringLiteral("family")});
         ProjectType type;
         type.code = static_cast<int>(fields.number("code", 1, kMaxInt));
         if (codes.contains(type.code))
@@ -130,6 +136,9 @@ void readProjectTypes(JsonFields& document, MediaCatalogue& catalogue)
         if (definition != Custom) {
             type.frame = readFrame(fields);
             type.rate = readRate(fields);
+            if (fields.has("fields"))
+                type.fields =
+                    fields.choice("fields", fieldNames()) == 0 ? Fields::TopFirst : Fields::BottomFirst;
         }
         type.rasters = readRasters(fields);
         type.colorSpaces = intList(fields.numbers("colorSpaces", 1, kMaxColorSpace));

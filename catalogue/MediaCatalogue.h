@@ -22,6 +22,9 @@ struct FrameRate
     int denominator = 1;
 };
 
+/// Which field of a frame is shown first.
+enum class Fields { None, TopFirst, BottomFirst };
+
 struct ProjectType
 {
     int code = 0;
@@ -32,6 +35,8 @@ struct ProjectType
     /// Pixels.
     QSize frame;
     FrameRate rate;
+    /// None: whole pictures.
+    Fields fields = Fields::None;
     /// Raster widths per raster option; an option not listed offers the frame width alone.
     QHash<int, QList<int>> rasters;
     /// Codes: 1 mono, 2 RGB 709, 4 YCbCr 601, 8 YCbCr 709.

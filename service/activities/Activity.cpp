@@ -1,6 +1,7 @@
 #include "activities/Activity.h"
 
 #include "activities/CopyActivity.h"
+#include "activities/TranscodeActivity.h"
 
 #include <array>
 #include <string_view>
@@ -35,8 +36,9 @@ struct Entry
 };
 
 /// A new kind of action is a class and a line here.
-constexpr std::array<Entry, 1> kActivities = {{
+constexpr std::array<Entry, 2> kActivities = {{
     {profiledocument::kCopy, &only<CopyActivity>},
+    {profiledocument::kTranscode, &only<TranscodeActivity>},
 }};
 
 } // namespace

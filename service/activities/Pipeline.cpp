@@ -34,6 +34,8 @@ CopiedClip copiedInto(const std::string& folder, std::vector<HistoryEntry> files
             text::now(), std::move(files)};
 }
 
+constexpr char kBetweenScratch = '\n'; ///< no path that is worked on has it
+
 } // namespace
 
 /// One file on its way through the pipeline.
@@ -133,6 +135,8 @@ FileResult Pipeline::process(const FileOrder& order, const LinkSettings& setting
         return interrupted(work);
     if (failure && failure->status == kLookAgain)
         return lookAgain(work, failure->text);
+    if (failure && failure->status == kWaitFor)
+        return waitFor(work, failure->text);
     return failure ? fail(work, failure->text) : publish(work);
 }
 
@@ -230,7 +234,7 @@ void Pipeline::dropOthers(const Work& work)
 
 void Pipeline::drop(const ClipRecord& clip)
 {
-    filetools::removeScratch(clip.scratch);
+    removeScratch(clip.scratch);
     if (!clip.output.empty())
         m_outputs.abandon(clip.owner, clip.output);
     m_clips.forget(clip.id);
@@ -251,7 +255,7 @@ void Pipeline::goOn(Work& work)
     for (const auto& part : made.parts)
         stands = stands && filetools::stampOf(part.file.path) == std::optional(part.file.stamp);
     record.profile = work.order.profile.id;
-    filetools::removeScratch(record.scratch);
+    removeScratch(record.scratch);
     if (!stands) {
         record.done = 0;
         record.linkedPath.clear();
@@ -283,6 +287,21 @@ FileResult Pipeline::interrupted(Work& work)
     else
         drop(work.record);
     return ended(FileResult::End::Cancelled, "cancelled");
+}
+
+FileResult Pipeline::waitFor(const Work& work, const std::string& what)
+{
+    m_clips.wait(work.record.id);
+    return ended(FileResult::End::Waiting, what);
+}
+
+void Pipeline::removeScratch(const std::string& scratch)
+{
+    for (std::size_t begin = 0; begin < scratch.size();) {
+        const std::size_t end = std::min(scratch.find(kBetweenScratch, begin), scratch.size());
+        filetools::removeScratch(scratch.substr(begin, end - begin));
+        begin = end + 1;
+    }
 }
 
 FileResult Pipeline::lookAgain(const Work& work, const std::string& reason)
@@ -318,8 +337,10 @@ std::optional<Refusal> Pipeline::runActivities(Work& work)
     for (auto i = static_cast<std::size_t>(record.done); i < activities.size() && !*work.order.cancel; ++i) {
         ActivityProgress progress;
         progress.willWrite = [&](const std::string& scratch) {
-            record.scratch = scratch;
-            m_clips.setScratch(record.id, scratch);
+            // Those that are there still are being written, too.
+            const bool isOneMore = !record.scratch.empty() && filetools::stampOf(record.scratch);
+            record.scratch = isOneMore ? record.scratch + kBetweenScratch + scratch : scratch;
+            m_clips.setScratch(record.id, record.scratch);
         };
         progress.percent = [&](int percent) {
             const auto all =

@@ -38,6 +38,7 @@ struct FileResult
         Rejected,   ///< no media
         Failed,     ///< an action failed
         Ready,      ///< `ready` is to be given to publishTogether()
+        Waiting,    ///< a volume has no space or is away, which text says; to be tried again
         Later,      ///< it changed, vanished or could not be judged: look again
         Cancelled
     };
@@ -91,9 +92,7 @@ public:
     void publishRest();
     /// Notes which clips the host has taken.
     void noteTaken();
-    /// Forgets finished clips whose files have been gone for 30 days at \a now (nanoseconds since 1970), of
-    /// which those count on which it was looked, or the day before or after: a clock that is set wrong, or
-    /// right, makes nobody forget anything.
+    /// Forgets finished clips whose files have been gone for 30 days at \a now (nanoseconds since 1970).
     /// Returns when done or \a cancel was set.
     void prune(std::int64_t now, const CancelToken& cancel);
 
@@ -119,6 +118,9 @@ private:
     FileResult interrupted(Work& work);
     FileResult fail(Work& work, const std::string& reason);
     FileResult lookAgain(const Work& work, const std::string& reason);
+    FileResult waitFor(const Work& work, const std::string& what);
+    /// Removes the unfinished files that were noted.
+    static void removeScratch(const std::string& scratch);
     /// The reason why an action failed, or nothing.
     std::optional<Refusal> runActivities(Work& work);
     static OutputFacts factsOf(const Work& work);

@@ -23,8 +23,10 @@ namespace {
 
 constexpr std::size_t kLongestPath = 4095;           ///< bytes, what the system takes
 constexpr std::chrono::milliseconds kPatience{2000}; ///< with a disk; clients wait three seconds
-constexpr std::chrono::hours kPruneEvery{24};
+constexpr std::int64_t kPruneEvery = 24LL * 60 * 60 * 1000 * 1000000; ///< nanoseconds
 
+constexpr int kFewestWorkers = 2; ///< that is, when nobody says how many
+constexpr int kMostWorkers = 4;
 constexpr double kHistorySeconds = 5; ///< between two looks whether a history is due
 
 Refusal noFolder()
@@ -127,7 +129,8 @@ Outcome<std::string> look(Look how, const std::string& path, const std::string& 
 } // namespace
 
 Service::Service(const Options& options)
-    : m_dataFolder(text::canonicalPath(options.dataFolder))
+    : m_workers(options.workers)
+    , m_dataFolder(text::canonicalPath(options.dataFolder))
     , m_keeper(options.dataFolder)
     , m_outputs(m_dataFolder + "/output")
     , m_histories(m_copied, m_errors, options.historySeconds, text::now)
@@ -164,7 +167,7 @@ Service::~Service()
 void Service::start()
 {
     const int cores = static_cast<int>(std::thread::hardware_concurrency());
-    m_worker.start(std::clamp(cores, 2, 4));
+    m_worker.start(m_workers > 0 ? m_workers : std::clamp(cores, kFewestWorkers, kMostWorkers));
     m_watcher->moveToThread(&m_watchThread);
     m_watchThread.start();
     onWatcher([](Watcher& watcher) { watcher.start(); });
@@ -193,11 +196,10 @@ void Service::stop()
 /// Once a day.
 void Service::prune()
 {
-    const auto steady = std::chrono::steady_clock::now();
-    if (m_pruned && steady - *m_pruned < kPruneEvery)
-        return;
-    m_pruned = steady;
     const std::int64_t now = text::now();
+    if (m_pruned != 0 && now - m_pruned < kPruneEvery)
+        return;
+    m_pruned = now;
     m_worker.addBackground([this, now](const CancelToken& cancel) { m_pipeline.prune(now, cancel); });
 }
 

@@ -87,6 +87,7 @@ private:
     template <typename Function>
     void onWatcher(Function function);
 
+    const int m_workers; ///< 0 follows the machine
     std::string m_dataFolder;
     DataKeeper m_keeper;
     Database& m_database{m_keeper.database()};
@@ -107,7 +108,7 @@ private:
     Housekeeper m_housekeeper;
     /// On a thread of its own: a volume that does not answer holds up nothing but histories.
     Housekeeper m_historian;
-    std::optional<std::chrono::steady_clock::time_point> m_pruned; ///< when; used by the housekeeper alone
+    std::int64_t m_pruned = 0; ///< when, nanoseconds since 1970; used by the housekeeper alone
 };
 
 } // namespace krxservice

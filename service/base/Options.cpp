@@ -20,6 +20,7 @@ namespace krxservice {
 namespace {
 
 constexpr int kUsualPort = 58885;
+constexpr int kMostWorkers = 32;
 constexpr const char* kConfigOption = "config";
 
 struct Row
@@ -55,6 +56,13 @@ bool takePort(Options& options, const std::string& text)
     const char* end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, options.port);
     return error == std::errc() && rest == end && options.port >= 0 && options.port <= 65535;
+}
+
+bool takeWorkers(Options& options, const std::string& text)
+{
+    const char* end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, options.workers);
+    return error == std::errc() && rest == end && options.workers >= 0 && options.workers <= kMostWorkers;
 }
 
 /// Flags say what there is none of.
@@ -157,6 +165,8 @@ constexpr std::array kRows = {
     Row{"rescan", "SECONDS", "", false, "how often the watched folders are read again (10)",
         [](Options& o, const std::string& text) { return takeSeconds(o.rescanSeconds, text); },
         [](const Options& o) { return plain(o.rescanSeconds); }},
+    Row{"workers", "N", "", false, "how many clips are worked on side by side; 0 follows the\nmachine (0)",
+        takeWorkers, [](const Options& o) { return std::to_string(o.workers); }},
     Row{"history", "SECONDS", "", false,
         "how long nothing is copied into a folder before its history\nlists what was (60)",
         [](Options& o, const std::string& text) { return takeSeconds(o.historySeconds, text); },

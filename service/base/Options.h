@@ -42,6 +42,7 @@ struct Options
     std::string dataFolder;    ///< absolute; made when missing
     double settleSeconds = 2;  ///< how long a file must stand still before it is taken
     double rescanSeconds = 10; ///< how often watched folders are read again, whatever the events said
+    int workers = 0;           ///< clips that are worked on side by side; 0 follows the machine
     /// How long nothing is copied into a folder before its history lists what was.
     double historySeconds = 60;
     std::vector<std::string> allowedUsers; ///< who may come by the port besides the own user and root

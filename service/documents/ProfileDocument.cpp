@@ -31,6 +31,9 @@ ActivityRecipe readActivity(const pugi::xml_node& element)
         else if (name == "autoCheckin")
             activity.autoCheckin = xmltools::textOf(child) == "true";
     }
+    const auto output = element.child("outputDetail");
+    activity.videoVolume = xmltools::textOf(output.child("filesystemVideoVolume"));
+    activity.audioVolume = xmltools::textOf(output.child("filesystemAudioVolume"));
     return activity;
 }
 
@@ -106,12 +109,24 @@ Outcome<ProfileRecipe> recipe(const ProfileRecord& profile)
     return recipe;
 }
 
+std::string mediaFolder(const std::string& volume)
+{
+    std::string path = volume;
+    while (!path.empty() && path.back() == '/')
+        path.pop_back();
+    return path + "/KRX Media";
+}
+
 std::set<std::string> destinations(const ProfileRecipe& recipe)
 {
     std::set<std::string> paths;
     for (const auto& activity : recipe.activities) {
         if (activity.id == kCopy && !activity.destination.empty())
             paths.insert(activity.destination);
+        for (const auto& volume : {activity.videoVolume, activity.audioVolume}) {
+            if (!volume.empty())
+                paths.insert(mediaFolder(volume));
+        }
     }
     return paths;
 }

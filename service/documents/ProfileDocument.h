@@ -18,7 +18,10 @@ struct ActivityRecipe
     std::string destination;      ///< of a copy: the folder to copy into
     bool relinkAfterCopy = false; ///< of a copy: the output links to the copy
     bool autoCheckin = false;     ///< of a copy: noted in the output document
-    std::string element;          ///< the whole "activity" element, for the actions that read more of it
+    /// Of a transcode or consolidation: what it names as the volumes for pictures and for sound.
+    std::string videoVolume;
+    std::string audioVolume;
+    std::string element; ///< the whole "activity" element, for the actions that read more of it
 };
 
 /// What a profile asks of the service.
@@ -48,7 +51,10 @@ Outcome<ProfileRecord> fromRequest(std::string_view body, const std::string& gui
 /// What the stored profile asks for.
 Outcome<ProfileRecipe> recipe(const ProfileRecord& profile);
 
-/// The directories that a profile copies into, as it writes them: what lies there was made by us.
+/// The folder on a volume that new media go into.
+std::string mediaFolder(const std::string& volume);
+
+/// The directories that a profile writes into, as it names them: what lies there was made by us.
 std::set<std::string> destinations(const ProfileRecipe& recipe);
 
 /// The request that makes the default profile: link only, a new bin named after the volume.

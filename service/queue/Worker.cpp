@@ -62,6 +62,7 @@ void Worker::stop()
         const std::lock_guard lock(m_mutex);
         m_stopping = true;
         m_queue.clear();
+        m_paused.clear();
         m_queued.clear();
         m_waiting.clear();
         m_background.clear();
@@ -80,13 +81,13 @@ void Worker::stop()
 
 void Worker::addFile(const std::string& folderId, const std::string& path, const std::string& jobId)
 {
-    add({folderId, path, jobId, makeCancelToken(), {}}, path);
+    add({folderId, path, jobId, makeCancelToken(), {}, {}}, path);
 }
 
 void Worker::addJob(const std::string& jobId)
 {
     const auto job = m_stores.jobs.find(jobId);
-    add({{}, {}, jobId, makeCancelToken(), {}}, job ? job->path : std::string());
+    add({{}, {}, jobId, makeCancelToken(), {}, {}}, job ? job->path : std::string());
 }
 
 void Worker::add(Task task, const std::string& path)
@@ -146,6 +147,12 @@ std::vector<Worker::Task> Worker::cancelWhere(Matches matches)
         waiting.push_back(std::move(*task));
     }
     m_queue.erase(out, m_queue.end());
+    for (auto& [what, pause] : m_paused) {
+        const auto gone = std::stable_partition(pause.tasks.begin(), pause.tasks.end(),
+                                                [&](const Task& task) { return !matches(task); });
+        waiting.insert(waiting.end(), gone, pause.tasks.end());
+        pause.tasks.erase(gone, pause.tasks.end());
+    }
     for (auto& task : m_running) {
         if (matches(task))
             *task.cancel = true;
@@ -256,12 +263,13 @@ void Worker::run()
 {
     std::unique_lock lock(m_mutex);
     while (!m_stopping) {
+        endPauses();
         if (const auto next = nextTask(); next != m_queue.end())
             runTask(lock, next);
         else if (!m_background.empty() && !m_inBackground)
             runBackground(lock);
         else
-            m_wake.wait(lock);
+            waitForWork(lock);
     }
 }
 
@@ -331,6 +339,9 @@ void Worker::performFile(Task& task)
         m_wakePublisher.notify_one();
         return;
     }
+    if (result.end == FileResult::End::Waiting)
+        return pause(task, result.text);
+    endPause(task);
     m_fileDone(task.folderId, task.path, result.stamp);
 }
 
@@ -396,6 +407,8 @@ void Worker::tellEnd(const FileOrder& order, const FileResult& result)
             return book.tell(order.ownerId, order.path,
                              {ClipStage::Waiting, "Is looked at again: " + result.text});
         return book.tell(order.ownerId, order.path, {ClipStage::Gone, "Its file is gone"});
+    case FileResult::End::Waiting:
+        return book.tell(order.ownerId, order.path, {ClipStage::Waiting, result.text});
     case FileResult::End::Publishing:
         return book.tellReason(order.ownerId, order.path, "Its link document waits: " + result.text);
     case FileResult::End::Cancelled:
@@ -439,6 +452,10 @@ void Worker::endFolderJob(const Task& task, const FileResult& result, bool wasRe
     // A job that a client cancelled stays to be seen; one that succeeded has its output to show for it.
     if (!job || job->state == jobstate::kCancelled)
         return;
+    if (result.end == FileResult::End::Waiting) {
+        m_stores.jobs.move(task.jobId, kRunningOnly, jobstate::kSubmitted, result.text);
+        return;
+    }
     const bool nothingLeft = wasRetried && result.end == FileResult::End::Later && !result.text.empty();
     if (result.end == FileResult::End::Failed || nothingLeft)
         m_stores.jobs.move(task.jobId, {jobstate::kSubmitted, jobstate::kRunning}, jobstate::kFailed,
@@ -496,6 +513,11 @@ void Worker::performJob(Task& task)
         follow(order);
         const FileResult result = m_pipeline.process(order);
         tellEnd(order, result);
+        if (result.end == FileResult::End::Waiting) {
+            if (m_stores.jobs.move(job->id, kRunningOnly, jobstate::kSubmitted, result.text))
+                pause(task, result.text);
+            return;
+        }
         if (result.end == FileResult::End::Offered || result.end == FileResult::End::Known)
             ++offered;
         else if (failure.empty() && (result.end != FileResult::End::Rejected || paths.size() == 1))
@@ -504,6 +526,7 @@ void Worker::performJob(Task& task)
     }
     if (*task.cancel)
         return;
+    endPause(task);
     if (failure.empty() && offered == 0)
         failure = "no media was found";
     if (!failure.empty())

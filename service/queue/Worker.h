@@ -66,7 +66,15 @@ private:
         std::string path;
         std::string jobId;
         CancelToken cancel;
-        std::string mount; ///< the file system that it is about
+        std::string mount;     ///< the file system that it is about
+        std::string waitedFor; ///< what it waited for last, "waiting for ..."
+    };
+    /// Tasks that wait for the same: when it is time, one after the other is tried again.
+    struct Pause
+    {
+        std::deque<Task> tasks;
+        std::chrono::steady_clock::time_point due;
+        std::chrono::milliseconds length{0};
     };
 
     /// The same for tasks that must not be performed side by side.
@@ -82,6 +90,10 @@ private:
     void publish();
     void publishGroup(const std::vector<std::pair<Task, std::shared_ptr<ReadyClip>>>& group);
     bool isBusy(const std::string& key) const;
+    void pause(Task task, const std::string& waitedFor);
+    void endPause(const Task& task);
+    void endPauses();
+    void waitForWork(std::unique_lock<std::mutex>& lock);
     void perform(Task& task);
     void performFile(Task& task);
     void performJob(Task& task);
@@ -105,6 +117,7 @@ private:
     Mounts m_mounts;
     std::chrono::steady_clock::time_point m_mountsRead;
     std::vector<Task> m_running;
+    std::map<std::string, Pause> m_paused; ///< by what is waited for
     std::deque<std::function<void(const CancelToken& cancel)>> m_background;
     CancelToken m_backgroundCancel = makeCancelToken();
     bool m_inBackground = false;

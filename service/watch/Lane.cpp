@@ -113,12 +113,8 @@ public:
     {
         forget(setup.folder.id);
         auto folder = std::make_unique<WatchedFolder>(setup.folder, setup.known, setup.skipped, m_settle,
-                                                      setup.underWay, setup.settings);
+                                                      setup.underWay);
         m_turns[setup.folder.id] = setup.turn;
-        folder->goesOn = [this] {
-            m_busySince = steadyNow();
-            return !isEnded();
-        };
         WatchedFolder& added = *(m_folders[setup.folder.id] = std::move(folder));
         read(added);
     }
@@ -259,7 +255,7 @@ private:
             m_busySince = steadyNow();
             return !isEnded();
         };
-        folder.unavailable ? folder.beginReadingAgain() : folder.beginReading();
+        folder.beginReading();
         const int error = filewalk::walk(folder.root(), folder.skipped(), visitor);
         if (isEnded())
             return;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "media/LinkSettings.h"
 #include "store/Records.h"
 #include "watch/DirectoryEvents.h"
 
@@ -43,7 +42,6 @@ public:
     /// What is to be watched.
     struct Setup
     {
-        LinkSettings settings;  ///< of the folder's profile
         std::uint64_t turn = 0; ///< told with each report
         FolderRecord folder;
         std::unordered_map<std::string, FileStamp> known; ///< files whose work is done

@@ -76,6 +76,10 @@ private slots:
         QCOMPARE(options->historySeconds, 5.0);
         QCOMPARE(parse({"--config", file("")})->historySeconds, 60.0);
         QVERIFY(!parse({"--history", "never"}));
+        QCOMPARE(parse({"--config", file("")})->workers, 0);
+        QCOMPARE(parse({"--workers", "7", "--config", file("workers = 3\n")})->workers, 7);
+        QVERIFY(!parse({"--workers", "33"}));
+        QVERIFY(!parse({"--workers", "-1"}));
         QVERIFY(options->logLevel == Options::LogLevel::Info);
         QCOMPARE(from(*options, "port"), QByteArray("command line"));
         QCOMPARE(from(*options, "settle"), QByteArray("environment, KRX_SERVICE_SETTLE"));

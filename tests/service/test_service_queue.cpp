@@ -9,6 +9,7 @@
 #include <QProcess>
 #include <QtTest>
 
+#include <algorithm>
 #include <condition_variable>
 #include <mutex>
 
@@ -50,8 +51,10 @@ class TestServiceQueue : public QObject
         {
             std::string activities;
             for (const auto& copy : copies)
-                activities += "<activity id=\"copy\"><destinationDetail><filesystemPath>" + copy.destination +
-                              "</filesystemPath></destinationDetail></activity>";
+                activities += !copy.element.empty()
+                                  ? copy.element
+                                  : "<activity id=\"copy\"><destinationDetail><filesystemPath>" +
+                                        copy.destination + "</filesystemPath></destinationDetail></activity>";
             profiles.create({"p", "P",
                              "<profile><processDefinition><package><activities>" + activities +
                                  "</activities></package></processDefinition></profile>"});
@@ -323,6 +326,44 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(line.jobs.find(id)->state, std::string("COMPLETED"), 30000);
         QCOMPARE(line.outputs.list(id).size(), std::size_t(6));
         QVERIFY(line.errors.list().empty());
+    }
+
+    void whatHasNoVolumeWaitsAndGoesOnByItself()
+    {
+        const QString volume = m_media.filePath(s("away"));
+        ActivityRecipe transcode;
+        transcode.element =
+            "<activity id=\"transcode\"><outputDetail><filesystemVideoVolume>" + volume.toStdString() +
+            "/</filesystemVideoVolume><outputTranscodeVideoProfile><videoCompressionType>16777217"
+            "</videoCompressionType></outputTranscodeVideoProfile></outputDetail></activity>";
+        const std::string waiting = "waiting for the volume " + volume.toStdString();
+        Line line(m_media.path(), {transcode});
+        const auto isWaiting = [&](const std::string& path) {
+            for (const auto& job : line.jobs.list(false)) {
+                if (job.path == path)
+                    return job.state == jobstate::kSubmitted && job.message == waiting;
+            }
+            return false;
+        };
+        line.worker.addFile("f000001", m_one);
+        QTRY_VERIFY_WITH_TIMEOUT(isWaiting(m_one), 30000);
+        const std::string job = line.submit(QString::fromStdString(m_two));
+        line.worker.addJob(job);
+        QTRY_VERIFY_WITH_TIMEOUT(isWaiting(m_two), 30000);
+        const auto all = line.errors.list();
+        QCOMPARE(int(std::count(all.begin(), all.end(), waiting)), 1);
+        QVERIFY(line.ended.empty());
+
+        // One of them is given up; the other goes on when the volume is there.
+        QVERIFY(line.jobs.move(job, {jobstate::kSubmitted}, jobstate::kCancelled));
+        line.worker.cancelJob(job);
+        QVERIFY(QDir().mkpath(volume));
+        QVERIFY(line.waitForEnds(1));
+        QCOMPARE(line.ended.front(), std::make_pair(m_one, true));
+        QCOMPARE(int(line.listed().size()), 1);
+        QVERIFY(line.errors.list().empty());
+        QCOMPARE(line.jobs.find(job)->state, std::string(jobstate::kCancelled));
+        QTRY_VERIFY_WITH_TIMEOUT(!line.worker.isActive(), 30000);
     }
 };
 

@@ -107,11 +107,11 @@ private slots:
     {
         ServiceStage stage;
         QVERIFY(stage.begin());
-        QFile notes(stage.watch + s("/notes.rtf"));
+        QFile notes(stage.watch + s("/notes.txt"));
         QVERIFY(notes.open(QIODevice::WriteOnly));
         notes.write("words\n");
         notes.close();
-        QTRY_COMPARE_WITH_TIMEOUT(stage.service->errors().filter(s("notes.rtf")).size(), 1, kStagePatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->errors().filter(s("notes.txt")).size(), 1, kStagePatience);
         stage.service->get("errors?clear=true");
         QVERIFY(stage.marked(s("mark.wav")));
         QCOMPARE(stage.service->terminate(), 0);
@@ -231,16 +231,14 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(stage.service->get("jobs/status").texts(s("id")).isEmpty(), kStagePatience);
     }
 
-    void transcodeIsAFailedJobThatSaysSo()
+    void transcodeToNoKnownCodecIsAFailedJobThatSaysSo()
     {
         ServiceStage stage;
         QVERIFY(stage.begin("<activity id=\"transcode\" name=\"Transcode 1\"/>"));
         stage.drop(s("a.wav"));
         QTRY_COMPARE_WITH_TIMEOUT(stage.service->get("jobs/status").text(s("state")), s("FAILED"),
                                   kStagePatience);
-        QVERIFY(stage.service->get("jobs/status")
-                    .text(s("message"))
-                    .contains(s("not available in this version")));
+        QVERIFY(stage.service->get("jobs/status").text(s("message")).contains(s("is not in the catalogue")));
         QVERIFY(stage.outputs().isEmpty());
     }
 

@@ -485,9 +485,9 @@ private slots:
         QVERIFY(bench.pipeline.process(order).end == FileResult::End::Failed);
     }
 
-    void transcodeAndConsolidateFailWithATextThatSaysSo()
+    void actionsThatAreNotThereFailWithATextThatSaysSo()
     {
-        for (const char* id : {"transcode", "consolidate"}) {
+        for (const char* id : {"sharpen", "consolidate"}) {
             Bench bench;
             FileOrder order = bench.order(m_wave);
             ActivityRecipe activity;

@@ -1,0 +1,363 @@
+#include "activities/Transcoder.h"
+
+#include "MediaCatalogue.h"
+#include "activities/EncodingPlan.h"
+#include "activities/MediaTarget.h"
+#include "base/Log.h"
+#include "base/SourceFile.h"
+#include "base/Text.h"
+#include "base/VolumeTurn.h"
+#include "engines/Ffmpeg.h"
+#include "media/MediaProbe.h"
+#include "media/Sequence.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace krxservice::transcoder {
+
+namespace {
+
+constexpr double kMoreSpace = 1.02;               ///< for what a file has besides its streams
+constexpr std::int64_t kLeastSpace = 1024 * 1024; ///< bytes
+constexpr double kMayMiss = 0.5;                  ///< seconds that a source may hold less than it says
+constexpr double kMayMissPart = 0.01;
+constexpr int kEncoded = 95; ///< percent, when all is encoded and it is looked at
+constexpr mode_t kOwners = 0600;
+constexpr mode_t kFileMode = 0666;
+
+/// A file that is made, and what it has to hold.
+struct Result
+{
+    std::shared_ptr<HiddenFile> file;
+    std::string kind; ///< "picture" or "sound"
+    bool hasPicture = false;
+    int tracks = 0;
+};
+
+class Run
+{
+public:
+    Run(const Clip& clip, const MediaOptions& options, ActivityNote note, const ActivityProgress& progress,
+        const CancelToken& cancel)
+        : m_clip(clip)
+        , m_options(options)
+        , m_note(std::move(note))
+        , m_progress(progress)
+        , m_cancel(cancel)
+        , m_videoTarget(options.videoVolume, clip)
+        , m_audioTarget(options.audioVolume, clip)
+        , m_source(clip.linked.path, clip.linked.path == clip.source.path ? clip.watched : std::string())
+    {
+    }
+
+    Outcome<Clip> run()
+    {
+        if (!m_source.isOpen())
+            return m_source.isMissing() ? Refusal{kLookAgain, m_clip.linked.path + " is gone"}
+                                        : failed(m_source.error());
+        const ProbeResult probe = MediaProbe::probe(m_source, m_cancel);
+        if (probe.verdict != ProbeResult::Verdict::Media)
+            return failed(probe.text);
+        m_media = probe.facts;
+        auto plan = EncodingPlan::make(m_options, m_clip, m_media, KRXCatalogue::builtInCatalogue());
+        if (!plan)
+            return failed(plan.refusal().text);
+        m_plan = std::move(*plan);
+        if (const auto refusal = reckonSpace())
+            return *refusal;
+        const VolumeTurn pictureTurn(m_options.videoVolume, m_cancel);
+        if (const auto refusal = openResults())
+            return *refusal;
+        if (const auto refusal = encode())
+            return *refusal;
+        for (const auto& result : m_results) {
+            if (const std::string reason = check(result); !reason.empty())
+                return *m_cancel ? Refusal{500, "cancelled"} : failed("its result is not right: " + reason);
+        }
+        if (!m_clip.sequence && !m_source.isUnchanged())
+            return Refusal{kLookAgain, m_clip.linked.path + " changed while it was transcoded"};
+        return finish();
+    }
+
+private:
+    Refusal failed(const std::string& reason) const
+    {
+        return {500, "Transcoding " + m_clip.linked.path + " failed: " + reason};
+    }
+
+    FrameRate pictureRate() const
+    {
+        const FrameRate rate = FrameRate::from(m_clip.link.frameRate);
+        return rate.isKnown() ? rate : m_plan.rate.isKnown() ? m_plan.rate : FrameRate{25, 1};
+    }
+
+    bool isPictures() const { return m_clip.sequence || m_media.kind == "image"; }
+
+    std::int64_t pictures() const
+    {
+        return m_clip.sequence ? m_clip.sequence->lastNumber - m_clip.sequence->firstNumber + 1 : 1;
+    }
+
+    /// As far as it is known before.
+    double seconds() const
+    {
+        if (isPictures())
+            return double(pictures()) / pictureRate().value();
+        return std::strtod(m_media.duration.c_str(), nullptr);
+    }
+
+    std::optional<Refusal> reckonSpace() const
+    {
+        const auto bytes =
+            static_cast<std::int64_t>(double(m_plan.bytesPerSecond) * seconds() * kMoreSpace) + kLeastSpace;
+        if (m_plan.hasPicture || !m_plan.isSoundApart) {
+            if (auto refusal = m_videoTarget.refusal(bytes))
+                return refusal;
+        }
+        return m_plan.isSoundApart ? m_audioTarget.refusal(kLeastSpace) : std::nullopt;
+    }
+
+    std::optional<Refusal> openResults()
+    {
+        const auto open = [&](const MediaTarget& target, const std::string& extension, const char* kind) {
+            auto file = target.begin(extension, m_progress);
+            if (!file)
+                return std::optional(file.refusal());
+            Result result;
+            result.file = *file;
+            result.kind = kind;
+            result.hasPicture = std::string(kind) == "picture";
+            result.tracks = result.hasPicture ? (m_plan.isSoundApart ? 0 : m_plan.tracks) : 1;
+            m_results.push_back(result);
+            return std::optional<Refusal>();
+        };
+        if (m_plan.hasPicture) {
+            if (auto refusal = open(m_videoTarget, m_plan.extension, "picture"))
+                return refusal;
+        }
+        return m_plan.isSoundApart ? open(m_audioTarget, "wav", "sound") : std::nullopt;
+    }
+
+    EngineInput input()
+    {
+        EngineInput input;
+        if (!isPictures()) {
+            input.medium = {m_source.get(), text::baseName(m_clip.linked.path)};
+            input.arguments = Ffmpeg::decoders(m_media);
+            return input;
+        }
+        const FrameRate rate = pictureRate();
+        input.rateNumerator = static_cast<int>(rate.numerator);
+        input.rateDenominator = static_cast<int>(rate.denominator);
+        input.pictures = pictures();
+        input.arguments = Ffmpeg::decoders(m_media);
+        input.picture = [this](std::int64_t number) { return openPicture(number); };
+        return input;
+    }
+
+    std::optional<EngineFile> openPicture(std::int64_t number)
+    {
+        if (!m_clip.sequence)
+            return EngineFile{m_source.get(), text::baseName(m_clip.linked.path)};
+        const std::string name = sequence::name(*m_clip.sequence, m_clip.sequence->firstNumber + number);
+        const std::string directory = m_clip.linked.path.substr(0, m_clip.linked.path.rfind('/') + 1);
+        m_picture = std::make_unique<SourceFile>(directory + name);
+        if (!m_picture->isOpen())
+            return std::nullopt;
+        return EngineFile{m_picture->get(), name};
+    }
+
+    EngineOrder order()
+    {
+        EngineOrder order;
+        order.inputs.push_back(input());
+        if (m_clip.parts.size() > 1)
+            addSoundPart(order);
+        order.filters = m_plan.soundFilter;
+        for (const auto& result : m_results) {
+            EngineOutput output;
+            output.file = result.file->get();
+            output.format = result.hasPicture ? m_plan.muxer : "wav";
+            if (result.hasPicture) {
+                output.arguments = m_plan.video;
+                output.arguments.insert(output.arguments.end(), m_plan.sound.begin(), m_plan.sound.end());
+            } else {
+                output.arguments = m_plan.soundApart;
+            }
+            output.arguments.insert(output.arguments.end(), m_plan.tags.begin(), m_plan.tags.end());
+            order.outputs.push_back(output);
+        }
+        order.seconds = seconds();
+        order.cancel = m_cancel;
+        order.progress = [this](int percent) {
+            if (m_progress.percent)
+                m_progress.percent(percent * kEncoded / 100);
+        };
+        return order;
+    }
+
+    /// Sound that an action before this one put into a file of its own.
+    void addSoundPart(EngineOrder& order)
+    {
+        for (const auto& part : m_clip.parts) {
+            if (part.kind != "sound")
+                continue;
+            m_soundSource = std::make_unique<SourceFile>(part.file.path);
+            EngineInput input;
+            input.medium = {m_soundSource->get(), text::baseName(part.file.path)};
+            input.arguments = Ffmpeg::decoders(MediaProbe::probe(*m_soundSource, m_cancel).facts);
+            order.inputs.push_back(input);
+            return;
+        }
+    }
+
+    std::optional<Refusal> encode()
+    {
+        const EngineResult result = Ffmpeg::run(order());
+        switch (result.end) {
+        case EngineResult::End::Done:
+            break;
+        case EngineResult::End::NoSpace:
+            return m_videoTarget.refusal(kLeastSpace) ? m_videoTarget.full() : m_audioTarget.full();
+        case EngineResult::End::Cancelled:
+            return Refusal{500, "cancelled"};
+        default:
+            return failed(result.text);
+        }
+        m_fed = result.fed;
+        if (result.wasDamaged)
+            m_note.notes.push_back("Some of it could not be read or decoded" +
+                                   (result.complaint.empty() ? std::string() : ": " + result.complaint));
+        return lookAtWhatWasRead();
+    }
+
+    double pictureSeconds() const
+    {
+        for (const auto& stream : m_fed) {
+            if (stream.isPicture)
+                return stream.end;
+        }
+        return 0;
+    }
+
+    double soundSeconds() const
+    {
+        double end = 0;
+        for (const auto& stream : m_fed)
+            end = stream.isPicture ? end : std::max(end, stream.end);
+        return end;
+    }
+
+    std::optional<Refusal> lookAtWhatWasRead() const
+    {
+        if (m_plan.hasPicture && pictureSeconds() <= 0)
+            return failed("it holds no pictures");
+        if (isPictures())
+            return std::nullopt;
+        const double said = seconds();
+        const double had = std::max(pictureSeconds(), soundSeconds());
+        if (said - had > std::max(kMayMiss, said * kMayMissPart))
+            return failed("it holds only " + std::to_string(had) + " of the " + std::to_string(said) +
+                          " seconds that it says: it is cut off");
+        return std::nullopt;
+    }
+
+    /// An empty text or what is wrong with a result.
+    std::string check(const Result& result) const
+    {
+        const CheckResult found = Ffmpeg::check(result.file->get(), result.file->name(), m_cancel);
+        if (!found.isWhole)
+            return found.text;
+        int pictureStreams = 0;
+        int tracks = 0;
+        for (const auto& stream : found.streams) {
+            if (stream.type == "video") {
+                ++pictureStreams;
+                const double wanted = pictureSeconds() * m_plan.rate.value();
+                if (std::abs(double(stream.packets) - wanted) > 1.01)
+                    return "it has " + std::to_string(stream.packets) + " pictures and not " +
+                           std::to_string(std::llround(wanted));
+            } else if (stream.type == "audio") {
+                ++tracks;
+                const double wanted = m_plan.hasPicture && m_plan.extension == "mxf" && result.hasPicture
+                                          ? pictureSeconds()
+                                          : soundSeconds();
+                const double frame = m_plan.rate.isKnown() ? 1 / m_plan.rate.value() : 0.04;
+                if (std::abs(stream.seconds - wanted) > std::max(frame, 0.04) + 0.001)
+                    return "it has " + std::to_string(stream.seconds) + " seconds of sound and not " +
+                           std::to_string(wanted);
+            }
+        }
+        if (pictureStreams != (result.hasPicture ? 1 : 0) || tracks != result.tracks)
+            return "it has " + std::to_string(pictureStreams) + " streams of pictures and " +
+                   std::to_string(tracks) + " of sound, not " + (result.hasPicture ? "1" : "0") + " and " +
+                   std::to_string(result.tracks);
+        return {};
+    }
+
+    Outcome<Clip> finish()
+    {
+        const mode_t mode = (m_source.reach() & kFileMode) | kOwners;
+        const auto undo = [this] {
+            for (auto& result : m_results)
+                result.file->undo();
+        };
+        Clip made = m_clip;
+        made.parts.clear();
+        for (auto& result : m_results) {
+            HiddenFile::Failure failure;
+            if (!result.file->finish(mode, failure)) {
+                undo();
+                return (result.hasPicture ? m_videoTarget : m_audioTarget).failed(failure);
+            }
+            std::string error;
+            const auto checksum = filetools::checksum(result.file->get(), m_cancel, error);
+            const auto stamp = filetools::stampOf(result.file->path());
+            if (!checksum || !stamp) {
+                undo();
+                return *m_cancel ? Refusal{500, "cancelled"} : failed(result.file->path() + ": " + error);
+            }
+            const FileFacts facts{result.file->path(), *stamp, *checksum};
+            m_note.made.push_back(facts);
+            made.parts.push_back({result.kind, facts});
+            log::info("transcoded " + m_clip.linked.path + " to " + facts.path);
+        }
+        made.linked = made.parts.front().file;
+        if (made.parts.size() == 1)
+            made.parts.clear();
+        m_note.check = "verified";
+        m_note.notes.insert(m_note.notes.end(), m_plan.notes.begin(), m_plan.notes.end());
+        made.activities.push_back(m_note);
+        return made;
+    }
+
+    const Clip& m_clip;
+    const MediaOptions& m_options;
+    ActivityNote m_note;
+    const ActivityProgress& m_progress;
+    const CancelToken m_cancel;
+    const MediaTarget m_videoTarget;
+    const MediaTarget m_audioTarget;
+    const SourceFile m_source;
+    MediaFacts m_media;
+    EncodingPlan m_plan;
+    std::vector<Result> m_results;
+    std::vector<FedStream> m_fed;
+    std::unique_ptr<SourceFile> m_picture;     ///< of a sequence, the one that is handed over
+    std::unique_ptr<SourceFile> m_soundSource; ///< sound that is apart from the pictures already
+};
+
+} // namespace
+
+Outcome<Clip> run(const Clip& clip, const MediaOptions& options, ActivityNote note,
+                  const ActivityProgress& progress, const CancelToken& cancel)
+{
+    return Run(clip, options, std::move(note), progress, cancel).run();
+}
+
+} // namespace krxservice::transcoder

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "base/CancelToken.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace krxservice {
+
+/// The right to write large files to a volume, until its object goes. A spinning disk has one writer at a
+/// time, because two make it move its heads all the time; everything else has any number.
+class VolumeTurn
+{
+public:
+    /// Waits for the turn on the volume that \a path is on, or until \a cancel is set.
+    VolumeTurn(const std::string& path, const CancelToken& cancel);
+    ~VolumeTurn();
+    VolumeTurn(const VolumeTurn&) = delete;
+    VolumeTurn& operator=(const VolumeTurn&) = delete;
+
+    /// True for a disk that spins, as far as the system says. \a root is where it tells of its devices.
+    static bool isSpinning(std::uint64_t device, const std::string& root = "/sys/dev/block");
+
+    /// For tests: takes every volume for a spinning one.
+    static void treatAllAsSpinning(bool all);
+
+private:
+    std::optional<std::uint64_t> m_device; ///< that is taken
+};
+
+} // namespace krxservice

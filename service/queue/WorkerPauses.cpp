@@ -1,0 +1,85 @@
+#include "queue/Worker.h"
+
+#include <algorithm>
+
+/// The tasks of the worker that wait for a volume.
+namespace krxservice {
+
+namespace {
+
+/// Between two looks at a volume that had no space or was away.
+constexpr std::chrono::milliseconds kFirstPause{500};
+constexpr std::chrono::milliseconds kLongestPause{30000};
+/// Before the next of those that wait for the same is tried, after the first went on.
+constexpr std::chrono::milliseconds kNextPause{200};
+
+} // namespace
+
+/// The task is tried again when it is time; who looks at the errors sees what is waited for.
+void Worker::pause(Task task, const std::string& waitedFor)
+{
+    bool isNew = false;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_stopping)
+            return;
+        Pause& pause = m_paused[waitedFor];
+        isNew = pause.length.count() == 0;
+        pause.length = isNew ? kFirstPause : std::min(pause.length * 2, kLongestPause);
+        pause.due = std::chrono::steady_clock::now() + pause.length;
+        task.waitedFor = waitedFor;
+        pause.tasks.push_front(std::move(task));
+    }
+    m_wake.notify_one();
+    if (isNew)
+        m_stores.errors.add(waitedFor);
+}
+
+/// A task that waited went on: the others follow soon.
+void Worker::endPause(const Task& task)
+{
+    if (task.waitedFor.empty())
+        return;
+    m_stores.errors.removeStarting(task.waitedFor);
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_paused.find(task.waitedFor);
+    if (found == m_paused.end())
+        return;
+    if (found->second.tasks.empty())
+        m_paused.erase(found);
+    else
+        found->second.due = std::chrono::steady_clock::now();
+}
+
+/// Puts back into the queue one of each kind of waiting tasks whose time has come.
+void Worker::endPauses()
+{
+    const auto now = std::chrono::steady_clock::now();
+    for (auto& [what, pause] : m_paused) {
+        if (pause.tasks.empty() || pause.due > now)
+            continue;
+        Task task = std::move(pause.tasks.front());
+        pause.tasks.pop_front();
+        pause.due = now + kNextPause;
+        task.cancel = makeCancelToken();
+        if (!m_queued.insert(keyOf(task)).second)
+            continue;
+        ++m_waiting[task.mount];
+        m_queue.push_back(std::move(task));
+    }
+}
+
+void Worker::waitForWork(std::unique_lock<std::mutex>& lock)
+{
+    auto due = std::chrono::steady_clock::time_point::max();
+    for (const auto& [what, pause] : m_paused) {
+        if (!pause.tasks.empty())
+            due = std::min(due, pause.due);
+    }
+    if (due == std::chrono::steady_clock::time_point::max())
+        m_wake.wait(lock);
+    else
+        m_wake.wait_until(lock, due);
+}
+
+} // namespace krxservice

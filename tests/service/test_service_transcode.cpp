@@ -1,0 +1,276 @@
+#include "EngineBench.h"
+#include "TestFiles.h"
+#include "activities/MediaTarget.h"
+#include "activities/Transcoder.h"
+
+#include <QDir>
+
+#include <unistd.h>
+
+namespace {
+
+QString s(const char* text)
+{
+    return QString::fromUtf8(text);
+}
+
+} // namespace
+
+/// What becomes of media that are not as one would wish, and of volumes.
+class TestServiceTranscode : public QObject
+{
+    Q_OBJECT
+
+    EngineBench m_bench;
+    QString m_volume;
+    int m_count = 0;
+
+    /// ProRes Proxy in PAL, which is quick; volumes on a fresh folder.
+    MediaOptions options(const char* projectType = "PAL 25p")
+    {
+        m_volume = m_bench.path(s("volume%1").arg(++m_count));
+        QDir().mkpath(m_volume);
+        MediaOptions options;
+        options.videoVolume = options.audioVolume = m_volume.toStdString();
+        options.video.compressionId = "16777217";
+        options.video.projectType = projectType;
+        options.video.colorSpace = "YCbCr 601";
+        options.video.raster = "720x576";
+        options.video.reformats = true;
+        return options;
+    }
+    Clip clip(const QString& name) const
+    {
+        Clip clip;
+        clip.watched = m_bench.folder.path().toStdString();
+        clip.source.path = m_bench.path(name).toStdString();
+        clip.linked = clip.source;
+        return clip;
+    }
+    Outcome<Clip> transcode(const QString& name, const MediaOptions& options,
+                            const CancelToken& cancel = makeCancelToken())
+    {
+        return transcoder::run(clip(name), options, {}, {}, cancel);
+    }
+    QStringList left() const
+    {
+        QStringList names;
+        QDir folder(m_volume + s("/KRX Media/") + QFileInfo(m_bench.folder.path()).fileName());
+        return folder.entryList(QDir::Files | QDir::Hidden);
+    }
+    static QString linked(const Outcome<Clip>& made) { return QString::fromStdString(made->linked.path); }
+
+private slots:
+    void cleanup() { Ffmpeg::use({}); }
+
+    void aClipBecomesWhatWasOrdered()
+    {
+        QCOMPARE(m_bench.make(s("in.mov"),
+                              "-f lavfi -i testsrc2=s=320x180:r=25:d=0.4 -f lavfi -i "
+                              "sine=r=48000:d=0.4 -timecode 10:00:00:00 -c:v mpeg4 -c:a pcm_s16le"),
+                 QString());
+        const auto made = transcode(s("in.mov"), options());
+        QVERIFY2(made, made.refusal().text.c_str());
+        QCOMPARE(linked(made),
+                 m_volume + s("/KRX Media/") + QFileInfo(m_bench.folder.path()).fileName() + s("/in.mov"));
+        QCOMPARE(
+            EngineBench::probed(linked(made), "stream=codec_name,width,height,r_frame_rate,nb_read_packets"),
+            s("prores,720,576,25/1,10"));
+        QCOMPARE(EngineBench::probed(linked(made), "stream=codec_name,sample_rate,channels", "a"),
+                 s("pcm_s16le,48000,1"));
+        QVERIFY(EngineBench::probed(linked(made), "format_tags=timecode:stream_tags=timecode")
+                    .contains(s("10:00:00:00")));
+        QCOMPARE(left(), QStringList(s("in.mov")));
+        QCOMPARE(int(made->activities.size()), 1);
+        QCOMPARE(made->activities[0].made[0].path, made->linked.path);
+        QCOMPARE(made->activities[0].check, std::string("verified"));
+    }
+
+    void mediaThatAreOdd_data()
+    {
+        QTest::addColumn<QByteArray>("make");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("sound"); ///< one line each stream: channels
+        QTest::addColumn<int>("pictures");
+        const QByteArray moving = "-f lavfi -i testsrc2=s=160x96:r=25:d=0.4 ";
+        const auto row = [](const char* name, const QByteArray& make, const char* file, const char* sound,
+                            int pictures) {
+            QTest::newRow(name) << make << s(file) << QByteArray(sound) << pictures;
+        };
+        row("no audio", moving + "-c:v mpeg4", "mute.mov", "", 10);
+        row("5.1", moving + "-f lavfi -i anoisesrc=r=48000:d=0.4:c=pink -ac 6 -c:v mpeg4 -c:a pcm_s24le",
+            "surround.mov", "6", 10);
+        QByteArray mono = moving + "-f lavfi -i sine=r=48000:d=0.4 -map 0:v";
+        for (int i = 0; i < 16; ++i)
+            mono += " -map 1:a";
+        row("16 mono tracks", mono + " -c:v mpeg4 -c:a pcm_s16le", "mono.mov",
+            "1\n1\n1\n1\n1\n1\n1\n1\n1\n1\n1\n1\n1\n1\n1\n1", 10);
+        row("odd size", "-f lavfi -i testsrc2=s=161x97:r=25:d=0.4 -c:v ffv1 -pix_fmt yuv444p", "odd.mkv", "",
+            10);
+        row("variable rate",
+            "-f lavfi -i testsrc2=s=160x96:r=50:d=0.4 -vf select='not(eq(mod(n\\,5)\\,2))' -vsync vfr -c:v "
+            "ffv1",
+            "vfr.mkv", "", 10);
+        row("sound longer than pictures", moving + "-f lavfi -i sine=r=48000:d=1 -c:v mpeg4 -c:a pcm_s16le",
+            "longer.mov", "1", 10);
+        row("compressed sound",
+            moving + "-f lavfi -i sine=r=44100:d=0.4 -pix_fmt yuv420p -c:v libx264 -c:a aac", "aac.mp4", "1",
+            10);
+        row("another rate", "-f lavfi -i testsrc2=s=160x96:r=50:d=0.4 -c:v mpeg4", "fifty.mov", "", 10);
+        row("a slower rate", "-f lavfi -i testsrc2=s=160x96:r=12.5:d=0.4 -c:v mpeg4", "slow.mov", "", 10);
+        row("transport stream", moving + "-pix_fmt yuv420p -c:v libx264 -bf 2", "stream.ts", "", 10);
+        row("a still", "-f lavfi -i testsrc2=s=160x96 -frames:v 1", "still.png", "", 1);
+    }
+    void mediaThatAreOdd()
+    {
+        QFETCH(QByteArray, make);
+        QFETCH(QString, name);
+        QFETCH(QByteArray, sound);
+        QFETCH(int, pictures);
+        QCOMPARE(m_bench.make(name, make.constData()), QString());
+        const auto made = transcode(name, options());
+        QVERIFY2(made, made.refusal().text.c_str());
+        QCOMPARE(EngineBench::probed(linked(made), "stream=width,height,nb_read_packets"),
+                 s("720,576,%1").arg(pictures));
+        QCOMPARE(EngineBench::probed(linked(made), "stream=channels", "a"), QString::fromUtf8(sound));
+        QCOMPARE(EngineBench::pictures(linked(made)).size(), pictures);
+    }
+
+    void whatCannotBeDoneIsNamedAndLeavesNothing_data()
+    {
+        QTest::addColumn<QString>("what");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("codec") << s("codec") << s("the codec \"Nonsense\" (77) is not in the catalogue");
+        QTest::newRow("profile") << s("profile") << s("has no encoding profile \"Nonsense\"");
+        QTest::newRow("project type")
+            << s("type") << s("the project type \"Nonsense\" is not in the catalogue");
+        QTest::newRow("file for a volume") << s("file") << s("is no folder");
+        QTest::newRow("no volume") << s("none") << s("names no volume");
+        QTest::newRow("ffmpeg missing") << s("missing") << s("is not installed");
+        QTest::newRow("ffmpeg killed") << s("killed") << s("was ended by signal 9");
+        QTest::newRow("ffmpeg that makes nothing") << s("liar") << s("its result is not right");
+        QTest::newRow("truncated") << s("truncated") << s("it is cut off");
+        QTest::newRow("zero frames") << s("empty") << s("");
+    }
+    void whatCannotBeDoneIsNamedAndLeavesNothing()
+    {
+        QFETCH(QString, what);
+        QFETCH(QString, reason);
+        QString name = s("plain.mov");
+        QCOMPARE(m_bench.make(name, "-f lavfi -i testsrc2=s=160x96:r=25:d=2 -c:v mpeg4 -movflags +faststart"),
+                 QString());
+        MediaOptions order = options();
+        if (what == s("codec")) {
+            order.video.compressionId = "77";
+            order.video.compressionName = "Nonsense";
+        } else if (what == s("profile")) {
+            order.video.encodingProfile = "Nonsense";
+        } else if (what == s("type")) {
+            order.video.projectType = "Nonsense";
+        } else if (what == s("file")) {
+            order.videoVolume = order.audioVolume = m_bench.path(name).toStdString();
+        } else if (what == s("none")) {
+            order.videoVolume = order.audioVolume = {};
+        } else if (what == s("missing")) {
+            Ffmpeg::use({"no-such-ffmpeg"});
+        } else if (what == s("killed")) {
+            Ffmpeg::use({"/bin/sh", "-c", "kill -9 $$"});
+        } else if (what == s("liar")) {
+            Ffmpeg::use({"/bin/sh", "-c", "cat <&4 >/dev/null", "/bin/cat"});
+        } else if (what == s("truncated")) {
+            QFile file(m_bench.path(name));
+            QVERIFY(file.resize(file.size() / 2));
+        } else {
+            name = s("empty.mov");
+            QCOMPARE(m_bench.make(name, "-f lavfi -i testsrc2=s=160x96:r=25:d=2 -c:v mpeg4 -frames:v 0"),
+                     QString());
+        }
+        const auto made = transcode(name, order);
+        QVERIFY(!made);
+        QCOMPARE(made.refusal().status, 500);
+        QVERIFY2(QString::fromStdString(made.refusal().text).contains(reason), made.refusal().text.c_str());
+        QCOMPARE(left(), QStringList());
+    }
+
+    void volumesThatAreAwayOrFullAreWaitedFor()
+    {
+        QCOMPARE(m_bench.make(s("wait.mov"), "-f lavfi -i testsrc2=s=160x96:r=25:d=0.4 -c:v mpeg4"),
+                 QString());
+        MediaOptions order = options();
+        order.videoVolume = order.audioVolume = "/no/such/volume";
+        auto made = transcode(s("wait.mov"), order);
+        QVERIFY(!made);
+        QCOMPARE(made.refusal().status, kWaitFor);
+        QCOMPARE(made.refusal().text, std::string("waiting for the volume /no/such/volume"));
+
+        // Full from the beginning: more than any volume has.
+        const MediaTarget target(m_volume.toStdString(), clip(s("wait.mov")));
+        const auto refusal = target.refusal(std::int64_t(1) << 62);
+        QVERIFY(refusal);
+        QCOMPARE(refusal->status, kWaitFor);
+        QCOMPARE(refusal->text, "waiting for space on " + m_volume.toStdString());
+
+        // Full in the middle.
+        Ffmpeg::use(
+            {"/bin/sh", "-c", "echo 'av_interleaved_write_frame(): No space left on device' >&2; exit 1"});
+        made = transcode(s("wait.mov"), options());
+        QVERIFY(!made);
+        QCOMPARE(made.refusal().status, kWaitFor);
+        QCOMPARE(left(), QStringList());
+    }
+
+    void nothingIsEverWrittenOver()
+    {
+        QCOMPARE(m_bench.make(s("twice.mov"), "-f lavfi -i testsrc2=s=160x96:r=25:d=0.2 -c:v mpeg4"),
+                 QString());
+        const MediaOptions order = options();
+        QVERIFY(transcode(s("twice.mov"), order));
+        const auto second = transcode(s("twice.mov"), order);
+        QVERIFY(second);
+        QCOMPARE(QFileInfo(linked(second)).fileName(), s("twice (2).mov"));
+        QCOMPARE(left(), (QStringList{s("twice (2).mov"), s("twice.mov")}));
+    }
+
+    void damageInTheMiddleIsSaidAndCountsTheSame()
+    {
+        QCOMPARE(m_bench.make(s("damaged.mov"), "-f lavfi -i testsrc2=s=320x180:r=25:d=2 -c:v mjpeg -q:v 2"),
+                 QString());
+        QByteArray bytes = TestFiles::content(m_bench.path(s("damaged.mov")));
+        for (int i = bytes.size() / 2; i < bytes.size() / 2 + 30000; ++i)
+            bytes[i] = char(i * 31);
+        TestFiles::write(m_bench.path(s("damaged.mov")), bytes);
+        const auto made = transcode(s("damaged.mov"), options());
+        QVERIFY2(made, made.refusal().text.c_str());
+        QCOMPARE(EngineBench::pictures(linked(made)).size(), 50);
+        QVERIFY(!made->activities[0].notes.empty());
+    }
+
+    void pictureAndSoundGoApartToTwoVolumes()
+    {
+        QCOMPARE(m_bench.make(s("apart.mov"),
+                              "-f lavfi -i testsrc2=s=160x96:r=25:d=0.4 -f lavfi -i "
+                              "sine=r=48000:d=0.4 -map 0:v -map 1:a -map 1:a -timecode 01:00:00:00 "
+                              "-c:v mpeg4 -c:a pcm_s24le"),
+                 QString());
+        MediaOptions order = options();
+        const QString other = m_bench.path(s("sounds"));
+        QDir().mkpath(other);
+        order.audioVolume = other.toStdString();
+        const auto made = transcode(s("apart.mov"), order);
+        QVERIFY2(made, made.refusal().text.c_str());
+        QCOMPARE(int(made->parts.size()), 2);
+        QCOMPARE(made->parts[0].kind, std::string("picture"));
+        QCOMPARE(made->parts[0].file.path, made->linked.path);
+        QCOMPARE(made->parts[1].kind, std::string("sound"));
+        const QString sound = QString::fromStdString(made->parts[1].file.path);
+        QVERIFY2(sound.startsWith(other + s("/KRX Media/")), qUtf8Printable(sound));
+        QCOMPARE(EngineBench::probed(linked(made), "stream=codec_type", "a"), QString());
+        QCOMPARE(EngineBench::probed(sound, "stream=codec_name,sample_rate,channels", "a"),
+                 s("pcm_s24le,48000,2"));
+        QCOMPARE(EngineBench::probed(sound, "format_tags=time_reference", "a"),
+                 QString::number(3600LL * 48000));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestServiceTranscode)
+#include "test_service_transcode.moc"
