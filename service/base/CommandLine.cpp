@@ -12,6 +12,8 @@ namespace {
 
 constexpr std::size_t kColumn = 22; ///< where the texts of --help begin
 
+constexpr std::size_t kMany = 1000; ///< operands
+
 constexpr char kPurpose[] = "watches folders and offers their finished clips to the editor";
 
 /// What is to be said beside the options.
@@ -74,6 +76,23 @@ const std::vector<Command>& commands()
 {
     static const std::vector<Command> table = {
         {"status", "", 0, 0, "", "tell whether the service runs, and how it goes", {"json"}},
+        {"jobs", "", 0, 0, "", "list the jobs", {"manual", "json"}},
+        {"clips",
+         "",
+         0,
+         0,
+         "",
+         "list clips, and where each is on its way",
+         {"folder", "job", "state", "offset", "limit", "json"}},
+        {"errors", "", 0, 0, "", "list what a person should know", {"clear", "json"}},
+        {"retry",
+         "[JOB...]",
+         0,
+         kMany,
+         "",
+         "submit jobs again that failed or were cancelled",
+         {"all", "json"}},
+        {"cancel", "[JOB...]", 0, kMany, "", "cancel jobs that are not finished", {"all", "json"}},
         {"backup",
          "DIR",
          1,
@@ -98,6 +117,16 @@ const std::vector<OptionText>& commandOptions()
 {
     static const std::vector<OptionText> table = {
         {"json", nullptr, "", "write for programs"},
+        {"manual", nullptr, "", "only jobs that somebody asked for"},
+        {"folder", "ID", "", "clips of the folder of this id or path"},
+        {"job", "ID", "", "clips of this job"},
+        {"state", "A,B",
+         "FOUND|GROWING|OPEN|SETTLING|WAITING|ACTING|PUBLISHING|OFFERED|TAKEN|FAILED|REJECTED|GONE",
+         "clips in one of these states"},
+        {"offset", "N", "", "from the Nth clip on (0)"},
+        {"limit", "M", "", "at most so many clips (100, at most 1000)"},
+        {"clear", nullptr, "", "empty the list in the same moment"},
+        {"all", nullptr, "", "all jobs that it fits"},
         {"set-aside", nullptr, "", "keep what is in the data folder already beside it"},
     };
     return table;

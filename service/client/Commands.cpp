@@ -4,6 +4,7 @@
 #include "client/Diagnosis.h"
 #include "client/Output.h"
 #include "client/Status.h"
+#include "client/WorkCommands.h"
 
 #include <functional>
 #include <map>
@@ -57,6 +58,11 @@ int commands::run(const Options& options, const std::string& version)
 {
     const std::map<std::string, std::function<int()>> table = {
         {"status", [&] { return status(options); }},
+        {"jobs", [&] { return jobs(options); }},
+        {"clips", [&] { return clips(options); }},
+        {"errors", [&] { return errors(options); }},
+        {"retry", [&] { return retry(options); }},
+        {"cancel", [&] { return cancel(options); }},
         {"backup", [&] { return makeBackup(options, version); }},
         {"restore", [&] { return restoreBackup(options); }},
     };

@@ -210,4 +210,18 @@ Outcome<std::string> ServiceClient::ask(const std::string& method, const std::st
     return parser.get().body();
 }
 
+Outcome<pugi::xml_document> ServiceClient::askXml(const std::string& method, const std::string& target,
+                                                  const std::string& body)
+{
+    const auto answer = ask(method, target, body);
+    if (!answer)
+        return answer.refusal();
+    pugi::xml_document document;
+    // Texts are taken as they are, names of nothing but blanks included.
+    if (!document.load_buffer(answer->data(), answer->size(),
+                              pugi::parse_default | pugi::parse_ws_pcdata_single))
+        return Refusal{kSilent, "the answer to " + target + " is no XML; that is no krx-service"};
+    return document;
+}
+
 } // namespace krxservice

@@ -3,6 +3,7 @@
 #include "base/Options.h"
 #include "base/Outcome.h"
 
+#include <pugixml.hpp>
 #include <sys/types.h>
 
 #include <string>
@@ -33,6 +34,10 @@ public:
     /// is none; what the service refuses carries its status and its words.
     Outcome<std::string> ask(const std::string& method, const std::string& target,
                              const std::string& body = {});
+
+    /// The same, the body taken apart.
+    Outcome<pugi::xml_document> askXml(const std::string& method, const std::string& target,
+                                       const std::string& body = {});
 
     /// Where it listens, for a person; empty before the first answer.
     const std::string& place() const { return m_place; }

@@ -24,19 +24,6 @@ std::string counted(std::size_t count, const char* what)
     return std::to_string(count) + ' ' + what;
 }
 
-/// The answer to a question, taken apart.
-Outcome<pugi::xml_document> answer(ServiceClient& client, const std::string& target)
-{
-    const auto body = client.ask("GET", target);
-    if (!body)
-        return body.refusal();
-    pugi::xml_document document;
-    if (!document.load_buffer(body->data(), body->size()))
-        return Refusal{ServiceClient::kSilent,
-                       "the answer to " + target + " is no XML; that is no krx-service"};
-    return document;
-}
-
 /// How many of \a elements have \a child with the text \a value.
 std::size_t count(const pugi::xml_node& root, const char* element, const char* child, std::string_view value)
 {
@@ -64,19 +51,19 @@ std::string texts(const pugi::xml_node& root, const char* element)
 
 Outcome<Status> Status::of(ServiceClient& client)
 {
-    const auto version = answer(client, "version");
+    const auto version = client.askXml("GET", "version");
     if (!version)
         return version.refusal();
     const auto program = version->child("serviceVersion");
     if (!program)
         return Refusal{ServiceClient::kSilent, "what listens on " + client.place() + " is no krx-service"};
-    const auto folders = answer(client, "xelmediafolders?level=detail");
+    const auto folders = client.askXml("GET", "xelmediafolders?level=detail");
     if (!folders)
         return folders.refusal();
-    const auto jobs = answer(client, "jobs/status");
+    const auto jobs = client.askXml("GET", "jobs/status");
     if (!jobs)
         return jobs.refusal();
-    const auto activity = answer(client, "activity");
+    const auto activity = client.askXml("GET", "activity");
     if (!activity)
         return activity.refusal();
 

@@ -115,6 +115,33 @@ private slots:
         QCOMPARE(sorted(named), sorted(wanted));
     }
 
+    void commandsAreThoseOfTheProgram_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QString>("pattern");
+        QTest::newRow("man") << QStringLiteral("krx-service.1")
+                             << QStringLiteral("^.TP\n\\\\fB([a-z][a-z\\\\-]+)\\\\fR");
+        QTest::newRow("bash") << QStringLiteral("krx-service.bash")
+                              << QStringLiteral("^        ([a-z][a-z-]+)\\)");
+        QTest::newRow("zsh") << QStringLiteral("_krx-service") << QStringLiteral("^    '([a-z-]+):");
+        QTest::newRow("fish") << QStringLiteral("krx-service.fish")
+                              << QStringLiteral("__fish_use_subcommand -a ([a-z-]+) ");
+    }
+    void commandsAreThoseOfTheProgram()
+    {
+        QFETCH(QString, file);
+        QFETCH(QString, pattern);
+        const QString text = help(QStringLiteral("krx-service"));
+        const QString listed =
+            text.section(QStringLiteral("\nCommands:\n"), 1).section(QStringLiteral("\n\n"), 0, 0);
+        const QSet<QString> wanted = all(listed, "^  ([a-z-]+)");
+        QVERIFY(wanted.contains(QStringLiteral("status")));
+        QSet<QString> named;
+        for (QString name : all(content(file), qPrintable(pattern)))
+            named << name.remove(QLatin1Char('\\'));
+        QCOMPARE(sorted(named), sorted(wanted));
+    }
+
     void pagesAreWrittenWithoutFault()
     {
         if (QStandardPaths::findExecutable(QStringLiteral("groff")).isEmpty())
@@ -156,6 +183,10 @@ private slots:
     {
         QCOMPARE(offered(QStringLiteral("krx-service --log-level ''"), 2),
                  (QStringList{QStringLiteral("info"), QStringLiteral("warning"), QStringLiteral("error")}));
+        QVERIFY(offered(QStringLiteral("krx-service sta"), 1) == QStringList{QStringLiteral("status")});
+        QVERIFY(offered(QStringLiteral("krx-service clips --fol"), 2) ==
+                QStringList{QStringLiteral("--folder")});
+        QVERIFY(offered(QStringLiteral("krx-service status --fol"), 2).isEmpty());
         QCOMPARE(offered(QStringLiteral("krx-service --log-l"), 1),
                  QStringList{QStringLiteral("--log-level")});
         QCOMPARE(offered(QStringLiteral("krx-service --settle ''"), 2), QStringList());
