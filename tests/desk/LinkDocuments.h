@@ -19,6 +19,8 @@ struct Parts
         "<format>mov,mp4</format><duration>4.000000</duration>"
         "<stream index=\"0\" type=\"video\"><codec>mpeg4</codec><duration>3.96</duration></stream>"
         "<stream index=\"1\" type=\"audio\"><codec>pcm_s16le</codec></stream>";
+    /// Elements of "clip" that the second version has.
+    QByteArray link;
     QByteArray bin =
         "<binSelectionMethod>CREATENEW</binSelectionMethod><binNamingMethod>DEFAULT</binNamingMethod>";
 };
@@ -30,7 +32,7 @@ inline QByteArray text(const Parts& parts)
         text += "<id>" + parts.id + "</id>";
     text += "<created>2024-03-05T14:07:09Z</created><folder id=\"f1\">" + parts.folder + "</folder>";
     text += "<clip><path>" + parts.clip + "</path><size>9</size><checksum method=\"xxh3\">" +
-            parts.clipChecksum + "</checksum></clip>";
+            parts.clipChecksum + "</checksum>" + parts.link + "</clip>";
     text += "<source><path>" + parts.source + "</path><size>9</size><checksum method=\"xxh3\">" +
             parts.sourceChecksum + "</checksum></source>";
     text += "<media>" + parts.media + "</media>";

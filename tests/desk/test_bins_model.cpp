@@ -24,6 +24,10 @@ private slots:
         clip.duration = 4;
         clip.checked = true;
         clip.source = QStringLiteral("/watch/Harbour.mov");
+        clip.media = clip.source;
+        clip.start = QStringLiteral("01:00:00:00");
+        clip.reel = QStringLiteral("A001");
+        clip.details = QStringLiteral("Missing: 3");
         project.addClip(bin, clip);
         const QModelIndex parent = model.index(0, 0);
         QCOMPARE(model.rowCount(parent), 1);
@@ -31,6 +35,10 @@ private slots:
         QCOMPARE(text(BinsModel::NameColumn), QStringLiteral("Harbour"));
         QCOMPARE(text(BinsModel::KindColumn), QStringLiteral("Movie"));
         QCOMPARE(text(BinsModel::DurationColumn), QStringLiteral("4.00 s"));
+        QCOMPARE(text(BinsModel::StartColumn), QStringLiteral("01:00:00:00"));
+        QCOMPARE(text(BinsModel::ReelColumn), QStringLiteral("A001"));
+        QCOMPARE(model.index(0, 0, parent).data(Qt::ToolTipRole).toString(),
+                 QStringLiteral("/watch/Harbour.mov\nMissing: 3"));
         QCOMPARE(text(BinsModel::CheckedColumn), QString(QChar(0x2713)));
         QCOMPARE(text(BinsModel::SourceColumn), QStringLiteral("Harbour.mov"));
         QCOMPARE(model.index(0, BinsModel::KindColumn).data().toString(), QStringLiteral("1 clip"));

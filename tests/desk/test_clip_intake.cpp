@@ -81,6 +81,63 @@ private slots:
         QVERIFY(document.checked);
     }
 
+    void whatTheSecondVersionAddsIsRead()
+    {
+        Parts parts;
+        parts.clip = "/copies/shot_0001.dpx";
+        parts.clipChecksum = "4567";
+        parts.media = "<format>dpx_pipe</format><duration>0.2</duration><stream type=\"video\"/>";
+        parts.link =
+            "<name>shot</name><bin method=\"EXPLICIT\">Rushes</bin><reelName>A001</reelName>"
+            "<startTimecode method=\"EMBEDDED\">01:00:00:00</startTimecode>"
+            "<frameRate>24000/1001</frameRate><frameCount>4</frameCount>"
+            "<trackGroups text=\"1-2:Stereo\"><group first=\"1\" last=\"2\" layout=\"Stereo\"/></trackGroups>"
+            "<sequence><firstNumber>1</firstNumber><lastNumber>5</lastNumber>"
+            "<missingNumbers>3</missingNumbers></sequence>"
+            "<sidecar><path>/copies/shot.cdl</path><checksum method=\"xxh3-64\">1</checksum></sidecar>"
+            "<check>verified</check><activity id=\"copy\" name=\"Copy\" check=\"verified\">"
+            "<file><path>/copies/shot_0001.dpx</path></file><note>It fell back</note></activity>";
+        const LinkDocument document = parsed(parts);
+        QCOMPARE(document.clipName, QStringLiteral("shot"));
+        QCOMPARE(document.kind, QStringLiteral("sequence"));
+        QCOMPARE(document.mediaPath, QStringLiteral("/copies/shot_0001.dpx"));
+        QCOMPARE(document.duration, 0.2);
+        QCOMPARE(document.start, QStringLiteral("01:00:00:00"));
+        QCOMPARE(document.reel, QStringLiteral("A001"));
+        QVERIFY(document.checked);
+        QVERIFY(document.binSelection == LinkDocument::BinSelection::CreateNew);
+        QVERIFY(document.binNaming == LinkDocument::BinNaming::Explicit);
+        QCOMPARE(document.explicitBin, QStringLiteral("Rushes"));
+        const QStringList expected{QStringLiteral("4 frames, 23.976 a second"),
+                                   QStringLiteral("Pictures 1 to 5"),
+                                   QStringLiteral("Missing: 3"),
+                                   QStringLiteral("Tracks 1-2 Stereo"),
+                                   QStringLiteral("Files that go with it: 1"),
+                                   QStringLiteral("Copy: verified"),
+                                   QStringLiteral("It fell back")};
+        QCOMPARE(document.details, expected);
+    }
+
+    void theBinOfTheSecondVersionIsTheOneOfTheSettings_data()
+    {
+        QTest::addColumn<QByteArray>("method");
+        QTest::addColumn<bool>("isNew");
+        QTest::addColumn<int>("naming");
+        QTest::newRow("active") << QByteArray("ACTIVE") << false << int(LinkDocument::BinNaming::Default);
+        QTest::newRow("default") << QByteArray("DEFAULT") << true << int(LinkDocument::BinNaming::Default);
+        QTest::newRow("volume") << QByteArray("VOLUME") << true << int(LinkDocument::BinNaming::Volume);
+    }
+    void theBinOfTheSecondVersionIsTheOneOfTheSettings()
+    {
+        QFETCH(QByteArray, method);
+        Parts parts;
+        parts.link = "<bin method=\"" + method + "\"/>";
+        parts.bin.clear();
+        const LinkDocument document = parsed(parts);
+        QTEST(document.binSelection == LinkDocument::BinSelection::CreateNew, "isNew");
+        QTEST(int(document.binNaming), "naming");
+    }
+
     void aClipCountsAsCheckedOnlyWhenItIsAnEqualCopy()
     {
         Parts linked;

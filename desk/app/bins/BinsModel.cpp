@@ -47,6 +47,8 @@ QString kindText(const QString& kind)
         return BinsModel::tr("Sound");
     if (kind == QLatin1String("image"))
         return BinsModel::tr("Still");
+    if (kind == QLatin1String("sequence"))
+        return BinsModel::tr("Sequence");
     return kind;
 }
 
@@ -139,7 +141,9 @@ QVariant BinsModel::clipData(int bin, int clip, int column, int role) const
     if (role == Qt::ToolTipRole) {
         if (column == CheckedColumn)
             return record.checked ? tr("The copy was compared with its source") : QString();
-        return plainToolTip(column == SourceColumn ? record.source : record.media);
+        if (column == SourceColumn)
+            return plainToolTip(record.source);
+        return plainToolTip(record.details.isEmpty() ? record.media : record.media + u'\n' + record.details);
     }
     if (role != Qt::DisplayRole)
         return QVariant();
@@ -150,6 +154,10 @@ QVariant BinsModel::clipData(int bin, int clip, int column, int role) const
         return kindText(record.kind);
     case DurationColumn:
         return durationText(record.duration);
+    case StartColumn:
+        return record.start;
+    case ReelColumn:
+        return record.reel;
     case CheckedColumn:
         return record.checked ? QString(QChar(0x2713)) : QString();
     case SourceColumn:
@@ -170,6 +178,10 @@ QVariant BinsModel::headerData(int section, Qt::Orientation orientation, int rol
         return tr("Kind");
     case DurationColumn:
         return tr("Duration");
+    case StartColumn:
+        return tr("Start");
+    case ReelColumn:
+        return tr("Reel");
     case CheckedColumn:
         return tr("Checked");
     case SourceColumn:

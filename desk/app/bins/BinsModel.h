@@ -10,7 +10,16 @@ class BinsModel : public QAbstractItemModel
     Q_OBJECT
 
 public:
-    enum Column { NameColumn, KindColumn, DurationColumn, CheckedColumn, SourceColumn, ColumnCount };
+    enum Column {
+        NameColumn,
+        KindColumn,
+        DurationColumn,
+        StartColumn,
+        ReelColumn,
+        CheckedColumn,
+        SourceColumn,
+        ColumnCount
+    };
 
     explicit BinsModel(DeskProject& project, QObject* parent = nullptr);
 

@@ -47,7 +47,8 @@ BinsPane::BinsPane(DeskProject& project, QWidget* parent)
     m_view->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_view->header()->setStretchLastSection(true);
     m_view->header()->resizeSection(BinsModel::NameColumn, kNameWidth);
-    for (const int column : {BinsModel::KindColumn, BinsModel::DurationColumn, BinsModel::CheckedColumn})
+    for (const int column : {BinsModel::KindColumn, BinsModel::DurationColumn, BinsModel::StartColumn,
+                             BinsModel::ReelColumn, BinsModel::CheckedColumn})
         m_view->header()->resizeSection(column, kColumnWidth);
 
     m_hint->setAlignment(Qt::AlignCenter);

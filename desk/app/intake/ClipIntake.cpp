@@ -61,6 +61,9 @@ bool ClipIntake::take(const QString& linkDocument, Loudness loudness)
         clip.source = document.sourcePath;
         clip.linkDocument = linkDocument;
         clip.checked = document.checked;
+        clip.start = document.start;
+        clip.reel = document.reel;
+        clip.details = document.details.join(QLatin1Char('\n'));
         clip.acquired = QDateTime::currentDateTime();
         m_project.addClip(bin, clip);
         m_batch.clip = clip.name;

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 /// What a link document (`.xel`) says: one finished output of the service, and how it is to be linked.
 struct LinkDocument
@@ -19,15 +20,21 @@ struct LinkDocument
     /// The watched folder; empty for a job that no folder started.
     QString folderPath;
     QString profileName;
-    /// "video", "audio", "image" or empty.
+    /// "video", "audio", "image", "sequence" or empty.
     QString kind;
     /// Seconds; negative when not known.
     double duration = -1;
-    /// Whether the clip is a copy with the same checksum as its source.
+    /// Whether the service compared the clip with its source, byte for byte.
     bool checked = false;
     BinSelection binSelection = BinSelection::UseActive;
     BinNaming binNaming = BinNaming::Default;
     QString explicitBin;
+    /// HH:MM:SS:FF of the first frame; empty when not known.
+    QString start;
+    QString reel;
+    /// All else that a person may want to know of the clip, a line each: frames, missing numbers, sidecars,
+    /// what the actions did.
+    QStringList details;
 
     /// The largest file that is taken for a link document, in bytes.
     static constexpr qint64 kMaxSize = qint64{1024} * 1024;

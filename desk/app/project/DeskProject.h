@@ -15,7 +15,7 @@ struct DeskClip
     /// The unique id of the output that the clip was made from; what tells one clip from another.
     QString id;
     QString name;
-    /// "video", "audio", "image" or empty when not known.
+    /// "video", "audio", "image", "sequence" or empty when not known.
     QString kind;
     /// Length in seconds; negative when not known.
     double duration = -1;
@@ -27,6 +27,11 @@ struct DeskClip
     QString linkDocument;
     /// Whether the service compared the media with their source, byte for byte.
     bool checked = false;
+    /// Timecode of the first frame, and the reel; empty when not known.
+    QString start;
+    QString reel;
+    /// What else the link document says of it, in lines.
+    QString details;
     QDateTime acquired;
     /// What the project file says of the clip beyond the fields above; written back as it was.
     QJsonObject more;

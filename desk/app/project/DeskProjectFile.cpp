@@ -33,6 +33,12 @@ const TextField kTextFields[] = {
     {QLatin1String("kind"), &DeskClip::kind},     {QLatin1String("media"), &DeskClip::media},
     {QLatin1String("source"), &DeskClip::source}, {QLatin1String("linkDocument"), &DeskClip::linkDocument},
 };
+/// The same for those that not every clip has.
+const TextField kOptionalFields[] = {
+    {QLatin1String("start"), &DeskClip::start},
+    {QLatin1String("reel"), &DeskClip::reel},
+    {QLatin1String("details"), &DeskClip::details},
+};
 const QLatin1String kDuration("durationSeconds");
 const QLatin1String kChecked("checked");
 const QLatin1String kAcquired("acquired");
@@ -48,6 +54,10 @@ QJsonObject clipToJson(const DeskClip& clip)
     QJsonObject json = clip.more;
     for (const TextField& field : kTextFields)
         json.insert(field.key, clip.*field.member);
+    for (const TextField& field : kOptionalFields) {
+        if (!(clip.*field.member).isEmpty())
+            json.insert(field.key, clip.*field.member);
+    }
     if (clip.duration >= 0)
         json.insert(kDuration, clip.duration);
     json.insert(kChecked, clip.checked);
@@ -60,6 +70,8 @@ DeskClip clipFromJson(QJsonObject json)
 {
     DeskClip clip;
     for (const TextField& field : kTextFields)
+        clip.*field.member = json.take(field.key).toString();
+    for (const TextField& field : kOptionalFields)
         clip.*field.member = json.take(field.key).toString();
     clip.duration = json.take(kDuration).toDouble(-1);
     clip.checked = json.take(kChecked).toBool();
