@@ -386,7 +386,11 @@ std::optional<Refusal> Service::deleteFolder(const std::string& id)
 
 std::vector<std::string> Service::readyFolders()
 {
-    return m_outputs.readyFolders();
+    auto ready = m_outputs.readyFolders();
+    // Who follows the clips is to hear of it now and not when the records are next looked through.
+    if (m_outputs.hasTaken())
+        m_housekeeper.poke();
+    return ready;
 }
 
 std::vector<ProfileRecord> Service::profiles()
@@ -486,6 +490,11 @@ bool Service::applyState(const JobRecord& job, const std::string& state)
             return false;
         m_clips.retry(job.manual ? job.id : job.groupId, job.manual ? std::string() : job.path);
         transaction.commit();
+    }
+    // Why it failed holds no more; when it fails again that is said again.
+    if (!job.message.empty()) {
+        m_errors.remove(job.message);
+        m_errors.remove("The job for " + job.path + " failed: " + job.message);
     }
     if (job.manual)
         m_worker.addJob(job.id);

@@ -291,6 +291,12 @@ void OutputArea::expect(const std::string& owner, const std::string& name)
     m_index[owner][idOf(name)] = name;
 }
 
+bool OutputArea::hasTaken() const
+{
+    const std::lock_guard lock(m_mutex);
+    return !m_taken.empty();
+}
+
 std::vector<OutputArea::Key> OutputArea::takeTaken()
 {
     readyFolders();

@@ -69,6 +69,8 @@ public:
     void expect(const std::string& owner, const std::string& name);
     /// Those that were seen to be taken since this was last asked, also by way of a look at all of them now.
     std::vector<Key> takeTaken();
+    /// True when some were seen to be taken since takeTaken() was last asked.
+    bool hasTaken() const;
 
     /// All documents of \a owner are about to be removed: they are out of sight from now on.
     void beginRemoval(const std::string& owner);

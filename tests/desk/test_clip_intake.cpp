@@ -332,7 +332,7 @@ private slots:
 
     void manyDocumentsAreTakenInSlicesAndSavedOnce()
     {
-        constexpr int kMany = 400;
+        constexpr int kMany = 1500;
         int saves = 0;
         m_intake->setSave([&](QString& error) {
             ++saves;
@@ -348,14 +348,15 @@ private slots:
             m_intake->takeSoon(where.last());
             m_intake->takeSoon(where.last());
         }
-        // Nothing is done while the host's callback runs.
-        QCOMPARE(m_project->clipCount(), 0);
+        // Nothing is saved while the host's callback runs.
+        QCOMPARE(saves, 0);
         QTRY_COMPARE(batch.count(), 1);
         QCOMPARE(saves, 1);
         QCOMPARE(m_project->clipCount(), kMany);
         QCOMPARE(batch.at(0).at(0).value<ClipIntake::Batch>().added, kMany);
-        QCOMPARE(progressed.last().at(0).toInt(), kMany);
-        QCOMPARE(progressed.last().at(1).toInt(), kMany);
+        // The few that were taken on the spot are no part of the rest.
+        QVERIFY(!progressed.isEmpty() && progressed.last().at(0).toInt() > 0);
+        QCOMPARE(progressed.last().at(0), progressed.last().at(1));
         for (const QString& one : qAsConst(where))
             QVERIFY(!QFileInfo::exists(one));
         QVERIFY(!m_intake->isPending());

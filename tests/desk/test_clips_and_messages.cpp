@@ -199,6 +199,7 @@ private slots:
         JobsPane pane(table);
         pane.findChild<QComboBox*>()->setCurrentIndex(kind);
         pane.findChild<QLineEdit*>()->setText(text);
+        pane.findChild<QTableView*>()->sortByColumn(ClipTable::Clip, Qt::AscendingOrder);
         QCOMPARE(column(*pane.findChild<QTableView*>()->model(), ClipTable::Clip), shown);
     }
     void columnsAreSortedByWhatTheyMean()
@@ -211,9 +212,22 @@ private slots:
         table.apply(all({ten, nine, clip("c", ClipState::Found)}));
         JobsPane pane(table);
         auto* view = pane.findChild<QTableView*>();
-        QCOMPARE(column(*view->model(), ClipTable::Clip).first(), s("a.mov"));
         view->sortByColumn(ClipTable::Progress, Qt::AscendingOrder);
         QCOMPARE(column(*view->model(), ClipTable::Clip), (QStringList{s("c.mov"), s("b.mov"), s("a.mov")}));
+    }
+    void theNewestStandsOnTop()
+    {
+        ClipTable table;
+        ServiceClip old = clip("a", ClipState::Offered);
+        old.started = QDateTime::currentDateTimeUtc().addSecs(-60);
+        ServiceClip late = clip("b", ClipState::Failed);
+        late.started = QDateTime::currentDateTimeUtc();
+        ServiceClip waiting = clip("c", ClipState::Waiting);
+        waiting.since = late.started.addSecs(1);
+        table.apply(all({old, late, waiting}));
+        JobsPane pane(table);
+        QCOMPARE(column(*pane.findChild<QTableView*>()->model(), ClipTable::Clip),
+                 (QStringList{s("c.mov"), s("b.mov"), s("a.mov")}));
     }
     void whatCanBeDoneFollowsTheChosenRows()
     {
@@ -222,6 +236,7 @@ private slots:
             all({clip("a", ClipState::Waiting), clip("b", ClipState::Acting), clip("c", ClipState::Failed),
                  clip("d", ClipState::Failed), clip("e", ClipState::Offered)}));
         JobsPane pane(table);
+        pane.findChild<QTableView*>()->sortByColumn(ClipTable::Clip, Qt::AscendingOrder);
         QSignalSpy cancel(&pane, &JobsPane::cancelWanted);
         QSignalSpy retry(&pane, &JobsPane::retryWanted);
         QVERIFY(!action(pane, "cancelJobs").isEnabled() && !action(pane, "retryJobs").isEnabled());

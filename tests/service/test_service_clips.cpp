@@ -292,6 +292,40 @@ private slots:
         QVERIFY(QFile::remove(m_stage.outputs().value(0)));
         QTRY_COMPARE_WITH_TIMEOUT(named("TAKEN"), QStringList{s("a.wav")}, kStagePatience);
     }
+    void whatWasTakenIsToldWhenSomebodyAsksWhatIsReady()
+    {
+        ServiceStage stage;
+        // Records are looked through once an hour only.
+        QVERIFY(stage.service->start(stage.data, {s("--rescan"), s("3600")}));
+        QVERIFY(QDir().mkpath(stage.watch));
+        stage.id = stage.service->addFolder(stage.watch, stage.service->profileId(s("Default Profile")));
+        QVERIFY(!stage.drop(s("a.wav")).isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kStagePatience);
+        QVERIFY(QFile::remove(stage.outputs().value(0)));
+        QVERIFY(stage.service->get("activity").texts(s("outputReadyFolder")).isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->get("clips").text(s("state")), s("TAKEN"), kStagePatience);
+    }
+    void aFailureThatIsTriedAgainIsNoMessageAnyMore()
+    {
+        const QString copies = m_stage.folder.filePath(s("copies"));
+        QFile inTheWay(copies);
+        QVERIFY(inTheWay.open(QIODevice::WriteOnly));
+        ServiceStage stage;
+        QVERIFY(stage.begin("<activity id=\"copy\" name=\"Copy\"><destinationDetail><filesystemPath>" +
+                            copies.toUtf8() + "</filesystemPath></destinationDetail></activity>"));
+        QVERIFY(!stage.drop(s("a.wav")).isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->get("clips").text(s("state")), s("FAILED"), kStagePatience);
+        const Reply failed = stage.service->get("clips");
+        QVERIFY(stage.service->errors().contains(failed.text(s("reason"))));
+        QVERIFY(inTheWay.remove() && QDir().mkpath(copies));
+        QCOMPARE(stage.service
+                     ->put("jobs/" + failed.text(s("job")).toUtf8(),
+                           "<jobStatus><state>SUBMITTED</state></jobStatus>")
+                     .status,
+                 200);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->get("clips").text(s("state")), s("OFFERED"), kStagePatience);
+        QVERIFY(stage.service->errors().isEmpty());
+    }
     void clipsOfAJobAreListedUnderIt()
     {
         const QString path = m_stage.folder.filePath(s("job.wav"));

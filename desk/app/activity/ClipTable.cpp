@@ -162,7 +162,8 @@ QVariant ClipTable::sortValue(const ServiceClip& clip, int column) const
     case State:
         return int(clip.state);
     case Started:
-        return clip.started;
+        // What has not begun yet comes behind what has.
+        return clip.started.isValid() ? clip.started : clip.since;
     case Took:
         return tookOf(clip);
     default:

@@ -138,7 +138,8 @@ void JobsPane::makeTable()
     m_table->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     m_table->verticalHeader()->setDefaultSectionSize(m_table->fontMetrics().height() + 2 * kBarMargin + 2);
     m_table->setSortingEnabled(true);
-    m_table->sortByColumn(-1, Qt::AscendingOrder);
+    // The newest on top.
+    m_table->sortByColumn(ClipTable::Started, Qt::DescendingOrder);
     constexpr int widths[ClipTable::Columns] = {170, 110, 120, 90, 90, 90, 240, 70, 60};
     for (int column = 0; column < ClipTable::Columns; ++column)
         m_table->setColumnWidth(column, widths[column]);

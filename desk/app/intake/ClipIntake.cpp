@@ -85,6 +85,15 @@ void ClipIntake::takeSoon(const QString& linkDocument)
 {
     if (m_soonSet.contains(linkDocument))
         return;
+    // A few are taken on the spot; the event loop begins the next time.
+    if (!m_burst.isValid()) {
+        m_burst.start();
+        QTimer::singleShot(0, this, [this] { m_burst.invalidate(); });
+    }
+    if (m_soon.isEmpty() && m_burst.elapsed() < kSlice) {
+        take(linkDocument);
+        return;
+    }
     m_soonSet.insert(linkDocument);
     m_soon.enqueue(linkDocument);
     ++m_soonAll;
@@ -187,6 +196,9 @@ bool ClipIntake::removeSaved(const QDeadlineTimer& time)
 void ClipIntake::finishInSlices()
 {
     m_finishScheduled = false;
+    // The last slice comes back here.
+    if (!m_soon.isEmpty())
+        return;
     saveTaken(Loudly);
     if (!removeSaved(QDeadlineTimer(kSlice)))
         scheduleFinish();

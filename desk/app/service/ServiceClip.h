@@ -1,5 +1,7 @@
 #pragma once
 
+#include "DeskApi.h"
+
 #include <QDateTime>
 #include <QMetaType>
 #include <QString>
@@ -63,6 +65,6 @@ namespace serviceclip {
 /// time.
 bool read(const QByteArray& body, ClipNews& news, int& total, quint64& version);
 /// The words of the service, for people.
-QString text(ClipState state);
+KRX_DESK_API QString text(ClipState state);
 
 } // namespace serviceclip

@@ -3,11 +3,14 @@
 #include "FolderTour.h"
 #include "TourStage.h"
 
+#include "ActivityDocks.h"
 #include "DeskWindow.h"
 
 #include "KRXFolderViewWidget.h"
 
 #include <QDialog>
+#include <QDir>
+#include <QFile>
 
 ServiceTour::ServiceTour(TourStage& stage, FolderTour& folders)
     : m_stage(stage)
@@ -81,6 +84,42 @@ void ServiceTour::addServicesManager()
     m_stage.add(
         QStringLiteral("Escape closes it"), [this] { m_stage.input().pressKey(Qt::Key_Escape); },
         [dialog] { return dialog() ? QStringLiteral("it is still open") : QString(); });
+}
+
+void ServiceTour::addFailure(const QString& copies, const QString& file, const QString& newName)
+{
+    const auto stateIs = [this, newName](ClipState state) {
+        return [this, newName, state]() -> QString {
+            const auto* docks = m_stage.window().findChild<ActivityDocks*>();
+            for (const ServiceClip& clip : docks->clips().clips()) {
+                if (clip.name == newName)
+                    return clip.state == state ? QString() : serviceclip::text(clip.state);
+            }
+            return QStringLiteral("the clip is not listed");
+        };
+    };
+    const QString aside = copies + QLatin1String(" (away)");
+    addMenuChoice(QStringLiteral("&View"), QStringLiteral("Jobs"), QString());
+    m_stage.add(QStringLiteral("The jobs are shown"), nullptr, m_stage.widgetIsThere("jobsPane"),
+                QStringLiteral("jobs"));
+    m_stage.add(
+        QStringLiteral("A copy has no place to go, and its clip says why it failed"),
+        [this, copies, aside, file, newName] {
+            QDir().rename(copies, aside);
+            QFile inTheWay(copies);
+            inTheWay.open(QIODevice::WriteOnly);
+            m_stage.drop(file, m_folders.folder(), newName);
+        },
+        stateIs(ClipState::Failed), QStringLiteral("job-failed"));
+    m_stage.add(
+        QStringLiteral("The place is mended, and \"Try All Failed Again\" makes the clip ready"),
+        [this, copies, aside] {
+            QFile::remove(copies);
+            QDir().rename(aside, copies);
+            m_stage.click(m_stage.button(QStringLiteral("Try All Failed Again")));
+        },
+        stateIs(ClipState::Offered), QStringLiteral("job-retried"));
+    addMenuChoice(QStringLiteral("&View"), QStringLiteral("Jobs"), QString());
 }
 
 void ServiceTour::addLinkedMedia(const QString& file, int all)

@@ -59,8 +59,9 @@ void addSteps(TourStage& stage, FolderTour& folders, ProfileTour& profiles, Serv
     const QString linking = QStringLiteral("Default Profile");
     const QString rushes = QStringLiteral("Rushes");
     const QString volume = ClipIntake::volumeLabel(folders.folder());
-    const QStringList clips = clipNames();
-    const int count = clips.size();
+    const QString late = QStringLiteral("Too late.wav");
+    QStringList clips = clipNames();
+    int count = clips.size();
 
     services.addStart();
     profiles.addCreation(copying, rushes, stage.watchedFolder(QStringLiteral("Copies")));
@@ -70,6 +71,13 @@ void addSteps(TourStage& stage, FolderTour& folders, ProfileTour& profiles, Serv
     folders.addEnabling();
     folders.addDrop(DemoMedia::fileNames(), QStringLiteral("folder-state-1"));
     folders.addAcquisition(rushes, clips, count, QStringLiteral("folder-state-2"));
+
+    services.addFailure(stage.watchedFolder(QStringLiteral("Copies")), DemoMedia::fileNames().constLast(),
+                        late);
+    clips << QFileInfo(late).completeBaseName();
+    clips.sort();
+    ++count;
+    folders.addAcquisition(rushes, clips, count, QString());
 
     folders.addProfileChange(linking, true, true);
     folders.addWaitForClips(count, QString());

@@ -27,6 +27,7 @@ namespace {
 
 constexpr int kMostLines = 2000;
 constexpr int kMessageTime = 8000;
+constexpr int kDockHeight = 240; ///< at least, when it is shown
 
 } // namespace
 
@@ -96,9 +97,9 @@ QDockWidget* ActivityDocks::addDock(const char* name, const QString& title, QWid
     m_window.addDockWidget(Qt::BottomDockWidgetArea, dock);
     dock->hide();
     // Behind another tab it would be shown and not seen.
-    connect(dock->toggleViewAction(), &QAction::triggered, dock, [dock](bool shown) {
+    connect(dock->toggleViewAction(), &QAction::triggered, this, [this, dock](bool shown) {
         if (shown)
-            dock->raise();
+            show(dock);
     });
     return dock;
 }
@@ -210,6 +211,8 @@ void ActivityDocks::show(QDockWidget* dock)
 {
     dock->show();
     dock->raise();
+    if (dock->height() < kDockHeight)
+        m_window.resizeDocks({dock}, {kDockHeight}, Qt::Vertical);
 }
 
 void ActivityDocks::showCounts()

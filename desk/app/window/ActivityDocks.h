@@ -2,6 +2,7 @@
 
 #include "ClipFeed.h"
 #include "ClipTable.h"
+#include "DeskApi.h"
 #include "MessageList.h"
 #include "Notifier.h"
 #include "ServiceReport.h"
@@ -39,7 +40,7 @@ protected:
 
 /// The desk's docks about the service's work: jobs, what is not ready, messages. Follows the service by a
 /// feed of its own.
-class ActivityDocks : public QObject
+class KRX_DESK_API ActivityDocks : public QObject
 {
     Q_OBJECT
 

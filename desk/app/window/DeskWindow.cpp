@@ -86,8 +86,11 @@ DeskWindow::DeskWindow(DeskSession& session, const ServiceSupervisor::Settings& 
         showProgress({done < all ? StandInHost::ProgressStep::Update : StandInHost::ProgressStep::Close,
                       tr("Acquiring clips... %1 of %2").arg(done).arg(all), done, all});
     });
-    connect(&m_session.clips(), &ClipIntake::batchTaken, this,
-            [this](const ClipIntake::Batch& batch) { showMessage(ClipIntake::batchText(batch)); });
+    connect(&m_session.clips(), &ClipIntake::batchTaken, this, [this](const ClipIntake::Batch& batch) {
+        showMessage(ClipIntake::batchText(batch));
+        // The service learns that they were taken when it looks.
+        m_service.monitor().askNow();
+    });
     connect(&m_session.jobs(), &JobIntake::failed, this, &DeskWindow::showMessage);
     connect(&m_session.jobs(), &JobIntake::taken, &m_service.monitor(), &ServiceMonitor::deleteJob);
     connect(&m_service, &ServiceFollower::message, this, &DeskWindow::showMessage);
