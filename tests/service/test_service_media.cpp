@@ -1,3 +1,4 @@
+#include "Lures.h"
 #include "PipelineBench.h"
 #include "TestFiles.h"
 #include "base/FileTools.h"
@@ -46,27 +47,6 @@ QString ffprobe(const QString& file, const char* entry)
     return QString::fromUtf8(program.readAllStandardOutput()).trimmed();
 }
 
-/// A box of a QuickTime file.
-QByteArray box(const char* type, const QByteArray& inside)
-{
-    const auto size = static_cast<quint32>(inside.size() + 8);
-    QByteArray bytes;
-    for (int shift = 24; shift >= 0; shift -= 8)
-        bytes += static_cast<char>(size >> shift & 0xFF);
-    return bytes + type + inside;
-}
-
-/// Gives every data reference of a movie another kind: the same media, said to lie in another file.
-QByteArray withOutsideReference(QByteArray movie)
-{
-    const int list = movie.indexOf("dref");
-    const int reference = movie.indexOf("url ", list);
-    if (list < 0 || reference < 0)
-        return {};
-    movie[reference + 7] = '\0'; // the flag "in this file"
-    return movie;
-}
-
 } // namespace
 
 class TestServiceMedia : public QObject
@@ -92,44 +72,7 @@ class TestServiceMedia : public QObject
                 QString::fromUtf8(source)};
     }
 
-    /// Every file that tries to make its reader open another one, which is there and can be read.
-    QStringList makeLures() const
-    {
-        const QByteArray target = file("secret.ts").toUtf8();
-        const QByteArray list =
-            "#EXTM3U\n#EXT-X-VERSION:3\n#EXT-X-TARGETDURATION:1\n#EXT-X-MEDIA-SEQUENCE:0\n"
-            "#EXTINF:1.0,\n" +
-            target + "\n#EXT-X-ENDLIST\n";
-        QStringList lures;
-        const auto lure = [&](const char* name, const QByteArray& bytes) {
-            write(file(name), bytes);
-            lures << QString::fromUtf8(name);
-        };
-        lure("list.m3u8", list);
-        lure("list.mp4", list);
-        lure("list.mov", list);
-        lure("list.ts", list);
-        lure("list.wav", list);
-        lure("relative.m3u8", QByteArray(list).replace(target, "secret.ts"));
-        lure("remote.m3u8", QByteArray(list).replace(target, "http://127.0.0.1:9/a.ts"));
-        lure("dash.mpd",
-             "<?xml version=\"1.0\"?>\n<MPD xmlns=\"urn:mpeg:dash:schema:mpd:2011\" type=\"static\" "
-             "mediaPresentationDuration=\"PT1S\" profiles=\"urn:mpeg:dash:profile:isoff-main:2011\">\n"
-             "<Period><AdaptationSet mimeType=\"video/mp2t\"><Representation id=\"1\" "
-             "bandwidth=\"1000\"><BaseURL>" +
-                 target + "</BaseURL><SegmentList><SegmentURL media=\"" + target +
-                 "\"/></SegmentList></Representation></AdaptationSet></Period></MPD>\n");
-        lure("script.ffconcat", "ffconcat version 1.0\nfile '" + target + "'\n");
-        lure("script.mov", "ffconcat version 1.0\nfile secret.ts\n");
-        lure("stream.sdp", "v=0\no=- 0 0 IN IP4 127.0.0.1\ns=x\nc=IN IP4 127.0.0.1\nt=0 0\n"
-                           "m=video 9000 RTP/AVP 96\na=rtpmap:96 H264/90000\n");
-        lure("outside.mov", withOutsideReference(content(file("movie.mov"))));
-        lure("reference.mov",
-             box("ftyp", QByteArray("qt  \0\0\0\0qt  ", 12)) +
-                 box("moov", box("rmra", box("rmda", box("rdrf", QByteArray("\0\0\0\0url \0\0\0\x09secret.ts",
-                                                                            21))))));
-        return lures;
-    }
+    QStringList makeLures() const { return Lures::make(m_folder.path(), content(file("movie.mov"))); }
 
 private slots:
     void initTestCase()
@@ -224,7 +167,7 @@ private slots:
     void noLureMakesItOpenAnotherFile()
     {
         const QStringList lures = makeLures();
-        QCOMPARE(lures.size(), 13);
+        QVERIFY(lures.size() >= 18);
         const QString log = file("strace.log");
         MediaProbe::use({"/usr/bin/strace", "-f", "-o", log.toStdString(), helper()});
         QVERIFY(probe("movie.mov").verdict == Verdict::Media);
