@@ -72,6 +72,8 @@ FileResult Pipeline::process(const FileOrder& order)
 
 FileResult Pipeline::process(const FileOrder& order, const LinkSettings& settings, const ClipFiles& files)
 {
+    const std::string guid = text::newGuid();
+    log::AboutClip about(guid);
     // Opened once: all that follows is about this file, whatever happens to its name.
     const SourceFile source(order.path, order.ownerPath);
     if (source.isMissing())
@@ -83,6 +85,7 @@ FileResult Pipeline::process(const FileOrder& order, const LinkSettings& setting
     Work work{order, source, settings, files, {}, {}, {}};
     work.record.owner = order.ownerId;
     work.record.path = order.path;
+    work.record.guid = guid;
     work.record.stamp = files.sequence ? files.stamp : source.stamp();
     if (!text::isPlainText(order.path))
         return reject(work, "its name cannot be written in a document");
@@ -94,6 +97,7 @@ FileResult Pipeline::process(const FileOrder& order, const LinkSettings& setting
     }
     if (const auto known = recognise(work))
         return *known;
+    about.is(work.record.guid);
     dropOthers(work);
 
     const ProbeResult probe = MediaProbe::probe(source, order.cancel);

@@ -94,6 +94,7 @@ std::vector<FileResult> Pipeline::publishTogether(const std::vector<std::shared_
         if (results[i].end == FileResult::End::Publishing)
             continue;
         m_outputs.abandon(documents[i].owner, documents[i].name);
+        const log::AboutClip about(clips[i]->record.guid);
         if (documents[i].error != kRemoved)
             m_errors.add("The output for " + clips[i]->record.path +
                          " cannot be written: " + documents[i].error);
@@ -129,6 +130,7 @@ void Pipeline::say(const std::string& path, const std::vector<std::string>& note
 /// Gives the document of a clip its name, unless it has it (or had it and was taken), and notes it.
 FileResult Pipeline::finish(const ClipRecord& clip, const std::function<void(const FileResult&)>& willEnd)
 {
+    const log::AboutClip about(clip.guid);
     std::string reason;
     bool hasItsName = false;
     for (int i = 0; !hasItsName && i < kAttempts && m_outputs.isPrepared(clip.owner, clip.output); ++i) {

@@ -21,6 +21,7 @@
 #include <deque>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 namespace krxservice::log {
 
@@ -203,14 +204,34 @@ private:
     LogFile m_file{kLargestFile, kOlderFiles};
 };
 
+/// What lines of a thread are about unless they say it themselves.
+thread_local std::string presentClip;
+
 void add(Level level, std::string_view text, std::string_view clip)
 {
+    if (clip.empty())
+        clip = presentClip;
     Writer::instance().add({level, text::isoTime(text::now()),
                             text::xmlClean(text::oneLine(text.substr(0, kLongestLine))),
                             text::xmlClean(text::oneLine(clip))});
 }
 
 } // namespace
+
+AboutClip::AboutClip(std::string clip)
+    : m_before(std::exchange(presentClip, std::move(clip)))
+{
+}
+
+AboutClip::~AboutClip()
+{
+    presentClip = std::move(m_before);
+}
+
+void AboutClip::is(const std::string& clip)
+{
+    presentClip = clip;
+}
 
 void info(std::string_view text, std::string_view clip)
 {

@@ -21,6 +21,22 @@ void info(std::string_view text, std::string_view clip = {});
 void warning(std::string_view text, std::string_view clip = {});
 void error(std::string_view text, std::string_view clip = {});
 
+/// While it lives, lines of this thread that name no clip are about the one it was given.
+class AboutClip
+{
+public:
+    explicit AboutClip(std::string clip);
+    ~AboutClip();
+    AboutClip(const AboutClip&) = delete;
+    AboutClip& operator=(const AboutClip&) = delete;
+
+    /// It is another clip after all.
+    void is(const std::string& clip);
+
+private:
+    std::string m_before;
+};
+
 /// Lines below \a level are not logged. Info at first.
 void setLevel(Level level);
 

@@ -135,7 +135,7 @@ std::optional<ClipRecord> ClipStore::begin(const ClipRecord& clip,
             .prepare("INSERT INTO clips(guid, owner, path, size, modified, checksum, state) "
                      "SELECT ?, ?, ?, 0, 0, ?, 'waiting' WHERE " +
                      std::string(kOwnerExists))
-            .bind(text::newGuid())
+            .bind(clip.guid.empty() ? text::newGuid() : clip.guid)
             .bind(clip.owner)
             .bind(clip.path)
             .bind(clip.checksum)
@@ -281,7 +281,7 @@ void ClipStore::reject(const ClipRecord& clip)
         .prepare("INSERT OR REPLACE INTO clips(guid, owner, path, size, modified, changed, inode, checksum, "
                  "state) SELECT ?, ?, ?, ?, ?, ?, ?, ?, 'rejected' WHERE " +
                  std::string(kOwnerExists))
-        .bind(text::newGuid())
+        .bind(clip.guid.empty() ? text::newGuid() : clip.guid)
         .bind(clip.owner)
         .bind(clip.path)
         .bind(clip.stamp.size)

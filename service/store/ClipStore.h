@@ -37,9 +37,9 @@ public:
     /// True when \a output is the name of the output document of \a key.
     bool owns(const Key& key, const std::string& output);
 
-    /// Work on a clip begins, for the first time (then it gets id, guid and the name that \a outputName gives
-    /// for the id) or once more. \return the record as it is stored; nothing when it or its owner is gone
-    /// meanwhile.
+    /// Work on a clip begins, for the first time (then it gets id, guid (unless it has one) and the name that
+    /// \a outputName gives for the id) or once more. \return the record as it is stored; nothing when it or
+    /// its owner is gone meanwhile.
     std::optional<ClipRecord> begin(const ClipRecord& clip,
                                     const std::function<std::string(std::int64_t id)>& outputName);
     /// Acting: an unfinished file is about to appear.

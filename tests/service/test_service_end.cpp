@@ -1,9 +1,10 @@
 #include "RawClient.h"
-#include "ServiceProgram.h"
+#include "ServiceStage.h"
 #include "app/DataLock.h"
 #include "app/EndGuard.h"
 
 #include <QDir>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -293,6 +294,41 @@ private slots:
     }
 
     // In a namespace of its own, where the journal's socket is the test's.
+    /// What was done to a clip, what became of it and why, all by one id.
+    void everyLineAboutAClipIsFoundByItsId()
+    {
+        ServiceStage stage;
+        const QString to = stage.folder.filePath(s("to"));
+        QVERIFY(QDir().mkpath(to));
+        QVERIFY(stage.begin(ModuleDocument::copyActivity(to, true)));
+        QVERIFY(!stage.drop(s("good.wav")).isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kStagePatience);
+        QFile output(stage.outputs().first());
+        QVERIFY(output.open(QIODevice::ReadOnly));
+        const QString id =
+            QString::fromUtf8(output.readAll()).section(s("<id>"), 1).section(s("</id>"), 0, 0);
+        QVERIFY(!id.isEmpty());
+        QFile text(stage.watch + s("/text.wav"));
+        QVERIFY(text.open(QIODevice::WriteOnly));
+        text.write("this is no sound");
+        text.close();
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->errors().size(), 1, kStagePatience);
+        QCOMPARE(stage.service->terminate(), 0);
+
+        QFile file(stage.data + s("/krx-service.log"));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QString log = QString::fromUtf8(file.readAll());
+        const auto linesOf = [&](const char* name) { return log.split(QLatin1Char('\n')).filter(s(name)); };
+        const QString end = s(" [clip ") + id + QLatin1Char(']');
+        QCOMPARE(linesOf("good.wav").size(), 2); // copied, offered
+        for (const QString& line : linesOf("good.wav"))
+            QVERIFY2(line.endsWith(end), qPrintable(line));
+        QCOMPARE(linesOf("text.wav").size(), 1);
+        QVERIFY2(linesOf("text.wav").first().contains(QRegularExpression(s(" \\[clip [0-9a-f-]{36}\\]$"))),
+                 qPrintable(linesOf("text.wav").first()));
+        QVERIFY(!linesOf("text.wav").first().contains(id));
+    }
+
     void journalTakesTheLinesWithTheirFields()
     {
         if (::geteuid() != 0)
@@ -332,7 +368,7 @@ private slots:
         QVERIFY(QFile::copy(TestMedia::file(s("sound.wav")), watch + s("/b.wav")));
         const QString id = service.addFolder(watch, service.profileId(s("Default Profile")));
         QTRY_VERIFY_WITH_TIMEOUT(!service.outputs(id).isEmpty(), kPatience);
-        const QByteArray said = readUntil(journal, "KRX_CLIP=");
+        const QByteArray said = readUntil(journal, "MESSAGE=offered ");
         QVERIFY2(said.contains("KRX_CLIP=") && said.contains("MESSAGE=offered ") && said.contains("%s%n"),
                  said.constData());
         QCOMPARE(service.terminate(), 0);
