@@ -126,12 +126,14 @@ struct Picture
 class Shelf
 {
 public:
-    Shelf(const Descriptor& directory, const std::string& path, const PictureName& like)
+    Shelf(const Descriptor& directory, const std::string& path, const PictureName& like,
+          const std::function<bool()>& goesOn = {})
         : m_path(directoryOf(path))
     {
         const std::string plain = trimmed(like.stem);
         forEachName(directory, [&](const std::string& name) {
-            if (name.compare(0, plain.size(), plain) != 0)
+            m_isWhole = m_isWhole && (!goesOn || goesOn());
+            if (!m_isWhole || name.compare(0, plain.size(), plain) != 0)
                 return;
             if (picturekinds::isSidecar(name)) {
                 if (text::isPlainText(name) && stampAt(directory.get(), name))
@@ -155,7 +157,7 @@ public:
     std::vector<ClipFiles> clips() const
     {
         std::vector<ClipFiles> result;
-        if (m_pictures.empty())
+        if (m_pictures.empty() || !m_isWhole)
             return result;
         for (auto& facts : sequence::split(m_path, m_pictures)) {
             ClipFiles clip;
@@ -195,6 +197,7 @@ private:
     }
 
     std::string m_path;
+    bool m_isWhole = true; ///< nobody ended it
     std::vector<NumberedPicture> m_pictures;
     std::unordered_map<std::string, FileStamp> m_stamps; ///< of the pictures, by name
     std::vector<std::string> m_sidecars;
@@ -247,11 +250,12 @@ ClipFiles of(const std::string& path, const std::string& root, bool joinsAllPict
     return clip;
 }
 
-std::vector<ClipFiles> allLike(const std::string& path, const std::string& root)
+std::vector<ClipFiles> allLike(const std::string& path, const std::string& root,
+                               const std::function<bool()>& goesOn)
 {
     const Descriptor directory = openDirectoryOf(path, root);
     const auto picture = sequence::parse(text::baseName(path));
-    return picture && directory.isOpen() ? Shelf(directory, path, *picture).clips()
+    return picture && directory.isOpen() ? Shelf(directory, path, *picture, goesOn).clips()
                                          : std::vector<ClipFiles>();
 }
 

@@ -4,6 +4,7 @@
 #include "media/PictureHeader.h"
 #include "media/Sequence.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -32,8 +33,9 @@ FileStamp together(const std::vector<std::pair<std::string, FileStamp>>& files);
 ClipFiles of(const std::string& path, const std::string& root, bool joinsAllPictures);
 
 /// All clips that the numbered pictures beside \a path with its stem and extension make, single pictures
-/// included.
-std::vector<ClipFiles> allLike(const std::string& path, const std::string& root);
+/// included. \a goesOn, when given, is called for each file; false ends it without result.
+std::vector<ClipFiles> allLike(const std::string& path, const std::string& root,
+                               const std::function<bool()>& goesOn = {});
 
 /// What \a paths, the files of a directory tree, are as clips of a profile with these settings: one path for
 /// each, in their order; none for sidecars.

@@ -113,8 +113,12 @@ public:
     {
         forget(setup.folder.id);
         auto folder = std::make_unique<WatchedFolder>(setup.folder, setup.known, setup.skipped, m_settle,
-                                                      setup.underWay);
+                                                      setup.underWay, setup.settings);
         m_turns[setup.folder.id] = setup.turn;
+        folder->goesOn = [this] {
+            m_busySince = steadyNow();
+            return !isEnded();
+        };
         WatchedFolder& added = *(m_folders[setup.folder.id] = std::move(folder));
         read(added);
     }
@@ -255,7 +259,7 @@ private:
             m_busySince = steadyNow();
             return !isEnded();
         };
-        folder.beginReading();
+        folder.unavailable ? folder.beginReadingAgain() : folder.beginReading();
         const int error = filewalk::walk(folder.root(), folder.skipped(), visitor);
         if (isEnded())
             return;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "media/LinkSettings.h"
 #include "store/Records.h"
 #include "watch/DirectoryEvents.h"
 
@@ -42,6 +43,7 @@ public:
     /// What is to be watched.
     struct Setup
     {
+        LinkSettings settings;  ///< of the folder's profile
         std::uint64_t turn = 0; ///< told with each report
         FolderRecord folder;
         std::unordered_map<std::string, FileStamp> known; ///< files whose work is done

@@ -1,9 +1,13 @@
 #pragma once
 
+#include "media/ClipFiles.h"
+#include "media/LinkSettings.h"
 #include "store/Records.h"
+#include "watch/Gathering.h"
 #include "watch/Settler.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -20,9 +24,10 @@ class WatchedFolder
 public:
     /// \a known: the files whose work is done. \a skipped: canonical paths of directories to be left out.
     /// \a settle in nanoseconds.
-    /// \a underWay: files that were handed over and are not done yet.
+    /// \a underWay: files that were handed over and are not done yet. \a settings: those of its profile.
     WatchedFolder(const FolderRecord& record, std::unordered_map<std::string, FileStamp> known,
-                  std::set<std::string> skipped, std::int64_t settle, std::set<std::string> underWay = {});
+                  std::set<std::string> skipped, std::int64_t settle, std::set<std::string> underWay = {},
+                  const LinkSettings& settings = {});
 
     const std::string& id() const { return m_record.id; }
     /// The directory without trailing slashes.
@@ -35,14 +40,18 @@ public:
     /// The earliest moment at which a candidate can be finished (nanoseconds); the largest number without
     /// any.
     std::int64_t nextDue() const;
-    bool hasCandidates() const { return !m_candidates.empty(); }
+    /// True when there is something whose moment will come.
+    bool hasCandidates() const;
     /// Reads all candidates at \a now (nanoseconds) and returns those that are finished; they are under way
-    /// from then on.
+    /// from then on. Of numbered pictures it is the first, once none was added for three settle times; a
+    /// sidecar is never handed over, and its clip not before it stands still.
     std::vector<std::string> takeFinished(std::int64_t now);
 
     /// All of the folder is about to be read: what saw() and leaveOut() do not name until endReading() is
     /// gone.
     void beginReading();
+    /// The same after it was away: the profile may say that what was known then is known still.
+    void beginReadingAgain();
     /// Something that may hold clips is not looked into.
     void leaveOut(const std::string& path, const std::string& why);
     /// \return the files whose work is done that are gone since.
@@ -55,6 +64,9 @@ public:
     void done(const std::string& path, const std::optional<FileStamp>& stamp, std::int64_t now);
     void forgetAll();
 
+    /// Called for every file that a longer look comes to; false ends it.
+    std::function<bool()> goesOn;
+
     bool polled = false;       ///< no events arrive from at least one directory
     bool exhausted = false;    ///< because the system watches no more directories
     bool unavailable = false;  ///< the directory could not be read when last looked at
@@ -62,7 +74,20 @@ public:
     std::string reason;        ///< why it is not available
 
 private:
+    struct Later;
+
     bool isDone(const std::string& path, const FileStamp& stamp) const;
+    bool isDone(const ClipFiles& clip, const std::string& key) const;
+    void sawPicture(const std::string& key, const std::string& path, bool disturbed, std::int64_t now);
+    bool sawSidecar(const std::string& path, const FileStamp& stamp);
+    void letSettle(const std::string& path, const FileStamp& stamp, std::int64_t now);
+    bool waitsForSidecar(const std::string& path) const;
+    void finishOne(const std::string& path, std::vector<std::string>& finished);
+    void finishPictures(std::int64_t now, std::vector<std::string>& finished);
+    void passKnownPictures();
+    void clipIsDone(const std::string& path);
+    void sendSidecars(const std::string& stem);
+    void noteLateSidecars(const std::string& path);
 
     FolderRecord m_record;
     std::string m_root;
@@ -76,6 +101,16 @@ private:
         int times = 0;
         std::int64_t notBefore = 0;
     };
+
+    const LinkSettings m_settings;
+    Gathering m_gathering;
+    bool m_isFirstReading = true;
+    bool m_trustsKnown = false;                          ///< while all is read
+    std::unordered_map<std::string, std::string> m_keys; ///< clips of several pictures that are under way
+    std::map<std::string, FileStamp> m_sidecars;         ///< that stand still
+    std::unordered_set<std::string> m_knownStems;        ///< of clips whose work is done
+    std::set<std::string> m_late;                        ///< sidecars that came after that
+    std::set<std::string> m_uncovered;                   ///< files that the plug-in does not take
 
     std::map<std::string, Settler> m_candidates;
     std::set<std::string> m_underWay;

@@ -96,6 +96,7 @@ void Watcher::profilesChanged()
 {
     m_mounts = Mounts::present();
     m_resolver.forget();
+    m_orders.clear();
     std::vector<FolderRecord> folders;
     try {
         folders = m_stores.folders.list();
@@ -154,11 +155,10 @@ void Watcher::update(const FolderRecord& record)
         return;
     }
     m_withoutProfile.erase(record.id);
+    const Orders& orders = ordersOf(*profile);
     std::set<std::string> skipped;
-    if (const auto recipe = profiledocument::recipe(*profile)) {
-        for (const auto& destination : profiledocument::destinations(*recipe))
-            skipped.insert(m_resolver.canonical(destination));
-    }
+    for (const auto& destination : orders.destinations)
+        skipped.insert(m_resolver.canonical(destination));
     const auto present = m_folders.find(record.id);
     if (present != m_folders.end() && present->second.record.path == record.path &&
         present->second.record.profile == record.profile && present->second.skipped == skipped)
@@ -167,10 +167,22 @@ void Watcher::update(const FolderRecord& record)
     Folder folder;
     folder.record = record;
     folder.skipped = std::move(skipped);
+    folder.settings = orders.settings;
     folder.mount = m_mounts.keyOf(record.canonical);
     place(folder);
     m_folders[record.id] = std::move(folder);
     log::info("watching " + record.path + " with the profile " + profile->name);
+}
+
+/// What a profile says about the folders that have it; read once, because many have the same.
+const Watcher::Orders& Watcher::ordersOf(const ProfileRecord& profile)
+{
+    const auto [found, isNew] = m_orders.try_emplace(profile.id);
+    if (isNew) {
+        if (const auto recipe = profiledocument::recipe(profile))
+            found->second = {LinkSettings::read(recipe->settings), profiledocument::destinations(*recipe)};
+    }
+    return found->second;
 }
 
 /// Gives the folder to the lane of its file system.
@@ -178,6 +190,7 @@ void Watcher::place(Folder& folder)
 {
     Lane::Setup setup;
     setup.folder = folder.record;
+    setup.settings = folder.settings;
     setup.known = m_stores.clips.known(folder.record.id);
     setup.skipped = folder.skipped;
     setup.underWay = folder.underWay;

@@ -67,6 +67,7 @@ private:
     struct Folder
     {
         FolderRecord record;
+        LinkSettings settings; ///< of its profile
         std::set<std::string> skipped;
         std::string mount; ///< the key of the file system it is on
         std::shared_ptr<Lane> lane;
@@ -78,10 +79,18 @@ private:
         bool isAvailable = true;
     };
 
+    /// What the folders of a profile must know of it.
+    struct Orders
+    {
+        LinkSettings settings;
+        std::set<std::string> destinations;
+    };
+
     template <typename Work>
     void guarded(const char* what, Work work);
     void tryUpdate(const FolderRecord& folder);
     void update(const FolderRecord& folder);
+    const Orders& ordersOf(const ProfileRecord& profile);
     void putOff(const std::string& id, const std::string& text);
     void place(Folder& folder);
     void drop(const std::string& id);
@@ -102,6 +111,7 @@ private:
     PathResolver m_resolver;
     std::map<std::string, std::shared_ptr<Lane>> m_lanes; ///< those that take more folders, by mount
     std::map<std::string, Folder> m_folders;
+    std::map<std::string, Orders> m_orders;              ///< by profile
     std::uint64_t m_turns = 0;                           ///< taken so far
     std::map<std::string, std::string> m_withoutProfile; ///< folders at rest for a reason that was reported
     std::map<std::string, std::string> m_untried; ///< folders that could not be set up, and what was said

@@ -346,7 +346,7 @@ private slots:
     {
         Bench bench;
         const QString one = bench.add(QStringLiteral("one"));
-        const QString file = one + QStringLiteral("/a.txt");
+        const QString file = one + QStringLiteral("/a.rtf");
         write(file, "x");
         bench.watcher->start();
         QTRY_COMPARE_WITH_TIMEOUT(bench.handed.size(), 1, kPatience);
@@ -355,8 +355,8 @@ private slots:
         bench.watcher->fileDone(bench.ids[one], file.toStdString(),
                                 FileStamp{1, 1}); // whatever it was, it is done
         QVERIFY(QFile::remove(file));
-        QTRY_COMPARE_WITH_TIMEOUT(bench.said(QStringLiteral("a.txt")).size(), 1, kPatience);
-        QCOMPARE(bench.said(QStringLiteral("a.txt2")).size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(bench.said(QStringLiteral("a.rtf")).size(), 1, kPatience);
+        QCOMPARE(bench.said(QStringLiteral("a.rtf2")).size(), 1);
     }
 
     void runningOutOfChangeEventsIsSaidAndFilesAreFoundAllTheSame()

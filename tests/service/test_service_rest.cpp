@@ -279,7 +279,7 @@ private slots:
         QVERIFY(QDir(path).mkdir(s("deep")));
         QVERIFY(QFile::copy(TestMedia::file(s("sound.wav")), path + QLatin1String("/deep/a.wav")));
         QVERIFY(QFile::copy(TestMedia::file(s("still.png")), path + QLatin1String("/b.png")));
-        QFile notes(path + QLatin1String("/notes.txt"));
+        QFile notes(path + QLatin1String("/notes.rtf"));
         QVERIFY(notes.open(QIODevice::WriteOnly));
         notes.write("words\n");
         notes.close();
@@ -366,7 +366,7 @@ private slots:
     void errorsAreKeptUntilTheyAreCleared()
     {
         const QString path = newDirectory();
-        QFile notes(path + QLatin1String("/notes.txt"));
+        QFile notes(path + QLatin1String("/notes.rtf"));
         QVERIFY(notes.open(QIODevice::WriteOnly));
         notes.write("words\n");
         notes.close();

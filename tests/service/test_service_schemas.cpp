@@ -83,7 +83,7 @@ private slots:
         QVERIFY(QDir().mkpath(watch));
         for (const char* media : {"movie.mov", "still.png", "sound.wav"})
             QVERIFY(QFile::copy(TestMedia::file(s(media)), watch + QLatin1Char('/') + s(media)));
-        QFile notes(watch + s("/notes.txt"));
+        QFile notes(watch + s("/notes.rtf"));
         QVERIFY(notes.open(QIODevice::WriteOnly));
         notes.write("words\n");
         notes.close();
@@ -102,7 +102,7 @@ private slots:
                     .text(s("id"));
         QTRY_COMPARE_WITH_TIMEOUT(m_service.jobState(m_job), s("FAILED"), kPatience);
         QTRY_COMPARE_WITH_TIMEOUT(m_service.outputs(m_id).size(), 3, kPatience);
-        QTRY_VERIFY_WITH_TIMEOUT(!m_service.errors().filter(s("notes.txt")).isEmpty(), kPatience);
+        QTRY_VERIFY_WITH_TIMEOUT(!m_service.errors().filter(s("notes.rtf")).isEmpty(), kPatience);
     }
 
     void answersAreValid_data()

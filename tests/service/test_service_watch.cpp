@@ -47,6 +47,65 @@ struct WatchedFile
     WatchedFolder watched;
 };
 
+/// A watched folder with numbered pictures, and a clock of its own.
+struct PictureStage
+{
+    explicit PictureStage(const LinkSettings& settings = {})
+        : watched(WatchedFile::record(folder.path()), {}, {}, kSecond, {}, settings)
+    {
+    }
+
+    std::string path(const char* name) const
+    {
+        return folder.filePath(QString::fromUtf8(name)).toStdString();
+    }
+    void add(const char* name, const QByteArray& content = "x")
+    {
+        write(folder.filePath(QString::fromUtf8(name)), content);
+        watched.saw(path(name), true, now);
+    }
+    /// Lets time pass in small steps.
+    std::vector<std::string> wait(int quarters)
+    {
+        std::vector<std::string> finished;
+        for (int i = 0; i < quarters; ++i) {
+            now += kSecond / 4;
+            for (const auto& each : watched.takeFinished(now))
+                finished.push_back(each);
+        }
+        return finished;
+    }
+    /// Reads all of the folder.
+    void read()
+    {
+        watched.beginReading();
+        filewalk::Visitor visitor;
+        visitor.file = [this](const std::string& file) { watched.saw(file, false, now); };
+        filewalk::walk(watched.root(), {}, visitor);
+        watched.endReading();
+    }
+    FileStamp stampOf(const char* name) const
+    {
+        return clipfiles::of(path(name), watched.root(), false).stamp;
+    }
+    std::set<std::string> troubles() const { return watched.troubles(); }
+
+    QTemporaryDir folder;
+    WatchedFolder watched;
+    std::int64_t now = 0;
+};
+
+/// A header of a Targa picture.
+QByteArray targa(char width, char height)
+{
+    QByteArray header(18, '\0');
+    header[2] = 2;
+    header[12] = width;
+    header[14] = height;
+    header[16] = 24;
+    return header;
+}
+
 } // namespace
 
 class TestServiceWatch : public QObject
@@ -301,6 +360,232 @@ private slots:
         QVERIFY(QFile::remove(file));
         QVERIFY(known.takeFinished(1).empty());
         QVERIFY(!known.hasCandidates());
+    }
+
+    void numberedPicturesAreOneClipAfterThreeSettleTimesWithoutANewOne()
+    {
+        PictureStage stage;
+        stage.add("shot_0001.dpx");
+        QVERIFY(stage.wait(10).empty());
+        stage.add("shot_0002.dpx");
+        QVERIFY(stage.wait(11).empty());
+        stage.add("shot_0003.dpx");
+        QVERIFY(stage.wait(11).empty());
+        QVERIFY(stage.watched.hasCandidates());
+        QCOMPARE(stage.wait(1), std::vector<std::string>{stage.path("shot_0001.dpx")});
+        QVERIFY(!stage.watched.hasCandidates());
+    }
+
+    void pictureThatIsStillWrittenHoldsUpItsClip()
+    {
+        PictureStage stage;
+        stage.add("a1.exr");
+        stage.add("a2.exr");
+        const filetools::Descriptor writer(::open(stage.path("a2.exr").c_str(), O_WRONLY | O_APPEND));
+        QVERIFY(stage.wait(40).empty());
+    }
+
+    void pictureThatIsAddedLaterMakesANewContentOfTheClip()
+    {
+        PictureStage stage;
+        stage.add("a1.dpx");
+        stage.add("a2.dpx");
+        QCOMPARE(stage.wait(12).size(), std::size_t(1));
+        const FileStamp before = stage.stampOf("a1.dpx");
+        stage.add("a3.dpx");
+        // Not before the work on the first content is done.
+        QVERIFY(stage.wait(40).empty());
+        stage.watched.done(stage.path("a1.dpx"), before, stage.now);
+        QCOMPARE(stage.wait(1), std::vector<std::string>{stage.path("a1.dpx")});
+        stage.watched.done(stage.path("a1.dpx"), stage.stampOf("a1.dpx"), stage.now);
+        stage.read();
+        QVERIFY(stage.wait(40).empty());
+        QVERIFY(!stage.watched.hasCandidates());
+    }
+
+    void pictureThatGoesAwayMakesNoNewClipOfTheOthers()
+    {
+        PictureStage stage;
+        for (const char* name : {"a1.dpx", "a2.dpx", "a3.dpx"})
+            stage.add(name);
+        QCOMPARE(stage.wait(12).size(), std::size_t(1));
+        stage.watched.done(stage.path("a1.dpx"), stage.stampOf("a1.dpx"), stage.now);
+        QVERIFY(QFile::remove(QString::fromStdString(stage.path("a3.dpx"))));
+        stage.read();
+        QVERIFY(stage.wait(40).empty());
+    }
+
+    void picturesOfAnEarlierRunAreKnown()
+    {
+        PictureStage first;
+        for (const char* name : {"a1.dpx", "a2.dpx", "b7.dpx"})
+            first.add(name);
+        const auto known = [&] {
+            return std::unordered_map<std::string, FileStamp>{
+                {first.path("a1.dpx"), first.stampOf("a1.dpx")},
+                {first.path("b7.dpx"), first.stampOf("b7.dpx")}};
+        };
+        const auto readBy = [&](const std::unordered_map<std::string, FileStamp>& files) {
+            WatchedFolder watched(WatchedFile::record(first.folder.path()), files, {}, kSecond);
+            watched.beginReading();
+            for (const char* name : {"a2.dpx", "b7.dpx", "a1.dpx"})
+                watched.saw(first.path(name), false, 0);
+            watched.endReading();
+            return watched.hasCandidates();
+        };
+        QVERIFY(!readBy(known()));
+        // Each picture was a clip of its own to an older version.
+        QVERIFY(!readBy({{first.path("a1.dpx"), *filetools::stampOf(first.path("a1.dpx"))},
+                         {first.path("a2.dpx"), *filetools::stampOf(first.path("a2.dpx"))},
+                         {first.path("b7.dpx"), *filetools::stampOf(first.path("b7.dpx"))}}));
+        const auto before = known();
+        write(QString::fromStdString(first.path("a2.dpx")), "longer");
+        QVERIFY(readBy(before));
+    }
+
+    void sequencesAreToldApartByStemPaddingExtensionAndSize()
+    {
+        PictureStage stage;
+        for (const char* name : {"a_0999.tga", "a_1000.tga", "a_10000.tga"})
+            stage.add(name, targa(16, 9));
+        for (const char* name : {"a_1001.tga", "a_1003.tga"})
+            stage.add(name, targa(32, 18));
+        for (const char* name :
+             {"b_01.tga", "a_01.TGA", "a_1.tga", "a_2.tga", "alone.tga", "0005.tga", "0006.tga"})
+            stage.add(name, targa(16, 9));
+        std::set<std::string> names;
+        for (const auto& path : stage.wait(12))
+            names.insert(text::baseName(path));
+        QCOMPARE(names, (std::set<std::string>{"a_0999.tga", "a_1001.tga", "b_01.tga", "a_01.TGA", "a_1.tga",
+                                               "alone.tga", "0005.tga"}));
+        const auto clip = clipfiles::of(stage.path("a_1000.tga"), stage.watched.root(), false);
+        QCOMPARE(clip.sequence->present.size(), std::size_t(2));
+        QCOMPARE(clip.sequence->lastNumber, std::int64_t(10000));
+        QCOMPARE(clip.sequence->padding, 4);
+    }
+
+    void onlyThePluginForSequencesPutsPngAndJpegTogether()
+    {
+        for (const bool joins : {false, true}) {
+            LinkSettings settings;
+            settings.joinsAllPictures = joins;
+            PictureStage stage(settings);
+            for (const char* name : {"a1.png", "a2.png", "b1.JPG", "b2.JPG"})
+                stage.add(name);
+            QCOMPARE(stage.wait(12).size(), std::size_t(joins ? 2 : 4));
+        }
+    }
+
+    void sidecarIsNoClipAndHoldsUpItsOwn()
+    {
+        PictureStage stage;
+        stage.add("a.mov");
+        stage.add("alone.xml");
+        QVERIFY(stage.wait(3).empty());
+        stage.add("a.xml");
+        QVERIFY(stage.wait(3).empty());
+        QCOMPARE(stage.wait(4), std::vector<std::string>{stage.path("a.mov")});
+        stage.watched.done(stage.path("a.mov"), filetools::stampOf(stage.path("a.mov")), stage.now);
+        QVERIFY(stage.wait(40).empty() && stage.troubles().empty());
+        QCOMPARE(clipfiles::of(stage.path("a.mov"), stage.watched.root(), false).sidecars,
+                 std::vector<std::string>{stage.path("a.xml")});
+    }
+
+    void sidecarThatComesTooLateIsNamed()
+    {
+        PictureStage stage;
+        stage.read();
+        stage.add("a.mov");
+        stage.add("s_01.dpx");
+        stage.add("s_02.dpx");
+        QCOMPARE(stage.wait(12).size(), std::size_t(2));
+        stage.watched.done(stage.path("a.mov"), filetools::stampOf(stage.path("a.mov")), stage.now);
+        stage.watched.done(stage.path("s_01.dpx"), stage.stampOf("s_01.dpx"), stage.now);
+        stage.add("a.srt");
+        stage.add("s.cdl");
+        QVERIFY(stage.wait(12).empty());
+        QCOMPARE(stage.troubles().size(), std::size_t(2));
+        QVERIFY(stage.troubles().begin()->find("a.srt: it came, or was changed, after") != std::string::npos);
+        QVERIFY(QFile::remove(QString::fromStdString(stage.path("a.srt"))));
+        QVERIFY(QFile::remove(QString::fromStdString(stage.path("s.cdl"))));
+        stage.read();
+        QVERIFY(stage.troubles().empty());
+    }
+
+    void fileThatThePluginDoesNotTakeIsNamedWithThePlugin()
+    {
+        LinkSettings settings = LinkSettings::read(
+            "<profileSettings><linkDetail><xelPreferredPluginDetail><xelPluginName>MXF (*.mxf "
+            ")</xelPluginName>"
+            "<xelPluginGUID>4b525802-0001-4d0a-8c21-5e7f1a9b3c40</xelPluginGUID></xelPreferredPluginDetail>"
+            "</linkDetail></profileSettings>");
+        PictureStage stage(settings);
+        for (const char* name : {"a.mxf", "b.mov", "c.MXF", "c.xml"})
+            stage.add(name);
+        QCOMPARE(stage.wait(12), (std::vector<std::string>{stage.path("a.mxf"), stage.path("c.MXF")}));
+        QCOMPARE(stage.troubles(), std::set<std::string>{"Left out: " + stage.path("b.mov") +
+                                                         ": the plug-in MXF does not take it"});
+        stage.read();
+        QCOMPARE(stage.troubles().size(), std::size_t(1));
+        QVERIFY(!stage.watched.hasCandidates());
+    }
+
+    void pluginsTakeWhatTheyCover()
+    {
+        const auto plugin = [](const char* guid, const char* name) {
+            return LinkSettings::read(
+                "<profileSettings><linkDetail><xelPreferredPluginDetail><xelPluginName>" + std::string(name) +
+                "</xelPluginName><xelPluginGUID>" + guid +
+                "</xelPluginGUID></xelPreferredPluginDetail></linkDetail></profileSettings>");
+        };
+        const LinkSettings any = plugin("00000000-0000-0000-0000-000000000000", "Autodetect Plug-in");
+        QVERIFY(any.covers("a.xyz") && any.pluginName.empty());
+        const LinkSettings own = plugin("12345678-0000-4000-8000-000000000000", "Its Own (*.abc *.def )");
+        QVERIFY(own.covers("a.DEF") && own.covers("a.abc") && !own.covers("a.mov") && !own.covers("abc"));
+        QCOMPARE(own.pluginName, std::string("Its Own"));
+        const LinkSettings folders =
+            plugin("4B525802-0005-4D0A-8C21-5E7F1A9B3C40", "Image Sequence (Image Folder)");
+        QVERIFY(folders.joinsAllPictures && folders.covers("a01.png") && folders.covers("1.dpx"));
+        QVERIFY(!folders.covers("a.png") && !folders.covers("a1.mov"));
+        // One that says nothing of what it takes takes everything.
+        QVERIFY(plugin("12345678-0000-4000-8000-000000000000", "No list").covers("a.mov"));
+    }
+
+    void volumeThatComesBackIsNotSearchedForChangesWhenTheProfileSaysSo()
+    {
+        for (const bool trusts : {false, true}) {
+            LinkSettings settings;
+            settings.trustsKnownVolumes = trusts;
+            PictureStage stage(settings);
+            stage.read();
+            for (const char* name : {"a.mov", "s1.dpx", "s2.dpx"})
+                stage.add(name);
+            QCOMPARE(stage.wait(12).size(), std::size_t(2));
+            stage.watched.done(stage.path("a.mov"), filetools::stampOf(stage.path("a.mov")), stage.now);
+            stage.watched.done(stage.path("s1.dpx"), stage.stampOf("s1.dpx"), stage.now);
+            for (const char* name : {"a.mov", "s2.dpx"})
+                write(QString::fromStdString(stage.path(name)), "changed while it was away");
+            stage.watched.beginReadingAgain();
+            for (const char* name : {"a.mov", "s1.dpx", "s2.dpx"})
+                stage.watched.saw(stage.path(name), false, stage.now);
+            stage.watched.endReading();
+            QCOMPARE(stage.wait(12).size(), std::size_t(trusts ? 0 : 2));
+            // What changes before its eyes is no matter of trust.
+            stage.add("a.mov", "changed now");
+            QCOMPARE(stage.wait(12).size(), std::size_t(trusts ? 1 : 0));
+        }
+    }
+
+    void manyPicturesAreTakenAsOneClip()
+    {
+        constexpr int kPictures = 2000;
+        PictureStage stage;
+        for (int i = 0; i < kPictures; ++i)
+            stage.add(("s" + std::to_string(i) + ".dpx").c_str());
+        QCOMPARE(stage.wait(12), std::vector<std::string>{stage.path("s0.dpx")});
+        stage.watched.done(stage.path("s0.dpx"), stage.stampOf("s0.dpx"), stage.now);
+        stage.read();
+        QVERIFY(!stage.watched.hasCandidates());
     }
 
     void optionsAreRead()

@@ -107,11 +107,11 @@ private slots:
     {
         ServiceStage stage;
         QVERIFY(stage.begin());
-        QFile notes(stage.watch + s("/notes.txt"));
+        QFile notes(stage.watch + s("/notes.rtf"));
         QVERIFY(notes.open(QIODevice::WriteOnly));
         notes.write("words\n");
         notes.close();
-        QTRY_COMPARE_WITH_TIMEOUT(stage.service->errors().filter(s("notes.txt")).size(), 1, kStagePatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->errors().filter(s("notes.rtf")).size(), 1, kStagePatience);
         stage.service->get("errors?clear=true");
         QVERIFY(stage.marked(s("mark.wav")));
         QCOMPARE(stage.service->terminate(), 0);
