@@ -1,6 +1,7 @@
 #include "PipelineBench.h"
 #include "TestFiles.h"
 
+#include "media/ClipFiles.h"
 #include "media/LinkSettings.h"
 #include "media/Timecode.h"
 
@@ -89,6 +90,16 @@ class TestServiceLink : public QObject
     QString attribute(const char* xpath) const
     {
         return QString::fromUtf8(m_document.select_node(xpath).attribute().value());
+    }
+    /// Copies of one picture, under these numbers.
+    bool pictures(const char* stem, const QStringList& numbers) const
+    {
+        for (const QString& number : numbers) {
+            const QString to = m_media.filePath(s(stem) + number + s(".dpx"));
+            if (!QFile::copy(file("shot_001500.dpx"), to))
+                return false;
+        }
+        return true;
     }
     QStringList errors() const
     {
@@ -340,6 +351,127 @@ private slots:
         QCOMPARE(m_document.select_nodes("/xel/media/stream[@preferred]").size(), std::size_t(2));
         QTEST(probed(movie, "stream=width", {s("-select_streams"), picture}), "width");
         QTEST(probed(movie, "stream=channels", {s("-select_streams"), sound}), "channels");
+    }
+
+    void missingNumbersAreSaidAndRefuseNothing()
+    {
+        QVERIFY(pictures("gap.", {s("1"), s("2"), s("5"), s("9"), s("10")}));
+        // Whichever of its pictures is named, it is the same clip.
+        QVERIFY(offer(file("gap.5.dpx"), ""));
+        QCOMPARE(said("/xel/clip/path"), file("gap.1.dpx"));
+        QCOMPARE(said("/xel/clip/sequence/missingNumbers"), s("3-4 6-8"));
+        QCOMPARE(said("/xel/clip/frameCount"), s("5"));
+        QCOMPARE(said("/xel/clip/size").toLongLong(), 5 * QFileInfo(file("gap.1.dpx")).size());
+        QCOMPARE(errors().filter(s("are missing: 3-4 6-8")).filter(file("gap.1.dpx")).size(), 1);
+        QVERIFY(m_bench->pipeline.process(m_bench->order(file("gap.9.dpx").toStdString())).end == End::Known);
+    }
+
+    void numberThatJumpsFarCostsNothing()
+    {
+        QVERIFY(pictures("jump", {s("7"), s("999999999999999999")}));
+        QVERIFY(offer(file("jump7.dpx"), ""));
+        QCOMPARE(said("/xel/clip/sequence/lastNumber"), s("999999999999999999"));
+        QCOMPARE(said("/xel/clip/sequence/missingNumbers"), s("8-999999999999999998"));
+        QCOMPARE(said("/xel/clip/frameCount"), s("2"));
+    }
+
+    void pictureThatIsAddedOrChangedMakesANewContent()
+    {
+        QVERIFY(pictures("more_", {s("01"), s("02")}));
+        QVERIFY(offer(file("more_01.dpx"), ""));
+        const QString before = said("/xel/clip/checksum");
+        QCOMPARE(attribute("/xel/clip/checksum/@method"), s("xxh3-64-sequence"));
+        // Another time makes no other content.
+        QFile touched(file("more_02.dpx"));
+        QVERIFY(
+            touched.open(QIODevice::ReadWrite) &&
+            touched.setFileTime(QDateTime::currentDateTime().addDays(-1), QFileDevice::FileModificationTime));
+        touched.close();
+        const auto order = m_bench->order(file("more_01.dpx").toStdString());
+        QVERIFY(m_bench->pipeline.process(order).end == End::Known);
+        QVERIFY(pictures("more_", {s("03")}));
+        QVERIFY(offer(file("more_01.dpx"), ""));
+        QCOMPARE(said("/xel/clip/frameCount"), s("3"));
+        QVERIFY(said("/xel/clip/checksum") != before);
+        QVERIFY(touched.open(QIODevice::ReadWrite) && touched.seek(2000) && touched.write("changed") == 7);
+        touched.close();
+        QVERIFY(m_bench->pipeline.process(order).end == End::Offered);
+        QVERIFY(m_bench->pipeline.process(order).end == End::Known);
+    }
+
+    void damagedPictureInTheMiddleIsMissingFromItsClip()
+    {
+        QVERIFY(pictures("cut", {s("1"), s("2"), s("3")}));
+        QVERIFY(QFile::resize(file("cut2.dpx"), 20));
+        QVERIFY(offer(file("cut1.dpx"), ""));
+        QCOMPARE(said("/xel/clip/sequence/missingNumbers"), s("2"));
+        const auto order = m_bench->order(file("cut2.dpx").toStdString());
+        QVERIFY(m_bench->pipeline.process(order).end == End::Rejected);
+        QCOMPARE(errors().filter(file("cut2.dpx")).size(), 1);
+    }
+
+    void sidecarsAreListedAndTheCopyTakesThemAlong()
+    {
+        QVERIFY(QDir(m_media.path()).mkpath(s("to")));
+        QVERIFY(pictures("side_", {s("1"), s("2")}));
+        for (const char* name : {"side.cdl", "side_.XML", "side_2.xmp", "side_3.xmp", "other.xml", "side.doc",
+                                 "side.\x01.txt"}) {
+            QFile sidecar(file(name));
+            QVERIFY(sidecar.open(QIODevice::WriteOnly) && sidecar.write(name) > 0);
+        }
+        auto order = m_bench->order(file("side_1.dpx").toStdString());
+        order.profile.activities = {PipelineBench::copyTo(file("to"), true)};
+        order.profile.activities[0].name = "Copy";
+        QVERIFY(m_bench->pipeline.process(order).end == End::Offered);
+        QVERIFY(m_document.load_file(m_bench->listed().back().c_str()));
+        QCOMPARE(said("/xel/clip/path"), file("to/side_1.dpx"));
+        QCOMPARE(said("/xel/source/path"), file("side_1.dpx"));
+        QCOMPARE(said("/xel/clip/check"), s("verified"));
+        QCOMPARE(attribute("/xel/clip/activity/@name"), s("Copy"));
+        QCOMPARE(said("/xel/clip/activity/file/path"), file("to/side_1.dpx"));
+        QStringList listed;
+        for (const auto& each : m_document.select_nodes("/xel/clip/sidecar")) {
+            const QString path = QString::fromUtf8(each.node().child("path").text().get());
+            listed << path;
+            const QString sum = run(s("xxhsum"), {s("-H3"), path}).section(QLatin1Char(' '), -1);
+            QVERIFY(!sum.isEmpty());
+            QVERIFY(sum.endsWith(QString::fromUtf8(each.node().child("checksum").text().get())));
+        }
+        QCOMPARE(listed, (QStringList{file("to/side.cdl"), file("to/side_.XML"), file("to/side_2.xmp")}));
+        QCOMPARE(probed(file("to/side_%d.dpx"), "stream=nb_read_frames", {s("-count_frames")}), s("2"));
+    }
+
+    void fileThatThePluginOfAJobDoesNotTakeIsNamedWithIt()
+    {
+        auto order = m_bench->order(file("b.wav").toStdString());
+        order.ownerKind = "job";
+        order.profile.settings = settings(
+            "<linkDetail><xelPreferredPluginDetail><xelPluginName>MXF (*.mxf )</xelPluginName><xelPluginGUID>"
+            "4b525802-0001-4d0a-8c21-5e7f1a9b3c40</xelPluginGUID></xelPreferredPluginDetail></linkDetail>");
+        QVERIFY(m_bench->pipeline.process(order).end == End::Rejected);
+        QCOMPARE(errors().filter(file("b.wav")).filter(s("the plug-in MXF does not take it")).size(), 1);
+        QVERIFY(m_bench->listed().empty());
+    }
+
+    void plugInOfTheProfileStandsInTheDocument()
+    {
+        QVERIFY(offer(file("b.wav"),
+                      "<linkDetail><xelPreferredPluginDetail><xelPluginName>Broadcast Wave (*.wav *.bwf )"
+                      "</xelPluginName><xelPluginGUID>4b525802-0007-4d0a-8c21-5e7f1a9b3c40</xelPluginGUID>"
+                      "</xelPreferredPluginDetail></linkDetail>"));
+        QCOMPARE(said("/xel/clip/plugin"), s("Broadcast Wave"));
+    }
+
+    void filesOfADirectoryAreListedAsClips()
+    {
+        QVERIFY(QDir(m_media.path()).mkpath(s("card/list")));
+        QVERIFY(pictures("card/list/x", {s("1"), s("2"), s("3")}) && pictures("card/list/y_", {s("08")}));
+        QVERIFY(QFile::copy(file("b.wav"), file("card/list/b.wav")));
+        std::vector<std::string> paths;
+        for (const char* name : {"b.wav", "b.xml", "x1.dpx", "x2.dpx", "x3.dpx", "y_08.dpx"})
+            paths.push_back(file("card/list/").toStdString() + name);
+        QCOMPARE(clipfiles::clips(paths, file("card/list").toStdString(), false),
+                 (std::vector<std::string>{paths[0], paths[2], paths[5]}));
     }
 
     void timecodesAreFoundInNames_data()
