@@ -92,7 +92,9 @@ public:
     void publishRest();
     /// Notes which clips the host has taken.
     void noteTaken();
-    /// Forgets finished clips whose files have been gone for 30 days at \a now (nanoseconds since 1970).
+    /// Forgets finished clips whose files have been gone for 30 days at \a now (nanoseconds since 1970), of
+    /// which those count on which it was looked, or the day before or after: a clock that is set wrong, or
+    /// right, makes nobody forget anything.
     /// Returns when done or \a cancel was set.
     void prune(std::int64_t now, const CancelToken& cancel);
 

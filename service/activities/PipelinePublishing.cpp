@@ -18,6 +18,7 @@ constexpr char kOutOfReach[] = "the directory of its output is out of reach";
 constexpr int kAttempts = 2;                                            ///< to give a document its name
 constexpr int kAtOnce = 100;                                            ///< records looked at together
 constexpr std::int64_t kKeptFor = 30LL * 24 * 60 * 60 * 1000 * 1000000; ///< nanoseconds
+constexpr std::int64_t kMostBetweenLooks = 2LL * 24 * 60 * 60 * 1000 * 1000000; ///< nanoseconds that count
 constexpr char kRemoved[] = "its folder or job was removed";
 
 enum class Whereabouts {
@@ -176,6 +177,7 @@ void Pipeline::noteTaken()
 
 void Pipeline::prune(std::int64_t now, const CancelToken& cancel)
 {
+    m_clips.noteLook(now, kMostBetweenLooks);
     std::int64_t last = 0;
     for (;;) {
         const auto clips = m_clips.finished(last, kAtOnce);

@@ -23,7 +23,7 @@ namespace {
 
 constexpr std::size_t kLongestPath = 4095;           ///< bytes, what the system takes
 constexpr std::chrono::milliseconds kPatience{2000}; ///< with a disk; clients wait three seconds
-constexpr std::int64_t kPruneEvery = 24LL * 60 * 60 * 1000 * 1000000; ///< nanoseconds
+constexpr std::chrono::hours kPruneEvery{24};
 
 constexpr int kFewestWorkers = 2; ///< that is, when nobody says how many
 constexpr int kMostWorkers = 4;
@@ -196,10 +196,11 @@ void Service::stop()
 /// Once a day.
 void Service::prune()
 {
-    const std::int64_t now = text::now();
-    if (m_pruned != 0 && now - m_pruned < kPruneEvery)
+    const auto steady = std::chrono::steady_clock::now();
+    if (m_pruned && steady - *m_pruned < kPruneEvery)
         return;
-    m_pruned = now;
+    m_pruned = steady;
+    const std::int64_t now = text::now();
     m_worker.addBackground([this, now](const CancelToken& cancel) { m_pipeline.prune(now, cancel); });
 }
 

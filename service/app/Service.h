@@ -108,7 +108,7 @@ private:
     Housekeeper m_housekeeper;
     /// On a thread of its own: a volume that does not answer holds up nothing but histories.
     Housekeeper m_historian;
-    std::int64_t m_pruned = 0; ///< when, nanoseconds since 1970; used by the housekeeper alone
+    std::optional<std::chrono::steady_clock::time_point> m_pruned; ///< when; used by the housekeeper alone
 };
 
 } // namespace krxservice

@@ -325,6 +325,22 @@ void ClipStore::setGoneSince(std::int64_t id, std::int64_t moment)
     m_database.prepare("UPDATE clips SET gone_since=? WHERE id=?").bind(moment).bind(id).run();
 }
 
+void ClipStore::noteLook(std::int64_t now, std::int64_t most)
+{
+    Transaction transaction(m_database);
+    std::int64_t last = now;
+    {
+        Statement row = m_database.prepare("SELECT value FROM meta WHERE name='looked'");
+        if (row.step())
+            last = row.number(0);
+    }
+    const std::int64_t counted = std::clamp<std::int64_t>(now - last, 0, most);
+    if (const std::int64_t shift = now - last - counted; shift != 0)
+        m_database.prepare("UPDATE clips SET gone_since=gone_since+? WHERE gone_since!=0").bind(shift).run();
+    m_database.prepare("INSERT OR REPLACE INTO meta(name, value) VALUES('looked', ?)").bind(now).run();
+    transaction.commit();
+}
+
 std::vector<ClipRecord> ClipStore::finished(std::int64_t after, int most)
 {
     const auto lock = m_database.lock();

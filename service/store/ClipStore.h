@@ -71,6 +71,9 @@ public:
     /// The file was touched and has its old content.
     void setStamp(std::int64_t id, const FileStamp& stamp);
     void setGoneSince(std::int64_t id, std::int64_t moment);
+    /// Notes that files that are gone are looked for at \a now. Of the time since the last look at most
+    /// \a most counts as time for which they were gone: nobody looked meanwhile, or the clock was set.
+    void noteLook(std::int64_t now, std::int64_t most);
     /// Finished clips with ids above \a after, at most \a most, in the order of their ids.
     std::vector<ClipRecord> finished(std::int64_t after, int most);
 

@@ -312,6 +312,27 @@ private slots:
         QVERIFY(stage.marked(s("z.wav")));
         QCOMPARE(stage.offered(), expected << s("z.wav.xel"));
     }
+
+    // Ten years on, twenty back, and right again: waits are none the longer and clips are found as before.
+    void clocksThatJumpHoldNothingUp()
+    {
+        constexpr int kYear = 365 * 24 * 3600;
+        Broken stage;
+        QVERIFY(stage.begin());
+        QStringList expected;
+        for (const int years : {0, 10, -10, 0}) {
+            stage.fail("clock", "now", years * kYear);
+            const QString name = QStringLiteral("y%1.wav").arg(expected.size());
+            QVERIFY(stage.marked(name));
+            expected << name + s(".xel");
+            QCOMPARE(stage.offered(), expected);
+            QVERIFY(stage.service->get("version").text(s("uptime")).toLongLong() * 1000 < 4 * kStagePatience);
+        }
+        stage.log += stage.service->log();
+        const int then = QDate::currentDate().addDays(3650).year();
+        QVERIFY2(stage.log.contains('\n' + QByteArray::number(then) + '-'), "the clock was not set");
+        QCOMPARE(stage.service->terminate(), 0);
+    }
 };
 
 QTEST_GUILESS_MAIN(TestServiceFaults)

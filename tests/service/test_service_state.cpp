@@ -108,6 +108,23 @@ class TestServiceState : public QObject
         return clips;
     }
 
+    bool offerAndTake(const QString& path)
+    {
+        QFile::copy(QString::fromStdString(m_wave), path);
+        m_bench->pipeline.process(m_bench->order(path.toStdString()));
+        for (const auto& output : m_bench->listed())
+            ::unlink(output.c_str());
+        m_bench->pipeline.noteTaken();
+        return m_bench->clips.inState(ClipState::Taken).size() == 1;
+    }
+    /// Looks on a day, counted from some day on; true when the clip is forgotten.
+    bool pruneAfter(int days)
+    {
+        constexpr std::int64_t kDay = 24LL * 60 * 60 * 1000 * 1000000;
+        m_bench->pipeline.prune((1000 + days) * kDay, makeCancelToken());
+        return m_bench->clips.inState(ClipState::Taken).empty();
+    }
+
 private slots:
     void initTestCase()
     {
@@ -546,32 +563,46 @@ private slots:
 
     void filesThatAreGoneAreForgottenAfterThirtyDays()
     {
-        PipelineBench& bench = *m_bench;
-        const QString path = bench.folder.filePath(s("gone.wav"));
-        const auto offerAndTake = [&] {
-            bench.pipeline.process(bench.order(path.toStdString()));
-            for (const auto& output : bench.listed())
-                ::unlink(output.c_str());
-            bench.pipeline.noteTaken();
-            return bench.clips.inState(ClipState::Taken).size() == 1;
+        const QString path = m_bench->folder.filePath(s("gone.wav"));
+        QVERIFY(offerAndTake(path));
+        const auto isKept = [&](int first, int last) {
+            for (int day = first; day <= last; ++day) {
+                if (pruneAfter(day))
+                    return false;
+            }
+            return true;
         };
-        constexpr std::int64_t kDay = 24LL * 60 * 60 * 1000 * 1000000;
-        const auto pruneAfter = [&](int days) {
-            bench.pipeline.prune(1000 * kDay + days * kDay, makeCancelToken());
-            return bench.clips.inState(ClipState::Taken).empty();
-        };
-        QVERIFY(QFile::copy(QString::fromStdString(m_wave), path) && offerAndTake());
-        QVERIFY(!pruneAfter(0));
+        QVERIFY(isKept(0, 0));
         QVERIFY(QFile::remove(path));
-        QVERIFY(!pruneAfter(1));
-        QVERIFY(!pruneAfter(30));
+        QVERIFY(isKept(1, 30));
         // It was back for a while.
         QVERIFY(QFile::copy(QString::fromStdString(m_wave), path));
-        QVERIFY(!pruneAfter(40));
+        QVERIFY(isKept(31, 40));
         QVERIFY(QFile::remove(path));
-        QVERIFY(!pruneAfter(41));
-        QVERIFY(!pruneAfter(70));
+        QVERIFY(isKept(41, 71));
         QVERIFY(pruneAfter(72));
+    }
+
+    // A machine that begins in 1970 and learns the time later, or was switched off for a year.
+    void clocksThatJumpForgetNothing_data()
+    {
+        QTest::addColumn<int>("jump"); // days
+        QTest::newRow("on to the right time") << 20000;
+        QTest::newRow("switched off for a year") << 365;
+        QTest::newRow("back to the right time") << -700;
+        QTest::newRow("back before 1970") << -1500;
+    }
+    void clocksThatJumpForgetNothing()
+    {
+        QFETCH(int, jump);
+        const QString path = m_bench->folder.filePath(s("away.wav"));
+        QVERIFY(offerAndTake(path) && QFile::remove(path));
+        for (const int day : {0, 1, jump, jump + 1})
+            QVERIFY(!pruneAfter(day));
+        int days = 0;
+        while (days < 100 && !pruneAfter(jump + 2 + days))
+            ++days;
+        QVERIFY2(days > 25 && days < 31, qPrintable(QString::number(days)));
     }
 
     void filesRightInAMountThatIsAwayAreNotForgotten()

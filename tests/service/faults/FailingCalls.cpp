@@ -1,7 +1,7 @@
 // Put before a program with LD_PRELOAD: lets chosen system calls fail, as a full or broken disk would. The
 // file named by KRX_FAULTS says which, one a line: the call, a part of the path, the errno value. It is read
 // at every call, so that a test can break and mend the disk while the program runs. A "stat" or an "unlink"
-// does not fail: it hangs.
+// does not fail: it hangs. "clock now" puts the clock on the wall so many seconds on, or back.
 
 #include <dlfcn.h>
 #include <sys/stat.h>
@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <string>
 
 namespace {
@@ -76,6 +77,15 @@ __attribute__((visibility("default"))) int renameat2(int fromAt, const char* fro
         return failed<int>(error);
     return real<int (*)(int, const char*, int, const char*, unsigned)>("renameat2")(fromAt, from, toAt, to,
                                                                                     flags);
+}
+
+/// Only the clock on the wall can be set.
+__attribute__((visibility("default"))) int clock_gettime(clockid_t clock, timespec* time)
+{
+    const int result = real<int (*)(clockid_t, timespec*)>("clock_gettime")(clock, time);
+    if (result == 0 && clock == CLOCK_REALTIME)
+        time->tv_sec += faultOf("clock", "now");
+    return result;
 }
 
 /// Does not answer while the control file says so.
