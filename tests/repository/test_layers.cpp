@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QHash>
 #include <QRegularExpression>
 #include <QSet>
 #include <QTemporaryDir>
@@ -239,6 +240,46 @@ private slots:
         look(text, quotedFile);
         QVERIFY(count > 50);
         QVERIFY2(missing.isEmpty(), qUtf8Printable(missing.join(QLatin1String(", "))));
+    }
+
+    // Each line of defence that docs/security.md claims has the tests that it names.
+    void whatHoldsEachDefenceIsThere()
+    {
+        QHash<QString, QString> programs;
+        QDirIterator sources(root() + QStringLiteral("/tests"), {QStringLiteral("test_*.cpp")}, QDir::Files,
+                             QDirIterator::Subdirectories);
+        while (sources.hasNext()) {
+            QFile source(sources.next());
+            QVERIFY(source.open(QIODevice::ReadOnly));
+            programs.insert(sources.fileInfo().completeBaseName(), QString::fromUtf8(source.readAll()));
+        }
+        QFile page(root() + QStringLiteral("/docs/security.md"));
+        QVERIFY(page.open(QIODevice::ReadOnly));
+        const QStringList lines = QString::fromUtf8(page.readAll()).split(QLatin1Char('\n'));
+        static const QRegularExpression quoted(QStringLiteral("`(?:(\\w+): )?(\\w+)`"));
+        QStringList missing;
+        int count = 0;
+        for (const QString& line : lines) {
+            if (!line.startsWith(QLatin1String("| ")) || line.endsWith(QLatin1String("| Test |")))
+                continue;
+            QString program;
+            auto names = quoted.globalMatch(line.section(QLatin1Char('|'), -2, -2));
+            int inLine = 0;
+            for (; names.hasNext(); ++inLine) {
+                const auto name = names.next();
+                if (!name.captured(1).isEmpty())
+                    program = name.captured(1).startsWith(QLatin1String("test_"))
+                                  ? name.captured(1)
+                                  : QStringLiteral("test_service_") + name.captured(1);
+                if (!programs.value(program).contains(QStringLiteral("void %1()").arg(name.captured(2))))
+                    missing << program + QStringLiteral(": ") + name.captured(2);
+            }
+            if (inLine == 0)
+                missing << line.left(60);
+            count += inLine;
+        }
+        QVERIFY(count > 60);
+        QVERIFY2(missing.isEmpty(), qUtf8Printable(missing.join(QLatin1Char('\n'))));
     }
 
     void noSourceIsTooLong_data()
