@@ -6,6 +6,7 @@
 
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QStringList>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -43,11 +44,14 @@ struct EngineBench
     /// One line for each stream, its entries divided by commas in ffprobe's order.
     static QString probed(const QString& file, const char* entries, const char* streams = "v:0")
     {
-        return run(QStringLiteral("ffprobe"),
-                   {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-of"),
-                    QStringLiteral("csv=p=0"), QStringLiteral("-count_packets"),
-                    QStringLiteral("-select_streams"), QString::fromUtf8(streams),
-                    QStringLiteral("-show_entries"), QString::fromUtf8(entries), file});
+        QString text = run(QStringLiteral("ffprobe"),
+                           {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-of"),
+                            QStringLiteral("csv=p=0"), QStringLiteral("-count_packets"),
+                            QStringLiteral("-select_streams"), QString::fromUtf8(streams),
+                            QStringLiteral("-show_entries"), QString::fromUtf8(entries), file});
+        // Behind a stream with more than entries stands a comma.
+        return text.replace(QLatin1String(",\n"), QLatin1String("\n"))
+            .remove(QRegularExpression(QStringLiteral(",$")));
     }
     /// The MD5 of each decoded picture, seen by ffmpeg alone.
     static QStringList pictures(const QString& file, const char* format = "yuv420p")
