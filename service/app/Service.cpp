@@ -154,7 +154,7 @@ Service::Service(const Options& options)
     m_jobs.recover();
     ensureDefaultProfile();
     m_watcher = std::make_unique<Watcher>(
-        Watcher::Stores{m_folders, m_profiles, m_clips, m_errors},
+        Watcher::Stores{m_folders, m_profiles, m_clips, m_errors, &m_book},
         Watcher::Times{options.settleSeconds, options.rescanSeconds},
         [this](const std::string& folderId, const std::string& path) { m_worker.addFile(folderId, path); });
 }

@@ -112,8 +112,17 @@ public:
     void watch(const Setup& setup)
     {
         forget(setup.folder.id);
+        Stories::Tell tell;
+        if (setup.tell) {
+            tell = [this, inner = setup.tell](const std::string& path, const ClipNews& news) {
+                // Held for the same reason as below.
+                const std::lock_guard lock(m_mutex);
+                if (!m_ended)
+                    inner(path, news);
+            };
+        }
         auto folder = std::make_unique<WatchedFolder>(setup.folder, setup.known, setup.skipped, m_settle,
-                                                      setup.underWay, setup.settings);
+                                                      setup.underWay, setup.settings, tell);
         m_turns[setup.folder.id] = setup.turn;
         folder->goesOn = [this] {
             m_busySince = steadyNow();

@@ -3,6 +3,7 @@
 #include "media/LinkSettings.h"
 #include "store/Records.h"
 #include "watch/DirectoryEvents.h"
+#include "watch/Stories.h"
 
 #include <cstdint>
 #include <functional>
@@ -49,6 +50,7 @@ public:
         std::unordered_map<std::string, FileStamp> known; ///< files whose work is done
         std::set<std::string> skipped;                    ///< canonical paths of directories to be left out
         std::set<std::string> underWay;                   ///< files that were handed over
+        Stories::Tell tell = {}; ///< called on the lane's thread, never after its end; must not wait
     };
 
     Lane(const Times& times, Listener listener, const EventSource& events = {});

@@ -1,11 +1,14 @@
 #include "watch/OpenWriters.h"
 
+#include "base/Text.h"
+
 #include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cctype>
 #include <climits>
+#include <fstream>
 #include <memory>
 
 namespace krxservice::openwriters {
@@ -19,8 +22,17 @@ Directory openDirectory(const std::string& path)
     return {::opendir(path.c_str()), &::closedir};
 }
 
-void lookInto(const std::string& descriptors, const std::set<std::string>& wanted,
-              std::set<std::string>& found)
+/// The program that runs as \a process.
+std::string nameOf(const std::string& process)
+{
+    std::ifstream file("/proc/" + process + "/comm");
+    std::string name;
+    std::getline(file, name);
+    return (name.empty() ? "a program" : text::oneLine(name)) + " (process " + process + ')';
+}
+
+void lookInto(const std::string& descriptors, const std::set<std::string>& wanted, const std::string& process,
+              std::map<std::string, std::string>& found)
 {
     const Directory directory = openDirectory(descriptors);
     while (const dirent* entry = directory ? ::readdir(directory.get()) : nullptr) {
@@ -39,21 +51,21 @@ void lookInto(const std::string& descriptors, const std::set<std::string>& wante
             continue;
         std::string path(target, static_cast<std::size_t>(length));
         if (wanted.count(path) > 0)
-            found.insert(std::move(path));
+            found.emplace(std::move(path), nameOf(process));
     }
 }
 
 } // namespace
 
-std::set<std::string> among(const std::set<std::string>& canonicalPaths)
+std::map<std::string, std::string> among(const std::set<std::string>& canonicalPaths)
 {
-    std::set<std::string> found;
+    std::map<std::string, std::string> found;
     if (canonicalPaths.empty())
         return found;
     const Directory processes = openDirectory("/proc");
     while (const dirent* entry = processes ? ::readdir(processes.get()) : nullptr) {
         if (std::isdigit(static_cast<unsigned char>(entry->d_name[0])))
-            lookInto(std::string("/proc/") + entry->d_name + "/fd", canonicalPaths, found);
+            lookInto(std::string("/proc/") + entry->d_name + "/fd", canonicalPaths, entry->d_name, found);
     }
     return found;
 }

@@ -27,6 +27,9 @@ public:
         return m_readings >= kLeastReadings && now - m_since >= m_settle;
     }
 
+    /// True when the last reading was as the one before.
+    bool isStill() const { return m_readings > 1; }
+
     /// The earliest moment at which the file can be finished.
     std::int64_t dueAt() const { return m_since + m_settle; }
 

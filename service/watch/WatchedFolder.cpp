@@ -43,13 +43,14 @@ std::string trimmedStem(const std::string& path)
 
 WatchedFolder::WatchedFolder(const FolderRecord& record, std::unordered_map<std::string, FileStamp> known,
                              std::set<std::string> skipped, std::int64_t settle,
-                             std::set<std::string> underWay, const LinkSettings& settings)
+                             std::set<std::string> underWay, const LinkSettings& settings, Stories::Tell tell)
     : m_record(record)
     , m_root(record.path)
     , m_known(std::move(known))
     , m_skipped(std::move(skipped))
     , m_settle(settle)
     , m_settings(settings)
+    , m_stories(std::move(tell))
     , m_gathering(kPictureWait * settle)
     , m_underWay(std::move(underWay))
 {
@@ -158,6 +159,9 @@ void WatchedFolder::letSettle(const std::string& path, const FileStamp& stamp, s
     Settler& settler = m_candidates.try_emplace(path, m_settle).first->second;
     settler.disturbed();
     settler.reading(stamp, now);
+    // Pictures and sidecars are told of with their clips.
+    if (!picturekinds::isSidecar(path) && !Gathering::keyOf(path, m_settings.joinsAllPictures))
+        m_stories.found(path, stamp);
 }
 
 void WatchedFolder::beginReading()
@@ -254,18 +258,24 @@ std::vector<std::string> WatchedFolder::takeFinished(std::int64_t now)
                 m_gathering.lost(*key, it->first);
             else if (key)
                 m_gathering.settled(*key, it->first, *stamp);
+            if (stamp)
+                m_stories.handedOver(it->first);
+            else
+                m_stories.gone(it->first);
             it = m_candidates.erase(it);
             continue;
         }
         if (it->second.reading(*stamp, now) || it->second.stoodStill(now))
             still.emplace(text::canonicalPath(it->first), it->first);
+        m_stories.read(it->first, *stamp, it->second, now);
         ++it;
     }
     std::set<std::string> canonical;
     for (const auto& [real, path] : still)
         canonical.insert(real);
-    for (const auto& written : openwriters::among(canonical)) {
+    for (const auto& [written, program] : openwriters::among(canonical)) {
         m_candidates.at(still.at(written)).disturbed();
+        m_stories.open(still.at(written), program);
         still.erase(written);
     }
     std::vector<std::string> finished;
@@ -296,10 +306,13 @@ void WatchedFolder::finishOne(const std::string& path, std::vector<std::string>&
     }
     if (!m_settings.covers(text::baseName(path))) {
         m_uncovered.insert(path);
+        m_stories.refused(path, "The plug-in " + m_settings.pluginName + " does not take it");
         return;
     }
-    if (stamp && stamp->size == 0)
+    if (stamp && stamp->size == 0) {
         m_empty[path] = *stamp;
+        m_stories.refused(path, "The file is empty");
+    }
     if (key && stamp && stamp->size > 0)
         m_gathering.settled(*key, path, *stamp);
     else if (key)
@@ -307,6 +320,7 @@ void WatchedFolder::finishOne(const std::string& path, std::vector<std::string>&
     if (key || (stamp && stamp->size == 0))
         return;
     sendSidecars(stemOf(path));
+    m_stories.handedOver(path);
     m_underWay.insert(path);
     finished.push_back(path);
 }

@@ -5,6 +5,7 @@
 #include "store/Records.h"
 #include "watch/Gathering.h"
 #include "watch/Settler.h"
+#include "watch/Stories.h"
 
 #include <cstdint>
 #include <functional>
@@ -25,9 +26,10 @@ public:
     /// \a known: the files whose work is done. \a skipped: canonical paths of directories to be left out.
     /// \a settle in nanoseconds.
     /// \a underWay: files that were handed over and are not done yet. \a settings: those of its profile.
+    /// \a tell is told why files are not handed over yet.
     WatchedFolder(const FolderRecord& record, std::unordered_map<std::string, FileStamp> known,
                   std::set<std::string> skipped, std::int64_t settle, std::set<std::string> underWay = {},
-                  const LinkSettings& settings = {});
+                  const LinkSettings& settings = {}, Stories::Tell tell = {});
 
     const std::string& id() const { return m_record.id; }
     /// The directory without trailing slashes.
@@ -103,6 +105,7 @@ private:
     };
 
     const LinkSettings m_settings;
+    Stories m_stories;
     Gathering m_gathering;
     bool m_isFirstReading = true;
     bool m_trustsKnown = false;                          ///< while all is read

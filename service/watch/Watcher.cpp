@@ -194,6 +194,10 @@ void Watcher::place(Folder& folder)
     setup.known = m_stores.clips.known(folder.record.id);
     setup.skipped = folder.skipped;
     setup.underWay = folder.underWay;
+    if (m_stores.book) {
+        setup.tell = [book = m_stores.book, id = folder.record.id](
+                         const std::string& path, const ClipNews& news) { book->tell(id, path, news); };
+    }
     setup.turn = ++m_turns;
     folder.turn = setup.turn;
     folder.lane = laneFor(folder.mount);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Mounts.h"
+#include "store/ClipBook.h"
 #include "store/ClipStore.h"
 #include "store/ErrorStore.h"
 #include "store/FolderStore.h"
@@ -34,6 +35,7 @@ public:
         ProfileStore& profiles;
         ClipStore& clips;
         ErrorStore& errors;
+        ClipBook* book = nullptr; ///< is told of files that are not finished; may be null
     };
     struct Times
     {

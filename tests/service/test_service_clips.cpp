@@ -292,6 +292,26 @@ private slots:
         QVERIFY(QFile::remove(m_stage.outputs().value(0)));
         QTRY_COMPARE_WITH_TIMEOUT(named("TAKEN"), QStringList{s("a.wav")}, kStagePatience);
     }
+    void aFileThatIsNotFinishedSaysWhy()
+    {
+        ServiceStage stage;
+        QVERIFY(stage.begin());
+        QFile open(stage.watch + s("/open.wav"));
+        QFile from(TestMedia::file(s("sound.wav")));
+        QVERIFY(open.open(QIODevice::WriteOnly) && from.open(QIODevice::ReadOnly));
+        QVERIFY(open.write(from.readAll()) > 0 && open.flush());
+        const auto only = [&](const char* name) { return stage.service->get("clips").text(s(name)); };
+        QTRY_COMPARE_WITH_TIMEOUT(only("state"), s("OPEN"), kStagePatience);
+        QVERIFY(only("reason").contains(s("(process %1)").arg(QCoreApplication::applicationPid())));
+        open.close();
+        QTRY_COMPARE_WITH_TIMEOUT(only("state"), s("OFFERED"), kStagePatience);
+        QCOMPARE(complaint(stage.service->get("clips").body), QByteArray());
+        // Nothing is on its way in a folder that is switched off.
+        QVERIFY(open.open(QIODevice::Append) && open.write("x") > 0 && open.flush());
+        QTRY_COMPARE_WITH_TIMEOUT(only("state"), s("OPEN"), kStagePatience);
+        QFile::remove(open.fileName());
+        QTRY_COMPARE_WITH_TIMEOUT(only("state"), s("GONE"), kStagePatience);
+    }
     void whatWasTakenIsToldWhenSomebodyAsksWhatIsReady()
     {
         ServiceStage stage;

@@ -64,7 +64,8 @@ struct Bench
         profiles.create(*made);
         profile = made->id;
         watcher = std::make_unique<Watcher>(
-            Watcher::Stores{folders, profiles, clips, errors}, Watcher::Times{0.02, 0.1, answerSeconds},
+            Watcher::Stores{folders, profiles, clips, errors, nullptr},
+            Watcher::Times{0.02, 0.1, answerSeconds},
             [this](const std::string&, const std::string& path) { handed << QString::fromStdString(path); },
             events);
     }
