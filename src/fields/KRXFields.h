@@ -43,12 +43,12 @@ constexpr int kKeepWhenUnknown = -1;
 struct Choices
 {
     constexpr Choices() = default;
-    /// \param unknown the row that every other text stands for, or \ref kKeepWhenUnknown.
-    template <int count>
-    constexpr Choices(const Choice (&choices)[count], int unknown = kKeepWhenUnknown)
+    /// \param otherwise the row that every other text stands for, or \ref kKeepWhenUnknown.
+    template <int length>
+    constexpr Choices(const Choice (&choices)[length], int otherwise = kKeepWhenUnknown)
         : rows(choices)
-        , count(count)
-        , unknown(unknown)
+        , count(length)
+        , unknown(otherwise)
     {
     }
     const Choice* begin() const { return rows; }

@@ -12,8 +12,8 @@ namespace ActionsWorld {
 /// that accepted the last drag to enter.
 struct DragEvents
 {
-    explicit DragEvents(QMimeData* payload)
-        : payload(payload)
+    explicit DragEvents(QMimeData* carried)
+        : payload(carried)
     {
     }
 

@@ -387,7 +387,7 @@ void TestActionList::secondConsolidateIsRefused()
     QCOMPARE(copy->getCurrentAction()->getType(), ActionType::Copy);
     QCOMPARE(list.written(), QStringList({QStringLiteral("Consolidate"), QStringLiteral("Copy 1")}));
     QCOMPARE(StandInHost::messageLog().count(), 1);
-    const StandInHost::MessageRequest message = StandInHost::messageLog().first();
+    const StandInHost::MessageRequest message = StandInHost::messageLog().constFirst();
     QCOMPARE(message.text, QStringLiteral("Only a single Consolidate action can be added"));
     QCOMPARE(message.title, QString());
     QCOMPARE(int(message.icon), 2);

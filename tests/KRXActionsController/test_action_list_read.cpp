@@ -221,7 +221,7 @@ void TestActionListRead::noticesOfAllActivitiesAreShownInOneMessage()
     list.read(foreignTranscode(QStringLiteral("Transcode 1")) + ActivityTexts::text(ActivityTexts::Copy()) +
               foreignTranscode(QStringLiteral("Transcode 2")));
     QCOMPARE(StandInHost::messageLog().count(), 1);
-    const StandInHost::MessageRequest message = StandInHost::messageLog().first();
+    const StandInHost::MessageRequest message = StandInHost::messageLog().constFirst();
     const QString notice = QStringLiteral(
         "This profile was created in a different project type.The following transcode options have "
         "been reset to their defaults: Project Type, Codec.Only newly saved profiles will have this "

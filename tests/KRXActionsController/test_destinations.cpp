@@ -111,7 +111,7 @@ void TestDestinations::firstChooserStartsAtTheDesktop()
     CopyToPathWidget picker(nullptr);
     picker.showFileDialog();
     QCOMPARE(StandInHost::directoryLog().count(), 1);
-    QCOMPARE(StandInHost::directoryLog().first().start,
+    QCOMPARE(StandInHost::directoryLog().constFirst().start,
              QStandardPaths::writableLocation(QStandardPaths::DesktopLocation));
 }
 
@@ -147,8 +147,8 @@ void TestDestinations::chooserHasItsCaptionAndNoParent()
     QWidget window;
     CopyToPathWidget picker(&window);
     picker.showFileDialog();
-    QCOMPARE(StandInHost::directoryLog().first().caption, QStringLiteral("Select Folder"));
-    QCOMPARE(StandInHost::directoryLog().first().parent, nullptr);
+    QCOMPARE(StandInHost::directoryLog().constFirst().caption, QStringLiteral("Select Folder"));
+    QCOMPARE(StandInHost::directoryLog().constFirst().parent, nullptr);
 }
 
 void TestDestinations::settingAPathMakesItTheToolTip()
@@ -204,7 +204,7 @@ void TestDestinations::pickerThatGoesWhileTheChooserIsOpenIsNotTouched()
     answerFolders({});
     CopyToPathWidget next(nullptr);
     next.showFileDialog();
-    QCOMPARE(StandInHost::directoryLog().last().start, QStringLiteral("/chosen/late"));
+    QCOMPARE(StandInHost::directoryLog().constLast().start, QStringLiteral("/chosen/late"));
 }
 
 void TestDestinations::pickerHasItsButtonAndLayout()
@@ -231,7 +231,7 @@ void TestDestinations::textsOfThePickerAreLocalised()
     CopyToPathWidget picker(nullptr);
     QCOMPARE(picker.findChild<QPushButton*>()->text(), QStringLiteral("~Set"));
     picker.showFileDialog();
-    QCOMPARE(StandInHost::directoryLog().first().caption, QStringLiteral("~Select Folder"));
+    QCOMPARE(StandInHost::directoryLog().constFirst().caption, QStringLiteral("~Select Folder"));
 }
 
 void TestDestinations::emptyPathPaintsCopyToWithTwoBlanksAndFailsValidation()
@@ -462,7 +462,7 @@ void TestDestinations::volumeIsListedByItsDisplayName()
 void TestDestinations::volumeWithoutADisplayNameIsListedByItsNameOf260CharactersAtMost()
 {
     Volume nameless{QString(300, QLatin1Char('n')), QStringLiteral("/a")};
-    nameless.displayName = QStringLiteral("");
+    nameless.displayName = QLatin1String("");
     StandInHost::setVolumes({{nameless}});
     DestinationDrives drives(nullptr);
     QCOMPARE(texts(drives.videoBox()), QStringList(QString(260, QLatin1Char('n'))));

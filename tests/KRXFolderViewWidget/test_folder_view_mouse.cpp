@@ -288,7 +288,7 @@ void TestFolderViewMouse::fillingDuringAnAcquisitionIsHarmless()
     f.pressCell("a"_s, View::kIdxIngestColumn);
     QCOMPARE(FolderViewFixture::acquired().size(), 3);
     QCOMPARE(View::getIngestState(f.row("a"_s)), 0);
-    QCOMPARE(progress().last(), "close"_s);
+    QCOMPARE(progress().constLast(), "close"_s);
 }
 
 void TestFolderViewMouse::sortingByStateDuringAnAcquisitionIsHarmless()
@@ -314,7 +314,7 @@ void TestFolderViewMouse::viewDestroyedDuringAnAcquisitionIsHarmless()
     f.pressCell("a"_s, View::kIdxIngestColumn);
     QVERIFY(!f.view);
     QCOMPARE(FolderViewFixture::acquired(), QStringList({"/out/1.xel"_s}));
-    QCOMPARE(progress().last(), "close"_s);
+    QCOMPARE(progress().constLast(), "close"_s);
 }
 
 void TestFolderViewMouse::folderIsReadFreshFromTheService()
@@ -463,7 +463,7 @@ void TestFolderViewMouse::everyAcquisitionTellsItsCount()
         QCOMPARE(acquisitions.at(0).at(0).toString(), "b"_s);
         QCOMPARE(acquisitions.at(0).at(1).toInt(), count);
         // The status bar is free for whoever shows it.
-        QCOMPARE(progress().last(), "close"_s);
+        QCOMPARE(progress().constLast(), "close"_s);
     }
 }
 

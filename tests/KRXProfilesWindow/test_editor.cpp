@@ -241,12 +241,12 @@ private slots:
         auto* menu = editor.findChild<QMenu*>();
         QVERIFY(menu && menu->isVisible());
         QCOMPARE(menu->actions().size(), 1);
-        QCOMPARE(menu->actions().first()->text(), QStringLiteral("What's This?"));
-        menu->actions().first()->trigger();
+        QCOMPARE(menu->actions().constFirst()->text(), QStringLiteral("What's This?"));
+        menu->actions().constFirst()->trigger();
         menu->close();
         QCOMPARE(StandInHost::helpLog().size(), 1);
-        QCOMPARE(StandInHost::helpLog().first().topic, QStringLiteral("IDH_ProfileEditor_Window"));
-        QCOMPARE(StandInHost::helpLog().first().flag, 1);
+        QCOMPARE(StandInHost::helpLog().constFirst().topic, QStringLiteral("IDH_ProfileEditor_Window"));
+        QCOMPARE(StandInHost::helpLog().constFirst().flag, 1);
     }
 
     void editReachesTheHostsMultichannelEditor()

@@ -178,7 +178,7 @@ private slots:
         ProfileActionsController* controller = editor.getAllActionsController();
         editor.child<QPushButton>("addActionBtn")->click();
         QVERIFY(controller->findAction(ActionType::Copy));
-        editor.setCurrentSelectedAction(controller->rows().first());
+        editor.setCurrentSelectedAction(controller->rows().constFirst());
         editor.child<QPushButton>("delActionBtn")->click();
         QVERIFY(!controller->findAction(ActionType::Copy));
         QVERIFY(!editor.getCurrentSelectedAction());
@@ -191,8 +191,8 @@ private slots:
         editor.show();
         ProfileActionsController* controller = editor.getAllActionsController();
         controller->addNewAction();
-        const QWidget* body = controller->rows().first()->parentWidget();
-        editor.setCurrentSelectedAction(controller->rows().first());
+        const QWidget* body = controller->rows().constFirst()->parentWidget();
+        editor.setCurrentSelectedAction(controller->rows().constFirst());
         controller->removeAction();
         const int without = body->minimumHeight();
         editor.heights.clear();

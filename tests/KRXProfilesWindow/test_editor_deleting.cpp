@@ -121,10 +121,10 @@ private slots:
         answerWith(QMessageBox::Yes);
         editor.delBtnPressed();
         QCOMPARE(StandInHost::messageLog().size(), 2);
-        QCOMPARE(StandInHost::messageLog().last().title, QStringLiteral("Error occurred"));
-        QCOMPARE(StandInHost::messageLog().last().text,
+        QCOMPARE(StandInHost::messageLog().constLast().title, QStringLiteral("Error occurred"));
+        QCOMPARE(StandInHost::messageLog().constLast().text,
                  QStringLiteral("Can't delete selected profile!\nIn use"));
-        QCOMPARE(StandInHost::messageLog().last().icon, QMessageBox::Critical);
+        QCOMPARE(StandInHost::messageLog().constLast().icon, QMessageBox::Critical);
         QCOMPARE(m_service->requests(), QStringList(QStringLiteral("DELETE profiles/x")));
         QCOMPARE(m_service->folders[QStringLiteral("1")].enabled, QStringLiteral("true"));
         QVERIFY(editor.isVisible());

@@ -52,12 +52,12 @@ private:
         }
         bool begin(QPaintDevice*) override { return true; }
         bool end() override { return true; }
-        void updateState(const QPaintEngineState& state) override
+        void updateState(const QPaintEngineState& changed) override
         {
-            if (state.state() & DirtyPen)
-                m_pen = state.pen();
-            if (state.state() & DirtyBrush)
-                m_brush = state.brush();
+            if (changed.state() & DirtyPen)
+                m_pen = changed.pen();
+            if (changed.state() & DirtyBrush)
+                m_brush = changed.brush();
         }
         void drawRects(const QRectF*, int) override { note(); }
         void drawRects(const QRect*, int) override { note(); }

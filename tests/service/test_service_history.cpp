@@ -177,13 +177,13 @@ private slots:
         HistoryStage stage;
         stage.copy(s("a.mov"), "one");
         stage.settle();
-        const QByteArray first = content(stage.place(stage.lists()[0]));
+        const QByteArray first = content(stage.place(stage.lists().at(0)));
         const QByteArray chain = content(stage.place(s("ascmhl_chain.xml")));
         stage.copy(s("b.mov"), "two");
         stage.restart();
         stage.settle();
         QCOMPARE(stage.lists().size(), 2);
-        QCOMPARE(content(stage.place(stage.lists()[0])), first);
+        QCOMPARE(content(stage.place(stage.lists().at(0))), first);
         QVERIFY(content(stage.place(s("ascmhl_chain.xml")))
                     .startsWith(chain.left(chain.lastIndexOf("</ascmhldirectory"))));
         const HistoryReader history(stage.to);
@@ -328,7 +328,7 @@ private slots:
         HistoryStage stage;
         stage.copy(s("a.mov"), "one");
         stage.settle();
-        const QString path = stage.place(file.isEmpty() ? stage.lists()[0] : file);
+        const QString path = stage.place(file.isEmpty() ? stage.lists().at(0) : file);
         const QByteArray before = content(path);
         QFile::remove(path);
         if (bytes != "(remove)")
@@ -373,7 +373,7 @@ private slots:
         flip(stage.to + s("/b.mov"));
         QCOMPARE(HistoryReader(stage.to).faults, QStringList{s("b.mov has another hash")});
         flip(stage.to + s("/b.mov"));
-        flip(stage.place(stage.lists()[0]));
+        flip(stage.place(stage.lists().at(0)));
         QVERIFY(!HistoryReader(stage.to).faults.filter(s("another C4 id")).isEmpty());
     }
 
@@ -477,7 +477,7 @@ private slots:
         stage.settle();
         QCOMPARE(stage.complaints(), QString());
         QCOMPARE(stage.lists().size(), 1);
-        QVERIFY(stage.lists()[0].startsWith(s("0001_<&> ")));
+        QVERIFY(stage.lists().at(0).startsWith(s("0001_<&> ")));
         QCOMPARE(HistoryReader(stage.to).faults, QStringList());
     }
 

@@ -68,11 +68,11 @@ class TestServiceQueue : public QObject
         }
         void watch(const QString& directory)
         {
-            FolderRecord folder = *folders.find("f000001");
-            folder.path = folder.canonical = directory.toStdString();
-            folder.profile = "p";
-            folder.enabled = true;
-            folders.update(folder);
+            FolderRecord record = *folders.find("f000001");
+            record.path = record.canonical = directory.toStdString();
+            record.profile = "p";
+            record.enabled = true;
+            folders.update(record);
         }
         /// Makes a manual job of \a directory. \return its id.
         std::string submit(const QString& directory)

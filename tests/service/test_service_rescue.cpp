@@ -138,8 +138,9 @@ private slots:
         QCOMPARE(past.service->errors().filter(s("krx-service.db.damaged-")).size(), aside ? 1 : 0);
         QCOMPARE(past.asideNames("krx-service.db.damaged-*").size(), aside ? 1 : 0);
         if (aside)
-            QCOMPARE(content(past.data + QLatin1Char('/') + past.asideNames("krx-service.db.damaged-*")[0]),
-                     bytes);
+            QCOMPARE(
+                content(past.data + QLatin1Char('/') + past.asideNames("krx-service.db.damaged-*").at(0)),
+                bytes);
         // The clips are offered anew, and ids go on where they were.
         QTRY_COMPARE_WITH_TIMEOUT(past.outputs().size(), 2, kStagePatience);
         const QString third = past.folder.filePath(s("third"));
@@ -345,7 +346,7 @@ private slots:
         QVERIFY(past.make());
         // Not while the service runs.
         QVERIFY(!ServiceProgram::faults(past.data).filter(s("in use")).isEmpty());
-        const QString document = past.outputs()[0];
+        const QString document = past.outputs().at(0);
         QCOMPARE(past.service->terminate(), 0);
         QCOMPARE(ServiceProgram::faults(past.data), QStringList());
         sqlite3* raw = nullptr;

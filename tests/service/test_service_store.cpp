@@ -336,8 +336,8 @@ private slots:
         WithFolders with(newFile());
         ClipStore clips(with.database);
         enum { kPublish, kOffer, kFail, kWait, kMoves };
-        const auto move = [&](int move, std::int64_t id) {
-            switch (move) {
+        const auto move = [&](int kind, std::int64_t id) {
+            switch (kind) {
             case kPublish:
                 return clips.publish(id);
             case kOffer:

@@ -166,7 +166,7 @@ private slots:
         stage.drop(s("a.wav"));
         stage.drop(s("b.wav"));
         QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 2, kStagePatience);
-        QVERIFY(QFile::remove(stage.outputs()[0]));
+        QVERIFY(QFile::remove(stage.outputs().at(0)));
         const QStringList before = stage.outputs();
         const QByteArray url = "xelmediafolders/" + stage.id.toUtf8();
         const QString profile = stage.service->profileId(s("Default Profile"));
@@ -197,7 +197,7 @@ private slots:
         QFile original(TestMedia::file(s("movie.mov")));
         QVERIFY(copy.open(QIODevice::ReadOnly) && original.open(QIODevice::ReadOnly));
         QCOMPARE(copy.readAll(), original.readAll());
-        QFile document(stage.outputs()[0]);
+        QFile document(stage.outputs().at(0));
         QVERIFY(document.open(QIODevice::ReadOnly));
         QVERIFY(document.readAll().contains("<clip>\n  <name>a</name>\n  <path>" + to.toUtf8() +
                                             "/a.mov</path>"));

@@ -240,9 +240,9 @@ QPixmap ActionTWidget::dragImage()
 }
 
 /// The row that a drag carries, when it is another one of the same list; null otherwise.
-ActionTWidget* ActionTWidget::draggedSibling(const QMimeData* data) const
+ActionTWidget* ActionTWidget::draggedSibling(const QMimeData* dragged) const
 {
-    const auto* payload = qobject_cast<const ActionMimeData*>(data);
+    const auto* payload = qobject_cast<const ActionMimeData*>(dragged);
     ActionTWidget* row = payload ? payload->row() : nullptr;
     if (!row || row == this || !parentWidget() || row->parentWidget() != parentWidget())
         return nullptr;

@@ -62,7 +62,7 @@ private:
     void refuseSecondConsolidate();
     void drag(const QPoint& hotSpot);
     QPixmap dragImage();
-    ActionTWidget* draggedSibling(const QMimeData* data) const;
+    ActionTWidget* draggedSibling(const QMimeData* dragged) const;
     void setDropPosition(DropPosition position);
 
     std::unique_ptr<ItemActionsController> m_holder;
