@@ -39,6 +39,11 @@ if(KRX_MOLD)
     add_link_options(-fuse-ld=mold)
 endif()
 
+# What is shipped does not say where it was built.
+if(CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo|MinSizeRel)$")
+    add_compile_options("-ffile-prefix-map=${PROJECT_BINARY_DIR}=build" "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
+endif()
+
 if(KRX_SANITIZE)
     list(JOIN KRX_SANITIZE "," krxSanitizers)
     add_compile_options(-fsanitize=${krxSanitizers} -fno-omit-frame-pointer -fno-sanitize-recover=all)

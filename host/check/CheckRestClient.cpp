@@ -84,7 +84,7 @@ void checkRequest(const SmallServer& server, const char* method, bool hasBody, H
 {
     const QByteArray request = server.lastRequest();
     const QString which = QString::fromLatin1(method);
-    findings.expect(request.startsWith(QByteArray(method) + " /ok HTTP/1."),
+    findings.expect(request.startsWith(QByteArray(QByteArray(method) + " /ok HTTP/1.")),
                     which + QStringLiteral(" sends another request line: ") +
                         QString::fromLatin1(request.split('\r').first()));
     const QByteArray head = request.left(request.indexOf("\r\n\r\n")).toLower();
