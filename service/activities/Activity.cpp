@@ -1,5 +1,6 @@
 #include "activities/Activity.h"
 
+#include "activities/ConsolidateActivity.h"
 #include "activities/CopyActivity.h"
 #include "activities/TranscodeActivity.h"
 
@@ -36,9 +37,10 @@ struct Entry
 };
 
 /// A new kind of action is a class and a line here.
-constexpr std::array<Entry, 2> kActivities = {{
+constexpr std::array<Entry, 3> kActivities = {{
     {profiledocument::kCopy, &only<CopyActivity>},
     {profiledocument::kTranscode, &only<TranscodeActivity>},
+    {profiledocument::kConsolidate, &only<ConsolidateActivity>},
 }};
 
 } // namespace

@@ -30,8 +30,10 @@ struct EncodingPlan
     int tracks = 0;                       ///< of sound, in one file with the pictures
     bool hasPicture = false;
     bool isSoundApart = false;
-    std::int64_t bytesPerSecond = 0; ///< at the most, as far as it can be told
-    std::vector<std::string> notes;  ///< what it falls back to
+    bool copiesPictures = false;      ///< as they are, instead of encoding them
+    std::vector<std::string> reading; ///< arguments before the input
+    std::int64_t bytesPerSecond = 0;  ///< at the most, as far as it can be told
+    std::vector<std::string> notes;   ///< what it falls back to
 
     static Outcome<EncodingPlan> make(const MediaOptions& options, const Clip& clip, const MediaFacts& media,
                                       const KRXCatalogue::MediaCatalogue& catalogue);

@@ -69,6 +69,11 @@ MediaTarget::MediaTarget(const std::string& volume, const Clip& clip)
 {
 }
 
+std::string MediaTarget::below() const
+{
+    return text::baseName(profiledocument::mediaFolder(m_volume)) + '/' + m_folder;
+}
+
 Refusal MediaTarget::full() const
 {
     return {kWaitFor, "waiting for space on " + m_volume};
@@ -110,9 +115,8 @@ Outcome<std::shared_ptr<HiddenFile>> MediaTarget::begin(const std::string& exten
                                                         const ActivityProgress& progress) const
 {
     HiddenFile::Failure failure;
-    std::shared_ptr<HiddenFile> file =
-        HiddenFile::make(m_volume, text::baseName(profiledocument::mediaFolder(m_volume)) + '/' + m_folder,
-                         m_stem + '.' + extension, kDirectoryMode, progress.willWrite, failure);
+    std::shared_ptr<HiddenFile> file = HiddenFile::make(m_volume, below(), m_stem + '.' + extension,
+                                                        kDirectoryMode, progress.willWrite, failure);
     if (!file)
         return failed(failure);
     return file;

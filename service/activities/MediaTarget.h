@@ -18,6 +18,9 @@ public:
     /// that of the folder.
     MediaTarget(const std::string& volume, const Clip& clip);
 
+    /// The directories below the volume.
+    std::string below() const;
+
     /// Nothing, or why nothing can be written: the volume is away or has not \a bytes free (kWaitFor), or it
     /// is no place at all.
     std::optional<Refusal> refusal(std::int64_t bytes) const;

@@ -43,8 +43,9 @@ class Run
 {
 public:
     Run(const Clip& clip, const MediaOptions& options, ActivityNote note, const ActivityProgress& progress,
-        const CancelToken& cancel)
-        : m_clip(clip)
+        const CancelToken& cancel, const Making& making)
+        : m_making(making)
+        , m_clip(clip)
         , m_options(options)
         , m_note(std::move(note))
         , m_progress(progress)
@@ -64,7 +65,9 @@ public:
         if (probe.verdict != ProbeResult::Verdict::Media)
             return failed(probe.text);
         m_media = probe.facts;
-        auto plan = EncodingPlan::make(m_options, m_clip, m_media, KRXCatalogue::builtInCatalogue());
+        auto plan = m_making.plan
+                        ? m_making.plan(m_media)
+                        : EncodingPlan::make(m_options, m_clip, m_media, KRXCatalogue::builtInCatalogue());
         if (!plan)
             return failed(plan.refusal().text);
         m_plan = std::move(*plan);
@@ -80,14 +83,14 @@ public:
                 return *m_cancel ? Refusal{500, "cancelled"} : failed("its result is not right: " + reason);
         }
         if (!m_clip.sequence && !m_source.isUnchanged())
-            return Refusal{kLookAgain, m_clip.linked.path + " changed while it was transcoded"};
+            return Refusal{kLookAgain, m_clip.linked.path + " changed while it was " + m_making.done};
         return finish();
     }
 
 private:
     Refusal failed(const std::string& reason) const
     {
-        return {500, "Transcoding " + m_clip.linked.path + " failed: " + reason};
+        return {500, m_making.doing + ' ' + m_clip.linked.path + " failed: " + reason};
     }
 
     FrameRate pictureRate() const
@@ -143,12 +146,19 @@ private:
         return m_plan.isSoundApart ? open(m_audioTarget, "wav", "sound") : std::nullopt;
     }
 
+    std::vector<std::string> readingOf(const MediaFacts& media) const
+    {
+        auto arguments = Ffmpeg::decoders(media);
+        arguments.insert(arguments.end(), m_plan.reading.begin(), m_plan.reading.end());
+        return arguments;
+    }
+
     EngineInput input()
     {
         EngineInput input;
         if (!isPictures()) {
             input.medium = {m_source.get(), text::baseName(m_clip.linked.path)};
-            input.arguments = Ffmpeg::decoders(m_media);
+            input.arguments = readingOf(m_media);
             return input;
         }
         const FrameRate rate = pictureRate();
@@ -210,7 +220,7 @@ private:
             m_soundSource = std::make_unique<SourceFile>(part.file.path);
             EngineInput input;
             input.medium = {m_soundSource->get(), text::baseName(part.file.path)};
-            input.arguments = Ffmpeg::decoders(MediaProbe::probe(*m_soundSource, m_cancel).facts);
+            input.arguments = readingOf(MediaProbe::probe(*m_soundSource, m_cancel).facts);
             order.inputs.push_back(input);
             return;
         }
@@ -241,6 +251,15 @@ private:
         for (const auto& stream : m_fed) {
             if (stream.isPicture)
                 return stream.end;
+        }
+        return 0;
+    }
+
+    std::int64_t picturesRead() const
+    {
+        for (const auto& stream : m_fed) {
+            if (stream.isPicture)
+                return stream.packets;
         }
         return 0;
     }
@@ -278,8 +297,9 @@ private:
         for (const auto& stream : found.streams) {
             if (stream.type == "video") {
                 ++pictureStreams;
-                const double wanted = pictureSeconds() * m_plan.rate.value();
-                if (std::abs(double(stream.packets) - wanted) > 1.01)
+                const double wanted =
+                    m_plan.copiesPictures ? double(picturesRead()) : pictureSeconds() * m_plan.rate.value();
+                if (std::abs(double(stream.packets) - wanted) > (m_plan.copiesPictures ? 0.5 : 1.01))
                     return "it has " + std::to_string(stream.packets) + " pictures and not " +
                            std::to_string(std::llround(wanted));
             } else if (stream.type == "audio") {
@@ -325,7 +345,7 @@ private:
             const FileFacts facts{result.file->path(), *stamp, *checksum};
             m_note.made.push_back(facts);
             made.parts.push_back({result.kind, facts});
-            log::info("transcoded " + m_clip.linked.path + " to " + facts.path);
+            log::info(m_making.done + ' ' + m_clip.linked.path + " to " + facts.path);
         }
         made.linked = made.parts.front().file;
         if (made.parts.size() == 1)
@@ -336,6 +356,7 @@ private:
         return made;
     }
 
+    const Making& m_making;
     const Clip& m_clip;
     const MediaOptions& m_options;
     ActivityNote m_note;
@@ -355,9 +376,9 @@ private:
 } // namespace
 
 Outcome<Clip> run(const Clip& clip, const MediaOptions& options, ActivityNote note,
-                  const ActivityProgress& progress, const CancelToken& cancel)
+                  const ActivityProgress& progress, const CancelToken& cancel, const Making& making)
 {
-    return Run(clip, options, std::move(note), progress, cancel).run();
+    return Run(clip, options, std::move(note), progress, cancel, making).run();
 }
 
 } // namespace krxservice::transcoder

@@ -349,6 +349,11 @@ std::string Ffmpeg::trimming()
     return "trim=start=" + std::to_string(Feeder::kLead - 1) + ".9995,setpts=PTS-" + lead + "/TB";
 }
 
+int Ffmpeg::leadSeconds()
+{
+    return Feeder::kLead;
+}
+
 std::string Ffmpeg::soundTrimming()
 {
     const std::string lead = std::to_string(Feeder::kLead);

@@ -121,6 +121,8 @@ public:
     /// The filters that drop what precedes the start, and let time begin at 0.
     static std::string trimming();
     static std::string soundTrimming();
+    /// How many seconds precede the start.
+    static int leadSeconds();
 
     /// For tests: another program with its arguments, another limit. Without a program the usual one. Not
     /// while work runs.

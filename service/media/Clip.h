@@ -24,6 +24,7 @@ struct StreamFacts
     std::string duration; ///< decimal seconds
     std::string timecode;
     std::string reelName;
+    std::string tag;          ///< what the file calls the codec by, four letters or digits
     std::string averageRate;  ///< a fraction; another than frameRate when pictures stand differently long
     std::string sampleAspect; ///< a fraction, width to height of a pixel
     std::string fieldOrder;   ///< "progressive", "top" or "bottom"

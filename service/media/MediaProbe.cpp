@@ -23,6 +23,7 @@ StreamFacts readStream(const pugi::xml_node& element)
     stream.index = element.attribute("index").as_int();
     stream.type = element.attribute("codec_type").value();
     stream.codec = element.attribute("codec_name").value();
+    stream.tag = element.attribute("codec_tag_string").value();
     stream.width = element.attribute("width").as_int();
     stream.height = element.attribute("height").as_int();
     stream.frameRate = stream.type == "video" ? element.attribute("r_frame_rate").value() : "";

@@ -118,6 +118,21 @@ std::string describeSound(const AVCodecParameters& codec)
            attribute("bits", bits);
 }
 
+/// The four letters or digits that the file calls the codec by; empty when they are something else.
+std::string tagOf(unsigned tag)
+{
+    std::string text;
+    for (; tag != 0; tag >>= 8) {
+        const unsigned byte = tag & 0xff;
+        const bool isPlain =
+            (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
+        if (!isPlain)
+            return {};
+        text += static_cast<char>(byte);
+    }
+    return text.size() == 4 ? text : std::string();
+}
+
 std::string describe(const AVStream& stream)
 {
     const AVCodecParameters& codec = *stream.codecpar;
@@ -126,6 +141,8 @@ std::string describe(const AVStream& stream)
         "<stream" + attribute("index", stream.index) + attribute("codec_type", type ? type : "unknown") +
         attribute("codec_name",
                   codec.codec_id == AV_CODEC_ID_NONE ? "unknown" : avcodec_get_name(codec.codec_id));
+    if (const std::string tag = tagOf(codec.codec_tag); !tag.empty())
+        text += attribute("codec_tag_string", tag.c_str());
     if (codec.codec_type == AVMEDIA_TYPE_VIDEO)
         text += describePicture(stream);
     if (codec.codec_type == AVMEDIA_TYPE_AUDIO)

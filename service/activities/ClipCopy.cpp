@@ -1,0 +1,105 @@
+#include "activities/ClipCopy.h"
+
+#include "base/FileTools.h"
+#include "base/Text.h"
+#include "media/ClipFiles.h"
+#include "media/Sequence.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+namespace krxservice::clipcopy {
+
+namespace {
+
+FileFacts factsOf(const CopiedFile& file)
+{
+    return {file.path, file.stamp, file.checksum};
+}
+
+} // namespace
+
+std::string belowWatched(const Clip& clip)
+{
+    std::string root = clip.watched;
+    while (!root.empty() && root.back() == '/')
+        root.pop_back();
+    const std::string& path = clip.source.path;
+    const auto end = path.rfind('/');
+    const bool isBelow = !clip.watched.empty() && path.compare(0, root.size() + 1, root + '/') == 0;
+    return isBelow && end > root.size() ? path.substr(root.size() + 1, end - root.size() - 1) : std::string();
+}
+
+CopyOrder order(const Clip& clip)
+{
+    CopyOrder order;
+    if (clip.sequence) {
+        const auto paths = sequence::paths(*clip.sequence);
+        order.source = paths.front();
+        order.companions.assign(paths.begin() + 1, paths.end());
+        order.pictures = paths.size();
+        order.stem = clip.sequence->stem;
+    } else if (!clip.parts.empty()) {
+        order.source = clip.parts.front().file.path;
+        for (auto part = clip.parts.begin() + 1; part != clip.parts.end(); ++part)
+            order.companions.push_back(part->file.path);
+    } else {
+        order.source = clip.linked.path;
+    }
+    for (const auto& sidecar : clip.sidecars)
+        order.companions.push_back(sidecar.path);
+    if (clip.linked.path == clip.source.path)
+        order.sourceRoot = clip.watched;
+    return order;
+}
+
+FileFacts facts(const CopyResult& result, const CopyOrder& order)
+{
+    if (order.pictures == 0)
+        return {result.path, result.files.front().stamp, result.checksum};
+    FileFacts all{result.path, {}, {}};
+    std::vector<std::pair<std::string, FileStamp>> stamps;
+    std::string lines;
+    for (std::size_t i = 0; i < order.pictures; ++i) {
+        const CopiedFile& file = result.files[i];
+        stamps.emplace_back(text::baseName(file.path), file.stamp);
+        lines += stamps.back().first + ' ' + file.checksum + '\n';
+    }
+    all.stamp = clipfiles::together(stamps);
+    const std::string sum = filetools::checksumOf(lines);
+    all.checksum = "xxh3-64-sequence:" + sum.substr(sum.find(':') + 1);
+    return all;
+}
+
+std::vector<FileFacts> made(const CopyResult& result, const CopyOrder& order)
+{
+    std::vector<FileFacts> files{facts(result, order)};
+    for (std::size_t i = std::max<std::size_t>(order.pictures, 1); i < result.files.size(); ++i)
+        files.push_back(factsOf(result.files[i]));
+    return files;
+}
+
+bool isOther(const Clip& clip, const FileFacts& copy)
+{
+    // Parts of large files do not tell.
+    return clip.parts.empty() && clip.linked.checksum.rfind(filetools::kWholeMethod, 0) == 0 &&
+           clip.linked.checksum != copy.checksum;
+}
+
+void relink(Clip& clip, const CopyResult& result, const FileFacts& copy)
+{
+    clip.linked = copy;
+    if (clip.sequence) {
+        clip.sequence->directory = result.path.substr(0, result.path.rfind('/'));
+        clip.sequence->stem = result.stem;
+    }
+    auto file = result.files.begin();
+    for (auto& part : clip.parts)
+        part.file = factsOf(*file++);
+    file = result.files.end() - static_cast<std::ptrdiff_t>(clip.sidecars.size());
+    for (auto& sidecar : clip.sidecars)
+        sidecar = factsOf(*file++);
+}
+
+} // namespace krxservice::clipcopy
