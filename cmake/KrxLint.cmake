@@ -3,7 +3,7 @@
 
 # A change of what is asked reads everything again.
 set(krxAsked "")
-foreach(file IN ITEMS .clang-tidy packaging/read-source)
+foreach(file IN ITEMS .clang-tidy tests/.clang-tidy packaging/read-source)
     file(SHA256 "${PROJECT_SOURCE_DIR}/${file}" hash)
     string(SUBSTRING "${hash}" 0 8 hash)
     string(APPEND krxAsked "${hash}")

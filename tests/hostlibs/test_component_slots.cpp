@@ -18,7 +18,9 @@ template <typename Result, typename... Arguments>
 Result callSlot(void* object, int slot, Arguments... arguments)
 {
     using Function = Result (*)(void*, Arguments...);
-    void* const* const table = *static_cast<void***>(object);
+    // The first word of every such object, which the analyzer does not know of.
+    void* const* const table =
+        *static_cast<void***>(object); // NOLINT(clang-analyzer-core.uninitialized.Assign)
     return reinterpret_cast<Function>(table[slot])(object, arguments...);
 }
 

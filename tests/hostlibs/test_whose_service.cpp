@@ -49,8 +49,9 @@ public:
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;
         qstrncpy(address.sun_path, path.toUtf8().constData(), sizeof address.sun_path);
-        ::bind(m_listener, reinterpret_cast<sockaddr*>(&address), sizeof address);
-        ::listen(m_listener, 8);
+        if (::bind(m_listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+            ::listen(m_listener, 8) != 0)
+            qFatal("nobody can listen at %s", address.sun_path);
         m_thread = std::thread([this] { run(); });
     }
     ~SocketService() { stop(); }
