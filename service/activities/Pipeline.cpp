@@ -67,6 +67,7 @@ FileResult Pipeline::process(const FileOrder& order)
     // One of many pictures stands for all, and the first of them gives the clip its name.
     FileOrder whole = order;
     whole.path = files.path;
+    whole.mayBeGrouped = false; // others may be on their way to the same clip
     return process(whole, settings, files);
 }
 

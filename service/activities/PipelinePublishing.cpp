@@ -124,8 +124,11 @@ std::vector<FileResult> Pipeline::publishTogether(const std::vector<std::shared_
 
 void Pipeline::say(const std::string& path, const std::vector<std::string>& notes)
 {
+    const std::string start = ErrorStore::notedStart(path);
+    // What an older content was said to lack this one may have.
+    m_errors.removeStarting(start);
     for (const auto& note : notes)
-        m_errors.add("The clip " + path + ": " + note);
+        m_errors.add(start + note);
 }
 
 /// Gives the document of a clip its name, unless it has it (or had it and was taken), and notes it.

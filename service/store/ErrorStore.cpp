@@ -41,6 +41,11 @@ std::string ErrorStore::refusedStart(const std::string& path)
     return "The file " + path + " is not offered: ";
 }
 
+std::string ErrorStore::notedStart(const std::string& path)
+{
+    return "The clip " + path + ": ";
+}
+
 std::vector<std::string> ErrorStore::list()
 {
     const auto lock = m_database.lock();

@@ -27,6 +27,8 @@ public:
     void removeStarting(const std::string& start);
     /// The start of the entry about the file \a path that is not offered, whatever the reason.
     static std::string refusedStart(const std::string& path);
+    /// The start of the entries about a clip at \a path that is offered all the same.
+    static std::string notedStart(const std::string& path);
     /// Oldest first.
     std::vector<std::string> list();
     /// The list, emptied in the same moment, so that no error is lost between the two.

@@ -268,8 +268,10 @@ void Watcher::forgetRefusals(const std::vector<std::string>& paths)
     const auto entries = m_stores.errors.list();
     if (entries.empty())
         return;
-    for (const auto& path : paths)
+    for (const auto& path : paths) {
         m_stores.errors.removeStarting(ErrorStore::refusedStart(path));
+        m_stores.errors.removeStarting(ErrorStore::notedStart(path));
+    }
 }
 
 /// What a former run said about the folder and is over by now.

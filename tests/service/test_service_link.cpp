@@ -1,6 +1,7 @@
 #include "PipelineBench.h"
 #include "TestFiles.h"
 
+#include "base/FileTools.h"
 #include "media/ClipFiles.h"
 #include "media/LinkSettings.h"
 #include "media/Timecode.h"
@@ -364,6 +365,75 @@ private slots:
         QCOMPARE(said("/xel/clip/size").toLongLong(), 5 * QFileInfo(file("gap.1.dpx")).size());
         QCOMPARE(errors().filter(s("are missing: 3-4 6-8")).filter(file("gap.1.dpx")).size(), 1);
         QVERIFY(m_bench->pipeline.process(m_bench->order(file("gap.9.dpx").toStdString())).end == End::Known);
+        // What is complete now needs nothing said about it any more.
+        QVERIFY(pictures("gap.", {s("3"), s("4"), s("6"), s("7"), s("8")}));
+        QVERIFY(offer(file("gap.1.dpx"), ""));
+        QVERIFY(!m_document.select_node("/xel/clip/sequence/missingNumbers"));
+        QVERIFY(errors().isEmpty());
+    }
+
+    void pictureThatGoesAwayOrChangesDuringTheWorkMakesItLookAgain()
+    {
+        QVERIFY(QDir(m_media.path()).mkpath(s("busy")) && pictures("busy_", {s("1"), s("2"), s("3")}));
+        auto order = m_bench->order(file("busy_1.dpx").toStdString());
+        order.profile.activities = {PipelineBench::copyTo(file("busy"), true)};
+        bool once = false;
+        order.progress = [&](int) {
+            if (!once)
+                QFile::remove(file("busy_2.dpx"));
+            once = true;
+        };
+        const auto result = m_bench->pipeline.process(order);
+        QVERIFY(result.end == End::Later || result.end == End::Failed);
+        QVERIFY(m_bench->listed().empty());
+        QVERIFY(QDir(file("busy")).entryList({s("busy*")}).isEmpty());
+        order.progress = nullptr;
+        QVERIFY(m_bench->pipeline.process(order).end == End::Offered);
+        QVERIFY(m_document.load_file(m_bench->listed().back().c_str()));
+        QCOMPARE(said("/xel/clip/sequence/missingNumbers"), s("2"));
+    }
+
+    void sequenceGoesOnBehindTheCopyThatIsFinished()
+    {
+        QVERIFY(QDir(m_media.path()).mkpath(s("first")) && pictures("resume_", {s("1"), s("2")}));
+        auto order = m_bench->order(file("resume_1.dpx").toStdString());
+        order.profile.activities = {PipelineBench::copyTo(file("first"), true),
+                                    PipelineBench::copyTo(file("second"))};
+        QVERIFY(m_bench->pipeline.process(order).end == End::Failed);
+        const auto made = filetools::stampOf(file("first/resume_2.dpx").toStdString());
+        QVERIFY(made && QDir(m_media.path()).mkpath(s("second")));
+        m_bench->clips.retry("f000001");
+        Pipeline other(m_bench->database, m_bench->clips, m_bench->errors, m_bench->outputs);
+        QVERIFY(other.process(order).end == End::Offered);
+        QVERIFY(filetools::stampOf(file("first/resume_2.dpx").toStdString())->isUntouched(*made));
+        QVERIFY(m_document.load_file(m_bench->listed().back().c_str()));
+        QCOMPARE(said("/xel/clip/path"), file("first/resume_1.dpx"));
+        QCOMPARE(said("/xel/clip/frameCount"), s("2"));
+        QCOMPARE(m_document.select_nodes("/xel/clip/activity").size(), std::size_t(2));
+    }
+
+    void copiedSequenceThatLostAPictureIsCopiedAgain()
+    {
+        QVERIFY(QDir(m_media.path()).mkpath(s("third")) && pictures("again_", {s("1"), s("2")}));
+        auto order = m_bench->order(file("again_1.dpx").toStdString());
+        order.profile.activities = {PipelineBench::copyTo(file("third"), true),
+                                    PipelineBench::copyTo(file("fourth"))};
+        QVERIFY(m_bench->pipeline.process(order).end == End::Failed);
+        QVERIFY(QFile::remove(file("third/again_2.dpx")) && QDir(m_media.path()).mkpath(s("fourth")));
+        m_bench->clips.retry("f000001");
+        QVERIFY(m_bench->pipeline.process(order).end == End::Offered);
+        QVERIFY(QFile::exists(file("third/again_2.dpx")) && QFile::exists(file("fourth/again_2.dpx")));
+    }
+
+    void sequenceWhoseNameNoDocumentCarriesIsReported()
+    {
+        QVERIFY(pictures("odd\x01_", {s("1"), s("2")}));
+        QVERIFY(pictures("\xC3\xA9 <&>'\"\xE2\x82\xAC_", {s("1"), s("2")}));
+        QVERIFY(m_bench->pipeline.process(m_bench->order(file("odd\x01_1.dpx").toStdString())).end ==
+                End::Rejected);
+        QVERIFY(offer(file("\xC3\xA9 <&>'\"\xE2\x82\xAC_1.dpx"), ""));
+        QCOMPARE(said("/xel/clip/name"), s("\xC3\xA9 <&>'\"\xE2\x82\xAC"));
+        QCOMPARE(said("/xel/clip/path"), file("\xC3\xA9 <&>'\"\xE2\x82\xAC_1.dpx"));
     }
 
     void numberThatJumpsFarCostsNothing()
