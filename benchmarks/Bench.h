@@ -91,5 +91,6 @@ void measureWindows(Table& table);
 void measureService(Table& table);
 void measureDoor(Table& table);
 void measureDesk(Table& table);
+void measureMedia(Table& table);
 
 } // namespace KRXBench

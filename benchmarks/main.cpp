@@ -17,7 +17,8 @@ int main(int argc, char* argv[])
                                   QStringLiteral("FILE"));
     const QCommandLineOption only(
         QStringLiteral("only"),
-        QStringLiteral("Measure one area: access, view, sections, actions, windows, service, door, desk."),
+        QStringLiteral(
+            "Measure one area: access, view, sections, actions, windows, service, door, desk, media."),
         QStringLiteral("AREA"));
     options.addOption(json);
     options.addOption(only);
@@ -37,6 +38,7 @@ int main(int argc, char* argv[])
         {"service", &KRXBench::measureService},
         {"door", &KRXBench::measureDoor},
         {"desk", &KRXBench::measureDesk},
+        {"media", &KRXBench::measureMedia},
     };
 
     KRXBench::Table table;

@@ -4,7 +4,9 @@
 #include "base/FileTools.h"
 #include "base/Log.h"
 #include "base/Text.h"
+#include "base/VolumeTurn.h"
 
+#include <cerrno>
 #include <vector>
 
 namespace krxservice {
@@ -26,6 +28,15 @@ std::vector<HistoryEntry> entriesOf(const CopyResult& result, const std::string&
     return entries;
 }
 
+/// A copy's error ends with what the system called it.
+bool isAboutSpace(const std::string& error)
+{
+    const auto endsWith = [&](const std::string& end) {
+        return error.size() >= end.size() && error.compare(error.size() - end.size(), end.size(), end) == 0;
+    };
+    return endsWith(text::errnoText(ENOSPC)) || endsWith(text::errnoText(EDQUOT));
+}
+
 } // namespace
 
 Outcome<Clip> CopyActivity::run(const Clip& clip, const ActivityRecipe& recipe,
@@ -42,9 +53,12 @@ Outcome<Clip> CopyActivity::run(const Clip& clip, const ActivityRecipe& recipe,
     order.cancel = cancel;
     order.willWrite = progress.willWrite;
     order.progress = progress.percent;
+    const VolumeTurn turn(order.directory, cancel);
     const CopyResult result = Copier::copy(order);
     if (result.sourceChanged)
         return Refusal{kLookAgain, result.error};
+    if (!result.ok && isAboutSpace(result.error))
+        return Refusal{kWaitFor, "waiting for space on " + order.directory};
     if (!result.ok)
         return failed(clip, recipe, result.error);
     const FileFacts copy = clipcopy::facts(result, order);

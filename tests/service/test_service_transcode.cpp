@@ -2,10 +2,18 @@
 #include "TestFiles.h"
 #include "activities/MediaTarget.h"
 #include "activities/Transcoder.h"
+#include "base/VolumeTurn.h"
 
 #include <QDir>
+#include <QScopeGuard>
 
+#include <sys/mount.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
+
+#include <atomic>
+#include <memory>
+#include <thread>
 
 namespace {
 
@@ -136,6 +144,29 @@ private slots:
         QCOMPARE(EngineBench::pictures(linked(made)).size(), pictures);
     }
 
+    /// A file that wants sound for each picture, and no more.
+    void soundIsAsLongAsThePicturesInMxf_data()
+    {
+        QTest::addColumn<QByteArray>("seconds");
+        for (const char* seconds : {"0.2", "1", "3", "5"})
+            QTest::newRow(seconds) << QByteArray(seconds);
+    }
+    void soundIsAsLongAsThePicturesInMxf()
+    {
+        QFETCH(QByteArray, seconds);
+        const QByteArray both =
+            "-f lavfi -i testsrc2=s=160x96:r=25:d=3 -f lavfi -i sine=r=44100:d=" + seconds +
+            " -c:v mpeg4 -c:a pcm_s16le";
+        QCOMPARE(m_bench.make(s("both.mov"), both.constData()), QString());
+        MediaOptions order = options();
+        order.video.compressionId = "50331649";
+        const auto made = transcode(s("both.mov"), order);
+        QVERIFY2(made, made.refusal().text.c_str());
+        QCOMPARE(EngineBench::probed(linked(made), "stream=nb_read_packets"), s("75"));
+        QVERIFY(!made->activities[0].notes.empty()); // another rate than it had
+        QCOMPARE(EngineBench::probed(linked(made), "stream=sample_rate,duration", "a"), s("48000,3.000000"));
+    }
+
     void whatCannotBeDoneIsNamedAndLeavesNothing_data()
     {
         QTest::addColumn<QString>("what");
@@ -219,6 +250,31 @@ private slots:
         QCOMPARE(left(), QStringList());
     }
 
+    void volumesThatAreReallyFullAreWaitedForByEachAction()
+    {
+        QCOMPARE(m_bench.make(s("big.mkv"),
+                              "-f lavfi -i nullsrc=s=320x180:r=25:d=0.4,geq=random(1)*255:128:128 -c:v ffv1"),
+                 QString());
+        const MediaOptions order = options();
+        if (::mount("tmpfs", order.videoVolume.c_str(), "tmpfs", 0, "size=256k") != 0)
+            QSKIP("only root mounts a volume");
+        const auto end = qScopeGuard([&] { ::umount2(order.videoVolume.c_str(), MNT_DETACH); });
+        const std::string waiting = "waiting for space on " + order.videoVolume;
+        const auto made = transcode(s("big.mkv"), order);
+        QVERIFY(!made);
+        QCOMPARE(made.refusal().text, waiting);
+        ActivityRecipe copy;
+        copy.id = "copy";
+        copy.destination = order.videoVolume;
+        Clip big = clip(s("big.mkv"));
+        big.watched.clear();
+        const auto copied = Activity::forId(copy.id).run(big, copy, {}, makeCancelToken());
+        QVERIFY(!copied);
+        QCOMPARE(copied.refusal().status, kWaitFor);
+        QCOMPARE(copied.refusal().text, waiting);
+        QCOMPARE(QDir(m_volume).entryList(QDir::Files | QDir::Hidden), QStringList());
+    }
+
     void nothingIsEverWrittenOver()
     {
         QCOMPARE(m_bench.make(s("twice.mov"), "-f lavfi -i testsrc2=s=160x96:r=25:d=0.2 -c:v mpeg4"),
@@ -269,6 +325,96 @@ private slots:
                  s("pcm_s24le,48000,2"));
         QCOMPARE(EngineBench::probed(sound, "format_tags=time_reference", "a"),
                  QString::number(3600LL * 48000));
+    }
+
+    void cancellingLeavesNothing()
+    {
+        QCOMPARE(m_bench.make(s("long.mov"), "-f lavfi -i testsrc2=s=640x360:r=25:d=20 -c:v mpeg4"),
+                 QString());
+        const auto cancel = makeCancelToken();
+        ActivityProgress progress;
+        QStringList scratch;
+        progress.willWrite = [&](const std::string& path) { scratch << QString::fromStdString(path); };
+        progress.percent = [&](int percent) {
+            QVERIFY(QFile::exists(scratch.value(0)));
+            *cancel = percent > 0;
+        };
+        const auto made = transcoder::run(clip(s("long.mov")), options(), {}, progress, cancel);
+        QVERIFY(!made);
+        QVERIFY(*cancel);
+        QCOMPARE(scratch.size(), 1);
+        QCOMPARE(left(), QStringList());
+    }
+
+    void sequencesBecomeMovies()
+    {
+        QCOMPARE(
+            m_bench.make(s("shot_%04d.dpx"), "-f lavfi -i testsrc2=s=160x96:r=25:d=0.24 -start_number 7"),
+            QString());
+        QVERIFY(QFile::remove(m_bench.path(s("shot_0009.dpx"))));
+        Clip shot = clip(s("shot_0007.dpx"));
+        SequenceFacts facts;
+        facts.directory = m_bench.folder.path().toStdString();
+        facts.stem = "shot_";
+        facts.extension = ".dpx";
+        facts.padding = 4;
+        facts.firstNumber = 7;
+        facts.lastNumber = 12;
+        shot.sequence = facts;
+        shot.link.frameRate = "25/1";
+        shot.link.startTimecode = "00:00:00:07";
+        const auto made = transcoder::run(shot, options(), {}, {}, makeCancelToken());
+        QVERIFY2(made, made.refusal().text.c_str());
+        QCOMPARE(QFileInfo(linked(made)).fileName(), s("shot.mov"));
+        const QStringList pictures = EngineBench::pictures(linked(made));
+        QCOMPARE(pictures.size(), 6);
+        QCOMPARE(pictures[2], pictures[1]); // the one before stands for the one that is missing
+        QVERIFY(pictures[3] != pictures[2]);
+        QVERIFY(EngineBench::probed(linked(made), "stream_tags=timecode").contains(s("00:00:00:07")));
+    }
+
+    void resultsAreForWhomTheSourceIs()
+    {
+        QCOMPARE(m_bench.make(s("own.mov"), "-f lavfi -i testsrc2=s=160x96:r=25:d=0.12 -c:v mpeg4"),
+                 QString());
+        QVERIFY(QFile::setPermissions(m_bench.path(s("own.mov")), QFile::ReadOwner | QFile::WriteOwner));
+        const auto made = transcode(s("own.mov"), options());
+        QVERIFY2(made, made.refusal().text.c_str());
+        QCOMPARE(int(QFileInfo(linked(made)).permissions() & (QFile::ReadGroup | QFile::ReadOther)), 0);
+    }
+
+    void spinningDiskHasOneWriter()
+    {
+        QDir root(m_bench.path(s("sys")));
+        for (const char* disk : {"8:0/queue", "8:16/queue"})
+            QVERIFY(root.mkpath(s(disk)));
+        QVERIFY(root.mkpath(s("8:0/part")));
+        TestFiles::write(root.filePath(s("8:0/queue/rotational")), "1\n");
+        TestFiles::write(root.filePath(s("8:16/queue/rotational")), "0\n");
+        QVERIFY(QFile::link(root.filePath(s("8:0/part")), root.filePath(s("8:1"))));
+        const std::string path = root.path().toStdString();
+        QVERIFY(VolumeTurn::isSpinning(makedev(8, 0), path));
+        QVERIFY(VolumeTurn::isSpinning(makedev(8, 1), path)); // a part of it
+        QVERIFY(!VolumeTurn::isSpinning(makedev(8, 16), path));
+        QVERIFY(!VolumeTurn::isSpinning(makedev(0, 42), path));
+
+        VolumeTurn::treatAllAsSpinning(true);
+        std::atomic<bool> isSecond{false};
+        auto first = std::make_unique<VolumeTurn>(path, makeCancelToken());
+        std::thread second([&] {
+            const VolumeTurn turn(path, makeCancelToken());
+            isSecond = true;
+        });
+        const auto cancelled = makeCancelToken();
+        *cancelled = true;
+        { // One who does not want it any more is not held up.
+            const VolumeTurn none(path, cancelled);
+        }
+        QVERIFY(!isSecond);
+        first.reset();
+        second.join();
+        QVERIFY(isSecond);
+        VolumeTurn::treatAllAsSpinning(false);
     }
 };
 
