@@ -97,6 +97,14 @@ class TestServiceUnit : public QObject
         client.send(RawClient::get(path));
         return client.answer();
     }
+    QByteArray sent(const QByteArray& path, const QByteArray& document)
+    {
+        RawClient client = RawClient::toPort(m_port);
+        client.send("POST /KRXService/" + path +
+                    " HTTP/1.1\r\nHost: localhost\r\nContent-Type: application/xml\r\nContent-Length: " +
+                    QByteArray::number(document.size()) + "\r\n\r\n" + document);
+        return client.answer();
+    }
     bool putUnit(const QString& name)
     {
         QByteArray unit = TestFiles::content(s(KRX_UNITS "/") + name);
@@ -134,7 +142,7 @@ private slots:
         m_port = freePort();
         QVERIFY(m_port > 0);
         QVERIFY(QFile::setPermissions(m_folder.path(), QFile::Permissions(0x7755)));
-        QVERIFY(makeHome({s("/.config/systemd/user"), s("/watch"), s("/.local/share")}));
+        QVERIFY(makeHome({s("/.config/systemd/user"), s("/watch"), s("/made"), s("/.local/share")}));
         QVERIFY(putUnit(s("krx-service.service")) && putUnit(s("krx-service.socket")));
         if (OtherUser::does([] {
                 return ::access(QFile::encodeName(ServiceProgram::path()).constData(), X_OK) == 0 ? 0 : 1;
@@ -189,23 +197,30 @@ private slots:
             asked("version").contains("<landlock>" + QByteArray::number(qlonglong(there)) + "</landlock>"));
     }
 
-    // What the unit forbids leaves all that a clip needs: the confined reader of media included.
+    // What the unit forbids leaves all that a clip needs: the confined reader of media, and ffmpeg.
     void clipGoesItsWayUnderAllThatTheUnitForbids()
     {
         QVERIFY(does(s("systemctl --user start krx-service.service")));
-        const QByteArray profiles = asked("profiles");
-        const int begin = profiles.indexOf("/KRXService/profiles/") + 21;
-        const QString profile = QString::fromUtf8(profiles.mid(begin, 36));
-        const QByteArray document = ModuleDocument::createFolder(home() + s("/watch"), profile, true);
-        RawClient client = RawClient::toPort(m_port);
-        QVERIFY(client.send("POST /KRXService/xelmediafolders HTTP/1.1\r\nHost: localhost\r\n"
-                            "Content-Type: application/xml\r\nContent-Length: " +
-                            QByteArray::number(document.size()) + "\r\n\r\n" + document));
-        QCOMPARE(RawClient::status(client.answer()), 201);
-        const QString clip = home() + s("/watch/sound.wav");
-        QVERIFY(QFile::copy(TestMedia::file(s("sound.wav")), clip) && giveToOther(clip));
-        QTRY_VERIFY2_WITH_TIMEOUT(asked("xelmediafolders?level=detail").contains("sound.wav"),
+        const QByteArray volume = QFile::encodeName(home() + s("/made"));
+        const QByteArray encoding =
+            "<activity id=\"transcode\" name=\"T\"><outputDetail><filesystemVideoVolume>" + volume +
+            "</filesystemVideoVolume><filesystemAudioVolume>" + volume +
+            "</filesystemAudioVolume><outputTranscodeVideoProfile><videoIncludeReformattedContent>true"
+            "</videoIncludeReformattedContent><videoProjectType>PAL 25p</videoProjectType><videoColorSpace>"
+            "YCbCr 601</videoColorSpace><videoRaster>720x576</videoRaster><videoCompressionType name=\"X\">"
+            "33554433</videoCompressionType></outputTranscodeVideoProfile></outputDetail></activity>";
+        const QByteArray made = sent("profiles", ModuleDocument::createProfile(s("Encoding"), encoding));
+        QCOMPARE(RawClient::status(made), 201);
+        static const QRegularExpression guid(s("[0-9a-f]{8}(?:-[0-9a-f]{4}){3}-[0-9a-f]{12}"));
+        const QString profile = guid.match(QString::fromUtf8(made)).captured();
+        QCOMPARE(RawClient::status(sent("xelmediafolders",
+                                        ModuleDocument::createFolder(home() + s("/watch"), profile, true))),
+                 201);
+        const QString clip = home() + s("/watch/movie.mov");
+        QVERIFY(QFile::copy(TestMedia::file(s("movie.mov")), clip) && giveToOther(clip));
+        QTRY_VERIFY2_WITH_TIMEOUT(asked("xelmediafolders?level=detail").contains("movie.mov.xel"),
                                   asked("errors").constData(), kPatience);
+        QVERIFY(QFile::exists(home() + s("/made/KRX Media/watch/movie.mov")));
     }
 
     void reloadReadsTheConfigurationAgain()
