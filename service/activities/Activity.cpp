@@ -21,6 +21,14 @@ public:
         return Refusal{501,
                        "The action \"" + recipe.id + "\" is not available in this version of the service"};
     }
+
+    Forecast foresee(const Clip& /*clip*/, const ActivityRecipe& recipe,
+                     const CancelToken& /*cancel*/) const override
+    {
+        return {Forecast::Verdict::Cannot,
+                "The action \"" + recipe.id + "\" is not available in this version of the service",
+                {}};
+    }
 };
 
 template <typename Kind>
@@ -44,6 +52,12 @@ constexpr std::array<Entry, 3> kActivities = {{
 }};
 
 } // namespace
+
+Forecast Activity::foresee(const Clip& /*clip*/, const ActivityRecipe& /*recipe*/,
+                           const CancelToken& /*cancel*/) const
+{
+    return {Forecast::Verdict::WillDo, "what it makes cannot be told before", {}};
+}
 
 const Activity& Activity::forId(const std::string& id)
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "activities/Forecast.h"
 #include "base/CancelToken.h"
 #include "base/Outcome.h"
 #include "documents/ProfileDocument.h"
@@ -40,6 +41,10 @@ public:
     /// why it cannot. Blocks until it is done or \a cancel was set; whatever fails leaves nothing behind.
     virtual Outcome<Clip> run(const Clip& clip, const ActivityRecipe& recipe,
                               const ActivityProgress& progress, const CancelToken& cancel) const = 0;
+
+    /// What run() would do to \a clip as things are now, without touching anything. The clip may not have
+    /// been through the actions before this one, and has no checksums.
+    virtual Forecast foresee(const Clip& clip, const ActivityRecipe& recipe, const CancelToken& cancel) const;
 
     /// The activity for the word \a id of a profile; never null: an unknown one refuses every clip.
     static const Activity& forId(const std::string& id);

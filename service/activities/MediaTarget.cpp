@@ -111,6 +111,11 @@ std::optional<Refusal> MediaTarget::refusal(std::int64_t bytes) const
     return std::nullopt;
 }
 
+std::string MediaTarget::path(const std::string& extension) const
+{
+    return profiledocument::mediaFolder(m_volume) + '/' + m_folder + '/' + m_stem + '.' + extension;
+}
+
 Outcome<std::shared_ptr<HiddenFile>> MediaTarget::begin(const std::string& extension,
                                                         const ActivityProgress& progress) const
 {

@@ -25,6 +25,9 @@ public:
     /// is no place at all.
     std::optional<Refusal> refusal(std::int64_t bytes) const;
 
+    /// Where a file with this \a extension would be, unless its name is taken.
+    std::string path(const std::string& extension) const;
+
     /// A file with this \a extension, not to be seen yet.
     Outcome<std::shared_ptr<HiddenFile>> begin(const std::string& extension,
                                                const ActivityProgress& progress) const;

@@ -15,6 +15,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
+
 namespace krxservice {
 
 namespace {
@@ -360,10 +362,14 @@ std::optional<Refusal> Pipeline::runActivities(Work& work)
         progress.copied = [&](const std::string& folder, std::vector<HistoryEntry> files) {
             copied.push_back(copiedInto(folder, std::move(files)));
         };
+        const std::int64_t bytes = work.clip.linked.stamp.size;
+        const auto begun = std::chrono::steady_clock::now();
         auto made =
             Activity::forId(activities[i].id).run(work.clip, activities[i], progress, work.order.cancel);
         if (!made)
             return made.refusal();
+        m_times.note(activities[i].id, bytes,
+                     std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count());
         work.clip = std::move(*made);
         record.done = static_cast<int>(i) + 1;
         record.scratch.clear();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "activities/ActivityTimes.h"
 #include "base/CancelToken.h"
 #include "documents/ProfileDocument.h"
 #include "media/Clip.h"
@@ -103,6 +104,9 @@ public:
     /// a removal was to be removed.
     void recover(bool isComplete = true);
 
+    /// How long its actions took.
+    const ActivityTimes& times() const { return m_times; }
+
 private:
     struct Work;
 
@@ -136,6 +140,7 @@ private:
     ErrorStore& m_errors;
     OutputArea& m_outputs;
     HistoryStore m_copied{m_database};
+    ActivityTimes m_times;
 };
 
 } // namespace krxservice

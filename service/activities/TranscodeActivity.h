@@ -10,6 +10,8 @@ class TranscodeActivity : public Activity
 public:
     Outcome<Clip> run(const Clip& clip, const ActivityRecipe& recipe, const ActivityProgress& progress,
                       const CancelToken& cancel) const override;
+    Forecast foresee(const Clip& clip, const ActivityRecipe& recipe,
+                     const CancelToken& cancel) const override;
 };
 
 } // namespace krxservice

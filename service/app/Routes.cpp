@@ -1,5 +1,6 @@
 #include "app/Routes.h"
 
+#include "app/DryRunAnswer.h"
 #include "base/Log.h"
 #include "base/Text.h"
 
@@ -72,6 +73,8 @@ HttpAnswer Routes::handle(const RequestHead& head, const Target& target, const s
 HttpAnswer Routes::dispatch(const Call& call)
 {
     const auto& segments = call.target.segments;
+    if (segments.size() == 3 && segments[0] == "profiles" && segments[2] == "dryrun")
+        return dryRun(call);
     if (segments.size() > 2)
         return notFound();
     if (segments.size() == 2) {
@@ -177,6 +180,15 @@ HttpAnswer Routes::profile(const Call& call)
     if (call.method == "DELETE")
         return removed(m_service.deleteProfile(call.id()));
     return notAllowed("GET, DELETE");
+}
+
+HttpAnswer Routes::dryRun(const Call& call)
+{
+    if (!text::isLegalId(call.id()))
+        return HttpAnswer::refused({400, "this is no id of the service"});
+    if (call.method != "POST")
+        return notAllowed("POST");
+    return dryRunAnswer(m_service.profile(call.id()), call.body, m_service.times());
 }
 
 HttpAnswer Routes::jobs(const Call& call)

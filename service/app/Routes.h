@@ -25,6 +25,7 @@ private:
     HttpAnswer folder(const Call& call);
     HttpAnswer profiles(const Call& call);
     HttpAnswer profile(const Call& call);
+    HttpAnswer dryRun(const Call& call);
     HttpAnswer jobs(const Call& call);
     HttpAnswer job(const Call& call);
     HttpAnswer errors(const Call& call);

@@ -72,6 +72,8 @@ public:
 
     std::vector<std::string> errors(bool clear);
     bool isActive();
+    /// How long actions took.
+    const ActivityTimes& times() const { return m_pipeline.times(); }
     void deviceChanged(const requests::DeviceStatus& status);
 
 private:

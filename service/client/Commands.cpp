@@ -63,6 +63,7 @@ int commands::run(const Options& options, const std::string& version)
         {"errors", [&] { return errors(options); }},
         {"retry", [&] { return retry(options); }},
         {"cancel", [&] { return cancel(options); }},
+        {"dry-run", [&] { return dryRun(options); }},
         {"backup", [&] { return makeBackup(options, version); }},
         {"restore", [&] { return restoreBackup(options); }},
     };

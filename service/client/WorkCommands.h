@@ -14,6 +14,8 @@ int errors(const Options& options);
 /// Jobs that failed or were cancelled are submitted again.
 int retry(const Options& options);
 int cancel(const Options& options);
+/// What a profile would do to a file.
+int dryRun(const Options& options);
 
 } // namespace commands
 

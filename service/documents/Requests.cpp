@@ -97,6 +97,17 @@ Outcome<JobSubmission> jobSubmission(std::string_view body)
     return JobSubmission{lastText(root, "path"), lastText(root, "profileID")};
 }
 
+Outcome<std::string> dryRun(std::string_view body)
+{
+    pugi::xml_document document;
+    if (const auto refusal = xmltools::parse(body, document))
+        return *refusal;
+    const auto root = document.document_element();
+    if (std::string_view(root.name()) != "dryRunRequest")
+        return wrongRoot("dryRunRequest");
+    return lastText(root, "path");
+}
+
 Outcome<std::string> jobState(std::string_view body)
 {
     pugi::xml_document document;

@@ -48,5 +48,7 @@ Outcome<JobSubmission> jobSubmission(std::string_view body);
 /// The state word of a "jobStatus": "CANCELLED" or "SUBMITTED", nothing else.
 Outcome<std::string> jobState(std::string_view body);
 Outcome<DeviceStatus> deviceStatus(std::string_view body);
+/// The path of a "dryRunRequest".
+Outcome<std::string> dryRun(std::string_view body);
 
 } // namespace krxservice::requests
