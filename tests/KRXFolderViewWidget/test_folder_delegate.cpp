@@ -7,7 +7,7 @@
 #include <QPainter>
 #include <QStyle>
 #include <QStyleOptionComboBox>
-#include <QtTest>
+#include <QTest>
 
 using View = KRXFolderViewWidget;
 

@@ -7,7 +7,7 @@
 #include <QDir>
 #include <QSemaphore>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 #include <sys/stat.h>
 #include <sys/syscall.h>

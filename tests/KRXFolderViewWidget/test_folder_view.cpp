@@ -8,7 +8,7 @@
 #include <QHeaderView>
 #include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 using View = KRXFolderViewWidget;
 

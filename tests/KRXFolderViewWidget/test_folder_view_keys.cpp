@@ -3,7 +3,7 @@
 #include "FolderViewFixture.h"
 
 #include <QContextMenuEvent>
-#include <QtTest>
+#include <QTest>
 
 using View = KRXFolderViewWidget;
 

@@ -10,7 +10,7 @@
 #include <QHeaderView>
 #include <QMenu>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 using View = KRXFolderViewWidget;
 

@@ -9,8 +9,8 @@
 #include <QPaintEvent>
 #include <QRegion>
 #include <QSignalSpy>
+#include <QTest>
 #include <QToolTip>
-#include <QtTest>
 
 using View = KRXFolderViewWidget;
 

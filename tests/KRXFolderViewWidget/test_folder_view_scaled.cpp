@@ -3,7 +3,7 @@
 #include "FolderViewFixture.h"
 #include "HostQtShell.h"
 
-#include <QtTest>
+#include <QTest>
 
 using View = KRXFolderViewWidget;
 

@@ -2,7 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
-#include <QtTest>
+#include <QTest>
 
 /// Answers that are not XML, or not XML that may reach a parser. Rows for data-driven tests with one column,
 /// "body".

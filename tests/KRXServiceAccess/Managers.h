@@ -7,7 +7,7 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
-#include <QtTest>
+#include <QTest>
 
 #include <functional>
 #include <memory>

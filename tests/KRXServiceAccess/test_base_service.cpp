@@ -4,6 +4,8 @@
 #include "KRXTest.h"
 #include "StandInHost.h"
 
+#include <QRegularExpression>
+
 #include <functional>
 #include <type_traits>
 

@@ -8,6 +8,7 @@
 #include "StandInHost.h"
 
 #include <QGuiApplication>
+#include <QRegularExpression>
 
 using KRXTest::FakeAnswer;
 using KRXTest::FakeRequest;

@@ -8,8 +8,8 @@
 #include "RestClientLimits.h"
 #include "TestHttpServer.h"
 
+#include <QTest>
 #include <QVariant>
-#include <QtTest>
 
 #include <functional>
 #include <memory>

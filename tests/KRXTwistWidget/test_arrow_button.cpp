@@ -6,7 +6,7 @@
 #include <QImage>
 #include <QPainter>
 #include <QSignalSpy>
-#include <QtTest>
+#include <QTest>
 
 namespace {
 

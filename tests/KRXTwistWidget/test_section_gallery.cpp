@@ -2,7 +2,7 @@
 #include <QImage>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 class TestSectionGallery : public QObject
 {

@@ -5,8 +5,8 @@
 #include "StandInHost.h"
 
 #include <QImage>
+#include <QTest>
 #include <QVBoxLayout>
-#include <QtTest>
 
 #include <vector>
 

@@ -5,8 +5,8 @@
 #include <QCoreApplication>
 #include <QEvent>
 #include <QPointer>
+#include <QTest>
 #include <QWidget>
-#include <QtTest>
 
 class TestDeletionHold : public QObject
 {

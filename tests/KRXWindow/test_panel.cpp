@@ -5,7 +5,7 @@
 #include <QFontMetrics>
 #include <QLayout>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 using View = KRXFolderViewWidget;
 

@@ -5,8 +5,8 @@
 #include <QFile>
 #include <QPointer>
 #include <QTemporaryDir>
+#include <QTest>
 #include <QTimer>
-#include <QtTest>
 
 using View = KRXFolderViewWidget;
 

@@ -8,7 +8,7 @@
 #include <QPaintDevice>
 #include <QPaintEngine>
 #include <QPen>
-#include <QtTest>
+#include <QTest>
 
 using View = KRXFolderViewWidget;
 

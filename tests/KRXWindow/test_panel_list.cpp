@@ -4,7 +4,7 @@
 #include "PanelFixture.h"
 
 #include <QDir>
-#include <QtTest>
+#include <QTest>
 
 using View = KRXFolderViewWidget;
 

@@ -9,7 +9,7 @@
 #include <QMenu>
 #include <QPointer>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 using View = KRXFolderViewWidget;
 

@@ -3,7 +3,7 @@
 
 #include <QAbstractItemModelTester>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 class TestBinsModel : public QObject
 {

@@ -15,8 +15,8 @@
 #include <QPainter>
 #include <QSignalSpy>
 #include <QTableView>
+#include <QTest>
 #include <QTreeWidget>
-#include <QtTest>
 
 namespace {
 

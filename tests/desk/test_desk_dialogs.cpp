@@ -24,10 +24,10 @@
 #include <QScreen>
 #include <QSignalSpy>
 #include <QTableWidget>
+#include <QTest>
 #include <QTextBrowser>
 #include <QTimer>
 #include <QWindow>
-#include <QtTest>
 
 namespace {
 

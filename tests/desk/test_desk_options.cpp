@@ -1,7 +1,7 @@
 #include "DeskOptions.h"
 
 #include <QDir>
-#include <QtTest>
+#include <QTest>
 
 class TestDeskOptions : public QObject
 {

@@ -29,7 +29,7 @@
 #include <QStatusBar>
 #include <QTableView>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 #include <unistd.h>
 

@@ -3,8 +3,9 @@
 
 #include <QElapsedTimer>
 #include <QSignalSpy>
+#include <QTest>
 #include <QThread>
-#include <QtTest>
+#include <QTimer>
 
 #include <atomic>
 #include <memory>

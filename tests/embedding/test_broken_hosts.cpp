@@ -8,7 +8,7 @@
 
 #include "StandInHost.h"
 
-#include <QtTest>
+#include <QTest>
 
 #include <limits>
 #include <type_traits>

@@ -12,7 +12,7 @@
 #include "KRXZorMetadata.h"
 
 #include <QComboBox>
-#include <QtTest>
+#include <QTest>
 
 #include <algorithm>
 #include <cstddef>

@@ -6,7 +6,7 @@
 
 #include <QAbstractScrollArea>
 #include <QPainter>
-#include <QtTest>
+#include <QTest>
 
 #include <functional>
 

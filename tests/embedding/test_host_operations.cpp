@@ -3,7 +3,7 @@
 #include "StandInHost.h"
 
 #include <QRegularExpression>
-#include <QtTest>
+#include <QTest>
 
 #include <cstddef>
 #include <cstring>

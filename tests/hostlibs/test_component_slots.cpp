@@ -4,7 +4,7 @@
 #include "StandInHost.h"
 #include "TestHttpServer.h"
 
-#include <QtTest>
+#include <QTest>
 
 #include <cstdint>
 #include <stdexcept>

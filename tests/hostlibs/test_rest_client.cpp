@@ -6,7 +6,7 @@
 
 #include <QCoreApplication>
 #include <QProcess>
-#include <QtTest>
+#include <QTest>
 
 #include <atomic>
 #include <thread>

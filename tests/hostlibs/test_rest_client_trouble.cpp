@@ -2,7 +2,7 @@
 #include "RestClientLimits.h"
 #include "TestHttpServer.h"
 
-#include <QtTest>
+#include <QTest>
 
 #include <memory>
 

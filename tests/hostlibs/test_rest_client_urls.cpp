@@ -1,7 +1,7 @@
 #include "RestAnswer.h"
 #include "TestHttpServer.h"
 
-#include <QtTest>
+#include <QTest>
 
 using RestTest::Answer;
 using RestTest::serviceUrl;

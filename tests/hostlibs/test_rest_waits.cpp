@@ -2,7 +2,7 @@
 #include "RestWaits.h"
 #include "TestHttpServer.h"
 
-#include <QtTest>
+#include <QTest>
 
 #include <future>
 #include <memory>

@@ -3,7 +3,7 @@
 #include <QRegularExpression>
 #include <QSet>
 #include <QStandardPaths>
-#include <QtTest>
+#include <QTest>
 
 namespace {
 

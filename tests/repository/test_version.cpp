@@ -6,8 +6,8 @@
 #include <QProcessEnvironment>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <QTest>
 #include <QVersionNumber>
-#include <QtTest>
 
 using TestFiles::content;
 

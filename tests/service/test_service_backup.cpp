@@ -2,7 +2,7 @@
 #include "ServiceStage.h"
 
 #include <QDirIterator>
-#include <QtTest>
+#include <QTest>
 
 #include <sys/stat.h>
 

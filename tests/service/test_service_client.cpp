@@ -5,7 +5,7 @@
 #include "client/Output.h"
 
 #include <QJsonObject>
-#include <QtTest>
+#include <QTest>
 
 #include <unistd.h>
 

@@ -6,7 +6,7 @@
 #include "store/JobStore.h"
 
 #include <QProcess>
-#include <QtTest>
+#include <QTest>
 
 #include <future>
 

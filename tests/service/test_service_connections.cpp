@@ -3,7 +3,7 @@
 
 #include <QElapsedTimer>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 #include <sys/socket.h>
 

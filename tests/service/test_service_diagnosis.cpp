@@ -3,7 +3,7 @@
 #include "client/Redactor.h"
 
 #include <QRegularExpression>
-#include <QtTest>
+#include <QTest>
 
 #include <sys/stat.h>
 

@@ -6,7 +6,7 @@
 #include "documents/XmlTools.h"
 #include "media/OutputDocument.h"
 
-#include <QtTest>
+#include <QTest>
 
 #include <string>
 

@@ -5,7 +5,7 @@
 #include <QProcessEnvironment>
 #include <QRegularExpression>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 /// The examples in the protocol's page, run as they stand.
 class TestServiceExamples : public QObject

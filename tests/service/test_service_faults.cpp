@@ -2,7 +2,8 @@
 
 #include <QDir>
 #include <QProcess>
-#include <QtTest>
+#include <QScopeGuard>
+#include <QTest>
 
 #include <sys/mount.h>
 #include <unistd.h>

@@ -1,7 +1,7 @@
 #include "http/HeadCheck.h"
 #include "http/HttpGuard.h"
 
-#include <QtTest>
+#include <QTest>
 
 using namespace krxservice;
 

@@ -3,7 +3,7 @@
 #include "base/Options.h"
 
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 #include <sys/stat.h>
 

@@ -7,7 +7,7 @@
 
 #include <QDir>
 #include <QProcess>
-#include <QtTest>
+#include <QTest>
 
 #include <algorithm>
 #include <condition_variable>

@@ -1,7 +1,7 @@
 #include "ServiceStage.h"
 #include "SilentMount.h"
 
-#include <QtTest>
+#include <QTest>
 
 /// The real service with a folder on a file system that does not answer.
 class TestServiceSilence : public QObject

@@ -7,7 +7,7 @@
 
 #include <QDir>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>

@@ -6,7 +6,7 @@
 #include "store/ProfileStore.h"
 
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 #include <sqlite3.h>
 

@@ -4,7 +4,7 @@
 
 #include <QDomDocument>
 #include <QString>
-#include <QtTest>
+#include <QTest>
 
 #include <cstddef>
 

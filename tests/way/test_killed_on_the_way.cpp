@@ -9,7 +9,7 @@
 #include <QFile>
 #include <QFileSystemWatcher>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 #include <csignal>
 

@@ -19,8 +19,8 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QTest>
 #include <QTimer>
-#include <QtTest>
 
 #include <csignal>
 #include <cstdio>

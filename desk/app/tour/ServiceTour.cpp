@@ -8,6 +8,7 @@
 
 #include "KRXFolderViewWidget.h"
 
+#include <QAbstractButton>
 #include <QDialog>
 #include <QDir>
 #include <QFile>
