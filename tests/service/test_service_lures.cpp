@@ -1,6 +1,8 @@
 #include "EngineBench.h"
 #include "Lures.h"
+#include "activities/Activity.h"
 #include "activities/Transcoder.h"
+#include "base/FileTools.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -17,6 +19,7 @@ QString s(const char* text)
     return QString::fromUtf8(text);
 }
 
+constexpr int kPatience = 240000; ///< milliseconds, for all work on all files
 constexpr char kWork[] = "--work";
 
 /// Heavy work on the file at \a path, into \a folder, as if nobody had looked at the file before. \return an
@@ -47,12 +50,31 @@ std::string check(const std::string& path, const std::string&)
     return result.isWhole && !result.streams.empty() ? std::string() : "not whole: " + result.text;
 }
 
-std::string transcode(const std::string& path, const std::string& folder)
+Clip clipOf(const std::string& path)
 {
     Clip clip;
+    std::string error;
     clip.watched = path.substr(0, path.rfind('/'));
-    clip.source.path = path;
+    clip.source = {path, filetools::stampOf(path).value_or(FileStamp()),
+                   filetools::checksum(path, makeCancelToken(), error).value_or(error)};
     clip.linked = clip.source;
+    return clip;
+}
+
+std::string consolidate(const std::string& path, const std::string& folder)
+{
+    ActivityRecipe recipe;
+    recipe.id = profiledocument::kConsolidate;
+    recipe.name = "Consolidate";
+    recipe.element = "<activity id=\"consolidate\" name=\"C\"><outputDetail><filesystemVideoVolume>" +
+                     folder + "</filesystemVideoVolume><filesystemAudioVolume>" + folder +
+                     "</filesystemAudioVolume><outputConsolidateVideoProfile/></outputDetail></activity>";
+    const auto made = Activity::forId(recipe.id).run(clipOf(path), recipe, {}, makeCancelToken());
+    return made ? std::string() : "refused: " + made.refusal().text;
+}
+
+std::string transcode(const std::string& path, const std::string& folder)
+{
     MediaOptions options;
     options.videoVolume = options.audioVolume = folder;
     options.video.compressionId = "16777217";
@@ -60,11 +82,12 @@ std::string transcode(const std::string& path, const std::string& folder)
     options.video.colorSpace = "YCbCr 601";
     options.video.raster = "720x576";
     options.video.reformats = true;
-    const auto made = transcoder::run(clip, options, {}, {}, makeCancelToken());
+    const auto made = transcoder::run(clipOf(path), options, {}, {}, makeCancelToken());
     return made ? std::string() : "refused: " + made.refusal().text;
 }
 
-const std::pair<const char*, Work> kWorks[] = {{"feed", feed}, {"check", check}, {"transcode", transcode}};
+const std::pair<const char*, Work> kWorks[] = {
+    {"feed", feed}, {"check", check}, {"transcode", transcode}, {"consolidate", consolidate}};
 
 /// The part of this test that is watched: does all work on each file of the folder \a arguments[2].
 int work(const QStringList& arguments)
@@ -82,11 +105,15 @@ int work(const QStringList& arguments)
 /// Runs a command; \a log gets every file that it or what it starts opens, reads a link to, or becomes.
 QString watched(const QStringList& command, const QString& log)
 {
-    return EngineBench::run(
-        s("strace"),
-        QStringList{s("-f"), s("--seccomp-bpf"), s("-s"), s("400"), s("-o"), log, s("-e"),
-                    s("trace=open,openat,openat2,creat,readlink,readlinkat,execve,connect,socket")} +
-            command);
+    QProcess strace;
+    strace.start(s("strace"), QStringList{s("-f"), s("-E"), s("ASAN_OPTIONS=detect_leaks=0"),
+                                          s("--seccomp-bpf"), s("-s"), s("400"), s("-o"), log, s("-e"),
+                                          s("trace=open,openat,openat2,creat,readlink,readlinkat,execve,"
+                                            "connect,socket")} +
+                                  command);
+    if (!strace.waitForFinished(kPatience) || strace.exitCode() != 0)
+        return QString::fromUtf8(strace.readAllStandardError());
+    return QString::fromUtf8(strace.readAllStandardOutput()).trimmed();
 }
 
 } // namespace
