@@ -19,6 +19,9 @@ public:
     VolumeTurn(const VolumeTurn&) = delete;
     VolumeTurn& operator=(const VolumeTurn&) = delete;
 
+    /// True when others have to wait for this one.
+    bool isHeld() const { return m_device.has_value(); }
+
     /// True for a disk that spins, as far as the system says. \a root is where it tells of its devices.
     static bool isSpinning(std::uint64_t device, const std::string& root = "/sys/dev/block");
 

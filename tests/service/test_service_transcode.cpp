@@ -260,9 +260,28 @@ private slots:
             QSKIP("only root mounts a volume");
         const auto end = qScopeGuard([&] { ::umount2(order.videoVolume.c_str(), MNT_DETACH); });
         const std::string waiting = "waiting for space on " + order.videoVolume;
-        const auto made = transcode(s("big.mkv"), order);
+        // Reckoned: nothing is begun.
+        Ffmpeg::use({"no-such-ffmpeg"});
+        auto made = transcode(s("big.mkv"), order);
         QVERIFY(!made);
         QCOMPARE(made.refusal().text, waiting);
+        Ffmpeg::use({});
+
+        // Somebody else fills it behind the reckoning.
+        QCOMPARE(::mount("tmpfs", order.videoVolume.c_str(), "tmpfs", MS_REMOUNT, "size=8m"), 0);
+        ActivityProgress progress;
+        progress.willWrite = [&](const std::string&) {
+            QFile filler(m_volume + s("/filler"));
+            QVERIFY(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+            const QByteArray piece(4096, 'x');
+            while (filler.write(piece) == piece.size()) {
+            }
+        };
+        made = transcoder::run(clip(s("big.mkv")), order, {}, progress, makeCancelToken());
+        QVERIFY(!made);
+        QCOMPARE(made.refusal().text, waiting);
+        QCOMPARE(left(), QStringList());
+
         ActivityRecipe copy;
         copy.id = "copy";
         copy.destination = order.videoVolume;
@@ -272,7 +291,7 @@ private slots:
         QVERIFY(!copied);
         QCOMPARE(copied.refusal().status, kWaitFor);
         QCOMPARE(copied.refusal().text, waiting);
-        QCOMPARE(QDir(m_volume).entryList(QDir::Files | QDir::Hidden), QStringList());
+        QCOMPARE(QDir(m_volume).entryList(QDir::Files | QDir::Hidden), QStringList(s("filler")));
     }
 
     void nothingIsEverWrittenOver()
@@ -399,21 +418,17 @@ private slots:
         QVERIFY(!VolumeTurn::isSpinning(makedev(0, 42), path));
 
         VolumeTurn::treatAllAsSpinning(true);
-        std::atomic<bool> isSecond{false};
         auto first = std::make_unique<VolumeTurn>(path, makeCancelToken());
-        std::thread second([&] {
-            const VolumeTurn turn(path, makeCancelToken());
-            isSecond = true;
-        });
+        QVERIFY(first->isHeld());
+        // The second waits until it does not want to any more.
         const auto cancelled = makeCancelToken();
-        *cancelled = true;
-        { // One who does not want it any more is not held up.
-            const VolumeTurn none(path, cancelled);
-        }
-        QVERIFY(!isSecond);
+        std::thread canceller([&] { *cancelled = true; });
+        const VolumeTurn second(path, cancelled);
+        canceller.join();
+        QVERIFY(!second.isHeld());
         first.reset();
-        second.join();
-        QVERIFY(isSecond);
+        const VolumeTurn third(path, makeCancelToken());
+        QVERIFY(third.isHeld());
         VolumeTurn::treatAllAsSpinning(false);
     }
 };
