@@ -232,7 +232,10 @@ std::optional<Refusal> takeOver(const std::string& source, const std::string& fo
         if (auto reason = filetools::syncFile(to); !reason.empty())
             return failed(reason);
     }
-    fs::create_directories(folder + '/' + kOutput + "/jobs");
+    std::error_code error;
+    fs::create_directories(folder + '/' + kOutput + "/jobs", error);
+    if (error)
+        return failed(folder + ": " + error.message());
     if (auto reason = syncFolder(folder); !reason.empty())
         return failed(reason);
     return std::nullopt;
@@ -253,7 +256,7 @@ bool isEmpty(const std::string& folder)
 std::string exchange(const std::string& fresh, const std::string& former)
 {
     if (::renameat2(AT_FDCWD, fresh.c_str(), AT_FDCWD, former.c_str(), RENAME_EXCHANGE) == 0)
-        return filetools::syncDirectory(directoryOf(former));
+        return {};
     if (errno != EINVAL && errno != ENOSYS)
         return former + " cannot be replaced: " + text::errnoText(errno);
     const std::string between = aside::nameFor(former, "replaced");
@@ -265,7 +268,7 @@ std::string exchange(const std::string& fresh, const std::string& former)
         return former + " cannot be replaced: " + text::errnoText(error);
     }
     std::rename(between.c_str(), fresh.c_str());
-    return filetools::syncDirectory(directoryOf(former));
+    return {};
 }
 
 } // namespace
@@ -290,8 +293,7 @@ Outcome<Report> make(const std::string& dataFolder, const std::string& target, c
             return failed(folder + ": " + text::errnoText(code));
         unfinished.keep();
         report->folder = folder;
-        if (const auto reason = filetools::syncDirectory(directoryOf(folder)); !reason.empty())
-            return failed(reason);
+        report->warning = filetools::syncDirectory(directoryOf(folder));
         return report;
     } catch (const DatabaseError& failure) {
         return failed(failure.what());
@@ -329,14 +331,20 @@ Outcome<Report> restore(const std::string& source, const std::string& dataFolder
         return *refusal;
     if (const auto reason = exchange(unfinished.path(), folder); !reason.empty())
         return failed(reason);
+    // From here on the former data are where the new ones were made.
+    unfinished.keep();
     Report report;
     report.folder = folder;
     report.documents = static_cast<std::size_t>(
         std::count_if(manifest->files.begin(), manifest->files.end(),
                       [](const Manifest::File& one) { return one.path.rfind(kOutput, 0) == 0; }));
-    if (isFresh)
-        return report; // what goes away with the unfinished folder is the lock alone
-    unfinished.keep();
+    report.warning = filetools::syncDirectory(directoryOf(folder));
+    if (isFresh) {
+        // What somebody put there meanwhile stays.
+        ::unlink((unfinished.path() + '/' + kLock).c_str());
+        if (::rmdir(unfinished.path().c_str()) == 0)
+            return report;
+    }
     report.keptAs = aside::nameFor(folder, "before-restore");
     if (filetools::renameNoReplace(unfinished.path(), report.keptAs) != 0)
         report.keptAs = unfinished.path();

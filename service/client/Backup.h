@@ -14,7 +14,8 @@ struct Report
 {
     std::string folder; ///< where the backup is, or the data that were taken back
     std::size_t documents = 0;
-    std::string keptAs; ///< where the former data are; empty when there were none
+    std::string keptAs;  ///< where the former data are; empty when there were none
+    std::string warning; ///< what the disk said at the very end, when all was done; empty for nothing
 };
 
 /// Copies database, output documents, folders and profiles of \a dataFolder to the new folder \a target, as

@@ -6,6 +6,7 @@
 #include "client/Status.h"
 #include "client/WorkCommands.h"
 
+#include <exception>
 #include <functional>
 #include <map>
 
@@ -20,11 +21,19 @@ int told(const Refusal& refusal)
     return refusal.status;
 }
 
+/// All was done, and a power cut may still undo it.
+void warn(const std::string& reason)
+{
+    if (!reason.empty())
+        output::refuse("it is done, but the disk does not promise to keep it: " + reason);
+}
+
 int makeBackup(const Options& options, const std::string& version)
 {
     const auto made = backup::make(options.dataFolder, options.operands.front(), version);
     if (!made)
         return told(made.refusal());
+    warn(made->warning);
     output::print("backed up " + options.dataFolder + " to " + made->folder + ", with " +
                   std::to_string(made->documents) + " output documents\n");
     return commands::kDone;
@@ -38,6 +47,7 @@ int restoreBackup(const Options& options)
         return told(done.refusal());
     if (!done->keptAs.empty())
         output::print("the former data are kept as " + done->keptAs + '\n');
+    warn(done->warning);
     output::print("restored " + done->folder + ", with " + std::to_string(done->documents) +
                   " output documents\n");
     return commands::kDone;
@@ -67,7 +77,12 @@ int commands::run(const Options& options, const std::string& version)
         {"backup", [&] { return makeBackup(options, version); }},
         {"restore", [&] { return restoreBackup(options); }},
     };
-    return table.at(options.command)();
+    try {
+        return table.at(options.command)();
+    } catch (const std::exception& failure) {
+        output::refuse(failure.what());
+        return kFailure;
+    }
 }
 
 } // namespace krxservice

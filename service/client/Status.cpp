@@ -47,6 +47,30 @@ std::string texts(const pugi::xml_node& root, const char* element)
     return result;
 }
 
+/// How many clips there are, by what they wait for.
+std::string clipsOf(ServiceClient& client)
+{
+    struct Group
+    {
+        const char* states;
+        const char* name;
+    };
+    constexpr Group groups[] = {{"FOUND,GROWING,OPEN,SETTLING", "not finished"},
+                                {"WAITING", "waiting"},
+                                {"ACTING,PUBLISHING", "worked on"},
+                                {"OFFERED", "ready"},
+                                {"FAILED", "failed"}};
+    std::string result;
+    for (const Group& group : groups) {
+        const auto list = client.askXml("GET", std::string("clips?limit=1&state=") + group.states);
+        if (!list)
+            return "not known: " + list.refusal().text;
+        result += (result.empty() ? "" : ", ") +
+                  std::string(list->document_element().attribute("total").value()) + ' ' + group.name;
+    }
+    return result;
+}
+
 } // namespace
 
 Outcome<Status> Status::of(ServiceClient& client)
@@ -89,6 +113,7 @@ Outcome<Status> Status::of(ServiceClient& client)
     add("doing", std::string_view(activity->first_child().child_value("status")) == "StatusActive"
                      ? "working"
                      : "nothing");
+    add("clips", clipsOf(client));
     add("jobs", counted(inState(jobstate::kRunning), "running, ") +
                     counted(inState(jobstate::kSubmitted), "waiting, ") +
                     counted(inState(jobstate::kFailed), "failed"));

@@ -41,6 +41,7 @@ private slots:
 
     void statusSaysWhatRuns()
     {
+        QVERIFY(m_stage.marked(s("ready.wav")));
         const CommandResult result = ask({s("status")});
         QCOMPARE(result.err, QString());
         QCOMPARE(result.code, 0);
@@ -51,7 +52,10 @@ private slots:
         QCOMPARE(object.value(s("data")).toString(), m_stage.data);
         QCOMPARE(object.value(s("listensOn")).toString(),
                  s("http://127.0.0.1:") + QString::number(m_stage.service->port()));
-        QVERIFY(object.value(s("folders")).toString().startsWith(s("1 watched, 1 enabled, 0 with")));
+        QVERIFY(object.value(s("folders")).toString().startsWith(s("1 watched, 1 enabled, 1 with")));
+        QTRY_COMPARE_WITH_TIMEOUT(
+            ask({s("status"), s("--json")}).json().object().value(s("clips")).toString(),
+            s("0 not finished, 0 waiting, 0 worked on, 1 ready, 0 failed"), kStagePatience);
         for (const char* key : {"version", "user", "since", "doing", "jobs", "errors", "refused", "limits"})
             QVERIFY2(!object.value(s(key)).toString().isEmpty(), key);
     }
