@@ -192,6 +192,40 @@ private slots:
         QCOMPARE(runCommand({s("backup"), at(s("third")), s("--data"), at(s("none"))}).code, 1);
     }
 
+    void disksThatFailLeaveAllAsItWas_data()
+    {
+        QTest::addColumn<bool>("restores");
+        QTest::addColumn<QByteArray>("fault");
+        QTest::newRow("backup, write") << false << QByteArray("write .second.unfinished 28");
+        QTest::newRow("backup, sync") << false << QByteArray("sync .second.unfinished 5");
+        QTest::newRow("backup, rename") << false << QByteArray("rename /second 28");
+        QTest::newRow("restore, sync") << true << QByteArray("sync data.restoring 5");
+        QTest::newRow("restore, rename") << true << QByteArray("rename /data 28");
+    }
+    void disksThatFailLeaveAllAsItWas()
+    {
+        QFETCH(bool, restores);
+        QFETCH(QByteArray, fault);
+        copyModel();
+        QDir().mkpath(at(s("control")));
+        write(at(s("control/faults")), fault + '\n');
+        const auto before = filesIn(m_stage->folder.path());
+        const QStringList command = restores ? QStringList{s("restore"), at(s("backup")), s("--set-aside")}
+                                             : QStringList{s("backup"), at(s("second"))};
+        const CommandResult result = runCommand(
+            command + QStringList{s("--data"), m_stage->data}, [&](QProcessEnvironment& environment) {
+                environment.insert(s("LD_PRELOAD"), s(KRX_FAILING_CALLS));
+                // A sanitized program would not start behind a library that comes before the sanitizer's.
+                environment.insert(s("ASAN_OPTIONS"),
+                                   environment.value(s("ASAN_OPTIONS")) + s(":verify_asan_link_order=0"));
+                environment.insert(s("KRX_FAULTS"), at(s("control/faults")));
+            });
+        QCOMPARE(result.code, 1);
+        QCOMPARE(result.out, QString());
+        QCOMPARE(filesIn(m_stage->folder.path()).keys(), before.keys());
+        QVERIFY(filesIn(m_stage->folder.path()) == before);
+    }
+
     void dataInUseAreNotReplaced()
     {
         makeBackup(*m_stage);
