@@ -331,6 +331,29 @@ FileResult Pipeline::fail(Work& work, const std::string& reason)
     return result;
 }
 
+/// Brings up to date what is known of a clip of which an action made other media.
+void Pipeline::lookAtResult(const Clip& before, Clip& made, const CancelToken& cancel)
+{
+    if (made.sequence && sequence::path(*made.sequence, made.sequence->firstNumber) != made.linked.path)
+        made.sequence.reset();
+    if (made.sequence || made.linked.path == before.linked.path ||
+        made.linked.checksum == before.linked.checksum)
+        return;
+    const ProbeResult probe = MediaProbe::probe(made.linked.path, cancel);
+    if (probe.verdict != ProbeResult::Verdict::Media)
+        return;
+    made.media = probe.facts;
+    for (const auto& part : made.parts) {
+        if (part.file.path == made.linked.path)
+            continue;
+        // Its streams are the clip's as well, numbered on.
+        for (auto& stream : MediaProbe::probe(part.file.path, cancel).facts.streams) {
+            stream.index = static_cast<int>(made.media.streams.size());
+            made.media.streams.push_back(stream);
+        }
+    }
+}
+
 std::optional<Refusal> Pipeline::runActivities(Work& work)
 {
     const auto& activities = work.order.profile.activities;
@@ -370,6 +393,7 @@ std::optional<Refusal> Pipeline::runActivities(Work& work)
             return made.refusal();
         m_times.note(activities[i].id, bytes,
                      std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count());
+        lookAtResult(work.clip, *made, work.order.cancel);
         work.clip = std::move(*made);
         record.done = static_cast<int>(i) + 1;
         record.scratch.clear();

@@ -114,6 +114,7 @@ private:
     std::optional<FileResult> recognise(Work& work);
     static bool sequenceStands(const Work& work);
     static bool addSidecars(Work& work);
+    static void lookAtResult(const Clip& before, Clip& made, const CancelToken& cancel);
     static FileResult ended(FileResult::End end, const std::string& text,
                             const std::optional<FileStamp>& stamp = std::nullopt);
     void say(const std::string& path, const std::vector<std::string>& notes);

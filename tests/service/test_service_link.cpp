@@ -78,6 +78,7 @@ class TestServiceLink : public QObject
     bool offer(const QString& path, const char* groups)
     {
         auto order = m_bench->order(path.toStdString());
+        order.profile.id = "p-1";
         order.profile.settings = settings(groups);
         const std::size_t before = m_bench->listed().size();
         if (m_bench->pipeline.process(order).end != End::Offered || m_bench->listed().size() != before + 1)
@@ -91,6 +92,16 @@ class TestServiceLink : public QObject
     QString attribute(const char* xpath) const
     {
         return QString::fromUtf8(m_document.select_node(xpath).attribute().value());
+    }
+    /// What is wrong with the newest document, by the schema that hosts are given.
+    QString faults() const
+    {
+        QProcess process;
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(s("xmllint"), {s("--noout"), s("--nonet"), s("--schema"), s(KRX_SCHEMAS "/xel.xsd"),
+                                     QString::fromStdString(m_bench->listed().back())});
+        process.waitForFinished();
+        return process.exitCode() == 0 ? QString() : QString::fromUtf8(process.readAll());
     }
     /// Copies of one picture, under these numbers.
     bool pictures(const char* stem, const QStringList& numbers) const
@@ -154,6 +165,7 @@ private slots:
     {
         QFETCH(QByteArray, detail);
         QVERIFY(offer(file("b.wav"), detail.constData()));
+        QCOMPARE(faults(), QString());
         QTEST(attribute("/xel/clip/bin/@method"), "method");
         QTEST(said("/xel/clip/bin"), "name");
         QCOMPARE(said("/xel/version"), s("2"));
@@ -314,6 +326,7 @@ private slots:
         const char* groups =
             "<linkDetail><multichannelAudio>2-7:5.1;8-9:Stereo</multichannelAudio></linkDetail>";
         QVERIFY(offer(file("many.mov"), groups));
+        QCOMPARE(faults(), QString());
         // One mono track and six of 5.1: the second group has no tracks.
         QCOMPARE(probed(file("many.mov"), "stream=channels").split(QLatin1Char('\n'), Qt::SkipEmptyParts),
                  (QStringList{s("1"), s("6")}));
@@ -360,6 +373,7 @@ private slots:
         // Whichever of its pictures is named, it is the same clip.
         QVERIFY(offer(file("gap.5.dpx"), ""));
         QCOMPARE(said("/xel/clip/path"), file("gap.1.dpx"));
+        QCOMPARE(faults(), QString());
         QCOMPARE(said("/xel/clip/sequence/missingNumbers"), s("3-4 6-8"));
         QCOMPARE(said("/xel/clip/frameCount"), s("5"));
         QCOMPARE(said("/xel/clip/size").toLongLong(), 5 * QFileInfo(file("gap.1.dpx")).size());
@@ -391,6 +405,41 @@ private slots:
         QVERIFY(m_bench->pipeline.process(order).end == End::Offered);
         QVERIFY(m_document.load_file(m_bench->listed().back().c_str()));
         QCOMPARE(said("/xel/clip/sequence/missingNumbers"), s("2"));
+    }
+
+    void sequenceThatBecameAMovieIsCopiedAndDescribedAsOne()
+    {
+        QVERIFY(QDir(m_media.path()).mkpath(s("volume")) && QDir(m_media.path()).mkpath(s("movies")));
+        QVERIFY(pictures("movie_", {s("1"), s("2"), s("3")}));
+        auto order = m_bench->order(file("movie_1.dpx").toStdString());
+        order.profile.id = "p-1";
+        order.profile.settings = settings(
+            "<zorMetadata><reelNamingMethod>FILENAME</reelNamingMethod><reelFolderLevel>1</reelFolderLevel>"
+            "<frameCountingMethod>ZERO</frameCountingMethod><timecodeMethod>EMBEDDED</timecodeMethod>"
+            "<defaultFPS>25</defaultFPS></zorMetadata>");
+        ActivityRecipe transcode;
+        transcode.id = "transcode";
+        transcode.name = "Transcode";
+        transcode.element =
+            "<activity id=\"transcode\" name=\"Transcode\"><outputDetail><filesystemVideoVolume>" +
+            file("volume").toStdString() +
+            "</filesystemVideoVolume><outputTranscodeVideoProfile><videoCompressionType>16777217"
+            "</videoCompressionType></outputTranscodeVideoProfile></outputDetail></activity>";
+        order.profile.activities = {transcode, PipelineBench::copyTo(file("movies"), true)};
+        const auto result = m_bench->pipeline.process(order);
+        QVERIFY2(result.end == End::Offered, result.text.c_str());
+        QVERIFY(m_document.load_file(m_bench->listed().back().c_str()));
+        QCOMPARE(faults(), QString());
+        const QString movie = said("/xel/clip/path");
+        QVERIFY2(movie.startsWith(file("movies/")) && movie.endsWith(s(".mov")), qPrintable(movie));
+        QVERIFY(!m_document.select_node("/xel/clip/sequence"));
+        QCOMPARE(said("/xel/source/path"), file("movie_1.dpx"));
+        QCOMPARE(said("/xel/media/kind"), s("video"));
+        QCOMPARE(said("/xel/media/stream/codec"),
+                 probed(movie, "stream=codec_name", {s("-select_streams"), s("v")}));
+        QCOMPARE(said("/xel/clip/frameCount"),
+                 probed(movie, "stream=nb_read_frames", {s("-count_frames"), s("-select_streams"), s("v")}));
+        QCOMPARE(m_document.select_nodes("/xel/clip/activity").size(), std::size_t(2));
     }
 
     void sequenceGoesOnBehindTheCopyThatIsFinished()
@@ -490,12 +539,14 @@ private slots:
             QVERIFY(sidecar.open(QIODevice::WriteOnly) && sidecar.write(name) > 0);
         }
         auto order = m_bench->order(file("side_1.dpx").toStdString());
+        order.profile.id = "p-1";
         order.profile.activities = {PipelineBench::copyTo(file("to"), true)};
         order.profile.activities[0].name = "Copy";
         QVERIFY(m_bench->pipeline.process(order).end == End::Offered);
         QVERIFY(m_document.load_file(m_bench->listed().back().c_str()));
         QCOMPARE(said("/xel/clip/path"), file("to/side_1.dpx"));
         QCOMPARE(said("/xel/source/path"), file("side_1.dpx"));
+        QCOMPARE(faults(), QString());
         QCOMPARE(said("/xel/clip/check"), s("verified"));
         QCOMPARE(attribute("/xel/clip/activity/@name"), s("Copy"));
         QCOMPARE(said("/xel/clip/activity/file/path"), file("to/side_1.dpx"));

@@ -1,7 +1,9 @@
 #include "ServiceStage.h"
+#include "TestFiles.h"
 
 #include <QDir>
 #include <QElapsedTimer>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -117,6 +119,35 @@ private slots:
         QCOMPARE(stage.service->terminate(), 0);
         QVERIFY(stage.again());
         QVERIFY(stage.marked(s("mark2.wav")));
+        QVERIFY(stage.service->errors().isEmpty());
+    }
+
+    void numberedPicturesAndTheirSidecarAreOneClipAlsoAfterARestart()
+    {
+        ServiceStage stage;
+        QVERIFY(stage.begin());
+        const auto add = [&](const char* name) {
+            return QProcess::execute(s("ffmpeg"), {s("-v"), s("error"), s("-f"), s("lavfi"), s("-i"),
+                                                   s("testsrc2=s=16x16"), s("-frames:v"), s("1"),
+                                                   stage.watch + QLatin1Char('/') + s(name)}) == 0;
+        };
+        QVERIFY(add("shot_08.dpx") && add("shot_10.dpx"));
+        QFile sidecar(stage.watch + s("/shot.cdl"));
+        QVERIFY(sidecar.open(QIODevice::WriteOnly) && sidecar.write("<x/>") > 0);
+        sidecar.close();
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kStagePatience);
+        const QByteArray document = TestFiles::content(stage.outputs()[0].toStdString());
+        QVERIFY(document.contains("<path>" + (stage.watch + s("/shot_08.dpx")).toUtf8() + "</path>"));
+        QVERIFY(document.contains("<missingNumbers>9</missingNumbers>"));
+        QVERIFY(document.contains("<path>" + sidecar.fileName().toUtf8() + "</path>"));
+        QCOMPARE(stage.service->errors().filter(s("are missing: 9")).size(), 1);
+        QCOMPARE(stage.service->terminate(), 0);
+        QVERIFY(stage.again());
+        QVERIFY(stage.marked(s("mark.wav")));
+        QCOMPARE(stage.outputs().size(), 2);
+        // The missing one arrives: the clip has another content.
+        QVERIFY(add("shot_09.dpx"));
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 3, kStagePatience);
         QVERIFY(stage.service->errors().isEmpty());
     }
 
