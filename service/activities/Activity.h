@@ -17,7 +17,8 @@ namespace krxservice {
 struct ActivityProgress
 {
     std::function<void(int percent)> percent; ///< now and then, 0 to 100
-    /// Before an unfinished file appears, so that it can be cleaned up after a crash.
+    /// Before an unfinished file appears, so that it can be cleaned up after a crash; again before it gets
+    /// its name, with what HiddenFile notes of it.
     std::function<void(const std::string& scratch)> willWrite;
     /// When copies are finished in \a folder: what its history is to list.
     std::function<void(const std::string& folder, std::vector<HistoryEntry> files)> copied;

@@ -2,6 +2,7 @@
 
 #include "activities/Activity.h"
 #include "base/FileTools.h"
+#include "base/HiddenFile.h"
 #include "base/Log.h"
 #include "base/SourceFile.h"
 #include "base/Text.h"
@@ -306,7 +307,9 @@ void Pipeline::removeScratch(const std::string& scratch)
 {
     for (std::size_t begin = 0; begin < scratch.size();) {
         const std::size_t end = std::min(scratch.find(kBetweenScratch, begin), scratch.size());
-        filetools::removeScratch(scratch.substr(begin, end - begin));
+        const std::string one = scratch.substr(begin, end - begin);
+        if (!HiddenFile::removeNamed(one))
+            filetools::removeScratch(one);
         begin = end + 1;
     }
 }
@@ -368,7 +371,8 @@ std::optional<Refusal> Pipeline::runActivities(Work& work)
         ActivityProgress progress;
         progress.willWrite = [&](const std::string& scratch) {
             // Those that are there still are being written, too.
-            const bool isOneMore = !record.scratch.empty() && filetools::stampOf(record.scratch);
+            const bool isOneMore =
+                !record.scratch.empty() && (scratch.front() != '/' || filetools::stampOf(record.scratch));
             record.scratch = isOneMore ? record.scratch + kBetweenScratch + scratch : scratch;
             m_clips.setScratch(record.id, record.scratch);
         };

@@ -329,23 +329,30 @@ private:
         };
         Clip made = m_clip;
         made.parts.clear();
+        std::vector<std::string> checksums;
         for (auto& result : m_results) {
+            std::string error;
+            const auto checksum = filetools::checksum(result.file->get(), m_cancel, error);
+            if (!checksum)
+                return *m_cancel ? Refusal{500, "cancelled"} : failed(result.file->path() + ": " + error);
+            checksums.push_back(*checksum);
+        }
+        for (std::size_t i = 0; i < m_results.size(); ++i) {
+            const Result& result = m_results[i];
             HiddenFile::Failure failure;
-            if (!result.file->finish(mode, failure)) {
+            if (!result.file->finish(mode, failure, m_progress.willWrite)) {
                 undo();
                 return (result.hasPicture ? m_videoTarget : m_audioTarget).failed(failure);
             }
-            std::string error;
-            const auto checksum = filetools::checksum(result.file->get(), m_cancel, error);
             const auto stamp = filetools::stampOf(result.file->path());
-            if (!checksum || !stamp) {
+            if (!stamp) {
                 undo();
-                return *m_cancel ? Refusal{500, "cancelled"} : failed(result.file->path() + ": " + error);
+                return failed(result.file->path() + " is gone");
             }
-            const FileFacts facts{result.file->path(), *stamp, *checksum};
+            const FileFacts facts{result.file->path(), *stamp, checksums[i]};
             m_note.made.push_back(facts);
             made.parts.push_back({result.kind, facts});
-            log::info(m_making.done + ' ' + m_clip.linked.path + " to " + facts.path);
+            log::info("transcoded " + m_clip.linked.path + " to " + facts.path);
         }
         made.linked = made.parts.front().file;
         if (made.parts.size() == 1)

@@ -40,8 +40,13 @@ public:
     const std::string& name() const { return m_name; }
 
     /// Brings all of it to the disk and gives it its name, or "name (2).ext" when that is taken: nothing is
-    /// ever replaced. \return true, or false with \a failure set; then it is as it was before.
-    bool finish(mode_t mode, Failure& failure);
+    /// ever replaced. \a willName is told beforehand by what the file is known under its new name
+    /// (removeNamed()), so that it is found after a crash. \return true, or false with \a failure set; then
+    /// it is as it was before.
+    bool finish(mode_t mode, Failure& failure, const std::function<void(const std::string&)>& willName = {});
+    /// True when \a note is what willName was told; then the file is removed if it is there, and no other one
+    /// in its place.
+    static bool removeNamed(const std::string& note);
     /// Where it is; the hidden path until finish() is done.
     std::string path() const;
     /// After finish(): removes it all the same.

@@ -1,4 +1,5 @@
 #include "EngineBench.h"
+#include "PipelineBench.h"
 #include "TestFiles.h"
 #include "activities/MediaTarget.h"
 #include "activities/Transcoder.h"
@@ -363,6 +364,32 @@ private slots:
         QVERIFY(*cancel);
         QCOMPARE(scratch.size(), 1);
         QCOMPARE(left(), QStringList());
+    }
+
+    /// The moment between the new name and the record of it.
+    void resultsThatWereNamedBeforeACrashAreFoundAgain()
+    {
+        QCOMPARE(m_bench.make(s("crash.mov"), "-f lavfi -i testsrc2=s=160x96:r=25:d=0.12 -c:v mpeg4"),
+                 QString());
+        std::vector<std::string> told;
+        ActivityProgress progress;
+        progress.willWrite = [&](const std::string& what) { told.push_back(what); };
+        const MediaOptions order = options();
+        const auto made = transcoder::run(clip(s("crash.mov")), order, {}, progress, makeCancelToken());
+        QVERIFY2(made, made.refusal().text.c_str());
+        QCOMPARE(int(told.size()), 2);
+
+        // Into the record, as the pipeline does, and a start afterwards.
+        PipelineBench bench;
+        const auto id = bench.begin(made->source.path).id;
+        bench.clips.setScratch(id, told[0] + '\n' + told[1]);
+        bench.pipeline.recover();
+        QCOMPARE(left(), QStringList());
+
+        // Another file that has the name meanwhile stays.
+        QVERIFY(transcoder::run(clip(s("crash.mov")), order, {}, {}, makeCancelToken()));
+        QVERIFY(HiddenFile::removeNamed(told[1].substr(0, told[1].find(' ')) + " 1 " + made->linked.path));
+        QCOMPARE(left(), QStringList(s("crash.mov")));
     }
 
     void sequencesBecomeMovies()
