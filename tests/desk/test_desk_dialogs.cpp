@@ -3,6 +3,7 @@
 #include "LinkMediaDialog.h"
 #include "MultichannelDialog.h"
 #include "ServicesDialog.h"
+#include "TryItDialog.h"
 
 #include "CodecBox.h"
 #include "HostMediaEngine.h"
@@ -27,6 +28,7 @@
 #include <QTest>
 #include <QTextBrowser>
 #include <QTimer>
+#include <QTreeWidget>
 #include <QWindow>
 
 namespace {
@@ -429,6 +431,87 @@ private slots:
         QVERIFY(text->toPlainText().startsWith(QLatin1String("Profile Editor")));
         dialog.showTopic(QStringLiteral("no such topic"));
         QVERIFY(text->toPlainText().startsWith(QLatin1String("KRX Desk")));
+    }
+
+    void whatAProfileWouldDoIsShownStepByStep()
+    {
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        server.setReply("POST", "/KRXService/profiles/p1/dryrun", 200,
+                        "<dryRun><path>/in/a &amp; b.mov</path><clip><name>a &amp; b</name>"
+                        "<path>/in/a &amp; b.mov</path><files>1</files><bytes>1000</bytes><kind>video</kind>"
+                        "<stream><type>video</type><codec>prores</codec></stream></clip>"
+                        "<activity><id>copy</id><name>Copy</name><verdict>WILL_DO</verdict>"
+                        "<result><path>/to/a &amp; b.mov</path><bytes>1000</bytes></result>"
+                        "<seconds>12</seconds></activity>"
+                        "<activity><id>transcode</id><name>Transcode</name><verdict>CANNOT</verdict>"
+                        "<reason>the volume is away</reason></activity></dryRun>");
+        TryItDialog dialog(QStringLiteral("p1"), QStringLiteral("/in/a & b.mov"), nullptr);
+        dialog.show();
+        const auto* steps = dialog.findChild<QTreeWidget*>(QStringLiteral("tryItSteps"));
+        QTRY_COMPARE(steps->topLevelItemCount(), 2);
+        QVERIFY(server.lastRequest().body.contains("<path>/in/a &amp; b.mov</path>"));
+        QVERIFY(dialog.findChild<QLabel*>()->text().startsWith(
+            QStringLiteral("a & b would be taken as a clip: ")));
+        QVERIFY(dialog.findChild<QLabel*>()->text().contains(QStringLiteral("video, prores")));
+        QCOMPARE(steps->topLevelItem(0)->text(0), QStringLiteral("Copy"));
+        QCOMPARE(steps->topLevelItem(0)->text(1), QStringLiteral("Will be done"));
+        QVERIFY(steps->topLevelItem(0)->text(2).contains(QStringLiteral("12 s")));
+        QCOMPARE(steps->topLevelItem(0)->child(0)->text(2), QStringLiteral("/to/a & b.mov"));
+        QCOMPARE(steps->topLevelItem(1)->text(1), QStringLiteral("Cannot be done"));
+        QCOMPARE(steps->topLevelItem(1)->text(2), QStringLiteral("the volume is away"));
+    }
+    void whatAProfileCannotTellIsSaid_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("not offered") << 200
+                                     << QByteArray("<dryRun><path>/in/a.txt</path><reason>it is no media file"
+                                                   "</reason></dryRun>")
+                                     << QStringLiteral("a.txt would not be offered: it is no media file");
+        QTest::newRow("another document")
+            << 200 << QByteArray("<html/>") << QStringLiteral("The service's answer was not understood.");
+        QTest::newRow("refused") << 503 << QByteArray() << QStringLiteral("The service cannot tell: ");
+    }
+    void whatAProfileCannotTellIsSaid()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, body);
+        QFETCH(QString, text);
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        server.setReply("POST", "/KRXService/profiles/p1/dryrun", status, body);
+        TryItDialog dialog(QStringLiteral("p1"), QStringLiteral("/in/a.txt"), nullptr);
+        QTRY_VERIFY(dialog.findChild<QLabel*>()->text().startsWith(text));
+    }
+    void aDialogThatIsClosedWaitsForNoService()
+    {
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        server.setReply("POST", "/KRXService/profiles/p1/dryrun", TestHttpServer::Reply::never());
+        auto dialog =
+            std::make_unique<TryItDialog>(QStringLiteral("p1"), QStringLiteral("/in/a.txt"), nullptr);
+        QVERIFY(server.waitForRequests(1));
+        dialog.reset();
+    }
+    void theEditorsWindowAndTheLinkDialogOfferToTry()
+    {
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        Editor editor;
+        editor.show();
+        const auto* button = editor.findChild<QPushButton*>(QStringLiteral("tryItBtn"));
+        QVERIFY(button && button->isVisible());
+        const auto* cancel = editor.findChild<QPushButton*>(QStringLiteral("KRX_CancelBtn"));
+        QVERIFY(!button->geometry().intersects(QRect(cancel->mapTo(&editor, QPoint()), cancel->size())));
+        LinkMediaDialog link(nullptr, nullptr);
+        auto* tries = link.findChild<QPushButton*>(QStringLiteral("tryItBtn"));
+        QVERIFY(!tries->isEnabled());
+        link.addFiles({QStringLiteral("/in/a.mov")});
+        QVERIFY(tries->isEnabled());
+        tries->click();
+        QVERIFY(link.findChild<TryItDialog*>());
     }
 };
 

@@ -1,5 +1,7 @@
 #include "LinkMediaDialog.h"
 
+#include "TryItDialog.h"
+
 #include "KRXFolderManager.h"
 #include "KRXLinkToProfileWidget.h"
 #include "KRXSummaryWidget.h"
@@ -47,6 +49,9 @@ LinkMediaDialog::LinkMediaDialog(KRXProfilesWindow* editor, QWidget* parent)
     section->addWidgetToBody(summary, 0);
     m_profile = new KRXLinkToProfileWidget(summary, editor, true, this, this);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Cancel, this);
+    m_try = buttons->addButton(tr("Try It"), QDialogButtonBox::ActionRole);
+    m_try->setObjectName(QStringLiteral("tryItBtn"));
+    m_try->setToolTip(tr("Shows what the profile would do to the selected file, and does nothing"));
     m_link = buttons->addButton(tr("Link"), QDialogButtonBox::AcceptRole);
     m_link->setObjectName(QStringLiteral("linkBtn"));
 
@@ -67,6 +72,13 @@ LinkMediaDialog::LinkMediaDialog(KRXProfilesWindow* editor, QWidget* parent)
     connect(m_remove, &QPushButton::clicked, this, [this] {
         qDeleteAll(m_files->selectedItems());
         refreshButtons();
+    });
+    connect(m_try, &QPushButton::clicked, this, [this] {
+        const QList<QListWidgetItem*> chosen = m_files->selectedItems();
+        const QString file = chosen.isEmpty() ? files().value(0) : chosen.first()->text();
+        auto* dialog = new TryItDialog(profileId(), file, this);
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
+        dialog->open();
     });
     connect(m_files, &QListWidget::itemSelectionChanged, this, &LinkMediaDialog::refreshButtons);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
@@ -127,5 +139,6 @@ void LinkMediaDialog::chooseFiles()
 void LinkMediaDialog::refreshButtons()
 {
     m_link->setEnabled(m_files->count() > 0);
+    m_try->setEnabled(m_files->count() > 0);
     m_remove->setEnabled(!m_files->selectedItems().isEmpty());
 }

@@ -38,5 +38,6 @@ private:
     QListWidget* m_files;
     KRXLinkToProfileWidget* m_profile;
     QPushButton* m_link;
+    QPushButton* m_try;
     QPushButton* m_remove;
 };

@@ -1,6 +1,7 @@
 #include "DeskProfilesWindow.h"
 
 #include "MultichannelDialog.h"
+#include "TryItDialog.h"
 
 #include "CodecBox.h"
 #include "KRXLinkOptionsSettings.h"
@@ -13,7 +14,9 @@
 
 #include <QComboBox>
 #include <QLabel>
+#include <QLayout>
 #include <QPointer>
+#include <QPushButton>
 #include <QResizeEvent>
 #include <QScreen>
 #include <QSignalBlocker>
@@ -60,7 +63,15 @@ void selectData(QComboBox* box, const QVariant& wanted)
 
 DeskProfilesWindow::DeskProfilesWindow(QWidget* parent)
     : KRXProfilesWindow(parent)
+    , m_tryIt(new QPushButton(tr("Try It..."), this))
 {
+    // It stands beside the editor's own buttons, in no layout: their heights are reckoned without it.
+    m_tryIt->setObjectName(QStringLiteral("tryItBtn"));
+    m_tryIt->setAutoDefault(false);
+    m_tryIt->setToolTip(tr("Shows what the saved profile would do to a file, and does nothing"));
+    connect(m_tryIt, &QPushButton::clicked, this, [this] {
+        TryItDialog::run(getProfilesBox()->currentData().toString(), getProfileState()->isModified(), this);
+    });
     // The boxes must be filled before the first profile is loaded into them.
     DeskProfilesWindow::initXelSettingsValues();
 }
@@ -77,6 +88,7 @@ void DeskProfilesWindow::setNewHeight(int height)
 void DeskProfilesWindow::resizeEvent(QResizeEvent* event)
 {
     KRXProfilesWindow::resizeEvent(event);
+    placeTryIt();
     // A late event tells an old size; the window's own is the present one.
     if (!event->spontaneous()) {
         m_ownHeights.append(height());
@@ -85,6 +97,16 @@ void DeskProfilesWindow::resizeEvent(QResizeEvent* event)
     } else if (!m_ownHeights.contains(height())) {
         m_hasPersonsHeight = true;
     }
+}
+
+void DeskProfilesWindow::placeTryIt()
+{
+    const auto* cancel = findChild<QPushButton*>(QStringLiteral("KRX_CancelBtn"));
+    // The layout places the editor's buttons after this event.
+    const QMargins margins = layout()->contentsMargins();
+    const QSize size = cancel ? m_tryIt->sizeHint().expandedTo(cancel->sizeHint()) : m_tryIt->sizeHint();
+    m_tryIt->setGeometry(margins.left(), height() - margins.bottom() - size.height(), size.width(),
+                         size.height());
 }
 
 void DeskProfilesWindow::initXelSettingsValues()

@@ -4,6 +4,8 @@
 
 #include <QList>
 
+class QPushButton;
+
 /// The profile editor with what the desk knows: codecs and encoding profiles of the media catalogue, rates of
 /// its projects, and an editor for groupings of audio tracks.
 class DeskProfilesWindow : public KRXProfilesWindow
@@ -34,6 +36,9 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    void placeTryIt();
+
+    QPushButton* m_tryIt;
     /// The heights that the program gave the window last. The window system confirms each of them, late.
     QList<int> m_ownHeights;
     bool m_hasPersonsHeight = false;
