@@ -26,7 +26,8 @@ constexpr double kMoreSpace = 1.02;               ///< for what a file has besid
 constexpr std::int64_t kLeastSpace = 1024 * 1024; ///< bytes
 constexpr double kMayMiss = 0.5;                  ///< seconds that a source may hold less than it says
 constexpr double kMayMissPart = 0.01;
-constexpr int kEncoded = 95; ///< percent, when all is encoded and it is looked at
+constexpr std::int64_t kMostMissing = 100000; ///< pictures that others stand for
+constexpr int kEncoded = 95;                  ///< percent, when all is encoded and it is looked at
 constexpr mode_t kOwners = 0600;
 constexpr mode_t kFileMode = 0666;
 
@@ -65,6 +66,9 @@ public:
         if (probe.verdict != ProbeResult::Verdict::Media)
             return failed(probe.text);
         m_media = probe.facts;
+        if (isPictures() && pictures() - present() > kMostMissing)
+            return failed(std::to_string(pictures() - present()) +
+                          " pictures are missing between the first and the last");
         auto plan = m_making.plan
                         ? m_making.plan(m_media)
                         : EncodingPlan::make(m_options, m_clip, m_media, KRXCatalogue::builtInCatalogue());
@@ -104,6 +108,12 @@ private:
     std::int64_t pictures() const
     {
         return m_clip.sequence ? m_clip.sequence->lastNumber - m_clip.sequence->firstNumber + 1 : 1;
+    }
+
+    /// Those of them that are there.
+    std::int64_t present() const
+    {
+        return m_clip.sequence ? static_cast<std::int64_t>(sequence::count(*m_clip.sequence)) : 1;
     }
 
     /// As far as it is known before.

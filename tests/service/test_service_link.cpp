@@ -426,6 +426,13 @@ private slots:
             "</filesystemVideoVolume><outputTranscodeVideoProfile><videoCompressionType>16777217"
             "</videoCompressionType></outputTranscodeVideoProfile></outputDetail></activity>";
         order.profile.activities = {transcode, PipelineBench::copyTo(file("movies"), true)};
+        // What is numbered far apart would be a movie without end.
+        auto far = order;
+        far.path = file("far_1.dpx").toStdString();
+        QVERIFY(pictures("far_", {s("1"), s("999999999999")}));
+        const auto refused = m_bench->pipeline.process(far);
+        QVERIFY2(refused.end == End::Failed, refused.text.c_str());
+        QVERIFY(refused.text.find("999999999997 pictures are missing") != std::string::npos);
         const auto result = m_bench->pipeline.process(order);
         QVERIFY2(result.end == End::Offered, result.text.c_str());
         QVERIFY(m_document.load_file(m_bench->listed().back().c_str()));
