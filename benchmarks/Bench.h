@@ -90,6 +90,7 @@ void measureActions(Table& table);
 void measureWindows(Table& table);
 void measureService(Table& table);
 void measureDoor(Table& table);
+void measureCopies(Table& table);
 void measureDesk(Table& table);
 void measureMedia(Table& table);
 

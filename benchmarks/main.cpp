@@ -15,11 +15,10 @@ int main(int argc, char* argv[])
     const QCommandLineOption json(QStringLiteral("json"),
                                   QStringLiteral("Also write the rows to FILE as JSON."),
                                   QStringLiteral("FILE"));
-    const QCommandLineOption only(
-        QStringLiteral("only"),
-        QStringLiteral(
-            "Measure one area: access, view, sections, actions, windows, service, door, desk, media."),
-        QStringLiteral("AREA"));
+    const QCommandLineOption only(QStringLiteral("only"),
+                                  QStringLiteral("Measure one area: access, view, sections, actions, "
+                                                 "windows, service, door, copies, desk, media."),
+                                  QStringLiteral("AREA"));
     options.addOption(json);
     options.addOption(only);
     options.process(application);
@@ -37,6 +36,7 @@ int main(int argc, char* argv[])
         {"windows", &KRXBench::measureWindows},
         {"service", &KRXBench::measureService},
         {"door", &KRXBench::measureDoor},
+        {"copies", &KRXBench::measureCopies},
         {"desk", &KRXBench::measureDesk},
         {"media", &KRXBench::measureMedia},
     };

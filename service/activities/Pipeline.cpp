@@ -459,6 +459,8 @@ FileResult Pipeline::publish(Work& work)
     FileResult result = finish(record, order.willEnd);
     if (result.end == FileResult::End::Offered)
         say(record.path, work.notes);
+    for (const auto& activity : work.clip.activities)
+        result.notes.insert(result.notes.end(), activity.notes.begin(), activity.notes.end());
     return result;
 }
 

@@ -48,6 +48,7 @@ struct FileResult
     std::string text;               ///< why, when it was not offered
     std::optional<FileStamp> stamp; ///< of the file whose work is done; nothing for Later and Cancelled
     std::shared_ptr<ReadyClip> ready;
+    std::vector<std::string> notes; ///< what the actions of a clip that was offered have to say
 };
 
 /// For whom a file is worked on. The functions may be empty.

@@ -22,6 +22,7 @@ const std::vector<std::string> kRunningOnly = {jobstate::kRunning};
 constexpr std::chrono::milliseconds kGathering{20};
 constexpr std::size_t kLargestGroup = 64; ///< clips
 constexpr std::size_t kMostThreads = 32;
+constexpr std::size_t kLongestNotes = 1000; ///< bytes after which a job says no more
 constexpr char kWaits[] = "Waits for a worker";
 constexpr std::chrono::seconds kMountsKnown{1}; ///< before the table of mounts is read again
 
@@ -498,6 +499,7 @@ void Worker::performJob(Task& task)
         m_stores.clips.tell(job->id, path, {ClipStage::Waiting, kWaits});
     std::size_t offered = 0;
     std::string failure;
+    std::string notes;
     for (std::size_t i = 0; i < paths.size() && !*task.cancel; ++i) {
         FileOrder order;
         order.ownerKind = "job";
@@ -522,6 +524,10 @@ void Worker::performJob(Task& task)
             ++offered;
         else if (failure.empty() && (result.end != FileResult::End::Rejected || paths.size() == 1))
             failure = result.text;
+        for (const auto& note : result.notes) {
+            if (notes.size() < kLongestNotes)
+                notes += (notes.empty() ? "" : "; ") + text::baseName(paths[i]) + ": " + note;
+        }
         m_stores.jobs.setPercent(job->id, static_cast<int>((i + 1) * 100 / paths.size()));
     }
     if (*task.cancel)
@@ -531,7 +537,7 @@ void Worker::performJob(Task& task)
         failure = "no media was found";
     if (!failure.empty())
         return fail(failure);
-    m_stores.jobs.move(job->id, kRunningOnly, jobstate::kCompleted);
+    m_stores.jobs.move(job->id, kRunningOnly, jobstate::kCompleted, notes);
     log::info("job " + job->id + " is complete");
 }
 

@@ -1,4 +1,5 @@
 #include "EngineBench.h"
+#include "PipelineBench.h"
 #include "TestFiles.h"
 #include "activities/Activity.h"
 #include "activities/ConsolidationPlan.h"
@@ -419,6 +420,22 @@ private slots:
         wish.skips = true;
         made = consolidate(s("in.ts"), wish);
         QVERIFY(made && !notes(made).contains(s("skipped")));
+    }
+
+    void theDocumentAndTheJobSayWhatBecameOfIt()
+    {
+        PipelineBench bench;
+        QCOMPARE(m_bench.make(s("h264.mp4"),
+                              "-f lavfi -i testsrc2=s=64x36:r=25:d=0.2 -c:v libx264 -pix_fmt yuv420p"),
+                 QString());
+        FileOrder order = bench.order(m_bench.path(s("h264.mp4")).toStdString());
+        order.ownerPath = m_bench.folder.path().toStdString();
+        order.profile.activities = {wish().recipe()};
+        const FileResult result = bench.pipeline.process(order);
+        QVERIFY2(result.end == FileResult::End::Offered, result.text.c_str());
+        const std::string note = "MXF cannot hold h264: it keeps its own wrapper";
+        QCOMPARE(result.notes, std::vector<std::string>{note});
+        QVERIFY(content(bench.listed().at(0)).contains(QByteArray::fromStdString(note)));
     }
 
     void truncatedMovieIsRefusedWithTheReason()

@@ -250,6 +250,26 @@ private slots:
         }
     }
 
+    void jobThatIsCompletedSaysWhatItsActionsFellBackTo()
+    {
+        QTemporaryDir card;
+        QTemporaryDir volume;
+        QCOMPARE(QProcess::execute(s("ffmpeg"), {s("-v"), s("error"), s("-f"), s("lavfi"), s("-i"),
+                                                 s("testsrc2=s=64x36:r=25:d=0.2"), s("-c:v"), s("mjpeg"),
+                                                 card.filePath(s("a.mov"))}),
+                 0);
+        ActivityRecipe consolidate;
+        consolidate.element = "<activity id=\"consolidate\"><outputDetail><filesystemVideoVolume>" +
+                              volume.path().toStdString() +
+                              "/</filesystemVideoVolume></outputDetail></activity>";
+        Line line(m_media.path(), {consolidate});
+        const auto id = line.submit(card.path());
+        line.worker.addJob(id);
+        QTRY_COMPARE_WITH_TIMEOUT(line.jobs.find(id)->state, std::string("COMPLETED"), 30000);
+        QCOMPARE(line.jobs.find(id)->message,
+                 std::string("a.mov: MXF cannot hold mjpeg: it keeps its own wrapper"));
+    }
+
     void jobWithoutMediaFailsAsOftenAsItIsTried_data()
     {
         QTest::addColumn<bool>("isDirectory");
