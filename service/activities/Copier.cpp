@@ -280,17 +280,7 @@ private:
     static void takeOverFacts(const SourceFile& from, const Descriptor& target)
     {
         const struct stat& source = from.facts();
-        struct stat copy
-        {
-        };
-        mode_t mode = from.reach();
-        const bool sameGroup = ::fstat(target.get(), &copy) == 0 &&
-                               (copy.st_gid == source.st_gid ||
-                                ::fchown(target.get(), static_cast<uid_t>(-1), source.st_gid) == 0);
-        // To another group belong other people: they may do what everybody may.
-        if (!sameGroup)
-            mode = (mode & 0707) | ((mode & 0007) << 3);
-        ::fchmod(target.get(), mode);
+        ::fchmod(target.get(), from.reachFor(target.get()));
         const timespec times[2] = {source.st_atim, source.st_mtim};
         ::futimens(target.get(), times);
     }

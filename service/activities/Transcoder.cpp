@@ -332,7 +332,6 @@ private:
 
     Outcome<Clip> finish()
     {
-        const mode_t mode = (m_source.reach() & kFileMode) | kOwners;
         const auto undo = [this] {
             for (auto& result : m_results)
                 result.file->undo();
@@ -350,6 +349,7 @@ private:
         for (std::size_t i = 0; i < m_results.size(); ++i) {
             const Result& result = m_results[i];
             HiddenFile::Failure failure;
+            const mode_t mode = (m_source.reachFor(result.file->get()) & kFileMode) | kOwners;
             if (!result.file->finish(mode, failure, m_progress.willWrite)) {
                 undo();
                 return (result.hasPicture ? m_videoTarget : m_audioTarget).failed(failure);

@@ -3,6 +3,7 @@
 #include "base/Text.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -130,6 +131,18 @@ bool SourceFile::isStillNamed() const
 mode_t SourceFile::reach() const
 {
     return reachBelow(m_facts, ::openat(m_parent.get(), ".", kLookOnly));
+}
+
+mode_t SourceFile::reachFor(int target) const
+{
+    struct stat made
+    {
+    };
+    const bool sameGroup =
+        ::fstat(target, &made) == 0 &&
+        (made.st_gid == m_facts.st_gid || ::fchown(target, static_cast<uid_t>(-1), m_facts.st_gid) == 0);
+    const mode_t mode = reach();
+    return sameGroup ? mode : (mode & 0707) | ((mode & 0007) << 3);
 }
 
 std::string SourceFile::directoryBelow() const

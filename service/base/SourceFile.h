@@ -40,6 +40,10 @@ public:
     /// The permissions that a copy may have: the file's own, without those for people who cannot pass the
     /// directories above it.
     mode_t reach() const;
+    /// Gives what is made of it, open as \a target, its group, and returns the permissions that it may then
+    /// have at most: where the group cannot be given, the one it has gets what everybody may, since to
+    /// another group belong other people.
+    mode_t reachFor(int target) const;
 
     /// The directories between the root and the file: "card/100"; empty for a file in the root itself.
     std::string directoryBelow() const;

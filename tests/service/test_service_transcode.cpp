@@ -9,6 +9,7 @@
 #include <QScopeGuard>
 
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
@@ -457,6 +458,27 @@ private slots:
         const VolumeTurn third(path, makeCancelToken());
         QVERIFY(third.isHeld());
         VolumeTurn::treatAllAsSpinning(false);
+    }
+
+    void noResultIsMoreOpenThanItsSource()
+    {
+        if (::geteuid() != 0)
+            QSKIP("only root can give a file any group");
+        constexpr gid_t kGroup = 54321;
+        QCOMPARE(m_bench.make(s("group.mov"), "-f lavfi -i testsrc2=s=64x48:r=25:d=0.2 -c:v mpeg4"),
+                 QString());
+        const QByteArray name = QFile::encodeName(m_bench.path(s("group.mov")));
+        QVERIFY(QFile::setPermissions(m_bench.folder.path(), QFile::Permissions(0x7755)));
+        QCOMPARE(::chown(name.constData(), static_cast<uid_t>(-1), kGroup), 0);
+        QCOMPARE(::chmod(name.constData(), 0640), 0);
+        const auto made = transcode(s("group.mov"), options());
+        QVERIFY2(made, made.refusal().text.c_str());
+        struct stat facts
+        {
+        };
+        QCOMPARE(::stat(made->linked.path.c_str(), &facts), 0);
+        QCOMPARE(int(facts.st_mode & 0777), 0640);
+        QCOMPARE(facts.st_gid, kGroup);
     }
 };
 
