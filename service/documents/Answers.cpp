@@ -81,6 +81,8 @@ void addClip(pugi::xml_node parent, const ClipEntry& clip)
     xmltools::append(element, "reason", clip.news.reason);
     if (!clip.news.job.empty())
         xmltools::append(element, "job", clip.news.job);
+    if (!clip.guid.empty())
+        xmltools::append(element, "guid", clip.guid);
     if (!clip.news.activity.empty())
         xmltools::append(element, "activity", clip.news.activity);
     if (clip.news.stage == ClipStage::Acting)

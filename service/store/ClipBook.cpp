@@ -128,7 +128,7 @@ std::vector<ClipBook::Row> ClipBook::readRows(const char* condition, std::int64_
     Statement statement = m_database.prepare(
         std::string("SELECT clips.id, owner, clips.path, clips.profile, job, clips.state, "
                     "CASE jobs.state WHEN 'CANCELLED' THEN 'Was cancelled' ELSE "
-                    "coalesce(message, '') END FROM clips LEFT JOIN jobs ON jobs.id=job AND "
+                    "coalesce(message, '') END, guid FROM clips LEFT JOIN jobs ON jobs.id=job AND "
                     "job<>'' ") +
         condition);
     statement.bind(value);
@@ -141,6 +141,7 @@ std::vector<ClipBook::Row> ClipBook::readRows(const char* condition, std::int64_
         row.job = statement.text(4);
         row.state = statement.text(5);
         row.reason = statement.text(6);
+        row.guid = statement.text(7);
         rows.push_back(std::move(row));
     }
     return rows;
@@ -230,6 +231,7 @@ void ClipBook::apply(const Row& row)
         m_byRecord[row.id] = m_byKey.at({row.owner, row.path});
     }
     line.entry.profile = row.profile;
+    line.entry.guid = row.guid;
     line.entry.news.job = row.job;
     if (row.moment >= line.heard && (row.moment == 0 || state->stage != line.entry.news.stage)) {
         setStage(line, state->stage, row.moment);

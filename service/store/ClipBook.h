@@ -51,6 +51,7 @@ struct ClipEntry
     bool isJob = false;
     std::string path;
     std::string profile; ///< id of the profile whose actions were begun; may be empty
+    std::string guid;    ///< of its output document and its lines in the log; empty before the work began
     ClipNews news;
     /// When it came to this stage, nanoseconds since 1970; 0 when that was before the service began.
     std::int64_t since = 0;
@@ -127,6 +128,7 @@ private:
         std::string profile;
         std::string job;
         std::string state; ///< empty for a row that is gone
+        std::string guid;
         std::string reason;
         std::int64_t moment = 0; ///< when it changed; 0 for before the start
     };

@@ -131,6 +131,10 @@ private slots:
         QCOMPARE(clip.value(s("state")).toString(), s("OFFERED"));
         QCOMPARE(clip.value(s("folderId")).toString(), m_stage->id);
         QVERIFY(!clip.value(s("reason")).toString().isEmpty());
+        QFile output(m_stage->outputs().filter(s("one.wav")).value(0));
+        QVERIFY(output.open(QIODevice::ReadOnly));
+        // By it the document and the lines of the log are found.
+        QVERIFY(output.readAll().contains("<id>" + clip.value(s("guid")).toString().toUtf8() + "</id>"));
     }
 
     void whatTheServiceRefusesIsSaid_data()
