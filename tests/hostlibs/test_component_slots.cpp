@@ -18,9 +18,8 @@ template <typename Result, typename... Arguments>
 Result callSlot(void* object, int slot, Arguments... arguments)
 {
     using Function = Result (*)(void*, Arguments...);
-    // The first word of every such object, which the analyzer does not know of.
-    void* const* const table =
-        *static_cast<void***>(object); // NOLINT(clang-analyzer-core.uninitialized.Assign)
+    // It is the first word of every such object. NOLINTNEXTLINE(clang-analyzer-core.uninitialized.Assign)
+    void* const* const table = *static_cast<void***>(object);
     return reinterpret_cast<Function>(table[slot])(object, arguments...);
 }
 
