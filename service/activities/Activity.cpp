@@ -3,7 +3,9 @@
 #include "activities/ConsolidateActivity.h"
 #include "activities/CopyActivity.h"
 #include "activities/TranscodeActivity.h"
+#include "base/Text.h"
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 
@@ -51,6 +53,13 @@ constexpr std::array<Entry, 3> kActivities = {{
     {profiledocument::kConsolidate, &only<ConsolidateActivity>},
 }};
 
+const Entry* find(std::string_view id)
+{
+    const auto entry = std::find_if(kActivities.begin(), kActivities.end(),
+                                    [id](const Entry& candidate) { return candidate.id == id; });
+    return entry == kActivities.end() ? nullptr : &*entry;
+}
+
 } // namespace
 
 Forecast Activity::foresee(const Clip& /*clip*/, const ActivityRecipe& /*recipe*/,
@@ -61,11 +70,17 @@ Forecast Activity::foresee(const Clip& /*clip*/, const ActivityRecipe& /*recipe*
 
 const Activity& Activity::forId(const std::string& id)
 {
-    for (const auto& entry : kActivities) {
-        if (entry.id == id)
-            return entry.activity();
+    const Entry* entry = find(id);
+    return entry ? entry->activity() : only<MissingActivity>();
+}
+
+std::optional<Refusal> Activity::checkKinds(const std::vector<ActivityRecipe>& activities)
+{
+    for (const auto& activity : activities) {
+        if (!find(activity.id))
+            return Refusal{400, "the service knows no activity \"" + text::oneLine(activity.id) + "\""};
     }
-    return only<MissingActivity>();
+    return std::nullopt;
 }
 
 } // namespace krxservice

@@ -8,6 +8,7 @@
 #include "store/Records.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -49,6 +50,10 @@ public:
 
     /// The activity for the word \a id of a profile; never null: an unknown one refuses every clip.
     static const Activity& forId(const std::string& id);
+
+    /// Nothing when each of \a activities is of a kind that this version can do, else the refusal that names
+    /// the first one that is not.
+    static std::optional<Refusal> checkKinds(const std::vector<ActivityRecipe>& activities);
 };
 
 } // namespace krxservice

@@ -1,5 +1,6 @@
 #include "app/Service.h"
 
+#include "activities/Activity.h"
 #include "base/Bounded.h"
 #include "base/Log.h"
 #include "base/Text.h"
@@ -410,6 +411,11 @@ Outcome<std::string> Service::createProfile(const std::string& body)
     const auto profile = profiledocument::fromRequest(body, text::newGuid());
     if (!profile)
         return profile.refusal();
+    const auto recipe = profiledocument::recipe(*profile);
+    if (!recipe)
+        return recipe.refusal();
+    if (const auto refusal = Activity::checkKinds(recipe->activities))
+        return *refusal;
     if (!m_profiles.create(*profile))
         return Refusal{409, "a profile of this name exists already"};
     m_housekeeper.poke();

@@ -3,9 +3,6 @@
 #include "base/Text.h"
 #include "documents/XmlTools.h"
 
-#include <algorithm>
-#include <array>
-
 namespace krxservice::profiledocument {
 
 namespace {
@@ -13,8 +10,6 @@ namespace {
 constexpr std::size_t kLongestName = 8192; ///< bytes
 /// Bytes of a stored profile. Indenting makes documents longer, and what is stored must fit a document again.
 constexpr std::size_t kLargestProfile = std::size_t{512} * 1024;
-
-constexpr std::array<std::string_view, 3> kKinds = {kCopy, kTranscode, kConsolidate};
 
 ActivityRecipe readActivity(const pugi::xml_node& element)
 {
@@ -53,8 +48,6 @@ std::optional<Refusal> checkActivities(const pugi::xml_node& profile)
     for (const auto& element :
          profile.child("processDefinition").child("package").child("activities").children("activity")) {
         const ActivityRecipe activity = readActivity(element);
-        if (std::find(kKinds.begin(), kKinds.end(), activity.id) == kKinds.end())
-            return Refusal{400, "the service knows no activity \"" + text::oneLine(activity.id) + "\""};
         const auto& path = activity.destination;
         if (activity.id == kCopy && (path.empty() || path[0] != '/' || !text::isPlainText(path)))
             return Refusal{400, "a copy activity needs an absolute \"filesystemPath\""};

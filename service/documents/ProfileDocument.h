@@ -45,7 +45,8 @@ constexpr char kTranscode[] = "transcode";
 constexpr char kConsolidate[] = "consolidate";
 
 /// Reads a "profileRequest": the record to be stored, under the id \a guid, which is written into the
-/// document. Everything else that the client sent is kept as it is.
+/// document. Everything else that the client sent is kept as it is, words for kinds of action that nobody
+/// knows included.
 Outcome<ProfileRecord> fromRequest(std::string_view body, const std::string& guid);
 
 /// What the stored profile asks for.

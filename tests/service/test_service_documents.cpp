@@ -1,3 +1,4 @@
+#include "activities/Activity.h"
 #include "base/Text.h"
 #include "documents/Answers.h"
 #include "documents/ProfileDocument.h"
@@ -9,6 +10,7 @@
 #include <QTest>
 
 #include <string>
+#include <vector>
 
 using namespace krxservice;
 
@@ -266,11 +268,25 @@ private slots:
         QCOMPARE(profile.refusal().status, 413);
     }
 
-    void profileWithUnknownActivityOrRelativeCopyFolderIsRefused()
+    void profileWithActivityThatNobodyKnowsIsRefusedByItsName()
+    {
+        const auto check = [](const std::vector<std::string>& words) {
+            std::vector<ActivityRecipe> recipes(words.size());
+            for (std::size_t i = 0; i < words.size(); ++i)
+                recipes[i].id = words[i];
+            return Activity::checkKinds(recipes);
+        };
+        QVERIFY(!check({"copy", "transcode", "consolidate"}));
+        const auto refusal = check({"copy", "burn"});
+        QVERIFY(refusal);
+        QCOMPARE(refusal->status, 400);
+        QCOMPARE(q(refusal->text), QStringLiteral("the service knows no activity \"burn\""));
+        QVERIFY(!check({}));
+    }
+
+    void profileWithRelativeCopyFolderIsRefused()
     {
         const std::string name = "<profileName>A</profileName>";
-        QVERIFY(
-            !profiledocument::fromRequest(profileRequest(name, activities("<activity id=\"burn\"/>")), "g"));
         const auto copy = [](const std::string& path) {
             return activities("<activity id=\"copy\" name=\"Copy 1\"><destinationDetail><filesystemPath>" +
                               path + "</filesystemPath></destinationDetail></activity>");
