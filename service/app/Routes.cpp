@@ -133,7 +133,7 @@ HttpAnswer Routes::folders(const Call& call)
     if (level.empty())
         return HttpAnswer::xml(answers::folderList(m_service.folders(), call.base));
     if (level == "detail")
-        return HttpAnswer::xml(answers::folderDetailList(m_service.foldersInDetail()));
+        return HttpAnswer::xml(*m_service.foldersInDetail());
     if (level == "outputready")
         return HttpAnswer::xml(answers::outputReadyList(m_service.readyFolders(), call.base));
     return HttpAnswer::refused({400, "the level is either detail or outputready"});

@@ -235,16 +235,6 @@ std::vector<FolderRecord> Service::folders()
     return m_folders.list();
 }
 
-std::vector<answers::Folder> Service::foldersInDetail()
-{
-    std::vector<answers::Folder> result;
-    for (auto& record : m_folders.list()) {
-        auto outputs = m_outputs.list(record.id);
-        result.push_back({std::move(record), std::move(outputs)});
-    }
-    return result;
-}
-
 Outcome<answers::Folder> Service::folder(const std::string& id)
 {
     auto record = m_folders.find(id);

@@ -3,6 +3,7 @@
 #include "activities/HistoryKeeper.h"
 #include "activities/Pipeline.h"
 #include "app/DataKeeper.h"
+#include "app/FolderDetails.h"
 #include "app/Housekeeper.h"
 #include "base/Options.h"
 #include "documents/Answers.h"
@@ -41,7 +42,8 @@ public:
     void stop();
 
     std::vector<FolderRecord> folders();
-    std::vector<answers::Folder> foldersInDetail();
+    /// The answer with all folders and what waits in each.
+    std::shared_ptr<const std::string> foldersInDetail() { return m_folderDetails.text(); }
     Outcome<answers::Folder> folder(const std::string& id);
     /// \return the id of the new folder.
     Outcome<std::string> createFolder(const requests::Folder& request);
@@ -101,6 +103,7 @@ private:
     ChangeBoard m_board;
     ClipBook m_book{m_database, m_board};
     OutputArea m_outputs;
+    FolderDetails m_folderDetails{m_folders, m_outputs, m_board};
     Pipeline m_pipeline{m_database, m_clips, m_errors, m_outputs};
     HistoryStore m_copied{m_database};
     HistoryKeeper m_histories;

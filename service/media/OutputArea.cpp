@@ -272,15 +272,25 @@ std::vector<std::string> OutputArea::list(const std::string& owner)
     return paths;
 }
 
-std::vector<std::string> OutputArea::readyFolders()
+std::map<std::string, std::vector<std::string>> OutputArea::listAll()
 {
     const std::lock_guard lock(m_mutex);
-    std::vector<std::string> owners;
+    std::map<std::string, std::vector<std::string>> waiting;
     for (auto it = m_index.begin(); it != m_index.end();) {
-        const bool isReady = !present(it->first, it->second).empty();
-        if (isReady && it->first[0] == 'f')
-            owners.push_back(it->first);
+        auto paths = present(it->first, it->second);
+        if (!paths.empty())
+            waiting.emplace_hint(waiting.end(), it->first, std::move(paths));
         it = it->second.empty() ? m_index.erase(it) : std::next(it);
+    }
+    return waiting;
+}
+
+std::vector<std::string> OutputArea::readyFolders()
+{
+    std::vector<std::string> owners;
+    for (const auto& [owner, paths] : listAll()) {
+        if (owner[0] == 'f')
+            owners.push_back(owner);
     }
     return owners;
 }

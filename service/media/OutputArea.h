@@ -63,6 +63,8 @@ public:
 
     /// The paths of the documents that wait for \a owner, in the order they were made.
     std::vector<std::string> list(const std::string& owner);
+    /// The same for every owner for whom one waits.
+    std::map<std::string, std::vector<std::string>> listAll();
     /// The folders for which at least one document waits, in the order of their ids.
     std::vector<std::string> readyFolders();
     /// A document was published, as its record says, and counts as waiting until it is seen to be taken.

@@ -100,8 +100,10 @@ void ClipBook::noteRow(std::string_view table, std::int64_t row)
     const std::lock_guard lock(m_rowsMutex);
     if (const auto topic = topicOf(table))
         m_topics.insert(*topic);
-    if (table.empty())
+    if (table.empty()) {
         m_rowsLost = true;
+        m_topics.insert({Topic::Folders, Topic::Profiles, Topic::Jobs, Topic::Clips, Topic::Errors});
+    }
     if (table != "clips" || m_rowsLost)
         return;
     m_rows[row] = text::now();

@@ -336,8 +336,10 @@ Database::Rebuilt Database::rebuild()
     m_damage = false;
     open(Mode::Use);
     hook();
-    if (m_observer.row)
+    if (m_observer.row && m_observer.committed) {
         m_observer.row({}, 0);
+        m_observer.committed();
+    }
     return result;
 }
 

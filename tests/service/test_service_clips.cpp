@@ -1,6 +1,7 @@
 #include "PipelineBench.h"
 #include "ServiceStage.h"
 
+#include "app/FolderDetails.h"
 #include "store/ChangeBoard.h"
 #include "store/ClipBook.h"
 #include "store/JobStore.h"
@@ -121,6 +122,48 @@ private slots:
         board.wait(board.version(), std::chrono::milliseconds(1), silent.listener());
         QVERIFY(silent.hears());
         QVERIFY(silent.news.get().topics.empty());
+    }
+    void theListOfFoldersIsMadeAgainOnlyWhenSomethingInItChanged()
+    {
+        Shelf shelf;
+        FolderDetails details(shelf.folders, shelf.outputs, shelf.board);
+        const auto first = details.text();
+        QVERIFY(first->find("<path>/in<") != std::string::npos);
+        shelf.errors.add("A message changes nothing in it.");
+        QCOMPARE(details.text(), first);
+
+        auto folder = *shelf.folders.find("f000001");
+        folder.profile = "p1";
+        QVERIFY(shelf.folders.update(folder));
+        const auto updated = details.text();
+        QVERIFY(updated != first && updated->find(">p1<") != std::string::npos);
+        QCOMPARE(details.text(), updated);
+
+        const std::string name = OutputArea::fileName(7, "/in/a.mov");
+        QCOMPARE(shelf.outputs.prepare("f000001", name, "<xel/>"), std::string());
+        QCOMPARE(shelf.outputs.publish("f000001", name), std::string());
+        const auto offered = details.text();
+        QVERIFY(offered->find(name) != std::string::npos);
+        QCOMPARE(details.text(), offered);
+        QVERIFY(QFile::remove(QString::fromStdString(shelf.outputs.path("f000001", name))));
+        QCOMPARE(*details.text(), *updated);
+
+        FolderRecord other;
+        other.path = other.canonical = "/other";
+        const auto id = shelf.folders.create(other);
+        QVERIFY(id && details.text()->find("<path>/other<") != std::string::npos);
+        QVERIFY(shelf.folders.remove(*id));
+        QCOMPARE(*details.text(), *updated);
+    }
+    void theListOfFoldersIsMadeAgainAfterTheDatabaseWas()
+    {
+        Shelf shelf;
+        FolderDetails details(shelf.folders, shelf.outputs, shelf.board);
+        const auto before = details.text();
+        shelf.database.rebuild();
+        const auto after = details.text();
+        QVERIFY(after != before);
+        QCOMPARE(*after, *before);
     }
     void nobodyWaitsBeyondTheEnd()
     {
