@@ -20,7 +20,8 @@ constexpr int kMostTimes = 16;            ///< counted, beyond the longest pause
 constexpr std::size_t kMostLeftOut = 100; ///< named one by one
 constexpr char kMore[] = "\x7F";          ///< stands for the others; no path begins like this
 constexpr char kMoreText[] = "more than can be listed here";
-constexpr int kPictureWait = 3; ///< settle times without a new picture
+constexpr int kPictureWait = 3;  ///< settle times without a new picture
+constexpr int kSidecarWait = 30; ///< settle times for a sidecar that never stands still
 
 /// What a clip and its sidecars have in common: the path without extension.
 std::string stemOf(const std::string& path)
@@ -283,18 +284,18 @@ std::vector<std::string> WatchedFolder::takeFinished(std::int64_t now)
     for (const bool sidecars : {true, false}) {
         for (const auto& [real, path] : still) {
             if (picturekinds::isSidecar(path) == sidecars)
-                finishOne(path, finished);
+                finishOne(path, now, finished);
         }
     }
     finishPictures(now, finished);
     return finished;
 }
 
-void WatchedFolder::finishOne(const std::string& path, std::vector<std::string>& finished)
+void WatchedFolder::finishOne(const std::string& path, std::int64_t now, std::vector<std::string>& finished)
 {
     const auto stamp = filetools::stampOfUnlinked(path);
     const auto key = Gathering::keyOf(path, m_settings.joinsAllPictures);
-    if (!key && waitsForSidecar(stemOf(path)) && !picturekinds::isSidecar(path))
+    if (!key && !picturekinds::isSidecar(path) && isHeldUp(stemOf(path), now))
         return;
     m_candidates.erase(path);
     if (picturekinds::isSidecar(path)) {
@@ -338,12 +339,22 @@ bool WatchedFolder::waitsForSidecar(const std::string& stem) const
     return false;
 }
 
+/// The same as long as there is hope: somebody may write to it all day, and the clip must not wait for that.
+bool WatchedFolder::isHeldUp(const std::string& stem, std::int64_t now)
+{
+    if (!waitsForSidecar(stem)) {
+        m_heldSince.erase(stem);
+        return false;
+    }
+    return now - m_heldSince.try_emplace(stem, now).first->second < kSidecarWait * m_settle;
+}
+
 /// Hands over the clips among the pictures that are complete.
 void WatchedFolder::finishPictures(std::int64_t now, std::vector<std::string>& finished)
 {
     for (const auto& path : m_gathering.takeDue(now)) {
         const auto key = Gathering::keyOf(path, m_settings.joinsAllPictures);
-        if (waitsForSidecar(trimmedStem(path)) || waitsForSidecar(stemOf(path))) {
+        if (isHeldUp(trimmedStem(path), now) || isHeldUp(stemOf(path), now)) {
             m_gathering.putOff(*key, now + m_settle);
             continue;
         }

@@ -83,8 +83,9 @@ private:
     void sawPicture(const std::string& key, const std::string& path, bool disturbed, std::int64_t now);
     bool sawSidecar(const std::string& path, const FileStamp& stamp);
     void letSettle(const std::string& path, const FileStamp& stamp, std::int64_t now);
-    bool waitsForSidecar(const std::string& path) const;
-    void finishOne(const std::string& path, std::vector<std::string>& finished);
+    bool waitsForSidecar(const std::string& stem) const;
+    bool isHeldUp(const std::string& stem, std::int64_t now);
+    void finishOne(const std::string& path, std::int64_t now, std::vector<std::string>& finished);
     void finishPictures(std::int64_t now, std::vector<std::string>& finished);
     void passKnownPictures();
     void clipIsDone(const std::string& path);
@@ -112,6 +113,7 @@ private:
     std::unordered_map<std::string, std::string> m_keys; ///< clips of several pictures that are under way
     std::map<std::string, FileStamp> m_sidecars;         ///< that stand still
     std::unordered_set<std::string> m_knownStems;        ///< of clips whose work is done
+    std::map<std::string, std::int64_t> m_heldSince;     ///< stems of clips that wait for a sidecar
     std::set<std::string> m_late;                        ///< sidecars that came after that
     std::set<std::string> m_uncovered;                   ///< files that the plug-in does not take
 

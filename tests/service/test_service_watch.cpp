@@ -89,7 +89,6 @@ struct PictureStage
         return clipfiles::of(path(name), watched.root(), false).stamp;
     }
     std::set<std::string> troubles() const { return watched.troubles(); }
-
     QTemporaryDir folder;
     WatchedFolder watched;
     std::int64_t now = 0;
@@ -492,6 +491,24 @@ private slots:
         QVERIFY(stage.wait(40).empty() && stage.troubles().empty());
         QCOMPARE(clipfiles::of(stage.path("a.mov"), stage.watched.root(), false).sidecars,
                  std::vector<std::string>{stage.path("a.xml")});
+    }
+
+    void sidecarThatNeverStandsStillHoldsUpNobodyForEver()
+    {
+        PictureStage stage;
+        int quarters = 0;
+        stage.read();
+        stage.add("a.mov");
+        std::vector<std::string> finished;
+        for (; finished.empty() && quarters < 400; ++quarters) {
+            stage.add("a.txt", QByteArray(quarters + 1, 'x'));
+            finished = stage.wait(1);
+        }
+        QCOMPARE(finished, std::vector<std::string>{stage.path("a.mov")});
+        QVERIFY(quarters > 100);
+        stage.watched.done(stage.path("a.mov"), filetools::stampOf(stage.path("a.mov")), stage.now);
+        QVERIFY(stage.wait(12).empty());
+        QCOMPARE(stage.troubles().size(), std::size_t(1));
     }
 
     void sidecarThatComesTooLateIsNamed()
