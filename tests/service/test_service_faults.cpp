@@ -327,7 +327,8 @@ private slots:
             QVERIFY(stage.marked(name));
             expected << name + s(".xel");
             QCOMPARE(stage.offered(), expected);
-            QVERIFY(stage.service->get("version").text(s("uptime")).toLongLong() * 1000 < 4 * kStagePatience);
+            QVERIFY(stage.service->get("version").text(s("uptime")).toLongLong() * 1000 <
+                    4LL * kStagePatience);
         }
         stage.log += stage.service->log();
         const int then = QDate::currentDate().addDays(3650).year();

@@ -413,7 +413,7 @@ private slots:
         // A limit of the process stands for the end of the volume; the database does not need it.
         rlimit limit{};
         QCOMPARE(::getrlimit(RLIMIT_FSIZE, &limit), 0);
-        const rlimit small{32 * 1024, limit.rlim_max};
+        const rlimit small{rlim_t{32} * 1024, limit.rlim_max};
         const auto handler = std::signal(SIGXFSZ, SIG_IGN);
         HashHistory history(stage.to.toStdString());
         std::vector<HistoryEntry> entries;

@@ -314,7 +314,7 @@ private slots:
         QVERIFY(past.make());
         past.service->kill();
         const QString log = past.database() + s("-wal");
-        QVERIFY(QFileInfo(log).size() > 3 * kPage);
+        QVERIFY(QFileInfo(log).size() > 3LL * kPage);
         QVERIFY(!walcheck::isDamaged(log.toStdString()));
         // A crash in the middle of a transaction: its last pages are missing or not whole.
         QVERIFY(QFile::resize(log, QFileInfo(log).size() - kPage / 2));

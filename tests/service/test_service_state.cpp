@@ -66,7 +66,7 @@ class TestServiceState : public QObject
         }
         QFile file(QString::fromStdString(path));
         if (!file.open(QIODevice::WriteOnly) || file.write(header) != header.size() ||
-            !file.resize(filetools::kLargestReadWhole + 100 * 1024 * 1024))
+            !file.resize(filetools::kLargestReadWhole + qint64{100} * 1024 * 1024))
             return {};
         return path;
     }
@@ -77,7 +77,8 @@ class TestServiceState : public QObject
         {
         };
         const int file = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
-        const bool written = ::fstat(file, &before) == 0 && ::pwrite(file, "x", 1, 1000 * 1000 * 1000) == 1;
+        const bool written =
+            ::fstat(file, &before) == 0 && ::pwrite(file, "x", 1, off_t{1000} * 1000 * 1000) == 1;
         const timespec times[2] = {before.st_atim, before.st_mtim};
         ::futimens(file, times);
         ::close(file);
