@@ -48,6 +48,7 @@ double medianMs(int runs, const std::function<void()>& work)
 {
     work();
     std::vector<double> times;
+    times.reserve(static_cast<std::size_t>(runs));
     for (int i = 0; i < runs; ++i)
         times.push_back(onceMs(work));
     return median(times);
@@ -59,6 +60,8 @@ Pair medianPairMs(int runs, const std::function<void()>& ours, const std::functi
     floor();
     std::vector<double> oursTimes;
     std::vector<double> floorTimes;
+    oursTimes.reserve(static_cast<std::size_t>(runs));
+    floorTimes.reserve(static_cast<std::size_t>(runs));
     for (int i = 0; i < runs; ++i) {
         oursTimes.push_back(onceMs(ours));
         floorTimes.push_back(onceMs(floor));
