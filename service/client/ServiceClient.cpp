@@ -77,6 +77,29 @@ std::string send(int socket, const std::string& bytes, Clock::time_point end)
     return {};
 }
 
+/// Connects without waiting for a program that accepts nobody. 0 or an errno value.
+template <typename Address>
+int reach(int socket, const Address& address)
+{
+    if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
+        return 0;
+    if (errno != EINPROGRESS)
+        return errno;
+    int error = 0;
+    socklen_t size = sizeof error;
+    if (!isReady(socket, POLLOUT, Clock::now() + kPatience))
+        return ETIMEDOUT;
+    return ::getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
+}
+
+/// Why nobody could be reached at \a place.
+Refusal unreached(int error, const std::string& place)
+{
+    if (error == EAGAIN || error == ETIMEDOUT)
+        return silent(place + " accepts nobody");
+    return {ServiceClient::kNobody, "nobody listens on " + place};
+}
+
 using Parser = boost::beast::http::response_parser<boost::beast::http::string_body>;
 
 std::string receive(int socket, Parser& parser, Clock::time_point end)
@@ -138,10 +161,9 @@ Outcome<int> ServiceClient::connectToSocket(const std::string& path)
     if (path.empty() || path.size() >= sizeof address.sun_path)
         return Refusal{kNobody, "there is no socket"};
     std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    filetools::Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    if (!socket.isOpen() ||
-        ::connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
-        return Refusal{kNobody, "nobody listens on " + path};
+    filetools::Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (const int error = reach(socket.get(), address))
+        return unreached(error, path);
     SpeakerFinder finder;
     const Speaker owner = finder.of(socket.get());
     if (!owner.known)
@@ -158,16 +180,15 @@ Outcome<int> ServiceClient::connectToPort()
         return Refusal{kNobody, "nobody listens on " + place};
     if (!listener.owner.known)
         return Refusal{kForeign, "it is not found out whose " + place + " is: " + listener.owner.why};
-    filetools::Descriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    filetools::Descriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<std::uint16_t>(m_options.port));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     // Somebody else's is not even called on.
-    if (mayBeAsked(listener.owner.user) &&
-        (!socket.isOpen() ||
-         ::connect(socket.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0))
-        return Refusal{kNobody, "nobody listens on " + place};
+    const int error = mayBeAsked(listener.owner.user) ? reach(socket.get(), address) : 0;
+    if (error != 0)
+        return unreached(error, place);
     return accept(socket.release(), place, listener.owner.user);
 }
 
@@ -183,8 +204,8 @@ Outcome<int> ServiceClient::connect()
     if (!m_options.hasPort || m_options.port == 0)
         return result;
     auto byPort = connectToPort();
-    return !byPort && byPort.refusal().status == kNobody && result.refusal().status == kForeign ? result
-                                                                                                : byPort;
+    return !byPort && byPort.refusal().status == kNobody && result.refusal().status != kNobody ? result
+                                                                                               : byPort;
 }
 
 Outcome<std::string> ServiceClient::ask(const std::string& method, const std::string& target,

@@ -7,7 +7,12 @@
 #include <QJsonObject>
 #include <QTest>
 
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
 
 namespace {
 
@@ -127,6 +132,33 @@ private slots:
         QCOMPARE(data(), folder.filePath(s("data")));
         QCOMPARE(other.terminate(), 0);
         QCOMPARE(data(), m_stage.data);
+    }
+
+    void aServiceThatAcceptsNobodyIsNotWaitedFor()
+    {
+        QTemporaryDir folder;
+        const QByteArray path = folder.filePath(s("socket")).toLocal8Bit();
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        QVERIFY(path.size() < int(sizeof address.sun_path));
+        std::memcpy(address.sun_path, path.constData(), std::size_t(path.size()));
+        const auto* place = reinterpret_cast<const sockaddr*>(&address);
+        const int listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        QCOMPARE(::bind(listener, place, sizeof address), 0);
+        QCOMPARE(::listen(listener, 0), 0);
+        QVector<int> waiting;
+        int error = 0;
+        while (error == 0) {
+            waiting << ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+            error = ::connect(waiting.last(), place, sizeof address) == 0 ? 0 : errno;
+        }
+        QCOMPARE(error, EAGAIN);
+        const CommandResult result =
+            runCommand({s("status"), s("--no-port"), s("--socket"), QString::fromLocal8Bit(path)});
+        QCOMPARE(result.code, 1);
+        QVERIFY2(result.err.contains(s("accepts nobody")), qPrintable(result.err));
+        for (const int socket : waiting + QVector<int>{listener})
+            ::close(socket);
     }
 
     void somebodyElsesListenerIsToldNothing()
