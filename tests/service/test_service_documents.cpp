@@ -449,14 +449,16 @@ private slots:
         QCOMPARE(
             q(outputdocument::write(facts)),
             q(kDeclaration +
-              "<xel>\n <version>1</version>\n <id>one</id>\n <created>2024-01-02T03:04:05.678Z</created>\n"
+              "<xel>\n <version>2</version>\n <id>one</id>\n <created>2024-01-02T03:04:05.678Z</created>\n"
               " <folder id=\"f1\">/in/</folder>\n <clip>\n  <name>a.b</name>\n  <path>/copy/a.b.mov</path>\n"
               "  <size>10</size>\n  <modified>1970-01-01T00:00:02.500Z</modified>\n"
-              "  <checksum method=\"xxh3-64\">aa</checksum>\n </clip>\n <source>\n  "
+              "  <checksum method=\"xxh3-64\">aa</checksum>\n  <bin method=\"ACTIVE\" />\n </clip>\n "
+              "<source>\n  "
               "<path>/in/a.b.mov</path>\n"
               "  <size>10</size>\n  <modified>1970-01-01T00:00:01.500Z</modified>\n"
               "  <checksum method=\"xxh3-64\">aa</checksum>\n </source>\n <media>\n  <kind>video</kind>\n"
-              "  <format>mov</format>\n  <stream index=\"0\" type=\"video\">\n   <codec>prores</codec>\n"
+              "  <format>mov</format>\n  <stream index=\"0\" type=\"video\" preferred=\"true\">\n   "
+              "<codec>prores</codec>\n"
               "   <width>1920</width>\n   <height>1080</height>\n   <frameRate>25/1</frameRate>\n  "
               "</stream>\n"
               " </media>\n <profile>\n  <profileName>P &amp; Q</profileName>\n  "
