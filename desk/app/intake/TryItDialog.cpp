@@ -20,12 +20,12 @@ constexpr unsigned kLongest = 25000; ///< milliseconds that the service may look
 constexpr int kWidth = 640;
 constexpr int kHeight = 360;
 
-QString textOf(DryRun::Verdict verdict)
+QString textOf(Rehearsal::Verdict verdict)
 {
     switch (verdict) {
-    case DryRun::Verdict::WillDo:
+    case Rehearsal::Verdict::WillDo:
         return TryItDialog::tr("Will be done");
-    case DryRun::Verdict::WillSkip:
+    case Rehearsal::Verdict::WillSkip:
         return TryItDialog::tr("Is done already");
     default:
         return TryItDialog::tr("Cannot be done");
@@ -69,7 +69,7 @@ TryItDialog::TryItDialog(const QString& profileId, const QString& path, QWidget*
     m_thread.reset(QThread::create([self, waits = m_waits, profileId, path] {
         StandInHost::RestWaits::follow(waits);
         const RestReply reply = restrequest::post(QStringLiteral("profiles/%1/dryrun").arg(profileId),
-                                                  DryRun::request(path), kLongest);
+                                                  Rehearsal::request(path), kLongest);
         // The dialog waits for this thread before it goes.
         QMetaObject::invokeMethod(
             self.data(), [self, reply] { self->present(reply); }, Qt::QueuedConnection);
@@ -97,16 +97,16 @@ void TryItDialog::run(const QString& profileId, bool unsaved, QWidget* parent)
 
 void TryItDialog::present(const RestReply& reply)
 {
-    DryRun run;
+    Rehearsal run;
     if (!reply.succeeded)
         m_title->setText(tr("The service cannot tell: %1").arg(reply.error));
-    else if (!DryRun::read(reply.body, run))
+    else if (!Rehearsal::read(reply.body, run))
         m_title->setText(tr("The service's answer was not understood."));
     else
         present(run);
 }
 
-void TryItDialog::present(const DryRun& run)
+void TryItDialog::present(const Rehearsal& run)
 {
     if (!run.reason.isEmpty()) {
         m_title->setText(tr("%1 would not be offered: %2").arg(QFileInfo(run.path).fileName(), run.reason));
@@ -114,17 +114,17 @@ void TryItDialog::present(const DryRun& run)
     }
     m_title->setText(tr("%1 would be taken as a clip: %2. Nothing was done.")
                          .arg(run.clip, run.facts.join(QLatin1String("; "))));
-    for (const DryRun::Step& step : run.steps) {
+    for (const Rehearsal::Step& step : run.steps) {
         QString what = step.reason;
         if (step.seconds >= 0)
             what = tr("%1 (about %2 s)").arg(what, QLocale().toString(step.seconds, 'f', 0)).trimmed();
         auto* row = addRow(nullptr, {step.name, textOf(step.verdict), what});
         m_steps->addTopLevelItem(row);
-        for (const DryRun::Result& result : step.results)
+        for (const Rehearsal::Result& result : step.results)
             addRow(row, {QString(), result.bytes >= 0 ? QLocale().formattedDataSize(result.bytes) : QString(),
                          result.path});
         row->setExpanded(true);
     }
     if (run.steps.isEmpty())
-        addRow(m_steps->invisibleRootItem(), {tr("Link"), textOf(DryRun::Verdict::WillDo), run.path});
+        addRow(m_steps->invisibleRootItem(), {tr("Link"), textOf(Rehearsal::Verdict::WillDo), run.path});
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "DryRun.h"
+#include "Rehearsal.h"
 #include "RestRequest.h"
 
 #include <QDialog>
@@ -30,7 +30,7 @@ public:
 
 private:
     void present(const RestReply& reply);
-    void present(const DryRun& run);
+    void present(const Rehearsal& run);
 
     QLabel* m_title;
     QTreeWidget* m_steps;

@@ -6,7 +6,7 @@
 #include <QVector>
 
 /// What a profile would do to a file, as the service foretells it.
-struct DryRun
+struct Rehearsal
 {
     enum class Verdict { WillDo, WillSkip, Cannot };
 
@@ -31,7 +31,7 @@ struct DryRun
     QVector<Step> steps;
 
     /// \return false when \a body is no such document.
-    static bool read(const QByteArray& body, DryRun& run);
+    static bool read(const QByteArray& body, Rehearsal& run);
     /// The document that asks for one.
     static QByteArray request(const QString& path);
 };

@@ -1,4 +1,4 @@
-#include "DryRun.h"
+#include "Rehearsal.h"
 
 #include <QCoreApplication>
 #include <QLocale>
@@ -21,7 +21,7 @@ QString joined(QXmlStreamReader& xml)
     return texts.join(QLatin1String(", "));
 }
 
-void readClip(QXmlStreamReader& xml, DryRun& run)
+void readClip(QXmlStreamReader& xml, Rehearsal& run)
 {
     while (xml.readNextStartElement()) {
         const QString name = xml.name().toString();
@@ -33,24 +33,24 @@ void readClip(QXmlStreamReader& xml, DryRun& run)
         if (name == QLatin1String("name"))
             run.clip = text;
         else if (name == QLatin1String("files") && text != QLatin1String("1"))
-            run.facts << QCoreApplication::translate("DryRun", "%1 files").arg(text);
+            run.facts << QCoreApplication::translate("Rehearsal", "%1 files").arg(text);
         else if (name == QLatin1String("bytes"))
             run.facts << QLocale().formattedDataSize(text.toLongLong());
         else if (name == QLatin1String("duration"))
-            run.facts << QCoreApplication::translate("DryRun", "%1 s").arg(text);
+            run.facts << QCoreApplication::translate("Rehearsal", "%1 s").arg(text);
         else if (name == QLatin1String("kind") || name == QLatin1String("timecode") ||
                  name == QLatin1String("note"))
             run.facts << text;
     }
 }
 
-DryRun::Step readStep(QXmlStreamReader& xml)
+Rehearsal::Step readStep(QXmlStreamReader& xml)
 {
-    DryRun::Step step;
+    Rehearsal::Step step;
     while (xml.readNextStartElement()) {
         const QString name = xml.name().toString();
         if (name == QLatin1String("result")) {
-            DryRun::Result result;
+            Rehearsal::Result result;
             while (xml.readNextStartElement()) {
                 if (xml.name() == QLatin1String("path"))
                     result.path = textOf(xml);
@@ -70,16 +70,16 @@ DryRun::Step readStep(QXmlStreamReader& xml)
         else if (name == QLatin1String("seconds"))
             step.seconds = text.toDouble();
         else if (name == QLatin1String("verdict"))
-            step.verdict = text == QLatin1String("WILL_DO")     ? DryRun::Verdict::WillDo
-                           : text == QLatin1String("WILL_SKIP") ? DryRun::Verdict::WillSkip
-                                                                : DryRun::Verdict::Cannot;
+            step.verdict = text == QLatin1String("WILL_DO")     ? Rehearsal::Verdict::WillDo
+                           : text == QLatin1String("WILL_SKIP") ? Rehearsal::Verdict::WillSkip
+                                                                : Rehearsal::Verdict::Cannot;
     }
     return step;
 }
 
 } // namespace
 
-bool DryRun::read(const QByteArray& body, DryRun& run)
+bool Rehearsal::read(const QByteArray& body, Rehearsal& run)
 {
     QXmlStreamReader xml(body);
     if (!xml.readNextStartElement() || xml.name() != QLatin1String("dryRun"))
@@ -100,7 +100,7 @@ bool DryRun::read(const QByteArray& body, DryRun& run)
     return !xml.hasError();
 }
 
-QByteArray DryRun::request(const QString& path)
+QByteArray Rehearsal::request(const QString& path)
 {
     QByteArray document;
     QXmlStreamWriter xml(&document);
