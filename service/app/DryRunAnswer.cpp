@@ -1,6 +1,6 @@
 #include "app/DryRunAnswer.h"
 
-#include "activities/DryRun.h"
+#include "activities/ClipForecast.h"
 #include "base/Bounded.h"
 #include "base/Text.h"
 #include "documents/Requests.h"
@@ -30,7 +30,7 @@ void addUnlessEmpty(pugi::xml_node parent, const char* name, const std::string& 
         xmltools::append(parent, name, text);
 }
 
-void addClip(pugi::xml_node root, const DryRun& run)
+void addClip(pugi::xml_node root, const ClipForecast& run)
 {
     auto element = xmltools::append(root, "clip");
     xmltools::append(element, "name", linkrules::clipName(run.clip->source.path, run.clip->sequence));
@@ -57,7 +57,7 @@ void addClip(pugi::xml_node root, const DryRun& run)
         xmltools::append(element, "note", note);
 }
 
-void addAction(pugi::xml_node root, const DryRun::Action& action)
+void addAction(pugi::xml_node root, const ClipForecast::Action& action)
 {
     auto element = xmltools::append(root, "activity");
     xmltools::append(element, "id", action.id);
@@ -80,7 +80,7 @@ void addAction(pugi::xml_node root, const DryRun::Action& action)
     }
 }
 
-std::string document(const DryRun& run)
+std::string document(const ClipForecast& run)
 {
     pugi::xml_document document;
     auto root = xmltools::append(document, "dryRun");
@@ -111,8 +111,8 @@ HttpAnswer dryRunAnswer(const Outcome<ProfileRecord>& profile, const std::string
     // Whoever has given up waiting is not worked for any more, and the times may be gone by then.
     const auto cancel = makeCancelToken();
     const auto known = std::make_shared<ActivityTimes>(times);
-    const auto run = within<DryRun>(kPatience, [path = *path, recipe = *recipe, known, cancel] {
-        return DryRun::of(path, recipe, *known, cancel);
+    const auto run = within<ClipForecast>(kPatience, [path = *path, recipe = *recipe, known, cancel] {
+        return ClipForecast::of(path, recipe, *known, cancel);
     });
     if (run)
         return HttpAnswer::xml(document(*run));

@@ -13,7 +13,7 @@
 namespace krxservice {
 
 /// What would happen to a file with a profile. Nothing is written, noted or offered.
-struct DryRun
+struct ClipForecast
 {
     struct Action
     {
@@ -32,8 +32,8 @@ struct DryRun
     std::vector<Action> actions;    ///< in the profile's order; none without a clip
 
     /// Looks at the file \a path. Blocks as long as the disk and the media take to answer.
-    static DryRun of(const std::string& path, const ProfileRecipe& profile, const ActivityTimes& times,
-                     const CancelToken& cancel);
+    static ClipForecast of(const std::string& path, const ProfileRecipe& profile, const ActivityTimes& times,
+                           const CancelToken& cancel);
 };
 
 } // namespace krxservice

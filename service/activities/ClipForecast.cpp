@@ -1,4 +1,4 @@
-#include "activities/DryRun.h"
+#include "activities/ClipForecast.h"
 
 #include "activities/Activity.h"
 #include "base/SourceFile.h"
@@ -12,7 +12,7 @@ namespace krxservice {
 
 namespace {
 
-DryRun without(DryRun run, const std::string& reason)
+ClipForecast without(ClipForecast run, const std::string& reason)
 {
     run.reason = reason;
     return run;
@@ -20,10 +20,10 @@ DryRun without(DryRun run, const std::string& reason)
 
 } // namespace
 
-DryRun DryRun::of(const std::string& path, const ProfileRecipe& profile, const ActivityTimes& times,
-                  const CancelToken& cancel)
+ClipForecast ClipForecast::of(const std::string& path, const ProfileRecipe& profile,
+                              const ActivityTimes& times, const CancelToken& cancel)
 {
-    DryRun run;
+    ClipForecast run;
     const LinkSettings settings = LinkSettings::read(profile.settings);
     const ClipFiles files = clipfiles::of(path, {}, settings.joinsAllPictures);
     run.path = files.path.empty() ? path : files.path;
