@@ -6,6 +6,7 @@
 #include "KRXWindow.h"
 #include "TestHttpServer.h"
 
+#include <QApplication>
 #include <QComboBox>
 #include <QElapsedTimer>
 
