@@ -212,7 +212,7 @@ void measureConsolidation(Table& table)
         fresh();
         return timed([&] {
             shell(QStringLiteral(
-                      "ffmpeg -v error -i '%1/movie.mov' -map 0:v -map 0:a -c copy '%2/movie.mxf' && "
+                      "ffmpeg -v error -i '%1/movie.mov' -map 0:v -map 0:a -c copy -r:v 25 '%2/movie.mxf' && "
                       "sync -f '%2'")
                       .arg(in, to));
         });
