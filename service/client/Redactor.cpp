@@ -178,9 +178,9 @@ std::string Redactor::redactLine(const std::string& line)
             const std::string bare = last == std::string::npos ? std::string() : part.substr(0, last + 1);
             const auto line = bare.find_last_not_of("0123456789");
             const bool hasLine = line != std::string::npos && bare[line] == ':';
-            const std::string name = hasLine ? bare.substr(0, line) : bare;
-            const bool isKnown = isSystem(name) || standIns.count(name) > 0;
-            result += '/' + (isKnown ? part : standInFor(name));
+            const std::string plain = hasLine ? bare.substr(0, line) : bare;
+            const bool isKnown = isSystem(plain) || standIns.count(plain) > 0;
+            result += '/' + (isKnown ? part : standInFor(plain));
             isUnknown = isUnknown || !isKnown;
         }
         if (end == at + 1)

@@ -20,7 +20,6 @@ namespace {
 constexpr char kPlaces[] = "/usr/local/bin:/usr/bin:/bin";
 constexpr std::size_t kKept = 4096; ///< bytes of what it said last
 constexpr int kAside = 200;         ///< descriptors from here on are nobody's
-constexpr int kFirstOwn = 3;
 constexpr int kExecFailed = 127;
 constexpr int kEndMilliseconds = 500; ///< for the system to end a process
 
