@@ -176,9 +176,9 @@ std::string Redactor::redactLine(const std::string& line)
             // A text goes on behind a path with a colon or a full stop.
             const auto last = part.find_last_not_of(":.");
             const std::string bare = last == std::string::npos ? std::string() : part.substr(0, last + 1);
-            const auto line = bare.find_last_not_of("0123456789");
-            const bool hasLine = line != std::string::npos && bare[line] == ':';
-            const std::string plain = hasLine ? bare.substr(0, line) : bare;
+            const auto colon = bare.find_last_not_of("0123456789");
+            const bool hasLine = colon != std::string::npos && bare[colon] == ':';
+            const std::string plain = hasLine ? bare.substr(0, colon) : bare;
             const bool isKnown = isSystem(plain) || standIns.count(plain) > 0;
             result += '/' + (isKnown ? part : standInFor(plain));
             isUnknown = isUnknown || !isKnown;
