@@ -27,10 +27,8 @@ namespace {
 using boost::system::error_code;
 using std::chrono::seconds;
 
-constexpr seconds kRest{15};    ///< a connection may rest this long between requests
-constexpr seconds kRequest{20}; ///< a request must have arrived whole within this time
-constexpr seconds kStall{10};   ///< a reader must take some of its answer within this time
-constexpr seconds kLinger{1};   ///< the other side has this time to read a refusal
+constexpr seconds kStall{10}; ///< a reader must take some of its answer within this time
+constexpr seconds kLinger{1}; ///< the other side has this time to read a refusal
 constexpr std::size_t kMostBytes = xmlguard::kLargestBody + 256 * 1024; ///< a request with head and framing
 constexpr std::size_t kMostFraming = std::size_t{16} * 1024;            ///< a piece of chunk framing
 constexpr unsigned kVersion = 11;                                       ///< HTTP/1.1, as Beast counts
@@ -48,8 +46,9 @@ Refusal framingRefusal(const error_code& error)
 
 } // namespace
 
-HttpConnection::HttpConnection(ConnectionOwner& owner, Protocol::socket socket)
+HttpConnection::HttpConnection(ConnectionOwner& owner, Protocol::socket socket, const HttpTimes& times)
     : m_owner(owner)
+    , m_times(times)
     , m_socket(std::move(socket))
     , m_timer(m_socket.get_executor())
 {
@@ -57,7 +56,7 @@ HttpConnection::HttpConnection(ConnectionOwner& owner, Protocol::socket socket)
 
 void HttpConnection::start()
 {
-    setDeadline(kRest);
+    setDeadline(m_times.rest);
     waitForBytes();
 }
 
@@ -108,7 +107,7 @@ void HttpConnection::received(std::size_t count)
 {
     m_lastActive = Clock::now();
     if (m_bytes == 0)
-        setDeadline(kRequest);
+        setDeadline(m_times.request);
     m_bytes += count;
     m_in.append(t_received.data(), count);
     if (m_parser)
@@ -305,7 +304,7 @@ void HttpConnection::nextRequest()
     m_skippedLine = false;
     m_checked = 0;
     m_bytes = m_in.size();
-    setDeadline(m_in.empty() ? kRest : kRequest);
+    setDeadline(m_in.empty() ? m_times.rest : m_times.request);
     if (m_in.empty())
         waitForBytes();
     else

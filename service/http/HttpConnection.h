@@ -2,6 +2,7 @@
 
 #include "http/HttpAnswer.h"
 #include "http/HttpGuard.h"
+#include "http/HttpTimes.h"
 
 #include <boost/asio/generic/stream_protocol.hpp>
 #include <boost/asio/io_context.hpp>
@@ -55,7 +56,7 @@ public:
     using Protocol = boost::asio::generic::stream_protocol;
     using Clock = std::chrono::steady_clock;
 
-    HttpConnection(ConnectionOwner& owner, Protocol::socket socket);
+    HttpConnection(ConnectionOwner& owner, Protocol::socket socket, const HttpTimes& times = {});
 
     /// Waits for the first request.
     void start();
@@ -94,6 +95,7 @@ private:
     void timedOut();
 
     ConnectionOwner& m_owner;
+    const HttpTimes m_times;
     Protocol::socket m_socket;
     boost::asio::steady_timer m_timer;
     State m_state = State::Receiving;

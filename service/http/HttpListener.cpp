@@ -147,8 +147,9 @@ std::size_t roomForConnections()
 class HttpListener::Door final : public ConnectionOwner
 {
 public:
-    Door(Handler handler, std::vector<uid_t> allowed)
+    Door(Handler handler, std::vector<uid_t> allowed, const HttpTimes& times)
         : m_handler(std::move(handler))
+        , m_times(times)
         , m_keeper(std::move(allowed))
         , m_most(roomForConnections())
     {
@@ -303,7 +304,7 @@ private:
         }
         if (m_connections.size() >= m_most)
             makeRoom();
-        const auto connection = std::make_shared<HttpConnection>(*this, std::move(stream));
+        const auto connection = std::make_shared<HttpConnection>(*this, std::move(stream), m_times);
         m_connections[connection.get()] = connection;
         connection->start();
     }
@@ -351,6 +352,7 @@ private:
     }
 
     Handler m_handler;
+    const HttpTimes m_times;
     Doorkeeper m_keeper;
     std::size_t m_most;
     bool m_tested = false;
@@ -366,8 +368,8 @@ private:
     std::thread m_thread;
 };
 
-HttpListener::HttpListener(Handler handler, std::vector<uid_t> allowed)
-    : m_door(std::make_unique<Door>(std::move(handler), std::move(allowed)))
+HttpListener::HttpListener(Handler handler, std::vector<uid_t> allowed, const HttpTimes& times)
+    : m_door(std::make_unique<Door>(std::move(handler), std::move(allowed), times))
 {
 }
 

@@ -3,6 +3,7 @@
 #include "http/Doorkeeper.h"
 #include "http/HttpAnswer.h"
 #include "http/HttpGuard.h"
+#include "http/HttpTimes.h"
 
 #include <chrono>
 #include <functional>
@@ -26,7 +27,8 @@ public:
         std::function<HttpAnswer(const RequestHead& head, const Target& target, const std::string& body)>;
 
     /// \a allowed are the users who may come by the port besides the own one and root.
-    explicit HttpListener(Handler handler, std::vector<uid_t> allowed = {});
+    /// \a times are other than usual in tests only.
+    explicit HttpListener(Handler handler, std::vector<uid_t> allowed = {}, const HttpTimes& times = {});
     ~HttpListener();
     HttpListener(const HttpListener&) = delete;
     HttpListener& operator=(const HttpListener&) = delete;

@@ -280,6 +280,34 @@ private slots:
         QCOMPARE(openFiles(), before);
     }
 
+    void requestsThatDoNotArriveInTimeAreRefused()
+    {
+        HttpTimes times;
+        times.request = std::chrono::milliseconds(50);
+        HttpListener listener(
+            [](const RequestHead&, const Target&, const std::string&) { return HttpAnswer(); }, {}, times);
+        std::string error;
+        bool inUse = false;
+        const int port = listener.bind(0, error, inUse);
+        QVERIFY2(port > 0, error.c_str());
+        listener.start();
+        for (const char* part :
+             {"GET /KRXService/x HTTP/1.1\r\nHost: loc",
+              "POST /KRXService/x HTTP/1.1\r\nHost: localhost\r\nContent-Type: text/xml\r\n"
+              "Content-Length: 9\r\n\r\n<x>"}) {
+            RawClient client = RawClient::toPort(port);
+            QVERIFY(client.send(part));
+            const QByteArray answer = client.toTheEnd();
+            QCOMPARE(RawClient::status(answer), 408);
+            QVERIFY(answer.endsWith("the request did not arrive in time\n"));
+        }
+        // One that rests has more time than that.
+        RawClient resting = RawClient::toPort(port);
+        QVERIFY(resting.send(RawClient::get("x")) && RawClient::status(resting.answer()) == 200);
+        QVERIFY(resting.send(RawClient::get("x")) && RawClient::status(resting.answer()) == 200);
+        listener.stop();
+    }
+
     // More waiting requests than there are threads: they are answered in the end, and others meanwhile.
     void requestsThatWaitCostNoThread()
     {
