@@ -106,11 +106,12 @@ int work(const QStringList& arguments)
 QString watched(const QStringList& command, const QString& log)
 {
     QProcess strace;
-    strace.start(s("strace"), QStringList{s("-f"), s("-E"), s("ASAN_OPTIONS=detect_leaks=0"),
-                                          s("--seccomp-bpf"), s("-s"), s("400"), s("-o"), log, s("-e"),
-                                          s("trace=open,openat,openat2,creat,readlink,readlinkat,execve,"
-                                            "connect,socket")} +
-                                  command);
+    strace.start(s("strace"),
+                 QStringList{s("-f"), s("-E"), s("ASAN_OPTIONS=detect_leaks=0:use_sigaltstack=0"),
+                             s("--seccomp-bpf"), s("-s"), s("400"), s("-o"), log, s("-e"),
+                             s("trace=open,openat,openat2,creat,readlink,readlinkat,execve,"
+                               "connect,socket")} +
+                     command);
     if (!strace.waitForFinished(kPatience) || strace.exitCode() != 0)
         return QString::fromUtf8(strace.readAllStandardError());
     return QString::fromUtf8(strace.readAllStandardOutput()).trimmed();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DeskApi.h"
 #include "ServiceClip.h"
 
 #include <QAbstractTableModel>
@@ -10,7 +11,7 @@
 
 /// All clips of which the service tells, a row each, in the order in which they were first heard of. Names of
 /// folders and profiles are looked up as they are known.
-class ClipTable : public QAbstractTableModel
+class KRX_DESK_API ClipTable : public QAbstractTableModel
 {
     Q_OBJECT
 

@@ -24,6 +24,7 @@ constexpr unsigned kAnswer = 5000;   ///< milliseconds that a command may take
 
 ServicePoller::ServicePoller(int interval, std::shared_ptr<StandInHost::RestWaits> waits)
     : m_interval(interval)
+    , m_soon(this)
     , m_timer(this)
     , m_submitTimer(this)
     , m_waits(std::move(waits))
@@ -31,6 +32,8 @@ ServicePoller::ServicePoller(int interval, std::shared_ptr<StandInHost::RestWait
     m_submitTimer.setSingleShot(true);
     m_submitTimer.setInterval(0);
     connect(&m_submitTimer, &QTimer::timeout, this, &ServicePoller::submitNext);
+    m_soon.setSingleShot(true);
+    connect(&m_soon, &QTimer::timeout, this, &ServicePoller::ask);
     m_timer.setSingleShot(true);
     m_timer.setInterval(interval);
     connect(&m_timer, &QTimer::timeout, this, &ServicePoller::ask);
@@ -48,6 +51,7 @@ void ServicePoller::ask()
     if (!m_jobs)
         return;
     m_asked.start();
+    m_soon.stop();
     const ServiceReport now = report();
     m_isAnswered = now.online;
     emit reported(now);
@@ -61,8 +65,8 @@ void ServicePoller::askSoon()
     const qint64 since = m_asked.isValid() ? m_asked.elapsed() : kShortestPause;
     if (since >= kShortestPause)
         ask();
-    else if (m_timer.remainingTime() > kShortestPause - since)
-        m_timer.start(static_cast<int>(kShortestPause - since));
+    else if (!m_soon.isActive())
+        m_soon.start(static_cast<int>(kShortestPause - since));
 }
 
 void ServicePoller::setHeardOfChanges(bool heard)

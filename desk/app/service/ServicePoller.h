@@ -58,6 +58,7 @@ private:
 
     const int m_interval;
     QElapsedTimer m_asked;
+    QTimer m_soon; ///< for a question that somebody wants before the interval is over
     QTimer m_timer;
     QTimer m_submitTimer;
     QVector<Submission> m_submissions;
