@@ -1,5 +1,6 @@
 #include "activities/MediaTarget.h"
 
+#include "base/SourceFile.h"
 #include "base/Text.h"
 #include "documents/ProfileDocument.h"
 #include "media/Sequence.h"
@@ -13,7 +14,7 @@ namespace krxservice {
 
 namespace {
 
-constexpr mode_t kDirectoryMode = 0777;
+constexpr mode_t kMostOfDirectories = 0755; ///< where others may write, they may take clips away
 
 /// Errors of a volume that may be there again.
 bool isAway(int error)
@@ -67,6 +68,8 @@ MediaTarget::MediaTarget(const std::string& volume, const Clip& clip)
     , m_folder(folderOf(clip))
     , m_stem(stemOf(clip))
 {
+    const SourceFile source(clip.source.path, clip.watched);
+    m_reach = source.isOpen() ? source.directoryReach() & kMostOfDirectories : 0;
 }
 
 std::string MediaTarget::below() const
@@ -120,8 +123,8 @@ Outcome<std::shared_ptr<HiddenFile>> MediaTarget::begin(const std::string& exten
                                                         const ActivityProgress& progress) const
 {
     HiddenFile::Failure failure;
-    std::shared_ptr<HiddenFile> file = HiddenFile::make(m_volume, below(), m_stem + '.' + extension,
-                                                        kDirectoryMode, progress.willWrite, failure);
+    std::shared_ptr<HiddenFile> file =
+        HiddenFile::make(m_volume, below(), m_stem + '.' + extension, m_reach, progress.willWrite, failure);
     if (!file)
         return failed(failure);
     return file;

@@ -6,6 +6,8 @@
 
 #include <memory>
 #include <optional>
+#include <sys/types.h>
+
 #include <string>
 
 namespace krxservice {
@@ -41,6 +43,7 @@ private:
     std::string m_volume;
     std::string m_folder;
     std::string m_stem;
+    mode_t m_reach = 0; ///< permissions for people other than the owner that its directories may have
 };
 
 } // namespace krxservice

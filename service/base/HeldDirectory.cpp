@@ -123,7 +123,7 @@ filetools::Descriptor HeldDirectory::makeDirectories(const std::string& below, m
         {
         };
         if (made && ::fstat(held.get(), &above) == 0)
-            ::fchmodat(held.get(), segment.c_str(), (above.st_mode & mode) | 0700, 0);
+            ::fchmodat(held.get(), segment.c_str(), (above.st_mode & (mode | S_ISVTX)) | 0700, 0);
         held = filetools::Descriptor(openbelow::stepByStep(held.get(), segment, O_RDONLY | O_DIRECTORY, 0));
     }
     return held;

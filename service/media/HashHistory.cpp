@@ -59,6 +59,8 @@ struct Unusable
     std::string reason;
 };
 
+constexpr mode_t kReaders = 0444;
+
 std::string_view localName(std::string_view name)
 {
     const auto colon = name.find(':');
@@ -148,7 +150,7 @@ public:
             return;
         const std::string text = listText(left);
         const std::string name = listName(nextNumber());
-        place(name, text);
+        place(name, text, reachOf(left));
         try {
             chain({nextNumber(), name, c4Id(text)});
         } catch (const Unusable&) {
@@ -176,7 +178,7 @@ private:
     {
         if (!m_root.isOpen())
             throw Unusable{m_history.m_folder + ": " + text::errnoText(errno)};
-        m_place = m_root.makeDirectories(kFolder, 0777);
+        m_place = m_root.makeDirectories(kFolder, 0755);
         if (!m_place.isOpen())
             throw Unusable{m_history.m_folder + '/' + kFolder + ": " + text::errnoText(errno)};
         // Another program may write a history of its own here; file systems without locks go without.
@@ -384,8 +386,24 @@ private:
         return known;
     }
 
-    /// Writes a file to the disk under a hidden name, then gives it \a name.
-    void place(const std::string& name, const std::string& bytes, bool replaces = false)
+    /// Who may read all of the copies, and so what is said of them.
+    mode_t reachOf(const std::vector<HistoryEntry>& entries) const
+    {
+        mode_t reach = kReaders;
+        for (const auto& entry : entries) {
+            struct stat facts
+            {
+            };
+            const bool isThere =
+                ::fstatat(m_root.get(), entry.path.c_str(), &facts, AT_SYMLINK_NOFOLLOW) == 0;
+            reach &= isThere ? facts.st_mode : 0;
+        }
+        return reach;
+    }
+
+    /// Writes a file to the disk under a hidden name, then gives it \a name. People other than the owner get
+    /// at most the permissions of \a reach, and may never write: they could forge what was copied.
+    void place(const std::string& name, const std::string& bytes, mode_t reach, bool replaces = false)
     {
         const std::string scratch = std::string(kScratchStart) + text::newGuid() + std::string(kScratchEnd);
         struct stat above
@@ -399,7 +417,7 @@ private:
             if (!file.isOpen())
                 fail(name, errno);
             // Who may look into the folder may read what it holds.
-            ::fchmod(file.get(), (above.st_mode & 0666) | 0600);
+            ::fchmod(file.get(), (above.st_mode & reach & kReaders) | 0600);
             error = filetools::writeAll(file.get(), bytes);
             if (error == 0 && ::fsync(file.get()) != 0)
                 error = errno;
@@ -437,7 +455,7 @@ private:
         xmltools::append(element, (prefix + "c4").c_str(), link.c4);
         std::string longer = m_chain;
         longer.insert(longer.rfind("</" + m_rootName), xmltools::elementText(element));
-        place(kChain, longer, true);
+        place(kChain, longer, kReaders, true);
         m_chain = std::move(longer);
         m_links.push_back(link);
     }

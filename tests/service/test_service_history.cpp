@@ -16,6 +16,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/stat.h>
+
 #include <sys/resource.h>
 
 #include <csignal>
@@ -141,6 +143,33 @@ private slots:
         for (int i = 0; i < 500; ++i)
             QCOMPARE(QByteArray::fromStdString(c4Id(std::to_string(i))),
                      HistoryReader::c4(QByteArray::number(i)));
+    }
+
+    // Where everybody may write, nobody but the owner may change what is said of the copies; and nobody reads
+    // of copies that are closed to them.
+    void listsAreAsOpenAsTheCopiesAndWrittenByTheOwnerAlone()
+    {
+        HistoryStage stage;
+        QCOMPARE(::chmod(qPrintable(stage.to), 0777), 0);
+        stage.copy(s("open.mov"), "one");
+        QCOMPARE(::chmod(qPrintable(stage.to + s("/open.mov")), 0644), 0);
+        stage.pass(60);
+        stage.keeper->writeDue();
+        stage.copy(s("closed.mov"), "two");
+        QCOMPARE(::chmod(qPrintable(stage.to + s("/closed.mov")), 0600), 0);
+        stage.pass(60);
+        stage.keeper->writeDue();
+        const auto modeOf = [&](const QString& path) {
+            struct stat facts
+            {
+            };
+            return ::stat(qPrintable(path), &facts) == 0 ? int(facts.st_mode & 0777) : -1;
+        };
+        QCOMPARE(modeOf(stage.place()), 0755);
+        QCOMPARE(stage.lists().size(), 2);
+        QCOMPARE(modeOf(stage.place() + QLatin1Char('/') + stage.lists().at(0)), 0644);
+        QCOMPARE(modeOf(stage.place() + QLatin1Char('/') + stage.lists().at(1)), 0600);
+        QCOMPARE(modeOf(stage.place() + s("/ascmhl_chain.xml")), 0644);
     }
 
     void copiesOfOneMinuteAreOneGeneration()

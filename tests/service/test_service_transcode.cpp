@@ -460,6 +460,27 @@ private slots:
         VolumeTurn::treatAllAsSpinning(false);
     }
 
+    // A volume on which everybody may write, as a temporary one is, and a source that only its owner reaches.
+    void noDirectoryOfResultsIsMoreOpenThanItsSource()
+    {
+        const QString own = m_bench.path(s("own"));
+        QVERIFY(QDir().mkpath(own));
+        QCOMPARE(m_bench.make(s("own/in.mov"), "-f lavfi -i testsrc2=s=64x48:r=25:d=0.2 -c:v mpeg4"),
+                 QString());
+        QCOMPARE(::chmod(qPrintable(own), 0700), 0);
+        const MediaOptions order = options();
+        QCOMPARE(::chmod(qPrintable(m_volume), 01777), 0);
+        const auto made = transcode(s("own/in.mov"), order);
+        QVERIFY2(made, made.refusal().text.c_str());
+        const QString folder = QFileInfo(QString::fromStdString(made->linked.path)).absolutePath();
+        for (const QString& directory : {folder, QFileInfo(folder).absolutePath()}) {
+            struct stat facts
+            {
+            };
+            QCOMPARE(::stat(qPrintable(directory), &facts), 0);
+            QCOMPARE(int(facts.st_mode & 0077), 0);
+        }
+    }
     void noResultIsMoreOpenThanItsSource()
     {
         if (::geteuid() != 0)

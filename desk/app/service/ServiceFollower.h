@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DeskApi.h"
 #include "ServiceMonitor.h"
 #include "ServiceSupervisor.h"
 
@@ -7,7 +8,7 @@
 
 /// Keeps up with the service: whether it is there, what it answered when it was last asked, and that there is
 /// one at all. One missed answer may be a hiccup; after two the service counts as gone.
-class ServiceFollower : public QObject
+class KRX_DESK_API ServiceFollower : public QObject
 {
     Q_OBJECT
 
