@@ -93,8 +93,16 @@ public:
 
     std::string setFile(const std::string& path)
     {
-        const std::lock_guard lock(m_fileMutex);
-        return m_journal < 0 ? m_file.open(path) : std::string();
+        std::string reason;
+        std::string note;
+        {
+            const std::lock_guard lock(m_fileMutex);
+            reason = m_journal < 0 ? m_file.open(path) : std::string();
+            note = m_file.takeNote();
+        }
+        if (!note.empty())
+            add({Level::Warning, text::isoTime(text::now()), note, {}});
+        return reason;
     }
 
     void flush(std::chrono::milliseconds patience)

@@ -50,10 +50,30 @@ std::string LogFile::open(const std::string& path)
         close();
         return path + " is no file of this user's";
     }
-    if ((facts.st_mode & 077) != 0)
-        ::fchmod(m_descriptor, 0600);
+    const bool wasOpen = (facts.st_mode & 077) != 0 && ::fchmod(m_descriptor, 0600) == 0;
+    bool wereOpen = false;
+    for (int number = 1; number <= m_older; ++number)
+        wereOpen = closeToOthers(path + '.' + std::to_string(number)) || wereOpen;
+    if (wasOpen || wereOpen)
+        m_note = path + (wereOpen ? " or an older part of it" : "") +
+                 " was open to others and is closed to them now";
     m_size = static_cast<std::size_t>(facts.st_size);
     return {};
+}
+
+/// \return whether an older file of the own user's was open to others.
+bool LogFile::closeToOthers(const std::string& path)
+{
+    const int file = ::open(path.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    struct stat facts
+    {
+    };
+    const bool isOpen = file >= 0 && ::fstat(file, &facts) == 0 && S_ISREG(facts.st_mode) &&
+                        facts.st_uid == ::geteuid() && (facts.st_mode & 077) != 0 &&
+                        ::fchmod(file, 0600) == 0;
+    if (file >= 0)
+        ::close(file);
+    return isOpen;
 }
 
 void LogFile::rotate()

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace krxservice {
 
@@ -23,16 +24,20 @@ public:
     /// Opens \a path for appending, makes its directory when missing. What is there already must be a file of
     /// the own user's, and is closed to others. An empty text or the reason; an empty path just closes.
     std::string open(const std::string& path);
+    /// Tells which files were open to others when they were opened, and are not any more; once.
+    std::string takeNote() { return std::exchange(m_note, {}); }
     /// Appends \a line, which ends in a line end. A full disk loses the line and nothing else.
     void write(std::string_view line);
 
 private:
+    bool closeToOthers(const std::string& path);
     void rotate();
     void close();
 
     std::size_t m_largest; ///< bytes
     int m_older;           ///< how many
     std::string m_path;
+    std::string m_note;
     int m_descriptor = -1;
     std::size_t m_size = 0;
 };

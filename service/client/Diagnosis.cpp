@@ -102,7 +102,8 @@ Rows processRows(const std::string& process)
             {"threads", valueIn(folder + "/status", "Threads:")}};
 }
 
-std::string running(const Options& options, bool& isRunning)
+/// \param folder receives the data folder of the service that answers.
+std::string running(const Options& options, bool& isRunning, std::string& folder)
 {
     ServiceClient client(options);
     const auto status = Status::of(client);
@@ -114,6 +115,8 @@ std::string running(const Options& options, bool& isRunning)
     for (const auto& [name, value] : status->rows) {
         if (name == "process")
             process = value;
+        if (name == "data")
+            folder = value;
         std::istringstream lines(value);
         std::string label = name;
         for (std::string line; std::getline(lines, line); label.clear())
@@ -276,11 +279,14 @@ std::string text(const Options& options, const std::string& version, bool isReda
     for (const auto& path : {options.dataFolder, options.logFile, options.socketPath})
         redactor.addPath(path);
     bool isRunning = false;
+    // Who answers may work elsewhere than these options say.
+    std::string folder = options.dataFolder;
     std::string result = "krx-service: what there is to be known\n";
     result += heading("Versions") + versions(version);
     result += heading("Configuration") + options.configText();
-    result += heading("The service") + running(options, isRunning);
-    result += heading("Data") + data(options.dataFolder, isRunning, redactor);
+    result += heading("The service") + running(options, isRunning, folder);
+    redactor.addPath(folder);
+    result += heading("Data") + data(folder, isRunning, redactor);
     result += heading("Limits") + limits();
     result += heading("Volumes") + volumes(redactor);
     result += heading("The end of the log") + lastLines(options.logFile, isRedacted);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <iterator>
+#include <regex>
 #include <sstream>
 #include <string_view>
 
@@ -155,6 +156,17 @@ std::string Redactor::knownReplaced(const std::string& line) const
     return result;
 }
 
+/// People whom nobody added: the log calls them "user 1000 (anna)".
+void Redactor::learnPeople(const std::string& text)
+{
+    static const std::regex person("\\buser [0-9]+ \\(([^()\n]+)\\)");
+    for (auto found = std::sregex_iterator(text.begin(), text.end(), person); found != std::sregex_iterator();
+         ++found) {
+        if (const std::string name = (*found)[1]; name != "root")
+            addName(name);
+    }
+}
+
 std::string Redactor::redactLine(const std::string& line)
 {
     const std::string known = knownReplaced(line);
@@ -194,6 +206,7 @@ std::string Redactor::redactLine(const std::string& line)
 
 std::string Redactor::redact(const std::string& text)
 {
+    learnPeople(text);
     std::string result;
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);)

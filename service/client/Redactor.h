@@ -24,6 +24,7 @@ public:
 
 private:
     const std::string& standInFor(const std::string& part);
+    void learnPeople(const std::string& text);
     std::string redactLine(const std::string& line);
     std::string knownReplaced(const std::string& line) const;
 

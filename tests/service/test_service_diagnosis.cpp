@@ -72,6 +72,15 @@ private slots:
         QVERIFY(text.contains(QRegularExpression(s("settle = 2 +# default"))));
     }
 
+    void theDataAreThoseOfTheServiceThatAnswers()
+    {
+        const CommandResult result =
+            runCommand({s("--diagnose"), at("other.txt"), s("--data"), at("nowhere"), s("--no-socket"),
+                        s("--port"), QString::number(m_stage.service->port())});
+        QCOMPARE(result.code, 0);
+        QVERIFY(content(at("other.txt")).contains(s("integrity: ok")));
+    }
+
     void onlyTheOwnerMayReadItAndNothingIsReplaced()
     {
         QCOMPARE(diagnose(at("own.txt")).code, 0);
@@ -134,6 +143,8 @@ private slots:
         row("an unknown one, to the end of its line", "lost /srv/Big Film.mov and more\nnext",
             "lost /srv/name-5 [...]\nnext");
         row("a person", "anna said annas (anna)", "name-1 said annas (name-1)");
+        row("somebody else", "refused a connection of user 1000 (ben); ben again, and user 0 (root)",
+            "refused a connection of user 1000 (name-5); name-5 again, and user 0 (root)");
         row("a profile", "the profile Für Ben: no", "the profile name-4: no");
         row("no path", "1/2 and/or http://127.0.0.1:58885/KRXService",
             "1/2 and/or http://127.0.0.1:58885/KRXService");

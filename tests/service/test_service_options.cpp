@@ -241,6 +241,28 @@ private slots:
         QCOMPARE(contentOf(path), QByteArray(60, 'f') + "\nx\n");
     }
 
+    void logFilesThatAreOpenToOthersAreClosed()
+    {
+        const std::string path = file("x\n", "open.log");
+        const std::string older = file("x\n", "open.log.1");
+        const auto modeOf = [](const std::string& of) {
+            struct stat facts
+            {
+            };
+            return ::stat(of.c_str(), &facts) == 0 ? int(facts.st_mode & 0777) : -1;
+        };
+        for (const auto& each : {path, older})
+            QCOMPARE(::chmod(each.c_str(), 0644), 0);
+        LogFile log(100, 2);
+        QCOMPARE(log.open(path), std::string());
+        QCOMPARE(modeOf(path), 0600);
+        QCOMPARE(modeOf(older), 0600);
+        QVERIFY(log.takeNote().find("open.log or an older part of it was open to others") !=
+                std::string::npos);
+        QCOMPARE(log.open(path), std::string());
+        QCOMPARE(log.takeNote(), std::string());
+    }
+
     void logFilesAreNotWrittenElsewhere()
     {
         const QString target = m_folder.filePath(s("target"));
