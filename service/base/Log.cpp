@@ -187,7 +187,7 @@ private:
         }
     }
 
-    void writeToJournal(const Line& line) const
+    void writeToJournal(const Line& line)
     {
         constexpr std::array<const char*, 3> priorities = {"6", "4", "3"};
         std::string message = std::string("SYSLOG_IDENTIFIER=krx-service\nPRIORITY=") +
@@ -195,7 +195,8 @@ private:
                               '\n';
         if (!line.clip.empty())
             message += "KRX_CLIP=" + line.clip + '\n';
-        ::send(m_journal, message.data(), message.size(), MSG_NOSIGNAL);
+        if (::send(m_journal, message.data(), message.size(), MSG_NOSIGNAL) < 0)
+            ++m_dropped;
     }
 
     const int m_journal;

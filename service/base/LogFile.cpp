@@ -32,8 +32,15 @@ std::string LogFile::open(const std::string& path)
         return {};
     const auto slash = path.rfind('/');
     if (slash != std::string::npos && slash > 0) {
-        if (auto reason = filetools::makeDirectories(path.substr(0, slash)); !reason.empty())
+        const std::string folder = path.substr(0, slash);
+        if (auto reason = filetools::makeDirectories(folder); !reason.empty())
             return reason;
+        struct stat place
+        {
+        };
+        if (::stat(folder.c_str(), &place) == 0 && place.st_uid != ::geteuid() && place.st_uid != 0)
+            return folder + " belongs to user " + std::to_string(place.st_uid) +
+                   "; choose another place with --log-file";
     }
     // Not through a link, and without blocking: a pipe would be waited for.
     m_descriptor = ::open(

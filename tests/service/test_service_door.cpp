@@ -9,9 +9,13 @@
 #include <QTest>
 
 #include <fcntl.h>
+#include <net/if.h>
+#include <sched.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -305,6 +309,32 @@ private slots:
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(s("XDG_RUNTIME_DIR")));
         QVERIFY(!nowhere.start(path("portless3"), {s("--no-port")}));
         QCOMPARE(nowhere.waitForEnd(), 1);
+    }
+
+    // In a network of its own the usual port is free, whoever else has it here.
+    void withoutARuntimeFolderThereIsThePortAlone()
+    {
+        if (!OtherUser::isPossible())
+            QSKIP("only root can have a network of its own");
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.remove(s("XDG_RUNTIME_DIR"));
+        ServiceProgram service;
+        service.setEnvironment(environment);
+        service.setBeforeProgram([] {
+            const int socket = ::unshare(CLONE_NEWNET) == 0 ? ::socket(AF_INET, SOCK_DGRAM, 0) : -1;
+            ifreq loopback{};
+            std::strcpy(loopback.ifr_name, "lo");
+            loopback.ifr_flags = IFF_UP;
+            if (socket < 0 || ::ioctl(socket, SIOCSIFFLAGS, &loopback) != 0)
+                ::_exit(1);
+            ::close(socket);
+        });
+        QVERIFY(service.start(path("alone"), {s("--port"), s("58885")}));
+        QCOMPARE(service.port(), 58885);
+        QCOMPARE(service.terminate(), 0);
+        const QByteArray log = service.log();
+        QCOMPARE(log.count("XDG_RUNTIME_DIR"), 1);
+        QVERIFY2(log.contains("XDG_RUNTIME_DIR is not set; going on with the port only"), log.constData());
     }
 
     void placesThatAreNotOursAreNoPlaceForTheSocket()

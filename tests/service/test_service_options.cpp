@@ -280,6 +280,12 @@ private slots:
             const std::string foreign = file("x\n", "foreign.log");
             QCOMPARE(::chown(foreign.c_str(), OtherUser::kNumber, 0), 0);
             QVERIFY(!log.open(foreign).empty());
+            const std::string folder = m_folder.filePath(s("theirs")).toStdString();
+            QCOMPARE(::mkdir(folder.c_str(), 0777), 0);
+            QCOMPARE(::chown(folder.c_str(), OtherUser::kNumber, 0), 0);
+            QVERIFY(log.open(folder + "/a.log").find("belongs to user 54321; choose another") !=
+                    std::string::npos);
+            QVERIFY(!QFile::exists(m_folder.filePath(s("theirs/a.log"))));
         }
     }
 };
