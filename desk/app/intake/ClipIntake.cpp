@@ -15,7 +15,8 @@
 
 namespace {
 
-constexpr int kSlice = 30; ///< milliseconds in which clips are taken before events are handled again
+constexpr int kAtOnce = 10; ///< clips that are taken on the spot, however long that takes
+constexpr int kSlice = 30;  ///< milliseconds in which clips are taken before events are handled again
 
 } // namespace
 
@@ -88,9 +89,10 @@ void ClipIntake::takeSoon(const QString& linkDocument)
     // A few are taken on the spot; the event loop begins the next time.
     if (!m_burst.isValid()) {
         m_burst.start();
+        m_burstClips = 0;
         QTimer::singleShot(0, this, [this] { m_burst.invalidate(); });
     }
-    if (m_soon.isEmpty() && m_burst.elapsed() < kSlice) {
+    if (m_soon.isEmpty() && (++m_burstClips <= kAtOnce || m_burst.elapsed() < kSlice)) {
         take(linkDocument);
         return;
     }

@@ -113,7 +113,8 @@ private:
     QVector<Batch> m_savedBatches; ///< to be told of when those are gone
     QQueue<QString> m_soon;
     QSet<QString> m_soonSet;
-    QElapsedTimer m_burst;            ///< since the first of those that came without events in between
+    QElapsedTimer m_burst; ///< since the first of those that came without events in between
+    int m_burstClips = 0;
     int m_soonAll = 0;                ///< since none waited
     QHash<QString, QString> m_labels; ///< of volumes by paths on them; for one batch
     bool m_finishScheduled = false;
