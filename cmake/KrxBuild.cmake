@@ -51,7 +51,7 @@ if(KRX_SANITIZE)
 endif()
 
 add_compile_options(-Wall -Wextra)
-if(KRX_LINT)
+if(KRX_LINT OR KRX_WARNINGS_ARE_ERRORS)
     add_compile_options(-Wconversion -Wshadow)
 endif()
 add_compile_options(-Wnon-virtual-dtor -Woverloaded-virtual)

@@ -64,17 +64,17 @@ void KRXFolderViewWidgetItem::setData(int column, int role, const QVariant& valu
     if (kept.userType() == value.userType() && kept == value)
         return;
     kept = value;
-    QTreeWidget* view = treeWidget();
-    if (!view || view->model()->signalsBlocked())
+    QTreeWidget* tree = treeWidget();
+    if (!tree || tree->model()->signalsBlocked())
         return;
-    const QModelIndex index = view->model()->index(view->indexOfTopLevelItem(this), column);
-    emit view->model()->dataChanged(index, index, {role});
+    const QModelIndex index = tree->model()->index(tree->indexOfTopLevelItem(this), column);
+    emit tree->model()->dataChanged(index, index, {role});
 }
 
 bool KRXFolderViewWidgetItem::operator<(const QTreeWidgetItem& other) const
 {
-    const QTreeWidget* view = treeWidget();
-    const int sortColumn = view ? view->sortColumn() : View::kIdxFolderColumn;
+    const QTreeWidget* tree = treeWidget();
+    const int sortColumn = tree ? tree->sortColumn() : View::kIdxFolderColumn;
     switch (sortColumn) {
     case View::kIdxIngestColumn:
         return View::getIngestState(this) < View::getIngestState(&other);

@@ -54,7 +54,7 @@ Value nonsense()
     else if constexpr (std::is_same_v<Value, QPixmap>)
         return QPixmap(1, 1);
     else if constexpr (std::is_same_v<Value, QMessageBox::StandardButton>)
-        return QMessageBox::StandardButton(0x7fffffff);
+        return QMessageBox::StandardButton(int(QMessageBox::Yes) | int(QMessageBox::Abort));
     else if constexpr (std::is_same_v<Value, HostMediaEngine::FrameRate>)
         return {-1, 0};
     else if constexpr (std::is_same_v<Value, HostMediaEngine::ChannelGroups>)
