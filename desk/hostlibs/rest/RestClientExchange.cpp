@@ -1,5 +1,6 @@
 #include "RestClientExchange.h"
 
+#include "RestClientWorker.h"
 #include "RestWaits.h"
 
 #include <algorithm>
@@ -58,10 +59,12 @@ bool RestExchange::wait(std::uint32_t milliseconds)
     const std::shared_ptr<RestWaits> waits = RestWaits::ofThisThread();
     if (waits)
         waits->setAwaited(this);
-    {
+    const auto goesOn = [this, &waits] { return !isFinished() && !(waits && waits->hasEnded()); };
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    RestWorker::drive(deadline, goesOn);
+    if (goesOn()) {
         std::unique_lock<std::mutex> lock(m_mutex);
-        m_done.wait_for(lock, std::chrono::milliseconds(milliseconds),
-                        [this, &waits] { return isFinished() || (waits && waits->hasEnded()); });
+        m_done.wait_until(lock, deadline, [&goesOn] { return !goesOn(); });
     }
     if (waits)
         waits->setAwaited(nullptr);
@@ -75,6 +78,7 @@ void RestExchange::wake()
         const std::lock_guard<std::mutex> lock(m_mutex);
     }
     m_done.notify_all();
+    RestWorker::nudge();
 }
 
 void RestExchange::finish(RestResult result)

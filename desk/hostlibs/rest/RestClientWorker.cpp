@@ -4,9 +4,11 @@
 
 #include <pthread.h>
 #include <signal.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
+#include <cerrno>
 #include <new>
 #include <system_error>
 
@@ -16,11 +18,15 @@ namespace {
 
 /// Kept-alive connections at most.
 constexpr long kKeptConnections = 8;
-/// Nothing needs to happen while the worker sleeps; it is woken for every new exchange.
-constexpr int kIdleMs = 60 * 60 * 1000;
+/// The longest that is waited in one piece; whoever drives is woken for every new exchange.
+constexpr std::chrono::milliseconds kIdle = std::chrono::hours(1);
+/// How long whoever started an exchange may take to wait for it before the worker's thread drives it.
+constexpr long kGraceNs = 5L * 1000 * 1000;
 
 /// Set while the worker goes down with the process: objects that outlive it may still ask for exchanges.
 std::atomic<bool> workerGone{false};
+/// The worker once there is one; the memory stays, and what is asked of it while it goes down it refuses.
+std::atomic<RestWorker*> theWorker{nullptr};
 
 /// Starts threads with all signals blocked: they belong to the host's own threads.
 class SignalsBlocked
@@ -60,10 +66,33 @@ void RestWorker::start(const std::shared_ptr<RestExchange>& exchange)
         finishWith(*exchange, failure);
 }
 
+void RestWorker::drive(TimePoint deadline, const std::function<bool()>& goesOn)
+{
+    RestWorker* const worker = theWorker.load();
+    if (worker == nullptr || !worker->takeTurn())
+        return;
+    while (goesOn() && !worker->m_stopping && std::chrono::steady_clock::now() < deadline) {
+        worker->poll(deadline);
+        worker->step();
+    }
+    worker->giveTurnBack(true);
+}
+
+void RestWorker::nudge()
+{
+    RestWorker* const worker = theWorker.load();
+    if (worker == nullptr)
+        return;
+    const std::lock_guard<std::mutex> lock(worker->m_mutex);
+    if (!worker->m_stopping)
+        curl_multi_wakeup(worker->m_multi.get());
+}
+
 RestWorker::RestWorker()
+    : m_call(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC))
 {
     // Before this object is complete, so that what libcurl and its libraries undo at exit is undone after it.
-    if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK)
+    if (m_call < 0 || curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK)
         throw std::bad_alloc();
     m_multi.reset(curl_multi_init());
     if (!m_multi)
@@ -71,6 +100,8 @@ RestWorker::RestWorker()
     curl_multi_setopt(m_multi.get(), CURLMOPT_MAXCONNECTS, kKeptConnections);
     const SignalsBlocked blocked;
     m_thread = std::thread([this] { run(); });
+    pthread_setname_np(m_thread.native_handle(), "krx-rest");
+    theWorker = this;
 }
 
 RestWorker::~RestWorker()
@@ -79,11 +110,14 @@ RestWorker::~RestWorker()
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_stopping = true;
+        // To whoever drives, which gives the turn back, and to the thread, which then takes it.
+        curl_multi_wakeup(m_multi.get());
+        callThread(true);
     }
-    curl_multi_wakeup(m_multi.get());
     m_thread.join();
     m_multi.reset();
     curl_global_cleanup();
+    ::close(m_call);
 }
 
 RestFailure RestWorker::enqueue(const std::shared_ptr<RestExchange>& exchange)
@@ -96,44 +130,110 @@ RestFailure RestWorker::enqueue(const std::shared_ptr<RestExchange>& exchange)
             return RestFailure::TooManyExchanges;
         m_queue.push_back(exchange);
         ++m_underWay;
+        if (m_isDriven) {
+            curl_multi_wakeup(m_multi.get());
+            return RestFailure::None;
+        }
+        m_isDriven = true;
     }
-    curl_multi_wakeup(m_multi.get());
+    // The first step is done here: on a connection that was kept, the request is sent when this returns.
+    step();
+    giveTurnBack(false);
     return RestFailure::None;
+}
+
+bool RestWorker::takeTurn()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_isDriven || m_stopping)
+        return false;
+    m_isDriven = true;
+    // Who waits drives: the thread need not look whether somebody does.
+    if (!m_isCalledAtOnce)
+        setTimer(0);
+    return true;
+}
+
+void RestWorker::giveTurnBack(bool workerAtOnce)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_isDriven = false;
+    if (m_underWay > 0 || m_stopping)
+        callThread(workerAtOnce || m_stopping || !m_queue.empty());
+}
+
+void RestWorker::callThread(bool atOnce)
+{
+    if (m_isCalledAtOnce)
+        return;
+    m_isCalledAtOnce = atOnce;
+    setTimer(atOnce ? 1 : kGraceNs);
+}
+
+void RestWorker::setTimer(long nanoseconds)
+{
+    itimerspec when = {};
+    when.it_value.tv_nsec = nanoseconds;
+    ::timerfd_settime(m_call, 0, &when, nullptr);
 }
 
 void RestWorker::run()
 {
-    while (takeOver()) {
-        int running = 0;
-        curl_multi_perform(m_multi.get(), &running);
-        collectFinished();
-        curl_multi_poll(m_multi.get(), nullptr, 0, pollTimeout(), nullptr);
-    }
-    for (const auto& transfer : m_transfers) {
-        curl_multi_remove_handle(m_multi.get(), transfer.first);
-        transfer.second->fail(RestFailure::Ending);
-    }
-    m_transfers.clear();
+    do {
+        std::uint64_t times = 0;
+        while (::read(m_call, &times, sizeof times) < 0 && errno == EINTR) {
+        }
+    } while (driveAll());
 }
 
-bool RestWorker::takeOver()
+bool RestWorker::driveAll()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_isCalledAtOnce = false;
+        if (m_isDriven)
+            return true;
+        m_isDriven = true;
+    }
+    for (step(); keepsTurn(); step())
+        poll(m_end);
+    if (!m_stopping)
+        return true;
+    failAll();
+    return false;
+}
+
+bool RestWorker::keepsTurn()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_stopping) {
+        m_isDriven = m_underWay > 0;
+        return m_isDriven;
+    }
+    // The last notices to the service get a moment, but nobody waits for a dead service when a program ends.
+    const auto now = std::chrono::steady_clock::now();
+    if (m_end == TimePoint::max())
+        m_end = now + std::chrono::milliseconds(restClientLimits().exitGraceMs);
+    return m_underWay > 0 && now < m_end;
+}
+
+void RestWorker::step() noexcept
+{
+    admit();
+    int running = 0;
+    curl_multi_perform(m_multi.get(), &running);
+    collectFinished();
+}
+
+void RestWorker::admit()
 {
     std::vector<std::shared_ptr<RestExchange>> queue;
-    bool stopping = false;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         queue.swap(m_queue);
-        stopping = m_stopping;
     }
     for (const auto& exchange : queue)
         add(exchange, true);
-    if (!stopping)
-        return true;
-    // The last notices to the service get a moment, but nobody waits for a dead service when a program ends.
-    const auto now = std::chrono::steady_clock::now();
-    if (m_end == std::chrono::steady_clock::time_point::max())
-        m_end = now + std::chrono::milliseconds(restClientLimits().exitGraceMs);
-    return !m_transfers.empty() && now < m_end;
 }
 
 void RestWorker::add(const std::shared_ptr<RestExchange>& exchange, bool bySocket)
@@ -182,13 +282,23 @@ void RestWorker::collectFinished()
     }
 }
 
-int RestWorker::pollTimeout() const
+void RestWorker::poll(TimePoint deadline)
 {
-    if (m_end == std::chrono::steady_clock::time_point::max())
-        return kIdleMs;
-    const auto left =
-        std::chrono::duration_cast<std::chrono::milliseconds>(m_end - std::chrono::steady_clock::now());
-    return static_cast<int>(std::max<std::chrono::milliseconds::rep>(left.count(), 0)) + 1;
+    const auto now = std::chrono::steady_clock::now();
+    auto left = kIdle;
+    if (deadline < now + kIdle)
+        left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now);
+    const auto least = std::chrono::milliseconds(0);
+    curl_multi_poll(m_multi.get(), nullptr, 0, static_cast<int>(std::max(left, least).count()) + 1, nullptr);
+}
+
+void RestWorker::failAll()
+{
+    for (const auto& transfer : m_transfers) {
+        curl_multi_remove_handle(m_multi.get(), transfer.first);
+        transfer.second->fail(RestFailure::Ending);
+    }
+    m_transfers.clear();
 }
 
 } // namespace StandInHost
