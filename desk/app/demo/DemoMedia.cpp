@@ -26,19 +26,24 @@ constexpr Recipe kRecipes[] = {
                            "-metadata description=Wind -metadata time_reference=1728000000"},
 };
 
+/// Transcoding it into full HD takes some seconds even on a fast machine, so that its bar can be seen.
+constexpr char kLongTake[] = "-f lavfi -i testsrc2=size=640x360:rate=25:duration=4 -f lavfi -i "
+                             "sine=frequency=220:sample_rate=48000:duration=4 "
+                             "-c:v mpeg4 -q:v 4 -c:a pcm_s16le -timecode 11:00:00:00";
+
 QString tr(const char* text)
 {
     return QCoreApplication::translate("DemoMedia", text);
 }
 
-bool makeOne(const Recipe& recipe, const QString& path, QString& error)
+bool makeOne(const char* recipe, const QString& path, QString& error)
 {
     // ffmpeg tells the format by the suffix, so the temporary name keeps it.
     const QFileInfo info(path);
     const QString temporary = QStringLiteral("%1/.making.%2").arg(info.path(), info.suffix());
     QStringList arguments{QStringLiteral("-nostdin"), QStringLiteral("-v"), QStringLiteral("error"),
                           QStringLiteral("-y")};
-    arguments += QString::fromLatin1(recipe.arguments).split(QLatin1Char(' '));
+    arguments += QString::fromLatin1(recipe).split(QLatin1Char(' '));
     arguments += temporary;
     QProcess ffmpeg;
     ffmpeg.start(QStringLiteral("ffmpeg"), arguments);
@@ -77,10 +82,15 @@ bool make(const QString& folder, QString& error)
     }
     for (const Recipe& recipe : kRecipes) {
         const QString path = QDir(folder).filePath(QString::fromLatin1(recipe.name));
-        if (!QFileInfo::exists(path) && !makeOne(recipe, path, error))
+        if (!QFileInfo::exists(path) && !makeOne(recipe.arguments, path, error))
             return false;
     }
     return true;
+}
+
+bool makeLongTake(const QString& folder, const QString& fileName, QString& error)
+{
+    return makeOne(kLongTake, QDir(folder).filePath(fileName), error);
 }
 
 bool drop(const QString& file, const QString& folder, QString& error)

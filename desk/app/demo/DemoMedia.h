@@ -11,6 +11,9 @@ QStringList fileNames();
 /// Makes those that are missing in \a folder. Blocks for a few seconds.
 /// \return false with a text in \a error.
 bool make(const QString& folder, QString& error);
+/// Makes one movie that takes a while to transcode, in \a folder, which exists. Blocks for a second or two.
+/// \return false with a text in \a error.
+bool makeLongTake(const QString& folder, const QString& fileName, QString& error);
 /// Puts a copy of \a file into \a folder as a person's copy does: it grows while it is written.
 /// \return false with a text in \a error.
 bool drop(const QString& file, const QString& folder, QString& error);

@@ -4,12 +4,14 @@
 #include "TourStage.h"
 
 #include "ActionTWidget.h"
+#include "ActionTypeBox.h"
 #include "ArrowButton.h"
 #include "KRXFolderViewWidget.h"
 #include "KRXProfileManager.h"
 #include "KRXTwistWidget.h"
 
 #include <QAbstractButton>
+#include <QComboBox>
 #include <QLineEdit>
 #include <QPushButton>
 
@@ -87,23 +89,60 @@ void ProfileTour::addBin(const QString& bin)
         QStringLiteral("editor-bins"));
 }
 
-void ProfileTour::addCopyAction(const QString& target)
+void ProfileTour::addTranscoding(const QString& profile)
 {
+    const QString codec = QStringLiteral("ProRes 422 Proxy");
+    addOpening(QString());
+    addAction(0, QStringLiteral("Transcode"), "videoCompressionType");
     m_stage.add(
-        QStringLiteral("\"+\" adds a copy action"),
+        QStringLiteral("The list of codecs opens"),
+        [this] { m_stage.clickInside(m_stage.widget("videoCompressionType")); }, m_stage.popupIsOpen());
+    m_stage.add(
+        QStringLiteral("\"%1\" is chosen").arg(codec),
+        [this, codec] { m_stage.clickPopupItem("videoCompressionType", codec); },
+        m_stage.boxShows("videoCompressionType", codec));
+    m_stage.add(QStringLiteral("Media are to go to the drive"), nullptr,
+                m_stage.boxShows("filesystemVideoVolume", TourStage::driveName()),
+                QStringLiteral("editor-transcode-action"));
+    addSaving(profile);
+}
+
+void ProfileTour::addAction(int rows, const QString& type, const char* option)
+{
+    const auto action = [this, rows]() -> ActionTWidget* {
+        return m_stage.topWindow()->findChildren<ActionTWidget*>().value(rows);
+    };
+    const auto typeBox = [action]() -> QComboBox* {
+        return action() ? action()->findChild<ActionTypeBox*>() : nullptr;
+    };
+    m_stage.add(
+        QStringLiteral("\"+\" adds an action"),
         [this] { m_stage.clickInside(m_stage.widget("addActionBtn")); },
-        [this] {
-            return m_stage.topWindow()->findChild<ActionTWidget*>() ? QString()
-                                                                    : QStringLiteral("there is no action");
-        });
+        [action] { return action() ? QString() : QStringLiteral("there is no action"); });
+    // A new action copies.
+    if (type != QLatin1String("Copy to Folder")) {
+        m_stage.add(
+            QStringLiteral("The list of kinds of action opens"),
+            [this, typeBox] { m_stage.clickInside(typeBox()); }, m_stage.popupIsOpen());
+        m_stage.add(
+            QStringLiteral("\"%1\" is chosen").arg(type),
+            [this, typeBox, type] { m_stage.clickPopupItem(typeBox(), type); },
+            [action, type] {
+                return action()->getActionName() == type ? QString() : action()->getActionName();
+            });
+    }
     m_stage.add(
         QStringLiteral("The action is opened"),
-        [this] {
-            const auto* row = m_stage.topWindow()->findChild<ActionTWidget*>();
-            if (!row->isOpen())
-                m_stage.clickInside(row->findChild<ArrowButton*>());
+        [this, action] {
+            if (!action()->isOpen())
+                m_stage.clickInside(action()->findChild<ArrowButton*>());
         },
-        m_stage.widgetIsThere("filesystemPath"));
+        m_stage.widgetIsThere(option));
+}
+
+void ProfileTour::addCopyAction(const QString& target)
+{
+    addAction(0, QStringLiteral("Copy to Folder"), "filesystemPath");
     m_stage.add(
         QStringLiteral("Its \"Set\" button opens the directory chooser"),
         [this] { m_stage.clickInside(m_stage.widget("filesystemPath")->findChild<QPushButton*>()); },

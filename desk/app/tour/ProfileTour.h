@@ -13,12 +13,18 @@ public:
 
     /// Makes a profile that copies into \a target and links the copies into the bin \a bin.
     void addCreation(const QString& profile, const QString& bin, const QString& target);
+    /// Makes a profile that transcodes onto the tour's drive with a codec for proxies, out of the one that
+    /// the panel shows, which has no action.
+    void addTranscoding(const QString& profile);
     /// Deletes the profile that the panel shows, which the watched folder has.
     void addDeletion(const QString& profile);
 
 private:
     void addOpening(const QString& picture);
     void addBin(const QString& bin);
+    /// Adds an action of that type in the editor, behind \a rows that are there already, and opens it.
+    /// \param option an object name among its options.
+    void addAction(int rows, const QString& type, const char* option);
     void addCopyAction(const QString& target);
     void addSaving(const QString& profile);
 

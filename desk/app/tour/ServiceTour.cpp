@@ -3,15 +3,12 @@
 #include "FolderTour.h"
 #include "TourStage.h"
 
-#include "ActivityDocks.h"
 #include "DeskWindow.h"
 
 #include "KRXFolderViewWidget.h"
 
 #include <QAbstractButton>
 #include <QDialog>
-#include <QDir>
-#include <QFile>
 
 ServiceTour::ServiceTour(TourStage& stage, FolderTour& folders)
     : m_stage(stage)
@@ -25,23 +22,10 @@ void ServiceTour::addStart()
                 m_stage.serviceIsOnline(true), QStringLiteral("desk"));
 }
 
-void ServiceTour::addMenuChoice(const QString& menu, const QString& item, const QString& picture)
-{
-    m_stage.add(
-        QStringLiteral("The menu \"%1\" opens").arg(QString(menu).remove(QLatin1Char('&'))),
-        [this, menu] { m_stage.clickMenu(menu); }, m_stage.menuIsOpen(), picture);
-    m_stage.add(
-        QStringLiteral("\"%1\" is chosen").arg(QString(item).remove(QLatin1Char('&'))),
-        [this, item] { m_stage.clickMenuItem(item); },
-        [this] {
-            return m_stage.menuIsOpen()().isEmpty() ? QStringLiteral("the menu is still open") : QString();
-        });
-}
-
 void ServiceTour::addStopAndStart()
 {
-    addMenuChoice(QStringLiteral("&Service"), QStringLiteral("S&top Service"),
-                  QStringLiteral("service-menu"));
+    m_stage.addMenuChoice(QStringLiteral("&Service"), QStringLiteral("S&top Service"),
+                          QStringLiteral("service-menu"));
     m_stage.add(
         QStringLiteral("The panel says that the service is not running, and keeps its rows"), nullptr,
         [this]() -> QString {
@@ -53,7 +37,7 @@ void ServiceTour::addStopAndStart()
             return m_stage.widgetIsThere("offlineMessage")();
         },
         QStringLiteral("offline"));
-    addMenuChoice(QStringLiteral("&Service"), QStringLiteral("&Start Service"), QString());
+    m_stage.addMenuChoice(QStringLiteral("&Service"), QStringLiteral("&Start Service"), QString());
     m_stage.add(
         QStringLiteral("The service is back, and so is the panel"), nullptr,
         [this]() -> QString {
@@ -67,7 +51,7 @@ void ServiceTour::addStopAndStart()
 
 void ServiceTour::addServicesManager()
 {
-    addMenuChoice(QStringLiteral("&Service"), QStringLiteral("Services &Manager..."), QString());
+    m_stage.addMenuChoice(QStringLiteral("&Service"), QStringLiteral("Services &Manager..."), QString());
     const auto dialog = [this] {
         return m_stage.window().findChild<QDialog*>(QStringLiteral("servicesDialog"));
     };
@@ -87,45 +71,10 @@ void ServiceTour::addServicesManager()
         [dialog] { return dialog() ? QStringLiteral("it is still open") : QString(); });
 }
 
-void ServiceTour::addFailure(const QString& copies, const QString& file, const QString& newName)
-{
-    const auto stateIs = [this, newName](ClipState state) {
-        return [this, newName, state]() -> QString {
-            const auto* docks = m_stage.window().findChild<ActivityDocks*>();
-            for (const ServiceClip& clip : docks->clips().clips()) {
-                if (clip.name == newName)
-                    return clip.state == state ? QString() : serviceclip::text(clip.state);
-            }
-            return QStringLiteral("the clip is not listed");
-        };
-    };
-    const QString aside = copies + QLatin1String(" (away)");
-    addMenuChoice(QStringLiteral("&View"), QStringLiteral("Jobs"), QString());
-    m_stage.add(QStringLiteral("The jobs are shown"), nullptr, m_stage.widgetIsThere("jobsPane"),
-                QStringLiteral("jobs"));
-    m_stage.add(
-        QStringLiteral("A copy has no place to go, and its clip says why it failed"),
-        [this, copies, aside, file, newName] {
-            QDir().rename(copies, aside);
-            QFile inTheWay(copies);
-            inTheWay.open(QIODevice::WriteOnly);
-            m_stage.drop(file, m_folders.folder(), newName);
-        },
-        stateIs(ClipState::Failed), QStringLiteral("job-failed"));
-    m_stage.add(
-        QStringLiteral("The place is mended, and \"Try All Failed Again\" makes the clip ready"),
-        [this, copies, aside] {
-            QFile::remove(copies);
-            QDir().rename(aside, copies);
-            m_stage.click(m_stage.button(QStringLiteral("Try All Failed Again")));
-        },
-        stateIs(ClipState::Offered), QStringLiteral("job-retried"));
-    addMenuChoice(QStringLiteral("&View"), QStringLiteral("Jobs"), QString());
-}
-
 void ServiceTour::addLinkedMedia(const QString& file, int all)
 {
-    addMenuChoice(QStringLiteral("&File"), QStringLiteral("&Link Media with a Profile..."), QString());
+    m_stage.addMenuChoice(QStringLiteral("&File"), QStringLiteral("&Link Media with a Profile..."),
+                          QString());
     m_stage.add(QStringLiteral("The dialog asks for files and a profile"), nullptr,
                 m_stage.widgetIsThere("addFilesBtn"));
     m_stage.add(

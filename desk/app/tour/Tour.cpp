@@ -6,6 +6,7 @@
 #include "ServiceTour.h"
 #include "TourRunner.h"
 #include "TourStage.h"
+#include "WorkTour.h"
 
 #include "Demo.h"
 #include "DemoMedia.h"
@@ -26,6 +27,7 @@ namespace {
 
 /// The service waits this long for a file to stand still; the tour's files are whole at once.
 const char kSettle[] = "0.3";
+const char kLongTake[] = "Long take.mov";
 
 int refuse(const QString& reason)
 {
@@ -53,10 +55,12 @@ QStringList clipNames()
     return names;
 }
 
-void addSteps(TourStage& stage, FolderTour& folders, ProfileTour& profiles, ServiceTour& services)
+void addSteps(TourStage& stage, FolderTour& folders, ProfileTour& profiles, ServiceTour& services,
+              WorkTour& work)
 {
     const QString copying = QStringLiteral("Copy and link");
     const QString linking = QStringLiteral("Default Profile");
+    const QString proxies = QStringLiteral("Proxies");
     const QString rushes = QStringLiteral("Rushes");
     const QString volume = ClipIntake::volumeLabel(folders.folder());
     const QString late = QStringLiteral("Too late.wav");
@@ -72,8 +76,7 @@ void addSteps(TourStage& stage, FolderTour& folders, ProfileTour& profiles, Serv
     folders.addDrop(DemoMedia::fileNames(), QStringLiteral("folder-state-1"));
     folders.addAcquisition(rushes, clips, count, QStringLiteral("folder-state-2"));
 
-    services.addFailure(stage.watchedFolder(QStringLiteral("Copies")), DemoMedia::fileNames().constLast(),
-                        late);
+    work.addFailure(stage.watchedFolder(QStringLiteral("Copies")), DemoMedia::fileNames().constLast(), late);
     clips << QFileInfo(late).completeBaseName();
     clips.sort();
     ++count;
@@ -82,13 +85,23 @@ void addSteps(TourStage& stage, FolderTour& folders, ProfileTour& profiles, Serv
     folders.addProfileChange(linking, true, true);
     folders.addWaitForClips(count, QString());
     folders.addAcquisition(volume, clips, 2 * count, QString());
+    count = 2 * count;
+
+    profiles.addTranscoding(proxies);
+    folders.addProfileChange(proxies, true, false);
+    work.addLongWork(QLatin1String(kLongTake));
+    work.addDryRun(QLatin1String(kLongTake), stage.drive());
+    folders.addWaitForClips(1, QString());
+    clips << QFileInfo(QLatin1String(kLongTake)).completeBaseName();
+    ++count;
+    folders.addAcquisition(volume, clips, count, QString());
 
     folders.addProfileChange(copying, true, false);
     profiles.addDeletion(copying);
     services.addServicesManager();
     services.addStopAndStart();
     folders.addEnabling();
-    services.addLinkedMedia(DemoMedia::fileNames().constFirst(), 2 * count + 1);
+    services.addLinkedMedia(DemoMedia::fileNames().constFirst(), count + 1);
 }
 
 int play(const DeskOptions& options, const QString& base, RealInput& input)
@@ -101,10 +114,13 @@ int play(const DeskOptions& options, const QString& base, RealInput& input)
     window.setDarkSkin(false);
     TourRunner runner(options.tour, &window, input, [&window](bool dark) { window.setDarkSkin(dark); });
     TourStage stage(window, session, runner, input, base);
+    // Nothing that a profile of the tour makes shall come to the volumes of the machine.
+    StandInHost::setVolumes({{{TourStage::driveName(), stage.drive()}}});
     FolderTour folders(stage);
     ProfileTour profiles(stage, folders);
     ServiceTour services(stage, folders);
-    addSteps(stage, folders, profiles, services);
+    WorkTour work(stage, folders);
+    addSteps(stage, folders, profiles, services, work);
     QObject::connect(&runner, &TourRunner::finished, &window,
                      [](bool held) { QCoreApplication::exit(held ? 0 : 1); });
     window.show();
@@ -126,7 +142,8 @@ int Tour::run(const DeskOptions& options)
     const QTemporaryDir base(QDir::temp().filePath(QStringLiteral("krx-tour-XXXXXX")));
     if (!base.isValid())
         return refuse(base.errorString());
-    if (!DemoMedia::make(QString(base.path() + QLatin1String("/media")), error))
+    const QString media = base.path() + QLatin1String("/media");
+    if (!DemoMedia::make(media, error) || !DemoMedia::makeLongTake(media, QLatin1String(kLongTake), error))
         return refuse(error);
     // The tour finds buttons and questions by their English texts.
     StandInHost::setLanguage(QStringLiteral("en"));

@@ -96,6 +96,17 @@ void TourStage::add(const QString& name, const std::function<void()>& action,
     m_runner.add(step);
 }
 
+void TourStage::addMenuChoice(const QString& menu, const QString& item, const QString& picture)
+{
+    add(
+        QStringLiteral("The menu \"%1\" opens").arg(QString(menu).remove(QLatin1Char('&'))),
+        [this, menu] { clickMenu(menu); }, menuIsOpen(), picture);
+    add(
+        QStringLiteral("\"%1\" is chosen").arg(QString(item).remove(QLatin1Char('&'))),
+        [this, item] { clickMenuItem(item); },
+        [this] { return menuIsOpen()().isEmpty() ? QStringLiteral("the menu is still open") : QString(); });
+}
+
 QWidget* TourStage::widget(const char* objectName) const
 {
     const QList<QWidget*> found = topWindow()->findChildren<QWidget*>(QString::fromLatin1(objectName));
@@ -185,7 +196,11 @@ void TourStage::answer(QMessageBox::StandardButton button)
 
 void TourStage::clickPopupItem(const char* boxName, const QString& text)
 {
-    const auto* box = qobject_cast<QComboBox*>(widget(boxName));
+    clickPopupItem(qobject_cast<QComboBox*>(widget(boxName)), text);
+}
+
+void TourStage::clickPopupItem(const QComboBox* box, const QString& text)
+{
     if (!box || box->findText(text) < 0)
         return m_runner.fail(QStringLiteral("there is no \"%1\" to choose").arg(text));
     const QAbstractItemView* list = box->view();

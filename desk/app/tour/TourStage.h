@@ -15,6 +15,7 @@ class DeskWindow;
 class KRXFolderViewWidget;
 class KRXTwistWidget;
 class QAbstractButton;
+class QComboBox;
 class QTreeWidgetItem;
 class QWidget;
 
@@ -34,12 +35,20 @@ public:
     QString mediaFolder() const { return m_media; }
     /// A folder that is watched in the tour; it exists.
     QString watchedFolder(const QString& name) const;
+    /// The only volume that media can be written to in the tour, as people see it.
+    static QString driveName() { return QStringLiteral("Drive"); }
+    /// Where it is; the folder exists.
+    QString drive() const { return watchedFolder(driveName()); }
     /// Copies one media file into a folder, under another name when one is given.
     void drop(const QString& fileName, const QString& folder, const QString& newName = QString());
 
     /// Appends a step. \param after what must come of it. \param picture its picture's name; none when empty.
     void add(const QString& name, const std::function<void()>& action, const TourStep::Condition& after,
              const QString& picture = QString());
+    void add(const TourStep& step) { m_runner.add(step); }
+    /// Appends the steps that open a menu of the desk and choose an item; both texts with their ampersands.
+    /// \param picture that of the open menu; none when empty.
+    void addMenuChoice(const QString& menu, const QString& item, const QString& picture = QString());
 
     // --- Finding -----------------------------------------------------------------------------------------
 
@@ -66,6 +75,8 @@ public:
     void answer(QMessageBox::StandardButton button);
     /// Clicks on an item of the drop-down list that is open.
     void clickPopupItem(const char* boxName, const QString& text);
+    /// The same; \a box may be null, which fails.
+    void clickPopupItem(const QComboBox* box, const QString& text);
     void clickCell(QTreeWidgetItem* row, int column);
     void clickCheckBox(QTreeWidgetItem* row, int column);
     /// Clicks on a menu's title in the menu bar.
