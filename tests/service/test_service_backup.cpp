@@ -91,6 +91,21 @@ class TestServiceBackup : public QObject
                    {s("-a"), m_model.data, m_model.folder.filePath(s("backup")), m_stage->folder.path()});
         QVERIFY(copy.waitForFinished(kStagePatience) && copy.exitCode() == 0);
     }
+    void breakDisk(const QByteArray& fault) const
+    {
+        QDir().mkpath(at(s("control")));
+        write(at(s("control/faults")), fault + '\n');
+    }
+    CommandResult onTheBrokenDisk(const QStringList& command) const
+    {
+        return runCommand(command, [this](QProcessEnvironment& environment) {
+            environment.insert(s("LD_PRELOAD"), s(KRX_FAILING_CALLS));
+            // A sanitized program would not start behind a library that comes before the sanitizer's.
+            environment.insert(s("ASAN_OPTIONS"),
+                               environment.value(s("ASAN_OPTIONS")) + s(":verify_asan_link_order=0"));
+            environment.insert(s("KRX_FAULTS"), at(s("control/faults")));
+        });
+    }
 
 private slots:
     void initTestCase() { makeBackup(m_model); }
@@ -207,23 +222,53 @@ private slots:
         QFETCH(bool, restores);
         QFETCH(QByteArray, fault);
         copyModel();
-        QDir().mkpath(at(s("control")));
-        write(at(s("control/faults")), fault + '\n');
+        breakDisk(fault);
         const auto before = filesIn(m_stage->folder.path());
         const QStringList command = restores ? QStringList{s("restore"), at(s("backup")), s("--set-aside")}
                                              : QStringList{s("backup"), at(s("second"))};
-        const CommandResult result = runCommand(
-            command + QStringList{s("--data"), m_stage->data}, [&](QProcessEnvironment& environment) {
-                environment.insert(s("LD_PRELOAD"), s(KRX_FAILING_CALLS));
-                // A sanitized program would not start behind a library that comes before the sanitizer's.
-                environment.insert(s("ASAN_OPTIONS"),
-                                   environment.value(s("ASAN_OPTIONS")) + s(":verify_asan_link_order=0"));
-                environment.insert(s("KRX_FAULTS"), at(s("control/faults")));
-            });
+        const CommandResult result = onTheBrokenDisk(command + QStringList{s("--data"), m_stage->data});
         QCOMPARE(result.code, 1);
         QCOMPARE(result.out, QString());
         QCOMPARE(filesIn(m_stage->folder.path()).keys(), before.keys());
         QVERIFY(filesIn(m_stage->folder.path()) == before);
+    }
+
+    // By then the new data have their name: what fails is said, and nothing is taken back.
+    void whatIsDoneStaysWhenTheDiskDoesNotPromiseToKeepIt_data()
+    {
+        QTest::addColumn<bool>("hasFormer");
+        QTest::newRow("former data") << true;
+        QTest::newRow("none") << false;
+    }
+    void whatIsDoneStaysWhenTheDiskDoesNotPromiseToKeepIt()
+    {
+        QFETCH(bool, hasFormer);
+        copyModel();
+        const auto wanted = filesIn(at(s("backup")));
+        const QString data = hasFormer ? m_stage->data : at(s("fresh"));
+        write(m_stage->data + s("/mark"), "former");
+        const auto former = filesIn(m_stage->data);
+        breakDisk("sync " + QFile::encodeName(m_stage->folder.path()) + "$ 5");
+        const CommandResult result =
+            onTheBrokenDisk({s("restore"), at(s("backup")), s("--set-aside"), s("--data"), data});
+        QVERIFY2(result.err.contains(s("it is done, but the disk does not promise to keep it")),
+                 qPrintable(result.err));
+        QCOMPARE(result.code, 0);
+        QVERIFY(result.out.contains(s("restored ") + data));
+        const auto now = filesIn(data);
+        for (const QString& name : wanted.keys()) {
+            if (name != s(kList))
+                QVERIFY2(now.contains(name) && now[name] == wanted[name], qPrintable(name));
+        }
+        QVERIFY(!now.contains(s("mark")));
+        QCOMPARE(filesIn(at(s("backup"))), wanted);
+        const QStringList kept =
+            QDir(m_stage->folder.path()).entryList({s("*.before-restore-*")}, QDir::Dirs | QDir::Hidden);
+        QCOMPARE(kept.size(), hasFormer ? 1 : 0);
+        QCOMPARE(filesIn(hasFormer ? at(kept.first()) : m_stage->data), former);
+        QCOMPARE(QDir(m_stage->folder.path())
+                     .entryList({s("*.restoring-*")}, QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot),
+                 QStringList());
     }
 
     void dataInUseAreNotReplaced()

@@ -10,6 +10,7 @@
 
 #include <QDir>
 
+#include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -470,6 +471,33 @@ private slots:
         for (const char* name : {"in.mov", "h264.mp4"}) {
             made = consolidate(s(name), wish);
             QVERIFY(!made && made.refusal().status == 500);
+        }
+    }
+
+    // Volumes on which everybody may write, as a temporary one is, and a source that only its owner reaches.
+    void noDirectoryOfNewMxfIsMoreOpenThanItsSource()
+    {
+        QVERIFY(QDir().mkpath(m_bench.path(s("own"))));
+        QCOMPARE(m_bench.make(s("own/in.mov"), "-f lavfi -i testsrc2=s=64x48:r=25:d=0.2 -f lavfi -i "
+                                               "sine=r=48000:d=0.2 -c:v mpeg2video -c:a pcm_s16le"),
+                 QString());
+        QCOMPARE(::chmod(qPrintable(m_bench.path(s("own"))), 0700), 0);
+        Wish wish = this->wish();
+        wish.audio = this->wish().video;
+        for (const QString& volume : {wish.video, wish.audio})
+            QCOMPARE(::chmod(qPrintable(volume), 01777), 0);
+        const auto made = consolidate(s("own/in.mov"), wish);
+        QVERIFY2(made, made.refusal().text.c_str());
+        QCOMPARE(linked(made), place(wish.video) + s("/in.mxf"));
+        QVERIFY(!left(wish.audio).isEmpty());
+        for (const QString& volume : {wish.video, wish.audio}) {
+            for (const QString& directory : QStringList{volume + s("/KRX Media"), place(volume)}) {
+                struct stat facts
+                {
+                };
+                QCOMPARE(::stat(qPrintable(directory), &facts), 0);
+                QCOMPARE(int(facts.st_mode & 0077), 0);
+            }
         }
     }
 

@@ -103,6 +103,35 @@ private slots:
         QCOMPARE(int(result.fed[0].packets), EngineBench::pictures(m_bench.path(name)).size());
     }
 
+    // What it is told of its inputs is what keeps it from opening anything else, even where no wall of the
+    // kernel stands around it.
+    void inputsComeFromAPipeAndNoFileWouldBeTaken()
+    {
+        QCOMPARE(m_bench.make(s("in.mkv"), "-f lavfi -i testsrc2=s=64x36:r=25:d=0.2 -c:v ffv1"), QString());
+        QCOMPARE(m_bench.make(s("in.nut"), "-f lavfi -i testsrc2=s=64x36:r=25:d=0.2 -c:v ffv1"), QString());
+        Ffmpeg::use({"/bin/sh", "-c", "printf '%s\\n' \"$@\" >&5; cat <&4 >/dev/null", "/bin/cat"});
+        decode(s("in.mkv"), s("said.txt"));
+        const QStringList said =
+            QString::fromUtf8(TestFiles::content(m_bench.path(s("said.txt")))).split(QLatin1Char('\n'));
+        const int from = said.indexOf(s("-protocol_whitelist"));
+        const int at = said.indexOf(s("-i"));
+        QVERIFY2(from >= 0 && from < at, qPrintable(said.join(QLatin1Char(' '))));
+        QCOMPARE(said.count(s("-i")), 1);
+        QCOMPARE(said.value(at + 1), s("pipe:4"));
+        const QString file = m_bench.path(s("in.nut"));
+        const auto read = [&](const QString& place) {
+            return EngineBench::run(
+                s("sh"), QStringList{s("-c"), s("exec ffmpeg -v error \"$@\" -f null - 4<\"$0\""), file} +
+                             said.mid(from, at - from + 1) + QStringList{place});
+        };
+        QCOMPARE(read(s("pipe:4")), QString());
+        for (const char* scheme : {"", "file:", "concat:", "subfile,,start,0,end,0,,:", "async:file:"}) {
+            const QString answer = read(s(scheme) + file);
+            QVERIFY2(answer.contains(s("not on whitelist 'pipe'!")), qPrintable(answer));
+        }
+        QVERIFY(read(s("/proc/self/fd/4")).contains(s("Protocol 'file' not on whitelist 'pipe'!")));
+    }
+
     void picturesOfASequenceKeepTheirPlaces()
     {
         QCOMPARE(m_bench.make(s("s%03d.dpx"), "-f lavfi -i testsrc2=s=160x96:r=25:d=0.2"), QString());

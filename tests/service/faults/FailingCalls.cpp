@@ -1,7 +1,8 @@
 // Put before a program with LD_PRELOAD: lets chosen system calls fail, as a full or broken disk would. The
-// file named by KRX_FAULTS says which, one a line: the call, a part of the path, the errno value. It is read
-// at every call, so that a test can break and mend the disk while the program runs. A "stat" or an "unlink"
-// does not fail: it hangs. "clock now" puts the clock on the wall so many seconds on, or back.
+// file named by KRX_FAULTS says which, one a line: the call, a part of the path (with "$" behind it: its
+// end), the errno value. It is read at every call, so that a test can break and mend the disk while the
+// program runs. A "stat" or an "unlink" does not fail: it hangs. "clock now" puts the clock on the wall so
+// many seconds on, or back.
 
 #include <dlfcn.h>
 #include <sys/stat.h>
@@ -22,6 +23,15 @@ Function real(const char* name)
     return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
 }
 
+bool fits(const char* path, std::string part)
+{
+    if (part.back() != '$')
+        return std::strstr(path, part.c_str());
+    part.pop_back();
+    const std::size_t size = std::strlen(path);
+    return size >= part.size() && path + (size - part.size()) == part;
+}
+
 /// The errno value with which \a call on \a path is to fail, or 0.
 int faultOf(const char* call, const char* path)
 {
@@ -34,7 +44,7 @@ int faultOf(const char* call, const char* path)
     int error = 0;
     int found = 0;
     while (found == 0 && std::fscanf(file, "%63s %511s %d", name, part, &error) == 3) {
-        if (std::strcmp(name, call) == 0 && std::strstr(path, part))
+        if (std::strcmp(name, call) == 0 && fits(path, part))
             found = error;
     }
     std::fclose(file);
