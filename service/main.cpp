@@ -253,6 +253,8 @@ int main(int argc, char** argv)
         std::fputs(options->configText().c_str(), stdout);
         return kDone;
     case Options::Wish::Diagnose:
+        if (const auto users = usersCalled(options->allowedUsers); !users)
+            options->problems.push_back(users.refusal().text);
         return commands::diagnose(*options, KRX_VERSION);
     case Options::Wish::Command:
         return commands::run(*options, KRX_VERSION);

@@ -22,6 +22,7 @@ namespace {
 constexpr int kUsualPort = 58885;
 constexpr int kMostWorkers = 32;
 constexpr const char* kConfigOption = "config";
+constexpr const char* kCommandLine = "command line";
 
 struct Row
 {
@@ -364,7 +365,7 @@ std::optional<Refusal> readArguments(const std::vector<std::string>& arguments, 
         if (!row || !row->isList)
             said.values.clear();
         said.values.push_back(*value);
-        said.from = "command line";
+        said.from = kCommandLine;
     }
     return checkCommand(options);
 }
@@ -392,34 +393,63 @@ void readVariable(const Options::Environment& environment, const std::string& na
     layer[name] = said;
 }
 
-std::optional<Refusal> readFile(const std::string& path, bool mustExist, Layer& layer)
+using Problems = std::vector<Refusal>;
+
+void readFile(const std::string& path, bool mustExist, Layer& layer, Problems& problems)
 {
     const auto file = ConfigFile::read(path, mustExist);
     if (!file)
-        return file.refusal();
+        return problems.push_back(file.refusal());
     for (const auto& entry : file->entries) {
         const std::string where = path + ':' + std::to_string(entry.line);
         const Row* row = rowOf(entry.key);
         if (!row)
-            return Refusal{2, where + ": unknown key \"" + entry.key + "\" (--help lists the options)"};
-        if (entry.values.size() != 1 && !row->isList)
-            return Refusal{2, where + ": \"" + entry.key + "\" has one value"};
-        if (layer.count(entry.key) == 0)
+            problems.push_back({2, where + ": unknown key \"" + entry.key + "\" (--help lists the options)"});
+        else if (entry.values.size() != 1 && !row->isList)
+            problems.push_back({2, where + ": \"" + entry.key + "\" has one value"});
+        else if (layer.count(entry.key) == 0)
             layer[entry.key] = {entry.values, where};
     }
-    return std::nullopt;
 }
 
+/// Changes \a options only when all that was said is right.
 std::optional<Refusal> take(const Row& row, const Said& said, Options& options)
 {
+    Options taken = options;
     for (const auto& value : said.values) {
-        if (row.take(options, value))
+        if (row.take(taken, value))
             continue;
-        const bool typed = said.from == "command line";
+        const bool typed = said.from == kCommandLine;
         return Refusal{2, (typed ? std::string() : said.from + ": ") + '"' + value +
                               "\" is no value for the option --" + row.name};
     }
+    options = std::move(taken);
     return std::nullopt;
+}
+
+/// Takes all that was said, in the order of the options.
+void takeAll(Layer& said, const Options::Environment& environment, Options& options, Problems& problems)
+{
+    const bool usualData = said.count("data") == 0;
+    for (const Row& row : kRows) {
+        auto found = said.find(row.name);
+        if (std::string_view(row.name) == "log-file") {
+            options.logFile = (usualData ? folderFrom(environment, "XDG_STATE_HOME", "/.local/state")
+                                         : options.dataFolder) +
+                              "/krx-service.log";
+        }
+        if (found != said.end()) {
+            if (const auto refusal = take(row, found->second, options)) {
+                problems.push_back(*refusal);
+                said.erase(found);
+                found = said.end();
+            }
+        }
+        options.shown.push_back(
+            {row.name, row.show(options), found == said.end() ? "default" : found->second.from});
+    }
+    if (!options.hasPort && !options.hasSocket)
+        problems.push_back({2, "with --no-port and --no-socket nobody could reach the service"});
 }
 
 } // namespace
@@ -449,25 +479,15 @@ Outcome<Options> Options::parse(const std::vector<std::string>& arguments, const
     const bool named = said.count(kConfigOption) > 0;
     const std::string file = named ? said[kConfigOption].values.back()
                                    : folderFrom(environment, "XDG_CONFIG_HOME", "/.config") + "/config.toml";
-    if (const auto refusal = readFile(file, named, said))
-        return *refusal;
-    const bool usualData = said.count("data") == 0;
-    for (const Row& row : kRows) {
-        const auto found = said.find(row.name);
-        if (std::string_view(row.name) == "log-file") {
-            options.logFile = (usualData ? folderFrom(environment, "XDG_STATE_HOME", "/.local/state")
-                                         : options.dataFolder) +
-                              "/krx-service.log";
-        }
-        if (found != said.end()) {
-            if (const auto refusal = take(row, found->second, options))
-                return *refusal;
-        }
-        options.shown.push_back(
-            {row.name, row.show(options), found == said.end() ? "default" : found->second.from});
-    }
-    if (!options.hasPort && !options.hasSocket)
-        return Refusal{2, "with --no-port and --no-socket nobody could reach the service"};
+    Problems problems;
+    readFile(file, named, said, problems);
+    if (!problems.empty() && options.wish != Wish::Diagnose)
+        return problems.front();
+    takeAll(said, environment, options, problems);
+    if (!problems.empty() && options.wish != Wish::Diagnose)
+        return problems.front();
+    for (const auto& problem : problems)
+        options.problems.push_back(problem.text);
     return options;
 }
 

@@ -49,6 +49,9 @@ struct Options
     LogLevel logLevel = LogLevel::Info;
     std::string logFile; ///< absolute; empty: none
     std::vector<Shown> shown;
+    /// What is wrong with environment and configuration file, and was left out. With Wish::Diagnose only:
+    /// whoever wants to know what is wrong must not be stopped by it.
+    std::vector<std::string> problems;
 
     /// True when the Unix socket is to be opened at its usual place.
     bool wantsUsualSocket() const;

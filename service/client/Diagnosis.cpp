@@ -39,6 +39,7 @@ using Rows = std::vector<std::vector<std::string>>;
 
 constexpr std::size_t kLastLines = 200;              ///< of the log
 constexpr std::chrono::milliseconds kPatience{2000}; ///< with a volume
+constexpr char kNotReadAgain[] = "the configuration was not read again";
 constexpr std::uintmax_t kMegabyte = 1024 * 1024;
 
 std::string firstLine(const std::string& path)
@@ -196,6 +197,24 @@ std::string data(const std::string& folder, bool isRunning, Redactor& redactor)
     return result;
 }
 
+/// What is quoted was said by a person and may name anything.
+std::string withoutQuotes(const std::string& line)
+{
+    const auto first = line.find('"');
+    const auto last = line.rfind('"');
+    return first == last ? line : line.substr(0, first + 1) + "..." + line.substr(last);
+}
+
+/// Where the service that works in \a folder logs to. Its own options are not known here; without any it logs
+/// there, unless \a folder is the usual one.
+std::string logOf(const Options& options, const std::string& folder)
+{
+    const std::string beside = folder + "/krx-service.log";
+    std::error_code error;
+    const bool isElsewhere = folder != options.dataFolder && std::filesystem::exists(beside, error);
+    return isElsewhere ? beside : options.logFile;
+}
+
 /// The end of the log. Of a text that is to be shown to others only what went wrong.
 std::string lastLines(const std::string& file, bool isRedacted)
 {
@@ -208,7 +227,8 @@ std::string lastLines(const std::string& file, bool isRedacted)
     for (std::string line; std::getline(log, line);) {
         if (isRedacted && line.find(" info ") != std::string::npos)
             continue;
-        lines.push_back(std::move(line));
+        const bool mayQuote = isRedacted && line.find(kNotReadAgain) != std::string::npos;
+        lines.push_back(mayQuote ? withoutQuotes(line) : std::move(line));
         if (lines.size() > kLastLines)
             lines.pop_front();
     }
@@ -268,6 +288,16 @@ std::string volumes(Redactor& redactor)
     return output::table(rows);
 }
 
+std::string configuration(const Options& options, bool isRedacted)
+{
+    std::string result = options.configText();
+    for (const auto& problem : options.problems)
+        result +=
+            "wrong, so that the service does not start: " + (isRedacted ? withoutQuotes(problem) : problem) +
+            '\n';
+    return result;
+}
+
 } // namespace
 
 std::string text(const Options& options, const std::string& version, bool isRedacted)
@@ -283,13 +313,13 @@ std::string text(const Options& options, const std::string& version, bool isReda
     std::string folder = options.dataFolder;
     std::string result = "krx-service: what there is to be known\n";
     result += heading("Versions") + versions(version);
-    result += heading("Configuration") + options.configText();
+    result += heading("Configuration") + configuration(options, isRedacted);
     result += heading("The service") + running(options, isRunning, folder);
     redactor.addPath(folder);
     result += heading("Data") + data(folder, isRunning, redactor);
     result += heading("Limits") + limits();
     result += heading("Volumes") + volumes(redactor);
-    result += heading("The end of the log") + lastLines(options.logFile, isRedacted);
+    result += heading("The end of the log") + lastLines(logOf(options, folder), isRedacted);
     return isRedacted ? redactor.redact(result) : result;
 }
 

@@ -175,9 +175,9 @@ std::string Redactor::redactLine(const std::string& line)
     for (const auto& [name, standIn] : m_standIns)
         standIns.insert(standIn);
     for (std::size_t at = 0; at < known.size();) {
-        const bool begins =
-            known[at] == '/' && (at == 0 || !isWordCharacter(known[at - 1])) &&
-            (at == 0 || (known[at - 1] != '/' && known[at - 1] != ':' && known[at - 1] != ']'));
+        const char before = at == 0 ? ' ' : known[at - 1];
+        const bool isOfUrl = before == '/' || before == ']' || (before == ':' && known[at + 1] == '/');
+        const bool begins = known[at] == '/' && !isWordCharacter(before) && !isOfUrl;
         if (!begins) {
             result += known[at++];
             continue;

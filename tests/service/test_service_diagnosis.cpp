@@ -78,7 +78,9 @@ private slots:
             runCommand({s("--diagnose"), at("other.txt"), s("--data"), at("nowhere"), s("--no-socket"),
                         s("--port"), QString::number(m_stage.service->port())});
         QCOMPARE(result.code, 0);
-        QVERIFY(content(at("other.txt")).contains(s("integrity: ok")));
+        const QString text = content(at("other.txt"));
+        QVERIFY(text.contains(s("integrity: ok")));
+        QVERIFY(text.section(s("\nThe end of the log\n"), 1).contains(s("data in ") + m_stage.data));
     }
 
     void onlyTheOwnerMayReadItAndNothingIsReplaced()
@@ -101,10 +103,17 @@ private slots:
 
     void redactedItNamesNobodyAndNothing()
     {
+        // As a reload says it; the file is gone on with at its end.
+        QFile log(m_stage.data + s("/krx-service.log"));
+        QVERIFY(log.open(QIODevice::WriteOnly | QIODevice::Append));
+        log.write("2026-11-21T20:00:00 warn  the configuration was not read again: /srv/config.toml:1: "
+                  "\"Secret Word\" is no value for the option --port\n");
+        log.close();
         QCOMPARE(diagnose(at("redacted.txt"), {s("--redact")}).code, 0);
         const QString text = content(at("redacted.txt"));
         QVERIFY(text.contains(s("integrity: ok")));
-        for (const char* secret : {"Secret", "Film", "Day One", "Actor", "Scene", "Default Profile"})
+        QVERIFY(text.contains(s("the configuration was not read again")));
+        for (const char* secret : {"Secret", "Film", "Day One", "Actor", "Scene", "Default Profile", "Word"})
             QVERIFY2(!text.contains(s(secret)), secret);
         QVERIFY(!text.contains(m_stage.folder.path().section(QLatin1Char('/'), -1)));
         // One name, one stand-in: the folder in the list is the one in the error about its file.
@@ -113,6 +122,52 @@ private slots:
         QVERIFY2(text.contains(
                      QRegularExpression(folder.captured(1) + s("/name-\\d+\\.mov is not offered: it is"))),
                  qPrintable(text));
+    }
+
+    void whatIsWrongWithTheConfigurationIsSaid_data()
+    {
+        QTest::addColumn<QByteArray>("config"); // empty: what stands there is no file
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("an unknown key")
+            << QByteArray("workers = 3\nsecretkey = 1\n") << s(":2: unknown key \"secretkey\"");
+        QTest::newRow("no configuration at all") << QByteArray("workers = 3\n[[[\n") << s(":2: ");
+        QTest::newRow("a wrong value") << QByteArray("workers = 3\nsettle = \"secret\"\n")
+                                       << s(":2: \"secret\" is no value for the option --settle");
+        QTest::newRow("an unknown user")
+            << QByteArray("workers = 3\nallow-user = \"no secret user\"\n") << s("no secret user");
+        QTest::newRow("one that cannot be read") << QByteArray() << s(" is no file");
+    }
+    void whatIsWrongWithTheConfigurationIsSaid()
+    {
+        QFETCH(QByteArray, config);
+        QFETCH(QString, expected);
+        const QTemporaryDir dir;
+        const QString path = dir.filePath(s("config.toml"));
+        if (config.isEmpty()) {
+            QVERIFY(QDir().mkdir(path));
+        } else {
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(config);
+        }
+        // What a service does not start with.
+        QCOMPARE(
+            runCommand({s("--port"), s("0"), s("--data"), dir.filePath(s("data")), s("--config"), path}).code,
+            2);
+        const QStringList arguments{s("--config"), path};
+        QCOMPARE(diagnose(dir.filePath(s("all.txt")), arguments).code, 0);
+        const QString text = content(dir.filePath(s("all.txt")));
+        const QRegularExpressionMatch wrong =
+            QRegularExpression(s("\nwrong, so that the service does not start: (.*)\n")).match(text);
+        QVERIFY2(wrong.captured(1).contains(expected), qPrintable(text));
+        // All else is there, and what is right counts.
+        QVERIFY(text.contains(s("integrity: ok")));
+        QVERIFY(text.contains(QRegularExpression(s("settle = 2 +# default"))));
+        QCOMPARE(text.contains(s("workers = 3 ")), config.startsWith("workers") && !config.contains("[["));
+        QCOMPARE(diagnose(dir.filePath(s("redacted.txt")), arguments + QStringList{s("--redact")}).code, 0);
+        const QString redacted = content(dir.filePath(s("redacted.txt")));
+        QVERIFY(redacted.contains(s("\nwrong, so that the service does not start: ")));
+        QVERIFY2(!redacted.contains(s("secret")), qPrintable(redacted));
     }
 
     void redactionAloneMakesNoSense() { QCOMPARE(runCommand({s("--redact")}).code, 2); }
@@ -150,6 +205,7 @@ private slots:
             "1/2 and/or http://127.0.0.1:58885/KRXService");
         row("of the system", "see /proc/sys/fs/inotify/max_user_watches",
             "see /proc/sys/fs/inotify/max_user_watches");
+        row("behind a colon", "open:/srv/Big/a.mov", "open:/srv/name-5/name-6.mov");
         row("with a line", "/home/anna/conf.toml:12: no", "/home/name-1/name-5.toml [...]");
     }
     void namesGetStandIns()
