@@ -14,10 +14,10 @@ constexpr std::size_t kMostWaiting = Usher::kMostAtOnce / 4; ///< and as many th
 constexpr std::size_t kMostTold = Usher::kMostAtOnce / 2;
 constexpr std::chrono::milliseconds kTimeToRead{500};
 
-/// Closing with bytes unread would cut off what was sent.
+/// Closing with bytes unread makes the kernel answer with a reset, which is all that some clients then see.
 void takeLeaveOf(int socket)
 {
-    std::array<char, 4096> waste{};
+    std::array<char, 16384> waste{};
     ::recv(socket, waste.data(), waste.size(), MSG_DONTWAIT);
     ::close(socket);
 }
@@ -61,10 +61,21 @@ void Usher::showOut(int socket)
             waiting = m_waiting.size();
         }
     }
-    if (waiting == 0)
-        ::close(socket);
-    else if (waiting == 1)
+    if (waiting == 1)
         m_changed.notify_one();
+    if (waiting > 0)
+        return;
+    // What is on its way over a loopback is in the other end's buffer when send() comes back, and stays there
+    // whatever follows. So nobody has to be kept to be told.
+    speakTo(socket);
+    takeLeaveOf(socket);
+}
+
+void Usher::speakTo(int socket) const
+{
+    // Words and farewell go out as one.
+    ::send(socket, m_words.data(), m_words.size(), MSG_DONTWAIT | MSG_NOSIGNAL | MSG_MORE);
+    ::shutdown(socket, SHUT_WR);
 }
 
 void Usher::run()
@@ -94,9 +105,7 @@ void Usher::run()
 
 void Usher::tell(int socket)
 {
-    // Words and farewell go out as one.
-    ::send(socket, m_words.data(), m_words.size(), MSG_DONTWAIT | MSG_NOSIGNAL | MSG_MORE);
-    ::shutdown(socket, SHUT_WR);
+    speakTo(socket);
     m_told.push_back({socket, Clock::now() + kTimeToRead});
     if (m_told.size() > kMostTold)
         forgetFirst();

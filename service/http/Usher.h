@@ -15,8 +15,8 @@ namespace krxservice {
 /// closes. Telling and closing cost more than finding out who somebody is; whoever waits behind a crowd to be
 /// let in must not wait for that.
 ///
-/// At most kMostAtOnce sockets are held. When more come than can be told, the ones too many are closed
-/// without a word.
+/// Everybody is told. At most kMostAtOnce sockets are held; whoever comes while there are that many is told
+/// on the spot, by whoever hands him over, and closed at once.
 class Usher
 {
 public:
@@ -29,7 +29,8 @@ public:
     Usher& operator=(const Usher&) = delete;
 
     void start();
-    /// Takes over a refused connection and never waits. Thread-safe.
+    /// Takes over a refused connection and never waits. Before start() and after stop() it is told and closed
+    /// right here. Thread-safe.
     void showOut(int socket);
     /// Closes all that are left and ends the thread.
     void stop();
@@ -44,6 +45,7 @@ private:
     };
 
     void run();
+    void speakTo(int socket) const;
     void tell(int socket);
     void forgetFirst();
 

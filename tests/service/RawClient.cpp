@@ -17,26 +17,43 @@ namespace {
 
 constexpr int kPatience = 30000; ///< milliseconds
 
-template <typename Address>
-int connected(const Address& address)
+/// Waits for \a what; signals of children that end do not count.
+bool waitFor(int socket, short what)
 {
-    const int socket =
-        ::socket(reinterpret_cast<const sockaddr*>(&address)->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
-        return socket;
-    ::close(socket);
-    return -1;
-}
-
-/// Waits until something can be read; signals of children that end do not count.
-bool waitForBytes(int socket)
-{
-    pollfd descriptor{socket, POLLIN, 0};
+    pollfd descriptor{socket, what, 0};
     int ready = 0;
     do
         ready = ::poll(&descriptor, 1, kPatience);
     while (ready < 0 && errno == EINTR);
     return ready > 0;
+}
+
+bool waitForBytes(int socket)
+{
+    return waitFor(socket, POLLIN);
+}
+
+/// After a connect() that a signal interrupted, which goes on by itself.
+bool isConnectedInTheEnd(int socket)
+{
+    int error = 0;
+    socklen_t size = sizeof error;
+    return waitFor(socket, POLLOUT) && ::getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 &&
+           error == 0;
+}
+
+template <typename Address>
+int connected(const Address& address)
+{
+    const int socket =
+        ::socket(reinterpret_cast<const sockaddr*>(&address)->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ||
+        (errno == EINTR && isConnectedInTheEnd(socket)))
+        return socket;
+    const int error = errno;
+    ::close(socket);
+    errno = error;
+    return -1;
 }
 
 int lengthOf(const QByteArray& head)
