@@ -9,7 +9,7 @@
 
 namespace StandInHost {
 
-/// One exchange while libcurl works on it. Lives in the worker's thread.
+/// One exchange while libcurl works on it. Belongs to whoever drives the exchanges.
 class RestTransfer
 {
 public:

@@ -69,7 +69,7 @@ void RestWorker::start(const std::shared_ptr<RestExchange>& exchange)
 void RestWorker::drive(TimePoint deadline, const std::function<bool()>& goesOn)
 {
     RestWorker* const worker = theWorker.load();
-    if (worker == nullptr || !worker->takeTurn())
+    if (worker == nullptr || !worker->takeTurn(deadline))
         return;
     while (goesOn() && !worker->m_stopping && std::chrono::steady_clock::now() < deadline) {
         worker->poll(deadline);
@@ -113,6 +113,7 @@ RestWorker::~RestWorker()
         // To whoever drives, which gives the turn back, and to the thread, which then takes it.
         curl_multi_wakeup(m_multi.get());
         callThread(true);
+        m_turn.notify_all();
     }
     m_thread.join();
     m_multi.reset();
@@ -130,11 +131,11 @@ RestFailure RestWorker::enqueue(const std::shared_ptr<RestExchange>& exchange)
             return RestFailure::TooManyExchanges;
         m_queue.push_back(exchange);
         ++m_underWay;
-        if (m_isDriven) {
+        if (m_driver != Driver::Nobody) {
             curl_multi_wakeup(m_multi.get());
             return RestFailure::None;
         }
-        m_isDriven = true;
+        m_driver = Driver::Caller;
     }
     // The first step is done here: on a connection that was kept, the request is sent when this returns.
     step();
@@ -142,24 +143,32 @@ RestFailure RestWorker::enqueue(const std::shared_ptr<RestExchange>& exchange)
     return RestFailure::None;
 }
 
-bool RestWorker::takeTurn()
+bool RestWorker::takeTurn(TimePoint deadline)
 {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_isDriven || m_stopping)
+    std::unique_lock<std::mutex> lock(m_mutex);
+    if (m_driver == Driver::Thread && !m_stopping) {
+        // The thread lets whoever waits have it, at once: else it would keep it for as long as one request
+        // follows the other.
+        ++m_asking;
+        curl_multi_wakeup(m_multi.get());
+        m_turn.wait_until(lock, deadline, [this] { return m_driver != Driver::Thread || m_stopping; });
+        --m_asking;
+    }
+    if (m_driver != Driver::Nobody || m_stopping)
         return false;
-    m_isDriven = true;
+    m_driver = Driver::Caller;
     // Who waits drives: the thread need not look whether somebody does.
     if (!m_isCalledAtOnce)
         setTimer(0);
     return true;
 }
 
-void RestWorker::giveTurnBack(bool workerAtOnce)
+void RestWorker::giveTurnBack(bool threadAtOnce)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_isDriven = false;
+    m_driver = Driver::Nobody;
     if (m_underWay > 0 || m_stopping)
-        callThread(workerAtOnce || m_stopping || !m_queue.empty());
+        callThread(threadAtOnce || m_stopping || !m_queue.empty());
 }
 
 void RestWorker::callThread(bool atOnce)
@@ -191,14 +200,17 @@ bool RestWorker::driveAll()
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_isCalledAtOnce = false;
-        if (m_isDriven)
+        if (m_driver != Driver::Nobody)
             return true;
-        m_isDriven = true;
+        m_driver = Driver::Thread;
     }
     for (step(); keepsTurn(); step())
         poll(m_end);
-    if (!m_stopping)
-        return true;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_driver != Driver::Thread)
+            return true;
+    }
     failAll();
     return false;
 }
@@ -207,8 +219,11 @@ bool RestWorker::keepsTurn()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (!m_stopping) {
-        m_isDriven = m_underWay > 0;
-        return m_isDriven;
+        if (m_underWay > 0 && m_asking == 0)
+            return true;
+        m_driver = Driver::Nobody;
+        m_turn.notify_all();
+        return false;
     }
     // The last notices to the service get a moment, but nobody waits for a dead service when a program ends.
     const auto now = std::chrono::steady_clock::now();

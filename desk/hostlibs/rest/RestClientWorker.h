@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -43,9 +44,9 @@ private:
     ~RestWorker();
 
     RestFailure enqueue(const std::shared_ptr<RestExchange>& exchange);
-    /// \return whether the caller has the turn now.
-    bool takeTurn();
-    void giveTurnBack(bool workerAtOnce);
+    /// \return whether the caller has the turn now; not when another caller has it.
+    bool takeTurn(TimePoint deadline);
+    void giveTurnBack(bool threadAtOnce);
     /// Has the thread of this object take the turn, at once or after a moment in which another may take it.
     /// Under the mutex.
     void callThread(bool atOnce);
@@ -66,6 +67,8 @@ private:
     void poll(TimePoint deadline);
     void failAll();
 
+    enum class Driver { Nobody, Caller, Thread };
+
     struct Cleanup
     {
         void operator()(CURLM* handle) const { curl_multi_cleanup(handle); }
@@ -79,7 +82,10 @@ private:
     std::mutex m_mutex;
     std::vector<std::shared_ptr<RestExchange>> m_queue;
     std::size_t m_underWay = 0;
-    bool m_isDriven = false;
+    Driver m_driver = Driver::Nobody;
+    /// Who wants the turn that the thread has, and is told when it gives it back.
+    int m_asking = 0;
+    std::condition_variable m_turn;
     bool m_isCalledAtOnce = false;
     std::atomic<bool> m_stopping{false};
 
