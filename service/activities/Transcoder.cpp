@@ -22,9 +22,9 @@ namespace krxservice::transcoder {
 
 namespace {
 
-constexpr double kMoreSpace = 1.02;               ///< for what a file has besides its streams
-constexpr std::int64_t kLeastSpace = 1024 * 1024; ///< bytes
-constexpr double kMayMiss = 0.5;                  ///< seconds that a source may hold less than it says
+constexpr double kMoreSpace = 1.02;                         ///< for what a file has besides its streams
+constexpr std::int64_t kLeastSpace = std::int64_t{1} << 20; ///< bytes
+constexpr double kMayMiss = 0.5; ///< seconds that a source may hold less than it says
 constexpr double kMayMissPart = 0.01;
 constexpr std::int64_t kMostMissing = 100000; ///< pictures that others stand for
 constexpr int kEncoded = 95;                  ///< percent, when all is encoded and it is looked at

@@ -18,7 +18,7 @@ namespace krxservice {
 
 namespace {
 
-constexpr off_t kLargest = 1024 * 1024; ///< bytes
+constexpr off_t kLargest = off_t{1} << 20; ///< bytes
 
 /// The whole text of a file that only the own user or root can have written.
 Outcome<std::string> content(const std::string& path, bool mustExist)

@@ -247,6 +247,7 @@ const WishRow* wishOf(const std::string& argument)
 std::vector<commandline::OptionText> allOptions()
 {
     std::vector<commandline::OptionText> options;
+    options.reserve(std::size(kRows) + 1 + std::size(kWishes));
     for (const Row& row : kRows)
         options.push_back({row.name, row.argument, row.values, row.help});
     options.push_back({kConfigOption, "FILE", "file",

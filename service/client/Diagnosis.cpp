@@ -40,7 +40,7 @@ using Rows = std::vector<std::vector<std::string>>;
 constexpr std::size_t kLastLines = 200;              ///< of the log
 constexpr std::chrono::milliseconds kPatience{2000}; ///< with a volume
 constexpr char kNotReadAgain[] = "the configuration was not read again";
-constexpr std::uintmax_t kMegabyte = 1024 * 1024;
+constexpr std::uintmax_t kMegabyte = std::uintmax_t{1} << 20;
 
 std::string firstLine(const std::string& path)
 {

@@ -59,8 +59,8 @@ QJsonValue json(const std::string& text)
 QString key(const std::string& name)
 {
     QString result;
-    for (const QString& word : QString::fromStdString(name).split(QLatin1Char(' ')))
-        result += result.isEmpty() ? word : word.left(1).toUpper() + word.mid(1);
+    for (const QString& word : QString::fromStdString(name).split(QLatin1Char(' '), Qt::SkipEmptyParts))
+        result += result.isEmpty() ? word : word.at(0).toUpper() + word.mid(1);
     return result;
 }
 

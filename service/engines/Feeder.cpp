@@ -21,7 +21,7 @@ namespace {
 using krxmedia::requests::Handed;
 
 constexpr int kSliceMilliseconds = 50;
-constexpr std::size_t kLongestReport = 64 * 1024;
+constexpr std::size_t kLongestReport = std::size_t{64} << 10;
 constexpr int kPipeBytes = 1024 * 1024;
 
 std::vector<std::string> taskFor(const EngineInput& input)

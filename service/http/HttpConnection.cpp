@@ -29,9 +29,10 @@ using std::chrono::seconds;
 
 constexpr seconds kStall{10}; ///< a reader must take some of its answer within this time
 constexpr seconds kLinger{1}; ///< the other side has this time to read a refusal
-constexpr std::size_t kMostBytes = xmlguard::kLargestBody + 256 * 1024; ///< a request with head and framing
-constexpr std::size_t kMostFraming = std::size_t{16} * 1024;            ///< a piece of chunk framing
-constexpr unsigned kVersion = 11;                                       ///< HTTP/1.1, as Beast counts
+constexpr std::size_t kMostBytes =
+    xmlguard::kLargestBody + (std::size_t{256} << 10);       ///< a request with head and framing
+constexpr std::size_t kMostFraming = std::size_t{16} * 1024; ///< a piece of chunk framing
+constexpr unsigned kVersion = 11;                            ///< HTTP/1.1, as Beast counts
 constexpr std::string_view kHeadEnd = "\r\n\r\n";
 
 /// Received bytes land here first; all connections live on one thread.

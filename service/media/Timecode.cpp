@@ -7,7 +7,7 @@ namespace krxservice::timecode {
 
 namespace {
 
-constexpr std::int64_t kMinutes = 24 * 60;
+constexpr std::int64_t kMinutes = std::int64_t{24} * 60;
 constexpr std::string_view kDividers = "-_.:";
 constexpr std::size_t kPairs = 4;
 

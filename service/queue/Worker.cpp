@@ -248,6 +248,7 @@ void Worker::publish()
 void Worker::publishGroup(const std::vector<std::pair<Task, std::shared_ptr<ReadyClip>>>& group)
 {
     std::vector<std::shared_ptr<ReadyClip>> clips;
+    clips.reserve(group.size());
     for (const auto& [task, clip] : group)
         clips.push_back(clip);
     std::vector<FileResult> results(group.size());

@@ -69,7 +69,7 @@ int runWindow(const DeskOptions& given, DeskExtras* extras)
 {
     DeskOptions options = given;
     QSettings settings;
-    const bool isDemo = !options.demo.isEmpty();
+    const bool isDemo = extras != nullptr && !options.demo.isEmpty();
     QString error;
     if (isDemo && !extras->prepareDemo(options, error))
         return refuse(error);
