@@ -12,6 +12,14 @@
 
 namespace krxservice {
 
+namespace {
+
+constexpr char kOwnFolder[] =
+    "krx-service"; ///< what is called so is the service's own; others are left alone
+constexpr mode_t kOthers = 077;
+
+} // namespace
+
 LogFile::~LogFile()
 {
     close();
@@ -30,6 +38,7 @@ std::string LogFile::open(const std::string& path)
     m_path = path;
     if (path.empty())
         return {};
+    std::string opened; // what was open to others
     const auto slash = path.rfind('/');
     if (slash != std::string::npos && slash > 0) {
         const std::string folder = path.substr(0, slash);
@@ -38,9 +47,13 @@ std::string LogFile::open(const std::string& path)
         struct stat place
         {
         };
-        if (::stat(folder.c_str(), &place) == 0 && place.st_uid != ::geteuid() && place.st_uid != 0)
+        const bool isThere = ::stat(folder.c_str(), &place) == 0;
+        if (isThere && place.st_uid != ::geteuid() && place.st_uid != 0)
             return folder + " belongs to user " + std::to_string(place.st_uid) +
                    "; choose another place with --log-file";
+        if (isThere && text::baseName(folder) == kOwnFolder && (place.st_mode & kOthers) != 0 &&
+            ::chmod(folder.c_str(), 0700) == 0)
+            opened = folder;
     }
     // Not through a link, and without blocking: a pipe would be waited for.
     m_descriptor = ::open(
@@ -57,13 +70,14 @@ std::string LogFile::open(const std::string& path)
         close();
         return path + " is no file of this user's";
     }
-    const bool wasOpen = (facts.st_mode & 077) != 0 && ::fchmod(m_descriptor, 0600) == 0;
+    const bool wasOpen = (facts.st_mode & kOthers) != 0 && ::fchmod(m_descriptor, 0600) == 0;
     bool wereOpen = false;
     for (int number = 1; number <= m_older; ++number)
         wereOpen = closeToOthers(path + '.' + std::to_string(number)) || wereOpen;
     if (wasOpen || wereOpen)
-        m_note = path + (wereOpen ? " or an older part of it" : "") +
-                 " was open to others and is closed to them now";
+        opened = path + (wereOpen ? " or an older part of it" : "");
+    if (!opened.empty())
+        m_note = opened + " was open to others and is closed to them now";
     m_size = static_cast<std::size_t>(facts.st_size);
     return {};
 }
@@ -76,7 +90,7 @@ bool LogFile::closeToOthers(const std::string& path)
     {
     };
     const bool isOpen = file >= 0 && ::fstat(file, &facts) == 0 && S_ISREG(facts.st_mode) &&
-                        facts.st_uid == ::geteuid() && (facts.st_mode & 077) != 0 &&
+                        facts.st_uid == ::geteuid() && (facts.st_mode & kOthers) != 0 &&
                         ::fchmod(file, 0600) == 0;
     if (file >= 0)
         ::close(file);

@@ -22,7 +22,8 @@ public:
     LogFile& operator=(const LogFile&) = delete;
 
     /// Opens \a path for appending, makes its directory when missing. What is there already must be a file of
-    /// the own user's, and is closed to others. An empty text or the reason; an empty path just closes.
+    /// the own user's, and is closed to others; so is a directory called "krx-service". An empty text or the
+    /// reason; an empty path just closes.
     std::string open(const std::string& path);
     /// Tells which files were open to others when they were opened, and are not any more; once.
     std::string takeNote() { return std::exchange(m_note, {}); }

@@ -2,6 +2,7 @@
 #include "base/LogFile.h"
 #include "base/Options.h"
 
+#include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -261,6 +262,16 @@ private slots:
                 std::string::npos);
         QCOMPARE(log.open(path), std::string());
         QCOMPARE(log.takeNote(), std::string());
+        // The folder that is the service's own as well, and no other one.
+        for (const bool isOwn : {true, false}) {
+            const std::string folder =
+                m_folder.filePath(s(isOwn ? "state/krx-service" : "state/else")).toStdString();
+            QVERIFY(QDir().mkpath(QString::fromStdString(folder)));
+            QCOMPARE(::chmod(folder.c_str(), 0755), 0);
+            QCOMPARE(log.open(folder + "/a.log"), std::string());
+            QCOMPARE(modeOf(folder), isOwn ? 0700 : 0755);
+            QCOMPARE(log.takeNote().find(folder + " was open to others") != std::string::npos, isOwn);
+        }
     }
 
     void logFilesAreNotWrittenElsewhere()
