@@ -60,7 +60,7 @@ public:
         , m_home(home)
         , m_desk(user)
     {
-        for (const char* folder : {"", "/run", "/watched", "/copies", "/service"}) {
+        for (const char* folder : {"", "/run", "/tmp", "/watched", "/copies", "/service"}) {
             const QString path = QString(home + QLatin1String(folder));
             QDir().mkpath(path);
             give(path, 0700);
@@ -68,9 +68,30 @@ public:
         m_environment = QProcessEnvironment::systemEnvironment();
         m_environment.remove(QStringLiteral("KRX_CONNECT_PORT"));
         m_environment.insert(QStringLiteral("HOME"), home);
+        m_environment.insert(QStringLiteral("TMPDIR"), QString(home + QLatin1String("/tmp")));
         m_environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), QString(home + QLatin1String("/run")));
         for (const char* name : {"XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_STATE_HOME", "XDG_CACHE_HOME"})
             m_environment.remove(QString::fromLatin1(name));
+    }
+
+    /// Without such a folder there is no place for a socket: the desk starts its service on the port.
+    void haveNoRuntimeFolder() { m_environment.remove(QStringLiteral("XDG_RUNTIME_DIR")); }
+
+    /// The program as it is installed, with a hand that presses its buttons.
+    bool startInstalledDesk()
+    {
+        m_environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        m_environment.insert(QStringLiteral("QT_PLUGIN_PATH"), QStringLiteral(KRX_HAND_PLUGINS));
+        m_environment.insert(QStringLiteral("QT_QPA_GENERIC_PLUGINS"), QStringLiteral("krxhand"));
+        m_environment.insert(QStringLiteral("KRX_HAND_FOLDER"), in("/watched"));
+        m_environment.insert(QStringLiteral("KRX_SERVICE_SETTLE"), QStringLiteral("0.1"));
+        m_environment.insert(QStringLiteral("KRX_SERVICE_RESCAN"), QStringLiteral("0.5"));
+        m_desk.setProcessEnvironment(m_environment);
+        m_desk.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_desk.start(QStringLiteral(KRX_DESK),
+                     {QStringLiteral("--project"), in("/Way.krxproject"), QStringLiteral("--language"),
+                      QStringLiteral("en"), QStringLiteral("--service-data"), in("/service")});
+        return m_desk.waitForStarted();
     }
 
     bool startDesk()
@@ -128,6 +149,30 @@ public:
         return curl.waitForFinished(kPatience) ? curl.exitCode() : -1;
     }
 
+    /// What the service's own program tells this person about all clips; empty when it tells nothing.
+    QString toldClips() const
+    {
+        UsersProcess program(m_user);
+        program.setProcessEnvironment(m_environment);
+        program.start(QString(QCoreApplication::applicationDirPath() + QLatin1String("/krx-service")),
+                      {QStringLiteral("clips"), QStringLiteral("--json")});
+        const bool told = program.waitForFinished(kPatience) && program.exitCode() == 0;
+        return told ? QString::fromUtf8(program.readAllStandardOutput()) : QString();
+    }
+
+    /// Asks at the port. \return the status of the answer.
+    QByteArray askPort() const
+    {
+        UsersProcess curl(m_user);
+        curl.setProcessEnvironment(m_environment);
+        curl.start(QStringLiteral("curl"),
+                   {QStringLiteral("--silent"), QStringLiteral("--output"), QStringLiteral("/dev/null"),
+                    QStringLiteral("--write-out"), QStringLiteral("%{http_code}"),
+                    QStringLiteral("http://127.0.0.1:58885/KRXService/xelmediafolders?level=detail")});
+        curl.waitForFinished(kPatience);
+        return curl.readAllStandardOutput();
+    }
+
 private:
     QString in(const char* path) const { return QString(m_home + QLatin1String(path)); }
 
@@ -183,6 +228,34 @@ private slots:
         QVERIFY(anna.ask(ben.socket()) != 0);
         QVERIFY(ben.ask(anna.socket()) != 0);
         QCOMPARE(StandInHost::ListenerOwner::atPort(kServicePort).kind, StandInHost::ListenerOwner::Nobody);
+    }
+
+    // One of them has the port; the other's desk finds another way without being told.
+    void programsAsInstalledDoSoByThePortAndByTheSocket()
+    {
+        const QTemporaryDir dir;
+        QCOMPARE(::chmod(qPrintable(dir.path()), 0755), 0);
+        Person anna(OtherUsersListener::kUser, dir.filePath(QStringLiteral("anna")));
+        Person ben(OtherUsersListener::kUser + 1, dir.filePath(QStringLiteral("ben")));
+        anna.haveNoRuntimeFolder();
+        if (!anna.startInstalledDesk() || !ben.startInstalledDesk())
+            QSKIP("another user cannot run a program of this build");
+        anna.drop(QStringLiteral("anna.wav"));
+        ben.drop(QStringLiteral("ben.wav"));
+        QTRY_COMPARE_WITH_TIMEOUT(anna.clips(), QStringList{QStringLiteral("anna.wav")}, kPatience);
+        QTRY_COMPARE_WITH_TIMEOUT(ben.clips(), QStringList{QStringLiteral("ben.wav")}, kPatience);
+        QVERIFY(anna.isDeskRunning() && ben.isDeskRunning());
+
+        QVERIFY2(anna.toldClips().contains(QStringLiteral("anna.wav")), qPrintable(anna.toldClips()));
+        QVERIFY(!anna.toldClips().contains(QStringLiteral("ben.wav")));
+        QVERIFY2(ben.toldClips().contains(QStringLiteral("ben.wav")), qPrintable(ben.toldClips()));
+        QVERIFY(!ben.toldClips().contains(QStringLiteral("anna.wav")));
+
+        QCOMPARE(anna.askPort(), QByteArray("200"));
+        QCOMPARE(ben.askPort(), QByteArray("403"));
+        QCOMPARE(ben.ask(ben.socket()), 0);
+        QVERIFY(anna.ask(ben.socket()) != 0);
+        QVERIFY(!QFile::exists(anna.socket()));
     }
 };
 
