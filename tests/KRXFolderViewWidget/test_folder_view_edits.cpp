@@ -5,6 +5,7 @@
 #include "KRXFolderItemDelegate.h"
 #include "KRXFolderProperties.h"
 #include "KRXTest.h"
+#include "TestFiles.h"
 
 #include <QDir>
 #include <QFile>
@@ -178,8 +179,7 @@ void TestFolderViewEdits::failedRemovalShowsTheServicesTextAndKeepsTheRow()
 
 void TestFolderViewEdits::enablingWritesWithoutAQuestion()
 {
-    QTemporaryDir filled;
-    QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
+    const TestFiles::FilledFolder filled;
     FolderViewFixture f;
     f.service.folders = {{"a"_s, filled.path(), "p1"_s, "false"_s}};
     f.view->fillView();
@@ -290,8 +290,7 @@ void TestFolderViewEdits::equalNamesOfTwoProfilesStillWriteOnce()
 
 void TestFolderViewEdits::viewDestroyedUnderTheQuestionWritesNothing()
 {
-    QTemporaryDir filled;
-    QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
+    const TestFiles::FilledFolder filled;
     FolderViewFixture f;
     f.service.folders = {{"a"_s, filled.path(), "p1"_s, "true"_s}};
     f.view->fillView();

@@ -3,13 +3,12 @@
 #include "FolderViewFixture.h"
 #include "HostQtShell.h"
 #include "KRXTest.h"
+#include "TestFiles.h"
 
 #include <QAction>
 #include <QApplication>
-#include <QFile>
 #include <QHeaderView>
 #include <QMenu>
-#include <QTemporaryDir>
 #include <QTest>
 
 using View = KRXFolderViewWidget;
@@ -160,8 +159,7 @@ void TestFolderViewMenu::chosenProfileIsShownAndWrittenOnce()
 
 void TestFolderViewMenu::chosenProfileOfAFilledDirectoryAsks()
 {
-    QTemporaryDir filled;
-    QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
+    const TestFiles::FilledFolder filled;
     FolderViewFixture f;
     f.service.folders = {{"a"_s, filled.path(), "p1"_s, "true"_s}};
     f.view->fillView();

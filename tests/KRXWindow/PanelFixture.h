@@ -22,6 +22,11 @@
 #include <memory>
 
 using namespace KRXTest::literals;
+using View = KRXFolderViewWidget;
+
+/// What the panel asks the service when it loads everything, and when it loads the profiles alone.
+inline const QString kProfiles = QStringLiteral("GET profiles?level=detail");
+inline const QStringList kLoading = {QStringLiteral("GET xelmediafolders?level=detail"), kProfiles};
 
 /// The panel as a host derives from it.
 class HostPanel : public KRXWindow

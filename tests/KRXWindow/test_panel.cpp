@@ -1,21 +1,10 @@
 #include "HostQtShell.h"
 #include "PanelFixture.h"
+#include "TestFiles.h"
 
-#include <QFile>
 #include <QFontMetrics>
 #include <QLayout>
-#include <QTemporaryDir>
 #include <QTest>
-
-using View = KRXFolderViewWidget;
-
-namespace {
-
-const QStringList kLoading = {QStringLiteral("GET xelmediafolders?level=detail"),
-                              QStringLiteral("GET profiles?level=detail")};
-const QString kProfiles = QStringLiteral("GET profiles?level=detail");
-
-} // namespace
 
 class TestPanel : public QObject
 {
@@ -434,8 +423,7 @@ void TestPanel::goingOfflineUnderTheEditorEnablesNothing()
 
 void TestPanel::goingOfflineUnderAQuestionEnablesNothing()
 {
-    QTemporaryDir filled;
-    QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
+    const TestFiles::FilledFolder filled;
     PanelFixture f;
     f.show();
     f.panel->updateKRXServiceOnlineState(false);

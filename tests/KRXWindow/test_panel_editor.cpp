@@ -1,14 +1,11 @@
 // The panel's way into the profile editor.
 
 #include "PanelFixture.h"
+#include "TestFiles.h"
 
-#include <QFile>
 #include <QPointer>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
-
-using View = KRXFolderViewWidget;
 
 class TestPanelEditor : public QObject
 {
@@ -188,8 +185,7 @@ void TestPanelEditor::panelDestroyedUnderTheEditorIsHarmless()
 
 void TestPanelEditor::panelDeletedLaterUnderAQuestionIsHarmless()
 {
-    QTemporaryDir filled;
-    QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
+    const TestFiles::FilledFolder filled;
     PanelFixture f;
     f.service.folders = {{"a"_s, filled.path(), "p1"_s, "true"_s}};
     f.show();

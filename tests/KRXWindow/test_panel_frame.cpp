@@ -10,8 +10,6 @@
 #include <QPen>
 #include <QTest>
 
-using View = KRXFolderViewWidget;
-
 namespace {
 
 /// What rectangles are drawn with, instead of the drawing.

@@ -6,16 +6,6 @@
 #include <QDir>
 #include <QTest>
 
-using View = KRXFolderViewWidget;
-
-namespace {
-
-const QStringList kLoading = {QStringLiteral("GET xelmediafolders?level=detail"),
-                              QStringLiteral("GET profiles?level=detail")};
-const QString kProfiles = QStringLiteral("GET profiles?level=detail");
-
-} // namespace
-
 class TestPanelList : public QObject
 {
     Q_OBJECT

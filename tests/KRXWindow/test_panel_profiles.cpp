@@ -3,15 +3,12 @@
 #include "KRXProfile.h"
 #include "KRXProfileProperties.h"
 #include "PanelFixture.h"
+#include "TestFiles.h"
 
 #include <QApplication>
-#include <QFile>
 #include <QMenu>
 #include <QPointer>
-#include <QTemporaryDir>
 #include <QTest>
-
-using View = KRXFolderViewWidget;
 
 class TestPanelProfiles : public QObject
 {
@@ -76,8 +73,7 @@ void TestPanelProfiles::chosenProfileIsShownAndWrittenOnce()
 
 void TestPanelProfiles::chosenProfileOfAFilledDirectoryAsks()
 {
-    QTemporaryDir filled;
-    QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
+    const TestFiles::FilledFolder filled;
     PanelFixture f;
     f.service.folders = {{"a"_s, filled.path(), "p1"_s, "true"_s}};
     f.show();
@@ -179,8 +175,7 @@ void TestPanelProfiles::editSurvivesARefreshUnderTheQuestion()
     QFETCH(int, sortColumn);
     QFETCH(bool, fewerRows);
     QFETCH(bool, byState);
-    QTemporaryDir filled;
-    QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
+    const TestFiles::FilledFolder filled;
     PanelFixture f;
     f.service.folders = {{"a"_s, filled.path(), "p1"_s, "true"_s},
                          {"b"_s, "/media/b"_s, "p1"_s},
@@ -212,8 +207,7 @@ void TestPanelProfiles::editSurvivesARefreshUnderTheQuestion()
 
 void TestPanelProfiles::goneProfileSelectedInASortedListSurvivesARefresh()
 {
-    QTemporaryDir filled;
-    QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
+    const TestFiles::FilledFolder filled;
     PanelFixture f;
     f.service.folders = {{"a"_s, "/0/a"_s, "p1"_s}, {"b"_s, filled.path(), "gone"_s, "true"_s}};
     f.show();
@@ -400,8 +394,7 @@ void TestPanelProfiles::otherChangesDoNotMoveTheBox()
 
 void TestPanelProfiles::removingARowBeforeAGoneProfileIsHarmless()
 {
-    QTemporaryDir filled;
-    QVERIFY(QFile(filled.filePath("clip.mov"_s)).open(QIODevice::WriteOnly));
+    const TestFiles::FilledFolder filled;
     PanelFixture f;
     f.service.folders = {
         {"a"_s, "/0/a"_s, "p1"_s}, {"b"_s, filled.path(), "gone"_s}, {"c"_s, "/z/zz"_s, "p1"_s}};

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
+#include <QTemporaryDir>
 
 #include <string>
 
@@ -16,5 +17,17 @@ QByteArray content(const QString& path);
 QByteArray content(const std::string& path);
 /// The names of a folder's files, hidden ones too, sorted.
 QStringList names(const QString& folder);
+
+/// A folder that holds a clip without a byte, as long as its object lives.
+class FilledFolder
+{
+public:
+    FilledFolder() { write(m_folder.filePath(QStringLiteral("clip.mov")), {}); }
+
+    QString path() const { return m_folder.path(); }
+
+private:
+    QTemporaryDir m_folder;
+};
 
 } // namespace TestFiles
