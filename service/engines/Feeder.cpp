@@ -1,5 +1,6 @@
 #include "engines/Feeder.h"
 
+#include "base/HandedFile.h"
 #include "base/Text.h"
 #include "media/MediaProbe.h"
 #include "media/helper/HelperRequests.h"
@@ -70,20 +71,7 @@ bool Feeder::handOver(const EngineFile& file, std::int64_t number)
     handed.number = number;
     const auto name = filetools::cutText(file.name, krxmedia::requests::kLongestName);
     std::memcpy(handed.name, name.data(), name.size());
-    iovec part{&handed, sizeof handed};
-    alignas(cmsghdr) char space[CMSG_SPACE(sizeof(int))] = {};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    message.msg_control = space;
-    message.msg_controllen = sizeof space;
-    cmsghdr* extra = CMSG_FIRSTHDR(&message);
-    extra->cmsg_level = SOL_SOCKET;
-    extra->cmsg_type = SCM_RIGHTS;
-    extra->cmsg_len = CMSG_LEN(sizeof(int));
-    std::memcpy(CMSG_DATA(extra), &file.file, sizeof file.file);
-    return ::sendmsg(m_socket.get(), &message, MSG_NOSIGNAL | MSG_DONTWAIT) ==
-           static_cast<ssize_t>(sizeof handed);
+    return handFile(m_socket.get(), &handed, sizeof handed, file.file);
 }
 
 void Feeder::answer()

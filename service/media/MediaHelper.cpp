@@ -1,5 +1,6 @@
 #include "media/MediaHelper.h"
 
+#include "base/HandedFile.h"
 #include "base/Text.h"
 
 #include <fcntl.h>
@@ -155,21 +156,8 @@ bool MediaHelper::send(int file, const std::string& name)
     const auto length = static_cast<std::uint32_t>(name.size());
     std::string bytes(reinterpret_cast<const char*>(&length), sizeof length);
     bytes += name;
-    iovec part{bytes.data(), bytes.size()};
-    alignas(cmsghdr) char space[CMSG_SPACE(sizeof(int))] = {};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    message.msg_control = space;
-    message.msg_controllen = sizeof space;
-    cmsghdr* extra = CMSG_FIRSTHDR(&message);
-    extra->cmsg_level = SOL_SOCKET;
-    extra->cmsg_type = SCM_RIGHTS;
-    extra->cmsg_len = CMSG_LEN(sizeof(int));
-    std::memcpy(CMSG_DATA(extra), &file, sizeof file);
     // So few bytes always fit into the socket of one who answered all before.
-    return ::sendmsg(m_socket.get(), &message, MSG_NOSIGNAL | MSG_DONTWAIT) ==
-           static_cast<ssize_t>(bytes.size());
+    return handFile(m_socket.get(), bytes.data(), bytes.size(), file);
 }
 
 HelperAnswer MediaHelper::broken()
