@@ -5,223 +5,231 @@
 #include <pugixml.hpp>
 
 #include <sstream>
+#include <utility>
 
 namespace krxservice::clipmemory {
 
 namespace {
 
-void put(pugi::xml_node element, const char* name, const std::string& value)
+/// Puts values into an element's attributes; a text without a letter, 0 and false are left out.
+class Writer
 {
-    if (!value.empty())
-        element.append_attribute(name) = text::xmlClean(value).c_str();
+public:
+    explicit Writer(pugi::xml_node element)
+        : m_element(element)
+    {
+    }
+
+    void operator()(const char* name, const std::string& value)
+    {
+        if (!value.empty())
+            m_element.append_attribute(name) = text::xmlClean(value).c_str();
+    }
+    void operator()(const char* name, std::int64_t value)
+    {
+        if (value != 0)
+            m_element.append_attribute(name) = static_cast<long long>(value);
+    }
+    void operator()(const char* name, int value) { (*this)(name, std::int64_t{value}); }
+    void operator()(const char* name, bool value) { (*this)(name, std::int64_t{value ? 1 : 0}); }
+    /// One that is there is written even when it is 0.
+    void operator()(const char* name, const std::optional<std::int64_t>& value)
+    {
+        if (value)
+            m_element.append_attribute(name) = static_cast<long long>(*value);
+    }
+
+private:
+    pugi::xml_node m_element;
+};
+
+/// Takes them out again.
+class Reader
+{
+public:
+    explicit Reader(pugi::xml_node element)
+        : m_element(element)
+    {
+    }
+
+    void operator()(const char* name, std::string& value) { value = m_element.attribute(name).value(); }
+    void operator()(const char* name, std::int64_t& value) { value = m_element.attribute(name).as_llong(); }
+    void operator()(const char* name, int& value) { value = m_element.attribute(name).as_int(); }
+    void operator()(const char* name, bool& value) { value = m_element.attribute(name).as_llong() != 0; }
+    void operator()(const char* name, std::optional<std::int64_t>& value)
+    {
+        value.reset();
+        if (const auto attribute = m_element.attribute(name))
+            value = attribute.as_llong();
+    }
+
+private:
+    pugi::xml_node m_element;
+};
+
+// What is kept of each kind of facts: one list for both ways.
+
+template <class Visit, class File>
+void visitFile(Visit visit, File& file)
+{
+    visit("path", file.path);
+    visit("size", file.stamp.size);
+    visit("modified", file.stamp.modified);
+    visit("changed", file.stamp.changed);
+    visit("inode", file.stamp.inode);
+    visit("checksum", file.checksum);
 }
 
-void put(pugi::xml_node element, const char* name, std::int64_t value)
+template <class Visit, class Media>
+void visitMedia(Visit visit, Media& media)
 {
-    if (value != 0)
-        element.append_attribute(name) = static_cast<long long>(value);
+    visit("kind", media.kind);
+    visit("format", media.format);
+    visit("duration", media.duration);
+    visit("timecode", media.timecode);
+    visit("reelName", media.reelName);
+    visit("created", media.created);
+    visit("timeReference", media.timeReference);
 }
 
-std::string textAt(const pugi::xml_node& element, const char* name)
+template <class Visit, class Stream>
+void visitStream(Visit visit, Stream& stream)
 {
-    return element.attribute(name).value();
+    visit("index", stream.index);
+    visit("type", stream.type);
+    visit("codec", stream.codec);
+    visit("width", stream.width);
+    visit("height", stream.height);
+    visit("frameRate", stream.frameRate);
+    visit("averageRate", stream.averageRate);
+    visit("frames", stream.frames);
+    visit("bitRate", stream.bitRate);
+    visit("pixelFormat", stream.pixelFormat);
+    visit("sampleRate", stream.sampleRate);
+    visit("channels", stream.channels);
+    visit("duration", stream.duration);
+    visit("timecode", stream.timecode);
+    visit("reelName", stream.reelName);
+    visit("sampleAspect", stream.sampleAspect);
+    visit("fieldOrder", stream.fieldOrder);
+    visit("colorRange", stream.colorRange);
+    visit("colorSpace", stream.colorSpace);
+    visit("colorPrimaries", stream.colorPrimaries);
+    visit("colorTransfer", stream.colorTransfer);
+    visit("turn", stream.turn);
+    visit("isCover", stream.isCover);
+    visit("bits", stream.bits);
+    visit("tag", stream.tag);
 }
 
-std::int64_t numberAt(const pugi::xml_node& element, const char* name)
+template <class Visit, class Sequence>
+void visitSequence(Visit visit, Sequence& sequence)
 {
-    return element.attribute(name).as_llong();
+    visit("directory", sequence.directory);
+    visit("stem", sequence.stem);
+    visit("extension", sequence.extension);
+    visit("padding", sequence.padding);
 }
 
-int smallAt(const pugi::xml_node& element, const char* name)
+template <class Visit, class Range>
+void visitRange(Visit visit, Range& range)
 {
-    return element.attribute(name).as_int();
+    visit("first", range.first);
+    visit("last", range.last);
+}
+
+template <class Visit, class Link>
+void visitLink(Visit visit, Link& link)
+{
+    visit("plugin", link.plugin);
+    visit("reelName", link.reelName);
+    visit("startTimecode", link.startTimecode);
+    visit("timecodeIsFromName", link.timecodeIsFromName);
+    visit("frameRate", link.frameRate);
+    visit("startFrame", link.startFrame);
+    visit("frameCount", link.frameCount);
+    visit("audioStart", link.audioStart);
+    visit("audioStartRate", link.audioStartRate);
+}
+
+template <class Visit, class Note>
+void visitActivity(Visit visit, Note& note)
+{
+    visit("id", note.id);
+    visit("name", note.name);
+    visit("check", note.check);
 }
 
 void putFile(pugi::xml_node parent, const char* name, const FileFacts& file, const std::string& kind = {})
 {
-    auto element = parent.append_child(name);
-    put(element, "kind", kind);
-    put(element, "path", file.path);
-    put(element, "size", file.stamp.size);
-    put(element, "modified", file.stamp.modified);
-    put(element, "changed", file.stamp.changed);
-    put(element, "inode", file.stamp.inode);
-    put(element, "checksum", file.checksum);
+    const auto element = parent.append_child(name);
+    Writer{element}("kind", kind);
+    visitFile(Writer(element), file);
 }
 
 FileFacts fileOf(const pugi::xml_node& element)
 {
     FileFacts file;
-    file.path = textAt(element, "path");
-    file.stamp = {numberAt(element, "size"), numberAt(element, "modified"), numberAt(element, "changed"),
-                  numberAt(element, "inode")};
-    file.checksum = textAt(element, "checksum");
+    visitFile(Reader(element), file);
     return file;
 }
 
 void putMedia(pugi::xml_node parent, const MediaFacts& media)
 {
     auto element = parent.append_child("media");
-    put(element, "kind", media.kind);
-    put(element, "format", media.format);
-    put(element, "duration", media.duration);
-    put(element, "timecode", media.timecode);
-    put(element, "reelName", media.reelName);
-    put(element, "created", media.created);
-    put(element, "timeReference", media.timeReference);
-    for (const auto& facts : media.streams) {
-        auto stream = element.append_child("stream");
-        put(stream, "index", facts.index);
-        put(stream, "type", facts.type);
-        put(stream, "codec", facts.codec);
-        put(stream, "width", facts.width);
-        put(stream, "height", facts.height);
-        put(stream, "frameRate", facts.frameRate);
-        put(stream, "averageRate", facts.averageRate);
-        put(stream, "frames", facts.frames);
-        put(stream, "bitRate", facts.bitRate);
-        put(stream, "pixelFormat", facts.pixelFormat);
-        put(stream, "sampleRate", facts.sampleRate);
-        put(stream, "channels", facts.channels);
-        put(stream, "duration", facts.duration);
-        put(stream, "timecode", facts.timecode);
-        put(stream, "reelName", facts.reelName);
-        put(stream, "sampleAspect", facts.sampleAspect);
-        put(stream, "fieldOrder", facts.fieldOrder);
-        put(stream, "colorRange", facts.colorRange);
-        put(stream, "colorSpace", facts.colorSpace);
-        put(stream, "colorPrimaries", facts.colorPrimaries);
-        put(stream, "colorTransfer", facts.colorTransfer);
-        put(stream, "turn", facts.turn);
-        put(stream, "isCover", facts.isCover ? 1 : 0);
-        put(stream, "bits", facts.bits);
-    }
+    visitMedia(Writer(element), media);
+    for (const auto& stream : media.streams)
+        visitStream(Writer(element.append_child("stream")), stream);
 }
 
 MediaFacts mediaOf(const pugi::xml_node& element)
 {
     MediaFacts media;
-    media.kind = textAt(element, "kind");
-    media.format = textAt(element, "format");
-    media.duration = textAt(element, "duration");
-    media.timecode = textAt(element, "timecode");
-    media.reelName = textAt(element, "reelName");
-    media.created = textAt(element, "created");
-    media.timeReference = textAt(element, "timeReference");
-    for (const auto& stream : element.children("stream")) {
-        StreamFacts facts;
-        facts.index = smallAt(stream, "index");
-        facts.type = textAt(stream, "type");
-        facts.codec = textAt(stream, "codec");
-        facts.width = smallAt(stream, "width");
-        facts.height = smallAt(stream, "height");
-        facts.frameRate = textAt(stream, "frameRate");
-        facts.averageRate = textAt(stream, "averageRate");
-        facts.frames = numberAt(stream, "frames");
-        facts.bitRate = numberAt(stream, "bitRate");
-        facts.pixelFormat = textAt(stream, "pixelFormat");
-        facts.sampleRate = smallAt(stream, "sampleRate");
-        facts.channels = smallAt(stream, "channels");
-        facts.duration = textAt(stream, "duration");
-        facts.timecode = textAt(stream, "timecode");
-        facts.reelName = textAt(stream, "reelName");
-        facts.sampleAspect = textAt(stream, "sampleAspect");
-        facts.fieldOrder = textAt(stream, "fieldOrder");
-        facts.colorRange = textAt(stream, "colorRange");
-        facts.colorSpace = textAt(stream, "colorSpace");
-        facts.colorPrimaries = textAt(stream, "colorPrimaries");
-        facts.colorTransfer = textAt(stream, "colorTransfer");
-        facts.turn = smallAt(stream, "turn");
-        facts.isCover = numberAt(stream, "isCover") != 0;
-        facts.bits = smallAt(stream, "bits");
-        media.streams.push_back(std::move(facts));
-    }
+    visitMedia(Reader(element), media);
+    for (const auto& stream : element.children("stream"))
+        visitStream(Reader(stream), media.streams.emplace_back());
     return media;
 }
 
-void putSequence(pugi::xml_node parent, const SequenceFacts& facts)
+void putSequence(pugi::xml_node parent, const SequenceFacts& sequence)
 {
     auto element = parent.append_child("sequence");
-    put(element, "directory", facts.directory);
-    put(element, "stem", facts.stem);
-    put(element, "extension", facts.extension);
-    put(element, "padding", facts.padding);
-    for (const auto& range : facts.present) {
-        auto numbers = element.append_child("numbers");
-        put(numbers, "first", range.first);
-        put(numbers, "last", range.last);
-    }
+    visitSequence(Writer(element), sequence);
+    for (const auto& range : sequence.present)
+        visitRange(Writer(element.append_child("numbers")), range);
 }
 
 SequenceFacts sequenceOf(const pugi::xml_node& element)
 {
-    SequenceFacts facts;
-    facts.directory = textAt(element, "directory");
-    facts.stem = textAt(element, "stem");
-    facts.extension = textAt(element, "extension");
-    facts.padding = smallAt(element, "padding");
+    SequenceFacts sequence;
+    visitSequence(Reader(element), sequence);
     for (const auto& numbers : element.children("numbers"))
-        facts.present.push_back({numberAt(numbers, "first"), numberAt(numbers, "last")});
-    if (!facts.present.empty()) {
-        facts.firstNumber = facts.present.front().first;
-        facts.lastNumber = facts.present.back().last;
+        visitRange(Reader(numbers), sequence.present.emplace_back());
+    if (!sequence.present.empty()) {
+        sequence.firstNumber = sequence.present.front().first;
+        sequence.lastNumber = sequence.present.back().last;
     }
-    return facts;
-}
-
-void putLink(pugi::xml_node parent, const LinkFacts& link)
-{
-    auto element = parent.append_child("link");
-    put(element, "plugin", link.plugin);
-    put(element, "reelName", link.reelName);
-    put(element, "startTimecode", link.startTimecode);
-    put(element, "timecodeIsFromName", link.timecodeIsFromName ? 1 : 0);
-    put(element, "frameRate", link.frameRate);
-    put(element, "startFrame", link.startFrame);
-    put(element, "frameCount", link.frameCount);
-    if (link.audioStart)
-        element.append_attribute("audioStart") = static_cast<long long>(*link.audioStart);
-    put(element, "audioStartRate", link.audioStartRate);
-}
-
-LinkFacts linkOf(const pugi::xml_node& element)
-{
-    LinkFacts link;
-    link.plugin = textAt(element, "plugin");
-    link.reelName = textAt(element, "reelName");
-    link.startTimecode = textAt(element, "startTimecode");
-    link.timecodeIsFromName = numberAt(element, "timecodeIsFromName") != 0;
-    link.frameRate = textAt(element, "frameRate");
-    link.startFrame = numberAt(element, "startFrame");
-    link.frameCount = numberAt(element, "frameCount");
-    if (element.attribute("audioStart"))
-        link.audioStart = numberAt(element, "audioStart");
-    link.audioStartRate = smallAt(element, "audioStartRate");
-    return link;
+    return sequence;
 }
 
 void putActivity(pugi::xml_node parent, const ActivityNote& note)
 {
     auto element = parent.append_child("activity");
-    put(element, "id", note.id);
-    put(element, "name", note.name);
-    put(element, "check", note.check);
+    visitActivity(Writer(element), note);
     for (const auto& file : note.made)
         putFile(element, "file", file);
     for (const auto& sentence : note.notes)
-        put(element.append_child("note"), "text", sentence);
+        Writer{element.append_child("note")}("text", sentence);
 }
 
 ActivityNote activityOf(const pugi::xml_node& element)
 {
     ActivityNote note;
-    note.id = textAt(element, "id");
-    note.name = textAt(element, "name");
-    note.check = textAt(element, "check");
+    visitActivity(Reader(element), note);
     for (const auto& file : element.children("file"))
         note.made.push_back(fileOf(file));
     for (const auto& sentence : element.children("note"))
-        note.notes.push_back(textAt(sentence, "text"));
+        Reader{sentence}("text", note.notes.emplace_back());
     return note;
 }
 
@@ -239,7 +247,7 @@ std::string write(const Clip& clip)
         putFile(root, "sidecar", sidecar);
     for (const auto& part : clip.parts)
         putFile(root, "part", part.file, part.kind);
-    putLink(root, clip.link);
+    visitLink(Writer(root.append_child("link")), clip.link);
     for (const auto& note : clip.activities)
         putActivity(root, note);
     std::ostringstream text;
@@ -265,8 +273,9 @@ bool read(std::string_view text, Clip& clip)
         clip.sidecars.push_back(fileOf(sidecar));
     clip.parts.clear();
     for (const auto& part : root.children("part"))
-        clip.parts.push_back({textAt(part, "kind"), fileOf(part)});
-    clip.link = linkOf(root.child("link"));
+        clip.parts.push_back({part.attribute("kind").value(), fileOf(part)});
+    clip.link = {};
+    visitLink(Reader(root.child("link")), clip.link);
     clip.activities.clear();
     for (const auto& note : root.children("activity"))
         clip.activities.push_back(activityOf(note));
