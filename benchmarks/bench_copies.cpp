@@ -143,32 +143,42 @@ double timed(const std::function<void()>& work)
     return double(timer.nsecsElapsed()) / 1e6;
 }
 
-void measureCopy(Table& table, const QString& work, int count, quint32 size, int runs, double most,
-                 const QString& command)
+/// Where clips come from and where they go.
+struct Places
 {
     QTemporaryDir folder;
-    const QString in = folder.filePath(QStringLiteral("in"));
-    const QString to = folder.filePath(QStringLiteral("to"));
-    require(QDir().mkpath(in), "there is room");
-    for (int i = 0; i < count; ++i)
-        writeWave(in + QStringLiteral("/%1.wav").arg(i), size);
-    shell(QStringLiteral("sync -f '%1'").arg(in));
-    const auto fresh = [&] {
+    QString in = folder.filePath(QStringLiteral("in"));
+    QString to = folder.filePath(QStringLiteral("to"));
+
+    Places() { require(QDir().mkpath(in), "there is room"); }
+
+    /// Has nothing lie where they go, on the disk either.
+    void empty() const
+    {
         QDir(to).removeRecursively();
         require(QDir().mkpath(to), "there is room");
         shell(QStringLiteral("sync -f '%1'").arg(to));
-    };
+    }
+};
+
+void measureCopy(Table& table, const QString& work, int count, quint32 size, int runs, double most,
+                 const QString& command)
+{
+    const Places places;
+    for (int i = 0; i < count; ++i)
+        writeWave(places.in + QStringLiteral("/%1.wav").arg(i), size);
+    shell(QStringLiteral("sync -f '%1'").arg(places.in));
     const auto ours = [&] {
-        fresh();
+        places.empty();
         Works works;
         ActivityRecipe copy;
         copy.id = profiledocument::kCopy;
-        copy.destination = to.toStdString();
-        return timed([&] { works.process(in, copy); });
+        copy.destination = places.to.toStdString();
+        return timed([&] { works.process(places.in, copy); });
     };
     const auto floor = [&] {
-        fresh();
-        return timed([&] { shell(command.arg(in, to)); });
+        places.empty();
+        return timed([&] { shell(command.arg(places.in, places.to)); });
     };
     addPairs(table, work, count, runs, most, ours, floor);
 }
@@ -187,34 +197,26 @@ void makeMovie(const QString& path)
 
 void measureConsolidation(Table& table)
 {
-    QTemporaryDir folder;
-    const QString in = folder.filePath(QStringLiteral("in"));
-    const QString to = folder.filePath(QStringLiteral("to"));
-    require(QDir().mkpath(in), "there is room");
-    makeMovie(in + QStringLiteral("/movie.mov"));
-    const auto fresh = [&] {
-        QDir(to).removeRecursively();
-        require(QDir().mkpath(to), "there is room");
-        shell(QStringLiteral("sync -f '%1'").arg(to));
-    };
+    const Places places;
+    makeMovie(places.in + QStringLiteral("/movie.mov"));
     const auto ours = [&] {
-        fresh();
+        places.empty();
         Works works;
         ActivityRecipe activity;
         activity.id = profiledocument::kConsolidate;
         activity.element = "<activity id=\"consolidate\"><outputDetail><filesystemVideoVolume>" +
-                           to.toStdString() + "/</filesystemVideoVolume></outputDetail></activity>";
-        const double time = timed([&] { works.process(in, activity); });
-        require(QFile::exists(to + QStringLiteral("/KRX Media/in/movie.mxf")), "it became MXF");
+                           places.to.toStdString() + "/</filesystemVideoVolume></outputDetail></activity>";
+        const double time = timed([&] { works.process(places.in, activity); });
+        require(QFile::exists(places.to + QStringLiteral("/KRX Media/in/movie.mxf")), "it became MXF");
         return time;
     };
     const auto floor = [&] {
-        fresh();
+        places.empty();
         return timed([&] {
             shell(QStringLiteral(
                       "ffmpeg -v error -i '%1/movie.mov' -map 0:v -map 0:a -c copy -r:v 25 '%2/movie.mxf' && "
                       "sync -f '%2'")
-                      .arg(in, to));
+                      .arg(places.in, places.to));
         });
     };
     addPairs(table, QStringLiteral("consolidate 1 GB into MXF, against ffmpeg and sync"), 1, 5, 1.3, ours,
