@@ -4,6 +4,18 @@
 
 #include "RestWaits.h"
 
+namespace {
+
+/// Has the poller do its \a work with \a values in its own thread, when it comes to it.
+template <class... Parameters, class... Values>
+void have(ServicePoller* poller, void (ServicePoller::*work)(Parameters...), const Values&... values)
+{
+    QMetaObject::invokeMethod(
+        poller, [poller, work, values...] { (poller->*work)(values...); }, Qt::QueuedConnection);
+}
+
+} // namespace
+
 ServiceMonitor::ServiceMonitor(int interval, QObject* parent)
     : QObject(parent)
     , m_waits(std::make_shared<StandInHost::RestWaits>())
@@ -36,51 +48,45 @@ void ServiceMonitor::start()
 
 void ServiceMonitor::askNow()
 {
-    QMetaObject::invokeMethod(m_poller, &ServicePoller::askSoon, Qt::QueuedConnection);
+    have(m_poller, &ServicePoller::askSoon);
 }
 
 void ServiceMonitor::submitJobs(const QStringList& paths, const QString& profileId)
 {
-    QMetaObject::invokeMethod(
-        m_poller, [poller = m_poller, paths, profileId] { poller->submitJobs(paths, profileId); },
-        Qt::QueuedConnection);
+    have(m_poller, &ServicePoller::submitJobs, paths, profileId);
 }
 
 void ServiceMonitor::deleteJob(const QString& jobId)
 {
-    QMetaObject::invokeMethod(
-        m_poller, [poller = m_poller, jobId] { poller->deleteJob(jobId); }, Qt::QueuedConnection);
+    have(m_poller, &ServicePoller::deleteJob, jobId);
 }
 
 void ServiceMonitor::cancelJobs()
 {
-    QMetaObject::invokeMethod(m_poller, &ServicePoller::cancelJobs, Qt::QueuedConnection);
+    have(m_poller, &ServicePoller::cancelJobs);
 }
 
 void ServiceMonitor::retryJobs()
 {
-    QMetaObject::invokeMethod(m_poller, &ServicePoller::retryJobs, Qt::QueuedConnection);
+    have(m_poller, &ServicePoller::retryJobs);
 }
 
 void ServiceMonitor::cancelTheseJobs(const QStringList& jobIds)
 {
-    QMetaObject::invokeMethod(
-        m_poller, [poller = m_poller, jobIds] { poller->cancelTheseJobs(jobIds); }, Qt::QueuedConnection);
+    have(m_poller, &ServicePoller::cancelTheseJobs, jobIds);
 }
 
 void ServiceMonitor::retryTheseJobs(const QStringList& jobIds)
 {
-    QMetaObject::invokeMethod(
-        m_poller, [poller = m_poller, jobIds] { poller->retryTheseJobs(jobIds); }, Qt::QueuedConnection);
+    have(m_poller, &ServicePoller::retryTheseJobs, jobIds);
 }
 
 void ServiceMonitor::setHeardOfChanges(bool heard)
 {
-    QMetaObject::invokeMethod(
-        m_poller, [poller = m_poller, heard] { poller->setHeardOfChanges(heard); }, Qt::QueuedConnection);
+    have(m_poller, &ServicePoller::setHeardOfChanges, heard);
 }
 
 void ServiceMonitor::clearErrors()
 {
-    QMetaObject::invokeMethod(m_poller, &ServicePoller::clearErrors, Qt::QueuedConnection);
+    have(m_poller, &ServicePoller::clearErrors);
 }
