@@ -2,6 +2,7 @@
 #include "ClipTable.h"
 #include "JobsPane.h"
 #include "MessageList.h"
+#include "ModelWatch.h"
 #include "NotReadyPane.h"
 #include "Notifier.h"
 #include "ServiceMonitor.h"
@@ -197,6 +198,7 @@ private slots:
                          clip("c", ClipState::Failed, "f2"), clip("d", ClipState::Offered)}));
         table.setNames({{s("f1"), s("Rushes")}}, {});
         JobsPane pane(table);
+        KRXTest::watchModel(pane.findChild<QTableView*>());
         pane.findChild<QComboBox*>()->setCurrentIndex(kind);
         pane.findChild<QLineEdit*>()->setText(text);
         pane.findChild<QTableView*>()->sortByColumn(ClipTable::Clip, Qt::AscendingOrder);
@@ -236,6 +238,7 @@ private slots:
             all({clip("a", ClipState::Waiting), clip("b", ClipState::Acting), clip("c", ClipState::Failed),
                  clip("d", ClipState::Failed), clip("e", ClipState::Offered)}));
         JobsPane pane(table);
+        KRXTest::watchModel(pane.findChild<QTableView*>());
         pane.findChild<QTableView*>()->sortByColumn(ClipTable::Clip, Qt::AscendingOrder);
         QSignalSpy cancel(&pane, &JobsPane::cancelWanted);
         QSignalSpy retry(&pane, &JobsPane::retryWanted);
