@@ -315,6 +315,28 @@ void ClipBook::tell(const std::string& owner, const std::string& path, const Cli
         line.settlesAt = steadyNow() + static_cast<std::int64_t>(news.settlesIn * 1e9);
 }
 
+void ClipBook::withdraw(const std::string& owner, const std::string& path)
+{
+    std::int64_t record = 0;
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto found = m_byKey.find({owner, path});
+        if (found == m_byKey.end())
+            return;
+        record = m_lines.at(found->second).record;
+        if (record == 0) {
+            erase(found->second);
+            m_board.changed(Topic::Clips);
+            return;
+        }
+    }
+    {
+        const std::lock_guard lock(m_rowsMutex);
+        m_rows.try_emplace(record, text::now());
+    }
+    m_board.changed(Topic::Clips);
+}
+
 void ClipBook::tellProgress(const std::string& owner, const std::string& path, const std::string& activity,
                             int percent)
 {

@@ -97,6 +97,8 @@ public:
 
     /// What the watcher and the queue know of a clip. Nothing for a clip that the database says is further.
     void tell(const std::string& owner, const std::string& path, const ClipNews& news);
+    /// What was told of it counts no more: it is no clip by itself. What the database says stays.
+    void withdraw(const std::string& owner, const std::string& path);
     /// How far the actions have come.
     void tellProgress(const std::string& owner, const std::string& path, const std::string& activity,
                       int percent);

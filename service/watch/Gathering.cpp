@@ -31,6 +31,7 @@ bool Gathering::saw(const std::string& key, const std::string& path, const FileS
     if (isNew || !picture.isSettling)
         ++group.settling;
     picture.isSettling = true;
+    group.bytes += stamp.size - picture.stamp.size;
     picture.stamp = stamp;
     group.needsLook = true;
     group.dueAt = std::max(group.dueAt, now + m_wait);
@@ -45,6 +46,7 @@ void Gathering::settled(const std::string& key, const std::string& path, const F
     const auto picture = group->second.pictures.find(path);
     if (picture == group->second.pictures.end() || !picture->second.isSettling)
         return;
+    group->second.bytes += stamp.size - picture->second.stamp.size;
     picture->second = {stamp, false};
     --group->second.settling;
 }
@@ -58,7 +60,25 @@ void Gathering::lost(const std::string& key, const std::string& path)
     if (picture == group->second.pictures.end())
         return;
     group->second.settling -= picture->second.isSettling ? 1 : 0;
+    group->second.bytes -= picture->second.stamp.size;
     group->second.pictures.erase(picture);
+}
+
+bool Gathering::isWaiting(const std::string& key) const
+{
+    const auto group = m_groups.find(key);
+    return group != m_groups.end() && waits(group->second);
+}
+
+std::vector<Gathering::Waiting> Gathering::waiting() const
+{
+    std::vector<Waiting> all;
+    for (const auto& [key, group] : m_groups) {
+        if (waits(group))
+            all.push_back({key, group.pictures.begin()->first, group.pictures.size(), group.settling,
+                           group.bytes, group.dueAt});
+    }
+    return all;
 }
 
 std::vector<std::string> Gathering::takeDue(std::int64_t now)
@@ -153,6 +173,7 @@ void Gathering::keepOnly(const std::unordered_set<std::string>& seen)
                 continue;
             }
             group->second.settling -= picture->second.isSettling ? 1 : 0;
+            group->second.bytes -= picture->second.stamp.size;
             picture = pictures.erase(picture);
         }
         group = pictures.empty() && group->second.underWay.empty() ? m_groups.erase(group) : std::next(group);

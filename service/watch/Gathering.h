@@ -45,6 +45,20 @@ public:
     /// The earliest moment at which a group can be due; the largest number without any.
     std::int64_t nextDue() const;
 
+    /// The pictures of a group that are not handed over yet.
+    struct Waiting
+    {
+        std::string key;
+        std::string first; ///< the least of their paths
+        std::size_t pictures = 0;
+        std::size_t settling = 0; ///< of them
+        std::int64_t bytes = 0;   ///< of all together
+        std::int64_t dueAt = 0;
+    };
+    /// All groups on which nobody works and that are to be looked at.
+    std::vector<Waiting> waiting() const;
+    bool isWaiting(const std::string& key) const;
+
     /// A clip of the group is being worked on: the group is not due before it is done.
     void begin(const std::string& key, const std::string& clip);
     /// The work on it ended; not before \a notBefore is the group to be looked at again, if at all.
@@ -67,7 +81,8 @@ private:
     };
     struct Group
     {
-        std::unordered_map<std::string, Picture> pictures;
+        std::map<std::string, Picture> pictures; ///< by path
+        std::int64_t bytes = 0;                  ///< of all
         std::size_t settling = 0;
         std::int64_t dueAt = 0;
         bool needsLook = false;
@@ -75,10 +90,11 @@ private:
         std::unordered_set<std::string> underWay; ///< clips
     };
 
-    bool canBeDue(const Group& group) const
+    static bool waits(const Group& group)
     {
-        return group.needsLook && group.settling == 0 && group.underWay.empty() && !group.pictures.empty();
+        return group.needsLook && group.underWay.empty() && !group.pictures.empty();
     }
+    static bool canBeDue(const Group& group) { return waits(group) && group.settling == 0; }
 
     std::int64_t m_wait;
     std::map<std::string, Group> m_groups;

@@ -121,8 +121,16 @@ public:
                     inner(path, news);
             };
         }
+        Stories::Withdraw withdraw;
+        if (setup.withdraw) {
+            withdraw = [this, inner = setup.withdraw](const std::string& path) {
+                const std::lock_guard lock(m_mutex);
+                if (!m_ended)
+                    inner(path);
+            };
+        }
         auto folder = std::make_unique<WatchedFolder>(setup.folder, setup.known, setup.skipped, m_settle,
-                                                      setup.underWay, setup.settings, tell);
+                                                      setup.underWay, setup.settings, tell, withdraw);
         m_turns[setup.folder.id] = setup.turn;
         folder->goesOn = [this] {
             m_busySince = steadyNow();

@@ -50,7 +50,8 @@ public:
         std::unordered_map<std::string, FileStamp> known; ///< files whose work is done
         std::set<std::string> skipped;                    ///< canonical paths of directories to be left out
         std::set<std::string> underWay;                   ///< files that were handed over
-        Stories::Tell tell = {}; ///< called on the lane's thread, never after its end; must not wait
+        Stories::Tell tell = {};         ///< called on the lane's thread, never after its end; must not wait
+        Stories::Withdraw withdraw = {}; ///< the same
     };
 
     Lane(const Times& times, Listener listener, const EventSource& events = {});

@@ -2,12 +2,15 @@
 
 #include "base/FileStamp.h"
 #include "store/ClipBook.h"
+#include "watch/Gathering.h"
 #include "watch/Settler.h"
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 namespace krxservice {
 
@@ -16,10 +19,13 @@ class Stories
 {
 public:
     using Tell = std::function<void(const std::string& path, const ClipNews& news)>;
+    /// What was told of a path is told of another from now on.
+    using Withdraw = std::function<void(const std::string& path)>;
 
     /// Without a function nothing is told.
-    explicit Stories(Tell tell)
+    explicit Stories(Tell tell, Withdraw withdraw = {})
         : m_tell(std::move(tell))
+        , m_withdraw(std::move(withdraw))
     {
     }
 
@@ -35,6 +41,16 @@ public:
     /// What becomes of it now others tell.
     void handedOver(const std::string& path) { m_told.erase(path); }
 
+    /// Numbered pictures have one story together, under the first of them.
+    /// \param all those that are not handed over at \a now (nanoseconds); the others' stories are over.
+    /// \param open who has one of the pictures open for writing, by their key.
+    void pictures(const std::vector<Gathering::Waiting>& all, const std::map<std::string, std::string>& open,
+                  std::int64_t now);
+    /// Stories of pictures that do not wait any more are over.
+    void keepPictures(const std::function<bool(const std::string& key)>& wait);
+    /// The pictures of \a key make these \a clips, of which others tell from now on; none when they are gone.
+    void picturesHandedOver(const std::string& key, const std::vector<std::string>& clips);
+
 private:
     struct Told
     {
@@ -42,9 +58,23 @@ private:
         std::int64_t size = 0;
     };
 
+    /// What was told of numbered pictures.
+    struct ToldPictures
+    {
+        std::string path;
+        ClipStage stage = ClipStage::Found;
+        std::size_t pictures = 0;
+        std::int64_t bytes = 0;
+        std::int64_t dueAt = 0;
+    };
+
     void tell(const std::string& path, Told& told, const ClipNews& news);
+    void tellPictures(const Gathering::Waiting& now, const std::string& program, double left);
+    void withdraw(const std::string& path);
 
     Tell m_tell;
+    Withdraw m_withdraw;
+    std::map<std::string, ToldPictures> m_pictures; ///< by key
     std::unordered_map<std::string, Told> m_told;
 };
 

@@ -44,14 +44,15 @@ std::string trimmedStem(const std::string& path)
 
 WatchedFolder::WatchedFolder(const FolderRecord& record, std::unordered_map<std::string, FileStamp> known,
                              std::set<std::string> skipped, std::int64_t settle,
-                             std::set<std::string> underWay, const LinkSettings& settings, Stories::Tell tell)
+                             std::set<std::string> underWay, const LinkSettings& settings, Stories::Tell tell,
+                             Stories::Withdraw withdraw)
     : m_record(record)
     , m_root(record.path)
     , m_known(std::move(known))
     , m_skipped(std::move(skipped))
     , m_settle(settle)
     , m_settings(settings)
-    , m_stories(std::move(tell))
+    , m_stories(std::move(tell), std::move(withdraw))
     , m_gathering(kPictureWait * settle)
     , m_underWay(std::move(underWay))
 {
@@ -194,6 +195,7 @@ std::vector<std::string> WatchedFolder::endReading()
     m_isFirstReading = false;
     m_trustsKnown = false;
     m_gathering.keepOnly(m_seen);
+    m_stories.keepPictures([this](const std::string& key) { return m_gathering.isWaiting(key); });
     for (auto* texts : {&m_late, &m_uncovered}) {
         for (auto it = texts->begin(); it != texts->end();)
             it = m_seen.count(*it) > 0 ? std::next(it) : texts->erase(it);
@@ -274,9 +276,13 @@ std::vector<std::string> WatchedFolder::takeFinished(std::int64_t now)
     std::set<std::string> canonical;
     for (const auto& [real, path] : still)
         canonical.insert(real);
+    std::map<std::string, std::string> openPictures; // program by key
     for (const auto& [written, program] : openwriters::among(canonical)) {
-        m_candidates.at(still.at(written)).disturbed();
-        m_stories.open(still.at(written), program);
+        const std::string& path = still.at(written);
+        m_candidates.at(path).disturbed();
+        m_stories.open(path, program);
+        if (const auto key = Gathering::keyOf(path, m_settings.joinsAllPictures))
+            openPictures[*key] = program;
         still.erase(written);
     }
     std::vector<std::string> finished;
@@ -287,6 +293,7 @@ std::vector<std::string> WatchedFolder::takeFinished(std::int64_t now)
                 finishOne(path, now, finished);
         }
     }
+    m_stories.pictures(m_gathering.waiting(), openPictures, now);
     finishPictures(now, finished);
     return finished;
 }
@@ -358,7 +365,9 @@ void WatchedFolder::finishPictures(std::int64_t now, std::vector<std::string>& f
             m_gathering.putOff(*key, now + m_settle);
             continue;
         }
+        std::vector<std::string> paths;
         for (const auto& clip : clipfiles::allLike(path, m_root, goesOn)) {
+            paths.push_back(clip.path);
             if (isDone(clip, *key) || m_underWay.count(clip.path) > 0)
                 continue;
             const auto later = m_later.find(clip.path);
@@ -374,6 +383,7 @@ void WatchedFolder::finishPictures(std::int64_t now, std::vector<std::string>& f
             m_gathering.begin(*key, clip.path);
             finished.push_back(clip.path);
         }
+        m_stories.picturesHandedOver(*key, paths);
     }
 }
 

@@ -26,10 +26,11 @@ public:
     /// \a known: the files whose work is done. \a skipped: canonical paths of directories to be left out.
     /// \a settle in nanoseconds.
     /// \a underWay: files that were handed over and are not done yet. \a settings: those of its profile.
-    /// \a tell is told why files are not handed over yet.
+    /// \a tell is told why files are not handed over yet, \a withdraw of what is not a clip by itself.
     WatchedFolder(const FolderRecord& record, std::unordered_map<std::string, FileStamp> known,
                   std::set<std::string> skipped, std::int64_t settle, std::set<std::string> underWay = {},
-                  const LinkSettings& settings = {}, Stories::Tell tell = {});
+                  const LinkSettings& settings = {}, Stories::Tell tell = {},
+                  Stories::Withdraw withdraw = {});
 
     const std::string& id() const { return m_record.id; }
     /// The directory without trailing slashes.

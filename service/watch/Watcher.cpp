@@ -197,6 +197,9 @@ void Watcher::place(Folder& folder)
     if (m_stores.book) {
         setup.tell = [book = m_stores.book, id = folder.record.id](
                          const std::string& path, const ClipNews& news) { book->tell(id, path, news); };
+        setup.withdraw = [book = m_stores.book, id = folder.record.id](const std::string& path) {
+            book->withdraw(id, path);
+        };
     }
     setup.turn = ++m_turns;
     folder.turn = setup.turn;

@@ -5,6 +5,7 @@
 #include "store/ChangeBoard.h"
 #include "store/ClipBook.h"
 #include "store/JobStore.h"
+#include "watch/WatchedFolder.h"
 
 #include <QProcess>
 #include <QTest>
@@ -367,6 +368,147 @@ private slots:
         QVERIFY(QFile::remove(stage.outputs().value(0)));
         QVERIFY(stage.service->get("activity").texts(s("outputReadyFolder")).isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(stage.service->get("clips").text(s("state")), s("TAKEN"), kStagePatience);
+    }
+    void whatSomebodyElseTookIsToldToWhoeverWaits()
+    {
+        ServiceStage stage;
+        // Records are looked through once an hour only, and nobody asks what is ready.
+        QVERIFY(stage.service->start(stage.data, {s("--rescan"), s("3600")}));
+        QVERIFY(QDir().mkpath(stage.watch));
+        stage.id = stage.service->addFolder(stage.watch, stage.service->profileId(s("Default Profile")));
+        QVERIFY(!stage.drop(s("a.wav")).isEmpty());
+        const auto state = [&] { return stage.service->get("clips").text(s("state")); };
+        QTRY_COMPARE_WITH_TIMEOUT(state(), s("OFFERED"), kStagePatience);
+        const QString taken = stage.outputs().value(0);
+        QVERIFY(QFile::remove(taken));
+        QTRY_COMPARE_WITH_TIMEOUT(state(), s("TAKEN"), kStagePatience);
+        // The same for one who waits, and for the folder that was made after the start.
+        QVERIFY(!stage.drop(s("b.wav")).isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kStagePatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->get("clips?state=OFFERED").texts(s("name")),
+                                  QStringList{s("b.wav")}, kStagePatience);
+        QByteArray since = version(stage.service->get("changes"));
+        QVERIFY(QFile::remove(stage.outputs().value(0)));
+        QStringList told;
+        while (!told.contains(s("clips"))) {
+            const Reply news = stage.service->get("changes?since=" + since);
+            told = news.texts(s("changed"));
+            QVERIFY2(!told.isEmpty(), "nothing was told until the wait was over");
+            since = version(news);
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->get("clips?state=TAKEN").texts(s("name")).size(), 2,
+                                  kStagePatience);
+    }
+    void numberedPicturesTellOneStoryTogether()
+    {
+        constexpr std::int64_t second = 1000000000;
+        QTemporaryDir folder;
+        FolderRecord record;
+        record.id = "f1";
+        record.path = folder.path().toStdString();
+        using Line = std::pair<QString, ClipStage>;
+        std::vector<Line> told;
+        std::string reason;
+        double left = -1;
+        QStringList withdrawn;
+        const auto nameOf = [](const std::string& path) {
+            return QFileInfo(QString::fromStdString(path)).fileName();
+        };
+        WatchedFolder watched(
+            record, {}, {}, second, {}, {},
+            [&](const std::string& path, const ClipNews& news) {
+                told.emplace_back(nameOf(path), news.stage);
+                reason = news.reason;
+                left = news.settlesIn;
+            },
+            [&](const std::string& path) { withdrawn << nameOf(path); });
+        std::int64_t now = 0;
+        const auto add = [&](const char* name) {
+            QFile file(folder.filePath(s(name)));
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write("12345") == 5);
+            file.close();
+            watched.saw(file.fileName().toStdString(), true, now);
+        };
+        const auto wait = [&](int quarters) {
+            std::vector<std::string> finished;
+            for (int i = 0; i < quarters; ++i) {
+                now += second / 4;
+                for (const auto& each : watched.takeFinished(now))
+                    finished.push_back(each);
+            }
+            return finished;
+        };
+        add("take.0002.dpx");
+        QVERIFY(wait(1).empty());
+        QCOMPARE(told, (std::vector<Line>{{s("take.0002.dpx"), ClipStage::Found}}));
+        add("take.0003.dpx");
+        wait(1);
+        QCOMPARE(told.back(), Line(s("take.0002.dpx"), ClipStage::Growing));
+        QCOMPARE(reason, std::string("Grows: 2 pictures, 10 bytes so far"));
+        // The first of them gives the story its name, even when it comes late.
+        add("take.0001.dpx");
+        wait(1);
+        QCOMPARE(withdrawn, QStringList{s("take.0002.dpx")});
+        QCOMPARE(told.back(), Line(s("take.0001.dpx"), ClipStage::Growing));
+        wait(1);
+        QCOMPARE(told.back(), Line(s("take.0001.dpx"), ClipStage::Settling));
+        QCOMPARE(reason, std::string("3 pictures, 15 bytes: waits whether more come"));
+        QCOMPARE(left, 2.5);
+        const auto count = told.size();
+        {
+            QFile open(folder.filePath(s("take.0003.dpx")));
+            QVERIFY(open.open(QIODevice::Append));
+            wait(3);
+            QCOMPARE(told.back(), Line(s("take.0001.dpx"), ClipStage::Open));
+            QVERIFY(reason.find("(process") != std::string::npos);
+            QCOMPARE(told.size(), count + 1);
+        }
+        QCOMPARE(wait(40), std::vector<std::string>{folder.filePath(s("take.0001.dpx")).toStdString()});
+        const auto atTheEnd = told.size();
+        QCOMPARE(told.back().second, ClipStage::Settling);
+        // From now on others tell.
+        wait(4);
+        QCOMPARE(told.size(), atTheEnd);
+        QCOMPARE(withdrawn.size(), 1);
+    }
+    void picturesThatGoAreToldAsGone()
+    {
+        constexpr std::int64_t second = 1000000000;
+        QTemporaryDir folder;
+        FolderRecord record;
+        record.path = folder.path().toStdString();
+        ClipNews last;
+        WatchedFolder watched(record, {}, {}, second, {}, {},
+                              [&](const std::string&, const ClipNews& news) { last = news; });
+        const QString path = folder.filePath(s("take.0001.dpx"));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("x") == 1);
+        file.close();
+        watched.saw(path.toStdString(), true, 0);
+        watched.takeFinished(second / 4);
+        QCOMPARE(last.stage, ClipStage::Found);
+        QVERIFY(QFile::remove(path));
+        watched.takeFinished(second / 2);
+        QCOMPARE(last.stage, ClipStage::Gone);
+        // The same between two readings of the folder.
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("x") == 1);
+        file.close();
+        watched.saw(path.toStdString(), true, second);
+        watched.takeFinished(5 * second / 4);
+        QVERIFY(last.stage != ClipStage::Gone);
+        QVERIFY(QFile::remove(path));
+        watched.beginReading();
+        watched.endReading();
+        QCOMPARE(last.stage, ClipStage::Gone);
+    }
+    void whatIsWithdrawnIsForgottenUnlessTheDatabaseKnowsIt()
+    {
+        Shelf shelf;
+        shelf.book->tell("f000001", "/in/b.0002.dpx", {ClipStage::Growing, "Grows"});
+        QCOMPARE(shelf.only().path, std::string("/in/b.0002.dpx"));
+        shelf.book->withdraw("f000001", "/in/b.0002.dpx");
+        shelf.book->withdraw("f000001", "/in/nobody");
+        QVERIFY(shelf.all().empty());
     }
     void aFailureThatIsTriedAgainIsNoMessageAnyMore()
     {
