@@ -148,6 +148,7 @@ Service::Service(const Options& options)
                      },
                      [this] { prune(); }},
                     options.rescanSeconds)
+    , m_outputWatch(m_dataFolder + "/output", [this] { m_housekeeper.poke(); })
     , m_historian({[this] { m_histories.writeDue(); }}, std::min(options.historySeconds, kHistorySeconds))
 {
     m_keeper.restore(m_folders, m_profiles, m_errors);
@@ -178,6 +179,7 @@ void Service::start()
     }
     m_housekeeper.start();
     m_housekeeper.poke();
+    m_outputWatch.start();
     m_historian.start();
 }
 
@@ -190,6 +192,7 @@ void Service::stop()
     m_worker.stop();
     m_watchThread.quit();
     m_watchThread.wait();
+    m_outputWatch.stop();
     m_housekeeper.stop();
     m_historian.stop();
 }

@@ -5,6 +5,7 @@
 #include "app/DataKeeper.h"
 #include "app/FolderDetails.h"
 #include "app/Housekeeper.h"
+#include "app/OutputWatch.h"
 #include "base/Options.h"
 #include "documents/Answers.h"
 #include "documents/Requests.h"
@@ -111,6 +112,7 @@ private:
     QThread m_watchThread;
     std::unique_ptr<Watcher> m_watcher;
     Housekeeper m_housekeeper;
+    OutputWatch m_outputWatch;
     /// On a thread of its own: a volume that does not answer holds up nothing but histories.
     Housekeeper m_historian;
     std::optional<std::chrono::steady_clock::time_point> m_pruned; ///< when; used by the housekeeper alone
