@@ -8,8 +8,9 @@
 
 namespace krxservice {
 
-/// How long actions took since the start of the service, so that it can be told how long the next one will.
-/// Thread-safe.
+class Database;
+
+/// How long actions took, so that it can be told how long the next one will. Thread-safe.
 class ActivityTimes
 {
 public:
@@ -22,6 +23,11 @@ public:
     /// How long one would take for \a bytes; nothing when there was none yet.
     std::optional<double> estimate(const std::string& id, std::int64_t bytes) const;
 
+    /// Takes what an earlier run kept for those of which nothing is known yet. Throws DatabaseError.
+    void load(Database& database);
+    /// Keeps what is new since the last time. Throws DatabaseError.
+    void keep(Database& database);
+
 private:
     struct Sum
     {
@@ -31,6 +37,7 @@ private:
 
     mutable std::mutex m_mutex;
     std::map<std::string, Sum> m_sums;
+    bool m_isNew = false; ///< something was noted since it was kept
 };
 
 } // namespace krxservice

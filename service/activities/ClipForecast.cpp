@@ -20,8 +20,9 @@ ClipForecast without(ClipForecast run, const std::string& reason)
 
 } // namespace
 
-ClipForecast ClipForecast::of(const std::string& path, const ProfileRecipe& profile,
-                              const ActivityTimes& times, const CancelToken& cancel)
+ClipForecast ClipForecast::of(const std::string& path, const std::string& watched,
+                              const ProfileRecipe& profile, const ActivityTimes& times,
+                              const CancelToken& cancel)
 {
     ClipForecast run;
     const LinkSettings settings = LinkSettings::read(profile.settings);
@@ -40,6 +41,7 @@ ClipForecast ClipForecast::of(const std::string& path, const ProfileRecipe& prof
     clip.source = {run.path, files.sequence ? files.stamp : source.stamp(), {}};
     clip.linked = clip.source;
     clip.media = probe.facts;
+    clip.watched = watched;
     clip.sequence = files.sequence;
     run.bytes = clip.source.stamp.size;
     run.files = files.sequence ? sequence::paths(*files.sequence).size() : 1;

@@ -32,8 +32,9 @@ struct ClipForecast
     std::vector<Action> actions;    ///< in the profile's order; none without a clip
 
     /// Looks at the file \a path. Blocks as long as the disk and the media take to answer.
-    static ClipForecast of(const std::string& path, const ProfileRecipe& profile, const ActivityTimes& times,
-                           const CancelToken& cancel);
+    /// \param watched the watched folder that the file is found in; empty when a person chooses it.
+    static ClipForecast of(const std::string& path, const std::string& watched, const ProfileRecipe& profile,
+                           const ActivityTimes& times, const CancelToken& cancel);
 };
 
 } // namespace krxservice

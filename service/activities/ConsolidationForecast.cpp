@@ -1,9 +1,15 @@
 #include "activities/ConsolidateActivity.h"
 #include "activities/ConsolidationPlan.h"
 #include "activities/MediaTarget.h"
+#include "base/FileTools.h"
+#include "base/SourceFile.h"
 #include "base/Text.h"
+#include "media/ClipFiles.h"
+#include "media/TargetIndex.h"
 
 #include <optional>
+#include <utility>
+#include <vector>
 
 namespace krxservice {
 
@@ -46,16 +52,60 @@ Way wayOf(const Clip& clip, const MediaOptions& options, bool goesApart)
     return {isRemade ? own : asItIs, reason + ": it keeps its own wrapper", false};
 }
 
+constexpr std::int64_t kLargestRead = 1024LL * 1024 * 1024; ///< bytes; beyond nobody waits for it
+
+/// What tells the clip's contents apart, as the targets' indexes have it; empty when it is not to be had.
+std::string fingerprintOf(const Clip& clip, const CancelToken& cancel)
+{
+    if (clip.linked.stamp.size > kLargestRead)
+        return {};
+    std::string error;
+    if (clip.sequence)
+        return clipfiles::fingerprint(*clip.sequence, clip.watched, clip.linked.stamp.size, cancel, error)
+            .value_or(std::string());
+    const SourceFile source(clip.linked.path, clip.watched);
+    return source.isOpen() ? filetools::fingerprint(source.get(), cancel, error).value_or(std::string())
+                           : std::string();
+}
+
+/// The files that are made of the same already, when the indexes of the targets know all of them.
+std::vector<Forecast::Result> presentOnTarget(const Clip& clip, const MediaOptions& options, bool goesApart,
+                                              bool hasPicture, const CancelToken& cancel)
+{
+    const std::string checksum = fingerprintOf(clip, cancel);
+    if (checksum.empty())
+        return {};
+    std::vector<std::pair<std::string, std::string>> pieces; // kind and volume
+    if (goesApart)
+        pieces = {{"picture", options.videoVolume}, {"sound", options.audioVolume}};
+    else
+        pieces = {{"clip", hasPicture ? options.videoVolume : options.audioVolume}};
+    std::vector<Forecast::Result> present;
+    for (const auto& [kind, volume] : pieces) {
+        const auto file = TargetIndex(profiledocument::mediaFolder(volume)).findKept({kind, checksum});
+        if (!file)
+            return {};
+        present.push_back({file->path, file->stamp.size});
+    }
+    return present;
+}
+
 } // namespace
 
 Forecast ConsolidateActivity::foresee(const Clip& clip, const ActivityRecipe& recipe,
-                                      const CancelToken& /*cancel*/) const
+                                      const CancelToken& cancel) const
 {
     const MediaOptions options = MediaOptions::read(recipe.element);
     const bool hasPicture = consolidation::hasPicture(clip.media);
     const bool isStill = clip.sequence || clip.media.kind == "image";
     const bool goesApart = options.isApart() && hasPicture && consolidation::hasSound(clip.media) && !isStill;
     const Way way = wayOf(clip, options, goesApart);
+    if (options.skipsOnTarget) {
+        auto present = presentOnTarget(clip, options, goesApart, hasPicture, cancel);
+        if (!present.empty())
+            return {Forecast::Verdict::WillSkip, "the same media lie on the target already",
+                    std::move(present)};
+    }
     const MediaTarget main(hasPicture ? options.videoVolume : options.audioVolume, clip);
     const MediaTarget sound(options.audioVolume, clip);
     std::optional<Refusal> refusal = main.refusal(clip.linked.stamp.size);

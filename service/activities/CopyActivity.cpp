@@ -135,6 +135,11 @@ Forecast CopyActivity::foresee(const Clip& clip, const ActivityRecipe& recipe,
     if (text::canonicalPath(order.directory) ==
         text::canonicalPath(order.source.substr(0, order.source.rfind('/') + 1)))
         return cannot("the destination is the folder that the clip is in");
+    const std::string watched = text::canonicalPath(clip.watched);
+    if (!watched.empty() && text::canonicalPath(order.directory) == watched)
+        return cannot("the destination is the watched folder itself");
+    if (const std::string below = clipcopy::belowWatched(clip); !below.empty())
+        order.directory += '/' + below;
 
     Forecast forecast;
     std::vector<std::string> paths{order.source};
@@ -180,11 +185,11 @@ Forecast CopyActivity::foresee(const Clip& clip, const ActivityRecipe& recipe,
     struct statvfs space
     {
     };
-    if (::statvfs(order.directory.c_str(), &space) == 0 &&
+    if (::statvfs(recipe.destination.c_str(), &space) == 0 &&
         static_cast<double>(space.f_bavail) * static_cast<double>(space.f_frsize) <
             static_cast<double>(bytes))
         return {Forecast::Verdict::Cannot,
-                "there is no space for " + std::to_string(bytes) + " bytes on " + order.directory,
+                "there is no space for " + std::to_string(bytes) + " bytes on " + recipe.destination,
                 forecast.results};
     return forecast;
 }

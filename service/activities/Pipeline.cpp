@@ -59,6 +59,7 @@ Pipeline::Pipeline(Database& database, ClipStore& clips, ErrorStore& errors, Out
     , m_errors(errors)
     , m_outputs(outputs)
 {
+    m_times.load(database);
 }
 
 FileResult Pipeline::process(const FileOrder& order)

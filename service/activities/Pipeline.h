@@ -107,6 +107,8 @@ public:
 
     /// How long its actions took.
     const ActivityTimes& times() const { return m_times; }
+    /// Brings them to the database, for the next run. Throws DatabaseError.
+    void keepTimes() { m_times.keep(m_database); }
 
 private:
     struct Work;

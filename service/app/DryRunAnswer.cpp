@@ -80,6 +80,21 @@ void addAction(pugi::xml_node root, const ClipForecast::Action& action)
     }
 }
 
+/// The innermost of the folders that the file lies in; empty when it is in none.
+std::string watchedAround(const std::string& path, const std::vector<FolderRecord>& folders)
+{
+    std::string innermost;
+    for (const auto& folder : folders) {
+        for (std::string root : {folder.path, folder.canonical}) {
+            while (root.size() > 1 && root.back() == '/')
+                root.pop_back();
+            if (root.size() > innermost.size() && text::isBelow(path, root))
+                innermost = root;
+        }
+    }
+    return innermost;
+}
+
 std::string document(const ClipForecast& run)
 {
     pugi::xml_document document;
@@ -96,7 +111,7 @@ std::string document(const ClipForecast& run)
 } // namespace
 
 HttpAnswer dryRunAnswer(const Outcome<ProfileRecord>& profile, const std::string& body,
-                        const ActivityTimes& times)
+                        const std::vector<FolderRecord>& folders, const ActivityTimes& times)
 {
     if (!profile)
         return HttpAnswer::refused(profile.refusal());
@@ -111,9 +126,10 @@ HttpAnswer dryRunAnswer(const Outcome<ProfileRecord>& profile, const std::string
     // Whoever has given up waiting is not worked for any more, and the times may be gone by then.
     const auto cancel = makeCancelToken();
     const auto known = std::make_shared<ActivityTimes>(times);
-    const auto run = within<ClipForecast>(kPatience, [path = *path, recipe = *recipe, known, cancel] {
-        return ClipForecast::of(path, recipe, *known, cancel);
-    });
+    const auto run = within<ClipForecast>(
+        kPatience, [path = *path, watched = watchedAround(*path, folders), recipe = *recipe, known, cancel] {
+            return ClipForecast::of(path, watched, recipe, *known, cancel);
+        });
     if (run)
         return HttpAnswer::xml(document(*run));
     *cancel = true;

@@ -188,7 +188,7 @@ HttpAnswer Routes::dryRun(const Call& call)
         return HttpAnswer::refused({400, "this is no id of the service"});
     if (call.method != "POST")
         return notAllowed("POST");
-    return dryRunAnswer(m_service.profile(call.id()), call.body, m_service.times());
+    return dryRunAnswer(m_service.profile(call.id()), call.body, m_service.folders(), m_service.times());
 }
 
 HttpAnswer Routes::jobs(const Call& call)

@@ -141,7 +141,7 @@ Service::Service(const Options& options)
                    onWatcher([=](Watcher& watcher) { watcher.fileDone(folderId, path, stamp); });
                })
     , m_housekeeper({[this] { m_keeper.mend(m_errors); }, [this] { m_pipeline.publishRest(); },
-                     [this] { m_pipeline.noteTaken(); },
+                     [this] { m_pipeline.noteTaken(); }, [this] { m_pipeline.keepTimes(); },
                      [this] {
                          if (const auto reason = m_keeper.save(m_folders, m_profiles); !reason.empty())
                              m_errors.add("Folders and profiles cannot be kept a second time: " + reason);

@@ -174,7 +174,19 @@ std::optional<FileFacts> TargetIndex::find(const Key& key, const CancelToken& ca
     const auto mutex = mutexOf(m_folder);
     const std::lock_guard lock(*mutex);
     const auto kept = read();
-    const auto entries = kept ? *kept : rebuild(cancel);
+    return findAmong(kept ? *kept : rebuild(cancel), key);
+}
+
+std::optional<FileFacts> TargetIndex::findKept(const Key& key) const
+{
+    const auto mutex = mutexOf(m_folder);
+    const std::lock_guard lock(*mutex);
+    const auto kept = read();
+    return kept ? findAmong(*kept, key) : std::nullopt;
+}
+
+std::optional<FileFacts> TargetIndex::findAmong(const std::vector<Entry>& entries, const Key& key)
+{
     for (const auto& entry : entries) {
         if (entry.key.kind != key.kind || entry.key.checksum != key.checksum)
             continue;

@@ -28,6 +28,9 @@ public:
     /// The file (of a sequence all pictures together) that was made of this and is still what it was then.
     std::optional<FileFacts> find(const Key& key, const CancelToken& cancel) const;
 
+    /// The same by what is kept, without a look at the media: nothing is found when no index is there.
+    std::optional<FileFacts> findKept(const Key& key) const;
+
     /// Remembers \a made, which lies in the folder. A failure only means that it is looked for in vain.
     void add(const Key& key, const FileFacts& made) const;
 
@@ -42,6 +45,7 @@ private:
     };
 
     std::optional<std::vector<Entry>> read() const;
+    static std::optional<FileFacts> findAmong(const std::vector<Entry>& entries, const Key& key);
     std::vector<Entry> rebuild(const CancelToken& cancel) const;
     std::string lineOf(const Entry& entry) const;
     std::optional<Entry> entryOf(const std::string& line) const;

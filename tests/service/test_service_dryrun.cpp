@@ -116,6 +116,56 @@ private slots:
         QCOMPARE(aside.texts(s("path")).last(), at("full/movie (2).mov"));
     }
 
+    void copiesKeepThePathBelowTheWatchedFolder()
+    {
+        QVERIFY(QDir().mkpath(m_stage.watch + s("/day 1/card")) && QDir().mkpath(at("kept")));
+        const QString id = profile("Kept", ModuleDocument::copyActivity(at("kept"), true));
+        QVERIFY(QFile::copy(TestMedia::file(s("sound.wav")), m_stage.watch + s("/day 1/card/a.wav")));
+        const Reply below = tryOut(id, m_stage.watch + s("/day 1/card/a.wav"));
+        QCOMPARE(below.texts(s("path")).last(), at("kept/day 1/card/a.wav"));
+        QCOMPARE(QDir(at("kept")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
+        const QString self = profile("Self", ModuleDocument::copyActivity(m_stage.watch, true));
+        QCOMPARE(tryOut(self, m_stage.watch + s("/day 1/card/a.wav")).text(s("verdict")), s("CANNOT"));
+        // What is really done then is what was told.
+        QVERIFY(QDir().mkpath(at("other")));
+        const QString folder = m_stage.service->addFolder(at("other"), id);
+        QVERIFY(QDir().mkpath(at("other/card")));
+        QVERIFY(QFile::copy(TestMedia::file(s("sound.wav")), at("other/card/b.wav")));
+        QCOMPARE(tryOut(id, at("other/card/b.wav")).texts(s("path")).last(), at("kept/card/b.wav"));
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(at("kept/card/b.wav")), kStagePatience);
+    }
+
+    void whatLiesOnTheTargetIsSkippedWhenTheProfileSaysSo()
+    {
+        QVERIFY(QDir().mkpath(at("shelf")));
+        const QString id = profile(
+            "Skip",
+            QByteArray(kTranscode)
+                .replace("%1", at("shelf").toUtf8())
+                .replace("id=\"transcode\" name=\"Transcode 1\"", "id=\"consolidate\" name=\"Consolidate\"")
+                .replace("outputTranscodeVideoProfile", "outputConsolidateVideoProfile")
+                .replace("<videoCompressionType>",
+                         "<videoSkipOnTarget>true</videoSkipOnTarget><videoCompressionType>"));
+        const Reply before = tryOut(id, at("from/sound.wav"));
+        QCOMPARE(before.text(s("verdict")), s("WILL_DO"));
+        QVERIFY2(before.text(s("reason")).contains(s("skipped when")), before.body.constData());
+        m_stage.service->post("jobs", ModuleDocument::submitJob(at("from/sound.wav"), id));
+        const QString told = before.texts(s("path")).last();
+        QTRY_COMPARE_WITH_TIMEOUT(tryOut(id, at("from/sound.wav")).text(s("verdict")), s("WILL_SKIP"),
+                                  kStagePatience);
+        const Reply after = tryOut(id, at("from/sound.wav"));
+        QCOMPARE(after.texts(s("path")).last(), told);
+        QCOMPARE(after.texts(s("bytes")).last(), QString::number(QFileInfo(told).size()));
+        // By content, not by name.
+        QVERIFY(QFile::copy(at("from/sound.wav"), at("from/renamed.wav")));
+        QCOMPARE(tryOut(id, at("from/renamed.wav")).text(s("verdict")), s("WILL_SKIP"));
+        // Without an index nothing is read anew, and none is made.
+        const QString index = at("shelf/KRX Media/.krx-index");
+        QVERIFY(QFile::remove(index));
+        QCOMPARE(tryOut(id, at("from/sound.wav")).text(s("verdict")), s("WILL_DO"));
+        QVERIFY(!QFile::exists(index));
+    }
+
     void whatCannotBeDoneIsSaidWithItsReason()
     {
         const Reply missing = tryOut(profile("Missing", ModuleDocument::copyActivity(at("missing"), true)),
@@ -256,13 +306,23 @@ private slots:
         times.note("transcode", 0, 1);
         QVERIFY(times.estimate("transcode", 1).value_or(0) > 0);
 
-        const QString id = profile("Copy", ModuleDocument::copyActivity(at("to"), true));
-        QVERIFY(tryOut(id, at("from/sound.wav")).text(s("seconds")).isEmpty());
-        m_stage.service->post("jobs", ModuleDocument::submitJob(at("from/sound.wav"), id));
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(at("to/sound.wav")), kStagePatience);
-        QVERIFY(QFile::remove(at("to/sound.wav")));
-        QTRY_VERIFY_WITH_TIMEOUT(!tryOut(id, at("from/sound.wav")).text(s("seconds")).isEmpty(),
-                                 kStagePatience);
+        ServiceStage stage;
+        const QString to = stage.folder.filePath(s("to"));
+        QVERIFY(QDir().mkpath(to) && stage.begin(ModuleDocument::copyActivity(to, true)));
+        const QString id = stage.service->profileId(s("Copying"));
+        const auto seconds = [&] {
+            return stage.service->post("profiles/" + id.toUtf8() + "/dryrun", request(at("from/sound.wav")))
+                .text(s("seconds"));
+        };
+        QCOMPARE(seconds(), QString());
+        stage.service->post("jobs", ModuleDocument::submitJob(at("from/sound.wav"), id));
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(to + s("/sound.wav")), kStagePatience);
+        QVERIFY(QFile::remove(to + s("/sound.wav")));
+        QTRY_VERIFY_WITH_TIMEOUT(!seconds().isEmpty(), kStagePatience);
+        // They are known after the next start, too.
+        QCOMPARE(stage.service->terminate(), 0);
+        QVERIFY(stage.again());
+        QVERIFY(!seconds().isEmpty());
     }
 };
 
