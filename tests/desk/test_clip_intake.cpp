@@ -1,5 +1,6 @@
 #include "ClipIntake.h"
 #include "DeskProject.h"
+#include "DeskSession.h"
 #include "LinkDocument.h"
 #include "LinkDocuments.h"
 
@@ -8,9 +9,16 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QSet>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
+
+#include <csignal>
+#include <unistd.h>
 
 using LinkDocuments::Parts;
 
@@ -23,6 +31,56 @@ LinkDocument parsed(const Parts& parts)
     if (!LinkDocument::parse(LinkDocuments::text(parts), document, error))
         qWarning("%s", qPrintable(error));
     return document;
+}
+
+void useVolumes()
+{
+    StandInHost::setVolumes({{{QStringLiteral("root"), QStringLiteral("/")},
+                              {QStringLiteral("Card 7"), QStringLiteral("/watch")},
+                              {QStringLiteral("Nothing"), QStringLiteral("/wat")}}});
+}
+
+constexpr char kTake[] = "--take";
+
+/// When a desk dies: with the so-and-so-many clip taken, or turn of its event loop since the start or since
+/// the project was saved.
+enum Death { WithAClip, InATurn, InATurnAfterTheSave, Deaths, Never = Deaths };
+
+/// A process of its own that takes all documents of a folder into a project: "--take PROJECT FOLDER DEATH
+/// NUMBER".
+int takeAndDie(int argc, char* argv[])
+{
+    QCoreApplication application(argc, argv);
+    useVolumes();
+    const auto death = static_cast<Death>(QByteArray(argv[4]).toInt());
+    int left = QByteArray(argv[5]).toInt();
+    const auto count = [&left] {
+        if (--left <= 0)
+            ::kill(::getpid(), SIGKILL);
+    };
+    DeskSession session;
+    QString error;
+    if (!session.openOrCreate(QFile::decodeName(argv[2]), error) || session.isReadOnly())
+        return 2;
+    bool isSaved = false;
+    QObject::connect(&session.project(), &DeskProject::modifiedChanged, &application,
+                     [&isSaved](bool modified) { isSaved = isSaved || !modified; });
+    QObject::connect(&session.clips(), &ClipIntake::taken, &application, [&] {
+        if (death == WithAClip)
+            count();
+    });
+    QTimer turns;
+    QObject::connect(&turns, &QTimer::timeout, &application, [&] {
+        if (death == InATurn || (death == InATurnAfterTheSave && isSaved))
+            count();
+        if (!session.clips().isPending())
+            QCoreApplication::quit();
+    });
+    const QDir folder(QFile::decodeName(argv[3]));
+    for (const QString& name : folder.entryList({QStringLiteral("*.xel")}, QDir::Files))
+        session.clips().takeSoon(folder.filePath(name));
+    turns.start(0);
+    return QCoreApplication::exec();
 }
 
 } // namespace
@@ -50,9 +108,7 @@ private slots:
         m_project = std::make_unique<DeskProject>();
         m_project->create(path("Show.krxproject"));
         m_intake = std::make_unique<ClipIntake>(*m_project);
-        StandInHost::setVolumes({{{QStringLiteral("root"), QStringLiteral("/")},
-                                  {QStringLiteral("Card 7"), QStringLiteral("/watch")},
-                                  {QStringLiteral("Nothing"), QStringLiteral("/wat")}}});
+        useVolumes();
     }
     void cleanup()
     {
@@ -416,6 +472,58 @@ private slots:
         QVERIFY(!QFileInfo::exists(where.last()));
     }
 
+    void aDeskThatIsKilledAnywhereInABatchLosesNoneAndTakesNoneTwice()
+    {
+        constexpr int kRounds = 8;
+        constexpr int kMany = 250; // new ones in each round
+        constexpr int kMostTurns = 4;
+        const quint32 seed = QRandomGenerator::global()->generate();
+        qInfo("seed %u", seed);
+        QRandomGenerator random(seed);
+        const QString project = path("Killed.krxproject");
+        const QDir documents(path("documents"));
+        QVERIFY(QDir().mkpath(documents.path()));
+        int made = 0;
+        int died = 0;
+        for (int round = 0; round <= kRounds; ++round) {
+            for (int i = 0; i < kMany && round < kRounds; ++i) {
+                Parts parts;
+                parts.id = QByteArray::number(made++);
+                QVERIFY(!document(QByteArray("documents/" + parts.id + ".xel").constData(), parts).isEmpty());
+            }
+            const int death = round < kRounds ? random.bounded(Deaths) : Never;
+            const int number = 1 + random.bounded(death == WithAClip ? kMany : kMostTurns);
+            QProcess desk;
+            desk.start(QCoreApplication::applicationFilePath(),
+                       {QLatin1String(kTake), project, documents.path(), QString::number(death),
+                        QString::number(number)});
+            QVERIFY(desk.waitForFinished());
+            const bool wasKilled = desk.exitStatus() == QProcess::CrashExit;
+            QVERIFY(wasKilled || desk.exitCode() == 0);
+            died += wasKilled ? 1 : 0;
+
+            QSet<QString> ids;
+            int clips = 0;
+            DeskProject kept;
+            QString error;
+            QVERIFY2(!QFile::exists(project) || kept.load(project, error), qPrintable(error));
+            for (const DeskBin& bin : kept.bins()) {
+                for (const DeskClip& clip : bin.clips) {
+                    ids.insert(clip.id);
+                    ++clips;
+                }
+            }
+            QCOMPARE(ids.size(), clips);
+            const QStringList left = documents.entryList({QStringLiteral("*.xel")}, QDir::Files);
+            for (const QString& name : left)
+                ids.insert(QFileInfo(name).completeBaseName());
+            QCOMPARE(ids.size(), made);
+            if (!wasKilled)
+                QVERIFY(left.isEmpty() && clips == made);
+        }
+        QVERIFY(died > 0);
+    }
+
     void aProjectThatCannotBeSavedKeepsTheDocuments()
     {
         QVERIFY(QDir().mkpath(QString(m_project->path() + QLatin1String("/in the way"))));
@@ -526,5 +634,12 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestClipIntake)
+int main(int argc, char* argv[])
+{
+    if (argc == 6 && qstrcmp(argv[1], kTake) == 0)
+        return takeAndDie(argc, argv);
+    QCoreApplication application(argc, argv);
+    TestClipIntake test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "test_clip_intake.moc"

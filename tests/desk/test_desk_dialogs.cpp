@@ -440,7 +440,11 @@ private slots:
         server.setReply("POST", "/KRXService/profiles/p1/dryrun", 200,
                         "<dryRun><path>/in/a &amp; b.mov</path><clip><name>a &amp; b</name>"
                         "<path>/in/a &amp; b.mov</path><files>1</files><bytes>1000</bytes><kind>video</kind>"
-                        "<stream><type>video</type><codec>prores</codec></stream></clip>"
+                        "<duration>4.000000</duration><timecode>11:00:00:00</timecode>"
+                        "<stream><type>video</type><codec>prores</codec><raster>640x360</raster>"
+                        "<frameRate>30000/1001</frameRate></stream><stream><type>audio</type>"
+                        "<codec>pcm_s16le</codec><channels>2</channels></stream>"
+                        "<stream><type>data</type><codec>unknown</codec></stream></clip>"
                         "<activity><id>copy</id><name>Copy</name><verdict>WILL_DO</verdict>"
                         "<result><path>/to/a &amp; b.mov</path><bytes>1000</bytes></result>"
                         "<seconds>12</seconds></activity>"
@@ -453,7 +457,9 @@ private slots:
         QVERIFY(server.lastRequest().body.contains("<path>/in/a &amp; b.mov</path>"));
         QVERIFY(dialog.findChild<QLabel*>()->text().startsWith(
             QStringLiteral("a & b would be taken as a clip: ")));
-        QVERIFY(dialog.findChild<QLabel*>()->text().contains(QStringLiteral("video, prores")));
+        QVERIFY(dialog.findChild<QLabel*>()->text().contains(
+            QStringLiteral("; %1 s; 11:00:00:00; prores 640x360 %2 fps; pcm_s16le 2 channels. Nothing")
+                .arg(QLocale().toString(4.0, 'f', 2), QLocale().toString(29.97, 'f', 2))));
         QCOMPARE(steps->topLevelItem(0)->text(0), QStringLiteral("Copy"));
         QCOMPARE(steps->topLevelItem(0)->text(1), QStringLiteral("Will be done"));
         QVERIFY(steps->topLevelItem(0)->text(2).contains(QStringLiteral("12 s")));

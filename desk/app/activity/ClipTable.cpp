@@ -60,6 +60,7 @@ void ClipTable::replaceAll(const QVector<ServiceClip>& clips)
         m_clips.append(clip);
     }
     endResetModel();
+    emit applied();
 }
 
 void ClipTable::apply(const ClipNews& news)
@@ -67,8 +68,7 @@ void ClipTable::apply(const ClipNews& news)
     if (news.isWhole)
         return replaceAll(news.clips);
     QVector<ServiceClip> added;
-    int first = m_clips.size();
-    int last = -1;
+    QVector<int> changed;
     for (const ServiceClip& clip : news.clips) {
         if (isCleared(clip))
             continue;
@@ -79,19 +79,31 @@ void ClipTable::apply(const ClipNews& news)
             continue;
         }
         m_clips[*known] = clip;
-        first = std::min(first, *known);
-        last = std::max(last, *known);
+        changed.append(*known);
     }
-    if (last >= 0)
+    tellChanged(changed);
+    if (!added.isEmpty()) {
+        beginInsertRows(QModelIndex(), m_clips.size(), m_clips.size() + added.size() - 1);
+        for (const ServiceClip& clip : added) {
+            m_rows.insert(clip.id, m_clips.size());
+            m_clips.append(clip);
+        }
+        endInsertRows();
+    }
+    emit applied();
+}
+
+/// Row by row, and rows that stand together at once: whoever sorts looks at all that are told of.
+void ClipTable::tellChanged(QVector<int> rows)
+{
+    std::sort(rows.begin(), rows.end());
+    for (int i = 0; i < rows.size();) {
+        const int first = rows.at(i);
+        int last = first;
+        while (++i < rows.size() && rows.at(i) <= last + 1)
+            last = rows.at(i);
         emit dataChanged(index(first, 0), index(last, Columns - 1));
-    if (added.isEmpty())
-        return;
-    beginInsertRows(QModelIndex(), m_clips.size(), m_clips.size() + added.size() - 1);
-    for (const ServiceClip& clip : added) {
-        m_rows.insert(clip.id, m_clips.size());
-        m_clips.append(clip);
     }
-    endInsertRows();
 }
 
 void ClipTable::setNames(const QHash<QString, QString>& folders, const QHash<QString, QString>& profiles)

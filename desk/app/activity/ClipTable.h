@@ -43,11 +43,16 @@ public:
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
 
+signals:
+    /// All that apply() or clearFinished() changed was told of.
+    void applied();
+
 private:
     QString text(const ServiceClip& clip, int column) const;
     QVariant sortValue(const ServiceClip& clip, int column) const;
     bool isCleared(const ServiceClip& clip) const;
     void replaceAll(const QVector<ServiceClip>& clips);
+    void tellChanged(QVector<int> rows);
 
     QVector<ServiceClip> m_clips;
     QHash<QString, int> m_rows; ///< by id

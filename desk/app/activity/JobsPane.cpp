@@ -67,10 +67,8 @@ JobsPane::JobsPane(ClipTable& clips, QWidget* parent)
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(makeBar());
     layout->addWidget(m_table);
-    for (auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
-        connect(m_filter, signal, this, &JobsPane::countRows);
-    connect(m_filter, &QAbstractItemModel::modelReset, this, &JobsPane::countRows);
-    connect(m_filter, &QAbstractItemModel::dataChanged, this, &JobsPane::updateActions);
+    // Once for all that changed together: the filter tells of thousands one by one.
+    connect(&clips, &ClipTable::applied, this, &JobsPane::countRows);
     countRows();
 }
 
@@ -116,9 +114,14 @@ QWidget* JobsPane::makeBar()
         button->setDefaultAction(action);
         layout->addWidget(button);
     }
-    connect(m_search, &QLineEdit::textChanged, m_filter, &ClipFilter::setText);
-    connect(m_kind, QOverload<int>::of(&QComboBox::currentIndexChanged), m_filter,
-            [this](int kind) { m_filter->setKind(static_cast<ClipFilter::Kind>(kind)); });
+    connect(m_search, &QLineEdit::textChanged, this, [this](const QString& text) {
+        m_filter->setText(text);
+        countRows();
+    });
+    connect(m_kind, QOverload<int>::of(&QComboBox::currentIndexChanged), this, [this](int kind) {
+        m_filter->setKind(static_cast<ClipFilter::Kind>(kind));
+        countRows();
+    });
     return bar;
 }
 
@@ -140,7 +143,7 @@ void JobsPane::makeTable()
     m_table->setSortingEnabled(true);
     // The newest on top.
     m_table->sortByColumn(ClipTable::Started, Qt::DescendingOrder);
-    constexpr int widths[ClipTable::Columns] = {170, 110, 120, 90, 90, 90, 240, 70, 60};
+    constexpr int widths[ClipTable::Columns] = {150, 100, 110, 90, 90, 80, 240, 62, 50};
     for (int column = 0; column < ClipTable::Columns; ++column)
         m_table->setColumnWidth(column, widths[column]);
     m_table->horizontalHeader()->setSectionResizeMode(ClipTable::Reason, QHeaderView::Stretch);
@@ -194,7 +197,10 @@ void JobsPane::updateActions()
         any([&](const QModelIndex& row) { return hasJob(row) && canBeCancelled(stateOf(row)); }));
     m_retry->setEnabled(
         any([&](const QModelIndex& row) { return hasJob(row) && stateOf(row) == ClipState::Failed; }));
-    m_retryAll->setEnabled(!allFailed().isEmpty());
+    const auto& clips = m_clips.clips();
+    m_retryAll->setEnabled(std::any_of(clips.begin(), clips.end(), [](const ServiceClip& clip) {
+        return clip.state == ClipState::Failed && !clip.job().isEmpty();
+    }));
     m_show->setEnabled(rows.size() == 1);
     m_copy->setEnabled(!rows.isEmpty());
 }
@@ -213,9 +219,14 @@ void JobsPane::countRows()
 void JobsPane::showInFileManager()
 {
     const QModelIndexList rows = selected();
-    if (rows.size() == 1)
-        QDesktopServices::openUrl(
-            QUrl::fromLocalFile(QFileInfo(rows.first().data(ClipTable::PathRole).toString()).absolutePath()));
+    if (rows.size() != 1)
+        return;
+    // The clip and its folder may have gone: what is left around them is shown.
+    QString folder = rows.first().data(ClipTable::PathRole).toString();
+    do
+        folder = QFileInfo(folder).absolutePath();
+    while (!QFileInfo(folder).isDir() && folder != QLatin1String("/"));
+    QDesktopServices::openUrl(QUrl::fromLocalFile(folder));
 }
 
 void JobsPane::copyReason()

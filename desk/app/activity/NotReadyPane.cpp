@@ -43,13 +43,11 @@ NotReadyPane::NotReadyPane(const ClipTable& clips, QWidget* parent)
     connect(m_tree, &QTreeWidget::itemExpanded, this, &NotReadyPane::refresh);
 }
 
-QString NotReadyPane::reasonOf(const ServiceClip& clip, const QDateTime& now)
+QString NotReadyPane::reasonOf(const ServiceClip& clip)
 {
-    if (!clip.settles.isValid())
+    if (clip.settles.isForever() || clip.settles.hasExpired())
         return clip.reason;
-    const qint64 left = (now.msecsTo(clip.settles) + 999) / 1000;
-    if (left <= 0)
-        return clip.reason;
+    const qint64 left = (clip.settles.remainingTime() + 999) / 1000;
     return left == 1 ? tr("%1 (1 second left)").arg(clip.reason)
                      : tr("%1 (%2 seconds left)").arg(clip.reason, QString::number(left));
 }
@@ -86,7 +84,7 @@ void NotReadyPane::refresh()
         if (!clip.isNotReady() || clip.state == ClipState::Gone)
             continue;
         waiting[clip.folderId].append(&clip);
-        counts = counts || clip.settles.isValid();
+        counts = counts || !clip.settles.isForever();
     }
     for (int i = m_tree->topLevelItemCount() - 1; i >= 0; --i) {
         if (!waiting.contains(m_tree->topLevelItem(i)->data(NameColumn, kOwnerRole).toString()))
@@ -100,12 +98,11 @@ void NotReadyPane::refresh()
 
 void NotReadyPane::fill(QTreeWidgetItem& row, const QVector<const ServiceClip*>& clips)
 {
-    const QDateTime now = QDateTime::currentDateTimeUtc();
     row.setText(NameColumn, m_clips.ownerName(*clips.first()));
     row.setText(StateColumn, clips.size() == 1 ? tr("1 clip") : tr("%1 clips").arg(clips.size()));
     QStringList tip;
     for (int i = 0; i < clips.size() && i < kInToolTip; ++i)
-        tip << clips.at(i)->name + QLatin1String(": ") + reasonOf(*clips.at(i), now);
+        tip << clips.at(i)->name + QLatin1String(": ") + reasonOf(*clips.at(i));
     if (clips.size() > kInToolTip)
         tip << tr("and %1 more").arg(clips.size() - kInToolTip);
     for (int column = 0; column < Columns; ++column)
@@ -126,7 +123,7 @@ void NotReadyPane::fill(QTreeWidgetItem& row, const QVector<const ServiceClip*>&
         line.setText(NameColumn, clip.name);
         line.setToolTip(NameColumn, plainToolTip(clip.path));
         line.setText(StateColumn, serviceclip::text(clip.state));
-        line.setText(ReasonColumn, reasonOf(clip, now));
+        line.setText(ReasonColumn, reasonOf(clip));
         line.setToolTip(ReasonColumn, plainToolTip(line.text(ReasonColumn)));
     }
     if (wanted > shown) {

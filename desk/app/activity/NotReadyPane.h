@@ -21,8 +21,8 @@ public:
     /// \param clips must outlive the pane.
     explicit NotReadyPane(const ClipTable& clips, QWidget* parent = nullptr);
 
-    /// What is said of a clip at \a now: its reason, and how long it still settles.
-    static QString reasonOf(const ServiceClip& clip, const QDateTime& now);
+    /// What is said of a clip now: its reason, and how long it still settles.
+    static QString reasonOf(const ServiceClip& clip);
 
 protected:
     void showEvent(QShowEvent* event) override;

@@ -11,14 +11,17 @@
 #include <QLabel>
 #include <QLocale>
 #include <QPointer>
+#include <QPushButton>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
 namespace {
 
 constexpr unsigned kLongest = 25000; ///< milliseconds that the service may look at the file
-constexpr int kWidth = 640;
-constexpr int kHeight = 360;
+constexpr int kWidth = 820;
+constexpr int kHeight = 320;
+constexpr int kActionWidth = 150;
+constexpr int kVerdictWidth = 110;
 
 QString textOf(Rehearsal::Verdict verdict)
 {
@@ -55,9 +58,11 @@ TryItDialog::TryItDialog(const QString& profileId, const QString& path, QWidget*
     m_steps->setObjectName(QStringLiteral("tryItSteps"));
     m_steps->setHeaderLabels({tr("Action"), tr("Verdict"), tr("Result or reason")});
     m_steps->setTextElideMode(Qt::ElideMiddle);
-    m_steps->header()->resizeSection(0, 170);
-    m_steps->header()->resizeSection(1, 120);
+    m_steps->header()->resizeSection(0, kActionWidth);
+    m_steps->header()->resizeSection(1, kVerdictWidth);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
+    // The desktop's picture on it may be as dark as the dark skin.
+    buttons->button(QDialogButtonBox::Close)->setIcon(QIcon());
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_title);
@@ -116,8 +121,10 @@ void TryItDialog::present(const Rehearsal& run)
                          .arg(run.clip, run.facts.join(QLatin1String("; "))));
     for (const Rehearsal::Step& step : run.steps) {
         QString what = step.reason;
-        if (step.seconds >= 0)
-            what = tr("%1 (about %2 s)").arg(what, QLocale().toString(step.seconds, 'f', 0)).trimmed();
+        if (step.seconds >= 0) {
+            const QString time = tr("about %1 s").arg(QLocale().toString(qMax(1.0, step.seconds), 'f', 0));
+            what = what.isEmpty() ? time : tr("%1 (%2)").arg(what, time);
+        }
         auto* row = addRow(nullptr, {step.name, textOf(step.verdict), what});
         m_steps->addTopLevelItem(row);
         for (const Rehearsal::Result& result : step.results)

@@ -12,13 +12,41 @@ QString textOf(QXmlStreamReader& xml)
     return xml.readElementText(QXmlStreamReader::SkipChildElements);
 }
 
-/// Elements of one text each, by their names.
-QString joined(QXmlStreamReader& xml)
+/// "25/1" and "30000/1001" as people write them.
+QString rateText(const QString& rate)
 {
+    const double over = rate.section(QLatin1Char('/'), 0, 0).toDouble();
+    const double under = rate.section(QLatin1Char('/'), 1, 1).toDouble();
+    if (over <= 0 || under <= 0)
+        return QString();
+    const QString number = QString::number(over / under, 'f', 3);
+    const int digits = number.endsWith(QLatin1String(".000")) ? 0 : 2;
+    return QCoreApplication::translate("Rehearsal", "%1 fps")
+        .arg(QLocale().toString(over / under, 'f', digits));
+}
+
+/// What a person wants to know of a stream; empty for one that is neither picture nor sound.
+QString streamText(QXmlStreamReader& xml)
+{
+    QString type;
     QStringList texts;
-    while (xml.readNextStartElement())
-        texts << textOf(xml);
-    return texts.join(QLatin1String(", "));
+    while (xml.readNextStartElement()) {
+        const QString name = xml.name().toString();
+        QString text = textOf(xml);
+        if (name == QLatin1String("type"))
+            type = text;
+        else if (name == QLatin1String("frameRate"))
+            texts << rateText(text);
+        else if (name == QLatin1String("channels"))
+            texts << (text == QLatin1String("1")
+                          ? QCoreApplication::translate("Rehearsal", "1 channel")
+                          : QCoreApplication::translate("Rehearsal", "%1 channels").arg(text));
+        else
+            texts << text;
+    }
+    texts.removeAll(QString());
+    return type == QLatin1String("video") || type == QLatin1String("audio") ? texts.join(QLatin1Char(' '))
+                                                                            : QString();
 }
 
 void readClip(QXmlStreamReader& xml, Rehearsal& run)
@@ -26,7 +54,9 @@ void readClip(QXmlStreamReader& xml, Rehearsal& run)
     while (xml.readNextStartElement()) {
         const QString name = xml.name().toString();
         if (name == QLatin1String("stream")) {
-            run.facts << joined(xml);
+            const QString stream = streamText(xml);
+            if (!stream.isEmpty())
+                run.facts << stream;
             continue;
         }
         const QString text = textOf(xml);
@@ -37,9 +67,9 @@ void readClip(QXmlStreamReader& xml, Rehearsal& run)
         else if (name == QLatin1String("bytes"))
             run.facts << QLocale().formattedDataSize(text.toLongLong());
         else if (name == QLatin1String("duration"))
-            run.facts << QCoreApplication::translate("Rehearsal", "%1 s").arg(text);
-        else if (name == QLatin1String("kind") || name == QLatin1String("timecode") ||
-                 name == QLatin1String("note"))
+            run.facts << QCoreApplication::translate("Rehearsal", "%1 s")
+                             .arg(QLocale().toString(text.toDouble(), 'f', 2));
+        else if (name == QLatin1String("timecode") || name == QLatin1String("note"))
             run.facts << text;
     }
 }

@@ -9,6 +9,8 @@ namespace serviceclip {
 
 namespace {
 
+constexpr double kMostSeconds = 1e6; ///< that a clip may be said to settle
+
 struct Word
 {
     const char* wire;
@@ -84,7 +86,7 @@ void readField(QXmlStreamReader& xml, ServiceClip& clip)
     else if (name == QLatin1String("percentComplete"))
         clip.percent = qBound(0, text.toInt(), 100);
     else if (name == QLatin1String("settlesIn"))
-        clip.settles = QDateTime::currentDateTimeUtc().addMSecs(static_cast<qint64>(text.toDouble() * 1000));
+        clip.settles = QDeadlineTimer(static_cast<qint64>(qBound(0.0, text.toDouble(), kMostSeconds) * 1000));
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "DeskApi.h"
 
 #include <QDateTime>
+#include <QDeadlineTimer>
 #include <QMetaType>
 #include <QString>
 #include <QStringList>
@@ -41,7 +42,9 @@ struct ServiceClip
     QDateTime since; ///< invalid when it lies before the start of the service
     QDateTime started;
     QDateTime ended;
-    QDateTime settles; ///< when it will have stood still for long enough; invalid when it does not settle
+    /// Until it has stood still for long enough, on a clock that nobody sets; for ever when it does not
+    /// settle.
+    QDeadlineTimer settles{QDeadlineTimer::Forever};
 
     /// The job to be cancelled or submitted again.
     QString job() const { return shownBy.isEmpty() ? jobId : shownBy; }

@@ -18,6 +18,7 @@
 #include <QMainWindow>
 #include <QMenu>
 #include <QPlainTextEdit>
+#include <QSet>
 #include <QStatusBar>
 #include <QTabWidget>
 #include <QTableView>
@@ -149,8 +150,9 @@ void ActivityDocks::showReport(const ServiceReport& report)
 {
     if (report.online) {
         m_messages.setServiceErrors(report.errors);
+        const QSet<QString> known(m_errors.begin(), m_errors.end());
         for (const QString& error : report.errors) {
-            if (!m_errors.contains(error))
+            if (!known.contains(error))
                 m_window.statusBar()->showMessage(error, kMessageTime);
         }
         m_errors = report.errors;

@@ -36,9 +36,9 @@
 namespace {
 
 constexpr int kWidth = 980;
-constexpr int kHeight = 640;
+constexpr int kHeight = 740; ///< with a dock below panel and bins
 constexpr int kPaneMargin = 8;
-constexpr int kMinBinsHeight = 150;
+constexpr int kMinBinsHeight = 120;
 constexpr double kHeaderFontScale = 0.85;
 constexpr int kProgressWidth = 160;
 constexpr int kProgressTextWidth = 280;
@@ -75,7 +75,7 @@ DeskWindow::DeskWindow(DeskSession& session, const ServiceSupervisor::Settings& 
     makeStatusBar();
     m_docks = new ActivityDocks(*this, m_service);
     makeMenus();
-    resize(kWidth, kHeight);
+    resize(QSize(kWidth, kHeight).boundedTo(screen()->availableSize()));
     updateTitle();
 
     connect(&m_session.project(), &DeskProject::modifiedChanged, this, &DeskWindow::updateTitle);
