@@ -1,8 +1,10 @@
 #include "ServiceCommand.h"
 #include "ServiceStage.h"
 
+#include <QDirIterator>
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QProcess>
 #include <QTest>
 
 namespace {
@@ -102,6 +104,43 @@ private slots:
         QCOMPARE(ask("cancel --all").code, 0);
         QCOMPARE(ask("cancel", {s("j999999")}).code, 1);
         QCOMPARE(ask("cancel", {s("../version")}).code, 1);
+    }
+
+    void aRunningJobIsCancelled()
+    {
+        // A minute of full HD: longer than anybody waits here.
+        const QString movie = m_stage->folder.filePath(s("long.mov"));
+        QCOMPARE(QProcess::execute(s("ffmpeg"), {s("-v"), s("error"), s("-f"), s("lavfi"), s("-i"),
+                                                 s("color=size=160x90:rate=25:duration=60"), s("-c:v"),
+                                                 s("mpeg4"), movie}),
+                 0);
+        const QString volume = m_stage->folder.filePath(s("volume"));
+        QVERIFY(QDir().mkpath(volume));
+        QVERIFY(m_stage->begin(
+            QByteArray("<activity id=\"transcode\" name=\"Transcode 1\"><outputDetail>"
+                       "<filesystemVideoVolume>%1</filesystemVideoVolume><filesystemAudioVolume>%1"
+                       "</filesystemAudioVolume><outputTranscodeVideoProfile><videoCompressionType>16777217"
+                       "</videoCompressionType></outputTranscodeVideoProfile></outputDetail></activity>")
+                .replace("%1", volume.toUtf8())));
+        const QString id =
+            m_stage->service
+                ->post("jobs", ModuleDocument::submitJob(movie, m_stage->service->profileId(s("Copying"))))
+                .text(s("id"));
+        const auto clip = [&](const char* what) {
+            return m_stage->service->get("clips?job=" + id.toUtf8()).text(s(what));
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(clip("state") == s("ACTING") && clip("percentComplete").toInt() > 0,
+                                 kStagePatience);
+        const CommandResult cancelled = ask("cancel", {id});
+        QCOMPARE(cancelled.code, 0);
+        QVERIFY2(cancelled.out.contains(s("CANCELLED")), qPrintable(cancelled.out));
+        QTRY_VERIFY_WITH_TIMEOUT(m_stage->isIdle(), kStagePatience);
+        QCOMPARE(m_stage->service->jobState(id), s("CANCELLED"));
+        QCOMPARE(with(list("jobs"), "id", id).value(s("state")).toString(), s("CANCELLED"));
+        // Nothing of it is left.
+        QDirIterator left(volume, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+        QVERIFY2(!left.hasNext(), qPrintable(left.next()));
+        QCOMPARE(ask("cancel", {id}).code, 1);
     }
 
     void jobsMustBeNamedOrAllBeMeant()
