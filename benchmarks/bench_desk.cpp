@@ -36,6 +36,17 @@ void measureDesk(Table& table)
         stall.must = QStringLiteral("<= 100 ms");
         stall.met = stall.ours <= 100;
     }
+    for (const int count : {1000, 10000}) {
+        const QString number = QString::number(count);
+        Row& rows = table.add(QStringLiteral("longest stall while the panel is refreshed"), count,
+                              ask({QStringLiteral("refresh"), number}).value(0), 0);
+        rows.must = QStringLiteral("<= 120 ms");
+        rows.met = rows.ours <= 120;
+        Row& jobs = table.add(QStringLiteral("longest stall while jobs are scrolled"), count,
+                              ask({QStringLiteral("scroll"), number}).value(0), 0);
+        jobs.must = QStringLiteral("<= 50 ms");
+        jobs.met = jobs.ours <= 50;
+    }
     const QList<double> late = ask({QStringLiteral("show"), QStringLiteral(KRX_SERVICE_PROGRAM)});
     Row& shown =
         table.add(QStringLiteral("change at the service until the desk shows it"), 1, late.value(0), 0);

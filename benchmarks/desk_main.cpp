@@ -3,9 +3,11 @@
 
 #include "ActivityDocks.h"
 #include "ClipIntake.h"
+#include "ClipTable.h"
 #include "DeskPanel.h"
 #include "DeskSession.h"
 #include "DeskWindow.h"
+#include "JobsPane.h"
 #include "LinkDocuments.h"
 #include "TestHttpServer.h"
 
@@ -17,6 +19,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QScrollBar>
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -29,11 +32,25 @@
 namespace {
 
 constexpr int kPatience = 60000;
+constexpr int kRest = 200; ///< milliseconds in which nothing is left to be done
 
 void require(bool held, const char* what)
 {
     if (!held)
         qFatal("the measure means nothing: %s", what);
+}
+
+/// Handles events as they come. A timer of its own wakes it in the end.
+template <typename Condition>
+void waitUntil(Condition holds, const char* what)
+{
+    QTimer end;
+    end.setSingleShot(true);
+    end.start(kPatience);
+    while (!holds()) {
+        require(end.isActive(), what);
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
 }
 
 /// The longest time in which no event was handled, as an event that always waits sees it.
@@ -134,8 +151,7 @@ void acquire(int count)
     QElapsedTimer time;
     time.start();
     QTest::keyClick(view, Qt::Key_Return);
-    while (!done)
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    waitUntil([&] { return done; }, "the clips are taken");
     QCoreApplication::processEvents();
     require(stage.session.project().clipCount() == count, "all clips were taken");
     std::printf("%.3f %.3f\n", double(time.nsecsElapsed()) / 1e6, heart.longestMs());
@@ -164,19 +180,106 @@ void show(const QString& program)
     std::vector<double> late;
     constexpr int kTimes = 11;
     for (int i = 0; i < kTimes; ++i) {
-        QFile file(watch + QStringLiteral("/%1.txt").arg(i));
+        // What is no media is told of soonest, unless its name says that it belongs to a clip.
+        QFile file(watch + QStringLiteral("/%1.doc").arg(i));
         require(file.open(QIODevice::WriteOnly) && file.write("no media") > 0, "a file can be written");
         file.close();
         const auto shown = [&] {
             return clips.clips().rowCount() > i && clips.clips().clips().at(i).state == ClipState::Rejected;
         };
-        while (!shown())
-            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        waitUntil(shown, "the change is shown");
         late.push_back(double(clips.clips().clips().at(i).since.msecsTo(QDateTime::currentDateTimeUtc())));
     }
     require(table != nullptr, "there is a table");
     std::nth_element(late.begin(), late.begin() + kTimes / 2, late.end());
     std::printf("%.3f\n", late[kTimes / 2]);
+}
+
+/// The panel with many folders is refreshed several times: the longest stall of each, the median of those.
+void refresh(int count)
+{
+    QByteArray list;
+    for (int i = 0; i < count; ++i) {
+        const QByteArray number = QByteArray::number(i);
+        list += "<xelMediaFolder id=\"f" + number + "\"><path>/watch/" + number +
+                "</path><profile>p1</profile><enabled>true</enabled></xelMediaFolder>";
+    }
+    TestHttpServer server;
+    const ScopedConnectPort connect(server.port());
+    answer(server, list);
+    Stage stage(noService());
+    const KRXFolderViewWidget* view = stage.window->folderView();
+    require(QTest::qWaitFor([&] { return view->topLevelItemCount() == count; }, kPatience),
+            "all folders are listed");
+    std::vector<double> stalls;
+    constexpr int kTimes = 7;
+    for (int i = 0; i < kTimes; ++i) {
+        QTest::qWait(kRest);
+        Heart heart;
+        stage.window->refreshFolders();
+        while (QCoreApplication::hasPendingEvents())
+            QCoreApplication::processEvents();
+        QTest::qWait(kRest);
+        stalls.push_back(heart.longestMs());
+        require(view->topLevelItemCount() == count, "all folders are listed again");
+    }
+    std::nth_element(stalls.begin(), stalls.begin() + kTimes / 2, stalls.end());
+    std::printf("%.3f\n", stalls[kTimes / 2]);
+}
+
+/// The table of many jobs is scrolled from end to end, page by page, while their bars grow: the longest that
+/// one page took to be shown.
+void scroll(int count)
+{
+    ClipNews news;
+    news.isWhole = true;
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    for (int i = 0; i < count; ++i) {
+        ServiceClip clip;
+        clip.id = QString::number(i);
+        clip.name = QStringLiteral("Take %1.mov").arg(i);
+        clip.path = QStringLiteral("/watch/") + clip.name;
+        clip.folderId = QStringLiteral("f1");
+        clip.profileId = QStringLiteral("p1");
+        clip.state = static_cast<ClipState>(i % (static_cast<int>(ClipState::Rejected) + 1));
+        clip.percent = i % 100;
+        clip.activity = QStringLiteral("Transcode 1");
+        clip.reason = QStringLiteral("Transcoding %1 failed: no space is left on the device").arg(clip.path);
+        clip.shownBy = QStringLiteral("j%1").arg(i);
+        clip.since = clip.started = now.addSecs(-i);
+        clip.ended = clip.started.addSecs(i % 1000);
+        news.clips.append(clip);
+    }
+    ClipTable table;
+    JobsPane pane(table);
+    pane.resize(1000, 400);
+    pane.show();
+    table.apply(news);
+    QTest::qWait(kRest);
+    auto* view = pane.findChild<QTableView*>(QStringLiteral("clipsTable"));
+    QScrollBar* bar = view->verticalScrollBar();
+    require(bar->maximum() > count / 2, "there is something to scroll");
+    double longest = 0;
+    int pages = 0;
+    for (int at = 0; at <= bar->maximum(); at += bar->pageStep(), ++pages) {
+        QElapsedTimer time;
+        time.start();
+        if (pages % 10 == 0) {
+            // Two, as two workers have them.
+            QVector<ServiceClip> working;
+            for (const int row : {pages * 7 % count, count - 1 - pages * 3 % count}) {
+                news.clips[row].state = ClipState::Acting;
+                news.clips[row].percent = (news.clips[row].percent + 1) % 100;
+                working << news.clips[row];
+            }
+            table.apply({false, working, count});
+        }
+        bar->setValue(at);
+        while (QCoreApplication::hasPendingEvents())
+            QCoreApplication::processEvents();
+        longest = std::max(longest, double(time.nsecsElapsed()) / 1e6);
+    }
+    std::printf("%.3f\n", longest);
 }
 
 } // namespace
@@ -189,6 +292,10 @@ int main(int argc, char* argv[])
         acquire(arguments.value(2).toInt());
     else if (arguments.value(1) == QLatin1String("show"))
         show(arguments.value(2));
+    else if (arguments.value(1) == QLatin1String("refresh"))
+        refresh(arguments.value(2).toInt());
+    else if (arguments.value(1) == QLatin1String("scroll"))
+        scroll(arguments.value(2).toInt());
     else
         return 2;
     return 0;
