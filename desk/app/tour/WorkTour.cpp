@@ -9,6 +9,7 @@
 #include <QAbstractButton>
 #include <QDir>
 #include <QFile>
+#include <QTableView>
 #include <QTreeWidget>
 
 #include <algorithm>
@@ -77,6 +78,7 @@ void WorkTour::addFailure(const QString& copies, const QString& file, const QStr
             m_stage.drop(file, m_folders.folder(), newName);
         },
         clipIs(newName, ClipState::Failed), QStringLiteral("job-failed"));
+    addReasons(newName);
     m_stage.add(
         QStringLiteral("The place is mended, and \"Try All Failed Again\" makes the clip ready"),
         [this, copies, aside] {
@@ -86,6 +88,39 @@ void WorkTour::addFailure(const QString& copies, const QString& file, const QStr
         },
         clipIs(newName, ClipState::Offered), QStringLiteral("job-retried"));
     addJobsChoice();
+}
+
+void WorkTour::addReasons(const QString& name)
+{
+    const QString whyNot = QStringLiteral("Why Not Ready?");
+    const QString messages = QStringLiteral("Messages");
+    const QString view = QStringLiteral("&View");
+    const auto tree = [this] { return qobject_cast<QTreeWidget*>(m_stage.widget("notReadyTree")); };
+    m_stage.addMenuChoice(view, whyNot);
+    m_stage.add(
+        QStringLiteral("A folder is opened, and says why its clip is not ready"),
+        [this, tree] {
+            if (!tree() || tree()->topLevelItemCount() == 0)
+                return m_stage.runner().fail(QStringLiteral("no folder is listed"));
+            const QRect row = tree()->visualItemRect(tree()->topLevelItem(0));
+            const QPoint arrow(row.left() - tree()->indentation() / 2, row.center().y());
+            m_stage.input().clickAt(tree()->viewport()->mapToGlobal(arrow));
+        },
+        [tree, name]() -> QString {
+            const QString told = tree() ? fullTree(tree()) : QString();
+            return told.contains(name) ? QString() : QStringLiteral("it says: %1").arg(told);
+        },
+        QStringLiteral("why-not-ready"));
+    m_stage.addMenuChoice(view, messages);
+    m_stage.add(
+        QStringLiteral("The messages say it, too, and what to do"), nullptr,
+        [this]() -> QString {
+            const auto* table = qobject_cast<QTableView*>(m_stage.widget("messagesTable"));
+            return table && table->model()->rowCount() > 0 ? QString() : QStringLiteral("there is none");
+        },
+        QStringLiteral("messages"));
+    m_stage.addMenuChoice(view, messages);
+    m_stage.addMenuChoice(view, whyNot);
 }
 
 void WorkTour::addLongWork(const QString& file)

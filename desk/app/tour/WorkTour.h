@@ -29,6 +29,8 @@ private:
     const ServiceClip* clip(const QString& name) const;
     TourStep::Condition clipIs(const QString& name, ClipState state) const;
     void addJobsChoice();
+    /// Shows the reasons of a failure in the docks beside the jobs.
+    void addReasons(const QString& name);
 
     TourStage& m_stage;
     FolderTour& m_folders;
