@@ -4,6 +4,7 @@
 #include "base/Text.h"
 #include "media/ClipFiles.h"
 #include "media/Sequence.h"
+#include "store/ClipStore.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -16,6 +17,16 @@ namespace {
 FileFacts factsOf(const CopiedFile& file)
 {
     return {file.path, file.stamp, file.checksum};
+}
+
+/// \a names: what each of the pictures is called.
+std::string checksumOfPictures(const CopyResult& result, const std::vector<std::string>& names)
+{
+    std::string lines;
+    for (std::size_t i = 0; i < names.size(); ++i)
+        lines += names[i] + ' ' + result.files[i].checksum + '\n';
+    const std::string sum = filetools::checksumOf(lines);
+    return "xxh3-64-sequence:" + sum.substr(sum.find(':') + 1);
 }
 
 } // namespace
@@ -58,18 +69,23 @@ FileFacts facts(const CopyResult& result, const CopyOrder& order)
 {
     if (order.pictures == 0)
         return {result.path, result.files.front().stamp, result.checksum};
-    FileFacts all{result.path, {}, {}};
     std::vector<std::pair<std::string, FileStamp>> stamps;
-    std::string lines;
+    std::vector<std::string> names;
     for (std::size_t i = 0; i < order.pictures; ++i) {
-        const CopiedFile& file = result.files[i];
-        stamps.emplace_back(text::baseName(file.path), file.stamp);
-        lines += stamps.back().first + ' ' + file.checksum + '\n';
+        names.push_back(text::baseName(result.files[i].path));
+        stamps.emplace_back(names.back(), result.files[i].stamp);
     }
-    all.stamp = clipfiles::together(stamps);
-    const std::string sum = filetools::checksumOf(lines);
-    all.checksum = "xxh3-64-sequence:" + sum.substr(sum.find(':') + 1);
-    return all;
+    return {result.path, clipfiles::together(stamps), checksumOfPictures(result, names)};
+}
+
+std::string sourceChecksum(const CopyResult& result, const CopyOrder& order)
+{
+    if (order.pictures == 0)
+        return result.checksum;
+    std::vector<std::string> names{text::baseName(order.source)};
+    for (std::size_t i = 1; i < order.pictures; ++i)
+        names.push_back(text::baseName(order.companions[i - 1]));
+    return checksumOfPictures(result, names);
 }
 
 std::vector<FileFacts> made(const CopyResult& result, const CopyOrder& order)
@@ -80,11 +96,20 @@ std::vector<FileFacts> made(const CopyResult& result, const CopyOrder& order)
     return files;
 }
 
-bool isOther(const Clip& clip, const FileFacts& copy)
+bool isOther(const Clip& clip, const CopyResult& result, const CopyOrder& order)
 {
-    // Parts of large files do not tell.
-    return clip.parts.empty() && clip.linked.checksum.rfind(filetools::kWholeMethod, 0) == 0 &&
-           clip.linked.checksum != copy.checksum;
+    if (!clip.parts.empty())
+        return false;
+    if (!ClipStore::isProvisional(clip.linked.checksum))
+        // Parts of large files do not tell.
+        return clip.linked.checksum.rfind(filetools::kWholeMethod, 0) == 0 &&
+               clip.linked.checksum != sourceChecksum(result, order);
+    if (order.pictures == 0)
+        return !clip.linked.stamp.isUntouched(result.seen.front());
+    std::vector<std::pair<std::string, FileStamp>> stamps{{text::baseName(order.source), result.seen[0]}};
+    for (std::size_t i = 1; i < order.pictures; ++i)
+        stamps.emplace_back(text::baseName(order.companions[i - 1]), result.seen[i]);
+    return !clip.linked.stamp.isUntouched(clipfiles::together(stamps));
 }
 
 void relink(Clip& clip, const CopyResult& result, const FileFacts& copy)

@@ -24,8 +24,11 @@ FileFacts facts(const CopyResult& result, const CopyOrder& order);
 /// That and the other files that are no pictures.
 std::vector<FileFacts> made(const CopyResult& result, const CopyOrder& order);
 
+/// The checksum of what was copied, made of the names that it has where it was copied from.
+std::string sourceChecksum(const CopyResult& result, const CopyOrder& order);
+
 /// True when what was copied is not what the clip was when it was looked at.
-bool isOther(const Clip& clip, const FileFacts& copy);
+bool isOther(const Clip& clip, const CopyResult& result, const CopyOrder& order);
 
 /// Lets the clip be what was copied.
 void relink(Clip& clip, const CopyResult& result, const FileFacts& copy);

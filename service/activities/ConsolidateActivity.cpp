@@ -263,7 +263,7 @@ private:
             return refusal ? *refusal : failed(result.error);
         }
         const FileFacts facts = clipcopy::facts(result, order);
-        if (clipcopy::isOther(clip, facts))
+        if (clipcopy::isOther(clip, result, order))
             return Refusal{kLookAgain, clip.linked.path + " changed before it was consolidated"};
         log::info("consolidated " + clip.linked.path + " to " + facts.path);
         clipcopy::relink(made, result, facts);

@@ -326,15 +326,12 @@ private:
             ::openat(scratchPlace(), item.scratch.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
         if (!copy.isOpen())
             fail(m_directory, errno);
-        // So that reading it back asks the disk and not the memory that was just filled.
-        ::posix_fadvise(copy.get(), 0, 0, POSIX_FADV_DONTNEED);
-        std::string error;
-        const auto found = filetools::checksum(copy.get(), m_order.cancel, error);
-        if (*m_order.cancel)
+        const auto found = readBack(copy.get(), m_order.cancel);
+        if (found.cancelled)
             endCancelled();
-        if (!found)
-            fail(m_directory + ": " + error);
-        if (*found != item.checksum)
+        if (found.readError != 0)
+            fail(m_directory, found.readError);
+        if (found.checksum != item.checksum)
             fail("the copy of " + item.source + " in " + m_directory + " differs from the original");
     }
 
@@ -359,6 +356,8 @@ private:
             result.stem = numberedStem(m_order.stem, number);
             for (const auto& item : m_items)
                 result.files.push_back(offered(item));
+            for (const auto& item : m_items)
+                result.seen.push_back(item.seen);
             result.path = result.files.front().path;
             result.checksum = result.files.front().checksum;
             return result;

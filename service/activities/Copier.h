@@ -57,6 +57,7 @@ struct CopyResult
     std::string checksum;          ///< of its whole content
     std::vector<CopiedFile> files; ///< that copy, then those of the companions in their order
     std::string stem;              ///< of the copied pictures: another one when theirs was taken
+    std::vector<FileStamp> seen;   ///< of the source and the companions, when they were read
     std::string error;
 };
 

@@ -69,14 +69,14 @@ Outcome<Clip> CopyActivity::run(const Clip& clip, const ActivityRecipe& recipe,
         return failed(clip, recipe, result.error);
     const FileFacts copy = clipcopy::facts(result, order);
     // Between the look at it and the copy somebody wrote to it.
-    if (clipcopy::isOther(clip, copy))
+    if (clipcopy::isOther(clip, result, order))
         return Refusal{kLookAgain, order.source + " changed before it was copied"};
     log::info("copied " + order.source + " to " + result.path);
     if (progress.copied)
         progress.copied(order.directory, entriesOf(result, order.directory));
     Clip copied = clip;
-    if (clip.linked.path == clip.source.path && !clip.sequence)
-        copied.source.checksum = copy.checksum;
+    if (clip.linked.path == clip.source.path)
+        copied.source.checksum = copied.linked.checksum = clipcopy::sourceChecksum(result, order);
     if (recipe.relinkAfterCopy)
         clipcopy::relink(copied, result, copy);
     copied.activities.push_back({recipe.id, recipe.name, "verified", clipcopy::made(result, order), {}});

@@ -149,16 +149,40 @@ FileResult Pipeline::process(const FileOrder& order, const LinkSettings& setting
     return failure ? fail(work, failure->text) : publish(work);
 }
 
+/// What tells the content of the file apart, by reading it; nothing with \a error set when it cannot be read.
+std::optional<std::string> Pipeline::contentOf(const Work& work, const CancelToken& cancel,
+                                               std::string& error)
+{
+    const FileStamp& stamp = work.record.stamp;
+    return work.files.sequence
+               ? clipfiles::fingerprint(*work.files.sequence, work.order.ownerPath, stamp.size, cancel, error)
+               : filetools::fingerprint(work.source.get(), cancel, error);
+}
+
+/// The checksum by which a clip is known. Samples see no change between them, and other times can be put
+/// back.
+std::string Pipeline::knownBy(const std::string& checksum, const FileStamp& stamp)
+{
+    return checksum.find(kSampled) == std::string::npos ? checksum
+                                                        : checksum + '@' + std::to_string(stamp.changed);
+}
+
 /// Fills in which content the file has. \return what is to be said when there is nothing to be done.
+///
+/// A copy reads all of the file and tells its checksum. So when that is the first action, and no clip of this
+/// path is known that the content could be compared with, what stands for the checksum until then is made of
+/// the file's stamp.
 std::optional<FileResult> Pipeline::recognise(Work& work)
 {
     const FileOrder& order = work.order;
     ClipRecord& record = work.record;
+    const std::string provisional = ClipStore::provisionalChecksum(record.stamp);
+    const auto& activities = order.profile.activities;
+    auto seen = m_clips.find(order.ownerId, order.path, provisional);
+    const bool isUnread = !activities.empty() && activities.front().id == profiledocument::kCopy &&
+                          (seen ? seen->done == 0 : !m_clips.knows(order.ownerId, order.path));
     std::string error;
-    const auto checksum = work.files.sequence
-                              ? clipfiles::fingerprint(*work.files.sequence, order.ownerPath,
-                                                       record.stamp.size, order.cancel, error)
-                              : filetools::fingerprint(work.source.get(), order.cancel, error);
+    const auto checksum = isUnread ? std::optional(provisional) : contentOf(work, order.cancel, error);
     if (*order.cancel)
         return ended(FileResult::End::Cancelled, "cancelled");
     if (!checksum) {
@@ -166,11 +190,10 @@ std::optional<FileResult> Pipeline::recognise(Work& work)
         return ended(FileResult::End::Later, error);
     }
     work.clip.source = {order.path, record.stamp, *checksum};
-    record.checksum = *checksum;
-    // Samples see no change between them, and other times can be put back.
-    if (checksum->find(kSampled) != std::string::npos)
-        record.checksum += '@' + std::to_string(record.stamp.changed);
-    auto seen = m_clips.find(order.ownerId, order.path, record.checksum);
+    record.checksum = knownBy(*checksum, record.stamp);
+    if (seen && !isUnread)
+        m_clips.setChecksum(seen->id, record.checksum);
+    seen = m_clips.find(order.ownerId, order.path, record.checksum);
     if (seen && seen->state == ClipState::Failed && order.ownerKind == "job") {
         // Each run of a job tries everything that is not done; a crash may have kept it from saying so.
         m_clips.retry(order.ownerId, order.path);
@@ -276,8 +299,25 @@ void Pipeline::goOn(Work& work)
     work.clip = std::move(made);
 }
 
-FileResult Pipeline::reject(const Work& work, const std::string& reason)
+/// Of a clip whose work is over before it was copied: reads what it is, so that it is known again when it was
+/// only touched. What cannot be read now, or changed meanwhile, keeps what stands for it.
+void Pipeline::learnContent(Work& work)
 {
+    ClipRecord& record = work.record;
+    std::string error;
+    if (!ClipStore::isProvisional(record.checksum))
+        return;
+    const auto checksum = contentOf(work, work.order.cancel, error);
+    if (!checksum || !work.source.isUnchanged() || !sequenceStands(work))
+        return;
+    record.checksum = knownBy(*checksum, record.stamp);
+    if (record.id != 0)
+        m_clips.setChecksum(record.id, record.checksum);
+}
+
+FileResult Pipeline::reject(Work& work, const std::string& reason)
+{
+    learnContent(work);
     m_clips.reject(work.record);
     const std::string start = ErrorStore::refusedStart(work.order.path);
     m_errors.removeStarting(start);
@@ -323,6 +363,7 @@ FileResult Pipeline::lookAgain(const Work& work, const std::string& reason)
 
 FileResult Pipeline::fail(Work& work, const std::string& reason)
 {
+    learnContent(work);
     const FileResult result = ended(FileResult::End::Failed, reason, work.record.stamp);
     // Who sees the failed job finds the reason in the list. A manual job speaks for all of its files.
     if (work.order.ownerKind == "folder")
@@ -408,9 +449,22 @@ std::optional<Refusal> Pipeline::runActivities(Work& work)
             record.linkedChecksum = work.clip.linked.checksum;
         }
         record.made = clipmemory::write(work.clip);
+        noteContent(work);
         noteActed(record, copied);
     }
     return std::nullopt;
+}
+
+/// The first copy told what the file holds.
+void Pipeline::noteContent(Work& work)
+{
+    ClipRecord& record = work.record;
+    if (!ClipStore::isProvisional(record.checksum))
+        return;
+    if (record.stamp.size > filetools::kLargestReadWhole)
+        learnContent(work); // the next look at it does not read all of it
+    else if (!ClipStore::isProvisional(work.clip.source.checksum))
+        record.checksum = work.clip.source.checksum;
 }
 
 /// An action is finished, and what it copied waits for the histories: both or neither.

@@ -115,6 +115,12 @@ private:
 
     FileResult process(const FileOrder& order, const LinkSettings& settings, const ClipFiles& files);
     std::optional<FileResult> recognise(Work& work);
+    static std::optional<std::string> contentOf(const Work& work, const CancelToken& cancel,
+                                                std::string& error);
+    void learnContent(Work& work);
+    void noteContent(Work& work);
+    void learnLate(const ClipRecord& clip, const CancelToken& cancel);
+    static std::string knownBy(const std::string& checksum, const FileStamp& stamp);
     static bool sequenceStands(const Work& work);
     static bool addSidecars(Work& work);
     static void lookAtResult(const Clip& before, Clip& made, const CancelToken& cancel);
@@ -124,7 +130,7 @@ private:
     void dropOthers(const Work& work);
     void goOn(Work& work);
     void drop(const ClipRecord& clip);
-    FileResult reject(const Work& work, const std::string& reason);
+    FileResult reject(Work& work, const std::string& reason);
     FileResult interrupted(Work& work);
     FileResult fail(Work& work, const std::string& reason);
     FileResult lookAgain(const Work& work, const std::string& reason);

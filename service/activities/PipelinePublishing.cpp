@@ -1,6 +1,8 @@
 #include "activities/Pipeline.h"
 
+#include "base/FileTools.h"
 #include "base/Log.h"
+#include "base/SourceFile.h"
 #include "base/Text.h"
 
 #include <sys/stat.h>
@@ -178,6 +180,18 @@ void Pipeline::noteTaken()
         m_clips.take(taken);
 }
 
+/// Of work that was called off nobody waited for a look at the content.
+void Pipeline::learnLate(const ClipRecord& clip, const CancelToken& cancel)
+{
+    const SourceFile source(clip.path);
+    if (!source.isOpen() || !clip.stamp.isUntouched(source.stamp()))
+        return;
+    std::string error;
+    const auto checksum = filetools::fingerprint(source.get(), cancel, error);
+    if (checksum && source.isUnchanged())
+        m_clips.setChecksum(clip.id, knownBy(*checksum, clip.stamp));
+}
+
 void Pipeline::prune(std::int64_t now, const CancelToken& cancel)
 {
     m_clips.noteLook(now, kMostBetweenLooks);
@@ -187,6 +201,8 @@ void Pipeline::prune(std::int64_t now, const CancelToken& cancel)
         for (const auto& clip : clips) {
             last = clip.id;
             const Whereabouts place = whereabouts(clip.path);
+            if (place == Whereabouts::There && ClipStore::isProvisional(clip.checksum))
+                learnLate(clip, cancel);
             if (*cancel)
                 return;
             if (place == Whereabouts::There && clip.goneSince != 0)

@@ -3,6 +3,7 @@
 #include "base/FileTools.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <xxhash.h>
 
@@ -10,11 +11,12 @@
 #include <cerrno>
 #include <condition_variable>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <string_view>
 #include <thread>
-#include <vector>
 
 namespace krxservice {
 
@@ -22,8 +24,35 @@ namespace {
 
 constexpr std::size_t kPiece = std::size_t{1024} * 1024;
 constexpr std::size_t kPieces = 4; ///< read ahead of the writer
+/// What goes past the memory of the system begins and ends at these.
+constexpr std::size_t kBlock = 4096;
+/// Smaller files go by way of the system's memory: the disk need not be waited for at each of them.
+constexpr std::int64_t kLargeFile = std::int64_t{4} * 1024 * 1024;
 /// Bytes after which the disk is set to work.
 constexpr std::int64_t kWriteBehind = std::int64_t{8} * 1024 * 1024;
+
+/// Memory for one piece, placed as disks want it.
+class Piece
+{
+public:
+    Piece()
+        : m_bytes(static_cast<char*>(std::aligned_alloc(kBlock, kPiece)), &std::free)
+    {
+        if (!m_bytes)
+            throw std::bad_alloc();
+    }
+    char* data() const { return m_bytes.get(); }
+
+private:
+    std::unique_ptr<char, void (*)(void*)> m_bytes;
+};
+
+/// Lets a file be read or written past the system's memory, or not. False when its volume cannot do that.
+bool setDirect(int file, bool isDirect)
+{
+    const int flags = ::fcntl(file, F_GETFL);
+    return flags >= 0 && ::fcntl(file, F_SETFL, isDirect ? flags | O_DIRECT : flags & ~O_DIRECT) == 0;
+}
 
 /// Reads pieces one after the other and hashes them.
 class Reader
@@ -36,21 +65,28 @@ public:
         XXH3_64bits_reset(m_state.get());
     }
 
-    /// The bytes read, 0 at the end or after an error.
-    std::size_t next(char* piece, std::size_t size)
+    /// Fills \a piece; fewer bytes at the end, 0 behind it or after an error.
+    std::size_t next(char* piece)
     {
-        for (;;) {
-            const ssize_t got = ::pread(m_file, piece, size, m_offset);
+        std::size_t filled = 0;
+        while (filled < kPiece && m_error == 0) {
+            const ssize_t got = ::pread(m_file, piece + filled, kPiece - filled, m_offset);
             if (got < 0 && errno == EINTR)
                 continue;
+            // Behind the end, or where the volume takes it all the same only in its own measures.
+            if (got < 0 && errno == EINVAL && !m_isPlain && setDirect(m_file, false)) {
+                m_isPlain = true;
+                continue;
+            }
             if (got < 0)
                 m_error = errno;
             if (got <= 0)
-                return 0;
-            XXH3_64bits_update(m_state.get(), piece, static_cast<std::size_t>(got));
+                break;
+            filled += static_cast<std::size_t>(got);
             m_offset += got;
-            return static_cast<std::size_t>(got);
         }
+        XXH3_64bits_update(m_state.get(), piece, filled);
+        return m_error == 0 ? filled : 0;
     }
     int error() const { return m_error; }
     std::string checksum() const
@@ -65,6 +101,7 @@ private:
     int m_file;
     std::int64_t m_offset = 0;
     int m_error = 0;
+    bool m_isPlain = false; ///< it goes by way of the system's memory after all
     std::unique_ptr<XXH3_state_t, decltype(&XXH3_freeState)> m_state;
 };
 
@@ -113,8 +150,7 @@ private:
                 return;
             const std::size_t slot = m_read % kPieces;
             lock.unlock();
-            m_pieces[slot].resize(kPiece);
-            const std::size_t size = reader.next(m_pieces[slot].data(), kPiece);
+            const std::size_t size = reader.next(m_pieces[slot].data());
             lock.lock();
             m_sizes[slot] = size;
             ++m_read;
@@ -124,7 +160,7 @@ private:
         }
     }
 
-    std::array<std::vector<char>, kPieces> m_pieces;
+    std::array<Piece, kPieces> m_pieces;
     std::array<std::size_t, kPieces> m_sizes{};
     std::mutex m_mutex;
     std::condition_variable m_wake;
@@ -135,6 +171,51 @@ private:
     std::thread m_thread;
 };
 
+/// Writes pieces one after the other: large files past the system's memory, which would only be filled with
+/// what nobody reads from there, and in many machines gives pages away more slowly than the disk writes.
+class Writer
+{
+public:
+    Writer(int file, bool isLarge)
+        : m_file(file)
+        , m_isDirect(isLarge && setDirect(file, true))
+    {
+    }
+
+    /// \return 0 or an errno value.
+    int write(std::string_view piece)
+    {
+        const std::size_t whole = m_isDirect ? piece.size() - piece.size() % kBlock : 0;
+        if (whole > 0) {
+            const ssize_t put = ::write(m_file, piece.data(), whole);
+            if (put < 0 && errno != EINVAL && errno != EINTR)
+                return errno;
+            const auto done = put > 0 ? static_cast<std::size_t>(put) : 0;
+            piece.remove_prefix(done);
+            if (done == whole && piece.empty())
+                return 0;
+        }
+        // The end, and whatever the volume does not take in this way.
+        if (m_isDirect && !setDirect(m_file, false))
+            return errno;
+        m_isDirect = false;
+        return filetools::writeAll(m_file, piece);
+    }
+    bool isDirect() const { return m_isDirect; }
+
+private:
+    int m_file;
+    bool m_isDirect;
+};
+
+std::int64_t sizeOf(int file)
+{
+    struct stat facts
+    {
+    };
+    return ::fstat(file, &facts) == 0 ? facts.st_size : 0;
+}
+
 } // namespace
 
 TransferResult transfer(int source, int target, const CancelToken& cancel,
@@ -142,8 +223,9 @@ TransferResult transfer(int source, int target, const CancelToken& cancel,
 {
     TransferResult result;
     Reader reader(source);
-    std::vector<char> first(kPiece);
-    std::string_view piece(first.data(), reader.next(first.data(), first.size()));
+    Writer writer(target, sizeOf(source) >= kLargeFile);
+    const Piece first;
+    std::string_view piece(first.data(), reader.next(first.data()));
     std::unique_ptr<ReadAhead> ahead;
     std::int64_t behind = 0;
     while (!piece.empty() && result.writeError == 0) {
@@ -155,9 +237,9 @@ TransferResult transfer(int source, int target, const CancelToken& cancel,
         const bool isMore = piece.size() == kPiece;
         if (isMore && !ahead)
             ahead = std::make_unique<ReadAhead>(reader);
-        result.writeError = filetools::writeAll(target, piece);
+        result.writeError = writer.write(piece);
         result.bytes += static_cast<std::int64_t>(piece.size());
-        if (result.bytes - behind >= kWriteBehind) {
+        if (!writer.isDirect() && result.bytes - behind >= kWriteBehind) {
             ::sync_file_range(target, behind, result.bytes - behind, SYNC_FILE_RANGE_WRITE);
             behind = result.bytes;
         }
@@ -166,9 +248,30 @@ TransferResult transfer(int source, int target, const CancelToken& cancel,
         if (ahead)
             piece = ahead->next();
         else
-            piece = {first.data(), reader.next(first.data(), first.size())};
+            piece = {first.data(), reader.next(first.data())};
     }
     ahead.reset();
+    result.readError = reader.error();
+    result.checksum = reader.checksum();
+    return result;
+}
+
+TransferResult readBack(int file, const CancelToken& cancel)
+{
+    TransferResult result;
+    // So that the disk is asked and not the memory that was just filled.
+    ::posix_fadvise(file, 0, 0, POSIX_FADV_DONTNEED);
+    if (sizeOf(file) >= kLargeFile)
+        setDirect(file, true);
+    Reader reader(file);
+    const Piece first;
+    std::string_view piece(first.data(), reader.next(first.data()));
+    while (!piece.empty() && !(result.cancelled = *cancel)) {
+        result.bytes += static_cast<std::int64_t>(piece.size());
+        if (piece.size() < kPiece)
+            break;
+        piece = {first.data(), reader.next(first.data())};
+    }
     result.readError = reader.error();
     result.checksum = reader.checksum();
     return result;

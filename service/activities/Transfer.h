@@ -19,9 +19,13 @@ struct TransferResult
 };
 
 /// Copies all of the open file \a source from its start to the end of the open file \a target. Large files
-/// are read and hashed on a thread of their own while the one before is written. \a written is told the bytes
-/// so far, on the calling thread.
+/// are read and hashed on a thread of their own while the piece before is written, past the system's memory
+/// where the volume can do that. \a written is told the bytes so far, on the calling thread.
 TransferResult transfer(int source, int target, const CancelToken& cancel,
                         const std::function<void(std::int64_t)>& written);
+
+/// Reads all of the open file \a file again, from the disk as far as the system lets it, so that what comes
+/// is what lies there. Nothing is written: bytes, checksum, cancelled and readError tell.
+TransferResult readBack(int file, const CancelToken& cancel);
 
 } // namespace krxservice

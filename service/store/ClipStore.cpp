@@ -24,6 +24,8 @@ constexpr char kOwnerExists[] = "(EXISTS(SELECT 1 FROM folders WHERE id=?) OR "
 constexpr std::array<std::string_view, 7> kWords = {"waiting", "acting",   "publishing", "offered",
                                                     "taken",   "rejected", "failed"};
 
+constexpr char kProvisional[] = "stamp:"; ///< begins what stands for a checksum
+
 std::string_view word(ClipState state)
 {
     return kWords[static_cast<std::size_t>(state)];
@@ -98,6 +100,31 @@ std::optional<ClipRecord> ClipStore::find(const std::string& owner, const std::s
     Statement row = m_database.prepare(std::string(kColumns) + "WHERE owner=? AND path=? AND checksum=?");
     row.bind(owner).bind(path).bind(checksum);
     return row.step() ? std::optional(read(row)) : std::nullopt;
+}
+
+bool ClipStore::knows(const std::string& owner, const std::string& path)
+{
+    const auto lock = m_database.lock();
+    Statement row = m_database.prepare("SELECT 1 FROM clips WHERE owner=? AND path=? LIMIT 1");
+    return row.bind(owner).bind(path).step();
+}
+
+std::string ClipStore::provisionalChecksum(const FileStamp& stamp)
+{
+    return kProvisional + std::to_string(stamp.size) + '-' + std::to_string(stamp.modified) + '-' +
+           std::to_string(stamp.changed) + '-' + std::to_string(stamp.inode);
+}
+
+bool ClipStore::isProvisional(const std::string& checksum)
+{
+    return checksum.rfind(kProvisional, 0) == 0;
+}
+
+void ClipStore::setChecksum(std::int64_t id, const std::string& checksum)
+{
+    const auto lock = m_database.lock();
+    m_database.prepare("UPDATE OR IGNORE clips SET checksum=? WHERE id=?").bind(checksum).bind(id).run();
+    m_database.prepare("DELETE FROM clips WHERE id=? AND checksum!=?").bind(id).bind(checksum).run();
 }
 
 std::vector<ClipRecord> ClipStore::open(const std::string& owner, const std::string& path)
@@ -194,13 +221,14 @@ bool ClipStore::acted(const ClipRecord& clip)
     const auto lock = m_database.lock();
     m_database
         .prepare("UPDATE clips SET done=?, linked_path=?, linked_size=?, linked_modified=?, "
-                 "linked_checksum=?, made=?, scratch='' WHERE id=? AND state='acting'")
+                 "linked_checksum=?, made=?, checksum=?, scratch='' WHERE id=? AND state='acting'")
         .bind(std::int64_t(clip.done))
         .bind(clip.linkedPath)
         .bind(clip.linkedStamp.size)
         .bind(clip.linkedStamp.modified)
         .bind(clip.linkedChecksum)
         .bind(clip.made)
+        .bind(clip.checksum)
         .bind(clip.id)
         .run();
     return m_database.changes() > 0;

@@ -31,6 +31,15 @@ public:
     /// The clip of \a owner with this path and content, whatever its state.
     std::optional<ClipRecord> find(const std::string& owner, const std::string& path,
                                    const std::string& checksum);
+    /// True when there is a clip of \a owner with this path, whatever its content and state.
+    bool knows(const std::string& owner, const std::string& path);
+
+    /// What stands for the checksum of a file that nobody has read yet: made of its stamp, and of use only
+    /// until the content is known.
+    static std::string provisionalChecksum(const FileStamp& stamp);
+    static bool isProvisional(const std::string& checksum);
+    /// The content of a clip became known. Where another clip is known by it, this one is forgotten.
+    void setChecksum(std::int64_t id, const std::string& checksum);
     /// The clips of a path whose work was begun and is not over.
     std::vector<ClipRecord> open(const std::string& owner, const std::string& path);
     std::vector<ClipRecord> inState(ClipState state);
@@ -46,7 +55,7 @@ public:
     bool setScratch(std::int64_t id, const std::string& scratch);
     /// Acting: the job that shows the work.
     bool setJob(std::int64_t id, const std::string& job);
-    /// Acting: one more action is finished; \a clip says how many and what they made.
+    /// Acting: one more action is finished; \a clip says how many and what they made, and its checksum.
     bool acted(const ClipRecord& clip);
     /// Acting to Publishing.
     bool publish(std::int64_t id);

@@ -14,6 +14,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -70,6 +71,43 @@ struct Stage
     static QByteArray bytesOf(const QString& name) { return QByteArray(name.toUtf8() + '\n').repeated(500); }
     /// Nothing of the clip, not even hidden.
     bool isEmpty() const { return everything(to).isEmpty(); }
+};
+
+/// Another time, the same content.
+void touch(const std::string& path)
+{
+    const timespec times[2] = {{1000, 0}, {1000, 0}};
+    QCOMPARE(::utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+}
+
+/// That this process has read so far, from wherever.
+std::int64_t bytesRead()
+{
+    QFile file(s("/proc/self/io"));
+    return file.open(QIODevice::ReadOnly) ? file.readLine().mid(7).trimmed().toLongLong() : 0;
+}
+
+/// A sound of some megabytes that is to be copied.
+struct Sound
+{
+    PipelineBench bench;
+    const QString file = bench.folder.filePath(s("a.wav"));
+    const QString to = bench.folder.filePath(s("to"));
+
+    Sound()
+    {
+        QVERIFY(QDir().mkdir(to));
+        QCOMPARE(QProcess::execute(s("ffmpeg"), {s("-v"), s("error"), s("-f"), s("lavfi"), s("-i"),
+                                                 s("anullsrc=r=48000:cl=stereo:d=32"), file}),
+                 0);
+    }
+    FileOrder order() const
+    {
+        FileOrder order = bench.order(file.toStdString());
+        order.profile.activities = {PipelineBench::copyTo(to)};
+        return order;
+    }
+    FileResult process() { return bench.pipeline.process(order()); }
 };
 
 } // namespace
@@ -302,6 +340,109 @@ private slots:
         for (const auto& file : batch.clips[0].files)
             listed << QString::fromStdString(file.path).mid(5);
         QCOMPARE(listed, expected);
+        // The copy told what the pictures hold: touched, they are known.
+        touch(order.path);
+        QCOMPARE(int(bench.pipeline.process(order).end), int(FileResult::End::Known));
+        write(in + s("/shot.0003.dpx"), content(in.toStdString() + "/shot.0002.dpx"));
+        const FileResult other = bench.pipeline.process(order);
+        QVERIFY2(other.end == FileResult::End::Offered, other.text.c_str());
+    }
+
+    // Large files go past the system's memory, in measures that few files have.
+    void largeFileOfAnyLengthIsCopiedWhole_data()
+    {
+        QTest::addColumn<int>("bytes");
+        constexpr int kMegabyte = 1024 * 1024;
+        for (const int bytes : {4 * kMegabyte, 4 * kMegabyte + 1, 5 * kMegabyte - 4096, 6 * kMegabyte + 4097})
+            QTest::addRow("%d bytes", bytes) << bytes;
+    }
+    void largeFileOfAnyLengthIsCopiedWhole()
+    {
+        QFETCH(int, bytes);
+        QTemporaryDir folder;
+        QVERIFY(QDir(folder.path()).mkdir(s("to")));
+        QByteArray all(bytes, '\0');
+        for (int i = 0; i < bytes; ++i)
+            all[i] = char(i % 251);
+        write(folder.filePath(s("large.mov")), all);
+        CopyOrder order;
+        order.source = folder.filePath(s("large.mov")).toStdString();
+        order.directory = folder.filePath(s("to")).toStdString();
+        order.cancel = makeCancelToken();
+        const CopyResult result = Copier::copy(order);
+        QVERIFY2(result.ok, result.error.c_str());
+        QCOMPARE(content(result.path), all);
+        std::string error;
+        QCOMPARE(result.checksum, filetools::checksum(order.source, order.cancel, error).value_or(error));
+    }
+
+    void firstCopyReadsItsSourceOnceAndTheClipIsKnownByItsContent()
+    {
+        Sound sound;
+        const std::int64_t before = bytesRead();
+        QCOMPARE(int(sound.process().end), int(FileResult::End::Offered));
+        // The source and the copy, once each.
+        const double times = double(bytesRead() - before) / double(QFileInfo(sound.file).size());
+        QVERIFY2(times > 1.9 && times < 2.5, qPrintable(QString::number(times)));
+        QVERIFY(content(sound.bench.listed().at(0)).contains("method=\"xxh3-64\""));
+        QVERIFY(!content(sound.bench.listed().at(0)).contains("\"stamp\""));
+        touch(sound.file.toStdString());
+        QCOMPARE(int(sound.process().end), int(FileResult::End::Known));
+        const QByteArray bytes = content(sound.file.toStdString());
+        QVERIFY(QFile::remove(sound.file));
+        write(sound.file, bytes);
+        QCOMPARE(int(sound.process().end), int(FileResult::End::Known));
+        QByteArray other = bytes;
+        other[other.size() - 1] = char(other.back() + 1);
+        write(sound.file, other);
+        QCOMPARE(int(sound.process().end), int(FileResult::End::Offered));
+        QCOMPARE(int(sound.bench.listed().size()), 2);
+    }
+
+    void clipThatFailedBeforeItWasCopiedIsKnownByItsContent()
+    {
+        Sound sound;
+        QVERIFY(QDir().rmdir(sound.to));
+        QCOMPARE(int(sound.process().end), int(FileResult::End::Failed));
+        touch(sound.file.toStdString());
+        QCOMPARE(int(sound.process().end), int(FileResult::End::Known));
+        // Tried again it is done.
+        QVERIFY(QDir().mkdir(sound.to));
+        sound.bench.clips.retry("f000001");
+        const FileResult result = sound.process();
+        QVERIFY2(result.end == FileResult::End::Offered, result.text.c_str());
+        touch(sound.file.toStdString());
+        QCOMPARE(int(sound.process().end), int(FileResult::End::Known));
+    }
+
+    void clipWhoseWorkWasCalledOffIsKnownByItsContentFromTheNextLookOn()
+    {
+        Sound sound;
+        FileOrder order = sound.order();
+        order.willAct = [&](const std::string&) {
+            *order.cancel = true;
+            return std::string();
+        };
+        order.staysCancelled = [] { return true; };
+        QCOMPARE(int(sound.bench.pipeline.process(order).end), int(FileResult::End::Cancelled));
+        QCOMPARE(int(sound.process().end), int(FileResult::End::Known));
+        sound.bench.pipeline.prune(text::now(), makeCancelToken());
+        touch(sound.file.toStdString());
+        QCOMPARE(int(sound.process().end), int(FileResult::End::Known));
+        // Submitted again it is gone on with, whatever was learnt of it.
+        sound.bench.clips.retry("f000001");
+        QCOMPARE(int(sound.process().end), int(FileResult::End::Offered));
+        QCOMPARE(int(sound.bench.listed().size()), 1);
+    }
+
+    void fileThatIsNoMediaIsKnownByItsContentThoughItWasToBeCopied()
+    {
+        Sound sound;
+        write(sound.file, "no sound at all");
+        QCOMPARE(int(sound.process().end), int(FileResult::End::Rejected));
+        touch(sound.file.toStdString());
+        QCOMPARE(int(sound.process().end), int(FileResult::End::Rejected));
+        QCOMPARE(int(sound.bench.clips.finished(0, 10).size()), 1);
     }
 };
 
