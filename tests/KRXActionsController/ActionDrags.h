@@ -55,7 +55,7 @@ public:
     {
         QList<int> numbers;
         for (const QString& name : written())
-            numbers.append(name.midRef(5).toInt());
+            numbers.append(name.mid(5).toInt());
         return numbers;
     }
 

@@ -246,7 +246,7 @@ struct ShownRows
         for (QDomElement one =
                  root.firstChildElement().firstChildElement().firstChildElement().firstChildElement();
              !one.isNull(); one = one.nextSiblingElement())
-            numbers.append(one.attribute(QStringLiteral("name")).midRef(5).toInt());
+            numbers.append(one.attribute(QStringLiteral("name")).mid(5).toInt());
         return numbers;
     }
     bool isDragging() { return qApp->findChild<QDrag*>() != nullptr; }

@@ -1,12 +1,12 @@
 #include "ListenerOwner.h"
 #include "OtherUsersListener.h"
+#include "PreparedProcess.h"
 #include "RestAnswer.h"
 #include "ServiceSocket.h"
 #include "TestHttpServer.h"
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -95,15 +95,16 @@ private:
 };
 
 /// A program that is run by the other user.
-class OtherUsersProcess : public QProcess
+class OtherUsersProcess : public PreparedProcess
 {
-protected:
-    void setupChildProcess() override
+public:
+    OtherUsersProcess()
+        : PreparedProcess([] {
+            constexpr uid_t user = OtherUsersListener::kUser;
+            if (::setresgid(user, user, user) != 0 || ::setresuid(user, user, user) != 0)
+                ::_exit(1);
+        })
     {
-        if (::setresgid(OtherUsersListener::kUser, OtherUsersListener::kUser, OtherUsersListener::kUser) !=
-                0 ||
-            ::setresuid(OtherUsersListener::kUser, OtherUsersListener::kUser, OtherUsersListener::kUser) != 0)
-            ::_exit(1);
     }
 };
 

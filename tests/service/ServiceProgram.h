@@ -1,9 +1,10 @@
 #pragma once
 
+#include "PreparedProcess.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QPair>
-#include <QProcess>
 #include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
@@ -35,7 +36,7 @@ public:
     /// The command that the program is started by, for example setpriv with its options.
     void setPrefix(const QStringList& command) { m_prefix = command; }
     /// Called in the new process before it becomes the program; system calls only.
-    void setBeforeProgram(const std::function<void()>& function) { m_process.beforeProgram = function; }
+    void setBeforeProgram(const std::function<void()>& function) { m_process.setBeforeProgram(function); }
     void setEnvironment(const QProcessEnvironment& environment)
     {
         m_process.setProcessEnvironment(environment);
@@ -86,19 +87,7 @@ private:
     bool leftAgreement() const;
 
     QString m_dataFolder;
-    struct Process : QProcess
-    {
-        std::function<void()> beforeProgram;
-
-    protected:
-        void setupChildProcess() override
-        {
-            if (beforeProgram)
-                beforeProgram();
-        }
-    };
-
-    Process m_process;
+    PreparedProcess m_process;
     QStringList m_prefix;
     int m_port = 0;
     QByteArray m_lastWords;

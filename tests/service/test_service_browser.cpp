@@ -1,3 +1,4 @@
+#include "PreparedProcess.h"
 #include "ServiceStage.h"
 #include "TestFiles.h"
 #include "TestHttpServer.h"
@@ -7,7 +8,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -85,14 +85,8 @@ public:
     QByteArray said() { return m_process.readAll(); }
 
 private:
-    struct Process : QProcess
-    {
-    protected:
-        void setupChildProcess() override { ::setsid(); }
-    };
-
     QTemporaryDir m_profile;
-    Process m_process;
+    PreparedProcess m_process{[] { ::setsid(); }};
 };
 
 /// What the browser reads of /etc, with names of our own.

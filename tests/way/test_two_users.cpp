@@ -3,11 +3,11 @@
 #include "DeskProject.h"
 #include "ListenerOwner.h"
 #include "OtherUsersListener.h"
+#include "PreparedProcess.h"
 
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -23,11 +23,16 @@ constexpr int kPatience = 60000;
 constexpr quint16 kServicePort = 58885;
 
 /// A program that another user runs.
-class UsersProcess : public QProcess
+class UsersProcess : public PreparedProcess
 {
 public:
     explicit UsersProcess(uid_t user)
-        : m_user(user)
+        : PreparedProcess([user] {
+            if (::setresgid(user, user, user) != 0 || ::setresuid(user, user, user) != 0)
+                ::_exit(1);
+            // Nothing of theirs outlives a test that is killed.
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        })
     {
     }
     ~UsersProcess() override
@@ -37,18 +42,6 @@ public:
             kill();
         waitForFinished();
     }
-
-protected:
-    void setupChildProcess() override
-    {
-        if (::setresgid(m_user, m_user, m_user) != 0 || ::setresuid(m_user, m_user, m_user) != 0)
-            ::_exit(1);
-        // Nothing of theirs outlives a test that is killed.
-        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    }
-
-private:
-    uid_t m_user;
 };
 
 /// One person: a home of their own, a desk and what it starts.

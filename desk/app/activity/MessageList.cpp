@@ -65,7 +65,7 @@ void MessageList::place(Message& message) const
         message.folder = folder;
         const int from = at + folder.size();
         message.clip.clear();
-        if (message.text.midRef(from, 1) != QLatin1String("/"))
+        if (message.text.mid(from, 1) != QLatin1String("/"))
             continue;
         // The path ends where the sentence goes on; an extension tells the two apart.
         const int dot = message.text.indexOf(QLatin1Char('.'), from);

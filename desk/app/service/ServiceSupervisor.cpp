@@ -23,10 +23,26 @@ constexpr int kExitInUse = 3;
 class BoundProcess : public QProcess
 {
 public:
+#if QT_VERSION_MAJOR < 6
     using QProcess::QProcess;
 
 protected:
     void setupChildProcess() override
+    {
+        prepareChild();
+    }
+
+private:
+#else
+    explicit BoundProcess(QObject* parent)
+        : QProcess(parent)
+    {
+        setChildProcessModifier(&BoundProcess::prepareChild);
+    }
+
+private:
+#endif
+    static void prepareChild()
     {
         // Until it is the service, the child has our handlers, which would tell us to end in its place.
         for (const int signal : {SIGTERM, SIGINT, SIGHUP})
