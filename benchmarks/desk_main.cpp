@@ -217,8 +217,6 @@ void refresh(int count)
         QTest::qWait(kRest);
         Heart heart;
         stage.window->refreshFolders();
-        while (QCoreApplication::hasPendingEvents())
-            QCoreApplication::processEvents();
         QTest::qWait(kRest);
         stalls.push_back(heart.longestMs());
         require(view->topLevelItemCount() == count, "all folders are listed again");
