@@ -143,7 +143,7 @@ void JobsPane::makeTable()
     m_table->setSortingEnabled(true);
     // The newest on top.
     m_table->sortByColumn(ClipTable::Started, Qt::DescendingOrder);
-    constexpr int widths[ClipTable::Columns] = {150, 100, 110, 90, 90, 80, 240, 62, 50};
+    constexpr int widths[ClipTable::Columns] = {150, 100, 110, 90, 90, 80, 240, 78, 56};
     for (int column = 0; column < ClipTable::Columns; ++column)
         m_table->setColumnWidth(column, widths[column]);
     m_table->horizontalHeader()->setSectionResizeMode(ClipTable::Reason, QHeaderView::Stretch);

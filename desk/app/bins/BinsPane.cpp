@@ -15,6 +15,7 @@ constexpr int kNameWidth = 260;
 constexpr int kColumnWidth = 90;
 constexpr int kHintMargin = 24;
 constexpr int kRowPadding = 6;
+constexpr int kScrollPause = 100; ///< milliseconds
 
 /// Rows with some air, for a list that is read rather than worked in.
 class RoomyDelegate : public QStyledItemDelegate
@@ -63,6 +64,9 @@ BinsPane::BinsPane(DeskProject& project, QWidget* parent)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_view);
 
+    m_scroll.setSingleShot(true);
+    m_scroll.setInterval(kScrollPause);
+    connect(&m_scroll, &QTimer::timeout, this, &BinsPane::scrollToLastClip);
     connect(m_view->selectionModel(), &QItemSelectionModel::currentChanged, this,
             [this](const QModelIndex& current) { m_project.setActiveBin(BinsModel::binOf(current)); });
     connect(&m_project, &DeskProject::wasReset, this, &BinsPane::projectReplaced);
@@ -73,13 +77,24 @@ BinsPane::BinsPane(DeskProject& project, QWidget* parent)
 
 void BinsPane::showLastClip(int bin, int clip)
 {
-    const QModelIndex binIndex = m_model->index(bin, 0);
-    m_view->expand(binIndex);
-    m_view->scrollTo(m_model->index(clip, 0, binIndex));
+    m_view->expand(m_model->index(bin, 0));
+    // All rows are laid out for it, so that is done once for clips that come together.
+    m_lastBin = bin;
+    m_lastClip = clip;
+    if (!m_scroll.isActive())
+        m_scroll.start();
+}
+
+void BinsPane::scrollToLastClip()
+{
+    const QModelIndex clip = m_model->index(m_lastClip, 0, m_model->index(m_lastBin, 0));
+    if (clip.isValid())
+        m_view->scrollTo(clip);
 }
 
 void BinsPane::projectReplaced()
 {
+    m_scroll.stop();
     m_view->expandAll();
     updateEmptyHint();
 }

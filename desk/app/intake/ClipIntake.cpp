@@ -16,7 +16,8 @@
 namespace {
 
 constexpr int kAtOnce = 10; ///< clips that are taken on the spot, however long that takes
-constexpr int kSlice = 30;  ///< milliseconds in which clips are taken before events are handled again
+constexpr int kBurst = 10;  ///< milliseconds in which more are: the folder was just read, which took its time
+constexpr int kSlice = 45;  ///< milliseconds in which clips are taken before events are handled again
 
 } // namespace
 
@@ -92,7 +93,7 @@ void ClipIntake::takeSoon(const QString& linkDocument)
         m_burstClips = 0;
         QTimer::singleShot(0, this, [this] { m_burst.invalidate(); });
     }
-    if (m_soon.isEmpty() && (++m_burstClips <= kAtOnce || m_burst.elapsed() < kSlice)) {
+    if (m_soon.isEmpty() && (++m_burstClips <= kAtOnce || m_burst.elapsed() < kBurst)) {
         take(linkDocument);
         return;
     }

@@ -28,6 +28,7 @@ namespace {
 
 constexpr int kMostLines = 2000;
 constexpr int kMessageTime = 8000;
+constexpr int kRowPadding = 6;
 constexpr int kDockHeight = 240; ///< at least, when it is shown
 
 } // namespace
@@ -114,6 +115,8 @@ QWidget* ActivityDocks::makeMessages()
     table->setModel(&m_messages);
     table->verticalHeader()->hide();
     table->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    // Two lines each: messages hold paths, and advice is a sentence.
+    table->verticalHeader()->setDefaultSectionSize(2 * table->fontMetrics().lineSpacing() + kRowPadding);
     table->setShowGrid(false);
     table->setSelectionBehavior(QAbstractItemView::SelectRows);
     table->setEditTriggers(QAbstractItemView::NoEditTriggers);
