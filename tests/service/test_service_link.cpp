@@ -216,6 +216,21 @@ private slots:
         QVERIFY(errors().isEmpty());
     }
 
+    void fourHoursOfTimecodeAreCountedToTheFrame()
+    {
+        // Ten seconds over and over, so that nobody encodes four hours; they go past midnight.
+        QVERIFY(
+            make(picture("color=s=16x16:r=25:d=10") + QStringList{s("-c:v"), s("mpeg4"), file("ten.mov")}));
+        const QString movie = file("long.mov");
+        QVERIFY(make({s("-stream_loop"), s("1439"), s("-i"), file("ten.mov"), s("-c"), s("copy"),
+                      s("-timecode"), s("20:00:00:01"), movie}));
+        QVERIFY(offer(movie, "<zorMetadata><frameCountingMethod>TIMECODE</frameCountingMethod>"
+                             "<timecodeMethod>EMBEDDED</timecodeMethod></zorMetadata>"));
+        QCOMPARE(said("/xel/clip/startTimecode"), s("20:00:00:01"));
+        QCOMPARE(said("/xel/clip/startFrame"), QString::number(20 * 3600 * 25 + 1));
+        QCOMPARE(said("/xel/clip/frameCount"), QString::number(4 * 3600 * 25));
+    }
+
     void nameWithoutTimecodeLeavesTheEmbeddedOneAndThatIsSaid()
     {
         const QString movie = file("plain.mov");

@@ -15,6 +15,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QXmlStreamReader>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -407,6 +408,43 @@ private slots:
         QVERIFY(QFile::copy(QString::fromStdString(m_wave), QString::fromStdString(path)));
         QVERIFY(bench.pipeline.process(bench.order(path)).end == FileResult::End::Rejected);
         QVERIFY(bench.listed().empty());
+    }
+
+    void everyByteThatANameMayHoldIsKeptOrSaid()
+    {
+        Bench bench;
+        const std::string folder = bench.folder.path().toStdString();
+        QVERIFY(QDir().mkdir(bench.folder.filePath(QStringLiteral("to"))));
+        for (int byte = 1; byte < 256; ++byte) {
+            if (byte == '/')
+                continue;
+            const std::string name = std::string("n") + static_cast<char>(byte) + ".wav";
+            const std::string path = folder + '/' + name;
+            QCOMPARE(::link(m_wave.c_str(), path.c_str()), 0);
+            FileOrder order = bench.order(path);
+            if (byte < '0')
+                order.profile.activities = {
+                    PipelineBench::copyTo(bench.folder.filePath(QStringLiteral("to")))};
+            const auto result = bench.pipeline.process(order);
+            // Names with controls in them no person types, and half of a character cannot be said.
+            const bool isText = byte >= 0x20 && byte < 0x7F;
+            QVERIFY2((result.end == FileResult::End::Offered) == isText, std::to_string(byte).c_str());
+            QVERIFY2((result.end == FileResult::End::Rejected) != isText, std::to_string(byte).c_str());
+            if (!isText)
+                continue;
+            const std::string listed = bench.listed().at(0);
+            QXmlStreamReader xml(content(listed));
+            QStringList paths;
+            while (!xml.atEnd()) {
+                if (xml.readNext() == QXmlStreamReader::StartElement && xml.name() == QLatin1String("path"))
+                    paths << xml.readElementText();
+            }
+            QVERIFY2(!xml.hasError() && paths.contains(QString::fromStdString(path)),
+                     std::to_string(byte).c_str());
+            if (byte < '0')
+                QCOMPARE(content(folder + "/to/" + name), content(m_wave));
+            QCOMPARE(::unlink(listed.c_str()), 0);
+        }
     }
 
     void copyActionIsDoneAndTheOutputLinksToTheCopyWhenAsked()

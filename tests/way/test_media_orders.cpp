@@ -1,4 +1,7 @@
 #include "CodecBox.h"
+#include "ConsolidateAction.h"
+#include "CopyMoveAction.h"
+#include "CopyToPathWidget.h"
 #include "EngineBench.h"
 #include "StandInMedia.h"
 #include "TranscodeAction.h"
@@ -44,14 +47,30 @@ QString valueOf(const QStringList& arguments, const char* key)
     return place < 0 ? QString() : arguments.value(place + 1);
 }
 
-/// A transcode action with its widgets, in an editor that fills its lists as the desk's does.
-struct Order
+/// What the service makes of an action that the module writes.
+ActivityRecipe recipeOf(IAction& action)
 {
-    TranscodeAction action{1};
+    QDomDocument document;
+    QDomElement profile = document.createElement(s("profile"));
+    document.appendChild(profile);
+    QDomElement parent = profile;
+    for (const char* name : {"processDefinition", "package", "activities"})
+        parent = parent.appendChild(document.createElement(s(name))).toElement();
+    action.writeXml(document, parent);
+    const auto recipe =
+        krxservice::profiledocument::recipe({"id", "name", document.toString(1).toStdString()});
+    return recipe ? recipe->activities.front() : ActivityRecipe();
+}
+
+/// An action with its widgets, in an editor that fills its lists as the desk's does.
+template <typename Action>
+struct OrderOf
+{
+    Action action{1};
     CodecBox* codec = nullptr;
 
     /// \a type is the open project's and the one that is ordered.
-    explicit Order(int type, int colorSpace = 8)
+    explicit OrderOf(int type, int colorSpace = 8)
     {
         StandInHost::Project project = StandInHost::project();
         project.type = type;
@@ -59,7 +78,7 @@ struct Order
         project.rasterWidth = StandInHost::catalogue().findProjectType(type)->frame.width();
         StandInHost::setProject(project);
         QWidget* const widget = action.createWidget();
-        codec = widget->findChild<CodecBox*>();
+        codec = widget->template findChild<CodecBox*>();
         QObject::connect(codec, &CodecBox::updateRezList, codec, [](CodecBox* box) { fillCodecs(box); });
         QObject::connect(codec, &CodecBox::codecChanged, codec, [](CodecBox* box) { fillProfiles(box); });
         action.setDefaults();
@@ -87,7 +106,7 @@ struct Order
     /// Chooses what is shown as \a text in the box of that name.
     bool choose(const char* name, const QString& text) const
     {
-        auto* const box = action.widget()->findChild<QComboBox*>(s(name));
+        auto* const box = action.widget()->template findChild<QComboBox*>(s(name));
         const int row = box ? box->findText(text) : -1;
         if (row >= 0)
             box->setCurrentIndex(row);
@@ -95,7 +114,7 @@ struct Order
     }
     bool chooseData(const char* name, const QVariant& data) const
     {
-        auto* const box = action.widget()->findChild<QComboBox*>(s(name));
+        auto* const box = action.widget()->template findChild<QComboBox*>(s(name));
         const int row = box ? box->findData(data) : -1;
         if (row >= 0)
             box->setCurrentIndex(row);
@@ -103,39 +122,26 @@ struct Order
     }
     void check(const char* name, bool on) const
     {
-        action.widget()->findChild<QCheckBox*>(s(name))->setChecked(on);
+        action.widget()->template findChild<QCheckBox*>(s(name))->setChecked(on);
     }
     /// Volumes that are plain folders: the boxes list those of this machine.
     void putOn(const QString& video, const QString& audio) const
     {
         for (const auto& [name, folder] : {std::make_pair("filesystemVideoVolume", video),
                                            std::make_pair("filesystemAudioVolume", audio)}) {
-            auto* const box = action.widget()->findChild<QComboBox*>(s(name));
+            auto* const box = action.widget()->template findChild<QComboBox*>(s(name));
             box->addItem(folder, QVariant(folder + QLatin1Char('/')));
             box->setCurrentIndex(box->count() - 1);
             box->show();
         }
     }
-
-    /// As the service reads what the module writes.
-    ActivityRecipe recipe()
-    {
-        QDomDocument document;
-        QDomElement profile = document.createElement(s("profile"));
-        document.appendChild(profile);
-        QDomElement parent = profile;
-        for (const char* name : {"processDefinition", "package", "activities"})
-            parent = parent.appendChild(document.createElement(s(name))).toElement();
-        action.writeXml(document, parent);
-        const auto recipe =
-            krxservice::profiledocument::recipe({"id", "name", document.toString(1).toStdString()});
-        return recipe ? recipe->activities.front() : ActivityRecipe();
-    }
 };
+using Order = OrderOf<TranscodeAction>;
+using Consolidation = OrderOf<ConsolidateAction>;
 
 } // namespace
 
-/// What can be ordered with the widgets of a transcode, done by the service and read by ffprobe.
+/// What can be ordered with the widgets of each action, done by the service and read by ffprobe.
 class TestMediaOrders : public QObject
 {
     Q_OBJECT
@@ -150,13 +156,22 @@ class TestMediaOrders : public QObject
         QDir().mkpath(path);
         return path;
     }
-    Outcome<Clip> run(Order& order, const QString& name)
+    template <typename Action>
+    Outcome<Clip> run(OrderOf<Action>& order, const QString& name)
+    {
+        return run(order.action, name);
+    }
+    Outcome<Clip> run(IAction& action, const QString& name)
     {
         Clip clip;
         clip.watched = m_bench.folder.path().toStdString();
         clip.source.path = m_bench.path(name).toStdString();
+        clip.source.stamp = filetools::stampOf(clip.source.path).value_or(FileStamp());
+        std::string error;
+        clip.source.checksum =
+            filetools::checksum(clip.source.path, makeCancelToken(), error).value_or(error);
         clip.linked = clip.source;
-        const ActivityRecipe recipe = order.recipe();
+        const ActivityRecipe recipe = recipeOf(action);
         return Activity::forId(recipe.id).run(clip, recipe, {}, makeCancelToken());
     }
     QString probed(const Outcome<Clip>& made, const char* entries, const char* streams = "v:0") const
@@ -508,6 +523,170 @@ private slots:
         // tag does.
         QVERIFY(edge(made, "1:1:iw/2:3*ih/4") > 200);
         QVERIFY(edge(made, "1:1:iw/2:ih/4") < 50);
+    }
+
+    void copiesAreMadeAsOrdered()
+    {
+        for (const bool relinks : {false, true}) {
+            CopyMoveAction copy(1);
+            copy.createWidget();
+            copy.widget()->findChild<CopyToPathWidget*>()->setPath(volume());
+            const QString target = s("%1/clip.mov").arg(m_bench.path(s("volume%1").arg(m_count)));
+            copy.widget()->findChild<QCheckBox*>(s("relinkAfterCopy"))->setChecked(relinks);
+            copy.widget()->findChild<QCheckBox*>(s("autoCheckin"))->setChecked(relinks);
+            const auto made = run(copy, s("clip.mov"));
+            QVERIFY2(made, made.refusal().text.c_str());
+            QCOMPARE(QString::fromStdString(made->linked.path),
+                     relinks ? target : m_bench.path(s("clip.mov")));
+            QCOMPARE(EngineBench::pictures(target), EngineBench::pictures(m_bench.path(s("clip.mov"))));
+            QCOMPARE(EngineBench::probed(target, "stream=codec_name", "a"), s("pcm_s24le"));
+            QCOMPARE(recipeOf(copy).autoCheckin, relinks);
+        }
+    }
+
+    void mediaOnTheTargetAreSkippedAsOrdered()
+    {
+        QCOMPARE(m_bench.make(s("mpeg2.mov"), "-f lavfi -i testsrc2=s=320x180:r=25:d=0.16 -c:v mpeg2video"),
+                 QString());
+        Consolidation order(4, 4);
+        order.putOn(m_volume, m_volume);
+        order.check("videoSkipOnTarget", false);
+        const auto first = run(order, s("mpeg2.mov"));
+        QVERIFY2(first, first.refusal().text.c_str());
+        QCOMPARE(probed(first, "stream=codec_name,nb_read_packets"), s("mpeg2video,4"));
+        QVERIFY(QString::fromStdString(first->linked.path).endsWith(s(".mxf")));
+        const auto second = run(order, s("mpeg2.mov"));
+        QVERIFY(second && second->linked.path != first->linked.path);
+        order.check("videoSkipOnTarget", true);
+        const auto skipped = run(order, s("mpeg2.mov"));
+        QVERIFY(skipped && skipped->linked.path == m_bench.path(s("mpeg2.mov")).toStdString());
+        order.check("videoRelinkSkippedToTarget", true);
+        const auto relinked = run(order, s("mpeg2.mov"));
+        QVERIFY(relinked && (relinked->linked.path == first->linked.path ||
+                             relinked->linked.path == second->linked.path));
+    }
+
+    void soundOfAConsolidationIsConvertedOnlyWhereABoxIsOn_data()
+    {
+        QTest::addColumn<QByteArray>("box");
+        QTest::addColumn<QString>("sound");
+        QTest::newRow("as it is") << QByteArray() << s("pcm_s24le,48000,1");
+        QTest::newRow("rate") << QByteArray("convertAudioSampleRate") << s("pcm_s24le,32000,1");
+        QTest::newRow("bits") << QByteArray("convertAudioBitDepth") << s("pcm_s16le,48000,1");
+        QTest::newRow("MP2") << QByteArray("convertAudioFormat") << s("mp2,48000,1");
+    }
+    void soundOfAConsolidationIsConvertedOnlyWhereABoxIsOn()
+    {
+        QFETCH(QByteArray, box);
+        QFETCH(QString, sound);
+        Consolidation order(4, 4);
+        for (const char* each : {"convertAudioSampleRate", "convertAudioBitDepth", "convertAudioFormat"})
+            order.check(each, box == each);
+        QVERIFY(order.chooseData("audioSampleRate", 32000));
+        QVERIFY(order.chooseData("audioSampleWidth", 16));
+        QVERIFY(order.choose("audioFormat", s("MP2  (MXF OP1a)")));
+        order.putOn(m_volume, m_volume);
+        const auto made = run(order, s("clip.mov"));
+        QVERIFY2(made, made.refusal().text.c_str());
+        QCOMPARE(probed(made, "stream=codec_name,sample_rate,channels", "a"), sound);
+        QCOMPARE(probed(made, "stream=codec_name,nb_read_packets"), s("mpeg4,4"));
+    }
+
+    void picturesAndSoundAreConsolidatedApart()
+    {
+        Consolidation order(4, 4);
+        const QString other = volume();
+        order.putOn(m_volume, other);
+        order.action.widget()->show();
+        const auto made = run(order, s("clip.mov"));
+        QVERIFY2(made, made.refusal().text.c_str());
+        QCOMPARE(int(made->parts.size()), 2);
+        QVERIFY(QString::fromStdString(made->parts[0].file.path).startsWith(m_volume));
+        QVERIFY(QString::fromStdString(made->parts[1].file.path).startsWith(other));
+    }
+
+    /// A transport stream cannot get other sound, so it cannot be consolidated.
+    Outcome<Clip> transcodedInstead(Consolidation& order, const char* picture)
+    {
+        const QByteArray options =
+            QByteArray("-f lavfi -i ") + picture +
+            " -f lavfi -i sine=r=48000:d=0.12 -pix_fmt yuv420p -c:v libx264 -qp 0 -c:a aac";
+        const QString failure = m_bench.make(s("instead.ts"), options.constData());
+        if (!failure.isEmpty())
+            return krxservice::Refusal{500, failure.toStdString()};
+        order.check("convertAudioBitDepth", true);
+        order.chooseData("audioSampleWidth", 16);
+        m_volume = volume();
+        order.putOn(m_volume, m_volume);
+        return run(order, s("instead.ts"));
+    }
+    void consolidationThatCannotBeDoneIsTranscodedAsOrdered()
+    {
+        const char* const plain = "testsrc2=s=320x180:r=25:d=0.12";
+        Consolidation refusing(4, 4);
+        QVERIFY(!transcodedInstead(refusing, plain));
+
+        Consolidation order(4, 4);
+        order.check("performTranscodeIfConsolidateFails", true);
+        QVERIFY(order.choose("videoProjectType", s("PAL 25i")));
+        QVERIFY(order.chooseData("videoColorSpace", 4));
+        QVERIFY(order.chooseData("videoCompressionType", 16777217U));
+        qint64 sizes[2] = {0, 0};
+        for (const char* profile : {"Standard", "Fewer bits per macroblock"}) {
+            QVERIFY(order.choose("encodingProfile", s(profile)));
+            const auto made = transcodedInstead(order, plain);
+            QVERIFY2(made, made.refusal().text.c_str());
+            QCOMPARE(probed(made, "stream=codec_name,width,height,color_space,field_order"),
+                     s("prores,720,576,smpte170m,tt"));
+            QCOMPARE(probed(made, "stream=codec_name", "a"), s("pcm_s16le"));
+            sizes[profile[0] == 'F'] = QFileInfo(QString::fromStdString(made->linked.path)).size();
+        }
+        QVERIFY2(sizes[0] != sizes[1], qPrintable(QString::number(sizes[0])));
+
+        Consolidation narrow(10);
+        narrow.check("performTranscodeIfConsolidateFails", true);
+        QVERIFY(narrow.choose("videoRaster", s("1440x1080")));
+        QVERIFY(narrow.chooseData("videoCompressionType", 16777217U));
+        const auto made = transcodedInstead(narrow, plain);
+        QVERIFY2(made, made.refusal().text.c_str());
+        QCOMPARE(probed(made, "stream=width,height"), s("1440,1080"));
+    }
+    void picturesOfSuchATranscodeAreMadeAsOrdered()
+    {
+        int edges[2] = {0, 0};
+        int bright[2] = {0, 0};
+        int contrast[2] = {0, 0};
+        for (const bool isOn : {false, true}) {
+            const auto order = [&](int type, int space) {
+                auto made = std::make_unique<Consolidation>(type, space);
+                made->check("performTranscodeIfConsolidateFails", true);
+                made->chooseData("videoCompressionType", 4026531842U);
+                return made;
+            };
+            const auto bars = order(4, 4);
+            bars->check("videoIncludeReformattedContent", isOn);
+            auto made = transcodedInstead(*bars, "color=white:s=128x128:r=25:d=0.12");
+            QVERIFY2(made, made.refusal().text.c_str());
+            edges[isOn] = edge(made);
+            const auto colors = order(6, 8);
+            colors->check("applyColorTransformations", isOn);
+            made = transcodedInstead(
+                *colors, "color=red:s=160x90:r=25:d=0.12,scale=out_color_matrix=bt601:out_range=tv,"
+                         "format=yuv420p,setparams=colorspace=smpte170m:color_primaries=bt709:"
+                         "color_trc=smpte170m:range=tv");
+            QVERIFY2(made, made.refusal().text.c_str());
+            bright[isOn] = edge(made);
+            const auto scaling = order(4, 4);
+            QVERIFY(scaling->chooseData("videoDebayerSetting", isOn ? 20 : 0));
+            made = transcodedInstead(*scaling, "nullsrc=s=720x576:r=25:d=0.12,"
+                                               "geq=lum='255*mod(X\\,2)':cb=128:cr=128");
+            QVERIFY2(made, made.refusal().text.c_str());
+            contrast[isOn] = qAbs(edge(made, "1:1:300:200") - edge(made, "1:1:301:200"));
+        }
+        QVERIFY2(edges[0] > 200 && edges[1] < 40, qPrintable(s("%1 %2").arg(edges[0]).arg(edges[1])));
+        QVERIFY2(qAbs(bright[0] - bright[1]) > 8, qPrintable(s("%1 %2").arg(bright[0]).arg(bright[1])));
+        QVERIFY2(contrast[0] > 50 && contrast[1] < 20,
+                 qPrintable(s("%1 %2").arg(contrast[0]).arg(contrast[1])));
     }
 };
 
