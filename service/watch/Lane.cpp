@@ -333,13 +333,14 @@ private:
         if (now < m_nextTick)
             return;
         std::int64_t due = kNever;
+        openwriters::Look writers;
         for (const auto& [id, folder] : m_folders) {
             if (!folder->hasCandidates() || isEnded())
                 continue;
             Report report;
             {
                 const Look look(*this, id);
-                report.finished = folder->takeFinished(now);
+                report.finished = folder->takeFinished(now, writers);
             }
             tell(*folder, std::move(report));
             due = std::min(due, folder->nextDue());

@@ -31,9 +31,10 @@ std::string nameOf(const std::string& process)
     return (name.empty() ? "a program" : text::oneLine(name)) + " (process " + process + ')';
 }
 
-void lookInto(const std::string& descriptors, const std::set<std::string>& wanted, const std::string& process,
-              std::map<std::string, std::string>& found)
+void lookInto(const std::string& process, std::map<std::string, std::string>& found)
 {
+    // Of other users' processes this cannot be opened: they cost no more than that.
+    const std::string descriptors = "/proc/" + process + "/fd";
     const Directory directory = openDirectory(descriptors);
     while (const dirent* entry = directory ? ::readdir(directory.get()) : nullptr) {
         if (!std::isdigit(static_cast<unsigned char>(entry->d_name[0])))
@@ -49,25 +50,44 @@ void lookInto(const std::string& descriptors, const std::set<std::string>& wante
         const ssize_t length = ::readlink(link.c_str(), target, sizeof target);
         if (length <= 0)
             continue;
-        std::string path(target, static_cast<std::size_t>(length));
-        if (wanted.count(path) > 0)
-            found.emplace(std::move(path), nameOf(process));
+        // Pipes, sockets and the like have no path.
+        if (target[0] == '/')
+            found.emplace(std::string(target, static_cast<std::size_t>(length)), process);
     }
 }
 
 } // namespace
 
-std::map<std::string, std::string> among(const std::set<std::string>& canonicalPaths)
+void Look::look()
+{
+    m_open.clear();
+    const Directory processes = openDirectory("/proc");
+    while (const dirent* entry = processes ? ::readdir(processes.get()) : nullptr) {
+        if (std::isdigit(static_cast<unsigned char>(entry->d_name[0])))
+            lookInto(entry->d_name, m_open);
+    }
+}
+
+std::map<std::string, std::string> Look::among(const std::set<std::string>& canonicalPaths)
 {
     std::map<std::string, std::string> found;
     if (canonicalPaths.empty())
         return found;
-    const Directory processes = openDirectory("/proc");
-    while (const dirent* entry = processes ? ::readdir(processes.get()) : nullptr) {
-        if (std::isdigit(static_cast<unsigned char>(entry->d_name[0])))
-            lookInto(std::string("/proc/") + entry->d_name + "/fd", canonicalPaths, entry->d_name, found);
+    const auto now = std::chrono::steady_clock::now();
+    if (m_looked == decltype(m_looked)() || now - m_looked > m_holds) {
+        look();
+        m_looked = now;
+    }
+    for (const auto& path : canonicalPaths) {
+        if (const auto writer = m_open.find(path); writer != m_open.end())
+            found.emplace(path, nameOf(writer->second));
     }
     return found;
+}
+
+std::map<std::string, std::string> among(const std::set<std::string>& canonicalPaths)
+{
+    return Look().among(canonicalPaths);
 }
 
 } // namespace krxservice::openwriters

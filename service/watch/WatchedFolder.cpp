@@ -3,7 +3,6 @@
 #include "base/FileTools.h"
 #include "base/Text.h"
 #include "media/PictureKinds.h"
-#include "watch/OpenWriters.h"
 #include "watch/WatchTexts.h"
 
 #include <algorithm>
@@ -252,6 +251,12 @@ std::set<std::string> WatchedFolder::troubles() const
 
 std::vector<std::string> WatchedFolder::takeFinished(std::int64_t now)
 {
+    openwriters::Look writers;
+    return takeFinished(now, writers);
+}
+
+std::vector<std::string> WatchedFolder::takeFinished(std::int64_t now, openwriters::Look& writers)
+{
     std::map<std::string, std::string> still; // canonical path to path
     for (auto it = m_candidates.begin(); it != m_candidates.end();) {
         const auto stamp = filetools::stampOfUnlinked(it->first);
@@ -277,7 +282,7 @@ std::vector<std::string> WatchedFolder::takeFinished(std::int64_t now)
     for (const auto& [real, path] : still)
         canonical.insert(real);
     std::map<std::string, std::string> openPictures; // program by key
-    for (const auto& [written, program] : openwriters::among(canonical)) {
+    for (const auto& [written, program] : writers.among(canonical)) {
         const std::string& path = still.at(written);
         m_candidates.at(path).disturbed();
         m_stories.open(path, program);

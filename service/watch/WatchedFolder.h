@@ -4,6 +4,7 @@
 #include "media/LinkSettings.h"
 #include "store/Records.h"
 #include "watch/Gathering.h"
+#include "watch/OpenWriters.h"
 #include "watch/Settler.h"
 #include "watch/Stories.h"
 
@@ -49,6 +50,8 @@ public:
     /// from then on. Of numbered pictures it is the first, once none was added for three settle times; a
     /// sidecar is never handed over, and its clip not before it stands still.
     std::vector<std::string> takeFinished(std::int64_t now);
+    /// The same with a look at open files that several folders share.
+    std::vector<std::string> takeFinished(std::int64_t now, openwriters::Look& writers);
 
     /// All of the folder is about to be read: what saw() and leaveOut() do not name until endReading() is
     /// gone.

@@ -1,9 +1,11 @@
 #include "SilentMount.h"
 #include "TestFiles.h"
+#include "base/FileTools.h"
 #include "base/Mounts.h"
 #include "base/Text.h"
 #include "documents/ProfileDocument.h"
 #include "store/Database.h"
+#include "watch/OpenWriters.h"
 #include "watch/WatchTexts.h"
 #include "watch/Watcher.h"
 
@@ -113,6 +115,23 @@ class TestServiceLanes : public QObject
     Q_OBJECT
 
 private slots:
+    void oneLookAtOpenFilesServesAllFoldersOfAMoment()
+    {
+        QTemporaryDir folder;
+        const std::string one = text::canonicalPath(folder.path().toStdString()) + "/one";
+        const std::string two = text::canonicalPath(folder.path().toStdString()) + "/two";
+        openwriters::Look shared{std::chrono::hours(1)};
+        openwriters::Look fresh{std::chrono::milliseconds(-1)};
+        // While nothing is asked nobody looks.
+        QVERIFY(shared.among({}).empty());
+        const filetools::Descriptor first(::open(one.c_str(), O_WRONLY | O_CREAT, 0600));
+        QCOMPARE(shared.among({one, two}).size(), std::size_t(1));
+        const filetools::Descriptor second(::open(two.c_str(), O_WRONLY | O_CREAT, 0600));
+        QVERIFY(shared.among({two}).empty());
+        QCOMPARE(shared.among({one}).size(), std::size_t(1));
+        QCOMPARE(fresh.among({one, two}).size(), std::size_t(2));
+    }
+
     void filesOfSeveralFoldersAreHandedOverOnce()
     {
         Bench bench;
