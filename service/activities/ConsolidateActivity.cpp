@@ -12,6 +12,9 @@
 #include "media/ClipFiles.h"
 #include "media/MediaProbe.h"
 #include "media/TargetIndex.h"
+#include "media/helper/HelperRequests.h"
+
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -181,6 +184,10 @@ private:
         if (own.empty())
             return failed(reason + ", and a file like " + text::baseName(m_clip.linked.path) +
                           " cannot be written with other sound");
+        for (const auto& stream : m_media.streams) {
+            if (stream.type == "video" && krxmedia::requests::isUnpacked(stream.codec))
+                return failed(reason + ", and " + stream.codec + " cannot go into a new file as it is");
+        }
         if (!note.empty())
             m_note.notes.push_back(note);
         return remade(own);
@@ -262,6 +269,7 @@ private:
             const auto refusal = target.refusal(clip.linked.stamp.size);
             return refusal ? *refusal : failed(result.error);
         }
+        m_copied.insert(m_copied.end(), result.files.begin(), result.files.end());
         const FileFacts facts = clipcopy::facts(result, order);
         if (clipcopy::isOther(clip, result, order))
             return Refusal{kLookAgain, clip.linked.path + " changed before it was consolidated"};
@@ -272,14 +280,28 @@ private:
         return std::nullopt;
     }
 
+    /// Takes back what was copied of a clip that cannot be brought as a whole.
+    void undo()
+    {
+        for (const auto& file : m_copied) {
+            const auto now = filetools::stampOfUnlinked(file.path);
+            if (!file.existed && now && file.stamp.isUntouched(*now))
+                ::unlink(file.path.c_str());
+        }
+        m_copied.clear();
+        m_note.made.clear();
+    }
+
     std::optional<Refusal> copyParts(Clip& made)
     {
         for (std::size_t i = 0; i < m_clip.parts.size(); ++i) {
             Clip part;
             part.source = part.linked = m_clip.parts[i].file;
             Clip brought = part;
-            if (auto refusal = copy(part, pieces()[i].volume, brought))
+            if (auto refusal = copy(part, pieces()[i].volume, brought)) {
+                undo();
                 return refusal;
+            }
             made.parts[i].file = brought.linked;
         }
         made.linked = made.parts.front().file;
@@ -307,6 +329,7 @@ private:
     ActivityNote m_note;
     MediaFacts m_media;
     bool m_isStill = false;
+    std::vector<CopiedFile> m_copied; ///< by this action
 };
 
 } // namespace

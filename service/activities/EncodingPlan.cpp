@@ -218,6 +218,13 @@ private:
         return average.isKnown() && average.value() < 1000 ? average : FrameRate::from(m_picture->frameRate);
     }
 
+    /// A movie that is over with its first picture: nobody says how long the last one stands.
+    bool isOnePicture() const
+    {
+        return m_picture->frames == 1 &&
+               std::strtod(m_media.duration.c_str(), nullptr) * m_target.rate.value() < 1.5;
+    }
+
     void planPicture()
     {
         m_plan.extension = m_codec->container.toStdString();
@@ -225,7 +232,7 @@ private:
         FrameRate own = sourceRate();
         if (!own.isKnown())
             own = m_target.rate;
-        const bool isSingle = !m_clip.sequence && m_media.kind == "image";
+        const bool isSingle = !m_clip.sequence && (m_media.kind == "image" || isOnePicture());
         auto& video = m_plan.video;
         video = {"-map", "0:v:0", "-vf", pictureFilter(*m_picture, own, m_target, isSingle)};
         video.insert(video.end(), {"-vsync", "cfr", "-r", m_target.rate.text()});
@@ -382,7 +389,7 @@ private:
         if (reference >= 0)
             m_plan.soundApart.insert(m_plan.soundApart.end(),
                                      {"-metadata", "time_reference=" + std::to_string(reference)});
-        m_plan.bytesPerSecond += std::int64_t(rate) * channels * bits / 8;
+        m_plan.soundBytesPerSecond = std::int64_t(rate) * channels * bits / 8;
     }
 
     std::string soundInput() const { return m_clip.parts.size() > 1 ? "1" : "0"; }

@@ -32,8 +32,10 @@ struct EncodingPlan
     bool isSoundApart = false;
     bool copiesPictures = false;      ///< as they are, instead of encoding them
     std::vector<std::string> reading; ///< arguments before the input
-    std::int64_t bytesPerSecond = 0;  ///< at the most, as far as it can be told
-    std::vector<std::string> notes;   ///< what it falls back to
+    /// At the most, as far as it can be told: of the file with the pictures, and of sound apart.
+    std::int64_t bytesPerSecond = 0;
+    std::int64_t soundBytesPerSecond = 0;
+    std::vector<std::string> notes; ///< what it falls back to
 
     static Outcome<EncodingPlan> make(const MediaOptions& options, const Clip& clip, const MediaFacts& media,
                                       const KRXCatalogue::MediaCatalogue& catalogue);

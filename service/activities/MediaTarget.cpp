@@ -114,6 +114,18 @@ std::optional<Refusal> MediaTarget::refusal(std::int64_t bytes) const
     return std::nullopt;
 }
 
+bool MediaTarget::isOnVolumeOf(const MediaTarget& other) const
+{
+    struct stat own
+    {
+    };
+    struct stat others
+    {
+    };
+    return ::stat(m_volume.c_str(), &own) == 0 && ::stat(other.m_volume.c_str(), &others) == 0 &&
+           own.st_dev == others.st_dev;
+}
+
 std::string MediaTarget::path(const std::string& extension) const
 {
     return profiledocument::mediaFolder(m_volume) + '/' + m_folder + '/' + m_stem + '.' + extension;

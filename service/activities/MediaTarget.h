@@ -27,6 +27,9 @@ public:
     /// is no place at all.
     std::optional<Refusal> refusal(std::int64_t bytes) const;
 
+    /// True when both names lead to one volume.
+    bool isOnVolumeOf(const MediaTarget& other) const;
+
     /// Where a file with this \a extension would be, unless its name is taken.
     std::string path(const std::string& extension) const;
 

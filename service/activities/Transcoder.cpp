@@ -11,9 +11,13 @@
 #include "media/MediaProbe.h"
 #include "media/Sequence.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdlib>
+#include <future>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -31,11 +35,37 @@ constexpr int kEncoded = 95;                  ///< percent, when all is encoded 
 constexpr mode_t kOwners = 0600;
 constexpr mode_t kFileMode = 0666;
 
+/// What is done with a written file beside the look at it: its checksum is made while others read it, and
+/// it goes to the disk.
+class Settling
+{
+public:
+    using Checksum = Outcome<std::string>;
+
+    Settling(int file, const CancelToken& cancel)
+        : m_synced(std::async([file] { return ::fdatasync(file) == 0 ? 0 : errno; }))
+        , m_checksum(std::async([file, cancel]() -> Checksum {
+            std::string error;
+            const auto checksum = filetools::checksum(file, cancel, error);
+            return checksum ? Checksum(*checksum) : Checksum(Refusal{500, error});
+        }))
+    {
+    }
+    /// Each waits for it, and may be asked once.
+    Checksum checksum() { return m_checksum.get(); }
+    int syncError() { return m_synced.get(); } ///< errno; the system tells it of a file only once
+
+private:
+    std::future<int> m_synced;
+    std::future<Checksum> m_checksum;
+};
+
 /// A file that is made, and what it has to hold.
 struct Result
 {
     std::shared_ptr<HiddenFile> file;
-    std::string kind; ///< "picture" or "sound"
+    std::shared_ptr<Settling> settling; ///< behind the file: it ends first
+    std::string kind;                   ///< "picture" or "sound"
     bool hasPicture = false;
     int tracks = 0;
 };
@@ -65,7 +95,9 @@ public:
         const ProbeResult probe = MediaProbe::probe(m_source, m_cancel);
         if (probe.verdict != ProbeResult::Verdict::Media)
             return failed(probe.text);
-        m_media = probe.facts;
+        m_media = m_read = probe.facts;
+        if (const auto refusal = lookAtSoundPart())
+            return *refusal;
         if (isPictures() && pictures() - present() > kMostMissing)
             return failed(std::to_string(pictures() - present()) +
                           " pictures are missing between the first and the last");
@@ -77,16 +109,18 @@ public:
         m_plan = std::move(*plan);
         if (const auto refusal = reckonSpace())
             return *refusal;
-        const VolumeTurn pictureTurn(m_options.videoVolume, m_cancel);
+        const VolumeTurn turn(volumes(), m_cancel);
         if (const auto refusal = openResults())
             return *refusal;
         if (const auto refusal = encode())
             return *refusal;
+        for (auto& result : m_results)
+            result.settling = std::make_shared<Settling>(result.file->get(), m_cancel);
         for (const auto& result : m_results) {
             if (const std::string reason = check(result); !reason.empty())
                 return *m_cancel ? Refusal{500, "cancelled"} : failed("its result is not right: " + reason);
         }
-        if (!m_clip.sequence && !m_source.isUnchanged())
+        if ((!m_clip.sequence && !m_source.isUnchanged()) || (m_soundSource && !m_soundSource->isUnchanged()))
             return Refusal{kLookAgain, m_clip.linked.path + " changed while it was " + m_making.done};
         return finish();
     }
@@ -124,15 +158,33 @@ private:
         return std::strtod(m_media.duration.c_str(), nullptr);
     }
 
+    bool writesVideo() const { return m_plan.hasPicture || !m_plan.isSoundApart; }
+
     std::optional<Refusal> reckonSpace() const
     {
-        const auto bytes =
-            static_cast<std::int64_t>(double(m_plan.bytesPerSecond) * seconds() * kMoreSpace) + kLeastSpace;
-        if (m_plan.hasPicture || !m_plan.isSoundApart) {
-            if (auto refusal = m_videoTarget.refusal(bytes))
+        const auto bytesFor = [this](std::int64_t bytesPerSecond) {
+            return static_cast<std::int64_t>(double(bytesPerSecond) * seconds() * kMoreSpace) + kLeastSpace;
+        };
+        const std::int64_t video = writesVideo() ? bytesFor(m_plan.bytesPerSecond) : 0;
+        const std::int64_t sound = m_plan.isSoundApart ? bytesFor(m_plan.soundBytesPerSecond) : 0;
+        // Two names may lead to one volume.
+        const bool isOne = video > 0 && sound > 0 && m_videoTarget.isOnVolumeOf(m_audioTarget);
+        if (video > 0) {
+            if (auto refusal = m_videoTarget.refusal(isOne ? video + sound : video))
                 return refusal;
         }
-        return m_plan.isSoundApart ? m_audioTarget.refusal(kLeastSpace) : std::nullopt;
+        return sound > 0 ? m_audioTarget.refusal(sound) : std::nullopt;
+    }
+
+    /// Of all that is written to.
+    std::vector<std::string> volumes() const
+    {
+        std::vector<std::string> all;
+        if (writesVideo())
+            all.push_back(m_options.videoVolume);
+        if (m_plan.isSoundApart)
+            all.push_back(m_options.audioVolume);
+        return all;
     }
 
     std::optional<Refusal> openResults()
@@ -168,7 +220,7 @@ private:
         EngineInput input;
         if (!isPictures()) {
             input.medium = {m_source.get(), text::baseName(m_clip.linked.path)};
-            input.arguments = readingOf(m_media);
+            input.arguments = readingOf(m_read);
             return input;
         }
         const FrameRate rate = pictureRate();
@@ -196,8 +248,12 @@ private:
     {
         EngineOrder order;
         order.inputs.push_back(input());
-        if (m_clip.parts.size() > 1)
-            addSoundPart(order);
+        if (m_soundSource) {
+            EngineInput sound;
+            sound.medium = {m_soundSource->get(), text::baseName(m_soundSource->path())};
+            sound.arguments = readingOf(m_soundMedia);
+            order.inputs.push_back(sound);
+        }
         order.filters = m_plan.soundFilter;
         for (const auto& result : m_results) {
             EngineOutput output;
@@ -221,19 +277,26 @@ private:
         return order;
     }
 
-    /// Sound that an action before this one put into a file of its own.
-    void addSoundPart(EngineOrder& order)
+    /// Sound that an action before this one put into a file of its own is the clip's all the same.
+    std::optional<Refusal> lookAtSoundPart()
     {
-        for (const auto& part : m_clip.parts) {
-            if (part.kind != "sound")
-                continue;
-            m_soundSource = std::make_unique<SourceFile>(part.file.path);
-            EngineInput input;
-            input.medium = {m_soundSource->get(), text::baseName(part.file.path)};
-            input.arguments = readingOf(MediaProbe::probe(*m_soundSource, m_cancel).facts);
-            order.inputs.push_back(input);
-            return;
+        const auto part = std::find_if(m_clip.parts.begin(), m_clip.parts.end(),
+                                       [](const ClipPart& each) { return each.kind == "sound"; });
+        if (m_clip.parts.size() < 2 || part == m_clip.parts.end())
+            return std::nullopt;
+        m_soundSource = std::make_unique<SourceFile>(part->file.path);
+        if (!m_soundSource->isOpen())
+            return m_soundSource->isMissing() ? Refusal{kLookAgain, part->file.path + " is gone"}
+                                              : failed(m_soundSource->error());
+        const ProbeResult probe = MediaProbe::probe(*m_soundSource, m_cancel);
+        if (probe.verdict != ProbeResult::Verdict::Media)
+            return failed(part->file.path + ": " + probe.text);
+        m_soundMedia = probe.facts;
+        for (const auto& stream : m_soundMedia.streams) {
+            if (stream.type == "audio")
+                m_media.streams.push_back(stream);
         }
+        return std::nullopt;
     }
 
     std::optional<Refusal> encode()
@@ -340,10 +403,13 @@ private:
         made.parts.clear();
         std::vector<std::string> checksums;
         for (auto& result : m_results) {
-            std::string error;
-            const auto checksum = filetools::checksum(result.file->get(), m_cancel, error);
+            const auto checksum = result.settling->checksum();
             if (!checksum)
-                return *m_cancel ? Refusal{500, "cancelled"} : failed(result.file->path() + ": " + error);
+                return *m_cancel ? Refusal{500, "cancelled"}
+                                 : failed(result.file->path() + ": " + checksum.refusal().text);
+            if (const int error = result.settling->syncError(); error != 0)
+                return (result.hasPicture ? m_videoTarget : m_audioTarget)
+                    .failed({error, result.file->path() + ": " + text::errnoText(error)});
             checksums.push_back(*checksum);
         }
         for (std::size_t i = 0; i < m_results.size(); ++i) {
@@ -382,12 +448,14 @@ private:
     const MediaTarget m_videoTarget;
     const MediaTarget m_audioTarget;
     const SourceFile m_source;
-    MediaFacts m_media;
+    MediaFacts m_media;      ///< of all parts
+    MediaFacts m_read;       ///< of what the clip links to
+    MediaFacts m_soundMedia; ///< of the sound that is apart from the pictures already
     EncodingPlan m_plan;
     std::vector<Result> m_results;
     std::vector<FedStream> m_fed;
     std::unique_ptr<SourceFile> m_picture;     ///< of a sequence, the one that is handed over
-    std::unique_ptr<SourceFile> m_soundSource; ///< sound that is apart from the pictures already
+    std::unique_ptr<SourceFile> m_soundSource; ///< that sound
 };
 
 } // namespace

@@ -3,12 +3,14 @@
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <fstream>
 #include <mutex>
 #include <set>
+#include <utility>
 
 namespace krxservice {
 
@@ -37,16 +39,28 @@ bool VolumeTurn::isSpinning(std::uint64_t device, const std::string& root)
 }
 
 VolumeTurn::VolumeTurn(const std::string& path, const CancelToken& cancel)
+    : VolumeTurn(std::vector<std::string>{path}, cancel)
 {
-    struct stat facts
-    {
-    };
-    if (::stat(path.c_str(), &facts) != 0 || (!allSpin && !isSpinning(facts.st_dev)))
+}
+
+VolumeTurn::VolumeTurn(const std::vector<std::string>& paths, const CancelToken& cancel)
+{
+    std::set<std::uint64_t> wanted;
+    for (const auto& path : paths) {
+        struct stat facts
+        {
+        };
+        if (::stat(path.c_str(), &facts) == 0 && (allSpin || isSpinning(facts.st_dev)))
+            wanted.insert(facts.st_dev);
+    }
+    if (wanted.empty())
         return;
+    const auto isFree = [](std::uint64_t device) { return taken.count(device) == 0; };
     std::unique_lock lock(mutex);
     while (!*cancel) {
-        if (taken.insert(facts.st_dev).second) {
-            m_device = facts.st_dev;
+        if (std::all_of(wanted.begin(), wanted.end(), isFree)) {
+            taken.insert(wanted.begin(), wanted.end());
+            m_devices = std::move(wanted);
             return;
         }
         freed.wait_for(lock, kSlice);
@@ -55,13 +69,23 @@ VolumeTurn::VolumeTurn(const std::string& path, const CancelToken& cancel)
 
 VolumeTurn::~VolumeTurn()
 {
-    if (!m_device)
+    if (m_devices.empty())
         return;
     {
         const std::lock_guard lock(mutex);
-        taken.erase(*m_device);
+        for (const auto device : m_devices)
+            taken.erase(device);
     }
     freed.notify_all();
+}
+
+bool VolumeTurn::isTaken(const std::string& path)
+{
+    struct stat facts
+    {
+    };
+    const std::lock_guard lock(mutex);
+    return ::stat(path.c_str(), &facts) == 0 && taken.count(facts.st_dev) > 0;
 }
 
 void VolumeTurn::treatAllAsSpinning(bool all)

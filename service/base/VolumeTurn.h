@@ -3,8 +3,9 @@
 #include "base/CancelToken.h"
 
 #include <cstdint>
-#include <optional>
+#include <set>
 #include <string>
+#include <vector>
 
 namespace krxservice {
 
@@ -15,12 +16,18 @@ class VolumeTurn
 public:
     /// Waits for the turn on the volume that \a path is on, or until \a cancel is set.
     VolumeTurn(const std::string& path, const CancelToken& cancel);
+    /// The same for the volumes of several paths: all of them or none, so that two who want the same ones
+    /// never wait for each other.
+    VolumeTurn(const std::vector<std::string>& paths, const CancelToken& cancel);
     ~VolumeTurn();
     VolumeTurn(const VolumeTurn&) = delete;
     VolumeTurn& operator=(const VolumeTurn&) = delete;
 
     /// True when others have to wait for this one.
-    bool isHeld() const { return m_device.has_value(); }
+    bool isHeld() const { return !m_devices.empty(); }
+
+    /// True while somebody has the turn on the volume that \a path is on.
+    static bool isTaken(const std::string& path);
 
     /// True for a disk that spins, as far as the system says. \a root is where it tells of its devices.
     static bool isSpinning(std::uint64_t device, const std::string& root = "/sys/dev/block");
@@ -29,7 +36,7 @@ public:
     static void treatAllAsSpinning(bool all);
 
 private:
-    std::optional<std::uint64_t> m_device; ///< that is taken
+    std::set<std::uint64_t> m_devices; ///< that are taken
 };
 
 } // namespace krxservice

@@ -4,9 +4,11 @@
 #include "engines/Feeder.h"
 
 #include "base/Text.h"
+#include "media/helper/HelperRequests.h"
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -27,6 +29,7 @@ constexpr int kMostPercent = 99; ///< until it is done
 constexpr rlim_t kMostDescriptors = 256;
 constexpr rlim_t kMemory = rlim_t(32) * 1024 * 1024 * 1024; ///< bytes of address space
 constexpr std::size_t kLongestReason = 300;
+constexpr std::int64_t kWriteBehind = std::int64_t{8} * 1024 * 1024; ///< bytes
 
 struct Settings
 {
@@ -256,6 +259,7 @@ private:
             // Asked before what it said is taken: then nothing can come behind that.
             const auto status = m_ffmpeg->ended();
             m_ffmpeg->takeErrors();
+            writeBehind();
             bool isStep = m_progress.take(m_progressPipe.get());
             for (auto& feeder : m_feeders)
                 isStep = feeder->serve() || isStep;
@@ -269,6 +273,22 @@ private:
                                                             std::to_string(m_settings.silence / 1000) +
                                                             " seconds and was ended");
             }
+        }
+    }
+
+    /// Sets the disk to work on what was written, so that little is left to be waited for in the end.
+    void writeBehind()
+    {
+        m_behind.resize(m_order.outputs.size());
+        for (std::size_t i = 0; i < m_behind.size(); ++i) {
+            struct stat facts
+            {
+            };
+            const int file = m_order.outputs[i].file;
+            if (::fstat(file, &facts) != 0 || facts.st_size - m_behind[i] < kWriteBehind)
+                continue;
+            ::sync_file_range(file, m_behind[i], facts.st_size - m_behind[i], SYNC_FILE_RANGE_WRITE);
+            m_behind[i] = facts.st_size;
         }
     }
 
@@ -310,6 +330,7 @@ private:
     filetools::Descriptor m_progressPipe{-1};
     Progress m_progress;
     std::unique_ptr<Child> m_ffmpeg;
+    std::vector<std::int64_t> m_behind; ///< of each output, how much the disk was told of
     std::string m_startError;
 };
 
@@ -335,7 +356,9 @@ std::vector<std::string> Ffmpeg::decoders(const MediaFacts& media)
         if (stream.codec.empty() || stream.codec == "unknown")
             continue;
         if (isPicture && !hasPicture)
-            arguments.insert(arguments.end(), {"-c:v:0", stream.codec});
+            arguments.insert(
+                arguments.end(),
+                {"-c:v:0", krxmedia::requests::isUnpacked(stream.codec) ? "rawvideo" : stream.codec});
         hasPicture = hasPicture || isPicture;
         if (stream.type == "audio" && stream.sampleRate > 0 && stream.channels > 0)
             arguments.insert(arguments.end(), {"-c:a:" + std::to_string(sounds++), stream.codec});

@@ -316,6 +316,35 @@ private slots:
         QCOMPARE(again->parts[1].file.path, wave.toStdString());
     }
 
+    void partsAreBroughtTogetherOrNotAtAll()
+    {
+        QCOMPARE(m_bench.make(s("parts.mov"), "-f lavfi -i testsrc2=s=64x48:r=25:d=0.2 -f lavfi -i "
+                                              "sine=r=48000:d=0.2 -c:v mpeg2video -c:a pcm_s16le"),
+                 QString());
+        Wish wish = this->wish();
+        wish.audio = this->wish().video;
+        const auto apart = consolidate(s("parts.mov"), wish);
+        QVERIFY2(apart, apart.refusal().text.c_str());
+        QCOMPARE(int(apart->parts.size()), 2);
+        Wish other = this->wish();
+        other.audio = this->wish().video;
+        // Where the sound is to go nothing can.
+        TestFiles::write(other.audio + s("/KRX Media"), "no folder");
+        QVERIFY(!consolidate(*apart, other));
+        QCOMPARE(left(other.video), QStringList());
+        QVERIFY(QFile::remove(other.audio + s("/KRX Media")));
+        const auto made = consolidate(*apart, other);
+        QVERIFY2(made, made.refusal().text.c_str());
+        QCOMPARE(left(other.video), QStringList(s("parts.mxf")));
+        QCOMPARE(left(other.audio), QStringList(s("parts.wav")));
+        // What lay there before is nobody's to take away.
+        QVERIFY(QFile::remove(place(other.audio) + s("/parts.wav")));
+        QVERIFY(QDir().rmdir(place(other.audio)));
+        TestFiles::write(place(other.audio), "no folder");
+        QVERIFY(!consolidate(*apart, other));
+        QCOMPARE(left(other.video), QStringList(s("parts.mxf")));
+    }
+
     void soundAloneBecomesBroadcastWaveWhenItIsConverted()
     {
         QCOMPARE(m_bench.make(s("in.wav"), "-f lavfi -i sine=r=44100:d=0.4 -c:a pcm_s16le"), QString());

@@ -129,6 +129,11 @@ private slots:
         row("another rate", "-f lavfi -i testsrc2=s=160x96:r=50:d=0.4 -c:v mpeg4", "fifty.mov", "", 10);
         row("a slower rate", "-f lavfi -i testsrc2=s=160x96:r=12.5:d=0.4 -c:v mpeg4", "slow.mov", "", 10);
         row("transport stream", moving + "-pix_fmt yuv420p -c:v libx264 -bf 2", "stream.ts", "", 10);
+        // Their decoders want to know how many bits a pixel has.
+        for (const char* pixels : {"rgb24", "rgb555be", "argb", "gray"})
+            row(pixels, moving + "-c:v qtrle -pix_fmt " + pixels, (std::string(pixels) + ".mov").c_str(), "",
+                10);
+        row("one picture", moving + "-frames:v 1 -c:v mpeg4", "one.mov", "", 1);
         row("a still", "-f lavfi -i testsrc2=s=160x96 -frames:v 1", "still.png", "", 1);
     }
     void mediaThatAreOdd()
@@ -144,6 +149,30 @@ private slots:
                  s("720,576,%1").arg(pictures));
         QCOMPARE(EngineBench::probed(linked(made), "stream=channels", "a"), QString::fromUtf8(sound));
         QCOMPARE(EngineBench::pictures(linked(made)).size(), pictures);
+    }
+
+    void picturesOfAColourTableKeepTheirColours()
+    {
+        // Grey comes as a table of colours.
+        QCOMPARE(
+            m_bench.make(s("gray.mov"), "-f lavfi -i testsrc2=s=64x48:r=25:d=0.2 -c:v qtrle -pix_fmt gray"),
+            QString());
+        MediaOptions order = options();
+        order.video.compressionId = "83886081"; // lossless
+        order.video.raster = {};
+        order.video.projectType = {};
+        order.video.colorSpace = {};
+        const auto made = transcode(s("gray.mov"), order);
+        QVERIFY2(made, made.refusal().text.c_str());
+        const QString compared = EngineBench::run(
+            s("ffmpeg"),
+            {s("-v"), s("error"), s("-i"), linked(made), s("-i"), m_bench.path(s("gray.mov")), s("-lavfi"),
+             s("[0]format=gray[a];[1]format=gray[b];[a][b]psnr=stats_file=-"), s("-f"), s("null"), s("-")});
+        const QRegularExpression likeness(s("psnr_avg:(\\S+)"));
+        int pictures = 0;
+        for (auto it = likeness.globalMatch(compared); it.hasNext(); ++pictures)
+            QVERIFY2(it.next().captured(1).toDouble() > 30, qPrintable(compared));
+        QCOMPARE(pictures, 5);
     }
 
     /// A file that wants sound for each picture, and no more.
@@ -458,6 +487,77 @@ private slots:
         const VolumeTurn third(path, makeCancelToken());
         QVERIFY(third.isHeld());
         VolumeTurn::treatAllAsSpinning(false);
+    }
+
+    void splitResultTakesTheTurnOnBothVolumes()
+    {
+        QCOMPARE(m_bench.make(s("turns.mov"), "-f lavfi -i testsrc2=s=64x48:r=25:d=0.2 -f lavfi -i "
+                                              "sine=r=48000:d=0.2 -c:v mpeg4 -c:a pcm_s16le"),
+                 QString());
+        MediaOptions order = options();
+        const QTemporaryDir memory(s("/dev/shm/krx-XXXXXX"));
+        struct stat disk
+        {
+        };
+        struct stat other
+        {
+        };
+        if (!memory.isValid() || ::stat(qPrintable(m_volume), &disk) != 0 ||
+            ::stat(qPrintable(memory.path()), &other) != 0 || disk.st_dev == other.st_dev)
+            QSKIP("there is one volume only");
+        order.audioVolume = memory.path().toStdString();
+        VolumeTurn::treatAllAsSpinning(true);
+        const auto end = qScopeGuard([] { VolumeTurn::treatAllAsSpinning(false); });
+        int turns = 0;
+        ActivityProgress progress;
+        progress.willWrite = [&](const std::string&) {
+            turns += VolumeTurn::isTaken(order.videoVolume) && VolumeTurn::isTaken(order.audioVolume) ? 1 : 0;
+        };
+        const auto made = transcoder::run(clip(s("turns.mov")), order, {}, progress, makeCancelToken());
+        QVERIFY2(made, made.refusal().text.c_str());
+        QCOMPARE(turns, 4); // each file begins, and gets its name
+        QVERIFY(!VolumeTurn::isTaken(order.videoVolume) && !VolumeTurn::isTaken(order.audioVolume));
+    }
+
+    void spaceForSoundApartIsReckonedOnItsOwnVolume()
+    {
+        QCOMPARE(m_bench.make(s("long.mov"), "-f lavfi -i color=s=64x48:r=25:d=20 -f lavfi -i "
+                                             "anullsrc=r=48000:cl=stereo:d=20 -c:v mpeg4 -c:a pcm_s16le"),
+                 QString());
+        MediaOptions order = options();
+        const QString small = m_bench.path(s("small"));
+        QVERIFY(QDir().mkpath(small));
+        order.audioVolume = small.toStdString();
+        if (::mount("tmpfs", order.audioVolume.c_str(), "tmpfs", 0, "size=3m") != 0)
+            QSKIP("only root mounts a volume");
+        const auto end = qScopeGuard([&] { ::umount2(order.audioVolume.c_str(), MNT_DETACH); });
+        // Of 20 seconds of sound, 3 840 000 bytes: nothing is begun.
+        Ffmpeg::use({"no-such-ffmpeg"});
+        const auto made = transcode(s("long.mov"), order);
+        QVERIFY(!made);
+        QCOMPARE(made.refusal().text, "waiting for space on " + order.audioVolume);
+        QCOMPARE(left(), QStringList());
+    }
+
+    void soundThatIsApartAlreadyGoesIntoTheResult()
+    {
+        QCOMPARE(m_bench.make(s("apart.mov"), "-f lavfi -i testsrc2=s=64x48:r=25:d=0.4 -f lavfi -i "
+                                              "sine=r=48000:d=0.4 -c:v mpeg4 -c:a pcm_s16le"),
+                 QString());
+        MediaOptions order = options();
+        QVERIFY(QDir().mkpath(m_bench.path(s("sounds"))));
+        order.audioVolume = m_bench.path(s("sounds")).toStdString();
+        const auto apart = transcode(s("apart.mov"), order);
+        QVERIFY2(apart, apart.refusal().text.c_str());
+        QCOMPARE(int(apart->parts.size()), 2);
+        const auto made = transcoder::run(*apart, options(), {}, {}, makeCancelToken());
+        QVERIFY2(made, made.refusal().text.c_str());
+        QCOMPARE(EngineBench::probed(linked(made), "stream=codec_name,sample_rate,channels", "a"),
+                 s("pcm_s16le,48000,1"));
+        QVERIFY(QFile::remove(QString::fromStdString(apart->parts[1].file.path)));
+        const auto gone = transcoder::run(*apart, options(), {}, {}, makeCancelToken());
+        QVERIFY(!gone);
+        QCOMPARE(gone.refusal().status, kLookAgain);
     }
 
     // A volume on which everybody may write, as a temporary one is, and a source that only its owner reaches.

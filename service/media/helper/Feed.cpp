@@ -2,6 +2,7 @@
 
 #include "media/helper/HelperRequests.h"
 #include "media/helper/Medium.h"
+#include "media/helper/Unpacker.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -68,6 +69,7 @@ struct Track
     double begin = std::numeric_limits<double>::max();
     double end = 0;
     bool isPicture = false;
+    std::unique_ptr<Unpacker> unpacker; ///< for what cannot be handed on as it is
 
     void setBase(AVRational own)
     {
@@ -168,6 +170,20 @@ bool isWanted(const AVStream& stream, bool hasPicture)
            (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
 }
 
+/// \return the stream's place in what is written, or -1.
+int addStream(const AVStream& stream, Writer& writer, Track& track)
+{
+    if (track.isPicture && requests::isUnpacked(avcodec_get_name(stream.codecpar->codec_id)))
+        track.unpacker = std::make_unique<Unpacker>(stream);
+    if (!track.unpacker)
+        return writer.add(*stream.codecpar, track.fine, stream.sample_aspect_ratio);
+    AVCodecParameters* plain = avcodec_parameters_alloc();
+    const bool isDescribed = plain && track.unpacker->isReady() && track.unpacker->describe(*plain);
+    const int place = isDescribed ? writer.add(*plain, track.fine, stream.sample_aspect_ratio) : -1;
+    avcodec_parameters_free(&plain);
+    return place;
+}
+
 /// Adds the wanted streams of \a context, whose earliest begins at kLead then. False when one was refused.
 bool addStreams(AVFormatContext& context, Writer& writer, std::vector<Track>& tracks)
 {
@@ -184,7 +200,7 @@ bool addStreams(AVFormatContext& context, Writer& writer, std::vector<Track>& tr
         track.isPicture = stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO;
         hasPicture = hasPicture || track.isPicture;
         track.setBase(stream.time_base);
-        track.out = writer.add(*stream.codecpar, track.fine, stream.sample_aspect_ratio);
+        track.out = addStream(stream, writer, track);
         if (track.out < 0)
             return false;
         if (stream.start_time != AV_NOPTS_VALUE &&
@@ -245,6 +261,13 @@ int reportOn(const std::vector<Track>& tracks, bool isDamaged)
     return requests::report(text) ? kDone : kNotTaken;
 }
 
+int writePacket(AVPacket& packet, Writer& writer, Track& track)
+{
+    settleTimes(packet, track);
+    count(packet, track);
+    return writer.write(packet, track.out, track.fine);
+}
+
 /// All packets of the medium; negative when nobody takes them.
 int writePackets(Medium& source, Writer& writer, std::vector<Track>& tracks, bool& isDamaged)
 {
@@ -264,13 +287,25 @@ int writePackets(Medium& source, Writer& writer, std::vector<Track>& tracks, boo
         isDamaged = isDamaged || (packet->flags & AV_PKT_FLAG_CORRUPT) != 0;
         // Streams may appear later; nobody waits for those.
         if (index < tracks.size() && tracks[index].out >= 0 && packet->size > 0) {
-            settleTimes(*packet, tracks[index]);
-            count(*packet, tracks[index]);
-            const int put = writer.write(*packet, tracks[index].out, tracks[index].fine);
+            const int put =
+                tracks[index].unpacker
+                    ? tracks[index].unpacker->take(
+                          packet.get(), isDamaged,
+                          [&](AVPacket& picture) { return writePacket(picture, writer, tracks[index]); })
+                    : writePacket(*packet, writer, tracks[index]);
             if (put < 0)
                 return put;
         }
         av_packet_unref(packet.get());
+    }
+    for (Track& track : tracks) {
+        const int put =
+            track.unpacker
+                ? track.unpacker->take(nullptr, isDamaged,
+                                       [&](AVPacket& picture) { return writePacket(picture, writer, track); })
+                : 0;
+        if (put < 0)
+            return put;
     }
     return 0;
 }
