@@ -19,9 +19,12 @@ install(EXPORT KRXFolders NAMESPACE KRX:: FILE KRXFoldersTargets.cmake DESTINATI
 
 # pkg-config finds the prefix from where its file lies.
 file(RELATIVE_PATH krxPrefixFromPc "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
-configure_file(cmake/krx-folders.pc.in "${PROJECT_BINARY_DIR}/krx-folders.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/krx-folders.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
-    COMPONENT development)
+string(REGEX REPLACE "/$" "" krxPrefixFromPc "${krxPrefixFromPc}")
+foreach(name IN ITEMS krx-folders krx-host-check)
+    configure_file("cmake/${name}.pc.in" "${PROJECT_BINARY_DIR}/${name}.pc" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/${name}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
+        COMPONENT development)
+endforeach()
 
 # Manual pages and completion of the programs that are installed.
 get_property(texts GLOBAL PROPERTY KRX_PROGRAM_TEXTS)

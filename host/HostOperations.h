@@ -85,8 +85,8 @@
 /// be exported from a program, and an operation that a host lacks is told by its name before the first window
 /// is there.
 ///
-/// A table may be older or newer than the module: \a size says where it ends, and null says that there is
-/// none.
+/// \a size says where a table ends. One that is longer than the module knows is taken, and its end left
+/// alone; one that is shorter, or has a null, is refused, because the module asks for every operation.
 struct HostOperations
 {
     /// The size of the table in bytes, in the eyes of whoever made it.

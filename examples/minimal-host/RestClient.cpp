@@ -3,9 +3,7 @@
 #include <RestClient.h>
 
 #include <QByteArray>
-#include <QList>
 #include <QString>
-#include <QtGlobal>
 
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -18,7 +16,7 @@
 
 namespace {
 
-constexpr timeval kPatience{30, 0};
+constexpr timeval kPatience{3, 0};
 constexpr int kServicePort = 58885;
 
 /// Counts its references; what lives as long as the program is not deleted.
@@ -92,10 +90,7 @@ QByteArray exchange(int port, const QByteArray& request)
         port = qEnvironmentVariableIntValue("KRX_CONNECT_PORT");
     const int link = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     setsockopt(link, SOL_SOCKET, SO_RCVTIMEO, &kPatience, sizeof kPatience);
-    sockaddr_in service{};
-    service.sin_family = AF_INET;
-    service.sin_port = htons(std::uint16_t(port));
-    service.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sockaddr_in service{AF_INET, htons(std::uint16_t(port)), {htonl(INADDR_LOOPBACK)}, {}};
     QByteArray answer;
     char part[16384];
     ssize_t count = connect(link, reinterpret_cast<sockaddr*>(&service), sizeof service);
@@ -132,7 +127,7 @@ private:
         const QByteArray place = QString::fromUtf16(url).toUtf8().mid(7);
         const int slash = int(place.indexOf('/'));
         *response = new Response(
-            exchange(place.left(slash).split(':').last().toInt(),
+            exchange(place.left(slash).mid(place.indexOf(':') + 1).toInt(),
                      method + ' ' + place.mid(slash) + " HTTP/1.0\r\nHost: " + place.left(slash) +
                          (body.isEmpty() ? QByteArray() : QByteArray("\r\nContent-Type: application/xml")) +
                          "\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body));

@@ -10,6 +10,7 @@
 #include <KRXWindow.h>
 
 #include <QApplication>
+#include <QDomDocument>
 #include <QFile>
 #include <QKeyEvent>
 #include <QTimer>
@@ -20,12 +21,18 @@ namespace {
 
 constexpr int kLookInterval = 500; // milliseconds
 
-/// One clip: record it, then remove the file.
+/// One clip: its document names the media file. Record the clip, then remove the document.
 void takeClip(const QString& file)
 {
-    std::printf("took %s\n", qPrintable(file));
+    QFile output(file);
+    QDomDocument document;
+    if (!output.open(QIODevice::ReadOnly) || !document.setContent(&output))
+        return;
+    const QDomElement clip = document.documentElement().firstChildElement(QStringLiteral("clip"));
+    const QString media = clip.firstChildElement(QStringLiteral("path")).text();
+    std::printf("clip %s\ntook %s\n", qPrintable(media), qPrintable(file));
     std::fflush(stdout);
-    QFile::remove(file);
+    output.remove();
 }
 
 } // namespace
@@ -40,11 +47,10 @@ int main(int argc, char** argv)
     {
         KRXWindow panel(nullptr, &takeClip);
         KRXFolderViewWidget* list = panel.getFolderViewWidget();
-        KRXJobManager service;
         // A host that shows more than this asks from a thread of its own, so that nothing of it ever waits.
         const auto look = [&] {
             bool online = false;
-            const QStringList ready = service.getFoldersOutputReady(&online);
+            const QStringList ready = KRXJobManager().getFoldersOutputReady(&online);
             panel.updateKRXServiceOnlineState(online);
             panel.updateFoldersOutputReadyState(ready);
             list->lookForDirectories();
@@ -58,7 +64,6 @@ int main(int argc, char** argv)
         QTimer timer;
         QObject::connect(&timer, &QTimer::timeout, &panel, look);
         timer.start(kLookInterval);
-        panel.Show();
         panel.show();
         look();
         application.exec();

@@ -37,12 +37,16 @@ int main(int argc, char** argv)
 {
     QApplication application(argc, argv);
     const QStringList arguments = QApplication::arguments();
+    if (arguments.size() < 2)
+        return fail(QStringLiteral("usage: plugin-host PLUGIN [--take]"));
     // Everything is resolved now, so that nothing can be missing later.
     QLibrary library(arguments.value(1));
     library.setLoadHints(QLibrary::ResolveAllSymbolsHint);
+    if (!library.load())
+        return fail(library.errorString());
     const auto entry = reinterpret_cast<PanelPluginEntry>(library.resolve("krxPanelPlugin"));
     if (!entry)
-        return fail(library.errorString());
+        return fail(arguments[1] + QStringLiteral(" is no plug-in: it lacks the function krxPanelPlugin"));
     HostOperations host = HostDefaults::operations();
     host.getComponentFactory = &restClientFactory;
     QString why;

@@ -98,6 +98,7 @@ void checkRequest(const SmallServer& server, const char* method, bool hasBody, H
 
 void checkMethods(IRestClient* client, HostFindings& findings)
 {
+    findings.step("the REST client: GET, POST, PUT and DELETE");
     const SmallServer server;
     const QString url = server.url("/ok");
     IRestResponse* response = nullptr;
@@ -129,6 +130,7 @@ void checkFailures(IRestClient* client, HostFindings& findings)
     IRestResponse* response = nullptr;
     QString gone;
     {
+        findings.step("the REST client: a request that is refused");
         const SmallServer server;
         gone = server.url("/ok");
         const QString none = server.url("/none");
@@ -142,6 +144,8 @@ void checkFailures(IRestClient* client, HostFindings& findings)
             response->release();
         }
         response = nullptr;
+        findings.step(
+            "the REST client: an answer that does not come (this takes as long as get() waits for it)");
         const QString late = server.url("/late");
         if (hostSucceeded(client->get(utf16(late), &response)) && response) {
             if (hostSucceeded(response->isComplete()))
@@ -154,6 +158,7 @@ void checkFailures(IRestClient* client, HostFindings& findings)
         }
         response = nullptr;
     }
+    findings.step("the REST client: a service that is not there");
     const HostStatus status = client->get(utf16(gone), &response);
     if (!findings.expect(hostSucceeded(status) == (response != nullptr),
                          QStringLiteral("success and a response do not come together")) ||
@@ -173,6 +178,7 @@ namespace HostCheck {
 
 void checkRestClient(const HostOperations& host, HostFindings& findings)
 {
+    findings.step("the way to the REST client");
     IHostComponentFactory* factory = nullptr;
     findings.expect(!hostSucceeded(host.getComponentFactory(kNothing, &factory)) && !factory,
                     QStringLiteral("getComponentFactory() has a factory for an unknown identifier"));
@@ -195,8 +201,9 @@ void checkRestClient(const HostOperations& host, HostFindings& findings)
         return;
     auto* client = static_cast<IRestClient*>(component);
     const std::uint32_t before = client->addReference();
-    findings.expect(client->release() == before - 1,
-                    QStringLiteral("addReference() and release() do not agree on the count"));
+    findings.expect(
+        client->release() == before - 1,
+        QStringLiteral("addReference() and release() of the REST client do not agree on its count"));
     checkMethods(client, findings);
     checkFailures(client, findings);
     client->release();

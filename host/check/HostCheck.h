@@ -9,6 +9,19 @@
 class HostFindings
 {
 public:
+    using Step = void (*)(const char* what);
+
+    /// \param onStep is told what is looked at, each time before that; may be null.
+    explicit HostFindings(Step onStep = nullptr)
+        : m_onStep(onStep)
+    {
+    }
+    /// What is looked at next.
+    void step(const char* what) const
+    {
+        if (m_onStep)
+            m_onStep(what);
+    }
     /// The host breaks its word.
     void fault(const QString& text) { m_faults.append(text); }
     /// The host has none of something, which it may.
@@ -24,6 +37,7 @@ public:
     const QStringList& nones() const { return m_nones; }
 
 private:
+    Step m_onStep;
     QStringList m_faults;
     QStringList m_nones;
 };

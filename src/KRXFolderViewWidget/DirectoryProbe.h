@@ -33,7 +33,7 @@ public:
     /// paths that hang, two seconds at most. A path that hangs already is not waited for.
     void waitBriefly();
 
-signals:
+Q_SIGNALS:
     /// Answers by path, several at a time.
     void seen(const QHash<QString, bool>& answers);
 

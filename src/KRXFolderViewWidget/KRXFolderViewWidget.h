@@ -105,7 +105,7 @@ public:
     static QString ingestIconName(int state);
     static QString ingestIconGroup();
 
-signals:
+Q_SIGNALS:
     /// All clips that a folder had on offer were handed to the callback. \param count how many; never 0.
     void clipsAcquired(const QString& folderId, int count);
 
@@ -116,7 +116,7 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void showEvent(QShowEvent* event) override;
 
-private slots:
+private Q_SLOTS:
     /// Not the base class's signal of that name but what answers it.
     void itemChanged(QTreeWidgetItem* item, int column); // clazy:exclude=overridden-signal
     /// A profile was chosen from the menu for the clicked row: assigns it, or says why it cannot be.

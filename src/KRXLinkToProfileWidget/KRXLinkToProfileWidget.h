@@ -44,7 +44,7 @@ protected:
     /// it stays as it was.
     void refreshProfileSummary(const QString& profileId);
 
-private slots:
+private Q_SLOTS:
     void profileIndexChanged(int index);
     void showProfilesEdotor();
 

@@ -54,7 +54,7 @@ protected:
     /// Hook: profiles changed on the service (after a save or a deletion).
     virtual void updateKRXWindowInfo();
 
-protected slots:
+protected Q_SLOTS:
     /// Hook: fill \a box with the codecs for its project type, raster and colour space.
     virtual void updateCodecBox(CodecBox* box);
     /// Hook: fill the encoding-profile box of \a box for its current codec.
@@ -70,7 +70,7 @@ protected:
     /// modified profile, which stays as it was edited. The module does nothing and returns true.
     virtual bool mayLeaveProfile(const QString& profileName);
 
-public slots:
+public Q_SLOTS:
     /// Marks the profile as modified and shows the mark.
     void updateModifiedState();
     /// Gives the window the height that its sections need; only while it is visible.
@@ -93,7 +93,7 @@ public:
     KRXTwistWidget* getCurrentSelectedAction() const;
     void setCurrentSelectedAction(KRXTwistWidget* action);
 
-protected slots:
+protected Q_SLOTS:
     void delBtnPressed();
     void saveBtnPressed();
     void cancelBtnPressed();
@@ -102,7 +102,7 @@ protected slots:
     void doWinHelp();
     void showMultiChannelDlg();
 
-public slots:
+public Q_SLOTS:
     /// Escape asks about unsaved changes as the Cancel button does.
     void reject() override;
 

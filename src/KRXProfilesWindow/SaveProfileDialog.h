@@ -19,7 +19,7 @@ public:
     /// The name as it stands in the edit.
     QString profileName() const;
 
-private slots:
+private Q_SLOTS:
     /// Accepts the dialog unless the name is taken; then says so and stays open.
     void save();
 

@@ -53,7 +53,8 @@ public:
     bool deleteFolder(const QString& id);
 
     /// Tells the service that a volume came or went; for the host's volume events. Nothing is waited for.
-    /// \param volumeName zero-terminated UTF-8. \param volumeType, volumeAction the host's codes, passed on.
+    /// \param volumeName zero-terminated UTF-8. \param volumeType, volumeAction any codes of the host's; they
+    /// are passed on and mean nothing to the module.
     static void volumeStatusCallback(const unsigned char* volumeName, int volumeType, int volumeAction);
 
 private:

@@ -27,7 +27,7 @@ public:
     /// Sets the state without repainting.
     void setState(ArrowButtonnState state) { m_state = state; }
 
-signals:
+Q_SIGNALS:
     /// The left button was pressed on the arrow; the state is already the new one.
     void clicked();
 

@@ -67,11 +67,11 @@ public:
     /// Whether the line that shows where a dragged row would be dropped is to be painted.
     virtual bool showDropIndicator() const;
 
-public slots:
+public Q_SLOTS:
     /// Closes an open section and opens a closed one, unless it is disabled.
     void DoExpandColapse();
 
-signals:
+Q_SIGNALS:
     /// The section, or one inside it, was opened or closed.
     void widgetWasResized();
 

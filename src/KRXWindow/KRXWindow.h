@@ -21,16 +21,18 @@ class QTreeWidgetItem;
 /// The module's panel: the list of watched folders, the profile of the selected one with its summary, and the
 /// way into the profile editor. The host creates and embeds it, and drives it: the panel has no timer.
 ///
-/// GUI thread only; requests block it. A host that wants the panel gone while one of its dialogs or menus is
-/// open uses deleteLater(), on the panel or on a window around it: the panel goes when the dialog is
-/// answered.
+/// GUI thread only; requests block it. A host that wants the panel gone while a chooser or a question of it
+/// is open uses deleteLater(), on the panel or on a window around it: the panel goes when that is answered.
+/// The profile editor and a row's menu are not waited for: they close at once, and what the editor had not
+/// saved is lost.
 class KRX_EXPORT KRXWindow : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// \param callback receives one output file path for each acquired clip. While it is null nothing is
-    /// acquired.
+    /// \param callback receives one output file path for each acquired clip: the path of a small XML document
+    /// (".xel") that names the media file, not of the media file itself. It records the clip and then removes
+    /// the document. While it is null nothing is acquired.
     KRXWindow(QWidget* parent, void (*callback)(const QString&));
     ~KRXWindow() override;
 
@@ -96,7 +98,7 @@ protected:
     void showEvent(QShowEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
-private slots:
+private Q_SLOTS:
     void addFolderBtnPressed();
     void delFolderBtnPressed();
     void openProfilesWindow();

@@ -48,7 +48,9 @@ QString refusal(const HostOperations* operations)
     if (!operations)
         return QStringLiteral("KRX Folders was given no table of host operations.");
     if (operations->size < kSmallestTable)
-        return QStringLiteral("KRX Folders was given a table of host operations that is not one.");
+        return QStringLiteral("KRX Folders was given a table of host operations whose size is %1; begin with "
+                              "\"HostOperations host;\" or HostDefaults::operations().")
+            .arg(operations->size);
     if (operations->qtMajor != QT_VERSION_MAJOR) {
         return QStringLiteral("KRX Folders is built with Qt %1, and the host with Qt %2.")
             .arg(QT_VERSION_MAJOR)

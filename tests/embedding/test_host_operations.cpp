@@ -93,7 +93,8 @@ private slots:
         HostOperations operations = StandInHost::operations();
         operations.size = 4;
         QCOMPARE(refusalOf(&operations),
-                 QStringLiteral("KRX Folders was given a table of host operations that is not one."));
+                 QStringLiteral("KRX Folders was given a table of host operations whose size is 4; begin "
+                                "with \"HostOperations host;\" or HostDefaults::operations()."));
     }
 
     void aHostOfAnotherQtIsRefused()

@@ -53,7 +53,7 @@ public:
         CodecBox* m_box;
     };
 
-public slots:
+public Q_SLOTS:
     void projTypeChanged();
     void rasterChanged();
     void colorSpaceChanged();
@@ -61,7 +61,7 @@ public slots:
     void encodingProfileChanged();
     void onIndexChanged();
 
-signals:
+Q_SIGNALS:
     /// Project type, raster or colour space changed: the list of codecs is to be filled anew.
     void updateRezList(CodecBox* box);
     /// Another codec is selected: the list of encoding profiles is to be filled anew.

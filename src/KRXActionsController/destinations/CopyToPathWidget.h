@@ -21,11 +21,11 @@ public:
     /// The chosen folder; empty at first.
     QString path() const { return m_path; }
 
-public slots:
+public Q_SLOTS:
     /// Asks for a folder, starting where the last one was chosen in any of these widgets.
     void showFileDialog();
 
-signals:
+Q_SIGNALS:
     /// The user chose a folder.
     void pathChosen();
 

@@ -34,7 +34,7 @@ public:
     QComboBox* audioBox() const { return m_audioBox; }
     SelectDriveButton* selectDriveButton() const { return m_button; }
 
-public slots:
+public Q_SLOTS:
     /// Shows the audio box while the button stands at separate drives, hides it otherwise.
     void updateDrivesVisibility();
 

@@ -43,7 +43,7 @@ public:
     /// Deletes the row; one that is in the middle of a drag or a message box goes after it.
     void dispose();
 
-public slots:
+public Q_SLOTS:
     /// Gives the row an action of another type. A second consolidate action in a list is refused with a
     /// message.
     void actionTypeChanged(int index);

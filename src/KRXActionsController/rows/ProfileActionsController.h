@@ -68,7 +68,7 @@ public:
     /// What can be undone; owned by this.
     QUndoStack* undoStack() const { return m_undoStack; }
 
-public slots:
+public Q_SLOTS:
     /// Adds a row of the first type that is not in the list yet, a transcode when all are.
     void addNewAction();
     /// Removes the selected row; beeps without one.
