@@ -6,6 +6,8 @@
 #include "media/Sequence.h"
 #include "store/ClipStore.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <utility>
@@ -110,6 +112,15 @@ bool isOther(const Clip& clip, const CopyResult& result, const CopyOrder& order)
     for (std::size_t i = 1; i < order.pictures; ++i)
         stamps.emplace_back(text::baseName(order.companions[i - 1]), result.seen[i]);
     return !clip.linked.stamp.isUntouched(clipfiles::together(stamps));
+}
+
+void undo(const CopyResult& result)
+{
+    for (const auto& file : result.files) {
+        const auto now = filetools::stampOfUnlinked(file.path);
+        if (!file.existed && now && file.stamp.isUntouched(*now))
+            ::unlink(file.path.c_str());
+    }
 }
 
 void relink(Clip& clip, const CopyResult& result, const FileFacts& copy)

@@ -29,6 +29,8 @@ std::string sourceChecksum(const CopyResult& result, const CopyOrder& order);
 
 /// True when what was copied is not what the clip was when it was looked at.
 bool isOther(const Clip& clip, const CopyResult& result, const CopyOrder& order);
+/// Removes what was copied then, as far as it did not lie there before and is still what it was.
+void undo(const CopyResult& result);
 
 /// Lets the clip be what was copied.
 void relink(Clip& clip, const CopyResult& result, const FileFacts& copy);

@@ -271,8 +271,10 @@ private:
         }
         m_copied.insert(m_copied.end(), result.files.begin(), result.files.end());
         const FileFacts facts = clipcopy::facts(result, order);
-        if (clipcopy::isOther(clip, result, order))
+        if (clipcopy::isOther(clip, result, order)) {
+            clipcopy::undo(result);
             return Refusal{kLookAgain, clip.linked.path + " changed before it was consolidated"};
+        }
         log::info("consolidated " + clip.linked.path + " to " + facts.path);
         clipcopy::relink(made, result, facts);
         const auto files = clipcopy::made(result, order);

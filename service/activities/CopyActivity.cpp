@@ -69,8 +69,10 @@ Outcome<Clip> CopyActivity::run(const Clip& clip, const ActivityRecipe& recipe,
         return failed(clip, recipe, result.error);
     const FileFacts copy = clipcopy::facts(result, order);
     // Between the look at it and the copy somebody wrote to it.
-    if (clipcopy::isOther(clip, result, order))
+    if (clipcopy::isOther(clip, result, order)) {
+        clipcopy::undo(result);
         return Refusal{kLookAgain, order.source + " changed before it was copied"};
+    }
     log::info("copied " + order.source + " to " + result.path);
     if (progress.copied)
         progress.copied(order.directory, entriesOf(result, order.directory));

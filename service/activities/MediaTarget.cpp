@@ -3,6 +3,7 @@
 #include "base/SourceFile.h"
 #include "base/Text.h"
 #include "documents/ProfileDocument.h"
+#include "media/ClipFiles.h"
 #include "media/Sequence.h"
 
 #include <sys/stat.h>
@@ -34,11 +35,13 @@ std::string withoutExtension(const std::string& name)
     return dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
 }
 
-/// "shot" of "shot_0001.dpx".
+/// "shot" of "shot_0001.dpx", also when an action before made a movie of the pictures.
 std::string stemOf(const Clip& clip)
 {
-    if (!clip.sequence)
-        return withoutExtension(text::baseName(clip.source.path));
+    if (!clip.sequence) {
+        const bool werePictures = clip.source.checksum.rfind(clipfiles::kSequenceMethod, 0) == 0;
+        return withoutExtension(text::baseName(werePictures ? clip.linked.path : clip.source.path));
+    }
     std::string stem = clip.sequence->stem;
     while (!stem.empty() &&
            (stem.back() == '.' || stem.back() == '_' || stem.back() == '-' || stem.back() == ' '))

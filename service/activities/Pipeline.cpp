@@ -229,6 +229,21 @@ bool Pipeline::sequenceStands(const Work& work)
     return now && now->isUntouched(work.files.stamp);
 }
 
+/// True while nothing at all happened to the file, or to the pictures, since it was first looked at.
+bool Pipeline::stands(const Work& work)
+{
+    return work.source.isUnchanged() && work.source.isStillNamed() && sequenceStands(work);
+}
+
+/// True when its name leads to other content now: another file, or this one written to. One that is gone, or
+/// has another mode, may have been read before.
+bool Pipeline::isAnother(const Work& work)
+{
+    const auto now = filetools::stampOf(work.order.path);
+    const FileStamp then = work.source.stamp();
+    return now && !work.files.sequence && (*now != then || now->inode != then.inode);
+}
+
 /// Fills in the files that go where the clip goes. False when one is in somebody's hands.
 bool Pipeline::addSidecars(Work& work)
 {
@@ -435,6 +450,10 @@ std::optional<Refusal> Pipeline::runActivities(Work& work)
         const auto begun = std::chrono::steady_clock::now();
         auto made =
             Activity::forId(activities[i].id).run(work.clip, activities[i], progress, work.order.cancel);
+        // What is said or made of a file that became another one meanwhile is about neither.
+        const bool isWaiting = !made && made.refusal().status == kWaitFor;
+        if (!isWaiting && work.clip.linked.path == record.path && (made ? isAnother(work) : !stands(work)))
+            return Refusal{kLookAgain, record.path + " changed while it was worked on"};
         if (!made)
             return made.refusal();
         m_times.note(activities[i].id, bytes,

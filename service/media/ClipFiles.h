@@ -45,6 +45,9 @@ std::vector<std::string> clips(const std::vector<std::string>& paths, const std:
 /// The stamp of a sequence as it is now; nothing when a picture is gone.
 std::optional<FileStamp> stampOf(const SequenceFacts& sequence, const std::string& root);
 
+/// What all checksums of numbered pictures begin with.
+constexpr char kSequenceMethod[] = "xxh3-64-sequence";
+
 /// What tells the contents of a sequence apart: "xxh3-64-sequence:" of the checksums of all pictures up to
 /// 4 GB together, "xxh3-64-sequence-sampled:" beyond. Nothing with \a error set when one cannot be read or
 /// \a cancel was set.

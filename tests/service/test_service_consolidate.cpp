@@ -242,6 +242,19 @@ private slots:
         QVERIFY(again->linked.path == made->linked.path && clipfiles::linkedStands(*again));
     }
 
+    void movieThatWasMadeOfPicturesKeepsItsName()
+    {
+        QCOMPARE(m_bench.make(s("shot.mov"), "-f lavfi -i testsrc2=s=64x36:r=25:d=0.2 -c:v mpeg2video"),
+                 QString());
+        Clip movie = clip(s("shot.mov"));
+        movie.source.path = m_bench.path(s("shot_0007.dpx")).toStdString();
+        movie.source.checksum = "xxh3-64-sequence:0123456789abcdef";
+        const Wish wish = this->wish();
+        const auto made = consolidate(movie, wish);
+        QVERIFY2(made, made.refusal().text.c_str());
+        QCOMPARE(linked(made), place(wish.video) + s("/shot.mxf"));
+    }
+
     void soundIsConvertedOnlyWhereAsked()
     {
         QCOMPARE(m_bench.make(s("in.mov"), "-f lavfi -i testsrc2=s=160x96:r=25:d=0.4 -f lavfi -i "
