@@ -169,7 +169,13 @@ void ProfileTour::addSaving(const QString& profile)
 {
     m_stage.add(
         QStringLiteral("\"Save\" asks for a name"), [this] { m_stage.click(m_stage.widget("KRX_SaveBtn")); },
-        m_stage.widgetIsThere("saveBtn"));
+        [this] {
+            // Keys reach the window that has the focus, which a dialog gets some time after it is seen.
+            const auto* edit = m_stage.topWindow()->findChild<QLineEdit*>();
+            return m_stage.widget("saveBtn") && edit && edit->hasFocus()
+                       ? QString()
+                       : QStringLiteral("no name can be typed");
+        });
     m_stage.add(
         QStringLiteral("The name is typed over the proposed one"),
         [this, profile] { m_stage.input().type(profile); },
