@@ -5,6 +5,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QProcess>
+#include <QRandomGenerator>
 #include <QStringList>
 
 #include <curl/curl.h>
@@ -165,6 +167,72 @@ qint64 residentBytes()
     return file.readAll().split(' ').value(1).toLongLong() * sysconf(_SC_PAGESIZE);
 }
 
+double timedMs(const std::function<void()>& work)
+{
+    return onceMs(work);
+}
+
+void addPairs(Table& table, const QString& work, qint64 n, int pairs, double most, bool warmsUp,
+              const std::function<double()>& ours, const std::function<double()>& floor)
+{
+    std::vector<double> oursTimes;
+    std::vector<double> floorTimes;
+    std::vector<double> ratios;
+    for (int pair = warmsUp ? -1 : 0; pair < pairs; ++pair) {
+        // Who goes first meets another machine.
+        const bool isOursFirst = pair % 2 == 0;
+        double first = isOursFirst ? ours() : floor();
+        double second = isOursFirst ? floor() : ours();
+        if (!isOursFirst)
+            std::swap(first, second);
+        if (pair < 0)
+            continue;
+        oursTimes.push_back(first);
+        floorTimes.push_back(second);
+        ratios.push_back(first / second);
+    }
+    const double middle = median(ratios);
+    const auto [least, largest] = std::minmax_element(ratios.begin(), ratios.end());
+    Row& row = table.add(work, n, median(oursTimes), median(floorTimes));
+    row.must = QStringLiteral("<= %1 x; median of ratios %2, from %3 to %4")
+                   .arg(most)
+                   .arg(middle, 0, 'f', 2)
+                   .arg(*least, 0, 'f', 2)
+                   .arg(*largest, 0, 'f', 2);
+    row.met = middle <= most;
+}
+
+void require(bool held, const QString& what)
+{
+    if (!held)
+        qFatal("the measure means nothing: %s", qUtf8Printable(what));
+}
+
+void shell(const QString& command)
+{
+    QProcess process;
+    process.start(QStringLiteral("sh"), {QStringLiteral("-c"), command});
+    require(process.waitForFinished(-1) && process.exitCode() == 0, command);
+}
+
+void writeWave(const QString& path, quint32 size)
+{
+    const auto little = [](quint32 value, int bytes) -> QByteArray {
+        QByteArray text;
+        for (int i = 0; i < bytes; ++i)
+            text += char(value >> (8 * i));
+        return text;
+    };
+    std::vector<quint32> noise(size / 4);
+    QRandomGenerator::system()->fillRange(noise.data(), qsizetype(noise.size()));
+    QFile file(path);
+    require(file.open(QIODevice::WriteOnly), QStringLiteral("there is room for sources"));
+    file.write("RIFF" + little(36 + size, 4) + "WAVEfmt " + little(16, 4) + little(1, 2) + little(2, 2) +
+               little(48000, 4) + little(192000, 4) + little(4, 2) + little(16, 2) + "data" +
+               little(size, 4));
+    file.write(reinterpret_cast<const char*>(noise.data()), qint64(noise.size() * 4));
+}
+
 PlainHttp::PlainHttp()
     : m_handle(curl_easy_init())
 {
@@ -188,6 +256,19 @@ QByteArray PlainHttp::get(quint16 port, const QByteArray& target)
     if (code != CURLE_OK)
         qFatal("the plain request failed: %s", curl_easy_strerror(code));
     return body;
+}
+
+QByteArray PlainHttp::post(quint16 port, const QByteArray& target, const QByteArray& body)
+{
+    curl_slist* const headers = curl_slist_append(nullptr, "Content-Type: application/xml");
+    curl_easy_setopt(m_handle, CURLOPT_HTTPHEADER, headers);
+    curl_easy_setopt(m_handle, CURLOPT_POSTFIELDS, body.constData());
+    curl_easy_setopt(m_handle, CURLOPT_POSTFIELDSIZE, long(body.size()));
+    const QByteArray answer = get(port, target);
+    curl_easy_setopt(m_handle, CURLOPT_HTTPHEADER, nullptr);
+    curl_easy_setopt(m_handle, CURLOPT_HTTPGET, 1L);
+    curl_slist_free_all(headers);
+    return answer;
 }
 
 QByteArray folderDocument(int index)

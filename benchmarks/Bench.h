@@ -56,6 +56,23 @@ private:
     QList<Row> m_rows;
 };
 
+/// Runs both sides in turns, after one pair that does not count when \a warmsUp, and judges by the median of
+/// their ratios, which must be \a most at the most. Each side returns its own time in milliseconds.
+void addPairs(Table& table, const QString& work, qint64 n, int pairs, double most, bool warmsUp,
+              const std::function<double()>& ours, const std::function<double()>& floor);
+
+/// The time that \a work takes, in milliseconds.
+double timedMs(const std::function<void()>& work);
+
+/// Ends the program with a text when \a held is false.
+void require(bool held, const QString& what);
+
+/// Runs \a command in a shell; it must end well.
+void shell(const QString& command);
+
+/// Sound that no two files have in common, \a size bytes of it, as a WAV file.
+void writeWave(const QString& path, quint32 size);
+
 /// Resident memory of this process, in bytes.
 qint64 residentBytes();
 
@@ -69,6 +86,8 @@ public:
     PlainHttp& operator=(const PlainHttp&) = delete;
     /// The body of a GET; aborts the program when the request fails, because the measure would mean nothing.
     QByteArray get(quint16 port, const QByteArray& target);
+    /// The same of a POST of XML.
+    QByteArray post(quint16 port, const QByteArray& target, const QByteArray& body);
 
 private:
     void* m_handle;
@@ -93,5 +112,8 @@ void measureDoor(Table& table);
 void measureCopies(Table& table);
 void measureDesk(Table& table);
 void measureMedia(Table& table);
+void measureConsolidation(Table& table);
+void measureDrops(Table& table);
+void measureManyFolders(Table& table);
 
 } // namespace KRXBench

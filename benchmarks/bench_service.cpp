@@ -24,12 +24,6 @@ namespace {
 
 constexpr double kSettleSeconds = 2;
 
-void require(bool held, const char* what)
-{
-    if (!held)
-        qFatal("the measure means nothing: %s", what);
-}
-
 /// One second of silence as a WAV file.
 QByteArray waveFile()
 {
@@ -64,12 +58,12 @@ double noticeMs(const QString& folder)
     QProcess watcher;
     watcher.start(QStringLiteral("inotifywait"),
                   {QStringLiteral("-q"), QStringLiteral("-e"), QStringLiteral("close_write"), folder});
-    require(watcher.waitForStarted(), "inotifywait is installed");
+    require(watcher.waitForStarted(), QStringLiteral("inotifywait is installed"));
     QElapsedTimer timer;
     // The watch needs a moment to stand; the file is closed again and again until it is seen.
     for (int attempt = 0; attempt < 100; ++attempt) {
         QFile file(folder + QStringLiteral("/notice"));
-        require(file.open(QIODevice::WriteOnly), "the folder can be written to");
+        require(file.open(QIODevice::WriteOnly), QStringLiteral("the folder can be written to"));
         file.close();
         timer.start();
         if (watcher.waitForFinished(50))
@@ -85,7 +79,7 @@ void measureService(Table& table)
     QTemporaryDir scratch;
     require(QDir(scratch.path()).mkpath(QStringLiteral("watch")) &&
                 QDir(scratch.path()).mkpath(QStringLiteral("notice")),
-            "there is room for a watch folder");
+            QStringLiteral("there is room for a watch folder"));
     QProcess service;
     service.setProcessChannelMode(QProcess::SeparateChannels);
     service.setStandardErrorFile(scratch.filePath(QStringLiteral("log")));
@@ -93,21 +87,23 @@ void measureService(Table& table)
                   {QStringLiteral("--port"), QStringLiteral("0"), QStringLiteral("--data"),
                    scratch.filePath(QStringLiteral("data")), QStringLiteral("--settle"),
                    QString::number(kSettleSeconds)});
-    require(service.waitForStarted() && service.waitForReadyRead(10000), "the service starts");
+    require(service.waitForStarted() && service.waitForReadyRead(10000),
+            QStringLiteral("the service starts"));
     const QString said = QString::fromUtf8(service.readLine());
     const quint16 port =
         quint16(QRegularExpression(QStringLiteral(":(\\d+)")).match(said).captured(1).toUInt());
-    require(port != 0, "the service says its port");
+    require(port != 0, QStringLiteral("the service says its port"));
     const ScopedConnectPort connect(port);
 
     KRXProfileManager& profiles = KRXProfileManager::getInstance();
-    require(profiles.refreshProfiles(true), "the service has profiles");
+    require(profiles.refreshProfiles(true), QStringLiteral("the service has profiles"));
     KRXFolderManager& folders = KRXFolderManager::getInstance();
     const QString watch = scratch.filePath(QStringLiteral("watch"));
     KRXFolder folder;
-    require(folders.createFolder(watch, profiles.getDefaultProfileID(), folder), "the folder is created");
+    require(folders.createFolder(watch, profiles.getDefaultProfileID(), folder),
+            QStringLiteral("the folder is created"));
     folder.setProperty(KRXFolderProperties::kEnabled, QStringLiteral("true"));
-    require(folders.updateFolder(folder, false), "the folder is enabled");
+    require(folders.updateFolder(folder, false), QStringLiteral("the folder is enabled"));
     const QString id = folder.property(KRXFolderProperties::kId).toString();
 
     KRXJobManager jobs;
@@ -122,22 +118,22 @@ void measureService(Table& table)
                                 while (open.elapsed() < 1500) {
                                     bool ok = false;
                                     early = early || jobs.getFoldersOutputReady(&ok).contains(id);
-                                    require(ok, "the service answers");
+                                    require(ok, QStringLiteral("the service answers"));
                                 }
                                 return true;
                             }),
-                "the file is written");
+                QStringLiteral("the file is written"));
         QElapsedTimer closed;
         closed.start();
         while (!jobs.getFoldersOutputReady(nullptr).contains(id))
-            require(closed.elapsed() < 30000, "the clip becomes ready");
+            require(closed.elapsed() < 30000, QStringLiteral("the clip becomes ready"));
         times.push_back(double(closed.nsecsElapsed()) / 1e6);
-        require(folders.readFolder(id, folder), "the folder is read");
+        require(folders.readFolder(id, folder), QStringLiteral("the folder is read"));
         const QStringList outputs = folder.property(KRXFolderProperties::kOutputFiles).toStringList();
         for (const QString& output : outputs)
             QFile::remove(output);
         while (jobs.getFoldersOutputReady(nullptr).contains(id))
-            require(closed.elapsed() < 60000, "the outputs are consumed");
+            require(closed.elapsed() < 60000, QStringLiteral("the outputs are consumed"));
     }
     std::sort(times.begin(), times.end());
     Row& row = table.add(QStringLiteral("file closed until listed ready, --settle 2"), 1,

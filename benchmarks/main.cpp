@@ -17,7 +17,8 @@ int main(int argc, char* argv[])
                                   QStringLiteral("FILE"));
     const QCommandLineOption only(QStringLiteral("only"),
                                   QStringLiteral("Measure one area: access, view, sections, actions, "
-                                                 "windows, service, door, copies, desk, media."),
+                                                 "windows, service, drops, door, copies, "
+                                                 "consolidate, desk, media."),
                                   QStringLiteral("AREA"));
     options.addOption(json);
     options.addOption(only);
@@ -35,8 +36,11 @@ int main(int argc, char* argv[])
         {"actions", &KRXBench::measureActions},
         {"windows", &KRXBench::measureWindows},
         {"service", &KRXBench::measureService},
+        {"service", &KRXBench::measureManyFolders},
+        {"drops", &KRXBench::measureDrops},
         {"door", &KRXBench::measureDoor},
         {"copies", &KRXBench::measureCopies},
+        {"consolidate", &KRXBench::measureConsolidation},
         {"desk", &KRXBench::measureDesk},
         {"media", &KRXBench::measureMedia},
     };
