@@ -5,6 +5,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -21,8 +22,9 @@ namespace {
 constexpr char kSuffix[] = ".xel";
 constexpr char kHiddenSuffix[] = ".tmp";
 constexpr char kJobs[] = "/jobs";
-constexpr char kRemoval[] = ".removed-";  ///< before the name of an owner whose documents go
-constexpr std::size_t kLongestBase = 150; ///< bytes of the source's name that the output's name keeps
+constexpr char kRemoval[] = ".removed-";   ///< before the name of an owner whose documents go
+constexpr std::int64_t kTick = 2000000000; ///< nanoseconds; longer than that of any clock of a file system
+constexpr std::size_t kLongestBase = 150;  ///< bytes of the source's name that the output's name keeps
 
 std::vector<std::string> namesIn(const std::string& directory)
 {
@@ -46,6 +48,17 @@ bool isThere(const std::string& path)
 bool isOutput(const std::string& name)
 {
     return name.size() > 4 && name[0] != '.' && name.compare(name.size() - 4, 4, kSuffix) == 0;
+}
+
+/// When a directory was changed last, nanoseconds since 1970; 0 when it cannot be seen.
+std::int64_t changeOf(const std::string& directory)
+{
+    struct stat facts
+    {
+    };
+    if (::stat(directory.c_str(), &facts) != 0)
+        return 0;
+    return std::int64_t{facts.st_mtim.tv_sec} * 1000000000 + facts.st_mtim.tv_nsec;
 }
 
 /// The name that a document has or will have once it is published.
@@ -81,6 +94,7 @@ void OutputArea::load()
 {
     const std::lock_guard lock(m_mutex);
     m_index.clear();
+    m_whole.clear();
     for (const auto& place : {m_root, m_root + kJobs}) {
         for (const auto& owner : namesIn(place)) {
             if (text::isLegalId(owner) && owner != kJobs + 1)
@@ -196,6 +210,7 @@ void OutputArea::publish(std::vector<Document>& documents)
         if (!document.error.empty())
             continue;
         const std::string to = path(document.owner, document.name);
+        m_whole.erase(document.owner);
         if (::rename(hiddenPath(document.owner, document.name).c_str(), to.c_str()) == 0)
             m_index[document.owner][idOf(document.name)] = document.name;
         else
@@ -245,6 +260,14 @@ void OutputArea::abandon(const std::string& owner, const std::string& name)
 std::vector<std::string> OutputArea::present(const std::string& owner, Names& names)
 {
     std::vector<std::string> paths;
+    paths.reserve(names.size());
+    const std::int64_t changed = changeOf(directory(owner));
+    const auto whole = m_whole.find(owner);
+    if (whole != m_whole.end() && changed != 0 && whole->second == changed) {
+        for (const auto& name : names)
+            paths.push_back(path(owner, name.second));
+        return paths;
+    }
     for (auto it = names.begin(); it != names.end();) {
         const std::string document = path(owner, it->second);
         if (isThere(document)) {
@@ -257,6 +280,12 @@ std::vector<std::string> OutputArea::present(const std::string& owner, Names& na
         // Anything else says nothing about the document: it cannot be offered now, and may be later.
         ++it;
     }
+    // What changes from now on gives the directory another time, unless it changes within one tick of the
+    // clock.
+    if (changed != 0 && text::now() - changed > kTick && paths.size() == names.size())
+        m_whole[owner] = changed;
+    else
+        m_whole.erase(owner);
     return paths;
 }
 
@@ -299,6 +328,7 @@ void OutputArea::expect(const std::string& owner, const std::string& name)
 {
     const std::lock_guard lock(m_mutex);
     m_index[owner][idOf(name)] = name;
+    m_whole.erase(owner);
 }
 
 bool OutputArea::hasTaken() const
@@ -321,6 +351,7 @@ void OutputArea::beginRemoval(const std::string& owner)
     bringBack(owner);
     ::rename(directory(owner).c_str(), removalPlace(owner).c_str());
     m_index.erase(owner);
+    m_whole.erase(owner);
 }
 
 void OutputArea::endRemoval(const std::string& owner)
@@ -334,6 +365,7 @@ void OutputArea::undoRemoval(const std::string& owner)
     const std::lock_guard lock(m_mutex);
     bringBack(owner);
     load(owner);
+    m_whole.erase(owner);
 }
 
 void OutputArea::bringBack(const std::string& owner) const

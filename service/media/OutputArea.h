@@ -107,6 +107,9 @@ private:
     std::string m_root;
     mutable std::mutex m_mutex;
     std::map<std::string, Names> m_index;
+    /// By owner, when the directory was changed last, as long as all names are known to be in it: then nobody
+    /// has to look for each of them.
+    std::map<std::string, std::int64_t> m_whole;
     std::vector<Key> m_taken;
 };
 

@@ -276,6 +276,39 @@ private slots:
         QVERIFY(name.size() < 200 && text::isXmlText(name));
     }
 
+    void directoryOfOutputsThatDidNotChangeIsNotLookedThrough()
+    {
+        QTemporaryDir folder;
+        OutputArea area(folder.path().toStdString() + "/output");
+        const std::string directory = folder.path().toStdString() + "/output/f000001";
+        const auto setTime = [&](time_t seconds) {
+            const timespec times[2] = {{seconds, 0}, {seconds, 0}};
+            return ::utimensat(AT_FDCWD, directory.c_str(), times, 0) == 0;
+        };
+        for (const char* name : {"1-a.xel", "2-b.xel", "3-c.xel"}) {
+            QCOMPARE(area.prepare("f000001", name, "x"), std::string());
+            QCOMPARE(area.publish("f000001", name), std::string());
+        }
+        // Just changed: within one tick of the clock it could change once more.
+        QCOMPARE(area.list("f000001").size(), std::size_t(3));
+        QVERIFY(::unlink((directory + "/1-a.xel").c_str()) == 0);
+        QCOMPARE(area.list("f000001").size(), std::size_t(2));
+        QVERIFY(setTime(1000));
+        QCOMPARE(area.list("f000001").size(), std::size_t(2));
+        // Nobody would see this, if the time were put back.
+        QVERIFY(::unlink((directory + "/2-b.xel").c_str()) == 0 && setTime(1000));
+        QCOMPARE(area.list("f000001").size(), std::size_t(2));
+        QVERIFY(setTime(1001));
+        QCOMPARE(area.list("f000001"), std::vector<std::string>{directory + "/3-c.xel"});
+        // What is published meanwhile is listed, and what is taken is noted.
+        QCOMPARE(area.prepare("f000001", "4-d.xel", "x"), std::string());
+        QCOMPARE(area.publish("f000001", "4-d.xel"), std::string());
+        QVERIFY(setTime(1001));
+        QCOMPARE(area.list("f000001").size(), std::size_t(2));
+        QVERIFY(::unlink((directory + "/4-d.xel").c_str()) == 0);
+        QCOMPARE(area.takeTaken().size(), std::size_t(3));
+    }
+
     void outputsAreListedWhileTheyAreOnTheDisk()
     {
         QTemporaryDir folder;
