@@ -14,8 +14,6 @@
 #include <QLineEdit>
 #include <QRegularExpression>
 
-using KRXTest::FakeAnswer;
-using KRXTest::FakeRequest;
 using KRXTest::FakeRestClient;
 using namespace Managers;
 

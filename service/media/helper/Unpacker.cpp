@@ -28,10 +28,10 @@ Unpacker::Unpacker(const AVStream& stream)
     if (!m_decoder)
         return;
     m_decoder->thread_count = 1;
+    m_decoder->pkt_timebase = stream.time_base;
     if (avcodec_pix_fmt_to_codec_tag(m_format) == 0 ||
-        avcodec_parameters_to_context(m_decoder, stream.codecpar) < 0)
-        avcodec_free_context(&m_decoder);
-    else if (m_decoder->pkt_timebase = stream.time_base; avcodec_open2(m_decoder, codec, nullptr) != 0)
+        avcodec_parameters_to_context(m_decoder, stream.codecpar) < 0 ||
+        avcodec_open2(m_decoder, codec, nullptr) != 0)
         avcodec_free_context(&m_decoder);
 }
 
