@@ -36,6 +36,10 @@ QString tr(const char* text)
     return QCoreApplication::translate("DemoMedia", text);
 }
 
+} // namespace
+
+namespace DemoMedia {
+
 bool makeOne(const char* recipe, const QString& path, QString& error)
 {
     // ffmpeg tells the format by the suffix, so the temporary name keeps it.
@@ -61,10 +65,6 @@ bool makeOne(const char* recipe, const QString& path, QString& error)
     }
     return true;
 }
-
-} // namespace
-
-namespace DemoMedia {
 
 QStringList fileNames()
 {

@@ -11,6 +11,9 @@ QStringList fileNames();
 /// Makes those that are missing in \a folder. Blocks for a few seconds.
 /// \return false with a text in \a error.
 bool make(const QString& folder, QString& error);
+/// Makes the medium at \a path, whose folder exists. \a recipe: options for ffmpeg with blanks between them.
+/// \return false with a text in \a error.
+bool makeOne(const char* recipe, const QString& path, QString& error);
 /// Makes one movie that takes a while to transcode, in \a folder, which exists. Blocks for a second or two.
 /// \return false with a text in \a error.
 bool makeLongTake(const QString& folder, const QString& fileName, QString& error);

@@ -91,9 +91,40 @@ void ProfileTour::addBin(const QString& bin)
 
 void ProfileTour::addTranscoding(const QString& profile)
 {
-    const QString codec = QStringLiteral("ProRes 422 Proxy");
     addOpening(QString());
-    addAction(0, QStringLiteral("Transcode"), "videoCompressionType");
+    addTranscodeAction(0);
+    addSaving(profile);
+}
+
+void ProfileTour::addThreeActions(const QString& profile, const QString& target)
+{
+    addOpening(QString());
+    addCopyAction(target);
+    addTranscodeAction(1);
+    addAction(2, QStringLiteral("Consolidate"), "videoSkipOnTarget");
+    // The transcode brings its media to the same drive.
+    m_stage.add(
+        QStringLiteral("Media that are on the drive already are to be brought there all the same"),
+        [this] { m_stage.clickInside(m_stage.widget("videoSkipOnTarget")); },
+        [this] {
+            const auto* box = qobject_cast<QAbstractButton*>(m_stage.widget("videoSkipOnTarget"));
+            return box && !box->isChecked() ? QString() : QStringLiteral("the box is checked");
+        });
+    m_stage.add(
+        QStringLiteral("The profile has three actions"), nullptr,
+        [this] {
+            return m_stage.topWindow()->findChildren<ActionTWidget*>().size() == 3
+                       ? QString()
+                       : QStringLiteral("it has not");
+        },
+        QStringLiteral("editor-three-actions"));
+    addSaving(profile);
+}
+
+void ProfileTour::addTranscodeAction(int rows)
+{
+    const QString codec = QStringLiteral("ProRes 422 Proxy");
+    addAction(rows, QStringLiteral("Transcode"), "videoCompressionType");
     m_stage.add(
         QStringLiteral("The list of codecs opens"),
         [this] { m_stage.clickInside(m_stage.widget("videoCompressionType")); }, m_stage.popupIsOpen());
@@ -103,8 +134,7 @@ void ProfileTour::addTranscoding(const QString& profile)
         m_stage.boxShows("videoCompressionType", codec));
     m_stage.add(QStringLiteral("Media are to go to the drive"), nullptr,
                 m_stage.boxShows("filesystemVideoVolume", TourStage::driveName()),
-                QStringLiteral("editor-transcode-action"));
-    addSaving(profile);
+                rows == 0 ? QStringLiteral("editor-transcode-action") : QString());
 }
 
 void ProfileTour::addAction(int rows, const QString& type, const char* option)

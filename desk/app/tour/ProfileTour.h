@@ -16,6 +16,9 @@ public:
     /// Makes a profile that transcodes onto the tour's drive with a codec for proxies, out of the one that
     /// the panel shows, which has no action.
     void addTranscoding(const QString& profile);
+    /// Makes a profile that copies into \a target, transcodes onto the tour's drive and consolidates there,
+    /// out of the one that the panel shows, which has no action.
+    void addThreeActions(const QString& profile, const QString& target);
     /// Deletes the profile that the panel shows, which the watched folder has.
     void addDeletion(const QString& profile);
 
@@ -26,6 +29,8 @@ private:
     /// \param option an object name among its options.
     void addAction(int rows, const QString& type, const char* option);
     void addCopyAction(const QString& target);
+    /// Adds a transcode with a codec for proxies behind \a rows actions.
+    void addTranscodeAction(int rows);
     void addSaving(const QString& profile);
 
     TourStage& m_stage;

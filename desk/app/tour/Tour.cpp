@@ -3,6 +3,7 @@
 #include "FolderTour.h"
 #include "ProfileTour.h"
 #include "RealInput.h"
+#include "ResultTour.h"
 #include "ServiceTour.h"
 #include "TourRunner.h"
 #include "TourStage.h"
@@ -27,6 +28,8 @@ namespace {
 
 /// The service waits this long for a file to stand still; the tour's files are whole at once.
 const char kSettle[] = "0.3";
+/// And this long for further copies before it lists those that were made.
+const char kHistory[] = "1";
 const char kLongTake[] = "Long take.mov";
 
 int refuse(const QString& reason)
@@ -42,7 +45,8 @@ ServiceSupervisor::Settings serviceSettings(const DeskOptions& options, const QS
     DeskOptions own = options;
     own.serviceData = QString(base + QLatin1String("/service"));
     ServiceSupervisor::Settings settings = DeskApplication::serviceSettings(own);
-    settings.arguments = QStringList{QStringLiteral("--settle"), QLatin1String(kSettle)};
+    settings.arguments = QStringList{QStringLiteral("--settle"), QLatin1String(kSettle),
+                                     QStringLiteral("--history"), QLatin1String(kHistory)};
     return settings;
 }
 
@@ -56,7 +60,7 @@ QStringList clipNames()
 }
 
 void addSteps(TourStage& stage, FolderTour& folders, ProfileTour& profiles, ServiceTour& services,
-              WorkTour& work)
+              WorkTour& work, ResultTour& results)
 {
     const QString copying = QStringLiteral("Copy and link");
     const QString linking = QStringLiteral("Default Profile");
@@ -86,6 +90,16 @@ void addSteps(TourStage& stage, FolderTour& folders, ProfileTour& profiles, Serv
     folders.addWaitForClips(count, QString());
     folders.addAcquisition(volume, clips, 2 * count, QString());
     count = 2 * count;
+
+    // Behind the default profile, which stays the first of every list.
+    results.addProfile(QStringLiteral("Three actions"));
+    results.addWork(QStringLiteral("three-actions-ready"));
+    results.addChecks();
+    clips << ResultTour::clipNames();
+    clips.sort();
+    count += ResultTour::clipNames().size();
+    folders.addAcquisition(volume, clips, count, QString());
+    folders.addProfileChange(linking, true, false);
 
     profiles.addTranscoding(proxies);
     folders.addProfileChange(proxies, true, false);
@@ -120,7 +134,8 @@ int play(const DeskOptions& options, const QString& base, RealInput& input)
     ProfileTour profiles(stage, folders);
     ServiceTour services(stage, folders);
     WorkTour work(stage, folders);
-    addSteps(stage, folders, profiles, services, work);
+    ResultTour results(stage, folders, profiles);
+    addSteps(stage, folders, profiles, services, work, results);
     QObject::connect(&runner, &TourRunner::finished, &window,
                      [](bool held) { QCoreApplication::exit(held ? 0 : 1); });
     window.show();
@@ -143,7 +158,8 @@ int Tour::run(const DeskOptions& options)
     if (!base.isValid())
         return refuse(base.errorString());
     const QString media = base.path() + QLatin1String("/media");
-    if (!DemoMedia::make(media, error) || !DemoMedia::makeLongTake(media, QLatin1String(kLongTake), error))
+    if (!DemoMedia::make(media, error) || !DemoMedia::makeLongTake(media, QLatin1String(kLongTake), error) ||
+        !ResultTour::makeMedia(media, error))
         return refuse(error);
     // The tour finds buttons and questions by their English texts.
     StandInHost::setLanguage(QStringLiteral("en"));
