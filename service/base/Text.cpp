@@ -48,6 +48,15 @@ std::uint32_t nextCharacter(std::string_view text, std::size_t& at)
     return c < smallest[length] ? kInvalid : c;
 }
 
+/// True for what ends a line, is an order to a terminal, or turns round what follows.
+bool isCommand(std::uint32_t c)
+{
+    const bool isControl = c < 0x20 || (c >= 0x7F && c < 0xA0);
+    const bool endsLine = c == 0x2028 || c == 0x2029;
+    const bool turns = (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
+    return isControl || endsLine || turns;
+}
+
 } // namespace
 
 bool isLegalId(std::string_view id)
@@ -95,10 +104,14 @@ std::string xmlClean(std::string_view text)
 
 std::string oneLine(std::string_view text)
 {
-    std::string line(text);
-    for (char& c : line) {
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F)
-            c = ' ';
+    std::string line;
+    line.reserve(text.size());
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t from = at;
+        if (isCommand(nextCharacter(text, at)))
+            line += ' ';
+        else
+            line.append(text.substr(from, at - from));
     }
     return line;
 }

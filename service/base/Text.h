@@ -20,7 +20,8 @@ bool isPlainText(std::string_view text);
 /// \a text with everything that XML cannot carry replaced by U+FFFD.
 std::string xmlClean(std::string_view text);
 
-/// \a text on one line: control characters become blanks.
+/// \a text on one line: control characters, and what else ends lines or turns round what follows, become
+/// blanks.
 std::string oneLine(std::string_view text);
 
 /// A new random identifier in the 8-4-4-4-12 form, lower case.

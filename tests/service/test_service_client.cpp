@@ -202,6 +202,14 @@ private slots:
         QCOMPARE(std::count(hostile.begin(), hostile.end(), '\n'), 1);
         QCOMPARE(hostile.find('\x1B'), std::string::npos);
         QVERIFY(hostile.find("%s%n") != std::string::npos);
+        // Terminals take these for commands, for a new line, or turn what follows round.
+        for (const char* unseen :
+             {"\xC2\x80", "\xC2\x85", "\xC2\x9B", "\xC2\x9F", "\xE2\x80\xA8", "\xE2\x80\xA9", "\xE2\x80\xAA",
+              "\xE2\x80\xAE", "\xE2\x81\xA6", "\xE2\x81\xA9"})
+            QCOMPARE(table({{"a" + std::string(unseen) + "b"}}), std::string("a b\n"));
+        for (const char* seen :
+             {"\xC2\xA0", "\xC3\x85", "\xE2\x80\x93", "\xE2\x80\xAF", "\xE2\x81\xA4", "\xE2\x82\xAC"})
+            QCOMPARE(table({{seen, "b"}}), seen + std::string("  b\n"));
     }
 
     void durationsAreSaidAsPeopleDo()

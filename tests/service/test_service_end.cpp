@@ -365,12 +365,14 @@ private slots:
         const QString watch = path("journal %s%n");
         QVERIFY(QDir().mkpath(watch));
         QVERIFY(QFile::copy(TestMedia::file(s("sound.wav")), watch + s("/a%n\nPRIORITY=0.wav")));
-        QVERIFY(QFile::copy(TestMedia::file(s("sound.wav")), watch + s("/b.wav")));
+        QVERIFY(QFile::copy(TestMedia::file(s("sound.wav")), watch + s("/b\xC2\x9B"
+                                                                       "2J.wav")));
         const QString id = service.addFolder(watch, service.profileId(s("Default Profile")));
         QTRY_VERIFY_WITH_TIMEOUT(!service.outputs(id).isEmpty(), kPatience);
         const QByteArray said = readUntil(journal, "MESSAGE=offered ");
         QVERIFY2(said.contains("KRX_CLIP=") && said.contains("MESSAGE=offered ") && said.contains("%s%n"),
                  said.constData());
+        QVERIFY2(said.contains("b 2J.wav") && !said.contains("\xC2\x9B"), said.constData());
         QCOMPARE(service.terminate(), 0);
         const QByteArray all = said + readUntil(journal, "MESSAGE=ending");
         for (const QByteArray& line : all.split('\n')) {
