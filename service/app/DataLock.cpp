@@ -97,6 +97,8 @@ std::string DataLock::acquire(const std::string& folder, bool& inUse)
 {
     inUse = false;
     const std::string cannot = "the data folder cannot be used: ";
+    if (const auto reason = ownfiles::foreignLinkOnTheWay(folder); !reason.empty())
+        return cannot + reason;
     if (const auto reason = filetools::makeDirectories(folder); !reason.empty())
         return cannot + reason;
     if (const auto reason = ownfiles::secure(folder); !reason.empty())

@@ -11,6 +11,7 @@
 
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <memory>
 
 namespace krxservice::ownfiles {
@@ -18,7 +19,8 @@ namespace krxservice::ownfiles {
 namespace {
 
 constexpr mode_t kOthers = 077;
-constexpr int kDeepest = 8; ///< the service itself makes three levels
+constexpr int kDeepest = 8;    ///< the service itself makes three levels
+constexpr int kMostLinks = 40; ///< as the kernel follows
 
 struct CloseDirectory
 {
@@ -85,6 +87,31 @@ std::string look(int directory, const std::string& path, int depth, Walk& walk)
     return {};
 }
 
+/// Looks at every link on the way to \a path, and on the way to where links lead.
+std::string foreignLink(const std::string& path, int links)
+{
+    for (std::size_t at = 0; at != std::string::npos;) {
+        at = path.find('/', at + 1);
+        const std::string part = path.substr(0, at);
+        struct stat facts
+        {
+        };
+        if (::lstat(part.c_str(), &facts) != 0 || !S_ISLNK(facts.st_mode))
+            continue; // what is not there yet is no link
+        if (facts.st_uid != ::geteuid() && facts.st_uid != 0)
+            return foreign(part, facts.st_uid);
+        std::array<char, PATH_MAX> target{};
+        const ssize_t length = ::readlink(part.c_str(), target.data(), target.size());
+        if (length <= 0 || links >= kMostLinks)
+            return part + " is a link that leads nowhere";
+        const std::string to(target.data(), static_cast<std::size_t>(length));
+        const std::string whole = to.front() == '/' ? to : part.substr(0, part.rfind('/') + 1) + to;
+        if (auto reason = foreignLink(whole, links + 1); !reason.empty())
+            return reason;
+    }
+    return {};
+}
+
 /// Files whose content is the service's memory.
 constexpr std::array<const char*, 4> kFiles = {"krx-service.db", "krx-service.db-wal", "krx-service.db-shm",
                                                "krx-service.lock"};
@@ -99,6 +126,11 @@ const char* kindOf(mode_t mode)
 }
 
 } // namespace
+
+std::string foreignLinkOnTheWay(const std::string& path)
+{
+    return foreignLink(path, 0);
+}
 
 std::string whatIsInTheWay(const std::string& folder)
 {

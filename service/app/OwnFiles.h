@@ -13,6 +13,11 @@ namespace ownfiles {
 /// followed below the folder. An empty text or the reason.
 std::string secure(const std::string& folder);
 
+/// Looks at the links on the way to \a path, which need not be there: one that belongs neither to the own
+/// user nor to root could lead to anything of the own user's, today here and tomorrow there. An empty text or
+/// the reason.
+std::string foreignLinkOnTheWay(const std::string& path);
+
 /// Looks at what stands in the places of the database and the lock in \a folder: nothing, or a file that can
 /// be read and written, and neither a link nor a pipe, which would lead elsewhere or be waited for. An empty
 /// text or the reason.

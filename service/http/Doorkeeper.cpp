@@ -42,9 +42,11 @@ bool Doorkeeper::mayEnter(const Speaker& speaker, Kind kind) const
            std::find(m_allowed.begin(), m_allowed.end(), speaker.user) != m_allowed.end();
 }
 
-bool Doorkeeper::lets(int socket, Kind kind)
+bool Doorkeeper::lets(int socket, Kind kind, Speaker* who)
 {
     const Speaker speaker = m_finder.of(socket);
+    if (who)
+        *who = speaker;
     if (mayEnter(speaker, kind))
         return true;
     ++(speaker.known ? m_counts.strangers : m_counts.unknown);

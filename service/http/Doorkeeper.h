@@ -40,8 +40,16 @@ public:
     /// \a allowed are the users who may come by the port besides the own one and root.
     explicit Doorkeeper(std::vector<uid_t> allowed = {});
 
-    /// Looks at a connection of which nothing was read yet. False when it must be refused.
-    bool lets(int socket, Kind kind);
+    /// Looks at a connection of which nothing was read yet. False when it must be refused. \a who, when
+    /// given, becomes whose it is.
+    bool lets(int socket, Kind kind, Speaker* who = nullptr);
+    /// True for users who are served because they were allowed on purpose.
+    bool isGuest(const Speaker& speaker) const
+    {
+        return speaker.known && speaker.user != m_own && speaker.user != 0;
+    }
+    /// Whether \a speaker is served now. Counts and notes nothing.
+    bool mayEnter(const Speaker& speaker, Kind kind) const;
 
     void setAllowed(std::vector<uid_t> allowed) { m_allowed = std::move(allowed); }
     RefusalCounts& counts() { return m_counts; }
@@ -62,7 +70,6 @@ private:
         bool everSaid = false;
     };
 
-    bool mayEnter(const Speaker& speaker, Kind kind) const;
     void note(const Speaker& speaker);
 
     SpeakerFinder m_finder;

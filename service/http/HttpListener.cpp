@@ -196,12 +196,16 @@ public:
         m_usher.stop();
         m_pool.stop();
         m_connections.clear();
+        m_guests.clear();
         m_entrances.clear();
     }
 
     void setAllowed(std::vector<uid_t> allowed)
     {
-        asio::post(m_io, [this, allowed = std::move(allowed)] { m_keeper.setAllowed(allowed); });
+        asio::post(m_io, [this, allowed = std::move(allowed)] {
+            m_keeper.setAllowed(allowed);
+            endUnwanted();
+        });
     }
 
     bool beats()
@@ -229,6 +233,7 @@ public:
 
     void closed(const HttpConnection& connection) override
     {
+        m_guests.erase(&connection);
         m_connections.erase(&connection);
         if (m_stopping && m_connections.empty())
             m_io.stop();
@@ -288,7 +293,8 @@ private:
 
     void receive(int socket, Doorkeeper::Kind kind)
     {
-        if (!m_keeper.lets(socket, kind))
+        Speaker speaker;
+        if (!m_keeper.lets(socket, kind, &speaker))
             return m_usher.showOut(socket);
         const int family = addressOf(socket).ss_family;
         HttpConnection::Protocol::socket stream(m_io);
@@ -306,7 +312,20 @@ private:
             makeRoom();
         const auto connection = std::make_shared<HttpConnection>(*this, std::move(stream), m_times);
         m_connections[connection.get()] = connection;
+        if (kind == Doorkeeper::Kind::Port && m_keeper.isGuest(speaker))
+            m_guests[connection.get()] = speaker;
         connection->start();
+    }
+
+    /// Ends the connections of those who were allowed and are no longer, whatever they are being told.
+    void endUnwanted()
+    {
+        const auto guests = m_guests;
+        for (const auto& [key, speaker] : guests) {
+            const auto found = m_connections.find(key);
+            if (found != m_connections.end() && !m_keeper.mayEnter(speaker, Doorkeeper::Kind::Port))
+                std::shared_ptr<HttpConnection>(found->second)->close();
+        }
     }
 
     /// Closes the connection that has been still for the longest time.
@@ -364,6 +383,8 @@ private:
     asio::steady_timer m_ticker{m_io};
     std::vector<std::unique_ptr<Entrance>> m_entrances;
     std::unordered_map<const HttpConnection*, std::shared_ptr<HttpConnection>> m_connections;
+    std::unordered_map<const HttpConnection*, Speaker>
+        m_guests; ///< whose theirs are, of users allowed on purpose
     asio::thread_pool m_pool{kHandlerThreads};
     std::thread m_thread;
 };

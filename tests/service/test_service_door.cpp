@@ -19,7 +19,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -178,6 +180,48 @@ private slots:
         });
         QCOMPARE(status, 3);
         QCOMPARE(run({s("--allow-user"), s("no such user"), s("--data"), path("unknown")}).first, 2);
+        QCOMPARE(service.terminate(), 0);
+    }
+
+    // Not even by a connection that was there before.
+    void whoeverIsAllowedNoMoreIsServedNoMore()
+    {
+        if (!OtherUser::isPossible())
+            QSKIP("only root can act as somebody else");
+        const auto allow = [this](const QByteArray& users) {
+            QFile file(path("allow.toml"));
+            return file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
+                   file.setPermissions(QFile::ReadOwner | QFile::WriteOwner) &&
+                   file.write("allow-user = [" + users + "]\n") > 0;
+        };
+        QVERIFY(allow("54321, 54322"));
+        ServiceProgram service;
+        service.setBeforeProgram([] { ::setsid(); }); // as a daemon
+        QVERIFY(service.start(path("revoked"), {s("--config"), path("allow.toml")}));
+        // A socket belongs to whoever made it, whoever speaks.
+        const auto madeBy = [&service](uid_t user) {
+            const bool isSomebody = ::seteuid(user) == 0;
+            RawClient client = RawClient::toPort(service.port());
+            return ::seteuid(0) == 0 && isSomebody ? std::move(client) : RawClient();
+        };
+        const auto isServed = [](RawClient& client) {
+            return client.send(RawClient::get("activity")) && RawClient::status(client.answer()) == 200;
+        };
+        RawClient own = madeBy(0);
+        RawClient former = madeBy(OtherUser::kNumber);
+        RawClient still = madeBy(OtherUser::kNumber + 1);
+        for (RawClient* client : {&own, &former, &still})
+            QVERIFY(isServed(*client));
+
+        QVERIFY(allow("54322"));
+        QCOMPARE(::kill(static_cast<pid_t>(service.pid()), SIGHUP), 0);
+        QByteArray log;
+        QTRY_VERIFY_WITH_TIMEOUT((log += service.log()).contains("read the configuration again"), 20000);
+        QVERIFY(!isServed(former));
+        former = madeBy(OtherUser::kNumber);
+        QVERIFY(!isServed(former));
+        QVERIFY(isServed(own));
+        QVERIFY(isServed(still));
         QCOMPARE(service.terminate(), 0);
     }
 
@@ -480,6 +524,39 @@ private slots:
         QVERIFY2(ended.second.contains("user 54321") && ended.second.contains("--data"),
                  ended.second.constData());
         QCOMPARE(ended.second.trimmed().count('\n'), 0);
+    }
+
+    // What is behind it is the own user's, and would be closed to all others and written into.
+    void dataBehindSomebodysLinkAreRefused_data()
+    {
+        QTest::addColumn<QString>("data");
+        QTest::newRow("the link") << s("theirs.d/link");
+        QTest::newRow("with a slash") << s("theirs.d/link/");
+        QTest::newRow("with a dot") << s("theirs.d/link/.");
+        QTest::newRow("below it") << s("theirs.d/link/below");
+        QTest::newRow("to be made below it") << s("theirs.d/link/new");
+        QTest::newRow("by an own link") << s("own-link");
+        QTest::newRow("by an own link below") << s("own-link/below");
+    }
+    void dataBehindSomebodysLinkAreRefused()
+    {
+        if (!OtherUser::isPossible())
+            QSKIP("only root can act as somebody else");
+        QFETCH(QString, data);
+        const QString mine = path("mine.d");
+        QVERIFY(QDir().mkpath(mine + s("/below")) && QDir().mkpath(path("theirs.d")));
+        QCOMPARE(::chmod(QFile::encodeName(mine).constData(), 0755), 0);
+        const QString link = path("theirs.d/link");
+        if (!QFileInfo::exists(link))
+            QVERIFY(QFile::link(mine, link) && QFile::link(s("theirs.d/link"), path("own-link")));
+        QCOMPARE(::lchown(QFile::encodeName(link).constData(), OtherUser::kNumber, OtherUser::kNumber), 0);
+        const auto ended = run({s("--port"), s("0"), s("--data"), m_folder.filePath(data)});
+        QCOMPARE(ended.first, 1);
+        QVERIFY2(ended.second.contains("belongs to user 54321") && ended.second.contains("--data"),
+                 ended.second.constData());
+        QCOMPARE(ended.second.trimmed().count('\n'), 0);
+        QVERIFY(QFileInfo(mine).permission(QFile::ReadOther));
+        QCOMPARE(QDir(mine).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{s("below")});
     }
 };
 
