@@ -3,9 +3,13 @@
 #include "base/Text.h"
 
 #include <fcntl.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <cstdint>
+#include <cstring>
 
 namespace krxservice {
 
@@ -39,11 +43,62 @@ std::string parentOf(const std::string& path)
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
+// A list of access as the kernel hands it out.
+constexpr char kAccessList[] = "system.posix_acl_access";
+constexpr std::uint16_t kNamedUser = 0x02;
+constexpr std::uint16_t kOwnGroup = 0x04;
+constexpr std::uint16_t kNamedGroup = 0x08;
+constexpr std::uint16_t kMask = 0x10;
+constexpr std::size_t kListHead = 4;
+
+struct AccessEntry
+{
+    std::uint16_t kind = 0;
+    std::uint16_t access = 0;
+    std::uint32_t who = 0;
+};
+
+bool hasNone(int error)
+{
+    return error == ENODATA || error == ENOTSUP;
+}
+
+/// The permissions \a mode of what \a descriptor is, less what its list of access keeps anybody from: with a
+/// list, those of the group are only the most that anybody whom the list names has.
+mode_t withoutList(int descriptor, mode_t mode)
+{
+    std::array<char, 4096> list{};
+    const std::string place = "/proc/self/fd/" + std::to_string(descriptor); // it may be open to look only
+    const ssize_t size = ::getxattr(place.c_str(), kAccessList, list.data(), list.size());
+    if (size < 0)
+        return hasNone(errno) ? mode : mode & ~static_cast<mode_t>(077);
+    mode_t group = 7;
+    mode_t named = 7;
+    mode_t mask = 7;
+    bool namesAnybody = false;
+    AccessEntry entry;
+    for (std::size_t at = kListHead; at + sizeof entry <= static_cast<std::size_t>(size);
+         at += sizeof entry) {
+        std::memcpy(&entry, list.data() + at, sizeof entry);
+        if (entry.kind == kOwnGroup)
+            group = entry.access;
+        else if (entry.kind == kMask)
+            mask = entry.access;
+        else if (entry.kind == kNamedUser || entry.kind == kNamedGroup) {
+            named &= entry.access;
+            namesAnybody = true;
+        }
+    }
+    // A mode names nobody: what one of those who are named may not, nobody may.
+    const mode_t everybody = namesAnybody ? named & mask : 7;
+    return mode & (((group & everybody) << 3) | everybody | ~static_cast<mode_t>(077));
+}
+
 /// The permissions of something that lies in \a directory, without those for people who cannot pass that
 /// directory and the ones above it. Takes over the descriptor.
-mode_t reachBelow(const struct stat& something, int descriptor)
+mode_t reachBelow(const struct stat& something, mode_t mode, int descriptor)
 {
-    mode_t allowed = something.st_mode & 0777;
+    mode_t allowed = mode & 0777;
     filetools::Descriptor directory(descriptor);
     struct stat below
     {
@@ -57,11 +112,12 @@ mode_t reachBelow(const struct stat& something, int descriptor)
             return allowed & 0700;
         if (level > 0 && isSame(facts, below))
             break; // the root of the system is its own parent
+        const mode_t passing = withoutList(directory.get(), facts.st_mode);
         const bool groupPasses =
-            (facts.st_mode & S_IXGRP) != 0 && (facts.st_gid == something.st_gid || facts.st_mode & S_IXOTH);
+            (passing & S_IXGRP) != 0 && (facts.st_gid == something.st_gid || passing & S_IXOTH);
         if (!groupPasses)
             allowed &= ~static_cast<mode_t>(070);
-        if (!(facts.st_mode & S_IXOTH))
+        if (!(passing & S_IXOTH))
             allowed &= ~static_cast<mode_t>(007);
         if ((allowed & 077) == 0)
             break;
@@ -130,7 +186,8 @@ bool SourceFile::isStillNamed() const
 
 mode_t SourceFile::reach() const
 {
-    return reachBelow(m_facts, ::openat(m_parent.get(), ".", kLookOnly));
+    return reachBelow(m_facts, withoutList(m_file.get(), m_facts.st_mode),
+                      ::openat(m_parent.get(), ".", kLookOnly));
 }
 
 mode_t SourceFile::reachFor(int target) const
@@ -142,6 +199,9 @@ mode_t SourceFile::reachFor(int target) const
         ::fstat(target, &made) == 0 &&
         (made.st_gid == m_facts.st_gid || ::fchown(target, static_cast<uid_t>(-1), m_facts.st_gid) == 0);
     const mode_t mode = reach();
+    // What the directory gives to all that is made in it would let in people whom the source keeps out.
+    if (::fremovexattr(target, kAccessList) != 0 && !hasNone(errno))
+        return mode & 0700;
     return sameGroup ? mode : (mode & 0707) | ((mode & 0007) << 3);
 }
 
@@ -157,7 +217,9 @@ mode_t SourceFile::directoryReach() const
     };
     if (::fstat(m_parent.get(), &facts) != 0)
         return 0700;
-    return reachBelow(facts, ::openat(m_parent.get(), "..", kLookOnly)) | 0700;
+    return reachBelow(facts, withoutList(m_parent.get(), facts.st_mode),
+                      ::openat(m_parent.get(), "..", kLookOnly)) |
+           0700;
 }
 
 } // namespace krxservice

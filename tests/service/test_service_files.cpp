@@ -17,6 +17,7 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <limits>
@@ -385,6 +386,32 @@ private slots:
         const CopyResult result = Copier::copy(stage.order(path));
         QVERIFY2(result.ok, result.error.c_str());
         QCOMPARE(int(modeOf(result.path)), copy);
+    }
+
+    // Where there is a list, what looks like the group's permissions is the most that anybody in it has.
+    void listsOfAccessMakeNoCopyMoreOpen()
+    {
+        const auto list = [](const QString& path, const char* name, short user, short group) {
+            const short entries[][4] = {{1, 7, -1, -1},
+                                        {2, user, 54321 - 65536, 0},
+                                        {4, group, -1, -1},
+                                        {16, 7, -1, -1},
+                                        {32, 4, -1, -1}};
+            QByteArray bytes("\2\0\0\0", 4);
+            bytes.append(reinterpret_cast<const char*>(entries), sizeof entries);
+            return ::setxattr(qPrintable(path), name, bytes.constData(), std::size_t(bytes.size()), 0) == 0;
+        };
+        Stage stage;
+        const QString path = stage.source(QStringLiteral("a.mov"), "x");
+        if (!list(path, "system.posix_acl_access", 6, 0))
+            QSKIP("this file system has no lists of access");
+        QCOMPARE(int(modeOf(Copier::copy(stage.order(path)).path)), 0704);
+        const QString other = stage.source(QStringLiteral("b.mov"), "x");
+        QVERIFY(list(other, "system.posix_acl_access", 0, 4));
+        QCOMPARE(int(modeOf(Copier::copy(stage.order(other)).path)), 0700);
+        QVERIFY(list(stage.to, "system.posix_acl_default", 7, 7));
+        const CopyResult result = Copier::copy(stage.order(stage.source(QStringLiteral("c.mov"), "x")));
+        QVERIFY(result.ok && ::getxattr(result.path.c_str(), "system.posix_acl_access", nullptr, 0) < 0);
     }
 
     void unfinishedCopyBelongsToItsOwnerOnly()
