@@ -2,6 +2,7 @@
 
 #include "base/CommandLine.h"
 #include "base/ConfigFile.h"
+#include "base/Text.h"
 
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include <array>
 #include <cctype>
 #include <charconv>
+#include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <optional>
@@ -103,6 +105,12 @@ std::string quoted(const std::string& text)
 {
     std::string result = "\"";
     for (const char c : text) {
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+            std::array<char, 8> code{};
+            std::snprintf(code.data(), code.size(), "\\u%04X", static_cast<unsigned>(c));
+            result += code.data();
+            continue;
+        }
         if (c == '"' || c == '\\')
             result += '\\';
         result += c;
@@ -396,16 +404,23 @@ void readVariable(const Options::Environment& environment, const std::string& na
 
 using Problems = std::vector<Refusal>;
 
+/// What a file or a variable says is quoted in what is wrong with it.
+Refusal onOneLine(const Refusal& refusal)
+{
+    return {refusal.status, text::xmlClean(text::oneLine(refusal.text))};
+}
+
 void readFile(const std::string& path, bool mustExist, Layer& layer, Problems& problems)
 {
     const auto file = ConfigFile::read(path, mustExist);
     if (!file)
-        return problems.push_back(file.refusal());
+        return problems.push_back(onOneLine(file.refusal()));
     for (const auto& entry : file->entries) {
         const std::string where = path + ':' + std::to_string(entry.line);
         const Row* row = rowOf(entry.key);
         if (!row)
-            problems.push_back({2, where + ": unknown key \"" + entry.key + "\" (--help lists the options)"});
+            problems.push_back(
+                onOneLine({2, where + ": unknown key \"" + entry.key + "\" (--help lists the options)"}));
         else if (entry.values.size() != 1 && !row->isList)
             problems.push_back({2, where + ": \"" + entry.key + "\" has one value"});
         else if (layer.count(entry.key) == 0)
@@ -421,8 +436,8 @@ std::optional<Refusal> take(const Row& row, const Said& said, Options& options)
         if (row.take(taken, value))
             continue;
         const bool typed = said.from == kCommandLine;
-        return Refusal{2, (typed ? std::string() : said.from + ": ") + '"' + value +
-                              "\" is no value for the option --" + row.name};
+        return onOneLine({2, (typed ? std::string() : said.from + ": ") + '"' + value +
+                                 "\" is no value for the option --" + row.name});
     }
     options = std::move(taken);
     return std::nullopt;

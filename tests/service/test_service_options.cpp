@@ -110,13 +110,13 @@ private slots:
 
     void whatIsPrintedCanBeReadAgain()
     {
-        const auto options = parse({"--no-port", "--data", "/a \"b\"\\c", "--settle", "0.25",
+        const auto options = parse({"--no-port", "--data", "/a \"b\"\\c\nport = 1\x1B", "--settle", "0.25",
                                     "--log-level=error", "--allow-user", "anna", "--print-config"});
         QVERIFY(options->wish == Options::Wish::PrintConfig);
         const auto again = parse({"--config", file(QByteArray::fromStdString(options->configText()))});
         QVERIFY2(again, again.refusal().text.c_str());
         QVERIFY(!again->hasPort);
-        QCOMPARE(again->dataFolder, std::string("/a \"b\"\\c"));
+        QCOMPARE(again->dataFolder, std::string("/a \"b\"\\c\nport = 1\x1B"));
         QCOMPARE(again->settleSeconds, 0.25);
         QVERIFY(again->logLevel == Options::LogLevel::Error);
         QCOMPARE(again->allowedUsers, std::vector<std::string>{"anna"});
@@ -145,6 +145,8 @@ private slots:
         QTest::newRow("two values") << QByteArray("port = [1, 2]\n") << 1;
         QTest::newRow("no port") << QByteArray("settle = 1\nport = 70000\n") << 2;
         QTest::newRow("no number") << QByteArray("settle = \"soon\"\n") << 1;
+        QTest::newRow("a value of two lines") << QByteArray("settle = \"a\\nb\\u001b\"\n") << 1;
+        QTest::newRow("a key of two lines") << QByteArray("\"a\\nb\\u001b\" = 1\n") << 1;
         QTest::newRow("no flag") << QByteArray("no-port = 2\n") << 1;
         QTest::newRow("no level") << QByteArray("log-level = \"all\"\n") << 1;
     }
@@ -158,7 +160,7 @@ private slots:
         const QByteArray text = QByteArray::fromStdString(options.refusal().text);
         QVERIFY2(text.startsWith(QByteArray::fromStdString(path) + ':' + QByteArray::number(line) + ": "),
                  text);
-        QVERIFY(!text.contains('\n'));
+        QVERIFY(!text.contains('\n') && !text.contains('\x1B'));
     }
 
     void wrongValuesInTheEnvironmentAreNamedByTheirVariable()
