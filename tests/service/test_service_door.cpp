@@ -309,13 +309,15 @@ private slots:
             crowdIsThere = crowdIsThere && ::waitpid(crowd, &status, WNOHANG) == 0;
         }
         QCOMPARE(status, 0);
+        QVERIFY(beside > 0);
         for (auto* all : {&times, &bySocket}) {
+            all->resize(static_cast<std::size_t>(beside)); // those after the crowd would make it look better
             std::sort(all->begin(), all->end());
             qInfo(
                 "%d requests by the %s while %d connections of somebody else were refused: p50 %.2f ms, p99 "
-                "%.2f ms",
+                "%.2f ms, longest %.2f ms",
                 beside, all == &times ? "port" : "socket", kRefused, (*all)[all->size() / 2],
-                (*all)[all->size() * 99 / 100]);
+                (*all)[all->size() * 99 / 100], all->back());
         }
         QCOMPARE(count(service, "strangers") + count(service, "unknown"), quint64(kRefused));
         QCOMPARE(
