@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QScopeGuard>
@@ -82,6 +83,48 @@ private slots:
         QCOMPARE(read.activeBin(), 1);
         QVERIFY(read.contains(QStringLiteral("b")));
         QCOMPARE(read.clipCount(), 2);
+    }
+
+    void theFileIsWrittenAsAnyWriterOfJsonWouldWriteIt()
+    {
+        DeskClip odd = clip(QStringLiteral("odd"), QStringLiteral("\"q\" \\ \t\n\u0001 \u00e9 \U0001F3AC"));
+        odd.name += QChar(0xD800);
+        odd.duration = 1001.0 / 24000;
+        odd.start = QStringLiteral("01:00:00:00");
+        odd.details = QStringLiteral("one\n    two");
+        DeskClip later = clip(QStringLiteral("later"));
+        later.duration = 60;
+        later.more = {{QStringLiteral("marks"), QJsonArray{1, QJsonObject{{QStringLiteral("at"), 2.5}}}},
+                      {QStringLiteral("b"), QStringLiteral("x\ny")}};
+        DeskProjectFile::Contents contents;
+        contents.activeBin = QStringLiteral("One");
+        contents.more = {{QStringLiteral("aa"), QJsonObject{{QStringLiteral("z"), QJsonArray()}}},
+                         {QStringLiteral("zz"), QJsonValue()}};
+        contents.bins = {{QStringLiteral("One"), {odd, clip(QStringLiteral("plain")), later}, {}},
+                         {QStringLiteral("None"), {}, {{QStringLiteral("colour"), QStringLiteral("red")}}}};
+        const QByteArray written = DeskProjectFile::toBytes(contents);
+        QJsonParseError error;
+        const QJsonDocument document = QJsonDocument::fromJson(written, &error);
+        QCOMPARE(error.error, QJsonParseError::NoError);
+        QCOMPARE(written, document.toJson());
+        const QJsonObject root = document.object();
+        QCOMPARE(root.value(QStringLiteral("zz")), QJsonValue());
+        QVERIFY(root.contains(QStringLiteral("zz")) && root.contains(QStringLiteral("aa")));
+        const QJsonArray clips = root.value(QStringLiteral("bins"))
+                                     .toArray()
+                                     .at(0)
+                                     .toObject()
+                                     .value(QStringLiteral("clips"))
+                                     .toArray();
+        QCOMPARE(clips.size(), 3);
+        QCOMPARE(clips.at(0).toObject().value(QStringLiteral("details")).toString(), odd.details);
+        QCOMPARE(clips.at(0).toObject().value(QStringLiteral("durationSeconds")).toDouble(), odd.duration);
+        QVERIFY(!clips.at(1).toObject().contains(QStringLiteral("start")));
+        QCOMPARE(clips.at(2).toObject().value(QStringLiteral("marks")),
+                 later.more.value(QStringLiteral("marks")));
+        DeskProjectFile::Contents none;
+        const QByteArray empty = DeskProjectFile::toBytes(none);
+        QCOMPARE(empty, QJsonDocument::fromJson(empty).toJson());
     }
 
     void theMomentOfAcquiringIsTheSameInAnotherTimeZone()

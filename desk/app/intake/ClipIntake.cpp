@@ -202,8 +202,10 @@ void ClipIntake::finishInSlices()
     // The last slice comes back here.
     if (!m_soon.isEmpty())
         return;
+    // A save that took the slice's time leaves the removal to the next one.
+    const QDeadlineTimer slice(kSlice);
     saveTaken(Loudly);
-    if (!removeSaved(QDeadlineTimer(kSlice)))
+    if (!removeSaved(slice))
         scheduleFinish();
 }
 

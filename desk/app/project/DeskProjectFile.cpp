@@ -7,6 +7,10 @@
 #include <QJsonDocument>
 #include <QSaveFile>
 #include <QSet>
+#include <QStringList>
+#include <QVarLengthArray>
+
+#include <algorithm>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -49,6 +53,12 @@ const QLatin1String kActiveBin("activeBin");
 const QLatin1String kFormatKey("format");
 const QLatin1String kVersionKey("version");
 
+QString acquiredText(const DeskClip& clip)
+{
+    // With its offset: a project goes to other places and through the end of summer time.
+    return clip.acquired.toUTC().toString(Qt::ISODate);
+}
+
 QJsonObject clipToJson(const DeskClip& clip)
 {
     QJsonObject json = clip.more;
@@ -61,9 +71,111 @@ QJsonObject clipToJson(const DeskClip& clip)
     if (clip.duration >= 0)
         json.insert(kDuration, clip.duration);
     json.insert(kChecked, clip.checked);
-    // With its offset: a project goes to other places and through the end of summer time.
-    json.insert(kAcquired, clip.acquired.toUTC().toString(Qt::ISODate));
+    json.insert(kAcquired, acquiredText(clip));
     return json;
+}
+
+/// The start of a line that is indented by so many levels, as the writer of JSON does it.
+QByteArray lineStart(int levels)
+{
+    constexpr int kIndentation = 4;
+    return '\n' + QByteArray(levels * kIndentation, ' ');
+}
+
+/// A value as it stands in a file, in lines that are indented by so many levels.
+QByteArray valueText(const QJsonValue& value, int levels)
+{
+    // An array indents what it holds by one level, and no text holds the end of a line as it is.
+    constexpr int kBefore = sizeof("[\n    ") - 1;
+    constexpr int kAfter = sizeof("\n]\n") - 1;
+    const QByteArray text = QJsonDocument(QJsonArray{value}).toJson();
+    return text.mid(kBefore, text.size() - kBefore - kAfter).replace("\n", lineStart(levels - 1));
+}
+
+void appendText(QByteArray& out, const QString& text)
+{
+    const auto isPlain = [](QChar c) {
+        return c >= QLatin1Char(' ') && c != QLatin1Char('"') && c != QLatin1Char('\\') && !c.isSurrogate();
+    };
+    if (std::all_of(text.cbegin(), text.cend(), isPlain))
+        out.append('"').append(text.toUtf8()).append('"');
+    else
+        out.append(valueText(text, 1));
+}
+
+/// Writes what clipToJson() makes, without making it: a record of JSON costs many times its text, and all
+/// clips are written whenever some were added.
+void appendClip(QByteArray& out, const DeskClip& clip, int levels)
+{
+    if (!clip.more.isEmpty()) {
+        out.append(valueText(clipToJson(clip), levels));
+        return;
+    }
+    struct Member
+    {
+        QLatin1String key;
+        /// Null when there is another value than a text.
+        const QString* text;
+        QByteArray value;
+    };
+    const QString acquired = acquiredText(clip);
+    QVarLengthArray<Member, 16> members;
+    for (const TextField& field : kTextFields)
+        members.append({field.key, &(clip.*field.member), {}});
+    for (const TextField& field : kOptionalFields) {
+        if (!(clip.*field.member).isEmpty())
+            members.append({field.key, &(clip.*field.member), {}});
+    }
+    if (clip.duration >= 0)
+        members.append({kDuration, nullptr, valueText(clip.duration, levels)});
+    members.append({kChecked, nullptr, clip.checked ? "true" : "false"});
+    members.append({kAcquired, &acquired, {}});
+    std::sort(members.begin(), members.end(), [](const Member& a, const Member& b) { return a.key < b.key; });
+
+    const QByteArray start = lineStart(levels + 1);
+    char before = '{';
+    for (const Member& member : members) {
+        out.append(before).append(start).append('"').append(member.key.data(), member.key.size());
+        out.append("\": ");
+        if (member.text)
+            appendText(out, *member.text);
+        else
+            out.append(member.value);
+        before = ',';
+    }
+    out.append(lineStart(levels)).append('}');
+}
+
+/// Writes an object of which one member, an array, is written by itself.
+/// \param appendElement appends the element of that position to a text
+template <class AppendElement>
+void appendWithArray(QByteArray& out, const QJsonObject& others, const QString& arrayKey, int size,
+                     int levels, AppendElement appendElement)
+{
+    const auto appendArray = [&] {
+        out.append('[');
+        for (int i = 0; i < size; ++i) {
+            out.append(i > 0 ? "," : "").append(lineStart(levels + 2));
+            appendElement(i);
+        }
+        out.append(lineStart(levels + 1)).append(']');
+    };
+    QStringList keys = others.keys();
+    keys.removeAll(arrayKey);
+    keys.append(arrayKey);
+    std::sort(keys.begin(), keys.end());
+    char before = '{';
+    for (const QString& key : qAsConst(keys)) {
+        out.append(before).append(lineStart(levels + 1));
+        appendText(out, key);
+        out.append(": ");
+        if (key == arrayKey)
+            appendArray();
+        else
+            out.append(valueText(others.value(key), levels + 1));
+        before = ',';
+    }
+    out.append(lineStart(levels)).append('}');
 }
 
 DeskClip clipFromJson(QJsonObject json)
@@ -116,22 +228,22 @@ namespace DeskProjectFile {
 
 QByteArray toBytes(const Contents& contents)
 {
-    QJsonArray bins;
-    for (const DeskBin& bin : contents.bins) {
-        QJsonArray clips;
-        for (const DeskClip& clip : bin.clips)
-            clips.append(clipToJson(clip));
-        QJsonObject json = bin.more;
-        json.insert(kName, bin.name);
-        json.insert(kClips, clips);
-        bins.append(json);
-    }
+    constexpr int kLevelsOfBin = 2;
+    constexpr int kLevelsOfClip = 4;
+    QByteArray out;
+    const auto appendBin = [&](int position) {
+        const DeskBin& bin = contents.bins.at(position);
+        QJsonObject others = bin.more;
+        others.insert(kName, bin.name);
+        appendWithArray(out, others, kClips, bin.clips.size(), kLevelsOfBin,
+                        [&](int clip) { appendClip(out, bin.clips.at(clip), kLevelsOfClip); });
+    };
     QJsonObject root = contents.more;
     root.insert(kFormatKey, QString(kFormat));
     root.insert(kVersionKey, kVersion);
     root.insert(kActiveBin, contents.activeBin);
-    root.insert(kBins, bins);
-    return QJsonDocument(root).toJson();
+    appendWithArray(out, root, kBins, contents.bins.size(), 0, appendBin);
+    return out.append('\n');
 }
 
 bool fromBytes(const QByteArray& bytes, Contents& contents, QString& error)
