@@ -91,9 +91,8 @@ int notify(int argc, char* argv[])
     const QCoreApplication application(argc, argv);
     Notifier notifier;
     notifier.tell(3, 0);
-    QDBusConnection bus = QDBusConnection::sessionBus();
-    return bus.isConnected() && bus.interface()->isServiceRegistered(s("org.freedesktop.Notifications")) ? 0
-                                                                                                         : 1;
+    auto* names = QDBusConnection::sessionBus().interface();
+    return names && names->isServiceRegistered(s("org.freedesktop.Notifications")) ? 0 : 1;
 }
 
 } // namespace
@@ -134,10 +133,7 @@ class TestClipsAndMessages : public QObject
 {
     Q_OBJECT
 
-    static QAction& action(const JobsPane& pane, const char* name)
-    {
-        return *pane.findChild<QAction*>(s(name));
-    }
+    static QAction& action(const JobsPane& pane, const char* id) { return *pane.findChild<QAction*>(s(id)); }
     static void select(const JobsPane& pane, const QList<int>& rows)
     {
         auto* table = pane.findChild<QTableView*>();
