@@ -44,10 +44,10 @@ public:
     explicit Person(const QList<Step>& steps)
         : m_steps(steps)
     {
-        QObject::connect(&m_look, &QTimer::timeout, [this] { look(); });
+        QObject::connect(&m_look, &QTimer::timeout, &m_look, [this] { look(); });
         m_look.start(5);
         // A drag that nobody ends would never return.
-        QObject::connect(&m_patience, &QTimer::timeout, [] { QDrag::cancel(); });
+        QObject::connect(&m_patience, &QTimer::timeout, &m_patience, [] { QDrag::cancel(); });
         m_patience.start(20000);
     }
 

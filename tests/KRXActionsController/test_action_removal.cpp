@@ -263,10 +263,10 @@ void TestActionRemoval::secondConsolidateAfterUndoIsNotSaved()
     });
     save->click();
     QCOMPARE(StandInHost::messageLog().count(), 1);
-    QCOMPARE(StandInHost::messageLog().first().title, QStringLiteral("Error occurred"));
-    QCOMPARE(StandInHost::messageLog().first().text,
+    QCOMPARE(StandInHost::messageLog().constFirst().title, QStringLiteral("Error occurred"));
+    QCOMPARE(StandInHost::messageLog().constFirst().text,
              QStringLiteral("Only a single Consolidate action can be added"));
-    QCOMPARE(StandInHost::messageLog().first().icon, QMessageBox::Warning);
+    QCOMPARE(StandInHost::messageLog().constFirst().icon, QMessageBox::Warning);
     controller->undoStack()->redo();
     QVERIFY(controller->hasOneConsolidateAtMost(error));
     QCOMPARE(error, QString());

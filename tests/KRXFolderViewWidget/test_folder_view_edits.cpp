@@ -206,7 +206,7 @@ void TestFolderViewEdits::profileOfAnEmptyDirectoryIsWrittenWithoutAQuestion()
     View::setProfileId(f.row("a"_s), "p2"_s);
     View::setProfileName(f.row("a"_s), "Conform"_s);
     QVERIFY(StandInHost::messageLog().isEmpty());
-    QCOMPARE(f.service.lines().last(), "PUT xelmediafolders/a"_s);
+    QCOMPARE(f.service.lines().constLast(), "PUT xelmediafolders/a"_s);
     KRX_COMPARE_XML(f.service.bodyOf("PUT xelmediafolders/a"_s),
                     updateDocument("a"_s, empty.path(), "p2"_s, "true"_s));
 }

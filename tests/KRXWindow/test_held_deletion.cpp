@@ -308,8 +308,8 @@ QMenu* contextMenuOfRow(const Stage& s, const QString& id)
 void chooseInContextMenu(const Stage& s, const QString& id, const QString& profileId)
 {
     QMenu* menu = contextMenuOfRow(s, id);
-    QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(menu->actions().last()).center());
-    menu->actions().last()->menu()->popup(menu->pos());
+    QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(menu->actions().constLast()).center());
+    menu->actions().constLast()->menu()->popup(menu->pos());
     chooseInMenuByMouse(profileId);
 }
 

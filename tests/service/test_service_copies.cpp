@@ -131,7 +131,7 @@ private slots:
             last = percent;
             // Nobody sees a part of it.
             QCOMPARE(everything(stage.to).size(), 1);
-            QVERIFY(everything(stage.to)[0].startsWith(QLatin1Char('.')));
+            QVERIFY(everything(stage.to).constFirst().startsWith(QLatin1Char('.')));
         };
         const CopyResult result = Copier::copy(stage.order);
         QVERIFY2(result.ok, result.error.c_str());

@@ -303,7 +303,7 @@ private slots:
         QVERIFY(stage.begin(ModuleDocument::copyActivity(to, true)));
         QVERIFY(!stage.drop(s("good.wav")).isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kStagePatience);
-        QFile output(stage.outputs().first());
+        QFile output(stage.outputs().constFirst());
         QVERIFY(output.open(QIODevice::ReadOnly));
         const QString id =
             QString::fromUtf8(output.readAll()).section(s("<id>"), 1).section(s("</id>"), 0, 0);
@@ -324,9 +324,10 @@ private slots:
         for (const QString& line : linesOf("good.wav"))
             QVERIFY2(line.endsWith(end), qPrintable(line));
         QCOMPARE(linesOf("text.wav").size(), 1);
-        QVERIFY2(linesOf("text.wav").first().contains(QRegularExpression(s(" \\[clip [0-9a-f-]{36}\\]$"))),
-                 qPrintable(linesOf("text.wav").first()));
-        QVERIFY(!linesOf("text.wav").first().contains(id));
+        QVERIFY2(
+            linesOf("text.wav").constFirst().contains(QRegularExpression(s(" \\[clip [0-9a-f-]{36}\\]$"))),
+            qPrintable(linesOf("text.wav").constFirst()));
+        QVERIFY(!linesOf("text.wav").constFirst().contains(id));
     }
 
     void journalTakesTheLinesWithTheirFields()

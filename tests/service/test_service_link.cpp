@@ -648,8 +648,8 @@ private slots:
         QCOMPARE(timecode::frames("00:10:00:00", drop).value_or(-1), std::int64_t(18000));
         for (const std::int64_t count : {0LL, 1799LL, 1800LL, 17981LL, 17982LL, 107892LL, 2589407LL})
             QCOMPARE(timecode::frames(timecode::text(count, drop, true), drop).value_or(-1), count);
-        QCOMPARE(timecode::text(24 * 3600 * 25, {25, 1}), std::string("00:00:00:00"));
-        QCOMPARE(timecode::text(4 * 3600 * 25 - 1, {25, 1}), std::string("03:59:59:24"));
+        QCOMPARE(timecode::text(std::int64_t{24} * 3600 * 25, {25, 1}), std::string("00:00:00:00"));
+        QCOMPARE(timecode::text(std::int64_t{4} * 3600 * 25 - 1, {25, 1}), std::string("03:59:59:24"));
         QVERIFY(!timecode::frames("01:00:00:30", drop) && !timecode::frames("nonsense", drop));
         QVERIFY(timecode::text(5, {}).empty());
     }

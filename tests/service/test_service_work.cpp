@@ -107,7 +107,7 @@ private slots:
             last = percent;
             // Until it is whole, nobody can mistake it for a clip.
             QCOMPARE(names(folder.filePath(QStringLiteral("to"))).size(), 1);
-            QVERIFY(names(folder.filePath(QStringLiteral("to"))).first().startsWith(QLatin1Char('.')));
+            QVERIFY(names(folder.filePath(QStringLiteral("to"))).constFirst().startsWith(QLatin1Char('.')));
         };
         const CopyResult result = Copier::copy(order);
         QVERIFY2(result.ok, result.error.c_str());
