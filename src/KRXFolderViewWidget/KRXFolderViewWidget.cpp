@@ -464,7 +464,9 @@ void KRXFolderViewWidget::setInEveryRow(int column, int role, ValueOf valueOf)
     if (!changed)
         return;
     if (sortColumn() == column) {
-        model()->sort(column, header()->sortIndicatorOrder());
+        // Whether a directory is there puts no row elsewhere: the column is in order of the names.
+        if (role != kFolderExistRole)
+            model()->sort(column, header()->sortIndicatorOrder());
         // Sorting tells the view only when a row moves.
         viewport()->update();
     } else {

@@ -81,6 +81,18 @@ bool KRXFolderViewWidgetItem::operator<(const QTreeWidgetItem& other) const
     case View::kIdxActiveColumn:
         return checkState(sortColumn) < other.checkState(sortColumn);
     default:
-        return text(sortColumn) < other.text(sortColumn);
+        break;
     }
+    // Compared where they are kept: a long list is sorted at every refresh.
+    const int cell = cellOf(sortColumn, Qt::DisplayRole);
+    const auto* row = dynamic_cast<const KRXFolderViewWidgetItem*>(&other);
+    const QString* mine = cell == kNoCell ? nullptr : keptText(cell);
+    const QString* others = cell == kNoCell || !row ? nullptr : row->keptText(cell);
+    return mine && others ? *mine < *others : text(sortColumn) < other.text(sortColumn);
+}
+
+const QString* KRXFolderViewWidgetItem::keptText(int cell) const
+{
+    const QVariant& kept = m_cells[static_cast<std::size_t>(cell)];
+    return kept.userType() == QMetaType::QString ? static_cast<const QString*>(kept.constData()) : nullptr;
 }

@@ -24,5 +24,8 @@ public:
 private:
     static constexpr int kCellCount = 10;
 
+    /// The text in a cell, which goes on being kept there; null when it holds anything else.
+    const QString* keptText(int cell) const;
+
     std::array<QVariant, kCellCount> m_cells;
 };

@@ -86,7 +86,7 @@ bool KRXFolderManager::readFoldersInDetail()
     body.clear();
     clearFolders();
     for (const KRXFolderXml::FolderTexts& folder : folders)
-        cacheFolder(KRXFolderXml::makeFolder(folder));
+        m_folders.store(folder.id, KRXFolderXml::makeFolder(folder));
     return true;
 }
 
