@@ -4,6 +4,7 @@
 #include <linux/openat2.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -88,6 +89,19 @@ int stepByStep(int directory, const std::string& below, int flags, mode_t mode)
 
 } // namespace openbelow
 
+namespace {
+
+constexpr char kAccessList[] = "system.posix_acl_access";
+constexpr char kDefaultList[] = "system.posix_acl_default";
+
+/// Whether the list of access is not there, or is no more.
+bool hasNoList(int directory, const char* list)
+{
+    return ::fremovexattr(directory, list) == 0 || errno == ENODATA || errno == ENOTSUP;
+}
+
+} // namespace
+
 HeldDirectory::HeldDirectory(const std::string& path)
     : m_path(path)
     , m_directory(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK))
@@ -118,13 +132,16 @@ filetools::Descriptor HeldDirectory::makeDirectories(const std::string& below, m
         const bool made = ::mkdirat(held.get(), segment.c_str(), 0700) == 0;
         if (!made && errno != EEXIST)
             return filetools::Descriptor(-1);
-        // As open as the directory it is in and as it may be, whatever the process makes of its own files.
+        filetools::Descriptor next(openbelow::stepByStep(held.get(), segment, O_RDONLY | O_DIRECTORY, 0));
+        // As open as the directory it is in and as it may be, whatever the process makes of its own files,
+        // and to nobody whom only the list that is handed down lets in.
         struct stat above
         {
         };
-        if (made && ::fstat(held.get(), &above) == 0)
-            ::fchmodat(held.get(), segment.c_str(), (above.st_mode & (mode | S_ISVTX)) | 0700, 0);
-        held = filetools::Descriptor(openbelow::stepByStep(held.get(), segment, O_RDONLY | O_DIRECTORY, 0));
+        if (made && next.isOpen() && ::fstat(held.get(), &above) == 0 && hasNoList(next.get(), kAccessList) &&
+            hasNoList(next.get(), kDefaultList))
+            ::fchmod(next.get(), (above.st_mode & (mode | S_ISVTX)) | 0700);
+        held = std::move(next);
     }
     return held;
 }

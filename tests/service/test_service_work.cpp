@@ -4,6 +4,7 @@
 #include "activities/Copier.h"
 #include "activities/Pipeline.h"
 #include "base/FileTools.h"
+#include "base/HeldDirectory.h"
 #include "base/Text.h"
 #include "media/MediaProbe.h"
 #include "media/OutputArea.h"
@@ -19,6 +20,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 using namespace krxservice;
@@ -80,6 +82,22 @@ class TestServiceWork : public QObject
     }
 
 private slots:
+    // A list that is handed down would let in people whom the source keeps out.
+    void directoryThatIsMadeTakesNoListOfAccess()
+    {
+        const QTemporaryDir to;
+        // Its head, then the owner, the user 54321, the group, the mask and the others.
+        const short list[][4] = {{2, 0, 1, 7},    {-1, -1, 2, 7},  {-11215, 0, 4, 7},
+                                 {-1, -1, 16, 7}, {-1, -1, 32, 0}, {-1, -1}};
+        const std::size_t size = sizeof list - 2 * sizeof(short);
+        if (::setxattr(qPrintable(to.path()), "system.posix_acl_default", list, size, 0) != 0)
+            QSKIP("this file system has no lists of access");
+        const auto made = HeldDirectory(to.path().toStdString()).makeDirectories("a/b", 0755);
+        QVERIFY(made.isOpen());
+        for (const char* which : {"system.posix_acl_access", "system.posix_acl_default"})
+            QVERIFY(::fgetxattr(made.get(), which, nullptr, 0) < 0);
+    }
+
     void initTestCase()
     {
         const QString file = m_media.filePath(QStringLiteral("a.wav"));
