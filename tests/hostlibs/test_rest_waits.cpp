@@ -16,6 +16,8 @@ namespace {
 
 /// Longer than any test may take: a wait that is not cut short shows as a test that never ends.
 constexpr std::uint32_t kForever = 3600 * 1000;
+/// For an answer that nobody may ever fetch.
+constexpr std::uint32_t kPatience = 20 * 1000;
 
 struct ProcessorTime
 {
@@ -162,6 +164,39 @@ private slots:
         QVERIFY(RestTest::answerOf(left).success);
         left->release();
         held->release();
+    }
+
+    // Of two who wait one drives, and which one is nobody's business: so each of them is the one who ends
+    // first, and again and again.
+    void whoWaitsOnIsDrivenWhenTheOtherEnds()
+    {
+        const QString url = RestTest::serviceUrl(QStringLiteral("/x"));
+        for (int round = 0; round < 20; ++round) {
+            m_server = std::make_unique<TestHttpServer>();
+            const ScopedConnectPort connect(m_server->port());
+            m_server->setReply("GET", "/x", Reply::xml("<a/>").heldBack());
+            const std::shared_ptr<RestWaits> waits[] = {std::make_shared<RestWaits>(),
+                                                        std::make_shared<RestWaits>()};
+            IRestResponse* responses[2] = {};
+            std::future<HostStatus> waited[2];
+            for (int each = 0; each < 2; ++each) {
+                responses[each] = RestTest::start("GET", url);
+                waited[each] = std::async(std::launch::async, [&, each] {
+                    RestWaits::follow(waits[each]);
+                    return responses[each]->waitForCompletion(kPatience);
+                });
+                QVERIFY(m_server->waitForRequests(each + 1));
+            }
+            const int first = round % 2;
+            waits[first]->end();
+            const HostStatus cutShort = waited[first].get();
+            m_server->release();
+            const HostStatus answered = waited[1 - first].get();
+            for (IRestResponse* response : responses)
+                response->release();
+            QCOMPARE(cutShort, kHostStatusFailed);
+            QCOMPARE(answered, kHostStatusOk);
+        }
     }
 };
 
