@@ -33,6 +33,10 @@ constexpr int kLookAgain = 409;
 /// this action on.
 constexpr int kWaitFor = 507;
 
+/// The status of a refusal that says: the program that does the work is missing, was ended by others again
+/// and again, or stood still. Nothing is known of the clip, so it is no reason to do something else with it.
+constexpr int kNoEngine = 503;
+
 /// One kind of action that a profile can order. Has no state: may run on several threads at once.
 class Activity
 {

@@ -84,15 +84,16 @@ public:
     }
 
 private:
-    Refusal failed(const std::string& reason) const
+    Refusal failed(const std::string& reason, int status = 500) const
     {
-        return {500, "Consolidating " + m_clip.linked.path + " failed: " + reason};
+        return {status, "Consolidating " + m_clip.linked.path + " failed: " + reason};
     }
 
     /// True when another way of doing it does not help.
     bool isFinal(const Refusal& refusal) const
     {
-        return *m_cancel || refusal.status == kLookAgain || refusal.status == kWaitFor;
+        return *m_cancel || refusal.status == kLookAgain || refusal.status == kWaitFor ||
+               refusal.status == kNoEngine;
     }
 
     bool hasPicture() const { return consolidation::hasPicture(m_media); }
@@ -215,6 +216,8 @@ private:
         const CheckResult found = Ffmpeg::check(m_source.get(), text::baseName(m_clip.linked.path), m_cancel);
         if (*m_cancel)
             return Refusal{500, kCancelled};
+        if (!found.wasLookedAt)
+            return failed(found.text, kNoEngine);
         if (!found.isWhole) {
             m_note.notes.push_back("It went over as it is, but " + text::oneLine(found.text));
             return std::nullopt;

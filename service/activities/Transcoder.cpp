@@ -94,7 +94,7 @@ public:
                                         : failed(m_source.error());
         const ProbeResult probe = MediaProbe::probe(m_source, m_cancel);
         if (probe.verdict != ProbeResult::Verdict::Media)
-            return failed(probe.text);
+            return notRead(probe, {});
         m_media = m_read = probe.facts;
         if (const auto refusal = lookAtSoundPart())
             return *refusal;
@@ -117,8 +117,13 @@ public:
         for (auto& result : m_results)
             result.settling = std::make_shared<Settling>(result.file->get(), m_cancel);
         for (const auto& result : m_results) {
-            if (const std::string reason = check(result); !reason.empty())
-                return *m_cancel ? Refusal{500, "cancelled"} : failed("its result is not right: " + reason);
+            const CheckResult found = Ffmpeg::check(result.file->get(), result.file->name(), m_cancel);
+            if (*m_cancel)
+                return Refusal{500, "cancelled"};
+            if (!found.wasLookedAt)
+                return failed("its result cannot be looked at: " + found.text, kNoEngine);
+            if (const std::string reason = check(result, found); !reason.empty())
+                return failed("its result is not right: " + reason);
         }
         if ((!m_clip.sequence && !m_source.isUnchanged()) || (m_soundSource && !m_soundSource->isUnchanged()))
             return Refusal{kLookAgain, m_clip.linked.path + " changed while it was " + m_making.done};
@@ -126,9 +131,16 @@ public:
     }
 
 private:
-    Refusal failed(const std::string& reason) const
+    Refusal failed(const std::string& reason, int status = 500) const
     {
-        return {500, m_making.doing + ' ' + m_clip.linked.path + " failed: " + reason};
+        return {status, m_making.doing + ' ' + m_clip.linked.path + " failed: " + reason};
+    }
+
+    /// Without an answer nothing is known of it.
+    Refusal notRead(const ProbeResult& probe, const std::string& which) const
+    {
+        const bool isAnswered = probe.verdict != ProbeResult::Verdict::Unavailable;
+        return failed(which + probe.text, isAnswered ? 500 : kNoEngine);
     }
 
     FrameRate pictureRate() const
@@ -290,7 +302,7 @@ private:
                                               : failed(m_soundSource->error());
         const ProbeResult probe = MediaProbe::probe(*m_soundSource, m_cancel);
         if (probe.verdict != ProbeResult::Verdict::Media)
-            return failed(part->file.path + ": " + probe.text);
+            return notRead(probe, part->file.path + ": ");
         m_soundMedia = probe.facts;
         for (const auto& stream : m_soundMedia.streams) {
             if (stream.type == "audio")
@@ -309,6 +321,10 @@ private:
             return m_videoTarget.refusal(kLeastSpace) ? m_videoTarget.full() : m_audioTarget.full();
         case EngineResult::End::Cancelled:
             return Refusal{500, "cancelled"};
+        case EngineResult::End::NotThere:
+        case EngineResult::End::Ended:
+        case EngineResult::End::Silent:
+            return failed(result.text, kNoEngine);
         default:
             return failed(result.text);
         }
@@ -360,9 +376,8 @@ private:
     }
 
     /// An empty text or what is wrong with a result.
-    std::string check(const Result& result) const
+    std::string check(const Result& result, const CheckResult& found) const
     {
-        const CheckResult found = Ffmpeg::check(result.file->get(), result.file->name(), m_cancel);
         if (!found.isWhole)
             return found.text;
         int pictureStreams = 0;
@@ -428,7 +443,7 @@ private:
             const FileFacts facts{result.file->path(), *stamp, checksums[i]};
             m_note.made.push_back(facts);
             made.parts.push_back({result.kind, facts});
-            log::info("transcoded " + m_clip.linked.path + " to " + facts.path);
+            log::info(m_making.done + ' ' + m_clip.linked.path + " to " + facts.path);
         }
         made.linked = made.parts.front().file;
         if (made.parts.size() == 1)

@@ -226,4 +226,11 @@ std::string Child::describe(int status)
     return "ended with code " + std::to_string(WEXITSTATUS(status));
 }
 
+bool Child::wasEndedByOthers(int status)
+{
+    constexpr int kOthers[] = {SIGKILL, SIGTERM, SIGINT, SIGHUP, SIGQUIT};
+    return WIFSIGNALED(status) &&
+           std::find(std::begin(kOthers), std::end(kOthers), WTERMSIG(status)) != std::end(kOthers);
+}
+
 } // namespace krxservice

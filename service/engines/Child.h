@@ -54,6 +54,9 @@ public:
     static std::string find(const std::string& name);
     /// The words for a status that ended() gave; empty when it ended well.
     static std::string describe(int status);
+    /// True for the status of one that did not end by itself, nor by what it worked on: somebody ended it, or
+    /// the system when memory was short.
+    static bool wasEndedByOthers(int status);
 
 private:
     pid_t m_process = -1;

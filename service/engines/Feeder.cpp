@@ -140,6 +140,9 @@ std::string Feeder::finish(const CancelToken& cancel, bool didReaderEndWell)
             return {};
         }
         const std::string how = Child::describe(*status);
+        m_wasEndedByOthers = Child::wasEndedByOthers(*status);
+        if (m_wasEndedByOthers)
+            return "krx-media " + how;
         std::string said = m_child->said();
         while (!said.empty() && said.back() == '\n')
             said.pop_back();
@@ -183,9 +186,11 @@ CheckResult Feeder::check(const EngineFile& file, const CancelToken& cancel)
     Feeder checker(input, {"check"}, false);
     CheckResult result;
     result.text = checker.m_startError;
-    if (!result.text.empty())
+    result.wasLookedAt = result.text.empty();
+    if (!result.wasLookedAt)
         return result;
     result.text = checker.finish(cancel, true);
+    result.wasLookedAt = !checker.wasEndedByOthers();
     if (!result.text.empty())
         return result;
     std::istringstream lines(checker.m_report);

@@ -33,8 +33,10 @@ public:
 
     const std::vector<FedStream>& streams() const { return m_streams; }
     bool wasDamaged() const { return m_wasDamaged; }
+    /// After finish(): somebody ended it before it was done.
+    bool wasEndedByOthers() const { return m_wasEndedByOthers; }
 
-    /// Ffmpeg::check()
+    /// Ffmpeg::check(), once.
     static CheckResult check(const EngineFile& file, const CancelToken& cancel);
 
 private:
@@ -53,6 +55,7 @@ private:
     std::string m_failure; ///< what this side could not do
     std::vector<FedStream> m_streams;
     bool m_wasDamaged = false;
+    bool m_wasEndedByOthers = false;
 };
 
 } // namespace krxservice

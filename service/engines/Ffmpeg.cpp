@@ -3,12 +3,14 @@
 #include "engines/Child.h"
 #include "engines/Feeder.h"
 
+#include "base/Log.h"
 #include "base/Text.h"
 #include "media/helper/HelperRequests.h"
 
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -26,6 +28,7 @@ constexpr int kSliceMilliseconds = 50; ///< how soon cancelled work ends
 constexpr int kProgress = 3;           ///< descriptors as ffmpeg knows them
 constexpr int kFirstInput = 4;
 constexpr int kMostPercent = 99; ///< until it is done
+constexpr int kToldToEnd = 255;  ///< the code with which ffmpeg ends when a signal told it to
 constexpr rlim_t kMostDescriptors = 256;
 constexpr rlim_t kMemory = rlim_t(32) * 1024 * 1024 * 1024; ///< bytes of address space
 constexpr std::size_t kLongestReason = 300;
@@ -132,12 +135,24 @@ std::string firstComplaint(const std::string& said)
     return {};
 }
 
+/// True when what has just come to an end as \a text says is to be begun once more. \a start: how often it
+/// was.
+bool isBegunAnew(bool wasEnded, int start, const CancelToken& cancel, const std::string& text)
+{
+    if (!wasEnded || start >= Ffmpeg::kMostStarts || *cancel)
+        return false;
+    log::warning(text + " and begins anew");
+    return true;
+}
+
 /// One piece of work on its way.
 class Run
 {
 public:
-    explicit Run(const EngineOrder& order)
+    /// \param told the percentage that was told of the order last.
+    Run(const EngineOrder& order, int& told)
         : m_order(order)
+        , m_told(told)
         , m_settings(present())
     {
     }
@@ -269,7 +284,7 @@ private:
                 lastStep = steadyMilliseconds();
                 tell();
             } else if (steadyMilliseconds() - lastStep > m_settings.silence) {
-                return ended(EngineResult::End::Failed, "ffmpeg made no progress for " +
+                return ended(EngineResult::End::Silent, "ffmpeg made no progress for " +
                                                             std::to_string(m_settings.silence / 1000) +
                                                             " seconds and was ended");
             }
@@ -292,11 +307,13 @@ private:
         }
     }
 
-    void tell() const
+    void tell()
     {
-        if (m_order.progress && m_order.seconds > 0)
-            m_order.progress(
-                std::clamp(static_cast<int>(m_progress.seconds() * 100 / m_order.seconds), 0, kMostPercent));
+        if (!m_order.progress || m_order.seconds <= 0)
+            return;
+        const auto percent = static_cast<int>(m_progress.seconds() * 100 / m_order.seconds);
+        m_told = std::clamp(percent, m_told, kMostPercent);
+        m_order.progress(m_told);
     }
 
     EngineResult finish(int status)
@@ -305,10 +322,14 @@ private:
         const std::string how = Child::describe(status);
         if (said.find("No space left on device") != std::string::npos)
             return ended(EngineResult::End::NoSpace, "No space left on device");
+        if (Child::wasEndedByOthers(status) || (WIFEXITED(status) && WEXITSTATUS(status) == kToldToEnd))
+            return ended(EngineResult::End::Ended, "ffmpeg " + how);
         // Who feeds knows better why there was nothing more to eat.
         for (auto& feeder : m_feeders) {
             if (const std::string reason = feeder->finish(m_order.cancel, how.empty()); !reason.empty())
-                return ended(*m_order.cancel ? EngineResult::End::Cancelled : EngineResult::End::Failed,
+                return ended(*m_order.cancel              ? EngineResult::End::Cancelled
+                             : feeder->wasEndedByOthers() ? EngineResult::End::Ended
+                                                          : EngineResult::End::Failed,
                              reason);
         }
         if (!how.empty())
@@ -325,6 +346,7 @@ private:
     }
 
     const EngineOrder& m_order;
+    int& m_told;
     const Settings m_settings;
     std::vector<std::unique_ptr<Feeder>> m_feeders;
     filetools::Descriptor m_progressPipe{-1};
@@ -338,12 +360,25 @@ private:
 
 EngineResult Ffmpeg::run(const EngineOrder& order)
 {
-    return Run(order).run();
+    int told = 0;
+    for (int start = 1;; ++start) {
+        EngineResult result = Run(order, told).run();
+        if (!isBegunAnew(result.end == EngineResult::End::Ended, start, order.cancel, result.text))
+            return result;
+        for (const auto& output : order.outputs) {
+            if (::ftruncate(output.file, 0) != 0 || ::lseek(output.file, 0, SEEK_SET) != 0)
+                return result;
+        }
+    }
 }
 
 CheckResult Ffmpeg::check(int file, const std::string& name, const CancelToken& cancel)
 {
-    return Feeder::check({file, name}, cancel);
+    for (int start = 1;; ++start) {
+        CheckResult result = Feeder::check({file, name}, cancel);
+        if (!isBegunAnew(!result.wasLookedAt, start, cancel, result.text))
+            return result;
+    }
 }
 
 std::vector<std::string> Ffmpeg::decoders(const MediaFacts& media)

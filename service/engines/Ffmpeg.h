@@ -71,6 +71,8 @@ struct EngineResult
         Cancelled,
         NoSpace,  ///< a volume is full
         NotThere, ///< ffmpeg cannot be started, for any work
+        Ended,    ///< others ended it, each time that it was begun: nothing is known of the medium
+        Silent,   ///< it made no progress, and was given up
         Failed
     };
 
@@ -91,14 +93,17 @@ struct CheckResult
         double seconds = 0;
     };
     bool isWhole = false; ///< it could be read to its end, and decoded in three places
-    std::string text;     ///< why not
+    /// Otherwise nothing is known of it: krx-media could not begin, or others ended it.
+    bool wasLookedAt = true;
+    std::string text; ///< why not
     std::vector<Stream> streams;
 };
 
 /// Runs ffmpeg, the program, for heavy work. Originals reach it as a stream of packets that the confined
 /// krx-media makes of them (docs/security.md); it opens no file but the outputs, and those by descriptors.
 /// Both are groups of processes of their own and end when \a order.cancel is set, or the service ends, at
-/// once.
+/// once. When somebody else ends one of them (the system does when memory is short), the work begins anew, up
+/// to kMostStarts times in all.
 ///
 /// What is presented begins some seconds after the start of what ffmpeg reads, so the filters of an order
 /// begin with trimming() and soundTrimming().
@@ -106,7 +111,8 @@ class Ffmpeg
 {
 public:
     static constexpr int kSilence =
-        120000; ///< milliseconds without a step forward, after which it is given up
+        120000;                           ///< milliseconds without a step forward, after which it is given up
+    static constexpr int kMostStarts = 3; ///< of work whose programs others end
 
     /// Blocks the calling thread; may be called from every thread. What it wrote into the outputs is the
     /// caller's, whatever the end.

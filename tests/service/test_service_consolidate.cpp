@@ -132,7 +132,11 @@ class TestServiceConsolidate : public QObject
     }
 
 private slots:
-    void cleanup() { Ffmpeg::use({}); }
+    void cleanup()
+    {
+        Ffmpeg::use({});
+        MediaProbe::use({});
+    }
 
     void whatMxfHoldsGoesIntoMxfFrameForFrame_data()
     {
@@ -463,6 +467,60 @@ private slots:
         wish.skips = true;
         made = consolidate(s("in.ts"), wish);
         QVERIFY(made && !notes(made).contains(s("skipped")));
+    }
+
+    // Only what the media or the wrapper cannot do is a reason to do something else.
+    void deathOfAnEngineIsNoReasonToTranscode_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("engine"); // in ffmpeg's place
+        QTest::addColumn<QByteArray>("task");   // of krx-media, which is ended
+        QTest::addColumn<QString>("reason");
+        const QString mov = s("in.mov");
+        QTest::newRow("ffmpeg killed") << mov << QByteArray("kill -9 $$") << QByteArray() << s("signal 9");
+        QTest::newRow("ffmpeg told to end") << mov << QByteArray("exit 255") << QByteArray() << s("code 255");
+        QTest::newRow("ffmpeg missing") << mov << QByteArray("missing") << QByteArray() << s("not installed");
+        QTest::newRow("ffmpeg standing still")
+            << mov << QByteArray("sleep 1000") << QByteArray() << s("made no progress");
+        QTest::newRow("krx-media killed, feeding")
+            << mov << QByteArray() << QByteArray("feed") << s("signal 9");
+        QTest::newRow("krx-media killed, looking at the result")
+            << mov << QByteArray() << QByteArray("check") << s("signal 9");
+        QTest::newRow("krx-media killed, looking at the original")
+            << s("in.mkv") << QByteArray() << QByteArray("check") << s("signal 9");
+    }
+    void deathOfAnEngineIsNoReasonToTranscode()
+    {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, engine);
+        QFETCH(QByteArray, task);
+        QFETCH(QString, reason);
+        QCOMPARE(m_bench.make(s("in.mov"), "-f lavfi -i testsrc2=s=64x36:r=25:d=0.2 -c:v mpeg2video"),
+                 QString());
+        QCOMPARE(m_bench.make(s("in.mkv"), "-f lavfi -i testsrc2=s=64x36:r=25:d=0.2 -c:v ffv1"), QString());
+        const std::string usual = MediaProbe::program().front();
+        if (engine == "missing")
+            Ffmpeg::use({"no-such-ffmpeg"});
+        else if (!engine.isEmpty())
+            Ffmpeg::use({"/bin/sh", "-c", engine.toStdString(), "/bin/sleep"}, 300);
+        if (!task.isEmpty())
+            MediaProbe::use({"/bin/sh", "-c",
+                             "test \"$1\" = " + task.toStdString() + " && kill -9 $$; exec \"$0\" \"$@\"",
+                             usual});
+        Wish wish = this->wish();
+        wish.transcodes = true;
+        const auto made = consolidate(name, wish);
+        QVERIFY(!made);
+        QCOMPARE(made.refusal().status, kNoEngine);
+        const QString text = QString::fromStdString(made.refusal().text);
+        QVERIFY2(text.startsWith(s("Consolidating ")) && text.contains(reason), qPrintable(text));
+        QVERIFY(left(wish.video).isEmpty());
+        // When it lives, it is done.
+        cleanup();
+        const auto again = consolidate(name, wish);
+        QVERIFY2(again, again.refusal().text.c_str());
+        QVERIFY(!notes(again).contains(s("transcoded instead")));
+        QCOMPARE(left(wish.video).size(), 1);
     }
 
     void theDocumentAndTheJobSayWhatBecameOfIt()

@@ -178,8 +178,10 @@ private slots:
         };
         row("missing", "/nowhere/ffmpeg", EngineResult::End::NotThere, "No such file");
         row("not installed", "no-such-ffmpeg", EngineResult::End::NotThere, "is not installed");
-        row("hanging", "while :; do sleep 10; done", EngineResult::End::Failed, "made no progress");
-        row("killed", "kill -9 $$", EngineResult::End::Failed, "was ended by signal 9");
+        row("hanging", "while :; do sleep 10; done", EngineResult::End::Silent, "made no progress");
+        row("killed", "kill -9 $$", EngineResult::End::Ended, "was ended by signal 9");
+        row("told to end", "exit 255", EngineResult::End::Ended, "ended with code 255"); // as ffmpeg says it
+        row("crashed", "kill -SEGV $$", EngineResult::End::Failed, "was ended by signal 11");
         row("failing half way", "head -c 5000 <&4 >/dev/null; echo '[mov @ 0x1] it broke' >&2; exit 7",
             EngineResult::End::Failed, "ended with code 7: it broke");
         row("full", "echo 'av_interleaved_write_frame(): No space left on device' >&2; exit 1",
@@ -199,6 +201,70 @@ private slots:
         const EngineResult result = decode(s("long.mkv"), s("out.mkv"));
         QCOMPARE(int(result.end), end);
         QVERIFY2(QString::fromStdString(result.text).contains(reason), result.text.c_str());
+    }
+
+    void whatOthersEndBeginsAnew_data()
+    {
+        QTest::addColumn<int>("times"); // that somebody ends it
+        QTest::newRow("again and again") << 100;
+        QTest::newRow("twice") << 2;
+    }
+    void whatOthersEndBeginsAnew()
+    {
+        QFETCH(int, times);
+        QCOMPARE(m_bench.make(s("e%03d.dpx"), "-f lavfi -i testsrc2=s=64x36:r=25:d=0.12"), QString());
+        EngineOrder order;
+        EngineInput input;
+        std::vector<std::unique_ptr<SourceFile>> open;
+        int begun = 0;
+        input.pictures = 3;
+        input.arguments = {"-c:v:0", "dpx"};
+        input.picture = [&](std::int64_t number) -> std::optional<EngineFile> {
+            // What the next one is started with.
+            if (number == 0 && ++begun == times)
+                Ffmpeg::use({});
+            const std::string name = "e00" + std::to_string(number + 1) + ".dpx";
+            open.push_back(
+                std::make_unique<SourceFile>(m_bench.path(QString::fromStdString(name)).toStdString()));
+            return EngineFile{open.back()->get(), name};
+        };
+        order.inputs.push_back(input);
+        const filetools::Descriptor out(::open(m_bench.path(s("anew.mkv")).toUtf8().constData(),
+                                               O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+        order.outputs.push_back(
+            {out.get(), "matroska", {"-vf", Ffmpeg::trimming(), "-vsync", "passthrough", "-c:v", "ffv1"}});
+        order.cancel = makeCancelToken();
+        Ffmpeg::use(
+            {"/bin/sh", "-c", "head -c 1 <&4 >/dev/null; echo unfinished >&5; kill -9 $$", "/usr/bin/head"});
+        const EngineResult result = Ffmpeg::run(order);
+        QCOMPARE(begun, Ffmpeg::kMostStarts);
+        const bool isDone = times < Ffmpeg::kMostStarts;
+        QVERIFY2(result.end == (isDone ? EngineResult::End::Done : EngineResult::End::Ended),
+                 result.text.c_str());
+        if (isDone)
+            QCOMPARE(EngineBench::pictures(m_bench.path(s("anew.mkv"))).size(), 3);
+    }
+
+    // Whoever feeds ffmpeg, or looks at what it made, is ended as easily.
+    void deathOfKrxMediaSaysNothingOfTheMedium()
+    {
+        QCOMPARE(m_bench.make(s("fed.mkv"), "-f lavfi -i testsrc2=s=64x36:r=25:d=0.2 -c:v ffv1"), QString());
+        const std::string usual = MediaProbe::program().front();
+        const auto ending = [&](const char* task) {
+            MediaProbe::use({"/bin/sh", "-c",
+                             std::string("test \"$1\" = ") + task + " && kill -9 $$; exec \"$0\" \"$@\"",
+                             usual});
+        };
+        const SourceFile file(m_bench.path(s("fed.mkv")).toStdString());
+        ending("feed");
+        const EngineResult result = decode(s("fed.mkv"), s("out.mkv"));
+        QVERIFY2(result.end == EngineResult::End::Ended, result.text.c_str());
+        QCOMPARE(result.text, std::string("krx-media was ended by signal 9"));
+        QVERIFY(Ffmpeg::check(file.get(), "fed.mkv", makeCancelToken()).isWhole);
+        ending("check");
+        const CheckResult found = Ffmpeg::check(file.get(), "fed.mkv", makeCancelToken());
+        QVERIFY2(!found.wasLookedAt && !found.isWhole, found.text.c_str());
+        QCOMPARE(found.text, std::string("krx-media was ended by signal 9"));
     }
 
     void cancellingEndsAllProcesses()
