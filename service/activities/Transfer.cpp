@@ -24,6 +24,9 @@ namespace {
 
 constexpr std::size_t kPiece = std::size_t{1024} * 1024;
 constexpr std::size_t kPieces = 4; ///< read ahead of the writer
+/// Of what is read past the system's memory: nobody reads ahead there, so the disk is asked for much at a
+/// time.
+constexpr std::size_t kLargePiece = 8 * kPiece;
 /// What goes past the memory of the system begins and ends at these.
 constexpr std::size_t kBlock = 4096;
 /// Smaller files go by way of the system's memory: the disk need not be waited for at each of them.
@@ -35,8 +38,8 @@ constexpr std::int64_t kWriteBehind = std::int64_t{8} * 1024 * 1024;
 class Piece
 {
 public:
-    Piece()
-        : m_bytes(static_cast<char*>(std::aligned_alloc(kBlock, kPiece)), &std::free)
+    explicit Piece(std::size_t size = kPiece)
+        : m_bytes(static_cast<char*>(std::aligned_alloc(kBlock, size)), &std::free)
     {
         if (!m_bytes)
             throw std::bad_alloc();
@@ -58,8 +61,9 @@ bool setDirect(int file, bool isDirect)
 class Reader
 {
 public:
-    explicit Reader(int file)
+    explicit Reader(int file, std::size_t pieceSize = kPiece)
         : m_file(file)
+        , m_pieceSize(pieceSize)
         , m_state(XXH3_createState(), &XXH3_freeState)
     {
         XXH3_64bits_reset(m_state.get());
@@ -69,8 +73,8 @@ public:
     std::size_t next(char* piece)
     {
         std::size_t filled = 0;
-        while (filled < kPiece && m_error == 0) {
-            const ssize_t got = ::pread(m_file, piece + filled, kPiece - filled, m_offset);
+        while (filled < m_pieceSize && m_error == 0) {
+            const ssize_t got = ::pread(m_file, piece + filled, m_pieceSize - filled, m_offset);
             if (got < 0 && errno == EINTR)
                 continue;
             // Behind the end, or where the volume takes it all the same only in its own measures.
@@ -99,6 +103,7 @@ public:
 
 private:
     int m_file;
+    std::size_t m_pieceSize;
     std::int64_t m_offset = 0;
     int m_error = 0;
     bool m_isPlain = false; ///< it goes by way of the system's memory after all
@@ -261,14 +266,15 @@ TransferResult readBack(int file, const CancelToken& cancel)
     TransferResult result;
     // So that the disk is asked and not the memory that was just filled.
     ::posix_fadvise(file, 0, 0, POSIX_FADV_DONTNEED);
-    if (sizeOf(file) >= kLargeFile)
+    const std::size_t pieceSize = sizeOf(file) >= kLargeFile ? kLargePiece : kPiece;
+    if (pieceSize > kPiece)
         setDirect(file, true);
-    Reader reader(file);
-    const Piece first;
+    Reader reader(file, pieceSize);
+    const Piece first(pieceSize);
     std::string_view piece(first.data(), reader.next(first.data()));
     while (!piece.empty() && !(result.cancelled = *cancel)) {
         result.bytes += static_cast<std::int64_t>(piece.size());
-        if (piece.size() < kPiece)
+        if (piece.size() < pieceSize)
             break;
         piece = {first.data(), reader.next(first.data())};
     }

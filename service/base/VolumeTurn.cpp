@@ -7,9 +7,11 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <filesystem>
 #include <fstream>
 #include <mutex>
 #include <set>
+#include <system_error>
 #include <utility>
 
 namespace krxservice {
@@ -23,6 +25,17 @@ std::condition_variable freed;
 std::set<std::uint64_t> taken; ///< devices
 std::atomic<bool> allSpin{false};
 
+/// The driver of a virtual machine's disk. It says of every disk that it spins, because it does not know, and
+/// whoever runs the machine puts what many write into an order of his own.
+constexpr char kVirtualDriver[] = "virtio_blk";
+
+/// Empty when the system names none.
+std::string driverOf(const std::string& disk)
+{
+    std::error_code none;
+    return std::filesystem::read_symlink(disk + "/device/driver", none).filename().string();
+}
+
 } // namespace
 
 bool VolumeTurn::isSpinning(std::uint64_t device, const std::string& root)
@@ -30,10 +43,10 @@ bool VolumeTurn::isSpinning(std::uint64_t device, const std::string& root)
     const std::string place =
         root + '/' + std::to_string(major(device)) + ':' + std::to_string(minor(device));
     // A partition leaves this to the disk that it is a part of.
-    for (const char* file : {"/queue/rotational", "/../queue/rotational"}) {
+    for (const char* disk : {"", "/.."}) {
         int spins = 0;
-        if (std::ifstream(place + file) >> spins)
-            return spins == 1;
+        if (std::ifstream(place + disk + "/queue/rotational") >> spins)
+            return spins == 1 && driverOf(place + disk) != kVirtualDriver;
     }
     return false;
 }

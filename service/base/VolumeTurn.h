@@ -29,7 +29,8 @@ public:
     /// True while somebody has the turn on the volume that \a path is on.
     static bool isTaken(const std::string& path);
 
-    /// True for a disk that spins, as far as the system says. \a root is where it tells of its devices.
+    /// True for a disk that spins, as far as the system says and knows (of a virtual machine's disks it does
+    /// not). \a root is where it tells of its devices.
     static bool isSpinning(std::uint64_t device, const std::string& root = "/sys/dev/block");
 
     /// For tests: takes every volume for a spinning one.

@@ -462,7 +462,7 @@ private slots:
     void spinningDiskHasOneWriter()
     {
         QDir root(m_bench.path(s("sys")));
-        for (const char* disk : {"8:0/queue", "8:16/queue"})
+        for (const char* disk : {"8:0/queue", "8:16/queue", "254:0/queue", "254:0/device"})
             QVERIFY(root.mkpath(s(disk)));
         QVERIFY(root.mkpath(s("8:0/part")));
         TestFiles::write(root.filePath(s("8:0/queue/rotational")), "1\n");
@@ -473,6 +473,13 @@ private slots:
         QVERIFY(VolumeTurn::isSpinning(makedev(8, 1), path)); // a part of it
         QVERIFY(!VolumeTurn::isSpinning(makedev(8, 16), path));
         QVERIFY(!VolumeTurn::isSpinning(makedev(0, 42), path));
+        // A virtual machine's disks always say that they do.
+        TestFiles::write(root.filePath(s("254:0/queue/rotational")), "1\n");
+        QVERIFY(QFile::link(s("/nowhere/drivers/sd"), root.filePath(s("254:0/device/driver"))));
+        QVERIFY(VolumeTurn::isSpinning(makedev(254, 0), path));
+        QVERIFY(QFile::remove(root.filePath(s("254:0/device/driver"))));
+        QVERIFY(QFile::link(s("/nowhere/drivers/virtio_blk"), root.filePath(s("254:0/device/driver"))));
+        QVERIFY(!VolumeTurn::isSpinning(makedev(254, 0), path));
 
         VolumeTurn::treatAllAsSpinning(true);
         auto first = std::make_unique<VolumeTurn>(path, makeCancelToken());
