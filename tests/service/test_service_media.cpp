@@ -240,6 +240,57 @@ private slots:
         QVERIFY(looked >= 1);
     }
 
+    void mediaWithoutOneFrameAreRefusedBeforeAnyAction_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QStringList>("options");
+        QTest::addColumn<QString>("reason");
+        const QStringList none = lavfi("testsrc2=s=160x96:r=25:d=1") +
+                                 QStringList{QStringLiteral("-frames:v"), QStringLiteral("0")};
+        const QString reason = QStringLiteral("it holds not one picture and no sound");
+        QTest::newRow("a movie without a track")
+            << QStringLiteral("empty.mov") << none << QStringLiteral("it holds neither video nor audio");
+        QTest::newRow("AVI") << QStringLiteral("empty.avi") << none << reason;
+        QTest::newRow("raw pictures") << QStringLiteral("empty.y4m") << none << reason;
+        QTest::newRow("fragments that never came")
+            << QStringLiteral("empty.mp4")
+            << none + QStringList{QStringLiteral("-movflags"), QStringLiteral("frag_keyframe+empty_moov")}
+            << reason;
+        QTest::newRow("sound") << QStringLiteral("empty.wav")
+                               << lavfi("anullsrc") + QStringList{QStringLiteral("-t"), QStringLiteral("0")}
+                               << reason;
+    }
+    void mediaWithoutOneFrameAreRefusedBeforeAnyAction()
+    {
+        QFETCH(QString, name);
+        QFETCH(QStringList, options);
+        QFETCH(QString, reason);
+        make(qPrintable(name), options);
+        const std::string path = m_folder.filePath(name).toStdString();
+        for (const char* action : {"", "copy", "transcode", "consolidate"}) {
+            QTemporaryDir target;
+            PipelineBench bench;
+            FileOrder order = bench.order(path);
+            if (*action) {
+                ActivityRecipe recipe = PipelineBench::copyTo(target.path());
+                recipe.id = action;
+                const std::string volume = target.path().toStdString();
+                recipe.element = std::string("<activity id=\"") + action +
+                                 "\"><outputDetail><filesystemVideoVolume>" + volume +
+                                 "</filesystemVideoVolume><filesystemAudioVolume>" + volume +
+                                 "</filesystemAudioVolume></outputDetail></activity>";
+                order.profile.activities = {recipe};
+            }
+            const FileResult result = bench.pipeline.process(order);
+            QVERIFY2(result.end == FileResult::End::Rejected, result.text.c_str());
+            QCOMPARE(QString::fromStdString(result.text), reason);
+            QVERIFY(bench.errors.list().at(0).find(path) != std::string::npos);
+            QVERIFY(bench.listed().empty());
+            QCOMPARE(QDir(target.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::Hidden),
+                     QStringList());
+        }
+    }
+
     void helperThatIsKilledHangsOrLiesMeansLater_data()
     {
         QTest::addColumn<QString>("script");

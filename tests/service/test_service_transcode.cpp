@@ -212,7 +212,7 @@ private slots:
         QTest::newRow("ffmpeg killed") << s("killed") << s("was ended by signal 9");
         QTest::newRow("ffmpeg that makes nothing") << s("liar") << s("its result is not right");
         QTest::newRow("truncated") << s("truncated") << s("it is cut off");
-        QTest::newRow("zero frames") << s("empty") << s("");
+        QTest::newRow("zero frames") << s("empty") << s("it holds neither video nor audio");
     }
     void whatCannotBeDoneIsNamedAndLeavesNothing()
     {

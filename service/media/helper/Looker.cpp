@@ -168,6 +168,8 @@ std::string look(int file, const std::string& name)
     case Medium::Verdict::Media:
         break;
     }
+    if (medium.isEmpty())
+        return answer("nothing", "it holds not one picture and no sound");
     const AVFormatContext& context = medium.context();
     std::string content = "<format" + attribute("format_name", medium.format().name) +
                           attribute("probe_score", medium.score()) +

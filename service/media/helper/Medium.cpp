@@ -112,6 +112,29 @@ Medium::Verdict Medium::open()
     return verdict;
 }
 
+bool Medium::isEmpty()
+{
+    // What has a length holds something, and so does a picture, which has none.
+    const std::string_view format = m_format->name;
+    constexpr std::string_view kPicture = "_pipe";
+    const bool isPicture =
+        m_picture != AV_CODEC_ID_NONE ||
+        (format.size() > kPicture.size() && format.substr(format.size() - kPicture.size()) == kPicture);
+    if (isPicture || (m_context->duration != AV_NOPTS_VALUE && m_context->duration > 0))
+        return false;
+    const bool isDescribed = std::any_of(m_context->streams, m_context->streams + m_context->nb_streams,
+                                         [](const AVStream* stream) {
+                                             return stream->codecpar->codec_type == AVMEDIA_TYPE_VIDEO ||
+                                                    stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
+                                         });
+    if (!isDescribed)
+        return false;
+    AVPacket* packet = av_packet_alloc();
+    const int got = packet ? av_read_frame(m_context, packet) : 0;
+    av_packet_free(&packet);
+    return got == AVERROR_EOF && m_input.error == 0 && !memory::wasRefused();
+}
+
 Medium::Verdict Medium::find()
 {
     m_io = avio_alloc_context(static_cast<unsigned char*>(av_malloc(kBuffer)), kBuffer, 0, &m_input,

@@ -31,6 +31,10 @@ public:
     /// Finds out the format and the streams.
     Verdict open();
 
+    /// After open(): whether there is not one picture and no sound in it, however well it describes them.
+    /// Asked before anything is read from context(). False when it cannot be found out.
+    bool isEmpty();
+
     const std::string& text() const { return m_text; }
     const AVInputFormat& format() const { return *m_format; }
     int score() const { return m_score; }
