@@ -223,8 +223,11 @@ private:
             return std::nullopt;
         }
         double had = 0;
-        for (const auto& stream : found.streams)
+        for (const auto& stream : found.streams) {
             had = std::max(had, stream.seconds);
+            if (stream.type == "video" && stream.packets == 0 && hasPicture())
+                return failed("it holds no pictures");
+        }
         const double said = m_isStill ? 0 : std::strtod(m_media.duration.c_str(), nullptr);
         if (said - had > std::max(kMayMiss, said * kMayMissPart))
             return failed("it holds only " + std::to_string(had) + " of the " + std::to_string(said) +

@@ -32,6 +32,7 @@ constexpr double kMayMiss = 0.5; ///< seconds that a source may hold less than i
 constexpr double kMayMissPart = 0.01;
 constexpr std::int64_t kMostMissing = 100000; ///< pictures that others stand for
 constexpr int kEncoded = 95;                  ///< percent, when all is encoded and it is looked at
+constexpr char kNoPictures[] = "it holds no pictures";
 constexpr mode_t kOwners = 0600;
 constexpr mode_t kFileMode = 0666;
 
@@ -326,7 +327,8 @@ private:
         case EngineResult::End::Silent:
             return failed(result.text, kNoEngine);
         default:
-            return failed(result.text);
+            m_fed = result.fed;
+            return failed(hasReadNoPictures() ? kNoPictures : result.text);
         }
         m_fed = result.fed;
         if (result.wasDamaged)
@@ -353,6 +355,9 @@ private:
         return 0;
     }
 
+    /// What ffmpeg says of that is about its filters.
+    bool hasReadNoPictures() const { return m_plan.hasPicture && !m_fed.empty() && picturesRead() == 0; }
+
     double soundSeconds() const
     {
         double end = 0;
@@ -364,7 +369,7 @@ private:
     std::optional<Refusal> lookAtWhatWasRead() const
     {
         if (m_plan.hasPicture && pictureSeconds() <= 0)
-            return failed("it holds no pictures");
+            return failed(kNoPictures);
         if (isPictures())
             return std::nullopt;
         const double said = seconds();

@@ -332,14 +332,15 @@ private:
                                                           : EngineResult::End::Failed,
                              reason);
         }
-        if (!how.empty())
-            return ended(EngineResult::End::Failed,
-                         "ffmpeg " + how + (said.empty() ? "" : ": " + lastLine(said)));
-        EngineResult result = ended(EngineResult::End::Done, {});
+        const std::string why = "ffmpeg " + how + (said.empty() ? "" : ": " + lastLine(said));
+        EngineResult result =
+            how.empty() ? ended(EngineResult::End::Done, {}) : ended(EngineResult::End::Failed, why);
         for (const auto& feeder : m_feeders) {
             result.fed.insert(result.fed.end(), feeder->streams().begin(), feeder->streams().end());
             result.wasDamaged = result.wasDamaged || feeder->wasDamaged();
         }
+        if (!how.empty())
+            return result;
         result.complaint = firstComplaint(said);
         result.wasDamaged = result.wasDamaged || !result.complaint.empty();
         return result;

@@ -77,10 +77,10 @@ struct EngineResult
     };
 
     End end = End::Failed;
-    std::string text; ///< why it was not done
-    std::vector<FedStream> fed;
-    bool wasDamaged = false; ///< some of an input could not be read or decoded
-    std::string complaint;   ///< ffmpeg's first words about that
+    std::string text;           ///< why it was not done
+    std::vector<FedStream> fed; ///< none when it failed before all was read
+    bool wasDamaged = false;    ///< some of an input could not be read or decoded
+    std::string complaint;      ///< ffmpeg's first words about that
 };
 
 /// What was counted in a file.

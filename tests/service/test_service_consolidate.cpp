@@ -554,6 +554,22 @@ private slots:
         QVERIFY(left(wish.video).isEmpty());
     }
 
+    void picturesOfWhichThereIsNotOneAreRefused()
+    {
+        for (const char* name : {"none.avi", "none.mkv"}) {
+            QCOMPARE(m_bench.make(s(name), "-f lavfi -i testsrc2=s=64x36:r=25:d=0.4 -f lavfi -i "
+                                           "sine=r=48000:d=0.4 -vf select=0 -c:v mpeg2video -c:a pcm_s16le"),
+                     QString());
+            Wish wish = this->wish();
+            wish.transcodes = true;
+            const auto made = consolidate(s(name), wish);
+            QVERIFY2(!made, name);
+            QVERIFY2(made.refusal().text.find("it holds no pictures") != std::string::npos,
+                     made.refusal().text.c_str());
+            QVERIFY(left(wish.video).isEmpty());
+        }
+    }
+
     void volumesThatAreAwayAreWaitedForAndImpossibleOnesAreNot()
     {
         QCOMPARE(m_bench.make(s("in.mov"), "-f lavfi -i testsrc2=s=64x36:r=25:d=0.2 -c:v mpeg2video"),

@@ -212,6 +212,7 @@ private slots:
         QTest::newRow("ffmpeg killed") << s("killed") << s("was ended by signal 9");
         QTest::newRow("ffmpeg that makes nothing") << s("liar") << s("its result is not right");
         QTest::newRow("truncated") << s("truncated") << s("it is cut off");
+        QTest::newRow("no pictures beside sound") << s("no pictures") << s("it holds no pictures");
         QTest::newRow("zero frames") << s("empty") << s("it holds neither video nor audio");
     }
     void whatCannotBeDoneIsNamedAndLeavesNothing()
@@ -242,6 +243,11 @@ private slots:
         } else if (what == s("truncated")) {
             QFile file(m_bench.path(name));
             QVERIFY(file.resize(file.size() / 2));
+        } else if (what == s("no pictures")) {
+            name = s("none.mkv");
+            QCOMPARE(m_bench.make(name, "-f lavfi -i testsrc2=s=64x36:r=25:d=0.4 -f lavfi -i "
+                                        "sine=r=48000:d=0.4 -vf select=0 -c:v mpeg4 -c:a pcm_s16le"),
+                     QString());
         } else {
             name = s("empty.mov");
             QCOMPARE(m_bench.make(name, "-f lavfi -i testsrc2=s=160x96:r=25:d=2 -c:v mpeg4 -frames:v 0"),
