@@ -188,7 +188,7 @@ void show(const QString& program)
             return clips.clips().rowCount() > i && clips.clips().clips().at(i).state == ClipState::Rejected;
         };
         waitUntil(shown, "the change is shown");
-        late.push_back(double(clips.clips().clips().at(i).since.msecsTo(QDateTime::currentDateTimeUtc())));
+        late.push_back(double(ClockReading::now().steady - clips.clips().clips().at(i).since));
     }
     require(table != nullptr, "there is a table");
     std::nth_element(late.begin(), late.begin() + kTimes / 2, late.end());
@@ -231,7 +231,7 @@ void scroll(int count)
 {
     ClipNews news;
     news.isWhole = true;
-    const QDateTime now = QDateTime::currentDateTimeUtc();
+    const qint64 now = ClockReading::now().steady;
     for (int i = 0; i < count; ++i) {
         ServiceClip clip;
         clip.id = QString::number(i);
@@ -244,8 +244,8 @@ void scroll(int count)
         clip.activity = QStringLiteral("Transcode 1");
         clip.reason = QStringLiteral("Transcoding %1 failed: no space is left on the device").arg(clip.path);
         clip.shownBy = QStringLiteral("j%1").arg(i);
-        clip.since = clip.started = now.addSecs(-i);
-        clip.ended = clip.started.addSecs(i % 1000);
+        clip.since = clip.started = now - i * 1000;
+        clip.took = i % 1000 * 1000;
         news.clips.append(clip);
     }
     ClipTable table;

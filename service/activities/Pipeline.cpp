@@ -24,6 +24,7 @@ namespace {
 
 constexpr char kRefusedBefore[] = "it was not offered before either, and holds the same content";
 constexpr char kRemoved[] = "its folder or job was removed";
+constexpr char kCancelled[] = "Was cancelled";
 constexpr char kSampled[] = "-sampled:"; ///< in the method of checksums that are made of samples
 
 CopiedClip copiedInto(const std::string& folder, std::vector<HistoryEntry> files)
@@ -38,6 +39,12 @@ CopiedClip copiedInto(const std::string& folder, std::vector<HistoryEntry> files
 }
 
 constexpr char kBetweenScratch = '\n'; ///< no path that is worked on has it
+
+/// What people call an action.
+const std::string& nameOf(const ActivityRecipe& activity)
+{
+    return activity.name.empty() ? activity.id : activity.name;
+}
 
 } // namespace
 
@@ -330,10 +337,18 @@ void Pipeline::learnContent(Work& work)
         m_clips.setChecksum(record.id, record.checksum);
 }
 
+/// The name of the action that runs or comes next; empty after the last.
+std::string Pipeline::presentActivity(const Work& work)
+{
+    const auto& activities = work.order.profile.activities;
+    const auto done = static_cast<std::size_t>(work.record.done);
+    return done < activities.size() ? nameOf(activities[done]) : std::string();
+}
+
 FileResult Pipeline::reject(Work& work, const std::string& reason)
 {
     learnContent(work);
-    m_clips.reject(work.record);
+    m_clips.reject(work.record, reason);
     const std::string start = ErrorStore::refusedStart(work.order.path);
     m_errors.removeStarting(start);
     m_errors.add(start + reason);
@@ -343,7 +358,7 @@ FileResult Pipeline::reject(Work& work, const std::string& reason)
 FileResult Pipeline::interrupted(Work& work)
 {
     if (work.order.staysCancelled && work.order.staysCancelled()) {
-        m_clips.fail(work.record.id);
+        m_clips.fail(work.record.id, presentActivity(work), kCancelled);
         return ended(FileResult::End::Cancelled, "cancelled", work.record.stamp);
     }
     if (work.record.done > 0)
@@ -355,8 +370,10 @@ FileResult Pipeline::interrupted(Work& work)
 
 FileResult Pipeline::waitFor(const Work& work, const std::string& what)
 {
-    m_clips.wait(work.record.id);
-    return ended(FileResult::End::Waiting, what);
+    FileResult result = ended(FileResult::End::Waiting, what);
+    result.activity = presentActivity(work);
+    m_clips.wait(work.record.id, result.activity);
+    return result;
 }
 
 void Pipeline::removeScratch(const std::string& scratch)
@@ -379,12 +396,13 @@ FileResult Pipeline::lookAgain(const Work& work, const std::string& reason)
 FileResult Pipeline::fail(Work& work, const std::string& reason)
 {
     learnContent(work);
-    const FileResult result = ended(FileResult::End::Failed, reason, work.record.stamp);
+    FileResult result = ended(FileResult::End::Failed, reason, work.record.stamp);
+    result.activity = presentActivity(work);
     // Who sees the failed job finds the reason in the list. A manual job speaks for all of its files.
     if (work.order.ownerKind == "folder")
         m_errors.add(reason);
     Transaction transaction(m_database);
-    m_clips.fail(work.record.id);
+    m_clips.fail(work.record.id, result.activity, reason);
     if (work.order.willEnd)
         work.order.willEnd(result);
     transaction.commit();
@@ -439,7 +457,7 @@ std::optional<Refusal> Pipeline::runActivities(Work& work)
             if (work.order.progress)
                 work.order.progress(all);
             if (work.order.activity)
-                work.order.activity(activities[i].name.empty() ? activities[i].id : activities[i].name, all);
+                work.order.activity(nameOf(activities[i]), all);
         };
         progress.percent(0);
         std::vector<CopiedClip> copied;

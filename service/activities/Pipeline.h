@@ -49,6 +49,7 @@ struct FileResult
     std::optional<FileStamp> stamp; ///< of the file whose work is done; nothing for Later and Cancelled
     std::shared_ptr<ReadyClip> ready;
     std::vector<std::string> notes; ///< what the actions of a clip that was offered have to say
+    std::string activity;           ///< name of the action that failed or waits
 };
 
 /// For whom a file is worked on. The functions may be empty.
@@ -132,6 +133,7 @@ private:
     void dropOthers(const Work& work);
     void goOn(Work& work);
     void drop(const ClipRecord& clip);
+    static std::string presentActivity(const Work& work);
     FileResult reject(Work& work, const std::string& reason);
     FileResult interrupted(Work& work);
     FileResult fail(Work& work, const std::string& reason);

@@ -49,7 +49,7 @@ Whereabouts whereabouts(const std::string& path)
 FileResult Pipeline::ended(FileResult::End end, const std::string& text,
                            const std::optional<FileStamp>& stamp)
 {
-    return {end, text, stamp, nullptr, {}};
+    return {end, text, stamp, nullptr, {}, {}};
 }
 
 /// Makes the records of \a clips and, in the same order, their documents.

@@ -28,6 +28,7 @@ struct Job
     int percent = 0;
     std::string path;
     std::string group;
+    std::string activity;
     std::string message;
 };
 
@@ -49,6 +50,7 @@ Outcome<std::vector<Job>> jobsOf(ServiceClient& client, bool onlyManual)
         const auto info = infos[id];
         jobs.push_back({id, status.child_value("state"), status.child("percentComplete").text().as_int(),
                         xmltools::textOf(info.child("path")), xmltools::textOf(info.child("groupName")),
+                        xmltools::textOf(status.child("activity")),
                         xmltools::textOf(status.child("message"))});
     }
     return jobs;
@@ -162,16 +164,18 @@ int jobs(const Options& options)
     const auto all = jobsOf(client, options.wants("manual"));
     if (!all)
         return output::refuse(all.refusal());
-    std::vector<std::vector<std::string>> rows{{"JOB", "STATE", "DONE", "FOLDER", "PATH", "REASON"}};
+    std::vector<std::vector<std::string>> rows{
+        {"JOB", "STATE", "ACTION", "DONE", "FOLDER", "PATH", "REASON"}};
     QJsonArray array;
     for (const auto& job : *all) {
-        rows.push_back(
-            {job.id, job.state, std::to_string(job.percent) + " %", job.group, job.path, job.message});
+        rows.push_back({job.id, job.state, job.activity, std::to_string(job.percent) + " %", job.group,
+                        job.path, job.message});
         array.append(QJsonObject{{QStringLiteral("id"), output::json(job.id)},
                                  {QStringLiteral("state"), output::json(job.state)},
                                  {QStringLiteral("percentComplete"), job.percent},
                                  {QStringLiteral("path"), output::json(job.path)},
                                  {QStringLiteral("groupName"), output::json(job.group)},
+                                 {QStringLiteral("activity"), output::json(job.activity)},
                                  {QStringLiteral("message"), output::json(job.message)}});
     }
     if (options.wants("json"))
@@ -191,17 +195,18 @@ int clips(const Options& options)
     if (!answer)
         return output::refuse(answer.refusal());
     const auto list = answer->document_element();
-    std::vector<std::vector<std::string>> rows{{"CLIP", "OF", "STATE", "DONE", "SINCE", "REASON"}};
+    std::vector<std::vector<std::string>> rows{{"CLIP", "OF", "STATE", "ACTION", "DONE", "SINCE", "REASON"}};
     QJsonArray array;
     for (const auto& clip : list.children("clip")) {
         const auto owner = clip.child("folderId") ? clip.child("folderId") : clip.child("jobId");
         rows.push_back({xmltools::textOf(clip.child("name")), owner.child_value(), clip.child_value("state"),
-                        percentOf(clip), clip.child_value("since"), xmltools::textOf(clip.child("reason"))});
+                        xmltools::textOf(clip.child("activity")), percentOf(clip), clip.child_value("since"),
+                        xmltools::textOf(clip.child("reason"))});
         QJsonObject object;
         for (const auto& field : clip.children()) {
             const std::string value = xmltools::textOf(field);
             const std::string name = field.name();
-            const bool isNumber = name == "percentComplete" || name == "settlesIn";
+            const bool isNumber = name == "percentComplete" || name == "settlesIn" || name == "took";
             object[QString::fromUtf8(field.name())] =
                 isNumber ? QJsonValue(QString::fromStdString(value).toDouble()) : output::json(value);
         }

@@ -90,6 +90,8 @@ void addClip(pugi::xml_node parent, const ClipEntry& clip)
     addMoment(element, "since", clip.since);
     addMoment(element, "started", clip.started);
     addMoment(element, "ended", clip.ended);
+    if (clip.took >= 0)
+        addSeconds(element, "took", clip.took);
     if (clip.news.settlesIn >= 0)
         addSeconds(element, "settlesIn", clip.news.settlesIn);
 }
@@ -175,6 +177,8 @@ std::string jobStatusList(const std::vector<JobRecord>& jobs)
         xmltools::append(element, "state", job.state);
         xmltools::append(element, "complete", jobstate::isFinal(job.state) ? "true" : "false");
         xmltools::append(element, "percentComplete", std::to_string(job.percent));
+        if (!job.activity.empty())
+            xmltools::append(element, "activity", job.activity);
         if (!job.message.empty())
             xmltools::append(element, "message", job.message);
     }

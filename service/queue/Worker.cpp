@@ -373,7 +373,7 @@ FileResult Worker::processForFolder(Task& task)
             isEnded = true;
         };
         order.progress = [&](int percent) { m_stores.jobs.setPercent(task.jobId, percent); };
-        follow(order);
+        follow(order, task);
         order.staysCancelled = [&] {
             const auto job = m_stores.jobs.find(task.jobId);
             return job && job->state == jobstate::kCancelled;
@@ -386,13 +386,14 @@ FileResult Worker::processForFolder(Task& task)
     return result;
 }
 
-/// Has the book told what happens to the clip.
-void Worker::follow(FileOrder& order)
+/// Has the book and the job told what happens to the clip. The task stays where it is while it is worked on.
+void Worker::follow(FileOrder& order, const Task& task)
 {
     m_stores.clips.tellProgress(order.ownerId, order.path, {}, 0);
-    order.activity = [&book = m_stores.clips, owner = order.ownerId,
-                      path = order.path](const std::string& name, int percent) {
-        book.tellProgress(owner, path, name, percent);
+    order.activity = [this, &task, owner = order.ownerId, path = order.path](const std::string& name,
+                                                                             int percent) {
+        m_stores.clips.tellProgress(owner, path, name, percent);
+        m_stores.jobs.setActivity(task.jobId, name);
     };
 }
 
@@ -410,7 +411,7 @@ void Worker::tellEnd(const FileOrder& order, const FileResult& result)
                              {ClipStage::Waiting, "Is looked at again: " + result.text});
         return book.tell(order.ownerId, order.path, {ClipStage::Gone, "Its file is gone"});
     case FileResult::End::Waiting:
-        return book.tell(order.ownerId, order.path, {ClipStage::Waiting, result.text});
+        return book.tell(order.ownerId, order.path, {ClipStage::Waiting, result.text, result.activity});
     case FileResult::End::Publishing:
         return book.tellReason(order.ownerId, order.path, "Its link document waits: " + result.text);
     case FileResult::End::Cancelled:
@@ -513,7 +514,7 @@ void Worker::performJob(Task& task)
             m_stores.jobs.setPercent(
                 job->id, static_cast<int>((i * 100 + static_cast<std::size_t>(percent)) / paths.size()));
         };
-        follow(order);
+        follow(order, task);
         const FileResult result = m_pipeline.process(order);
         tellEnd(order, result);
         if (result.end == FileResult::End::Waiting) {

@@ -98,7 +98,7 @@ private:
     void performFile(Task& task);
     void performJob(Task& task);
     FileResult processForFolder(Task& task);
-    void follow(FileOrder& order);
+    void follow(FileOrder& order, const Task& task);
     void tellEnd(const FileOrder& order, const FileResult& result);
     std::string showJob(Task& task, const FolderRecord& folder, const std::string& former);
     void endFolderJob(const Task& task, const FileResult& result, bool wasRetried);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cstdlib>
 
 namespace krxservice {
 
@@ -33,14 +34,11 @@ constexpr std::array<StateStage, 7> kStates = {{
 }};
 constexpr char kGone[] = "Its file is gone";
 
+/// By less than this the two clocks drift apart without one of them being set, nanoseconds.
+constexpr std::int64_t kDrift = 100'000'000;
+
 /// More rows than these are not noted one by one: all is read again.
 constexpr std::size_t kMostRows = 4 * ClipBook::kMostClips;
-
-std::int64_t steadyNow()
-{
-    using namespace std::chrono;
-    return duration_cast<nanoseconds>(steady_clock::now().time_since_epoch()).count();
-}
 
 bool isOver(ClipStage stage)
 {
@@ -65,9 +63,17 @@ std::optional<Topic> topicOf(std::string_view table)
 
 } // namespace
 
-ClipBook::ClipBook(Database& database, ChangeBoard& board)
+BookClocks BookClocks::real()
+{
+    using namespace std::chrono;
+    return {text::now,
+            [] { return duration_cast<nanoseconds>(steady_clock::now().time_since_epoch()).count(); }};
+}
+
+ClipBook::ClipBook(Database& database, ChangeBoard& board, BookClocks clocks)
     : m_database(database)
     , m_board(board)
+    , m_clocks(std::move(clocks))
 {
     m_rowsLost = true;
     catchUp();
@@ -106,7 +112,7 @@ void ClipBook::noteRow(std::string_view table, std::int64_t row)
     }
     if (table != "clips" || m_rowsLost)
         return;
-    m_rows[row] = text::now();
+    m_rows[row] = m_clocks.steady();
     if (m_rows.size() > kMostRows) {
         m_rows.clear();
         m_rowsLost = true;
@@ -129,9 +135,9 @@ std::vector<ClipBook::Row> ClipBook::readRows(const char* condition, std::int64_
     std::vector<Row> rows;
     Statement statement = m_database.prepare(
         std::string("SELECT clips.id, owner, clips.path, clips.profile, job, clips.state, "
-                    "CASE jobs.state WHEN 'CANCELLED' THEN 'Was cancelled' ELSE "
-                    "coalesce(message, '') END, guid FROM clips LEFT JOIN jobs ON jobs.id=job AND "
-                    "job<>'' ") +
+                    "CASE WHEN reason<>'' THEN reason WHEN jobs.state='CANCELLED' THEN 'Was cancelled' "
+                    "ELSE coalesce(message, '') END, guid, clips.activity FROM clips LEFT JOIN jobs ON "
+                    "jobs.id=job AND job<>'' ") +
         condition);
     statement.bind(value);
     while (statement.step()) {
@@ -144,6 +150,7 @@ std::vector<ClipBook::Row> ClipBook::readRows(const char* condition, std::int64_
         row.state = statement.text(5);
         row.reason = statement.text(6);
         row.guid = statement.text(7);
+        row.activity = statement.text(8);
         rows.push_back(std::move(row));
     }
     return rows;
@@ -160,7 +167,7 @@ std::vector<ClipBook::Row> ClipBook::readAllRows()
     for (auto& text : ErrorStore(m_database).list())
         errors.insert(std::move(text));
     for (auto& row : rows) {
-        if (row.state != "rejected")
+        if (row.state != "rejected" || !row.reason.empty())
             continue;
         const std::string start = ErrorStore::refusedStart(row.path);
         const auto found = errors.lower_bound(start);
@@ -238,6 +245,7 @@ void ClipBook::apply(const Row& row)
     if (row.moment >= line.heard && (row.moment == 0 || state->stage != line.entry.news.stage)) {
         setStage(line, state->stage, row.moment);
         line.entry.news.reason = row.reason.empty() ? state->reason : row.reason;
+        line.entry.news.activity = row.activity;
     }
     touched(line);
 }
@@ -264,14 +272,14 @@ void ClipBook::setStage(Line& line, ClipStage stage, std::int64_t moment)
         m_over.insert(number);
     else
         m_over.erase(number);
-    if (line.entry.news.stage != stage || line.entry.since == 0)
-        line.entry.since = moment;
-    ClipEntry& entry = line.entry;
-    if (stage == ClipStage::Acting && (entry.news.stage != stage || entry.started == 0)) {
-        entry.started = moment;
-        entry.ended = 0;
-    } else if (isOver(stage) && entry.started != 0 && entry.ended == 0) {
-        entry.ended = moment;
+    const bool isNew = line.entry.news.stage != stage;
+    if (isNew || line.since == 0)
+        line.since = moment;
+    if (stage == ClipStage::Acting && (isNew || line.started == 0)) {
+        line.started = moment;
+        line.ended = 0;
+    } else if (isOver(stage) && line.started != 0 && line.ended == 0) {
+        line.ended = moment;
     }
     line.heard = std::max(line.heard, moment);
     line.entry.news.stage = stage;
@@ -307,12 +315,12 @@ void ClipBook::tell(const std::string& owner, const std::string& path, const Cli
     Line& line = this->line(owner, path);
     const ClipNews before = line.entry.news;
     m_board.changed(Topic::Clips);
-    setStage(line, news.stage, text::now());
+    setStage(line, news.stage, m_clocks.steady());
     const std::string job = news.job.empty() ? before.job : news.job;
     line.entry.news = news;
     line.entry.news.job = job;
     if (news.settlesIn >= 0)
-        line.settlesAt = steadyNow() + static_cast<std::int64_t>(news.settlesIn * 1e9);
+        line.settlesAt = m_clocks.steady() + static_cast<std::int64_t>(news.settlesIn * 1e9);
 }
 
 void ClipBook::withdraw(const std::string& owner, const std::string& path)
@@ -332,7 +340,7 @@ void ClipBook::withdraw(const std::string& owner, const std::string& path)
     }
     {
         const std::lock_guard lock(m_rowsMutex);
-        m_rows.try_emplace(record, text::now());
+        m_rows.try_emplace(record, m_clocks.steady());
     }
     m_board.changed(Topic::Clips);
 }
@@ -346,7 +354,7 @@ void ClipBook::tellProgress(const std::string& owner, const std::string& path, c
     if (news.stage == ClipStage::Acting && news.activity == activity && news.percent == percent)
         return;
     m_board.changed(Topic::Clips);
-    setStage(line, ClipStage::Acting, text::now());
+    setStage(line, ClipStage::Acting, m_clocks.steady());
     news.activity = activity;
     news.percent = percent;
     news.reason = activity.empty() ? "Is being worked on" : activity + ": " + std::to_string(percent) + " %";
@@ -392,27 +400,52 @@ void ClipBook::forgetUnfinished(const std::string& owner, const std::string& pat
     m_board.changed(Topic::Clips);
 }
 
+/// What the clock on the wall is ahead of the steady one. The same again and again until it is set, so that
+/// moments are told alike to the last digit.
+std::int64_t ClipBook::wallOffset(std::int64_t now)
+{
+    const std::int64_t offset = m_clocks.wall() - now;
+    if (std::abs(offset - m_wallOffset) > kDrift)
+        m_wallOffset = offset;
+    return m_wallOffset;
+}
+
+ClipEntry ClipBook::told(const Line& line, std::int64_t now, std::int64_t wallOffset)
+{
+    const auto onTheWall = [&](std::int64_t moment) { return moment == 0 ? 0 : moment + wallOffset; };
+    ClipEntry entry = line.entry;
+    entry.since = onTheWall(line.since);
+    entry.started = onTheWall(line.started);
+    entry.ended = onTheWall(line.ended);
+    if (line.started != 0 && line.ended != 0)
+        entry.took = double(line.ended - line.started) / 1e9;
+    if (line.settlesAt >= 0)
+        entry.news.settlesIn = std::max<double>(0, double(line.settlesAt - now) / 1e9);
+    return entry;
+}
+
 ClipBook::Answer ClipBook::list(const Question& question)
 {
     Answer answer;
     // Before anything is read: what comes meanwhile counts as newer.
     answer.version = m_board.version();
+    // One that was not reached yet is of an earlier run, before which the clock was set back.
+    const std::uint64_t since = question.since > answer.version ? 0 : question.since;
     catchUp();
-    const std::int64_t now = steadyNow();
+    const std::int64_t now = m_clocks.steady();
     const std::lock_guard lock(m_mutex);
+    const std::int64_t offset = wallOffset(now);
     answer.known = m_lines.size();
     for (const auto& [number, line] : m_lines) {
         const ClipEntry& entry = line.entry;
         if ((!question.folder.empty() && entry.owner != question.folder) ||
             (!question.job.empty() && entry.owner != question.job && entry.news.job != question.job) ||
-            line.version <= question.since ||
+            line.version <= since ||
             (!question.stages.empty() && question.stages.count(entry.news.stage) == 0))
             continue;
         if (answer.total++ < question.offset || answer.clips.size() >= question.limit)
             continue;
-        answer.clips.push_back(entry);
-        if (line.settlesAt >= 0)
-            answer.clips.back().news.settlesIn = std::max<double>(0, double(line.settlesAt - now) / 1e9);
+        answer.clips.push_back(told(line, now, offset));
     }
     return answer;
 }

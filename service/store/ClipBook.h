@@ -4,6 +4,7 @@
 #include "store/Database.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -37,7 +38,7 @@ struct ClipNews
 {
     ClipStage stage = ClipStage::Found;
     std::string reason = {};   ///< a sentence for a person
-    std::string activity = {}; ///< the name of the action that runs
+    std::string activity = {}; ///< the name of the action that runs, failed or waits
     int percent = 0;           ///< of all actions, 0 to 100
     double settlesIn = -1;     ///< seconds until it can be finished; negative when it does not settle
     std::string job = {};      ///< of the job that shows the work on it
@@ -53,10 +54,21 @@ struct ClipEntry
     std::string profile; ///< id of the profile whose actions were begun; may be empty
     std::string guid;    ///< of its output document and its lines in the log; empty before the work began
     ClipNews news;
-    /// When it came to this stage, nanoseconds since 1970; 0 when that was before the service began.
+    /// When it came to this stage by the clock on the wall as that is set now, nanoseconds since 1970; 0 when
+    /// it was before the service began.
     std::int64_t since = 0;
     std::int64_t started = 0; ///< when the work on it began, the same way
     std::int64_t ended = 0;   ///< when the work on it ended, the same way
+    double took = -1;         ///< seconds between these two; negative when either is not known
+};
+
+/// Where the book has the time from, in nanoseconds.
+struct BookClocks
+{
+    std::function<std::int64_t()> wall;   ///< since 1970; is set now and then, by any amount
+    std::function<std::int64_t()> steady; ///< since whenever; only goes on
+    /// Those of this machine.
+    static BookClocks real();
 };
 
 /// The list of clips for people: those that are on their way, and what became of the others. It is made from
@@ -86,7 +98,7 @@ public:
         std::vector<ClipEntry> clips; ///< in the order in which they were first heard of
     };
 
-    ClipBook(Database& database, ChangeBoard& board);
+    ClipBook(Database& database, ChangeBoard& board, BookClocks clocks = BookClocks::real());
     ~ClipBook();
     ClipBook(const ClipBook&) = delete;
     ClipBook& operator=(const ClipBook&) = delete;
@@ -116,10 +128,15 @@ private:
     struct Line
     {
         ClipEntry entry;
-        std::uint64_t version = 0;   ///< of the board, when it changed last
-        std::int64_t record = 0;     ///< of the database; 0 without one
-        std::int64_t heard = 0;      ///< when it was last told of, nanoseconds since 1970
-        std::int64_t settlesAt = -1; ///< steady clock, nanoseconds
+        std::uint64_t version = 0; ///< of the board, when it changed last
+        std::int64_t record = 0;   ///< of the database; 0 without one
+        // By the steady clock, and 0 for before the start. What comes later has the greater moment, however
+        // the clock on the wall is set.
+        std::int64_t heard = 0; ///< when it was last told of
+        std::int64_t since = 0; ///< that it is at its stage
+        std::int64_t started = 0;
+        std::int64_t ended = 0;
+        std::int64_t settlesAt = -1; ///< negative when it does not settle
     };
     /// What the database says of a clip.
     struct Row
@@ -131,8 +148,9 @@ private:
         std::string job;
         std::string state; ///< empty for a row that is gone
         std::string guid;
+        std::string activity;
         std::string reason;
-        std::int64_t moment = 0; ///< when it changed; 0 for before the start
+        std::int64_t moment = 0; ///< when it changed, by the steady clock; 0 for before the start
     };
     using Key = std::pair<std::string, std::string>; ///< owner and path
 
@@ -143,20 +161,24 @@ private:
     void catchUp();
     void apply(const Row& row);
     Line& line(const std::string& owner, const std::string& path);
+    static ClipEntry told(const Line& line, std::int64_t now, std::int64_t wallOffset);
+    std::int64_t wallOffset(std::int64_t now);
     void setStage(Line& line, ClipStage stage, std::int64_t moment);
     void touched(Line& line);
     void erase(std::uint64_t number);
 
     Database& m_database;
     ChangeBoard& m_board;
+    const BookClocks m_clocks;
 
     std::mutex m_rowsMutex;                      ///< taken while the database is locked
     std::map<std::int64_t, std::int64_t> m_rows; ///< that changed, and when
     bool m_rowsLost = false;                     ///< there were too many: all must be read again
     std::set<Topic> m_topics;                    ///< of the present transaction
 
-    std::mutex m_mutex;        ///< taken while nothing else is locked; the database never meanwhile
-    std::uint64_t m_count = 0; ///< of ids that were given
+    std::mutex m_mutex;            ///< taken while nothing else is locked; the database never meanwhile
+    std::uint64_t m_count = 0;     ///< of ids that were given
+    std::int64_t m_wallOffset = 0; ///< of the clock on the wall from the steady one
     std::map<std::uint64_t, Line> m_lines; ///< by the number in their id
     std::set<std::uint64_t> m_over;        ///< those whose way is over
     std::map<Key, std::uint64_t> m_byKey;

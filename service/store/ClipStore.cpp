@@ -24,6 +24,7 @@ constexpr char kOwnerExists[] = "(EXISTS(SELECT 1 FROM folders WHERE id=?) OR "
 constexpr std::array<std::string_view, 7> kWords = {"waiting", "acting",   "publishing", "offered",
                                                     "taken",   "rejected", "failed"};
 
+constexpr char kCancelled[] = "Was cancelled";
 constexpr char kProvisional[] = "stamp:"; ///< begins what stands for a checksum
 
 std::string_view word(ClipState state)
@@ -176,8 +177,8 @@ std::optional<ClipRecord> ClipStore::begin(const ClipRecord& clip,
     m_database
         .prepare(
             "UPDATE clips SET state='acting', size=?, modified=?, changed=?, inode=?, profile=?, "
-            "done=?, linked_path=?, linked_size=?, linked_modified=?, linked_checksum=?, made=?, output=? "
-            "WHERE id=? AND state IN ('waiting', 'acting')")
+            "done=?, linked_path=?, linked_size=?, linked_modified=?, linked_checksum=?, made=?, output=?, "
+            "activity='', reason='' WHERE id=? AND state IN ('waiting', 'acting')")
         .bind(clip.stamp.size)
         .bind(clip.stamp.modified)
         .bind(clip.stamp.changed)
@@ -272,21 +273,41 @@ void ClipStore::take(const std::vector<Key>& clips)
     transaction.commit();
 }
 
-bool ClipStore::fail(std::int64_t id)
+bool ClipStore::fail(std::int64_t id, const std::string& activity, const std::string& reason)
 {
-    return move(id, {ClipState::Acting}, ClipState::Failed);
+    Transaction transaction(m_database);
+    const bool moved = move(id, {ClipState::Acting}, ClipState::Failed);
+    if (moved)
+        explain(id, activity, reason);
+    transaction.commit();
+    return moved;
 }
 
-bool ClipStore::wait(std::int64_t id)
+bool ClipStore::wait(std::int64_t id, const std::string& activity)
 {
-    return move(id, {ClipState::Acting}, ClipState::Waiting);
+    Transaction transaction(m_database);
+    const bool moved = move(id, {ClipState::Acting}, ClipState::Waiting);
+    if (moved)
+        explain(id, activity, {});
+    transaction.commit();
+    return moved;
+}
+
+void ClipStore::explain(std::int64_t id, const std::string& activity, const std::string& reason)
+{
+    m_database.prepare("UPDATE clips SET activity=?, reason=? WHERE id=?")
+        .bind(activity)
+        .bind(reason)
+        .bind(id)
+        .run();
 }
 
 void ClipStore::retry(const std::string& owner, const std::string& path)
 {
     const auto lock = m_database.lock();
     m_database
-        .prepare("UPDATE clips SET state='waiting' WHERE owner=? AND state='failed' AND (?='' OR path=?)")
+        .prepare("UPDATE clips SET state='waiting', activity='', reason='' WHERE owner=? AND state='failed' "
+                 "AND (?='' OR path=?)")
         .bind(owner)
         .bind(path)
         .bind(path)
@@ -296,18 +317,20 @@ void ClipStore::retry(const std::string& owner, const std::string& path)
 void ClipStore::giveUp(const std::string& owner, const std::string& path)
 {
     const auto lock = m_database.lock();
-    m_database.prepare("UPDATE clips SET state='failed' WHERE owner=? AND path=? AND state='waiting'")
+    m_database
+        .prepare("UPDATE clips SET state='failed', reason=? WHERE owner=? AND path=? AND state='waiting'")
+        .bind(kCancelled)
         .bind(owner)
         .bind(path)
         .run();
 }
 
-void ClipStore::reject(const ClipRecord& clip)
+void ClipStore::reject(const ClipRecord& clip, const std::string& reason)
 {
     Transaction transaction(m_database);
     m_database
         .prepare("INSERT OR REPLACE INTO clips(guid, owner, path, size, modified, changed, inode, checksum, "
-                 "state) SELECT ?, ?, ?, ?, ?, ?, ?, ?, 'rejected' WHERE " +
+                 "reason, state) SELECT ?, ?, ?, ?, ?, ?, ?, ?, ?, 'rejected' WHERE " +
                  std::string(kOwnerExists))
         .bind(clip.guid.empty() ? text::newGuid() : clip.guid)
         .bind(clip.owner)
@@ -317,6 +340,7 @@ void ClipStore::reject(const ClipRecord& clip)
         .bind(clip.stamp.changed)
         .bind(clip.stamp.inode)
         .bind(clip.checksum)
+        .bind(reason)
         .bind(clip.owner)
         .bind(clip.owner)
         .run();

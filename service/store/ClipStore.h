@@ -63,16 +63,17 @@ public:
     bool offer(std::int64_t id);
     /// Offered to Taken, many at once.
     void take(const std::vector<Key>& clips);
-    /// Acting to Failed.
-    bool fail(std::int64_t id);
-    /// Acting to Waiting: interrupted, to be gone on with.
-    bool wait(std::int64_t id);
+    /// Acting to Failed. \a activity names the action, \a reason is a sentence for a person; both stay known.
+    bool fail(std::int64_t id, const std::string& activity = {}, const std::string& reason = {});
+    /// Acting to Waiting: interrupted, to be gone on with. \a activity names the action that waits.
+    bool wait(std::int64_t id, const std::string& activity = {});
     /// Failed to Waiting: one path, or all of the owner's when \a path is empty.
     void retry(const std::string& owner, const std::string& path = {});
     /// Waiting to Failed: it is not to be tried again after all.
     void giveUp(const std::string& owner, const std::string& path);
-    /// A file that is no media: Rejected from the start. Nothing when its owner is gone.
-    void reject(const ClipRecord& clip);
+    /// A file that is no media: Rejected from the start, for a \a reason that stays known. Nothing when its
+    /// owner is gone.
+    void reject(const ClipRecord& clip, const std::string& reason = {});
     /// From any state to gone.
     void forget(std::int64_t id);
     void forgetAll(const std::string& owner);
@@ -88,6 +89,7 @@ public:
 
 private:
     bool move(std::int64_t id, const std::vector<ClipState>& from, ClipState to);
+    void explain(std::int64_t id, const std::string& activity, const std::string& reason);
     std::vector<ClipRecord> readAll(Statement& rows);
 
     Database& m_database;

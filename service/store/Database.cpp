@@ -19,7 +19,7 @@ namespace krxservice {
 namespace {
 
 /// Step n brings the tables from version n to version n + 1. Steps are only ever added.
-constexpr std::array<const char*, 4> kMigrations = {
+constexpr std::array<const char*, 5> kMigrations = {
     R"sql(
 CREATE TABLE profiles(
     seq INTEGER PRIMARY KEY AUTOINCREMENT,
@@ -121,6 +121,12 @@ CREATE TABLE copied(
     finished INTEGER NOT NULL,
     files TEXT NOT NULL);
 CREATE INDEX copied_by_folder ON copied(folder, seq);
+)sql",
+    // In which action a clip or a job failed, and why a clip did: messages and jobs are cleared sooner.
+    R"sql(
+ALTER TABLE clips ADD COLUMN activity TEXT NOT NULL DEFAULT '';
+ALTER TABLE clips ADD COLUMN reason TEXT NOT NULL DEFAULT '';
+ALTER TABLE jobs ADD COLUMN activity TEXT NOT NULL DEFAULT '';
 )sql",
 };
 

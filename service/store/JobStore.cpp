@@ -8,7 +8,7 @@ namespace krxservice {
 namespace {
 
 constexpr char kColumns[] =
-    "SELECT id, manual, path, profile, group_id, group_name, state, percent, message FROM jobs ";
+    "SELECT id, manual, path, profile, group_id, group_name, state, percent, message, activity FROM jobs ";
 
 } // namespace
 
@@ -24,9 +24,12 @@ void JobStore::read(const Statement& row, std::vector<JobRecord>& jobs)
     job.state = row.text(6);
     job.percent = static_cast<int>(row.number(7));
     job.message = row.text(8);
-    const auto live = m_percent.find(job.id);
-    if (live != m_percent.end() && job.state == jobstate::kRunning)
-        job.percent = live->second;
+    job.activity = row.text(9);
+    const auto live = m_live.find(job.id);
+    if (live != m_live.end() && job.state == jobstate::kRunning) {
+        job.percent = live->second.percent;
+        job.activity = live->second.activity;
+    }
     jobs.push_back(std::move(job));
 }
 
@@ -89,11 +92,13 @@ bool JobStore::move(const std::string& id, const std::vector<std::string>& from,
     const auto job = find(id);
     if (!job || std::find(from.begin(), from.end(), job->state) == from.end())
         return false;
-    m_percent.erase(id);
-    m_database.prepare("UPDATE jobs SET state=?, percent=?, message=? WHERE id=?")
+    m_live.erase(id);
+    const bool isNamed = to != jobstate::kCompleted && to != jobstate::kRunning;
+    m_database.prepare("UPDATE jobs SET state=?, percent=?, message=?, activity=? WHERE id=?")
         .bind(to)
         .bind(std::int64_t(to == jobstate::kCompleted ? 100 : 0))
         .bind(message)
+        .bind(isNamed ? job->activity : std::string())
         .bind(id)
         .run();
     transaction.commit();
@@ -103,13 +108,19 @@ bool JobStore::move(const std::string& id, const std::vector<std::string>& from,
 void JobStore::setPercent(const std::string& id, int percent)
 {
     const auto lock = m_database.lock();
-    m_percent[id] = percent;
+    m_live[id].percent = percent;
+}
+
+void JobStore::setActivity(const std::string& id, const std::string& name)
+{
+    const auto lock = m_database.lock();
+    m_live[id].activity = name;
 }
 
 bool JobStore::remove(const std::string& id)
 {
     const auto lock = m_database.lock();
-    m_percent.erase(id);
+    m_live.erase(id);
     m_database.prepare("DELETE FROM jobs WHERE id=?").bind(id).run();
     return m_database.changes() > 0;
 }

@@ -32,6 +32,9 @@ public:
     bool move(const std::string& id, const std::vector<std::string>& from, const std::string& to,
               const std::string& message = {});
     void setPercent(const std::string& id, int percent);
+    /// Names the action that runs. Like the progress it is kept in memory; where the job ends in it or waits
+    /// in it, it is stored.
+    void setActivity(const std::string& id, const std::string& name);
     bool remove(const std::string& id);
 
     /// Removes the jobs that were made for files of a folder.
@@ -42,10 +45,16 @@ public:
     void recover();
 
 private:
+    struct Live
+    {
+        int percent = 0;
+        std::string activity;
+    };
+
     void read(const Statement& row, std::vector<JobRecord>& jobs);
 
     Database& m_database;
-    std::map<std::string, int> m_percent; ///< guarded by the lock of the database
+    std::map<std::string, Live> m_live; ///< by id; guarded by the lock of the database
 };
 
 } // namespace krxservice

@@ -38,6 +38,7 @@ struct JobRecord
     std::string state;
     int percent = 0; ///< 0 or 100 in every final state
     std::string message;
+    std::string activity; ///< name of the action that runs, or in which it failed, was cancelled or waits
 };
 
 /// The words for the state of a job.

@@ -1,12 +1,10 @@
-#include "ClipFeed.h"
+#include "ClipLists.h"
 #include "ClipTable.h"
 #include "JobsPane.h"
 #include "MessageList.h"
 #include "ModelWatch.h"
 #include "NotReadyPane.h"
 #include "Notifier.h"
-#include "ServiceMonitor.h"
-#include "TestHttpServer.h"
 
 #include <QAbstractItemModelTester>
 #include <QAction>
@@ -26,6 +24,9 @@
 #include <QTreeWidget>
 
 namespace {
+
+using ClipLists::clipXml;
+using ClipLists::listXml;
 
 QString s(const char* text)
 {
@@ -53,26 +54,6 @@ ClipNews all(const QVector<ServiceClip>& clips)
 ClipNews some(const QVector<ServiceClip>& clips, int known)
 {
     return {false, clips, known};
-}
-
-QByteArray clipXml(const char* id, const char* state)
-{
-    return QByteArray("<clip><id>") + id + "</id><name>" + id + ".mov</name><path>/in/" + id +
-           ".mov</path><folderId>f1</folderId><state>" + state + "</state><reason>r</reason></clip>";
-}
-
-QByteArray listXml(int known, const QByteArray& clips, int version = 5)
-{
-    return "<clipList total=\"" + QByteArray::number(clips.count("<clip>")) + "\" known=\"" +
-           QByteArray::number(known) + "\" version=\"" + QByteArray::number(version) + "\">" + clips +
-           "</clipList>";
-}
-
-const QByteArray kChanges = "/KRXService/changes?since=";
-
-QByteArray clipsUrl(int since)
-{
-    return "/KRXService/clips?since=" + QByteArray::number(since) + "&offset=0&limit=1000";
 }
 
 QStringList column(const QAbstractItemModel& model, int column)
@@ -154,9 +135,11 @@ private slots:
             "<path>/in/a.mov</path><folderId>f1</folderId><profileID>p1</profileID><state>ACTING</state>"
             "<reason>Transcode: 40 %</reason><job>j1</job><activity>Transcode</activity>"
             "<percentComplete>40</percentComplete><since>2026-01-02T03:04:05.678Z</since>"
-            "<started>2026-01-02T03:04:05.000Z</started><settlesIn>1.5</settlesIn><new>x</new></clip>"
+            "<started>2026-01-02T03:04:05.000Z</started><took>61.5</took><settlesIn>1.5</settlesIn>"
+            "<new>x</new></clip>"
             "<clip><id>c2</id><jobId>j2</jobId><state>OFFERED</state></clip></clipList>",
-            news, total, version));
+            news, total, version,
+            {QDateTime(QDate(2026, 1, 2), QTime(3, 4, 10), Qt::UTC).toMSecsSinceEpoch(), 9000}));
         QCOMPARE(total, 7);
         QCOMPARE(news.known, 9);
         QCOMPARE(version, 12ULL);
@@ -166,9 +149,13 @@ private slots:
         QCOMPARE(first.percent, 40);
         QCOMPARE(first.activity, s("Transcode"));
         QCOMPARE(first.job(), s("j1"));
-        QCOMPARE(first.since.toUTC().time(), QTime(3, 4, 5, 678));
+        QCOMPARE(first.since, 4678);
+        QCOMPARE(first.started, 4000);
+        QCOMPARE(first.took, 61500);
         QVERIFY(!first.settles.isForever() && !first.settles.hasExpired());
         QCOMPARE(news.clips.at(1).job(), s("j2"));
+        QCOMPARE(news.clips.at(1).since, ClockReading::kUnknown);
+        QVERIFY(news.clips.at(1).took < 0);
         QVERIFY(news.clips.at(1).isOver() && !news.clips.at(1).isNotReady());
         QVERIFY(!serviceclip::read("<html/>", news, total, version));
         QVERIFY(!serviceclip::read("<clipList><clip>", news, total, version));
@@ -267,15 +254,16 @@ private slots:
     {
         ClipTable table;
         ServiceClip old = clip("a", ClipState::Offered);
-        old.started = QDateTime::currentDateTimeUtc().addSecs(-60);
+        old.started = -60000;
         ServiceClip late = clip("b", ClipState::Failed);
-        late.started = QDateTime::currentDateTimeUtc();
+        late.started = 0;
         ServiceClip waiting = clip("c", ClipState::Waiting);
-        waiting.since = late.started.addSecs(1);
-        table.apply(all({old, late, waiting}));
+        waiting.since = 1000;
+        // One of before the service's start is the oldest.
+        table.apply(all({clip("d", ClipState::Taken), old, late, waiting}));
         JobsPane pane(table);
         QCOMPARE(column(*pane.findChild<QTableView*>()->model(), ClipTable::Clip),
-                 (QStringList{s("c.mov"), s("b.mov"), s("a.mov")}));
+                 (QStringList{s("c.mov"), s("b.mov"), s("a.mov"), s("d.mov")}));
     }
     void whatCanBeDoneFollowsTheChosenRows()
     {
@@ -451,9 +439,56 @@ private slots:
         QVERIFY(told.settles.remainingTime() <= 3600000);
         ClipTable table;
         table.apply(all({told}));
-        // Work that ended before it began took no time that could be told.
+        // How long the work took is not what lies between two times of day.
         QCOMPARE(column(table, ClipTable::Took), QStringList{QString()});
         QVERIFY(!column(table, ClipTable::Started).at(0).isEmpty());
+    }
+    void timesAreShownByTheClockAsItIsSetNow_data()
+    {
+        QTest::addColumn<qint64>("jump");
+        QTest::newRow("not set") << qint64(0);
+        QTest::newRow("ten years on") << qint64(3650) * 86400 + 3600;
+        QTest::newRow("an hour back") << qint64(-3600);
+    }
+    void timesAreShownByTheClockAsItIsSetNow()
+    {
+        QFETCH(qint64, jump);
+        const QDateTime noon(QDate(2026, 1, 2), QTime(12, 0));
+        ClockReading now{noon.toMSecsSinceEpoch(), 5000000};
+        const auto passed = [&](qint64 seconds) {
+            now.wall += seconds * 1000;
+            now.steady += seconds * 1000;
+        };
+        const auto shown = [&](qint64 ago) {
+            return QDateTime::fromMSecsSinceEpoch(now.wall - ago * 1000).toString(s("HH:mm:ss"));
+        };
+        const auto readAt = [&](const char* id, const QDateTime& started) {
+            ClipNews news;
+            int total = 0;
+            quint64 version = 0;
+            const QByteArray more = "<started>" + started.toUTC().toString(Qt::ISODateWithMs).toUtf8() +
+                                    "</started><took>2.0</took></clip>";
+            serviceclip::read(listXml(1, clipXml(id, "FAILED").replace("</clip>", more)), news, total,
+                              version, now);
+            return news.clips.value(0);
+        };
+        ClipTable table;
+        table.setClocks([&] { return now; });
+        MessageList messages;
+        messages.setClocks([&] { return now; });
+        const ServiceClip first = readAt("first", noon.addSecs(-30));
+        messages.add(s("first"));
+        now.wall += jump * 1000;
+        passed(60);
+        const ServiceClip later = readAt("later", QDateTime::fromMSecsSinceEpoch(now.wall - 20000));
+        messages.add(s("later"));
+        table.apply(all({first, later}));
+        QCOMPARE(column(table, ClipTable::Started), (QStringList{shown(90), shown(20)}));
+        QCOMPARE(column(table, ClipTable::Took), (QStringList{s("2.0 s"), s("2.0 s")}));
+        QCOMPARE(column(messages, MessageList::Time), (QStringList{shown(0), shown(60)}));
+        JobsPane pane(table);
+        QCOMPARE(column(*pane.findChild<QTableView*>()->model(), ClipTable::Clip),
+                 (QStringList{s("later.mov"), s("first.mov")}));
     }
 
     void messagesStandNewestFirstAndGoWhenTheyNoLongerHold()
@@ -559,131 +594,6 @@ private slots:
         QDBusConnection::disconnectFromBus(s("hanging"));
         bus.kill();
         bus.waitForFinished();
-    }
-
-    void theFeedTellsAllClipsAndThenWhatChanges()
-    {
-        TestHttpServer server;
-        const ScopedConnectPort connect(server.port());
-        server.setReply("GET", kChanges + "0", 200,
-                        "<changes version=\"5\"><changed>clips</changed></changes>");
-        server.setReply("GET", clipsUrl(0), 200, listXml(1, clipXml("c1", "WAITING")));
-        server.setReply("GET", kChanges + "5", 200,
-                        "<changes version=\"6\"><changed>clips</changed><changed>jobs</changed></changes>");
-        server.setReply("GET", clipsUrl(5), 200, listXml(2, clipXml("c2", "FOUND"), 6));
-        server.setReply("GET", kChanges + "6", TestHttpServer::Reply::never());
-        ClipFeed feed;
-        QSignalSpy clips(&feed, &ClipFeed::clipsChanged);
-        QSignalSpy topics(&feed, &ClipFeed::changed);
-        QSignalSpy listening(&feed, &ClipFeed::listeningChanged);
-        QCOMPARE(server.requestCount(), 0);
-        feed.listen();
-        QTRY_COMPARE(clips.count(), 2);
-        QVERIFY(clips.at(0).at(0).value<ClipNews>().isWhole);
-        QVERIFY(!clips.at(1).at(0).value<ClipNews>().isWhole);
-        QCOMPARE(clips.at(1).at(0).value<ClipNews>().clips.at(0).id, s("c2"));
-        QTRY_COMPARE(topics.count(), 1);
-        QCOMPARE(topics.at(0).at(0).toStringList(), (QStringList{s("clips"), s("jobs")}));
-        QCOMPARE(listening.count(), 1);
-        QVERIFY(listening.at(0).at(0).toBool());
-        // What it waits for is cut short by its end.
-        QVERIFY(server.waitForRequests(5));
-    }
-    void aFeedThatCountsAnotherNumberReadsAllAgain()
-    {
-        TestHttpServer server;
-        const ScopedConnectPort connect(server.port());
-        server.setReply("GET", kChanges + "0", 200, "<changes version=\"5\"/>");
-        server.addReplyOnce(
-            "GET", clipsUrl(0),
-            TestHttpServer::Reply::xml(listXml(2, clipXml("c1", "TAKEN") + clipXml("c2", "TAKEN"))));
-        server.setReply("GET", kChanges + "5", 200,
-                        "<changes version=\"6\"><changed>clips</changed></changes>");
-        server.setReply("GET", clipsUrl(5), 200, listXml(1, clipXml("c2", "TAKEN"), 6));
-        server.setReply("GET", clipsUrl(0), 200, listXml(1, clipXml("c2", "TAKEN"), 6));
-        server.setReply("GET", kChanges + "6", TestHttpServer::Reply::never());
-        ClipFeed feed;
-        QSignalSpy clips(&feed, &ClipFeed::clipsChanged);
-        feed.listen();
-        QTRY_COMPARE(clips.count(), 2);
-        QVERIFY(clips.at(1).at(0).value<ClipNews>().isWhole);
-        QCOMPARE(clips.at(1).at(0).value<ClipNews>().clips.size(), 1);
-    }
-    void aServiceThatKnowsNoChangesIsAskedAgainOnlyWhenTold()
-    {
-        TestHttpServer server;
-        const ScopedConnectPort connect(server.port());
-        ClipFeed feed;
-        QSignalSpy listening(&feed, &ClipFeed::listeningChanged);
-        feed.listen();
-        QVERIFY(server.waitForRequests(1));
-        feed.listen();
-        QVERIFY(server.waitForRequests(2));
-        QCOMPARE(listening.count(), 0);
-    }
-    void aServiceThatGoesWhileItIsListenedToIsNoticed()
-    {
-        TestHttpServer server;
-        const ScopedConnectPort connect(server.port());
-        server.setReply("GET", kChanges + "0", 200, "<changes version=\"5\"/>");
-        server.setReply("GET", clipsUrl(0), 200, listXml(0, {}));
-        server.setReply("GET", kChanges + "5", TestHttpServer::Reply::never());
-        ClipFeed feed;
-        QSignalSpy listening(&feed, &ClipFeed::listeningChanged);
-        feed.listen();
-        QVERIFY(server.waitForRequests(3));
-        QTRY_COMPARE(listening.count(), 1);
-        server.setReply("GET", kChanges + "5", TestHttpServer::Reply::bare(500));
-        server.dropConnections();
-        QTRY_COMPARE(listening.count(), 2);
-        QVERIFY(!listening.at(1).at(0).toBool());
-    }
-
-    void jobsAreCancelledAndTriedAgainOneByOne()
-    {
-        TestHttpServer server;
-        const ScopedConnectPort connect(server.port());
-        server.setReply("PUT", "/KRXService/jobs/j1", 200, "<jobInfo/>");
-        server.setReply("PUT", "/KRXService/jobs/j2", TestHttpServer::Reply::text(409, "is COMPLETED"));
-        server.setReply("PUT", "/KRXService/jobs/j3", 200, "<jobInfo/>");
-        ServiceMonitor monitor(10000);
-        QSignalSpy failed(&monitor, &ServiceMonitor::commandFailed);
-        QSignalSpy reported(&monitor, &ServiceMonitor::reported);
-        monitor.start();
-        QTRY_COMPARE(reported.count(), 1);
-        monitor.cancelTheseJobs({s("j1"), s("j2"), s("j3")});
-        QTRY_COMPARE(failed.count(), 1);
-        QCOMPARE(server.requestCount("PUT", "/KRXService/jobs/j3"), 1);
-        monitor.retryTheseJobs({s("j1")});
-        QTRY_COMPARE(server.requestCount("PUT", "/KRXService/jobs/j1"), 2);
-        QStringList bodies;
-        for (const auto& request : server.requests()) {
-            if (request.target == "/KRXService/jobs/j1")
-                bodies << QString::fromUtf8(request.body);
-        }
-        QVERIFY(bodies.at(0).contains(s("<state>CANCELLED</state>")));
-        QVERIFY(bodies.at(1).contains(s("<state>SUBMITTED</state>")));
-    }
-    void whoHearsOfChangesAsksSeldomButAtOnceWhenTold()
-    {
-        TestHttpServer server;
-        const ScopedConnectPort connect(server.port());
-        server.setReply("GET", "/KRXService/activity", 200,
-                        "<activity><status>StatusIdle</status></activity>");
-        ServiceMonitor monitor(10);
-        QSignalSpy reported(&monitor, &ServiceMonitor::reported);
-        monitor.start();
-        monitor.setHeardOfChanges(true);
-        QTRY_VERIFY(reported.count() >= 1);
-        const int before = reported.count();
-        for (int i = 0; i < 50; ++i)
-            monitor.askNow();
-        QTRY_VERIFY(reported.count() > before);
-        // Fifty wishes are not fifty questions.
-        QVERIFY(reported.count() < before + 25);
-        const int settled = reported.count();
-        monitor.setHeardOfChanges(false);
-        QTRY_VERIFY(reported.count() > settled + 3);
     }
 };
 

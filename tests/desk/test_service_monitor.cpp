@@ -1,3 +1,5 @@
+#include "ClipFeed.h"
+#include "ClipLists.h"
 #include "ServiceMonitor.h"
 #include "TestHttpServer.h"
 
@@ -12,10 +14,24 @@
 
 namespace {
 
+using ClipLists::clipXml;
+using ClipLists::listXml;
+
+QString s(const char* text)
+{
+    return QString::fromUtf8(text);
+}
+
 constexpr int kInterval = 10;
 const QByteArray kActivity = "/KRXService/activity";
 const QByteArray kJobs = "/KRXService/jobs";
 
+const QByteArray kChanges = "/KRXService/changes?since=";
+
+QByteArray clipsUrl(int since)
+{
+    return "/KRXService/clips?since=" + QByteArray::number(since) + "&offset=0&limit=1000";
+}
 QStringList twelveFiles()
 {
     QStringList files;
@@ -232,6 +248,135 @@ private slots:
     {
         ServiceMonitor monitor(kInterval);
         monitor.askNow();
+    }
+
+    void theFeedTellsAllClipsAndThenWhatChanges()
+    {
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        server.setReply("GET", kChanges + "0", 200,
+                        "<changes version=\"5\"><changed>clips</changed></changes>");
+        server.setReply("GET", clipsUrl(0), 200, listXml(1, clipXml("c1", "WAITING")));
+        server.setReply("GET", kChanges + "5", 200,
+                        "<changes version=\"6\"><changed>clips</changed><changed>jobs</changed></changes>");
+        server.setReply("GET", clipsUrl(5), 200, listXml(2, clipXml("c2", "FOUND"), 6));
+        server.setReply("GET", kChanges + "6", TestHttpServer::Reply::never());
+        ClipFeed feed;
+        QSignalSpy clips(&feed, &ClipFeed::clipsChanged);
+        QSignalSpy topics(&feed, &ClipFeed::changed);
+        QSignalSpy listening(&feed, &ClipFeed::listeningChanged);
+        QCOMPARE(server.requestCount(), 0);
+        feed.listen();
+        QTRY_COMPARE(clips.count(), 2);
+        QVERIFY(clips.at(0).at(0).value<ClipNews>().isWhole);
+        QVERIFY(!clips.at(1).at(0).value<ClipNews>().isWhole);
+        QCOMPARE(clips.at(1).at(0).value<ClipNews>().clips.at(0).id, s("c2"));
+        QTRY_COMPARE(topics.count(), 1);
+        QCOMPARE(topics.at(0).at(0).toStringList(), (QStringList{s("clips"), s("jobs")}));
+        QCOMPARE(listening.count(), 1);
+        QVERIFY(listening.at(0).at(0).toBool());
+        // What it waits for is cut short by its end.
+        QVERIFY(server.waitForRequests(5));
+    }
+
+    void aFeedThatCountsAnotherNumberReadsAllAgain()
+    {
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        server.setReply("GET", kChanges + "0", 200, "<changes version=\"5\"/>");
+        server.addReplyOnce(
+            "GET", clipsUrl(0),
+            TestHttpServer::Reply::xml(listXml(2, clipXml("c1", "TAKEN") + clipXml("c2", "TAKEN"))));
+        server.setReply("GET", kChanges + "5", 200,
+                        "<changes version=\"6\"><changed>clips</changed></changes>");
+        server.setReply("GET", clipsUrl(5), 200, listXml(1, clipXml("c2", "TAKEN"), 6));
+        server.setReply("GET", clipsUrl(0), 200, listXml(1, clipXml("c2", "TAKEN"), 6));
+        server.setReply("GET", kChanges + "6", TestHttpServer::Reply::never());
+        ClipFeed feed;
+        QSignalSpy clips(&feed, &ClipFeed::clipsChanged);
+        feed.listen();
+        QTRY_COMPARE(clips.count(), 2);
+        QVERIFY(clips.at(1).at(0).value<ClipNews>().isWhole);
+        QCOMPARE(clips.at(1).at(0).value<ClipNews>().clips.size(), 1);
+    }
+
+    void aServiceThatKnowsNoChangesIsAskedAgainOnlyWhenTold()
+    {
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        ClipFeed feed;
+        QSignalSpy listening(&feed, &ClipFeed::listeningChanged);
+        feed.listen();
+        QVERIFY(server.waitForRequests(1));
+        feed.listen();
+        QVERIFY(server.waitForRequests(2));
+        QCOMPARE(listening.count(), 0);
+    }
+
+    void aServiceThatGoesWhileItIsListenedToIsNoticed()
+    {
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        server.setReply("GET", kChanges + "0", 200, "<changes version=\"5\"/>");
+        server.setReply("GET", clipsUrl(0), 200, listXml(0, {}));
+        server.setReply("GET", kChanges + "5", TestHttpServer::Reply::never());
+        ClipFeed feed;
+        QSignalSpy listening(&feed, &ClipFeed::listeningChanged);
+        feed.listen();
+        QVERIFY(server.waitForRequests(3));
+        QTRY_COMPARE(listening.count(), 1);
+        server.setReply("GET", kChanges + "5", TestHttpServer::Reply::bare(500));
+        server.dropConnections();
+        QTRY_COMPARE(listening.count(), 2);
+        QVERIFY(!listening.at(1).at(0).toBool());
+    }
+
+    void jobsAreCancelledAndTriedAgainOneByOne()
+    {
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        server.setReply("PUT", "/KRXService/jobs/j1", 200, "<jobInfo/>");
+        server.setReply("PUT", "/KRXService/jobs/j2", TestHttpServer::Reply::text(409, "is COMPLETED"));
+        server.setReply("PUT", "/KRXService/jobs/j3", 200, "<jobInfo/>");
+        ServiceMonitor monitor(10000);
+        QSignalSpy failed(&monitor, &ServiceMonitor::commandFailed);
+        QSignalSpy reported(&monitor, &ServiceMonitor::reported);
+        monitor.start();
+        QTRY_COMPARE(reported.count(), 1);
+        monitor.cancelTheseJobs({s("j1"), s("j2"), s("j3")});
+        QTRY_COMPARE(failed.count(), 1);
+        QCOMPARE(server.requestCount("PUT", "/KRXService/jobs/j3"), 1);
+        monitor.retryTheseJobs({s("j1")});
+        QTRY_COMPARE(server.requestCount("PUT", "/KRXService/jobs/j1"), 2);
+        QStringList bodies;
+        for (const auto& request : server.requests()) {
+            if (request.target == "/KRXService/jobs/j1")
+                bodies << QString::fromUtf8(request.body);
+        }
+        QVERIFY(bodies.at(0).contains(s("<state>CANCELLED</state>")));
+        QVERIFY(bodies.at(1).contains(s("<state>SUBMITTED</state>")));
+    }
+
+    void whoHearsOfChangesAsksSeldomButAtOnceWhenTold()
+    {
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        server.setReply("GET", "/KRXService/activity", 200,
+                        "<activity><status>StatusIdle</status></activity>");
+        ServiceMonitor monitor(10);
+        QSignalSpy reported(&monitor, &ServiceMonitor::reported);
+        monitor.start();
+        monitor.setHeardOfChanges(true);
+        QTRY_VERIFY(reported.count() >= 1);
+        const int before = reported.count();
+        for (int i = 0; i < 50; ++i)
+            monitor.askNow();
+        QTRY_VERIFY(reported.count() > before);
+        // Fifty wishes are not fifty questions.
+        QVERIFY(reported.count() < before + 25);
+        const int settled = reported.count();
+        monitor.setHeardOfChanges(false);
+        QTRY_VERIFY(reported.count() > settled + 3);
     }
 
 private:

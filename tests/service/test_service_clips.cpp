@@ -1,10 +1,6 @@
-#include "PipelineBench.h"
 #include "ServiceStage.h"
 
-#include "app/FolderDetails.h"
-#include "store/ChangeBoard.h"
 #include "store/ClipBook.h"
-#include "store/JobStore.h"
 #include "watch/WatchedFolder.h"
 
 #include <QProcess>
@@ -12,41 +8,14 @@
 
 #include <future>
 
+using namespace krxservice;
+
 namespace {
 
 QString s(const char* text)
 {
     return QString::fromUtf8(text);
 }
-
-/// A book beside a pipeline.
-struct Shelf : PipelineBench
-{
-    ChangeBoard board;
-    JobStore jobs{database};
-    std::unique_ptr<ClipBook> book = std::make_unique<ClipBook>(database, board);
-
-    ~Shelf() { book.reset(); }
-    std::vector<ClipEntry> all(const ClipBook::Question& question = {}) const
-    {
-        return book->list(question).clips;
-    }
-    ClipEntry only() const { return all().size() == 1 ? all().front() : ClipEntry(); }
-    bool isAt(ClipStage stage) const { return only().news.stage == stage && only().path == "/in/a.mov"; }
-};
-
-/// What a listener of the board was told, once it was.
-struct Ear
-{
-    std::promise<ChangeBoard::News> told;
-    std::future<ChangeBoard::News> news = told.get_future();
-
-    ChangeBoard::Listener listener()
-    {
-        return [this](const ChangeBoard::News& what) { told.set_value(what); };
-    }
-    bool hears() { return news.wait_for(std::chrono::seconds(20)) == std::future_status::ready; }
-};
 
 } // namespace
 
@@ -80,242 +49,6 @@ class TestServiceClips : public QObject
 
 private slots:
     void initTestCase() { QVERIFY(m_stage.begin()); }
-
-    void aBoardTellsWhatChangedSinceAVersion()
-    {
-        ChangeBoard board;
-        const auto start = board.version();
-        QVERIFY(board.since(start).topics.empty());
-        board.changed(Topic::Jobs);
-        QVERIFY(board.version() > start);
-        QCOMPARE(board.since(start).topics, std::vector<Topic>{Topic::Jobs});
-        const auto later = board.version();
-        board.changed(Topic::Errors);
-        QCOMPARE(board.since(later).topics, std::vector<Topic>{Topic::Errors});
-        QCOMPARE(board.since(start).topics, (std::vector<Topic>{Topic::Jobs, Topic::Errors}));
-        QCOMPARE(board.since(start).version, board.version());
-    }
-    void aVersionOfAnotherRunIsToldEverything_data()
-    {
-        QTest::addColumn<bool>("isOlder");
-        QTest::newRow("of a run before") << true;
-        QTest::newRow("greater than any of this one") << false;
-    }
-    void aVersionOfAnotherRunIsToldEverything()
-    {
-        QFETCH(bool, isOlder);
-        ChangeBoard board;
-        const auto foreign = isOlder ? board.version() - 1 : board.version() + 1;
-        QCOMPARE(board.since(foreign).topics.size(), ChangeBoard::kTopics);
-        Ear ear;
-        board.wait(foreign, std::chrono::hours(1), ear.listener());
-        QVERIFY(ear.hears());
-    }
-    void aListenerIsToldOfAChangeAtOnceOrOfNoneInTheEnd()
-    {
-        ChangeBoard board;
-        Ear changed;
-        board.wait(board.version(), std::chrono::hours(1), changed.listener());
-        board.changed(Topic::Folders);
-        QVERIFY(changed.hears());
-        QCOMPARE(changed.news.get().topics, std::vector<Topic>{Topic::Folders});
-        Ear silent;
-        board.wait(board.version(), std::chrono::milliseconds(1), silent.listener());
-        QVERIFY(silent.hears());
-        QVERIFY(silent.news.get().topics.empty());
-    }
-    void theListOfFoldersIsMadeAgainOnlyWhenSomethingInItChanged()
-    {
-        Shelf shelf;
-        FolderDetails details(shelf.folders, shelf.outputs, shelf.board);
-        const auto first = details.text();
-        QVERIFY(first->find("<path>/in<") != std::string::npos);
-        shelf.errors.add("A message changes nothing in it.");
-        QCOMPARE(details.text(), first);
-
-        auto folder = *shelf.folders.find("f000001");
-        folder.profile = "p1";
-        QVERIFY(shelf.folders.update(folder));
-        const auto updated = details.text();
-        QVERIFY(updated != first && updated->find(">p1<") != std::string::npos);
-        QCOMPARE(details.text(), updated);
-
-        const std::string name = OutputArea::fileName(7, "/in/a.mov");
-        QCOMPARE(shelf.outputs.prepare("f000001", name, "<xel/>"), std::string());
-        QCOMPARE(shelf.outputs.publish("f000001", name), std::string());
-        const auto offered = details.text();
-        QVERIFY(offered->find(name) != std::string::npos);
-        QCOMPARE(details.text(), offered);
-        QVERIFY(QFile::remove(QString::fromStdString(shelf.outputs.path("f000001", name))));
-        QCOMPARE(*details.text(), *updated);
-
-        FolderRecord other;
-        other.path = other.canonical = "/other";
-        const auto id = shelf.folders.create(other);
-        QVERIFY(id && details.text()->find("<path>/other<") != std::string::npos);
-        QVERIFY(shelf.folders.remove(*id));
-        QCOMPARE(*details.text(), *updated);
-    }
-    void theListOfFoldersIsMadeAgainAfterTheDatabaseWas()
-    {
-        Shelf shelf;
-        FolderDetails details(shelf.folders, shelf.outputs, shelf.board);
-        const auto before = details.text();
-        shelf.database.rebuild();
-        const auto after = details.text();
-        QVERIFY(after != before);
-        QCOMPARE(*after, *before);
-    }
-    void nobodyWaitsBeyondTheEnd()
-    {
-        Ear before;
-        Ear after;
-        ChangeBoard board;
-        board.wait(board.version(), std::chrono::hours(1), before.listener());
-        board.endWaits();
-        QVERIFY(before.hears());
-        board.wait(board.version(), std::chrono::hours(1), after.listener());
-        QVERIFY(after.hears());
-    }
-    void theBookFollowsTheDatabase()
-    {
-        Shelf shelf;
-        const ClipRecord record = shelf.begin("/in/a.mov");
-        QVERIFY(shelf.isAt(ClipStage::Acting));
-        QCOMPARE(shelf.only().owner, std::string("f000001"));
-        const std::string id = shelf.only().id;
-        const auto version = shelf.board.version();
-        QVERIFY(shelf.clips.publish(record.id));
-        QCOMPARE(shelf.board.since(version).topics, std::vector<Topic>{Topic::Clips});
-        QVERIFY(shelf.isAt(ClipStage::Publishing));
-        QVERIFY(shelf.clips.offer(record.id));
-        QVERIFY(shelf.isAt(ClipStage::Offered));
-        shelf.clips.take({{record.owner, record.id}});
-        QVERIFY(shelf.isAt(ClipStage::Taken));
-        QCOMPARE(shelf.only().id, id);
-        QVERIFY(shelf.only().started != 0 && shelf.only().ended >= shelf.only().started);
-        shelf.clips.forget(record.id);
-        QVERIFY(shelf.isAt(ClipStage::Gone));
-    }
-    void whatWasRolledBackIsNotTold()
-    {
-        Shelf shelf;
-        const ClipRecord record = shelf.begin("/in/a.mov");
-        QVERIFY(shelf.isAt(ClipStage::Acting));
-        {
-            Transaction transaction(shelf.database);
-            shelf.clips.fail(record.id);
-        }
-        QVERIFY(shelf.isAt(ClipStage::Acting));
-    }
-    void whatIsToldOfAFileCountsUntilTheDatabaseKnowsMore()
-    {
-        Shelf shelf;
-        shelf.book->tell("f000001", "/in/a.mov", {ClipStage::Settling, "Stands still", {}, 0, 2});
-        QVERIFY(shelf.isAt(ClipStage::Settling));
-        QVERIFY(shelf.only().news.settlesIn > 0 && shelf.only().news.settlesIn <= 2);
-        const std::string id = shelf.only().id;
-        shelf.book->tell("f000001", "/in/a.mov", {ClipStage::Waiting, "Waits for a worker"});
-        QCOMPARE(shelf.only().news.reason, std::string("Waits for a worker"));
-        const ClipRecord record = shelf.begin("/in/a.mov");
-        shelf.book->tellProgress("f000001", "/in/a.mov", "Transcode", 40);
-        QVERIFY(shelf.isAt(ClipStage::Acting));
-        QCOMPARE(shelf.only().news.percent, 40);
-        QCOMPARE(shelf.only().news.activity, std::string("Transcode"));
-        shelf.clips.fail(record.id);
-        QVERIFY(shelf.isAt(ClipStage::Failed));
-        shelf.book->tellReason("f000001", "/in/a.mov", "The disk is full");
-        QCOMPARE(shelf.only().news.reason, std::string("The disk is full"));
-        // Somebody writes to the file once more.
-        shelf.book->tell("f000001", "/in/a.mov", {ClipStage::Growing, "Grows"});
-        QVERIFY(shelf.isAt(ClipStage::Growing));
-        QCOMPARE(shelf.only().id, id);
-    }
-    void aFileOfWhichNobodyHeardIsNotGone()
-    {
-        Shelf shelf;
-        shelf.book->tell("f000001", "/in/a.mov", {ClipStage::Gone, "Gone"});
-        QVERIFY(shelf.all().empty());
-    }
-    void whatIsCalledOffIsNotOnItsWayAnyMore()
-    {
-        Shelf shelf;
-        shelf.clips.offer(shelf.begin("/in/a.mov").id);
-        shelf.book->tell("f000001", "/in/b.mov", {ClipStage::Waiting, "Waits"});
-        shelf.book->tell("f000001", "/in/c.mov", {ClipStage::Waiting, "Waits"});
-        shelf.book->tell("f000002", "/in/b.mov", {ClipStage::Waiting, "Waits"});
-        shelf.book->forgetUnfinished("f000001", "/in/b.mov");
-        QCOMPARE(shelf.all().size(), std::size_t(3));
-        shelf.book->forgetUnfinished("f000001");
-        QCOMPARE(shelf.all().size(), std::size_t(2));
-        shelf.book->forgetAll("f000001");
-        QCOMPARE(shelf.only().owner, std::string("f000002"));
-    }
-    void aNewBookTellsWhatWasAndWhy()
-    {
-        Shelf shelf;
-        JobRecord job;
-        job.state = jobstate::kRunning;
-        job.groupId = "f000001";
-        const std::string id = shelf.jobs.create(job);
-        const ClipRecord failed = shelf.begin("/in/failed.mov");
-        shelf.clips.setJob(failed.id, id);
-        shelf.jobs.move(id, {jobstate::kRunning}, jobstate::kFailed, "The disk is full");
-        shelf.clips.fail(failed.id);
-        ClipRecord rejected;
-        rejected.owner = "f000001";
-        rejected.path = "/in/text.txt";
-        rejected.checksum = "x";
-        shelf.clips.reject(rejected);
-        shelf.errors.add(ErrorStore::refusedStart("/in/text.txt") + "it is a text");
-        shelf.book.reset();
-        shelf.book = std::make_unique<ClipBook>(shelf.database, shelf.board);
-        const auto clips = shelf.all();
-        QCOMPARE(clips.size(), std::size_t(2));
-        QCOMPARE(clips[0].news.stage, ClipStage::Failed);
-        QCOMPARE(clips[0].news.reason, std::string("The disk is full"));
-        QCOMPARE(clips[0].news.job, id);
-        QCOMPARE(clips[0].since, std::int64_t(0));
-        QCOMPARE(clips[1].news.stage, ClipStage::Rejected);
-        QCOMPARE(clips[1].news.reason, std::string("it is a text"));
-    }
-    void theLatestTenThousandAreKeptAndAllThatAreOnTheirWay()
-    {
-        Shelf shelf;
-        shelf.book->tell("f000001", "/in/first", {ClipStage::Waiting, "Waits"});
-        const auto most = static_cast<int>(ClipBook::kMostClips);
-        for (int i = 0; i < most + 5; ++i) {
-            const std::string path = "/in/" + std::to_string(i);
-            shelf.book->tell("f000001", path, {ClipStage::Waiting, "Waits"});
-            shelf.book->tell("f000001", path, {ClipStage::Rejected, "Is a text"});
-        }
-        ClipBook::Question question;
-        question.limit = 3;
-        const auto answer = shelf.book->list(question);
-        QCOMPARE(answer.total, ClipBook::kMostClips);
-        QCOMPARE(answer.clips[0].path, std::string("/in/first"));
-        QCOMPARE(answer.clips[1].path, std::string("/in/6"));
-    }
-    void aListIsMadeOfPages()
-    {
-        Shelf shelf;
-        for (const char* name : {"/in/a", "/in/b", "/in/c", "/in/d"})
-            shelf.book->tell("f000001", name, {ClipStage::Waiting, "Waits"});
-        shelf.book->tell("f000001", "/in/b", {ClipStage::Failed, "Broken"});
-        ClipBook::Question question;
-        question.stages = {ClipStage::Waiting};
-        question.offset = 1;
-        question.limit = 1;
-        auto answer = shelf.book->list(question);
-        QCOMPARE(answer.total, std::size_t(3));
-        QCOMPARE(answer.clips.size(), std::size_t(1));
-        QCOMPARE(answer.clips[0].path, std::string("/in/c"));
-        ClipBook::Question newer;
-        newer.since = answer.version;
-        QVERIFY(shelf.book->list(newer).clips.empty());
-        shelf.book->tell("f000001", "/in/d", {ClipStage::Failed, "Broken"});
-        QCOMPARE(shelf.book->list(newer).clips.size(), std::size_t(1));
-    }
 
     void everyClipIsListedWithItsState()
     {
@@ -501,14 +234,75 @@ private slots:
         watched.endReading();
         QCOMPARE(last.stage, ClipStage::Gone);
     }
-    void whatIsWithdrawnIsForgottenUnlessTheDatabaseKnowsIt()
+    void aFailedClipNamesItsActionAndReasonAlsoAfterARestart()
     {
-        Shelf shelf;
-        shelf.book->tell("f000001", "/in/b.0002.dpx", {ClipStage::Growing, "Grows"});
-        QCOMPARE(shelf.only().path, std::string("/in/b.0002.dpx"));
-        shelf.book->withdraw("f000001", "/in/b.0002.dpx");
-        shelf.book->withdraw("f000001", "/in/nobody");
-        QVERIFY(shelf.all().empty());
+        ServiceStage stage;
+        const QString inTheWay = stage.folder.filePath(s("in the way"));
+        QFile file(inTheWay);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        const QString good = stage.folder.filePath(s("good"));
+        QVERIFY(QDir().mkpath(good));
+        const auto copyTo = [](const char* name, const QString& path) -> QByteArray {
+            return QByteArray("<activity id=\"copy\" name=\"") + name +
+                   "\"><destinationDetail><filesystemPath>" + path.toUtf8() +
+                   "</filesystemPath></destinationDetail></activity>";
+        };
+        QVERIFY(stage.begin(copyTo("To the archive", good) + copyTo("To the cutter", inTheWay)));
+        QVERIFY(!stage.drop(s("a.wav")).isEmpty());
+        const QString single = stage.folder.filePath(s("single.wav"));
+        QVERIFY(QFile::copy(TestMedia::file(s("sound.wav")), single));
+        const Reply job = stage.service->post(
+            "jobs", ModuleDocument::submitJob(single, stage.service->profileId(s("Copying"))));
+        QCOMPARE(job.status, 201);
+        const auto failed = [&] { return stage.service->get("clips?state=FAILED"); };
+        QTRY_COMPARE_WITH_TIMEOUT(failed().texts(s("name")).size(), 2, kStagePatience);
+        const QStringList actions{s("To the cutter"), s("To the cutter")};
+        const QStringList reasons = failed().texts(s("reason"));
+        QVERIFY2(reasons.filter(inTheWay).size() == 2, qPrintable(reasons.join(QLatin1Char('\n'))));
+        QCOMPARE(failed().texts(s("activity")), actions);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->get("jobs/status").texts(s("activity")), actions,
+                                  kStagePatience);
+        QCOMPARE(failed().texts(s("took")).size(), 2);
+        QCOMPARE(complaint(failed().body), QByteArray());
+        // Nobody needs to keep the messages for it.
+        stage.service->get("errors?clear=true");
+        QCOMPARE(stage.service->terminate(), 0);
+        QVERIFY(stage.again());
+        QCOMPARE(failed().texts(s("activity")), actions);
+        QStringList after = failed().texts(s("reason"));
+        after.sort();
+        QStringList before = reasons;
+        before.sort();
+        QCOMPARE(after, before);
+        QCOMPARE(stage.service->get("jobs/status").texts(s("activity")), actions);
+        // How long it took was known to the one that did it.
+        QVERIFY(failed().texts(s("took")).isEmpty() && failed().texts(s("started")).isEmpty());
+        // What is tried again has no action that failed.
+        QVERIFY(file.remove() && QDir().mkpath(inTheWay));
+        QCOMPARE(stage.service
+                     ->put("jobs/" + failed().text(s("job")).toUtf8(),
+                           "<jobStatus><state>SUBMITTED</state></jobStatus>")
+                     .status,
+                 200);
+        QTRY_COMPARE_WITH_TIMEOUT(failed().texts(s("name")).size(), 1, kStagePatience);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.service->get("clips?state=OFFERED").texts(s("name")),
+                                  QStringList{s("a.wav")}, kStagePatience);
+        QVERIFY(stage.service->get("clips?state=OFFERED").texts(s("activity")).isEmpty());
+    }
+    void whyAFileIsNoMediaIsKnownAfterARestart()
+    {
+        ServiceStage stage;
+        QVERIFY(stage.begin());
+        QFile text(stage.watch + s("/notes.doc"));
+        QVERIFY(text.open(QIODevice::WriteOnly) && text.write("no media") > 0);
+        text.close();
+        const auto rejected = [&] { return stage.service->get("clips?state=REJECTED").text(s("reason")); };
+        QTRY_VERIFY_WITH_TIMEOUT(!rejected().isEmpty(), kStagePatience);
+        const QString reason = rejected();
+        stage.service->get("errors?clear=true");
+        QCOMPARE(stage.service->terminate(), 0);
+        QVERIFY(stage.again());
+        QCOMPARE(rejected(), reason);
     }
     void aFailureThatIsTriedAgainIsNoMessageAnyMore()
     {

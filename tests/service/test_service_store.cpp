@@ -541,7 +541,9 @@ private slots:
             ClipStore clips(database);
             FolderStore(database).create(folder("/media/watch"));
             QVERIFY(begun(clips, clip("f000001", "/media/watch/a", "c")) > 0);
-            database.execute("DROP TABLE copied; ALTER TABLE clips DROP COLUMN made; PRAGMA user_version=2");
+            database.execute("ALTER TABLE jobs DROP COLUMN activity; ALTER TABLE clips DROP COLUMN reason; "
+                             "ALTER TABLE clips DROP COLUMN activity; DROP TABLE copied; "
+                             "ALTER TABLE clips DROP COLUMN made; PRAGMA user_version=2");
         }
         Database database(name);
         ClipStore clips(database);
@@ -562,7 +564,8 @@ private slots:
             QTest::addRow("%d", version) << version;
     }
     /// Dumps of databases that a service left behind in the middle of its work: of that version, or, where
-    /// the next one only added a table, of that without it. A new version needs one of its own.
+    /// the next one only added a table or columns, of a neighbour without or with them. A new version needs
+    /// one of its own.
     void everyFormerVersionIsOpened()
     {
         QFETCH(int, version);
@@ -589,6 +592,12 @@ private slots:
             const auto histories = HistoryStore(database).waiting();
             QCOMPARE(histories.size(), std::size_t(version >= 4 ? 1 : 0));
             QVERIFY(histories.empty() || histories.front().clips == 2);
+            Statement row = database.prepare("SELECT activity, reason<>'' FROM clips WHERE state='failed'");
+            QVERIFY(row.step());
+            QCOMPARE(row.text(0), std::string(version >= 5 ? "Transcode 1" : ""));
+            QCOMPARE(row.number(1), std::int64_t(version >= 5));
+            const auto jobs = JobStore(database).list(false);
+            QCOMPARE(jobs.front().activity, std::string(version >= 5 ? "Transcode 1" : ""));
         }
         // Now it is one of the present version.
         QCOMPARE(Database(name, Database::Mode::Look).problem(), std::string());

@@ -30,11 +30,6 @@ QString sentence(QString text)
     return text;
 }
 
-qint64 tookOf(const ServiceClip& clip)
-{
-    return clip.started.isValid() && clip.ended.isValid() ? clip.started.msecsTo(clip.ended) : -1;
-}
-
 } // namespace
 
 ClipTable::ClipTable(QObject* parent)
@@ -157,10 +152,9 @@ QString ClipTable::text(const ServiceClip& clip, int column) const
     case Reason:
         return sentence(clip.reason);
     case Started:
-        return clip.started.isValid() ? clip.started.toLocalTime().toString(QStringLiteral("HH:mm:ss"))
-                                      : QString();
+        return m_clocks().onTheWall(clip.started).toString(QStringLiteral("HH:mm:ss"));
     case Took:
-        return tookOf(clip) >= 0 ? duration(tookOf(clip)) : QString();
+        return clip.took >= 0 ? duration(clip.took) : QString();
     default:
         return {};
     }
@@ -175,9 +169,9 @@ QVariant ClipTable::sortValue(const ServiceClip& clip, int column) const
         return int(clip.state);
     case Started:
         // What has not begun yet comes behind what has.
-        return clip.started.isValid() ? clip.started : clip.since;
+        return clip.started == ClockReading::kUnknown ? clip.since : clip.started;
     case Took:
-        return tookOf(clip);
+        return clip.took;
     default:
         return text(clip, column);
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ClockReading.h"
 #include "DeskApi.h"
 #include "ServiceClip.h"
 
@@ -30,6 +31,8 @@ public:
     explicit ClipTable(QObject* parent = nullptr);
 
     void apply(const ClipNews& news);
+    /// Where the time of day comes from that moments are shown by; that of this machine unless told.
+    void setClocks(const Clocks& clocks) { m_clocks = clocks; }
     /// The names of folders and profiles by their ids.
     void setNames(const QHash<QString, QString>& folders, const QHash<QString, QString>& profiles);
     /// Takes what is over out of the table for good.
@@ -54,6 +57,7 @@ private:
     void replaceAll(const QVector<ServiceClip>& clips);
     void tellChanged(QVector<int> rows);
 
+    Clocks m_clocks = &ClockReading::now;
     QVector<ServiceClip> m_clips;
     QHash<QString, int> m_rows; ///< by id
     QHash<QString, QString> m_folders;

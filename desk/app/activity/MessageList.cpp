@@ -91,7 +91,7 @@ void MessageList::setFolders(const QStringList& paths)
 
 void MessageList::insert(const QString& text, bool isService)
 {
-    Message message{QDateTime::currentDateTime(), text, isService, {}, {}};
+    Message message{m_clocks().steady, text, isService, {}, {}};
     place(message);
     beginInsertRows(QModelIndex(), 0, 0);
     m_messages.prepend(message);
@@ -155,7 +155,7 @@ QVariant MessageList::data(const QModelIndex& index, int role) const
     const auto text = [&]() -> QString {
         switch (index.column()) {
         case Time:
-            return message.time.toString(QStringLiteral("HH:mm:ss"));
+            return m_clocks().onTheWall(message.time).toString(QStringLiteral("HH:mm:ss"));
         case Folder:
             return message.folder.mid(message.folder.lastIndexOf(QLatin1Char('/')) + 1);
         case Clip:

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "ClockReading.h"
+
 #include <QAbstractTableModel>
-#include <QDateTime>
 #include <QStringList>
 #include <QVector>
 
@@ -16,6 +17,9 @@ public:
     static constexpr int kMostMessages = 2000; ///< of the desk; the oldest go
 
     explicit MessageList(QObject* parent = nullptr);
+
+    /// Where the time comes from; this machine unless told.
+    void setClocks(const Clocks& clocks) { m_clocks = clocks; }
 
     /// The paths of the folders, to tell of which one a message speaks.
     void setFolders(const QStringList& paths);
@@ -36,7 +40,7 @@ public:
 private:
     struct Message
     {
-        QDateTime time;
+        qint64 time = 0; ///< by the steady clock
         QString text;
         bool isService = false;
         QString folder;
@@ -46,6 +50,7 @@ private:
     void insert(const QString& text, bool isService);
     void place(Message& message) const;
 
+    Clocks m_clocks = &ClockReading::now;
     QVector<Message> m_messages; ///< newest first
     QStringList m_folders;
 };

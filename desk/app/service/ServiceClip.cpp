@@ -9,7 +9,7 @@ namespace serviceclip {
 
 namespace {
 
-constexpr double kMostSeconds = 1e6; ///< that a clip may be said to settle
+constexpr double kMostSeconds = 1e9; ///< that anything may be said to take
 
 struct Word
 {
@@ -43,7 +43,12 @@ ClipState stateOf(const QString& word)
     return ClipState::Found;
 }
 
-void readField(QXmlStreamReader& xml, ServiceClip& clip)
+qint64 milliseconds(const QString& seconds)
+{
+    return static_cast<qint64>(qBound(0.0, seconds.toDouble(), kMostSeconds) * 1000);
+}
+
+void readField(QXmlStreamReader& xml, const ClockReading& now, ServiceClip& clip)
 {
     struct TextField
     {
@@ -64,12 +69,11 @@ void readField(QXmlStreamReader& xml, ServiceClip& clip)
     struct TimeField
     {
         const char* name;
-        QDateTime ServiceClip::*field;
+        qint64 ServiceClip::*field;
     };
-    static constexpr std::array<TimeField, 3> times = {{
+    static constexpr std::array<TimeField, 2> times = {{
         {"since", &ServiceClip::since},
         {"started", &ServiceClip::started},
-        {"ended", &ServiceClip::ended},
     }};
     const QString name = xml.name().toString();
     const QString text = xml.readElementText(QXmlStreamReader::SkipChildElements);
@@ -79,19 +83,21 @@ void readField(QXmlStreamReader& xml, ServiceClip& clip)
     }
     for (const auto& each : times) {
         if (name == QLatin1String(each.name))
-            clip.*each.field = QDateTime::fromString(text, Qt::ISODateWithMs);
+            clip.*each.field = now.steadyOf(QDateTime::fromString(text, Qt::ISODateWithMs));
     }
     if (name == QLatin1String("state"))
         clip.state = stateOf(text);
     else if (name == QLatin1String("percentComplete"))
         clip.percent = qBound(0, text.toInt(), 100);
     else if (name == QLatin1String("settlesIn"))
-        clip.settles = QDeadlineTimer(static_cast<qint64>(qBound(0.0, text.toDouble(), kMostSeconds) * 1000));
+        clip.settles = QDeadlineTimer(milliseconds(text));
+    else if (name == QLatin1String("took"))
+        clip.took = milliseconds(text);
 }
 
 } // namespace
 
-bool read(const QByteArray& body, ClipNews& news, int& total, quint64& version)
+bool read(const QByteArray& body, ClipNews& news, int& total, quint64& version, const ClockReading& now)
 {
     QXmlStreamReader xml(body);
     if (!xml.readNextStartElement() || xml.name() != QLatin1String("clipList"))
@@ -106,7 +112,7 @@ bool read(const QByteArray& body, ClipNews& news, int& total, quint64& version)
         }
         ServiceClip clip;
         while (xml.readNextStartElement())
-            readField(xml, clip);
+            readField(xml, now, clip);
         news.clips.append(clip);
     }
     return !xml.hasError();

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "ClockReading.h"
 #include "DeskApi.h"
 
-#include <QDateTime>
 #include <QDeadlineTimer>
 #include <QMetaType>
 #include <QString>
@@ -36,12 +36,13 @@ struct ServiceClip
     QString profileId;
     ClipState state = ClipState::Found;
     QString reason;
-    QString shownBy; ///< id of the job that shows the work on it; empty without one
-    QString activity;
+    QString shownBy;  ///< id of the job that shows the work on it; empty without one
+    QString activity; ///< the name of the action that runs, failed or waits
     int percent = 0;
-    QDateTime since; ///< invalid when it lies before the start of the service
-    QDateTime started;
-    QDateTime ended;
+    /// By the steady clock, and unknown when it lies before the start of the service.
+    qint64 since = ClockReading::kUnknown;
+    qint64 started = ClockReading::kUnknown; ///< the same way
+    qint64 took = -1;                        ///< milliseconds that the work took; negative when nobody knows
     /// Until it has stood still for long enough, on a clock that nobody sets; for ever when it does not
     /// settle.
     QDeadlineTimer settles{QDeadlineTimer::Forever};
@@ -64,9 +65,10 @@ Q_DECLARE_METATYPE(ClipNews)
 
 namespace serviceclip {
 
-/// Reads a "clipList". \return false when \a body is none. \param version receives what to give the next
-/// time.
-bool read(const QByteArray& body, ClipNews& news, int& total, quint64& version);
+/// Reads a "clipList" that came at the moment \a now. \return false when \a body is none. \param version
+/// receives what to give the next time.
+bool read(const QByteArray& body, ClipNews& news, int& total, quint64& version,
+          const ClockReading& now = ClockReading::now());
 /// The words of the service, for people.
 KRX_DESK_API QString text(ClipState state);
 
