@@ -618,6 +618,26 @@ private slots:
         QCOMPARE(batch.bins, QStringList{QStringLiteral("Show")});
     }
 
+    void aDocumentThatIsOfferedAgainWhileItWaitsIsTakenOnce()
+    {
+        QSignalSpy batches(m_intake.get(), &ClipIntake::batchTaken);
+        QSignalSpy taken(m_intake.get(), &ClipIntake::taken);
+        QSignalSpy failed(m_intake.get(), &ClipIntake::failed);
+        const QString where = document("a.xel", Parts());
+        QVERIFY(m_intake->take(where));
+        QVERIFY(m_intake->take(where));
+        m_intake->takeSoon(where);
+        // Also once it is in the project's file and about to be removed.
+        m_intake->setSave([&](QString& error) { return m_project->save(error) && m_intake->take(where); });
+        QVERIFY(m_intake->finish());
+        QCOMPARE(taken.count(), 1);
+        QCOMPARE(failed.count(), 0);
+        QCOMPARE(batches.count(), 1);
+        // Nobody is told that a clip was acquired before that comes now.
+        QCOMPARE(batches.at(0).at(0).value<ClipIntake::Batch>().doubled, 0);
+        QCOMPARE(m_project->clipCount(), 1);
+        QVERIFY(!QFileInfo::exists(where));
+    }
     void manyClipsCostOneSave()
     {
         QSignalSpy saved(m_project.get(), &DeskProject::modifiedChanged);

@@ -76,6 +76,22 @@ private slots:
         QCOMPARE(deletions(), 1);
     }
 
+    void whatTheFolderOfferedAndAJobOffersTooIsTakenOnce()
+    {
+        QSignalSpy batches(m_clips.get(), &ClipIntake::batchTaken);
+        QSignalSpy forgotten(m_jobs.get(), &JobIntake::taken);
+        const QString output = document(LinkDocuments::text(LinkDocuments::Parts()));
+        m_clips->takeSoon(output);
+        m_jobs->follow({job("COMPLETED", true, {output})});
+        // It is listed until the service has heard that it is to be forgotten.
+        m_jobs->follow({job("COMPLETED", true, {output})});
+        m_jobs->follow({job("COMPLETED", true)});
+        QCOMPARE(m_project->clipCount(), 1);
+        QCOMPARE(batches.count(), 1);
+        QCOMPARE(batches.at(0).at(0).value<ClipIntake::Batch>().doubled, 0);
+        QCOMPARE(forgotten.count(), 1);
+        QTRY_COMPARE(deletions(), 1);
+    }
     void aJobWhoseOutputsWereTakenBeforeACrashIsForgotten()
     {
         m_jobs->follow({job("COMPLETED", true)});
