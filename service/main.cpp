@@ -6,10 +6,10 @@
 #include "app/Service.h"
 #include "app/Supervisor.h"
 #include "app/VersionAnswer.h"
-#include "base/Landlock.h"
 #include "base/Log.h"
 #include "base/Options.h"
 #include "client/Commands.h"
+#include "confinement/Landlock.h"
 #include "http/HttpListener.h"
 
 #include <QCoreApplication>

@@ -1,8 +1,8 @@
 #include "activities/ClipForecast.h"
 
 #include "activities/Activity.h"
-#include "base/SourceFile.h"
 #include "base/Text.h"
+#include "files/SourceFile.h"
 #include "media/ClipFiles.h"
 #include "media/LinkRules.h"
 #include "media/LinkSettings.h"

@@ -2,8 +2,8 @@
 #include "activities/ConsolidationPlan.h"
 #include "activities/MediaTarget.h"
 #include "base/FileTools.h"
-#include "base/SourceFile.h"
 #include "base/Text.h"
+#include "files/SourceFile.h"
 #include "media/ClipFiles.h"
 #include "media/TargetIndex.h"
 

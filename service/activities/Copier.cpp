@@ -1,9 +1,9 @@
 #include "activities/Copier.h"
 
 #include "activities/Transfer.h"
-#include "base/HeldDirectory.h"
-#include "base/SourceFile.h"
 #include "base/Text.h"
+#include "files/HeldDirectory.h"
+#include "files/SourceFile.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -4,7 +4,7 @@
 #include "base/FileTools.h"
 #include "base/Log.h"
 #include "base/Text.h"
-#include "base/VolumeTurn.h"
+#include "files/VolumeTurn.h"
 
 #include <sys/stat.h>
 #include <sys/statvfs.h>

@@ -1,8 +1,8 @@
 #include "activities/MediaTarget.h"
 
-#include "base/SourceFile.h"
 #include "base/Text.h"
 #include "documents/ProfileDocument.h"
+#include "files/SourceFile.h"
 #include "media/ClipFiles.h"
 #include "media/Sequence.h"
 

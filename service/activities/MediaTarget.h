@@ -1,8 +1,8 @@
 #pragma once
 
 #include "activities/Activity.h"
-#include "base/HiddenFile.h"
 #include "base/Outcome.h"
+#include "files/HiddenFile.h"
 
 #include <memory>
 #include <optional>

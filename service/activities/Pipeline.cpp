@@ -2,10 +2,10 @@
 
 #include "activities/Activity.h"
 #include "base/FileTools.h"
-#include "base/HiddenFile.h"
 #include "base/Log.h"
-#include "base/SourceFile.h"
 #include "base/Text.h"
+#include "files/HiddenFile.h"
+#include "files/SourceFile.h"
 #include "media/ClipFiles.h"
 #include "media/ClipMemory.h"
 #include "media/LinkRules.h"

@@ -2,8 +2,8 @@
 
 #include "base/FileTools.h"
 #include "base/Log.h"
-#include "base/SourceFile.h"
 #include "base/Text.h"
+#include "files/SourceFile.h"
 
 #include <sys/stat.h>
 #include <unistd.h>

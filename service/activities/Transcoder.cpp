@@ -4,10 +4,10 @@
 #include "activities/EncodingPlan.h"
 #include "activities/MediaTarget.h"
 #include "base/Log.h"
-#include "base/SourceFile.h"
 #include "base/Text.h"
-#include "base/VolumeTurn.h"
 #include "engines/Ffmpeg.h"
+#include "files/SourceFile.h"
+#include "files/VolumeTurn.h"
 #include "media/MediaProbe.h"
 #include "media/Sequence.h"
 

@@ -1,9 +1,9 @@
 #include "app/DataKeeper.h"
 
-#include "base/Aside.h"
 #include "base/FileTools.h"
 #include "base/Log.h"
 #include "base/Text.h"
+#include "files/Aside.h"
 #include "store/WalCheck.h"
 
 #include <fcntl.h>

@@ -1,11 +1,11 @@
 #include "client/Backup.h"
 
 #include "app/DataLock.h"
-#include "base/Aside.h"
 #include "base/FileTools.h"
 #include "base/Text.h"
 #include "client/Manifest.h"
 #include "documents/KeptDocument.h"
+#include "files/Aside.h"
 #include "media/OutputArea.h"
 #include "store/Database.h"
 #include "store/FolderStore.h"

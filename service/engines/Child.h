@@ -1,7 +1,7 @@
 #pragma once
 
-#include "base/Confinement.h"
 #include "base/FileTools.h"
+#include "confinement/Confinement.h"
 
 #include <sys/types.h>
 

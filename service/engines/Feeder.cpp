@@ -1,7 +1,7 @@
 #include "engines/Feeder.h"
 
-#include "base/HandedFile.h"
 #include "base/Text.h"
+#include "files/HandedFile.h"
 #include "media/MediaProbe.h"
 #include "media/helper/HelperRequests.h"
 

@@ -1,8 +1,8 @@
 #include "media/ClipFiles.h"
 
 #include "base/FileTools.h"
-#include "base/HeldDirectory.h"
 #include "base/Text.h"
+#include "files/HeldDirectory.h"
 #include "media/PictureKinds.h"
 
 #include <dirent.h>

@@ -1,10 +1,10 @@
 #include "media/HashHistory.h"
 
 #include "base/C4Id.h"
-#include "base/HeldDirectory.h"
 #include "base/Log.h"
 #include "base/Text.h"
 #include "documents/XmlTools.h"
+#include "files/HeldDirectory.h"
 
 #include <dirent.h>
 #include <fcntl.h>

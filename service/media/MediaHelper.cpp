@@ -1,7 +1,7 @@
 #include "media/MediaHelper.h"
 
-#include "base/HandedFile.h"
 #include "base/Text.h"
+#include "files/HandedFile.h"
 
 #include <fcntl.h>
 #include <poll.h>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/CancelToken.h"
-#include "base/SourceFile.h"
+#include "files/SourceFile.h"
 #include "media/Clip.h"
 
 #include <string>

@@ -1,7 +1,7 @@
 #include "media/OutputArea.h"
 
-#include "base/Aside.h"
 #include "base/Text.h"
+#include "files/Aside.h"
 
 #include <dirent.h>
 #include <fcntl.h>

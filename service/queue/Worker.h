@@ -1,7 +1,7 @@
 #pragma once
 
 #include "activities/Pipeline.h"
-#include "base/Mounts.h"
+#include "files/Mounts.h"
 #include "store/ClipBook.h"
 #include "store/FolderStore.h"
 #include "store/JobStore.h"

@@ -1,9 +1,9 @@
 #include "store/Database.h"
 
-#include "base/Aside.h"
 #include "base/FileTools.h"
 #include "base/Log.h"
 #include "base/Text.h"
+#include "files/Aside.h"
 #include "store/Salvage.h"
 
 #include <sqlite3.h>

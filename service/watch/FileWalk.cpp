@@ -1,7 +1,7 @@
 #include "watch/FileWalk.h"
 
-#include "base/HeldDirectory.h"
 #include "base/Text.h"
+#include "files/HeldDirectory.h"
 
 #include <dirent.h>
 #include <fcntl.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/Mounts.h"
+#include "files/Mounts.h"
 #include "store/ClipBook.h"
 #include "store/ClipStore.h"
 #include "store/ErrorStore.h"

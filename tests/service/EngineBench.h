@@ -1,7 +1,7 @@
 #pragma once
 
-#include "base/SourceFile.h"
 #include "engines/Ffmpeg.h"
+#include "files/SourceFile.h"
 #include "media/MediaProbe.h"
 
 #include <QFile>

@@ -1,6 +1,6 @@
 #include "media/helper/HelperConfinement.h"
 
-#include "base/Confinement.h"
+#include "confinement/Confinement.h"
 
 #include <seccomp.h>
 #include <sys/mman.h>

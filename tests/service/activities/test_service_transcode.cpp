@@ -3,7 +3,7 @@
 #include "TestFiles.h"
 #include "activities/MediaTarget.h"
 #include "activities/Transcoder.h"
-#include "base/VolumeTurn.h"
+#include "files/VolumeTurn.h"
 
 #include <QDir>
 #include <QScopeGuard>

@@ -2,7 +2,7 @@
 #include "PipelineBench.h"
 #include "TestFiles.h"
 #include "base/FileTools.h"
-#include "base/Landlock.h"
+#include "confinement/Landlock.h"
 #include "media/MediaProbe.h"
 
 #include <QDir>

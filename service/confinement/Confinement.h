@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/Landlock.h"
+#include "confinement/Landlock.h"
 
 #include <sys/resource.h>
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "base/FileTools.h"
-#include "base/HeldDirectory.h"
 #include "base/Outcome.h"
+#include "files/HeldDirectory.h"
 
 #include <functional>
 #include <memory>

@@ -1,4 +1,4 @@
-#include "base/HiddenFile.h"
+#include "files/HiddenFile.h"
 
 #include "base/Text.h"
 

@@ -1,4 +1,4 @@
-#include "base/SourceFile.h"
+#include "files/SourceFile.h"
 
 #include "base/Text.h"
 

@@ -1,4 +1,4 @@
-#include "base/HandedFile.h"
+#include "files/HandedFile.h"
 
 #include <sys/socket.h>
 

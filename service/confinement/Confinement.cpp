@@ -1,4 +1,4 @@
-#include "base/Confinement.h"
+#include "confinement/Confinement.h"
 
 #include <linux/filter.h>
 #include <linux/seccomp.h>

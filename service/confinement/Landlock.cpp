@@ -1,4 +1,4 @@
-#include "base/Landlock.h"
+#include "confinement/Landlock.h"
 
 #include <fcntl.h>
 #include <sys/prctl.h>

@@ -1,9 +1,9 @@
 #include "TestFiles.h"
 #include "activities/Copier.h"
-#include "base/Confinement.h"
 #include "base/FileTools.h"
-#include "base/HeldDirectory.h"
-#include "base/SourceFile.h"
+#include "confinement/Confinement.h"
+#include "files/HeldDirectory.h"
+#include "files/SourceFile.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "base/Mounts.h"
+#include "files/Mounts.h"
 
 #include <fstream>
 #include <sstream>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/HeldDirectory.h"
+#include "files/HeldDirectory.h"
 
 #include <sys/stat.h>
 

@@ -1,4 +1,4 @@
-#include "base/VolumeTurn.h"
+#include "files/VolumeTurn.h"
 
 #include <sys/stat.h>
 #include <sys/sysmacros.h>

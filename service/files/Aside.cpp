@@ -1,4 +1,4 @@
-#include "base/Aside.h"
+#include "files/Aside.h"
 
 #include "base/FileTools.h"
 #include "base/Text.h"

@@ -1,4 +1,4 @@
-#include "base/HeldDirectory.h"
+#include "files/HeldDirectory.h"
 
 #include <fcntl.h>
 #include <linux/openat2.h>
