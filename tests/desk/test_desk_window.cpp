@@ -46,6 +46,9 @@ const QByteArray kProfiles = "<profiles><profile><profileDetail><profileName>Def
 const QByteArray kProfileList =
     "<profiles><profileURI>http://127.0.0.1:58885/KRXService/profiles/p1</profileURI></profiles>";
 const QByteArray kIdle = "<activity><status>StatusIdle</status></activity>";
+const QByteArray kReady = "<activity><status>StatusActive</status><outputReadyFolder>"
+                          "<folderURI>http://127.0.0.1:58885/KRXService/xelmediafolders/f1</folderURI>"
+                          "<outputReady>true</outputReady></outputReadyFolder></activity>";
 
 } // namespace
 
@@ -182,15 +185,30 @@ private slots:
     void aReadyFolderIsMarked()
     {
         serviceAnswers();
-        m_server->setReply("GET", "/KRXService/activity", 200,
-                           "<activity><status>StatusActive</status><outputReadyFolder>"
-                           "<folderURI>http://127.0.0.1:58885/KRXService/xelmediafolders/f1</folderURI>"
-                           "<outputReady>true</outputReady></outputReadyFolder></activity>");
+        m_server->setReply("GET", "/KRXService/activity", 200, kReady);
         m_window->start();
         QTRY_VERIFY(m_window->isServiceOnline());
         QTRY_COMPARE(KRXFolderViewWidget::getIngestState(m_window->folderView()->topLevelItem(0)),
                      int(KRXFolderViewWidget::NewClipsAvailable));
         QVERIFY(serviceState().contains(QLatin1String("Service: working")));
+    }
+
+    void aReadyFolderStaysMarkedWhenItsRowIsMadeAnew()
+    {
+        serviceAnswers();
+        m_server->setReply("GET", "/KRXService/activity", 200, kReady);
+        m_window->start();
+        const auto state = [this] {
+            return KRXFolderViewWidget::getIngestState(m_window->folderView()->topLevelItem(0));
+        };
+        QTRY_COMPARE(state(), int(KRXFolderViewWidget::NewClipsAvailable));
+        // From here on no report comes, as while the service has nothing to tell.
+        m_server->setReply("GET", "/KRXService/activity", TestHttpServer::Reply::xml(kReady).heldBack());
+        const int before = m_server->requestCount("GET", "/KRXService/activity");
+        QTRY_VERIFY(m_server->requestCount("GET", "/KRXService/activity") > before);
+        action("&Refresh")->trigger();
+        QTRY_COMPARE(state(), int(KRXFolderViewWidget::NewClipsAvailable));
+        m_server->release();
     }
 
     void aServiceThatGoesAwayTakesThePanelOffLineAndLeavesItsRows()

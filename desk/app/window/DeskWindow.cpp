@@ -28,7 +28,6 @@
 #include <QScreen>
 #include <QScrollArea>
 #include <QStatusBar>
-#include <QTimer>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -102,6 +101,7 @@ DeskWindow::DeskWindow(DeskSession& session, const ServiceSupervisor::Settings& 
         [this](const StandInHost::HelpRequest& request) { showHelp(request.topic); });
     followVolumes();
     followFocus();
+    followRows();
 }
 
 DeskWindow::~DeskWindow()
@@ -209,6 +209,17 @@ void DeskWindow::followFocus()
         if (now)
             m_panel->setInHighlightState(m_panel->isAncestorOf(now));
     });
+}
+
+/// New rows know nothing of clips that are ready, and while nothing changes the service is not asked for
+/// long.
+void DeskWindow::followRows()
+{
+    m_readySoon.setSingleShot(true);
+    connect(&m_readySoon, &QTimer::timeout, this,
+            [this] { m_panel->updateFoldersOutputReadyState(m_readyFolders); });
+    // The list of the service is one of many reasons to fill them.
+    connect(folderView()->model(), &QAbstractItemModel::rowsInserted, this, [this] { m_readySoon.start(0); });
 }
 
 void DeskWindow::showEvent(QShowEvent* event)
@@ -403,7 +414,8 @@ void DeskWindow::serviceCameOrWent(bool online)
 void DeskWindow::serviceReported(const ServiceReport& report)
 {
     if (report.online) {
-        m_panel->updateFoldersOutputReadyState(report.readyFolders);
+        m_readyFolders = report.readyFolders;
+        m_panel->updateFoldersOutputReadyState(m_readyFolders);
         m_session.jobs().follow(report.jobs);
     }
     if (m_services)

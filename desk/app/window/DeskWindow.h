@@ -8,6 +8,8 @@
 #include <QElapsedTimer>
 #include <QMainWindow>
 #include <QPointer>
+#include <QStringList>
+#include <QTimer>
 
 class ActivityDocks;
 class BinsPane;
@@ -75,6 +77,7 @@ private:
     void setPaneHeight(int height);
     void followVolumes();
     void followFocus();
+    void followRows();
 
     void linkMedia();
     void openServicesDialog();
@@ -103,4 +106,6 @@ private:
     QPointer<ServicesDialog> m_services;
     QPointer<HelpDialog> m_help;
     QElapsedTimer m_progressShown;
+    QStringList m_readyFolders; ///< with clips on offer, as last told
+    QTimer m_readySoon;
 };
