@@ -86,7 +86,9 @@
 /// is there.
 ///
 /// \a size says where a table ends. One that is longer than the module knows is taken, and its end left
-/// alone; one that is shorter, or has a null, is refused, because the module asks for every operation.
+/// alone. One that is shorter belongs to a host that was compiled before the operations behind its end were
+/// added: the module answers those itself, as HostDefaults does. A null before the end is refused, because
+/// the module asks for every operation.
 struct HostOperations
 {
     /// The size of the table in bytes, in the eyes of whoever made it.

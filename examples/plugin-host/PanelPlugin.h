@@ -17,5 +17,6 @@ struct PanelPlugin
 };
 
 /// The type of "krxPanelPlugin". \param host what the program offers.
-/// \param why receives a sentence when there is no plug-in for such a host. \return null then.
+/// \param why receives a sentence when there is no plug-in for such a host; nothing when that is of another
+/// Qt, which the log says. \return null then.
 using PanelPluginEntry = const PanelPlugin* (*)(const HostOperations* host, QString* why);

@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QLibrary>
 #include <QTimer>
+#include <QXmlStreamReader>
 
 #include <cstdio>
 #include <memory>
@@ -17,11 +18,36 @@ namespace {
 
 constexpr int kLookInterval = 500; // milliseconds
 
+/// The media file that an output document names; empty when it is not a whole document that names one.
+QString mediaFile(QIODevice* document)
+{
+    QXmlStreamReader reader(document);
+    QStringList path;
+    QString media;
+    while (!reader.atEnd()) {
+        reader.readNext();
+        if (reader.isStartElement())
+            path.append(reader.name().toString());
+        else if (reader.isEndElement())
+            path.removeLast();
+        else if (reader.isCharacters() && path == QStringList{"xel", "clip", "path"})
+            media.append(reader.text().toString());
+    }
+    return reader.hasError() ? QString() : media;
+}
+
+/// One clip: its document names the media file. Record the clip, then remove the document.
 void takeClip(const QString& file)
 {
-    std::printf("took %s\n", qPrintable(file));
-    std::fflush(stdout);
-    QFile::remove(file);
+    QFile output(file);
+    const QString media = output.open(QIODevice::ReadOnly) ? mediaFile(&output) : QString();
+    if (media.isEmpty()) {
+        std::fprintf(stderr, "plugin-host: %s names no media file; it stays there\n", qPrintable(file));
+    } else {
+        std::printf("clip %s\ntook %s\n", qPrintable(media), qPrintable(file));
+        std::fflush(stdout);
+        output.remove();
+    }
     QCoreApplication::quit();
 }
 
@@ -52,7 +78,8 @@ int main(int argc, char** argv)
     QString why;
     const PanelPlugin* plugin = entry(&host, &why);
     if (!plugin)
-        return fail(why);
+        return fail(why.isEmpty() ? QStringLiteral("the plug-in is not for this host, as it says above")
+                                  : why);
     {
         const std::unique_ptr<QWidget> panel(plugin->makePanel(&takeClip));
         const bool take = arguments.contains(QStringLiteral("--take"));

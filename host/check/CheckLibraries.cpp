@@ -40,6 +40,8 @@ void checkFormats(const HostOperations& host, HostFindings& findings)
     for (const CustomFormat& format : formats) {
         const QString name = host.HostMediaEngine_formatShortDescription(format);
         const QString which = QStringLiteral("the format %1 (%2)").arg(format.identifier).arg(name);
+        // Any answer will do.
+        host.HostMediaEngine_isFormatDisabled(format);
         findings.expect(host.HostMediaEngine_formatRate(format).denominator != 0,
                         which + QStringLiteral(" has a rate that divides by 0"));
         findings.expect(host.HostMediaEngine_findFormat(format.identifier, found) &&

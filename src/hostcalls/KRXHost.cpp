@@ -1,5 +1,7 @@
 #include "KRXHost.h"
 
+#include "HostDefaults.h"
+
 #include <QLoggingCategory>
 #include <QStringList>
 
@@ -35,11 +37,40 @@ constexpr std::size_t kSmallestTable = offsetof(HostOperations, getComponentFact
 HostOperations taken;
 bool isTaken = false;
 
-bool isThere(const char* table, std::size_t size, const Operation& operation)
+/// Whether a table says that its host has the same Qt, so that texts may cross. One that is none, or too
+/// short to say, may be of any.
+bool isOfThisQt(const HostOperations* operations)
+{
+    return operations && operations->size >= kSmallestTable && operations->qtMajor == QT_VERSION_MAJOR;
+}
+
+bool isBehindTheEnd(const Operation& operation, std::size_t size)
+{
+    return operation.place + kFunctionSize > size;
+}
+
+bool isNull(const HostOperations& table, const Operation& operation)
 {
     constexpr char none[kFunctionSize] = {};
-    return operation.place + kFunctionSize <= size &&
-           std::memcmp(table + operation.place, none, kFunctionSize) != 0;
+    return std::memcmp(reinterpret_cast<const char*>(&table) + operation.place, none, kFunctionSize) == 0;
+}
+
+/// What the module works with: all that the table has, and behind its end the answers of a host that has
+/// nothing of its own. What a newer table has besides is nothing that this module knows.
+HostOperations completed(const HostOperations& operations)
+{
+    HostOperations whole = HostDefaults::operations();
+    for (const Operation& operation : kOperations) {
+        if (!isBehindTheEnd(operation, operations.size))
+            std::memcpy(reinterpret_cast<char*>(&whole) + operation.place,
+                        reinterpret_cast<const char*>(&operations) + operation.place, kFunctionSize);
+    }
+    return whole;
+}
+
+QString nameList(const QStringList& names)
+{
+    return names.join(QLatin1String(", "));
 }
 
 /// \return what is wrong with the table, one sentence; empty when all is well.
@@ -56,19 +87,18 @@ QString refusal(const HostOperations* operations)
             .arg(QT_VERSION_MAJOR)
             .arg(operations->qtMajor);
     }
+    const HostOperations whole = completed(*operations);
     QStringList missing;
-    const auto* bytes = reinterpret_cast<const char*>(operations);
     for (const Operation& operation : kOperations) {
-        if (!isThere(bytes, operations->size, operation))
+        if (isNull(whole, operation))
             missing.append(QLatin1String(operation.name));
     }
-    if (!missing.isEmpty()) {
+    if (!missing.isEmpty())
         return QStringLiteral("KRX Folders asks for what this host does not have: %1.")
-            .arg(missing.join(QLatin1String(", ")));
-    }
-    const auto* functions = bytes + kSmallestTable;
-    const auto* takenFunctions = reinterpret_cast<const char*>(&taken) + kSmallestTable;
-    if (isTaken && std::memcmp(takenFunctions, functions, sizeof taken - kSmallestTable) != 0)
+            .arg(nameList(missing));
+    if (isTaken && std::memcmp(reinterpret_cast<const char*>(&taken) + kSmallestTable,
+                               reinterpret_cast<const char*>(&whole) + kSmallestTable,
+                               sizeof taken - kSmallestTable) != 0)
         return QStringLiteral("KRX Folders has a host already.");
     return {};
 }
@@ -101,13 +131,23 @@ extern "C" bool krxTakeHost(const HostOperations* operations, QString* why)
     const QString wrong = refusal(operations);
     if (!wrong.isEmpty()) {
         qCCritical(logHost).noquote() << wrong;
-        if (why)
+        // A text of another Qt is made otherwise inside.
+        if (why && isOfThisQt(operations))
             *why = wrong;
         return false;
     }
-    // A newer table ends with operations that this module knows nothing of.
-    std::memcpy(&taken, operations, sizeof taken);
+    taken = completed(*operations);
     isTaken = true;
+    QStringList younger;
+    for (const Operation& operation : kOperations) {
+        if (isBehindTheEnd(operation, operations->size))
+            younger.append(QLatin1String(operation.name));
+    }
+    if (!younger.isEmpty()) {
+        qCInfo(logHost).noquote()
+            << QStringLiteral("This host is older than KRX Folders, which answers in its place: %1.")
+                   .arg(nameList(younger));
+    }
     return true;
 }
 

@@ -1,3 +1,4 @@
+#include "CustomProject.h"
 #include "FakeFolderService.h"
 #include "KRXFolderManager.h"
 #include "KRXFolderViewWidget.h"
@@ -208,24 +209,6 @@ void fill(KRXTest::FakeFolderService& service)
                         {QStringLiteral("/tmp/watched/clip.xel")}}};
     service.profiles = {{QStringLiteral("p1"), QStringLiteral("Rich")}};
     service.profiles[0].document = richProfile();
-}
-
-/// Opens a project whose frame is one of the stand-in's formats.
-void openCustomProject()
-{
-    StandInHost::MediaCatalogue catalogue = StandInHost::catalogue();
-    StandInHost::Format format;
-    format.identifier = 4711;
-    format.frame = {1080, 1920};
-    format.description = QStringLiteral("Upright");
-    format.rate = {25, 1};
-    format.compatible = {4711};
-    catalogue.formats.append(format);
-    StandInHost::setCatalogue(catalogue);
-    StandInHost::Project project = StandInHost::project();
-    project.type = HostMediaEngine::kCustomFormatProjectType;
-    project.targetFormat = format.identifier;
-    StandInHost::setProject(project);
 }
 
 /// Calls a slot of a window that may be gone by now.

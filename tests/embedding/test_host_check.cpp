@@ -1,8 +1,11 @@
 #include "HostCheck.h"
 #include "HostDefaults.h"
+#include "LyingRestClient.h"
 #include "RestClient.h"
 
+#include "CustomProject.h"
 #include "StandInHost.h"
+#include "StandInMedia.h"
 
 #include <QAbstractScrollArea>
 #include <QPainter>
@@ -31,6 +34,33 @@ HostStatus anyFactory(const HostIdentifier&, IHostComponentFactory** out)
 {
     return StandInHost::operations().getComponentFactory(kHostComponentFactoryId, out);
 }
+
+using LyingRestClient::Lie;
+
+/// A host whose REST client breaks its word in one place.
+BrokenHost lying(const char* fault, Lie lie, int slot = 0)
+{
+    return {fault, &HostCheck::checkRestClient, [lie, slot](HostOperations& host) {
+                LyingRestClient::tell(lie, slot);
+                host.getComponentFactory = &LyingRestClient::factory;
+            }};
+}
+
+/// Passes an operation on to the stand-in, and counts.
+template <auto member>
+struct Counted;
+
+template <class Result, class... Arguments, Result (*HostOperations::*member)(Arguments...)>
+struct Counted<member>
+{
+    static inline int count = 0;
+
+    static Result answer(Arguments... arguments)
+    {
+        ++count;
+        return (StandInHost::operations().*member)(arguments...);
+    }
+};
 
 QWidget* shadowElsewhere(QAbstractScrollArea*)
 {
@@ -136,6 +166,48 @@ const std::vector<BrokenHost>& brokenHosts()
          [](HostOperations& host) { host.getComponentFactory = &succeedWithNothing; }},
         {"has a factory for an unknown identifier", &checkRestClient,
          [](HostOperations& host) { host.getComponentFactory = &anyFactory; }},
+        lying("createComponent() makes something of an unknown class", Lie::MakesUnknownClass),
+        lying("createComponent() makes no REST client", Lie::MakesNoClient),
+        lying("do not agree on its count", Lie::ClientMiscounts),
+        lying("a reserved slot of the client succeeds", Lie::ReservedOfClient, 5),
+        lying("a reserved slot of the client succeeds", Lie::ReservedOfClient, 7),
+        lying("GET gives no response", Lie::GetHasNoResponse),
+        lying("POST gives no response", Lie::PostHasNoResponse),
+        lying("PUT gives no response", Lie::PutHasNoResponse),
+        lying("DELETE gives no response", Lie::DeleteHasNoResponse),
+        lying("GET sends another request line: PATCH /ok HTTP/1.1", Lie::SendsOtherMethod),
+        lying("PUT sends another Host", Lie::SendsOtherHost),
+        lying("PUT does not declare its body as XML", Lie::SendsPlainText),
+        lying("PUT sends another body", Lie::SendsWholeBuffer),
+        lying("POST sends another body", Lie::SendsLater),
+        lying("waitForCompletion() fails for a short answer", Lie::WaitFails),
+        lying("isComplete() fails after the wait", Lie::IsNeverComplete),
+        lying("isSuccess() fails for status 200", Lie::GoodIsFailure),
+        lying("getStatusCode() does not say 200", Lie::HasNoStatus),
+        lying("getStatusCode() does not say 200", Lie::SaysOtherStatus),
+        lying("getContentLength() says 6 for five bytes", Lie::SaysOtherLength),
+        lying("readContent() does not keep to a buffer of three bytes", Lie::ReadsBeyondBuffer),
+        lying("readContent() does not keep to a buffer of three bytes", Lie::SaysMoreThanRead),
+        lying("readContent() does not give the whole body from its start", Lie::GoesOnReading),
+        lying("a reserved slot of the response succeeds", Lie::ReservedOfResponse, 3),
+        lying("a reserved slot of the response succeeds", Lie::ReservedOfResponse, 4),
+        lying("a reserved slot of the response succeeds", Lie::ReservedOfResponse, 5),
+        lying("a reserved slot of the response succeeds", Lie::ReservedOfResponse, 6),
+        lying("a reserved slot of the response succeeds", Lie::ReservedOfResponse, 9),
+        lying("a reserved slot of the response succeeds", Lie::ReservedOfResponse, 11),
+        lying("a reserved slot of the response succeeds", Lie::ReservedOfResponse, 12),
+        lying("a reserved slot of the response succeeds", Lie::ReservedOfResponse, 14),
+        lying("a reserved slot of the response succeeds", Lie::ReservedOfResponse, 15),
+        lying("a reserved slot of the response succeeds", Lie::ReservedOfResponse, 16),
+        lying("isSuccess() succeeds for status 404", Lie::RefusalIsSuccess),
+        lying("getStatusCode() does not say 404", Lie::RefusalIsStatus200),
+        lying("a 404 has no error message", Lie::RefusalHasNoMessage),
+        lying("waitForCompletion() succeeds before the answer is there", Lie::WaitEndsAtOnce),
+        lying("success and a response do not come together", Lie::NobodyIsNoResponse),
+        lying("an exchange with nobody does not finish", Lie::NobodyNeverFinishes),
+        lying("isSuccess() succeeds though nobody answered", Lie::NobodyIsSuccess),
+        lying("getStatusCode() succeeds though nobody answered", Lie::NobodyHasStatus),
+        lying("nobody answered, and no message says so", Lie::NobodyHasNoMessage),
     };
     return hosts;
 }
@@ -147,11 +219,8 @@ class TestHostCheck : public QObject
 {
     Q_OBJECT
 
-private slots:
-    void theStandInIsSound()
+    static void lookAtAll(const HostOperations& host, HostFindings& findings)
     {
-        const HostOperations& host = StandInHost::operations();
-        HostFindings findings;
         HostCheck::checkTable(host, findings);
         HostCheck::checkTexts(host, findings);
         HostCheck::checkVolumes(host, findings);
@@ -159,6 +228,13 @@ private slots:
         HostCheck::checkShells(host, findings);
         HostCheck::checkDialogs(host, findings);
         HostCheck::checkRestClient(host, findings);
+    }
+
+private slots:
+    void theStandInIsSound()
+    {
+        HostFindings findings;
+        lookAtAll(StandInHost::operations(), findings);
         QCOMPARE(findings.faults().join(QLatin1Char('\n')), QString());
     }
 
@@ -177,11 +253,46 @@ private slots:
         QVERIFY(findings.nones().contains(QStringLiteral("the icon icons/KRX/IngestReady.png")));
     }
 
+    /// What is found out below is found in the lie alone.
+    void theClientThatMayLieIsSoundUntilItDoes()
+    {
+        HostOperations host = StandInHost::operations();
+        lying("", Lie::None).breakIt(host);
+        HostFindings findings;
+        HostCheck::checkRestClient(host, findings);
+        QCOMPARE(findings.faults(), QStringList());
+    }
+
+    void everyOperationIsCalled()
+    {
+        HostOperations host;
+        host.getComponentFactory = &Counted<&HostOperations::getComponentFactory>::answer;
+#define KRX_OPERATION(library, operation)                                                                    \
+    host.library##_##operation = &Counted<&HostOperations::library##_##operation>::answer;
+        KRX_HOST_OPERATIONS(KRX_OPERATION)
+#undef KRX_OPERATION
+        HostFindings findings;
+        lookAtAll(host, findings);
+        // Formats are asked for in a project that has a frame of its own.
+        openCustomProject();
+        HostCheck::checkMediaEngine(host, findings);
+        StandInHost::resetMedia();
+        QCOMPARE(findings.faults(), QStringList());
+        QVERIFY(Counted<&HostOperations::getComponentFactory>::count > 0);
+        QStringList neverCalled;
+#define KRX_OPERATION(library, operation)                                                                    \
+    if (Counted<&HostOperations::library##_##operation>::count == 0)                                         \
+        neverCalled.append(QStringLiteral(#library "::" #operation));
+        KRX_HOST_OPERATIONS(KRX_OPERATION)
+#undef KRX_OPERATION
+        QCOMPARE(neverCalled.join(QLatin1Char(' ')), QString());
+    }
+
     void aHostThatBreaksItsWordIsFoundOut_data()
     {
         QTest::addColumn<int>("index");
         for (std::size_t index = 0; index < brokenHosts().size(); ++index)
-            QTest::newRow(brokenHosts()[index].fault) << int(index);
+            QTest::addRow("%d: %s", int(index), brokenHosts()[index].fault) << int(index);
     }
 
     void aHostThatBreaksItsWordIsFoundOut()
