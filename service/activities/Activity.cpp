@@ -68,17 +68,25 @@ Forecast Activity::foresee(const Clip& /*clip*/, const ActivityRecipe& /*recipe*
     return {Forecast::Verdict::WillDo, "what it makes cannot be told before", {}};
 }
 
+std::optional<Refusal> Activity::check(const ActivityRecipe& /*recipe*/) const
+{
+    return std::nullopt;
+}
+
 const Activity& Activity::forId(const std::string& id)
 {
     const Entry* entry = find(id);
     return entry ? entry->activity() : only<MissingActivity>();
 }
 
-std::optional<Refusal> Activity::checkKinds(const std::vector<ActivityRecipe>& activities)
+std::optional<Refusal> Activity::checkAll(const std::vector<ActivityRecipe>& activities)
 {
     for (const auto& activity : activities) {
-        if (!find(activity.id))
+        const Entry* entry = find(activity.id);
+        if (!entry)
             return Refusal{400, "the service knows no activity \"" + text::oneLine(activity.id) + "\""};
+        if (auto refusal = entry->activity().check(activity))
+            return refusal;
     }
     return std::nullopt;
 }

@@ -52,12 +52,19 @@ public:
     /// been through the actions before this one, and has no checksums.
     virtual Forecast foresee(const Clip& clip, const ActivityRecipe& recipe, const CancelToken& cancel) const;
 
+    /// Whether run() reads all of the clip's source and tells its checksum. When such an action is the first
+    /// one, nobody else needs to read the source to know it again.
+    virtual bool learnsContent() const { return false; }
+
+    /// Why \a recipe can never be done, whatever the clip; nothing when it can.
+    virtual std::optional<Refusal> check(const ActivityRecipe& recipe) const;
+
     /// The activity for the word \a id of a profile; never null: an unknown one refuses every clip.
     static const Activity& forId(const std::string& id);
 
-    /// Nothing when each of \a activities is of a kind that this version can do, else the refusal that names
-    /// the first one that is not.
-    static std::optional<Refusal> checkKinds(const std::vector<ActivityRecipe>& activities);
+    /// The refusal of the first of \a activities that is of no kind that this version can do, or that orders
+    /// what can never be done; nothing when there is none.
+    static std::optional<Refusal> checkAll(const std::vector<ActivityRecipe>& activities);
 };
 
 } // namespace krxservice

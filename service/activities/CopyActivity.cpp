@@ -45,6 +45,14 @@ bool isAboutSpace(const std::string& error)
 
 } // namespace
 
+std::optional<Refusal> CopyActivity::check(const ActivityRecipe& recipe) const
+{
+    const std::string& path = recipe.destination;
+    if (path.empty() || path.front() != '/' || !text::isPlainText(path))
+        return Refusal{400, "a copy activity needs an absolute \"filesystemPath\""};
+    return std::nullopt;
+}
+
 Outcome<Clip> CopyActivity::run(const Clip& clip, const ActivityRecipe& recipe,
                                 const ActivityProgress& progress, const CancelToken& cancel) const
 {

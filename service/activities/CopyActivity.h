@@ -13,6 +13,8 @@ public:
                       const CancelToken& cancel) const override;
     Forecast foresee(const Clip& clip, const ActivityRecipe& recipe,
                      const CancelToken& cancel) const override;
+    bool learnsContent() const override { return true; }
+    std::optional<Refusal> check(const ActivityRecipe& recipe) const override;
 };
 
 } // namespace krxservice

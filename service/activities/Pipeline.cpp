@@ -176,9 +176,9 @@ std::string Pipeline::knownBy(const std::string& checksum, const FileStamp& stam
 
 /// Fills in which content the file has. \return what is to be said when there is nothing to be done.
 ///
-/// A copy reads all of the file and tells its checksum. So when that is the first action, and no clip of this
-/// path is known that the content could be compared with, what stands for the checksum until then is made of
-/// the file's stamp.
+/// An action may read all of the file and tell its checksum. So when one of those is the first, and no clip
+/// of this path is known that the content could be compared with, what stands for the checksum until then is
+/// made of the file's stamp.
 std::optional<FileResult> Pipeline::recognise(Work& work)
 {
     const FileOrder& order = work.order;
@@ -186,7 +186,7 @@ std::optional<FileResult> Pipeline::recognise(Work& work)
     const std::string provisional = ClipStore::provisionalChecksum(record.stamp);
     const auto& activities = order.profile.activities;
     auto seen = m_clips.find(order.ownerId, order.path, provisional);
-    const bool isUnread = !activities.empty() && activities.front().id == profiledocument::kCopy &&
+    const bool isUnread = !activities.empty() && Activity::forId(activities.front().id).learnsContent() &&
                           (seen ? seen->done == 0 : !m_clips.knows(order.ownerId, order.path));
     std::string error;
     const auto checksum = isUnread ? std::optional(provisional) : contentOf(work, order.cancel, error);

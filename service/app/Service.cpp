@@ -407,7 +407,7 @@ Outcome<std::string> Service::createProfile(const std::string& body)
     const auto recipe = profiledocument::recipe(*profile);
     if (!recipe)
         return recipe.refusal();
-    if (const auto refusal = Activity::checkKinds(recipe->activities))
+    if (const auto refusal = Activity::checkAll(recipe->activities))
         return *refusal;
     if (!m_profiles.create(*profile))
         return Refusal{409, "a profile of this name exists already"};

@@ -43,18 +43,6 @@ void setGuid(pugi::xml_node detail, const std::string& guid)
     element.append_child(pugi::node_pcdata).set_value(guid.c_str());
 }
 
-std::optional<Refusal> checkActivities(const pugi::xml_node& profile)
-{
-    for (const auto& element :
-         profile.child("processDefinition").child("package").child("activities").children("activity")) {
-        const ActivityRecipe activity = readActivity(element);
-        const auto& path = activity.destination;
-        if (activity.id == kCopy && (path.empty() || path[0] != '/' || !text::isPlainText(path)))
-            return Refusal{400, "a copy activity needs an absolute \"filesystemPath\""};
-    }
-    return std::nullopt;
-}
-
 } // namespace
 
 Outcome<ProfileRecord> fromRequest(std::string_view body, const std::string& guid)
@@ -76,8 +64,6 @@ Outcome<ProfileRecord> fromRequest(std::string_view body, const std::string& gui
         return Refusal{400, "a profile needs a \"profileName\""};
     if (name.size() > kLongestName)
         return Refusal{400, "the name of the profile is too long"};
-    if (const auto refusal = checkActivities(profile))
-        return *refusal;
     setGuid(detail, guid);
     ProfileRecord record{guid, name, xmltools::elementText(profile)};
     if (record.document.size() > kLargestProfile)
@@ -114,7 +100,8 @@ std::set<std::string> destinations(const ProfileRecipe& recipe)
 {
     std::set<std::string> paths;
     for (const auto& activity : recipe.activities) {
-        if (activity.id == kCopy && !activity.destination.empty())
+        // A path from nowhere is the place of nothing.
+        if (!activity.destination.empty() && activity.destination.front() == '/')
             paths.insert(activity.destination);
         for (const auto& volume : {activity.videoVolume, activity.audioVolume}) {
             if (!volume.empty())

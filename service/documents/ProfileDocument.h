@@ -15,7 +15,7 @@ struct ActivityRecipe
 {
     std::string id;               ///< the word for its kind
     std::string name;             ///< the activity's display name
-    std::string destination;      ///< of a copy: the folder to copy into
+    std::string destination;      ///< the folder to write into, of a kind that names one (a copy)
     bool relinkAfterCopy = false; ///< of a copy: the output links to the copy
     bool autoCheckin = false;     ///< of a copy: noted in the output document
     /// Of a transcode or consolidation: what it names as the volumes for pictures and for sound.
@@ -45,8 +45,8 @@ constexpr char kTranscode[] = "transcode";
 constexpr char kConsolidate[] = "consolidate";
 
 /// Reads a "profileRequest": the record to be stored, under the id \a guid, which is written into the
-/// document. Everything else that the client sent is kept as it is, words for kinds of action that nobody
-/// knows included.
+/// document. Everything else that the client sent is kept as it is, actions that nobody can do included:
+/// Activity knows.
 Outcome<ProfileRecord> fromRequest(std::string_view body, const std::string& guid);
 
 /// What the stored profile asks for.
@@ -55,7 +55,8 @@ Outcome<ProfileRecipe> recipe(const ProfileRecord& profile);
 /// The folder on a volume that new media go into.
 std::string mediaFolder(const std::string& volume);
 
-/// The directories that a profile writes into, as it names them: what lies there was made by us.
+/// The directories that a profile writes into, as it names them, whatever kinds of action name them: what
+/// lies there was made by us.
 std::set<std::string> destinations(const ProfileRecipe& recipe);
 
 /// The request that makes the default profile: link only, a new bin named after the volume.

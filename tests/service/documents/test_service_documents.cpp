@@ -272,9 +272,11 @@ private slots:
     {
         const auto check = [](const std::vector<std::string>& words) {
             std::vector<ActivityRecipe> recipes(words.size());
-            for (std::size_t i = 0; i < words.size(); ++i)
+            for (std::size_t i = 0; i < words.size(); ++i) {
                 recipes[i].id = words[i];
-            return Activity::checkKinds(recipes);
+                recipes[i].destination = "/there";
+            }
+            return Activity::checkAll(recipes);
         };
         QVERIFY(!check({"copy", "transcode", "consolidate"}));
         const auto refusal = check({"copy", "burn"});
@@ -291,9 +293,52 @@ private slots:
             return activities("<activity id=\"copy\" name=\"Copy 1\"><destinationDetail><filesystemPath>" +
                               path + "</filesystemPath></destinationDetail></activity>");
         };
-        QVERIFY(!profiledocument::fromRequest(profileRequest(name, copy("media")), "g"));
-        QVERIFY(!profiledocument::fromRequest(profileRequest(name, copy("")), "g"));
-        QVERIFY(profiledocument::fromRequest(profileRequest(name, copy("/media")), "g"));
+        const auto check = [&](const std::string& activity) {
+            const auto profile = profiledocument::fromRequest(profileRequest(name, activity), "g");
+            return profile ? Activity::checkAll(profiledocument::recipe(*profile)->activities)
+                           : std::optional(profile.refusal());
+        };
+        for (const auto& wrong :
+             {copy("media"), copy(""), copy("/a\tb"), activities("<activity id=\"copy\"/>")}) {
+            const auto refusal = check(wrong);
+            QVERIFY2(refusal, wrong.c_str());
+            QCOMPARE(refusal->status, 400);
+            QCOMPARE(q(refusal->text),
+                     QStringLiteral("a copy activity needs an absolute \"filesystemPath\""));
+        }
+        QVERIFY(!check(copy("/media")));
+        QVERIFY(!check(activities("<activity id=\"transcode\"/>")));
+    }
+
+    // Which kinds of action there are is nothing that a watcher knows.
+    void whatActionsOfAnyKindWriteIntoIsADestination()
+    {
+        ProfileRecipe recipe;
+        QVERIFY(profiledocument::destinations(recipe).empty());
+        const auto add = [&](const char* kind, const char* folder, const char* video, const char* audio) {
+            ActivityRecipe activity;
+            activity.id = kind;
+            activity.destination = folder;
+            activity.videoVolume = video;
+            activity.audioVolume = audio;
+            recipe.activities.push_back(activity);
+        };
+        add("copy", "/copies", "", "");
+        add("burn", "/burned", "", "");
+        add("burn", "", "", "");
+        add("burn", "from nowhere", "", "");
+        add("transcode", "", "/pictures/", "/sound");
+        const std::set<std::string> expected = {"/burned", "/copies", "/pictures/KRX Media",
+                                                "/sound/KRX Media"};
+        QVERIFY(profiledocument::destinations(recipe) == expected);
+    }
+
+    // Only what a copy reads whole need not be read before it.
+    void onlyCopiesTellTheChecksumOfTheirSource()
+    {
+        QVERIFY(Activity::forId("copy").learnsContent());
+        for (const char* kind : {"transcode", "consolidate", "burn", ""})
+            QVERIFY2(!Activity::forId(kind).learnsContent(), kind);
     }
 
     void recipeHoldsSettingsAndActivitiesInOrder()
