@@ -101,6 +101,10 @@ public:
     /// Returns when done or \a cancel was set.
     void prune(std::int64_t now, const CancelToken& cancel);
 
+    /// Reads what the files of clips hold whose work was called off before anybody had read them, so that
+    /// they are known when they are only touched. Returns when done or \a cancel was set.
+    void learnCalledOff(const CancelToken& cancel);
+
     /// Brings what a crash left behind in order. Before any other work.
     /// \param isComplete the database has lost nothing: a document of which it says nothing in the middle of
     /// a removal was to be removed.

@@ -4,6 +4,7 @@
 #include "base/Log.h"
 #include "base/Text.h"
 #include "files/SourceFile.h"
+#include "media/ClipFiles.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -183,13 +184,32 @@ void Pipeline::noteTaken()
 /// Of work that was called off nobody waited for a look at the content.
 void Pipeline::learnLate(const ClipRecord& clip, const CancelToken& cancel)
 {
-    const SourceFile source(clip.path);
-    if (!source.isOpen() || !clip.stamp.isUntouched(source.stamp()))
+    // Which numbered pictures were one clip the profile said, and the stamp says it, too.
+    for (const bool joinsAllPictures : {false, true}) {
+        const ClipFiles files = clipfiles::of(clip.path, {}, joinsAllPictures);
+        if (files.path != clip.path || !clip.stamp.isUntouched(files.stamp))
+            continue;
+        const SourceFile source(clip.path);
+        std::string error;
+        const auto checksum =
+            files.sequence    ? clipfiles::fingerprint(*files.sequence, {}, clip.stamp.size, cancel, error)
+            : source.isOpen() ? filetools::fingerprint(source.get(), cancel, error)
+                              : std::nullopt;
+        const ClipFiles now = clipfiles::of(clip.path, {}, joinsAllPictures);
+        if (checksum && files.stamp.isUntouched(now.stamp))
+            m_clips.setChecksum(clip.id, knownBy(*checksum, clip.stamp));
         return;
-    std::string error;
-    const auto checksum = filetools::fingerprint(source.get(), cancel, error);
-    if (checksum && source.isUnchanged())
-        m_clips.setChecksum(clip.id, knownBy(*checksum, clip.stamp));
+    }
+}
+
+void Pipeline::learnCalledOff(const CancelToken& cancel)
+{
+    for (const auto& clip : m_clips.inState(ClipState::Failed)) {
+        if (*cancel)
+            return;
+        if (ClipStore::isProvisional(clip.checksum))
+            learnLate(clip, cancel);
+    }
 }
 
 void Pipeline::prune(std::int64_t now, const CancelToken& cancel)

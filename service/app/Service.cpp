@@ -529,8 +529,8 @@ std::optional<Refusal> Service::deleteJob(const std::string& id)
     const auto job = m_jobs.find(id);
     if (!job)
         return noJob();
-    m_worker.cancelJob(id);
     if (job->manual) {
+        m_worker.cancelJob(id);
         withRemoval(id, [&] {
             Transaction transaction(m_database);
             m_clips.forgetAll(id);
@@ -540,7 +540,12 @@ std::optional<Refusal> Service::deleteJob(const std::string& id)
             return isRemoved;
         });
     } else {
+        Transaction transaction(m_database);
+        if (!jobstate::isFinal(job->state))
+            m_clips.giveUp(job->groupId, job->path);
         m_jobs.remove(id);
+        transaction.commit();
+        m_worker.cancelJob(id);
     }
     if (job->manual)
         m_book.forgetAll(id);

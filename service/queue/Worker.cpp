@@ -163,13 +163,22 @@ std::vector<Worker::Task> Worker::cancelWhere(Matches matches)
 
 void Worker::cancelJob(const std::string& jobId)
 {
-    cancelWhere([&](const Task& task) { return task.jobId == jobId; });
+    const auto waiting = cancelWhere([&](const Task& task) { return task.jobId == jobId; });
+    endWaiting(waiting);
+    // The watcher leaves alone what is still to be worked on.
+    for (const auto& task : waiting) {
+        if (!task.folderId.empty())
+            m_fileDone(task.folderId, task.path, std::nullopt);
+    }
+    learnCalledOff();
 }
 
 void Worker::cancelFolder(const std::string& folderId)
 {
     // Nobody comes back to the jobs of files that were to be tried again.
-    for (const auto& task : cancelWhere([&](const Task& task) { return task.folderId == folderId; })) {
+    const auto waiting = cancelWhere([&](const Task& task) { return task.folderId == folderId; });
+    endWaiting(waiting);
+    for (const auto& task : waiting) {
         if (!task.jobId.empty())
             m_stores.jobs.remove(task.jobId);
     }
@@ -345,6 +354,19 @@ void Worker::performFile(Task& task)
         return pause(task, result.text);
     endPause(task);
     m_fileDone(task.folderId, task.path, result.stamp);
+    if (result.end == FileResult::End::Cancelled && result.stamp)
+        learnCalledOff();
+}
+
+/// Nobody waits for what was called off; what it holds is found out when there is time.
+void Worker::learnCalledOff()
+{
+    if (m_willLearn.exchange(true))
+        return;
+    addBackground([this](const CancelToken& cancel) {
+        m_willLearn = false;
+        m_pipeline.learnCalledOff(cancel);
+    });
 }
 
 FileResult Worker::processForFolder(Task& task)
@@ -375,8 +397,10 @@ FileResult Worker::processForFolder(Task& task)
         order.progress = [&](int percent) { m_stores.jobs.setPercent(task.jobId, percent); };
         follow(order, task);
         order.staysCancelled = [&] {
+            if (task.jobId.empty())
+                return false;
             const auto job = m_stores.jobs.find(task.jobId);
-            return job && job->state == jobstate::kCancelled;
+            return !job || job->state == jobstate::kCancelled;
         };
         result = m_pipeline.process(order);
         tellEnd(order, result);

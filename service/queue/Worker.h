@@ -7,6 +7,7 @@
 #include "store/JobStore.h"
 #include "store/ProfileStore.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -92,10 +93,12 @@ private:
     bool isBusy(const std::string& key) const;
     void pause(Task task, const std::string& waitedFor);
     void endPause(const Task& task);
+    void endWaiting(const std::vector<Task>& tasks);
     void endPauses();
     void waitForWork(std::unique_lock<std::mutex>& lock);
     void perform(Task& task);
     void performFile(Task& task);
+    void learnCalledOff();
     void performJob(Task& task);
     FileResult processForFolder(Task& task);
     void follow(FileOrder& order, const Task& task);
@@ -121,6 +124,7 @@ private:
     std::deque<std::function<void(const CancelToken& cancel)>> m_background;
     CancelToken m_backgroundCancel = makeCancelToken();
     bool m_inBackground = false;
+    std::atomic<bool> m_willLearn{false}; ///< learnCalledOff() waits for its turn
     /// What waits to be published together, or is being published.
     std::vector<std::pair<Task, std::shared_ptr<ReadyClip>>> m_ready;
     std::condition_variable m_wakePublisher;

@@ -51,6 +51,24 @@ void Worker::endPause(const Task& task)
         found->second.due = std::chrono::steady_clock::now();
 }
 
+/// Tasks that perhaps waited were called off: what none waits for any more is no longer said.
+void Worker::endWaiting(const std::vector<Task>& tasks)
+{
+    for (const auto& task : tasks) {
+        {
+            const std::lock_guard lock(m_mutex);
+            const auto waits = [&](const Task& other) { return other.waitedFor == task.waitedFor; };
+            const auto found = m_paused.find(task.waitedFor);
+            if (found == m_paused.end() || !found->second.tasks.empty() ||
+                std::any_of(m_queue.begin(), m_queue.end(), waits) ||
+                std::any_of(m_running.begin(), m_running.end(), waits))
+                continue;
+            m_paused.erase(found);
+        }
+        m_stores.errors.removeStarting(task.waitedFor);
+    }
+}
+
 /// Puts back into the queue one of each kind of waiting tasks whose time has come.
 void Worker::endPauses()
 {

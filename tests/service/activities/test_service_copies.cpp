@@ -435,6 +435,54 @@ private slots:
         QCOMPARE(int(sound.bench.listed().size()), 1);
     }
 
+    void sequenceWhoseWorkWasCalledOffIsKnownByItsContent_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QByteArray>("settings");
+        QTest::newRow("always joined") << s("dpx") << QByteArray();
+        QTest::newRow("joined for the plug-in")
+            << s("png")
+            << QByteArray(
+                   "<profileSettings><linkDetail><xelPreferredPluginDetail><xelPluginName>Image Sequence "
+                   "(Image Folder)</xelPluginName><xelPluginGUID>4B525802-0005-4D0A-8C21-5E7F1A9B3C40"
+                   "</xelPluginGUID></xelPreferredPluginDetail></linkDetail></profileSettings>");
+    }
+    void sequenceWhoseWorkWasCalledOffIsKnownByItsContent()
+    {
+        QFETCH(QString, kind);
+        QFETCH(QByteArray, settings);
+        PipelineBench bench;
+        const QString in = bench.folder.filePath(s("in"));
+        const QString to = bench.folder.filePath(s("to"));
+        QVERIFY(QDir().mkpath(in) && QDir().mkpath(to));
+        QCOMPARE(QProcess::execute(s("ffmpeg"), {s("-v"), s("error"), s("-f"), s("lavfi"), s("-i"),
+                                                 s("testsrc=s=64x36:d=0.12"), in + s("/shot.%04d.") + kind}),
+                 0);
+        const auto path = [&](int number) {
+            return s("%1/shot.000%2.%3").arg(in).arg(number).arg(kind).toStdString();
+        };
+        FileOrder order = bench.order(path(1));
+        order.ownerPath = in.toStdString();
+        order.profile.activities = {PipelineBench::copyTo(to)};
+        order.profile.settings = settings.toStdString();
+        order.willAct = [&](const std::string&) {
+            *order.cancel = true;
+            return std::string();
+        };
+        order.staysCancelled = [] { return true; };
+        QCOMPARE(int(bench.pipeline.process(order).end), int(FileResult::End::Cancelled));
+        bench.pipeline.learnCalledOff(makeCancelToken());
+        touch(path(2));
+        order.cancel = makeCancelToken();
+        order.willAct = {};
+        const FileResult again = bench.pipeline.process(order);
+        QVERIFY2(again.end == FileResult::End::Known, again.text.c_str());
+        // Another content is another clip.
+        write(QString::fromStdString(path(2)), content(path(3)));
+        QCOMPARE(int(bench.pipeline.process(order).end), int(FileResult::End::Offered));
+        QCOMPARE(int(bench.listed().size()), 1);
+    }
+
     void fileThatIsNoMediaIsKnownByItsContentThoughItWasToBeCopied()
     {
         Sound sound;

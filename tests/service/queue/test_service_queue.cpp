@@ -1,12 +1,14 @@
 #include "PipelineBench.h"
 #include "SilentMount.h"
 
+#include "files/VolumeTurn.h"
 #include "queue/Worker.h"
 #include "store/JobStore.h"
 #include "store/ProfileStore.h"
 
 #include <QDir>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QTest>
 
 #include <algorithm>
@@ -346,6 +348,93 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(line.jobs.find(id)->state, std::string("COMPLETED"), 30000);
         QCOMPARE(line.outputs.list(id).size(), std::size_t(6));
         QVERIFY(line.errors.list().empty());
+    }
+
+    // Called off while it runs or waits, or its job is removed: it is not worked on again, however often its
+    // file is touched, until somebody asks for that.
+    void clipThatWasCalledOffStaysSoWhenItIsTouched_data()
+    {
+        QTest::addColumn<bool>("isRemoved");
+        QTest::newRow("cancelled") << false;
+        QTest::newRow("its job is removed") << true;
+    }
+    void clipThatWasCalledOffStaysSoWhenItIsTouched()
+    {
+        QFETCH(bool, isRemoved);
+        QTemporaryDir copies;
+        QTemporaryDir watched;
+        const QString file = watched.filePath(s("a.wav"));
+        QVERIFY(QFile::copy(QString::fromStdString(m_one), file));
+        const std::string path = file.toStdString();
+        Line line(watched.path(), {PipelineBench::copyTo(copies.path())});
+        // Somebody else writes to that volume, so that the copy waits for its turn.
+        VolumeTurn::treatAllAsSpinning(true);
+        const auto end = qScopeGuard([] { VolumeTurn::treatAllAsSpinning(false); });
+        auto turn = std::make_unique<VolumeTurn>(copies.path().toStdString(), makeCancelToken());
+        line.worker.addFile("f000001", path);
+        QTRY_VERIFY_WITH_TIMEOUT(!line.jobs.list(false).empty(), 30000);
+        const std::string job = line.jobs.list(false).front().id;
+        if (isRemoved)
+            line.jobs.remove(job);
+        else
+            QVERIFY(line.jobs.move(job, {jobstate::kRunning}, jobstate::kCancelled));
+        line.worker.cancelJob(job);
+        QVERIFY(line.waitForEnds(1));
+        turn.reset();
+        QVERIFY(line.ended.front().second);
+        const auto isRead = [&] {
+            const auto clips = line.clips.inState(ClipState::Failed);
+            return clips.size() == 1 && !ClipStore::isProvisional(clips.front().checksum);
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(isRead(), 30000);
+        QFile touched(file);
+        QVERIFY(
+            touched.open(QIODevice::ReadWrite) &&
+            touched.setFileTime(QDateTime::currentDateTime().addDays(-1), QFileDevice::FileModificationTime));
+        touched.close();
+        line.worker.addFile("f000001", path);
+        QVERIFY(line.waitForEnds(2));
+        QVERIFY(line.ended.back().second);
+        QVERIFY(line.listed().empty());
+        QVERIFY(QDir(copies.path()).isEmpty());
+        line.clips.retry("f000001", path);
+        line.worker.addFile("f000001", path);
+        QVERIFY(line.waitForEnds(3));
+        QCOMPARE(int(line.listed().size()), 1);
+    }
+
+    void whatWaitsAndIsCalledOffIsGivenBackAndNoLongerSaid()
+    {
+        const QString volume = m_media.filePath(s("never there"));
+        ActivityRecipe transcode;
+        transcode.element =
+            "<activity id=\"transcode\"><outputDetail><filesystemVideoVolume>" + volume.toStdString() +
+            "/</filesystemVideoVolume><outputTranscodeVideoProfile><videoCompressionType>16777217"
+            "</videoCompressionType></outputTranscodeVideoProfile></outputDetail></activity>";
+        Line line(m_media.path(), {transcode});
+        const auto waiting = [&] {
+            std::vector<std::string> ids;
+            for (const auto& job : line.jobs.list(false)) {
+                if (job.state == jobstate::kSubmitted && !job.message.empty())
+                    ids.push_back(job.id);
+            }
+            return ids;
+        };
+        line.worker.addFile("f000001", m_one);
+        line.worker.addFile("f000001", m_two);
+        QTRY_COMPARE_WITH_TIMEOUT(int(waiting().size()), 2, 30000);
+        QCOMPARE(int(line.errors.list().size()), 1);
+        std::size_t ended = 0;
+        for (const auto& job : waiting()) {
+            const std::string path = line.jobs.find(job)->path;
+            QVERIFY(line.jobs.move(job, {jobstate::kSubmitted}, jobstate::kCancelled));
+            line.clips.giveUp("f000001", path);
+            line.worker.cancelJob(job);
+            // Whoever watches it is told, so that its next content is seen.
+            QVERIFY(line.waitForEnds(++ended));
+            QVERIFY(line.ended.back().first == path && !line.ended.back().second);
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(line.errors.list().empty(), 30000);
     }
 
     void whatHasNoVolumeWaitsAndGoesOnByItself()
