@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
+
 namespace {
 
 constexpr char kPlan[] = "docs/architecture.md";
@@ -86,11 +88,11 @@ House::House(const QString& root)
             if (path.endsWith(QLatin1String(".h")) || path.endsWith(QLatin1String(".cpp"))) {
                 readSource(path, place);
             } else if (path.endsWith(QLatin1String("CMakeLists.txt"))) {
-                readLinks(path, place);
-                readSourceLists(path, place);
+                readTargets(path, &place);
             }
         }
     }
+    readOutside();
     const QSet<QString> unused = m_listedArrows - m_usedArrows;
     for (const QString& arrow : unused)
         fault(QStringLiteral("%1 lists %2, which is not there").arg(QLatin1String(kPlan), arrow));
@@ -101,6 +103,20 @@ QStringList House::faults() const
     QStringList faults(m_faults.cbegin(), m_faults.cend());
     faults.sort();
     return faults;
+}
+
+QStringList House::rooms() const
+{
+    QStringList rooms;
+    for (const Building& building : m_buildings) {
+        for (const QStringList& floor : building.floors) {
+            for (const QString& room : floor)
+                rooms.append(building.folder + QLatin1Char('/') + room);
+        }
+        if (rooms.isEmpty() || !rooms.last().startsWith(building.folder + QLatin1Char('/')))
+            rooms.append(building.folder);
+    }
+    return rooms;
 }
 
 void House::readPlan()
@@ -198,58 +214,108 @@ void House::readSource(const QString& path, const Place& place)
     }
 }
 
-void House::readLinks(const QString& path, const Place& place)
+/// Targets of a building can be given more from any file of the build.
+void House::readOutside()
 {
-    static const QStringList keywords{QStringLiteral("PUBLIC"), QStringLiteral("PRIVATE"),
-                                      QStringLiteral("INTERFACE")};
+    QStringList files{QDir(m_root).filePath(QStringLiteral("CMakeLists.txt"))};
+    const QStringList folders = QDir(m_root).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    for (const QString& folder : folders) {
+        if (folder == QLatin1String("build"))
+            continue;
+        QDirIterator found(QDir(m_root).filePath(folder),
+                           {QStringLiteral("CMakeLists.txt"), QStringLiteral("*.cmake")}, QDir::Files,
+                           QDirIterator::Subdirectories);
+        while (found.hasNext())
+            files.append(found.next());
+    }
+    for (const QString& file : qAsConst(files)) {
+        const QString path = QDir(m_root).relativeFilePath(file);
+        const bool isInside =
+            std::any_of(m_buildings.cbegin(), m_buildings.cend(), [&path](const Building& building) {
+                return path.startsWith(building.folder + QLatin1Char('/'));
+            });
+        if (!isInside)
+            readTargets(file, nullptr);
+    }
+}
+
+/// \param place where the file stands, which is where its targets do; null outside all buildings.
+void House::readTargets(const QString& path, const Place* place)
+{
     const QString text = contents(path);
-    const QString& building = m_buildings.at(place.building).folder;
-    const QStringList qt = qtOf(building);
-    QList<QStringList> links = commands(text, QStringLiteral("target_link_libraries"));
-    // An alias is looked up by what it stands for, which stands in its own building.
-    for (QStringList& link : links) {
-        const QString target = link.takeFirst();
-        for (const QString& item : qAsConst(link)) {
-            if (keywords.contains(item) || dialectTargets().contains(item))
+    static const QString link = QStringLiteral("target_link_libraries");
+    for (const QString& command : {link, QStringLiteral("add_library"), QStringLiteral("add_executable"),
+                                   QStringLiteral("target_sources")}) {
+        const QList<QStringList> found = commands(text, command);
+        for (const QStringList& arguments : found) {
+            const QString target = arguments.value(0);
+            const auto known = m_targets.constFind(target);
+            if (!place && known == m_targets.cend())
                 continue;
-            ++m_linkCount;
-            bool isOurs = false;
-            for (const QString& name : targetsIn(item)) {
-                const auto found = m_targets.constFind(name);
-                if (found == m_targets.cend())
-                    continue;
-                isOurs = true;
-                judge(target, place, name, *found);
-            }
-            if (isOurs)
-                continue;
-            if (item.startsWith(QLatin1String("KRX::")) || item.startsWith(QLatin1String("krx")))
-                fault(QStringLiteral("%1 links to %2, which no building makes").arg(target, item));
-            else if (item.startsWith(QLatin1String("${KRX_QT}::")) && !qt.isEmpty() && !qt.contains(item))
-                fault(QStringLiteral("%1 links to %2, and %3 is built on Qt Core only")
-                          .arg(target, item, building));
+            const Place& from = place ? *place : *known;
+            if (command == link)
+                readLinks(target, arguments.mid(1), from);
+            else
+                readSourceList(target, arguments.mid(1), QFileInfo(path).dir(), from);
         }
     }
 }
 
-/// What a building compiles stands in it.
-void House::readSourceLists(const QString& path, const Place& place)
+/// Judges what stands for a target of a building, or for several; then \a isOurs is set.
+void House::judgeTargets(const QString& from, const QString& expression, const Place& place, bool& isOurs)
+{
+    for (const QString& name : targetsIn(expression)) {
+        const auto found = m_targets.constFind(name);
+        if (found == m_targets.cend())
+            continue;
+        isOurs = true;
+        judge(from, place, name, *found);
+    }
+}
+
+void House::readLinks(const QString& target, const QStringList& items, const Place& place)
+{
+    static const QStringList keywords{QStringLiteral("PUBLIC"), QStringLiteral("PRIVATE"),
+                                      QStringLiteral("INTERFACE")};
+    const QString& building = m_buildings.at(place.building).folder;
+    const QStringList qt = qtOf(building);
+    // An alias is looked up by what it stands for, which stands in its own building.
+    for (const QString& item : items) {
+        if (keywords.contains(item) || dialectTargets().contains(item))
+            continue;
+        ++m_linkCount;
+        bool isOurs = false;
+        judgeTargets(target, item, place, isOurs);
+        if (isOurs)
+            continue;
+        if (item.startsWith(QLatin1String("KRX::")) || item.startsWith(QLatin1String("krx")))
+            fault(QStringLiteral("%1 links to %2, which no building makes").arg(target, item));
+        else if (item.startsWith(QLatin1String("${KRX_QT}::")) && !qt.isEmpty() && !qt.contains(item))
+            fault(QStringLiteral("%1 links to %2, and %3 is built on Qt Core only")
+                      .arg(target, item, building));
+    }
+}
+
+/// What a building compiles stands in it, and objects of others are known as they are when linked to.
+void House::readSourceList(const QString& target, const QStringList& sources, const QDir& folder,
+                           const Place& place)
 {
     const QString& building = m_buildings.at(place.building).folder;
-    const QString top = QDir(QDir(m_root).absoluteFilePath(building)).absolutePath() + QLatin1Char('/');
-    const QDir folder = QFileInfo(path).dir();
-    const QString text = contents(path);
-    for (const char* command : {"add_library", "add_executable", "target_sources"}) {
-        const QList<QStringList> found = commands(text, QLatin1String(command));
-        for (const QStringList& arguments : found) {
-            for (const QString& file : arguments.mid(1)) {
-                const bool isElsewhere = file.startsWith(QLatin1String("../")) &&
-                                         !QDir::cleanPath(folder.absoluteFilePath(file)).startsWith(top);
-                if (isElsewhere)
-                    fault(QStringLiteral("%1 is made of %2, which is not in %3")
-                              .arg(arguments.value(0), file, building));
-            }
-        }
+    const QString home = QDir(QDir(m_root).absoluteFilePath(building)).absolutePath() + QLatin1Char('/');
+    for (const QString& source : sources) {
+        bool isTarget = false;
+        if (source.startsWith(QLatin1String("$<TARGET_OBJECTS:")))
+            judgeTargets(target, source, place, isTarget);
+        QString file = source;
+        for (const char* variable : {"${PROJECT_SOURCE_DIR}", "${CMAKE_SOURCE_DIR}"})
+            file.replace(QLatin1String(variable), QDir(m_root).absolutePath());
+        for (const char* variable : {"${CMAKE_CURRENT_SOURCE_DIR}", "${CMAKE_CURRENT_LIST_DIR}"})
+            file.replace(QLatin1String(variable), folder.absolutePath());
+        // What is generated stands in no building.
+        if (isTarget || file.startsWith(QLatin1Char('$')) || QFileInfo(file).suffix().isEmpty())
+            continue;
+        if (!QDir::cleanPath(folder.absoluteFilePath(file)).startsWith(home))
+            fault(QStringLiteral("%1 is made of %2, which is not in %3").arg(target, source, building));
     }
 }
 

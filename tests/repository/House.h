@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDir>
 #include <QHash>
 #include <QList>
 #include <QRegularExpression>
@@ -26,6 +27,9 @@ public:
     /// What is not as the plan says, one sentence each, sorted; empty when all is.
     QStringList faults() const;
 
+    /// The rooms of the plan, each with its building before it; a building without rooms stands for itself.
+    QStringList rooms() const;
+
     /// How much was looked at, so that a test can tell a house in order from an empty one.
     int includeCount() const { return m_includeCount; }
     int linkCount() const { return m_linkCount; }
@@ -50,8 +54,12 @@ private:
     void readPlan();
     void walk(int building);
     void readSource(const QString& path, const Place& place);
-    void readLinks(const QString& path, const Place& place);
-    void readSourceLists(const QString& path, const Place& place);
+    void readOutside();
+    void readTargets(const QString& path, const Place* place);
+    void readLinks(const QString& target, const QStringList& items, const Place& place);
+    void readSourceList(const QString& target, const QStringList& sources, const QDir& folder,
+                        const Place& place);
+    void judgeTargets(const QString& from, const QString& expression, const Place& place, bool& isOurs);
     void addTargets(const QString& text, const Place& place);
     void judge(const QString& from, const Place& fromPlace, const QString& to, const Place& toPlace);
     Place placeOf(int building, const QString& path) const;

@@ -37,7 +37,7 @@ const QHash<QString, QByteArray>& soundHouse()
          "| `host` | | |\n"
          "| `catalogue` | | |\n"
          "| `src` | `host` | `low` < `high` < `high/top` |\n"
-         "| `service` | `catalogue` | `base` < `left`, `right` < `app` |\n"
+         "| `service` | `catalogue` | `left/inner` < `base` < `left`, `right` < `app` |\n"
          "\n"
          "`Low.cpp` → `High.h` is the one arrow back.\n"},
         {QStringLiteral("host/CMakeLists.txt"),
@@ -106,6 +106,10 @@ private slots:
         QCOMPARE(house.faults(), QStringList());
         QCOMPARE(house.includeCount(), 11);
         QCOMPARE(house.linkCount(), 7);
+        QCOMPARE(house.rooms(),
+                 QString::fromLatin1("host catalogue src/low src/high src/high/top service/left/inner "
+                                     "service/base service/left service/right service/app")
+                     .split(QLatin1Char(' ')));
     }
 
     void aBreakIsFound_data()
@@ -145,6 +149,25 @@ private slots:
         row("made of another's source", "service/CMakeLists.txt",
             "add_library(krx_more STATIC ../src/low/Low.cpp)\n",
             "krx_more is made of ../src/low/Low.cpp, which is not in service");
+        row("made of another's source by its whole path", "service/CMakeLists.txt",
+            "target_sources(krx_core PRIVATE \"${PROJECT_SOURCE_DIR}/src/low/Low.cpp\")\n",
+            "krx_core is made of ${PROJECT_SOURCE_DIR}/src/low/Low.cpp, which is not in service");
+        row("made of a source beside its own", "service/CMakeLists.txt",
+            "target_sources(krx_core PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/../src/low/Low.cpp)\n",
+            "krx_core is made of ${CMAKE_CURRENT_SOURCE_DIR}/../src/low/Low.cpp, which is not in service");
+        row("made of another's objects", "service/CMakeLists.txt",
+            "add_library(krx_more STATIC $<TARGET_OBJECTS:krx_module>)\n",
+            "krx_more of service may not know krx_module of src");
+        row("link from above all buildings", "CMakeLists.txt",
+            "target_link_libraries(krx_core PRIVATE krx_module)\n",
+            "krx_core of service may not know krx_module of src");
+        row("link from a file of functions", "cmake/More.cmake",
+            "target_link_libraries(krx_catalogue PUBLIC KRX::Host)\n",
+            "krx_catalogue of catalogue may not know KRX::Host of host");
+        row("source from outside", "tests/CMakeLists.txt", "target_sources(krx_core PRIVATE more.cpp)\n",
+            "krx_core is made of more.cpp, which is not in service");
+        row("helper of a room", "service/left/inner/Inner.cpp", "#include \"Base.h\"\n",
+            "Inner.cpp of service/left/inner may not know Base.h of service/base");
         row("link from a room", "service/base/CMakeLists.txt",
             "add_library(krx_base STATIC)\ntarget_link_libraries(krx_base krx_core)\n",
             "krx_base of service/base may not know krx_core of service");
@@ -207,8 +230,8 @@ private slots:
         const QDir top(root());
         const QStringList files = top.entryList(QDir::Files);
         std::for_each(files.cbegin(), files.cend(), learn);
-        for (const char* folder :
-             {"host", "catalogue", "src", "desk", "service", "tests", "icons", "packaging", "cmake"}) {
+        for (const char* folder : {"host", "catalogue", "src", "desk", "service", "tests", "icons",
+                                   "packaging", "cmake", "examples", "benchmarks", "fuzz"}) {
             learn(QLatin1String(folder));
             QDirIterator entries(top.filePath(QLatin1String(folder)),
                                  QDir::Dirs | QDir::Files | QDir::NoDotAndDotDot,
@@ -239,6 +262,54 @@ private slots:
         look(table, quoted);
         look(text, quotedFile);
         QVERIFY(count > 50);
+        QVERIFY2(missing.isEmpty(), qUtf8Printable(missing.join(QLatin1String(", "))));
+    }
+
+    // Whoever looks for a thing finds the room: by its path, or by the end of it that only one room has.
+    void eachRoomHasARowInTheTable()
+    {
+        QFile page(root() + QStringLiteral("/docs/architecture.md"));
+        QVERIFY(page.open(QIODevice::ReadOnly));
+        const QString table = QString::fromUtf8(page.readAll())
+                                  .section(QLatin1String("## Where what lives"), 1)
+                                  .section(QLatin1String("\n## "), 0, 0);
+        static const QRegularExpression quoted(QStringLiteral("`([^` ]+)`"));
+        QSet<QString> names;
+        auto found = quoted.globalMatch(table);
+        while (found.hasNext())
+            names.insert(found.next().captured(1));
+        const auto isNamed = [&names](const QString& folder) {
+            return std::any_of(names.cbegin(), names.cend(), [&folder](const QString& name) {
+                return name == folder || name.startsWith(folder + QLatin1Char('/'));
+            });
+        };
+
+        const QStringList rooms = House(root()).rooms();
+        QVERIFY(rooms.size() > 40);
+        QStringList missing;
+        for (const QString& room : rooms) {
+            bool hasRow = isNamed(room);
+            for (QString end = room.section(QLatin1Char('/'), 1); !hasRow && !end.isEmpty();
+                 end = end.section(QLatin1Char('/'), 1)) {
+                const auto endsSo = [&end](const QString& other) {
+                    return other.endsWith(QLatin1Char('/') + end);
+                };
+                hasRow = names.contains(end) && std::count_if(rooms.cbegin(), rooms.cend(), endsSo) == 1;
+            }
+            if (!hasRow)
+                missing.append(room);
+        }
+        const QDir top(root());
+        for (const char* parent : {".", "packaging"}) {
+            const QStringList folders =
+                QDir(top.filePath(QLatin1String(parent))).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+            for (const QString& folder : folders) {
+                const QString path = QDir::cleanPath(QLatin1String(parent) + QLatin1Char('/') + folder);
+                // What is built, and where this page stands.
+                if (path != QLatin1String("build") && path != QLatin1String("docs") && !isNamed(path))
+                    missing.append(path);
+            }
+        }
         QVERIFY2(missing.isEmpty(), qUtf8Printable(missing.join(QLatin1String(", "))));
     }
 
