@@ -513,15 +513,86 @@ private slots:
         QTest::newRow("a folder") << s("The folder /media/in is not available: gone") << s("in") << QString();
         QTest::newRow("the deeper folder") << s("/media/in/deep/x.wav: no") << s("deep") << s("x.wav");
         QTest::newRow("neither") << s("The database is damaged") << QString() << QString();
+        QTest::newRow("a blank behind a dot")
+            << s("The file /media/in/junk 1.v2 final cut.mov is not offered: x") << s("in")
+            << s("junk 1.v2 final cut.mov");
+        QTest::newRow("a dot in a directory")
+            << s("The job for /media/in/A001.RDC/junk b.mov failed: x") << s("in") << s("junk b.mov");
+        QTest::newRow("outside of all folders")
+            << s("The file /src/manual one.mov is not offered: x") << QString() << s("manual one.mov");
+        QTest::newRow("a folder that is called alike")
+            << s("The file /media/inner/x.mov is not offered: x") << QString() << s("x.mov");
+        QTest::newRow("a path that ends as a folder")
+            << s("/src/media/in/x.mov: y") << QString() << s("x.mov");
+        QTest::newRow("words of a sentence in a known name")
+            << s("The file /media/in/what is to do: this.mov is not offered: x") << s("in")
+            << s("what is to do: this.mov");
+        QTest::newRow("the longer one of two known") << s("The clip /media/in/a b: x") << s("in") << s("a b");
+        QTest::newRow("a known one at the end")
+            << s("Nothing came of /src/is here.") << QString() << s("is here");
     }
     void aMessageTellsOfWhichFolderAndClipItSpeaks()
     {
         QFETCH(QString, text);
+        QVector<ServiceClip> known;
+        for (const char* path :
+             {"/media/in/a", "/media/in/a b", "/media/in/what is to do: this.mov", "/src/is here"}) {
+            known << clip(path, ClipState::Offered);
+            known.last().path = s(path);
+            known.last().name = known.last().path.section(QLatin1Char('/'), -1);
+        }
+        for (const bool isClipFirst : {true, false}) {
+            ClipTable clips;
+            MessageList list;
+            list.follow(clips);
+            if (isClipFirst)
+                clips.apply(all(known));
+            list.add(text);
+            list.setFolders({s("/media/in"), s("/media/in/deep"), s("/other")});
+            if (!isClipFirst)
+                clips.apply(some(known, known.size()));
+            QTEST(list.index(0, MessageList::Folder).data().toString(), "folder");
+            QTEST(list.index(0, MessageList::Clip).data().toString(), "clip");
+            // A message keeps what was known when its clip is cleared away.
+            clips.clearFinished();
+            list.setFolders({s("/media/in"), s("/media/in/deep")});
+            QTEST(list.index(0, MessageList::Clip).data().toString(), "clip");
+        }
+    }
+    void aMessageOfAClipThatFailedTellsWhenThatWas()
+    {
+        const QDateTime noon(QDate(2026, 1, 2), QTime(12, 0));
+        ClockReading now{noon.toMSecsSinceEpoch(), 500000000};
+        const auto ago = [&](const char* id, ClipState state, qint64 seconds) {
+            ServiceClip one = clip(id, state);
+            one.since = now.steady - seconds * 1000;
+            return one;
+        };
+        ClipTable clips;
         MessageList list;
-        list.add(text);
-        list.setFolders({s("/media/in"), s("/media/in/deep"), s("/other")});
-        QTEST(list.index(0, MessageList::Folder).data().toString(), "folder");
-        QTEST(list.index(0, MessageList::Clip).data().toString(), "clip");
+        const QAbstractItemModelTester tester(&list, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        list.setClocks([&] { return now; });
+        list.follow(clips);
+        list.add(s("the desk's, of /in/a.mov"));
+        now.steady += 1000;
+        now.wall += 1000;
+        // They were there before the desk began.
+        list.setServiceErrors({s("The file /in/a.mov is not offered: x"),
+                               s("The job for /in/b.mov failed: x"), s("The clip /in/c.mov: x"),
+                               s("The database is damaged")});
+        const QPersistentModelIndex first = list.index(2, MessageList::Text);
+        QCOMPARE(first.data().toString(), s("The job for /in/b.mov failed: x"));
+        clips.apply(all({ago("a", ClipState::Rejected, 86400), ago("b", ClipState::Failed, 3600),
+                         ago("c", ClipState::Acting, 7200)}));
+        QCOMPARE(column(list, MessageList::Time),
+                 (QStringList{s("12:00:01"), s("12:00:01"), s("12:00:00"), s("11:00:01"), s("1 Jan 12:00")}));
+        QCOMPARE(column(list, MessageList::Clip),
+                 (QStringList{QString(), s("c.mov"), s("a.mov"), s("b.mov"), s("a.mov")}));
+        QCOMPARE(first.row(), 3);
+        // What is known already is put in its place at once.
+        list.setServiceErrors({});
+        list.setServiceErrors({s("The file /in/a.mov is not offered: x")});
+        QCOMPARE(list.index(1, MessageList::Time).data().toString(), s("1 Jan 12:00"));
     }
     void aMessageSaysWhatToDo()
     {

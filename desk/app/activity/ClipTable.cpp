@@ -1,5 +1,6 @@
 #include "ClipTable.h"
 
+#include "PathsInText.h"
 #include "PlainText.h"
 
 #include <QFileInfo>
@@ -48,14 +49,20 @@ void ClipTable::replaceAll(const QVector<ServiceClip>& clips)
     beginResetModel();
     m_clips.clear();
     m_rows.clear();
+    m_byPath.clear();
     for (const ServiceClip& clip : clips) {
-        if (isCleared(clip))
-            continue;
-        m_rows.insert(clip.id, m_clips.size());
-        m_clips.append(clip);
+        if (!isCleared(clip))
+            append(clip);
     }
     endResetModel();
     emit applied();
+}
+
+void ClipTable::append(const ServiceClip& clip)
+{
+    m_rows.insert(clip.id, m_clips.size());
+    m_byPath.insert(clip.path, m_clips.size());
+    m_clips.append(clip);
 }
 
 void ClipTable::apply(const ClipNews& news)
@@ -79,10 +86,8 @@ void ClipTable::apply(const ClipNews& news)
     tellChanged(changed);
     if (!added.isEmpty()) {
         beginInsertRows(QModelIndex(), m_clips.size(), m_clips.size() + added.size() - 1);
-        for (const ServiceClip& clip : added) {
-            m_rows.insert(clip.id, m_clips.size());
-            m_clips.append(clip);
-        }
+        for (const ServiceClip& clip : added)
+            append(clip);
         endInsertRows();
     }
     emit applied();
@@ -126,6 +131,13 @@ QString ClipTable::ownerName(const ServiceClip& clip) const
     return clip.folderId.isEmpty() ? tr("Single file") : m_folders.value(clip.folderId, clip.folderId);
 }
 
+const ServiceClip* ClipTable::clipIn(const QString& text) const
+{
+    const auto row = m_byPath.find(
+        pathsintext::pathIn(text, [this](const QString& path) { return m_byPath.contains(path); }));
+    return row == m_byPath.end() ? nullptr : &m_clips.at(*row);
+}
+
 int ClipTable::rowCount(const QModelIndex& parent) const
 {
     return parent.isValid() ? 0 : m_clips.size();
@@ -152,7 +164,7 @@ QString ClipTable::text(const ServiceClip& clip, int column) const
     case Reason:
         return sentence(clip.reason);
     case Started:
-        return m_clocks().onTheWall(clip.started).toString(QStringLiteral("HH:mm:ss"));
+        return m_clocks().shown(clip.started);
     case Took:
         return clip.took >= 0 ? duration(clip.took) : QString();
     default:

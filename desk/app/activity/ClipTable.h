@@ -40,6 +40,9 @@ public:
     const QVector<ServiceClip>& clips() const { return m_clips; }
     /// Where the clip belongs, for people.
     QString ownerName(const ServiceClip& clip) const;
+    /// The clip whose path stands in \a text, which may be a sentence around it; the longest path counts, and
+    /// of several the first. \return null without one. Valid until the table changes.
+    const ServiceClip* clipIn(const QString& text) const;
 
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
     int columnCount(const QModelIndex& parent = QModelIndex()) const override;
@@ -55,11 +58,13 @@ private:
     QVariant sortValue(const ServiceClip& clip, int column) const;
     bool isCleared(const ServiceClip& clip) const;
     void replaceAll(const QVector<ServiceClip>& clips);
+    void append(const ServiceClip& clip);
     void tellChanged(QVector<int> rows);
 
     Clocks m_clocks = &ClockReading::now;
     QVector<ServiceClip> m_clips;
-    QHash<QString, int> m_rows; ///< by id
+    QHash<QString, int> m_rows;   ///< by id
+    QHash<QString, int> m_byPath; ///< rows as well
     QHash<QString, QString> m_folders;
     QHash<QString, QString> m_profiles;
     QHash<QString, ClipState> m_cleared; ///< ids of what was taken out, and as what

@@ -1,11 +1,12 @@
 #include "MessageList.h"
 
+#include "ClipTable.h"
+#include "PathsInText.h"
 #include "PlainText.h"
-
-#include <QSet>
 
 #include <algorithm>
 #include <array>
+#include <numeric>
 
 namespace {
 
@@ -53,48 +54,98 @@ QString MessageList::adviceFor(const QString& text)
     return found == kAdvice.end() ? QString() : tr(found->text);
 }
 
+void MessageList::follow(const ClipTable& clips)
+{
+    m_clips = &clips;
+    // What changes of a clip that is known already says no more of where it lies.
+    connect(&clips, &QAbstractItemModel::rowsInserted, this, &MessageList::placeByStories);
+    connect(&clips, &QAbstractItemModel::modelReset, this, &MessageList::placeByStories);
+    placeByStories();
+}
+
+/// \return whether the clip that a message speaks of is one that the service tells of.
+bool MessageList::placeByStory(Message& message) const
+{
+    const ServiceClip* clip = m_clips ? m_clips->clipIn(message.text) : nullptr;
+    if (!clip)
+        return false;
+    message.path = clip->path;
+    message.clip = clip->name;
+    message.folder = pathsintext::folderOf(message.path, m_folders);
+    const bool isOfItsEnd = clip->state == ClipState::Failed || clip->state == ClipState::Rejected;
+    if (message.isService && isOfItsEnd && clip->since != ClockReading::kUnknown)
+        message.time = qMin(message.time, clip->since);
+    return true;
+}
+
 /// Finds out of which folder and which clip a message speaks: it names their paths.
 void MessageList::place(Message& message) const
 {
-    message.folder.clear();
-    message.clip.clear();
-    for (const QString& folder : m_folders) {
-        const int at = message.text.indexOf(folder);
-        if (at < 0 || folder.size() <= message.folder.size())
-            continue;
-        message.folder = folder;
-        const int from = at + folder.size();
-        message.clip.clear();
-        if (message.text.mid(from, 1) != QLatin1String("/"))
-            continue;
-        // The path ends where the sentence goes on; an extension tells the two apart.
-        const int dot = message.text.indexOf(QLatin1Char('.'), from);
-        int end = dot < 0 ? message.text.indexOf(QLatin1Char(' '), from) : dot;
-        while (end >= 0 && end < message.text.size() && !message.text.at(end).isSpace() &&
-               message.text.at(end) != QLatin1Char(':'))
-            ++end;
-        const QString path = message.text.mid(from + 1, end < 0 ? -1 : end - from - 1);
-        message.clip = path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
+    if (!message.path.isEmpty()) {
+        message.folder = pathsintext::folderOf(message.path, m_folders);
+    } else if (!placeByStory(message)) {
+        message.folder = pathsintext::folderIn(message.text, m_folders);
+        message.clip = pathsintext::fileIn(message.text, message.folder);
     }
 }
 
 void MessageList::setFolders(const QStringList& paths)
 {
-    if (paths == m_folders)
+    const QSet<QString> folders(paths.begin(), paths.end());
+    if (folders == m_folders)
         return;
-    m_folders = paths;
+    m_folders = folders;
     for (Message& message : m_messages)
         place(message);
     if (!m_messages.isEmpty())
         emit dataChanged(index(0, Folder), index(m_messages.size() - 1, Clip));
 }
 
+void MessageList::placeByStories()
+{
+    bool isMoved = false;
+    for (int row = 0; row < m_messages.size(); ++row) {
+        Message& message = m_messages[row];
+        const qint64 time = message.time;
+        if (!message.path.isEmpty() || !placeByStory(message))
+            continue;
+        emit dataChanged(index(row, Time), index(row, Clip));
+        isMoved = isMoved || message.time != time;
+    }
+    if (isMoved)
+        order();
+}
+
+void MessageList::order()
+{
+    emit layoutAboutToBeChanged();
+    QVector<int> order(m_messages.size()); // rows of before
+    std::iota(order.begin(), order.end(), 0);
+    std::stable_sort(order.begin(), order.end(),
+                     [this](int a, int b) { return m_messages.at(a).time > m_messages.at(b).time; });
+    QVector<Message> sorted;
+    sorted.reserve(order.size());
+    QVector<int> rows(order.size()); // of now, by those of before
+    for (const int row : qAsConst(order)) {
+        rows[row] = sorted.size();
+        sorted.append(m_messages.at(row));
+    }
+    m_messages = sorted;
+    const QModelIndexList held = persistentIndexList();
+    for (const QModelIndex& one : held)
+        changePersistentIndex(one, index(rows.at(one.row()), one.column()));
+    emit layoutChanged();
+}
+
 void MessageList::insert(const QString& text, bool isService)
 {
-    Message message{m_clocks().steady, text, isService, {}, {}};
+    Message message{m_clocks().steady, text, isService, {}, {}, {}};
     place(message);
-    beginInsertRows(QModelIndex(), 0, 0);
-    m_messages.prepend(message);
+    const auto at = std::find_if(m_messages.begin(), m_messages.end(),
+                                 [&](const Message& other) { return other.time <= message.time; });
+    const int row = static_cast<int>(at - m_messages.begin());
+    beginInsertRows(QModelIndex(), row, row);
+    m_messages.insert(row, message);
     endInsertRows();
 }
 
@@ -155,7 +206,7 @@ QVariant MessageList::data(const QModelIndex& index, int role) const
     const auto text = [&]() -> QString {
         switch (index.column()) {
         case Time:
-            return m_clocks().onTheWall(message.time).toString(QStringLiteral("HH:mm:ss"));
+            return m_clocks().shown(message.time);
         case Folder:
             return message.folder.mid(message.folder.lastIndexOf(QLatin1Char('/')) + 1);
         case Clip:

@@ -3,11 +3,15 @@
 #include "ClockReading.h"
 
 #include <QAbstractTableModel>
+#include <QSet>
 #include <QStringList>
 #include <QVector>
 
+class ClipTable;
+
 /// What a person should know, newest first: what the service complains about, which goes by itself once the
-/// service says so no more, and what the desk has to say.
+/// service says so no more, and what the desk has to say. What the service says of a clip that failed carries
+/// the moment at which that happened; all else the one at which the desk heard of it.
 class MessageList : public QAbstractTableModel
 {
     Q_OBJECT
@@ -21,7 +25,9 @@ public:
     /// Where the time comes from; this machine unless told.
     void setClocks(const Clocks& clocks) { m_clocks = clocks; }
 
-    /// The paths of the folders, to tell of which one a message speaks.
+    /// All clips, to tell of which one a message speaks. \param clips must outlive the list.
+    void follow(const ClipTable& clips);
+    /// The paths of the folders, for the same.
     void setFolders(const QStringList& paths);
     /// All that the service complains about now.
     void setServiceErrors(const QStringList& errors);
@@ -45,12 +51,17 @@ private:
         bool isService = false;
         QString folder;
         QString clip;
+        QString path; ///< of the clip, when the service tells of it; otherwise the sentence counts
     };
 
     void insert(const QString& text, bool isService);
     void place(Message& message) const;
+    bool placeByStory(Message& message) const;
+    void placeByStories();
+    void order();
 
+    const ClipTable* m_clips = nullptr;
     Clocks m_clocks = &ClockReading::now;
     QVector<Message> m_messages; ///< newest first
-    QStringList m_folders;
+    QSet<QString> m_folders;     ///< paths
 };

@@ -1,5 +1,7 @@
 #include "ClockReading.h"
 
+#include <QLocale>
+
 #include <chrono>
 
 ClockReading ClockReading::now()
@@ -17,4 +19,12 @@ qint64 ClockReading::steadyOf(const QDateTime& moment) const
 QDateTime ClockReading::onTheWall(qint64 moment) const
 {
     return moment == kUnknown ? QDateTime() : QDateTime::fromMSecsSinceEpoch(wall - (steady - moment));
+}
+
+QString ClockReading::shown(qint64 moment) const
+{
+    const QDateTime time = onTheWall(moment);
+    // Of what is days old nobody needs the seconds.
+    return time.date() == onTheWall(steady).date() ? time.toString(QStringLiteral("HH:mm:ss"))
+                                                   : QLocale().toString(time, QStringLiteral("d MMM HH:mm"));
 }

@@ -23,5 +23,7 @@ struct KRX_DESK_API ClockReading
     qint64 steadyOf(const QDateTime& moment) const;
     /// The other way round, in local time; invalid for kUnknown.
     QDateTime onTheWall(qint64 moment) const;
+    /// The same for people: the time of day, and the date where that is not today's; empty for kUnknown.
+    QString shown(qint64 moment) const;
 };
 using Clocks = std::function<ClockReading()>;

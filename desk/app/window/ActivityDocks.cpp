@@ -29,7 +29,9 @@ namespace {
 constexpr int kMostLines = 2000;
 constexpr int kMessageTime = 8000;
 constexpr int kRowPadding = 6;
-constexpr int kDockHeight = 240; ///< at least, when it is shown
+constexpr int kTimePadding = 12;
+const QLatin1String kWidestTime("30 MMM 00:00"); ///< of one that is not today's
+constexpr int kDockHeight = 240;                 ///< at least, when it is shown
 
 } // namespace
 
@@ -85,6 +87,7 @@ ActivityDocks::ActivityDocks(QMainWindow& window, ServiceFollower& service)
     connect(&m_feed, &ClipFeed::listeningChanged, &service.monitor(), &ServiceMonitor::setHeardOfChanges);
     connect(&m_feed, &ClipFeed::listeningChanged, this, [this](bool listens) { m_listens = listens; });
     connect(&service, &ServiceFollower::reported, this, &ActivityDocks::showReport);
+    m_messages.follow(m_clips);
     m_notifier.setInFront(QGuiApplication::applicationState() == Qt::ApplicationActive);
     connect(qGuiApp, &QGuiApplication::applicationStateChanged, this,
             [this](Qt::ApplicationState state) { m_notifier.setInFront(state == Qt::ApplicationActive); });
@@ -122,6 +125,8 @@ QWidget* ActivityDocks::makeMessages()
     table->setEditTriggers(QAbstractItemView::NoEditTriggers);
     table->setTextElideMode(Qt::ElideMiddle);
     table->horizontalHeader()->setSectionResizeMode(MessageList::Text, QHeaderView::Stretch);
+    table->setColumnWidth(MessageList::Time,
+                          table->fontMetrics().horizontalAdvance(kWidestTime) + kTimePadding);
     table->setColumnWidth(MessageList::Advice, 260);
     m_log = new QPlainTextEdit(tabs);
     m_log->setObjectName(QStringLiteral("messages"));
