@@ -242,13 +242,26 @@ bool Pipeline::stands(const Work& work)
     return work.source.isUnchanged() && work.source.isStillNamed() && sequenceStands(work);
 }
 
-/// True when its name leads to other content now: another file, or this one written to. One that is gone, or
-/// has another mode, may have been read before.
-bool Pipeline::isAnother(const Work& work)
+/// True when its name leads to other content now than \a made says that was worked on: another file, or this
+/// one written to. One that is gone may have been read before, but of pictures each has its turn.
+bool Pipeline::isAnother(const Work& work, const Clip& made)
 {
-    const auto now = filetools::stampOf(work.order.path);
-    const FileStamp then = work.source.stamp();
-    return now && !work.files.sequence && (*now != then || now->inode != then.inode);
+    const bool isSequence = work.files.sequence.has_value();
+    const FileStamp& then = work.record.stamp;
+    const auto now = isSequence ? clipfiles::stampOf(*work.files.sequence, work.order.ownerPath)
+                                : filetools::stampOf(work.order.path);
+    if (!now)
+        return isSequence;
+    if (then.isUntouched(*now))
+        return false;
+    if (*now != then || (!isSequence && now->inode != then.inode))
+        return true;
+    // Another mode, or another content whose time was put back. What was copied was compared already.
+    const std::string& known = made.source.checksum;
+    std::string error;
+    return !ClipStore::isProvisional(known) &&
+           (known.find(kSampled) != std::string::npos ||
+            contentOf(work, work.order.cancel, error) != std::optional(known));
 }
 
 /// Fills in the files that go where the clip goes. False when one is in somebody's hands.
@@ -470,7 +483,8 @@ std::optional<Refusal> Pipeline::runActivities(Work& work)
             Activity::forId(activities[i].id).run(work.clip, activities[i], progress, work.order.cancel);
         // What is said or made of a file that became another one meanwhile is about neither.
         const bool isWaiting = !made && made.refusal().status == kWaitFor;
-        if (!isWaiting && work.clip.linked.path == record.path && (made ? isAnother(work) : !stands(work)))
+        if (!isWaiting && work.clip.linked.path == record.path &&
+            (made ? isAnother(work, *made) : !stands(work)))
             return Refusal{kLookAgain, record.path + " changed while it was worked on"};
         if (!made)
             return made.refusal();

@@ -128,7 +128,7 @@ private:
     static std::string knownBy(const std::string& checksum, const FileStamp& stamp);
     static bool sequenceStands(const Work& work);
     static bool stands(const Work& work);
-    static bool isAnother(const Work& work);
+    static bool isAnother(const Work& work, const Clip& made);
     static bool addSidecars(Work& work);
     static void lookAtResult(const Clip& before, Clip& made, const CancelToken& cancel);
     static FileResult ended(FileResult::End end, const std::string& text,

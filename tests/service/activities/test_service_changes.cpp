@@ -3,14 +3,21 @@
 #include "TestFiles.h"
 #include "activities/Activity.h"
 #include "activities/Transcoder.h"
+#include "engines/Child.h"
 
 #include <QDir>
 #include <QDirIterator>
 #include <QScopeGuard>
 
+#include <fcntl.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 
+#include <atomic>
+#include <csignal>
 #include <cstring>
+#include <functional>
+#include <thread>
 
 namespace {
 
@@ -68,6 +75,59 @@ class TestServiceChanges : public QObject
         }
         return names;
     }
+    /// While this lives ffmpeg stops before it begins, the change is made, and it goes on: with what was
+    /// opened before.
+    class Halt
+    {
+    public:
+        explicit Halt(const std::function<void()>& change)
+            : m_thread([this, change] {
+                while (!m_isOver && !m_isDone) {
+                    if (const pid_t halted = haltedChild(); halted > 0) {
+                        change();
+                        m_isDone = true;
+                        ::kill(halted, SIGCONT);
+                    }
+                }
+            })
+        {
+            Ffmpeg::use({"/bin/sh", "-c", "kill -STOP $$; exec \"$0\" \"$@\"", Child::find("ffmpeg")});
+        }
+        ~Halt()
+        {
+            m_isOver = true;
+            m_thread.join();
+            Ffmpeg::use({});
+        }
+        Halt(const Halt&) = delete;
+        Halt& operator=(const Halt&) = delete;
+        bool isDone() const { return m_isDone; }
+
+    private:
+        static pid_t haltedChild()
+        {
+            const QByteArray stopped = ") T " + QByteArray::number(QCoreApplication::applicationPid()) + ' ';
+            for (const QString& process : QDir(s("/proc")).entryList({s("[1-9]*")}, QDir::Dirs)) {
+                QFile file(s("/proc/%1/stat").arg(process));
+                if (file.open(QIODevice::ReadOnly) && file.readAll().contains(stopped))
+                    return process.toInt();
+            }
+            return 0;
+        }
+
+        std::atomic<bool> m_isOver{false};
+        std::atomic<bool> m_isDone{false};
+        std::thread m_thread;
+    };
+
+    static constexpr const char* kChanges[] = {
+        "grows",
+        "is cut off",
+        "goes away",
+        "is replaced",
+        "is replaced by one of its size and time",
+        "gets another content and its time back",
+    };
     /// An action as a profile orders it, on a fresh volume.
     ActivityRecipe recipe(const QByteArray& id)
     {
@@ -98,7 +158,7 @@ private slots:
         QTest::addColumn<QString>("change");
         QTest::addColumn<bool>("isDuring");
         for (const char* action : {"copy", "transcode", "consolidate"}) {
-            for (const char* change : {"grows", "is cut off", "goes away", "is replaced"}) {
+            for (const char* change : kChanges) {
                 QTest::addRow("%s, %s before it", action, change) << QByteArray(action) << s(change) << false;
                 // How far a short transcode is, nobody may ever hear.
                 if (std::strcmp(action, "transcode") != 0)
@@ -136,10 +196,10 @@ private slots:
         QVERIFY(bench.listed().empty());
         QCOMPARE(allFiles(m_volume), QStringList());
     }
-    bool makeChanging() const
+    bool makeChanging(const char* codec = "mpeg4") const
     {
-        return m_bench.make(s("changing.mov"), "-f lavfi -i testsrc2=s=160x96:r=25:d=0.4 -c:v mpeg4")
-                   .isEmpty() &&
+        const QByteArray options = QByteArray("-f lavfi -i testsrc2=s=160x96:r=25:d=0.4 -c:v ") + codec;
+        return m_bench.make(s("changing.mov"), options.constData()).isEmpty() &&
                m_bench.make(s("another.mov"), "-f lavfi -i testsrc=s=160x96:r=25:d=0.2 -c:v mpeg4").isEmpty();
     }
     bool alterChanging(const QString& change) const
@@ -150,9 +210,104 @@ private slots:
             TestFiles::write(name, content + QByteArray(100000, 'x'));
         else if (change == s("is cut off"))
             TestFiles::write(name, content.left(3000));
+        else if (change.endsWith(s("time")) || change.endsWith(s("time back")))
+            return alterUnseen(name, content, change.startsWith(s("is replaced")));
         else if (!QFile::remove(name))
             return false;
         return change != s("is replaced") || QFile::rename(m_bench.path(s("another.mov")), name);
+    }
+
+    /// Neither size nor time tell it.
+    static bool alterUnseen(const QString& name, QByteArray content, bool isReplaced)
+    {
+        const std::string path = name.toStdString();
+        const auto before = filetools::stampOf(path);
+        struct stat facts
+        {
+        };
+        // Who wrote a movie; the end of a picture.
+        const int place = content.contains("Lavf") ? content.indexOf("Lavf") : content.size() - 4;
+        if (!before || ::stat(path.c_str(), &facts) != 0)
+            return false;
+        content.replace(place, 4, "Livf");
+        const std::string written = isReplaced ? path + ".new" : path;
+        TestFiles::write(QString::fromStdString(written), content);
+        const timespec times[2] = {facts.st_atim, facts.st_mtim};
+        return ::utimensat(AT_FDCWD, written.c_str(), times, 0) == 0 &&
+               (!isReplaced || ::rename(written.c_str(), path.c_str()) == 0) &&
+               filetools::stampOf(path) == before;
+    }
+
+    /// The same while ffmpeg reads what it was before; and what it is then is worked on anew.
+    void sourceThatChangesWhileFfmpegReadsItIsLookedAtAgain_data()
+    {
+        QTest::addColumn<QByteArray>("action");
+        QTest::addColumn<QString>("change");
+        for (const char* action : {"transcode", "consolidate"}) {
+            for (const char* change : {"grows", "is replaced", "is replaced by one of its size and time",
+                                       "gets another content and its time back"})
+                QTest::addRow("%s, %s", action, change) << QByteArray(action) << s(change);
+        }
+    }
+    void sourceThatChangesWhileFfmpegReadsItIsLookedAtAgain()
+    {
+        QFETCH(QByteArray, action);
+        QFETCH(QString, change);
+        QVERIFY(makeChanging("mpeg2video")); // which MXF holds
+        const std::string path = m_bench.path(s("changing.mov")).toStdString();
+        PipelineBench bench;
+        FileOrder order = bench.order(path);
+        order.profile.activities = {recipe(action)};
+        {
+            bool isAltered = false;
+            const Halt halt([&] { isAltered = alterChanging(change); });
+            const FileResult result = bench.pipeline.process(order);
+            QVERIFY(halt.isDone() && isAltered);
+            QVERIFY2(result.end == FileResult::End::Later, result.text.c_str());
+        }
+        QVERIFY(bench.listed().empty());
+        QCOMPARE(allFiles(m_volume), QStringList());
+        const FileResult again = bench.pipeline.process(order);
+        QVERIFY2(again.end == FileResult::End::Offered, again.text.c_str());
+        std::string error;
+        const std::string checksum = filetools::checksum(path, makeCancelToken(), error).value_or(error);
+        const QByteArray document = TestFiles::content(bench.listed().at(0));
+        QVERIFY2(document.contains(QByteArray::fromStdString(checksum.substr(checksum.find(':') + 1))),
+                 document.constData());
+        QCOMPARE(allFiles(m_volume).size(), 1);
+    }
+
+    void sequenceThatChangesWhileFfmpegReadsItIsLookedAtAgain_data()
+    {
+        QTest::addColumn<QString>("change");
+        QTest::addColumn<int>("end");
+        QTest::newRow("gets another content and its time back")
+            << s("content") << int(FileResult::End::Later);
+        QTest::newRow("loses a picture") << s("lost") << int(FileResult::End::Later);
+        QTest::newRow("gets another mode") << s("mode") << int(FileResult::End::Offered);
+    }
+    void sequenceThatChangesWhileFfmpegReadsItIsLookedAtAgain()
+    {
+        QFETCH(QString, change);
+        QFETCH(int, end);
+        QVERIFY(QDir().mkpath(m_bench.path(s("reel"))));
+        QCOMPARE(m_bench.make(s("reel/p.%02d.dpx"), "-f lavfi -i testsrc2=s=64x36:r=25:d=0.12"), QString());
+        const QString second = m_bench.path(s("reel/p.02.dpx"));
+        PipelineBench bench;
+        FileOrder order = bench.order(m_bench.path(s("reel/p.01.dpx")).toStdString());
+        order.profile.activities = {recipe("transcode")};
+        bool isAltered = false;
+        const Halt halt([&] {
+            isAltered = change == s("lost")   ? QFile::remove(second)
+                        : change == s("mode") ? ::chmod(second.toStdString().c_str(), 0640) == 0
+                                              : alterUnseen(second, TestFiles::content(second), false);
+        });
+        const FileResult result = bench.pipeline.process(order);
+        QVERIFY(halt.isDone() && isAltered);
+        QVERIFY2(int(result.end) == end, result.text.c_str());
+        const bool isOffered = result.end == FileResult::End::Offered;
+        QCOMPARE(int(bench.listed().size()), isOffered ? 1 : 0);
+        QCOMPARE(allFiles(m_volume).size(), isOffered ? 1 : 0);
     }
 
     /// The same while it is transcoded: it was looked into, and its results are opened.
