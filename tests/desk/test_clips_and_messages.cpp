@@ -384,7 +384,8 @@ private slots:
         table.setNames({{s("f1"), s("Rushes")}}, {});
         NotReadyPane pane(table);
         pane.show();
-        const auto* tree = pane.findChild<QTreeWidget*>();
+        auto* tree = pane.findChild<QTreeWidget*>();
+        KRXTest::watchModel(tree);
         QCOMPARE(tree->topLevelItemCount(), 1);
         QTreeWidgetItem* folder = tree->topLevelItem(0);
         QCOMPARE(folder->text(0), s("Rushes"));

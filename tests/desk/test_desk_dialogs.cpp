@@ -14,6 +14,7 @@
 #include "KRXSettingsController.h"
 #include "KRXTwistWidget.h"
 #include "KRXZorMetadata.h"
+#include "ModelWatch.h"
 #include "StandInMedia.h"
 #include "TestHttpServer.h"
 
@@ -452,7 +453,8 @@ private slots:
                         "<reason>the volume is away</reason></activity></dryRun>");
         TryItDialog dialog(QStringLiteral("p1"), QStringLiteral("/in/a & b.mov"), nullptr);
         dialog.show();
-        const auto* steps = dialog.findChild<QTreeWidget*>(QStringLiteral("tryItSteps"));
+        auto* steps = dialog.findChild<QTreeWidget*>(QStringLiteral("tryItSteps"));
+        KRXTest::watchModel(steps);
         QTRY_COMPARE(steps->topLevelItemCount(), 2);
         QVERIFY(server.lastRequest().body.contains("<path>/in/a &amp; b.mov</path>"));
         QVERIFY(dialog.findChild<QLabel*>()->text().startsWith(
