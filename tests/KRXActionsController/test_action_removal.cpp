@@ -313,14 +313,14 @@ void TestActionRemoval::commandOfARowThatIsGoneDoesNothing()
 
 void TestActionRemoval::stackDeletesOnlyRowsThatAreNotInTheList()
 {
-    const QPointer<ActionTWidget> removed = [] {
+    QPointer<ActionTWidget> removed;
+    {
         List list;
-        const QPointer<ActionTWidget> row(list.add(ActionType::Copy));
+        removed = list.add(ActionType::Copy);
         list.add(ActionType::Transcode);
-        list.select(row);
+        list.select(removed);
         list.controller->removeAction();
-        return row;
-    }();
+    }
     QVERIFY(!removed);
 }
 

@@ -17,6 +17,8 @@
 #include <QScrollArea>
 #include <QTimer>
 
+#include <algorithm>
+
 /// How the editor is built, filled and shown.
 class TestEditor : public QObject, private EditorTest
 {
@@ -252,13 +254,12 @@ private slots:
     void editReachesTheHostsMultichannelEditor()
     {
         Editor editor;
-        QPushButton* edit = nullptr;
-        for (QPushButton* button : editor.findChildren<QPushButton*>()) {
-            if (button->text() == QLatin1String("Edit..."))
-                edit = button;
-        }
-        QVERIFY(edit);
-        edit->click();
+        const auto buttons = editor.findChildren<QPushButton*>();
+        const auto edit = std::find_if(buttons.cbegin(), buttons.cend(), [](const QPushButton* button) {
+            return button->text() == QLatin1String("Edit...");
+        });
+        QVERIFY(edit != buttons.cend());
+        (*edit)->click();
         QVERIFY(editor.multiChannelLabel);
         QCOMPARE(editor.multiChannelLabel->objectName(), QStringLiteral("multichannelAudio"));
     }

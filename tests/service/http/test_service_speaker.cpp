@@ -43,7 +43,7 @@ public:
         isOpen = ::bind(m_listener, reinterpret_cast<sockaddr*>(&address), size) == 0 &&
                  ::listen(m_listener, 8) == 0 &&
                  ::getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &size) == 0;
-        port = ntohs(reinterpret_cast<sockaddr_in*>(&address)->sin_port);
+        port = isOpen ? ntohs(reinterpret_cast<sockaddr_in*>(&address)->sin_port) : 0;
     }
     ~Pair()
     {
