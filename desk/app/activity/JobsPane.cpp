@@ -31,6 +31,11 @@ bool canBeCancelled(ClipState state)
     return state == ClipState::Waiting || state == ClipState::Acting;
 }
 
+bool canBeTriedAgain(ClipState state)
+{
+    return state == ClipState::Failed || state == ClipState::Cancelled;
+}
+
 } // namespace
 
 void ProgressDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
@@ -164,7 +169,7 @@ QStringList JobsPane::jobsOf(const QModelIndexList& rows, bool isForRetry) const
     for (const QModelIndex& row : rows) {
         const auto state = static_cast<ClipState>(row.data(ClipTable::StateRole).toInt());
         const QString job = row.data(ClipTable::JobRole).toString();
-        const bool fits = isForRetry ? state == ClipState::Failed : canBeCancelled(state);
+        const bool fits = isForRetry ? canBeTriedAgain(state) : canBeCancelled(state);
         if (fits && !job.isEmpty())
             jobs << job;
     }
@@ -172,6 +177,7 @@ QStringList JobsPane::jobsOf(const QModelIndexList& rows, bool isForRetry) const
     return jobs;
 }
 
+/// What somebody cancelled did not fail: only who chooses it has it done again.
 QStringList JobsPane::allFailed() const
 {
     QStringList jobs;
@@ -196,7 +202,7 @@ void JobsPane::updateActions()
     m_cancel->setEnabled(
         any([&](const QModelIndex& row) { return hasJob(row) && canBeCancelled(stateOf(row)); }));
     m_retry->setEnabled(
-        any([&](const QModelIndex& row) { return hasJob(row) && stateOf(row) == ClipState::Failed; }));
+        any([&](const QModelIndex& row) { return hasJob(row) && canBeTriedAgain(stateOf(row)); }));
     const auto& clips = m_clips.clips();
     m_retryAll->setEnabled(std::any_of(clips.begin(), clips.end(), [](const ServiceClip& clip) {
         return clip.state == ClipState::Failed && !clip.job().isEmpty();

@@ -9,6 +9,8 @@ namespace serviceclip {
 
 namespace {
 
+/// The reason by which the service tells what was cancelled from what failed.
+constexpr char kWasCancelled[] = "Was cancelled";
 constexpr double kMostSeconds = 1e9; ///< that anything may be said to take
 
 struct Word
@@ -18,7 +20,7 @@ struct Word
 };
 
 /// In the order of the states.
-constexpr std::array<Word, 12> kWords = {{
+constexpr std::array<Word, 13> kWords = {{
     {"FOUND", QT_TRANSLATE_NOOP("ServiceClip", "Found")},
     {"GROWING", QT_TRANSLATE_NOOP("ServiceClip", "Growing")},
     {"OPEN", QT_TRANSLATE_NOOP("ServiceClip", "Open elsewhere")},
@@ -31,6 +33,7 @@ constexpr std::array<Word, 12> kWords = {{
     {"FAILED", QT_TRANSLATE_NOOP("ServiceClip", "Failed")},
     {"REJECTED", QT_TRANSLATE_NOOP("ServiceClip", "Not offered")},
     {"GONE", QT_TRANSLATE_NOOP("ServiceClip", "Gone")},
+    {"CANCELLED", QT_TRANSLATE_NOOP("ServiceClip", "Cancelled")},
 }};
 
 ClipState stateOf(const QString& word)
@@ -113,6 +116,8 @@ bool read(const QByteArray& body, ClipNews& news, int& total, quint64& version, 
         ServiceClip clip;
         while (xml.readNextStartElement())
             readField(xml, now, clip);
+        if (clip.state == ClipState::Failed && clip.reason == QLatin1String(kWasCancelled))
+            clip.state = ClipState::Cancelled;
         news.clips.append(clip);
     }
     return !xml.hasError();

@@ -9,7 +9,8 @@
 #include <QStringList>
 #include <QVector>
 
-/// Where a clip is on its way, in the order of the service's words.
+/// Where a clip is on its way, in the order of the service's words. What somebody cancelled is a failure to
+/// the service and none to people.
 enum class ClipState {
     Found,
     Growing,
@@ -22,7 +23,8 @@ enum class ClipState {
     Taken,
     Failed,
     Rejected,
-    Gone
+    Gone,
+    Cancelled
 };
 
 /// A clip as the service tells it.

@@ -387,6 +387,10 @@ private slots:
             return clips.size() == 1 && !ClipStore::isProvisional(clips.front().checksum);
         };
         QTRY_VERIFY_WITH_TIMEOUT(isRead(), 30000);
+        // By these words a client tells it from what failed.
+        const ClipEntry told = line.book.list({}).clips.at(0);
+        QCOMPARE(told.news.stage, ClipStage::Failed);
+        QCOMPARE(told.news.reason, std::string("Was cancelled"));
         QFile touched(file);
         QVERIFY(
             touched.open(QIODevice::ReadWrite) &&
