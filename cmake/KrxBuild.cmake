@@ -9,18 +9,26 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_AUTOMOC ON)
 set(CMAKE_AUTORCC ON)
 # A header that is new to an already built tree is looked at by moc only when its stamp is gone.
-file(GLOB krxMocStamps "${CMAKE_BINARY_DIR}/*/*_autogen/timestamp" "${CMAKE_BINARY_DIR}/*/*/*_autogen/timestamp")
+file(GLOB krxMocStamps "${PROJECT_BINARY_DIR}/*/*_autogen/timestamp" "${PROJECT_BINARY_DIR}/*/*/*_autogen/timestamp")
 if(krxMocStamps)
     file(REMOVE ${krxMocStamps})
 endif()
-set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
-set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
-# Optimising is what shows the compiler values that nobody set. The address sanitizer sees more where nothing was optimised
-# away; -fsanitize=object-size, which needs optimising, has nothing to add to it.
-if("address" IN_LIST KRX_SANITIZE)
-    set(CMAKE_CXX_FLAGS_DEBUG "-O0 -g1")
-else()
-    set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1")
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
+
+# How it is compiled is for the project around this one to say, or for whoever configures it.
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Debug, Release, RelWithDebInfo or MinSizeRel" FORCE)
+endif()
+string(STRIP "${CMAKE_CXX_FLAGS_DEBUG_INIT}" krxDebugFlags)
+if(PROJECT_IS_TOP_LEVEL AND CMAKE_CXX_FLAGS_DEBUG STREQUAL krxDebugFlags)
+    # Optimising is what shows the compiler values that nobody set. The address sanitizer sees more where nothing was
+    # optimised away; -fsanitize=object-size, which needs optimising, has nothing to add to it.
+    if("address" IN_LIST KRX_SANITIZE)
+        set(CMAKE_CXX_FLAGS_DEBUG "-O0 -g1")
+    else()
+        set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g1")
+    endif()
 endif()
 
 option(KRX_LINT "Read the sources with linters instead of compiling them" OFF)
@@ -28,8 +36,15 @@ if(KRX_LINT)
     include(KrxLint)
 endif()
 
-find_program(KRX_CCACHE ccache)
-if(KRX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+# Not unless it is asked for (the presets do): another linker writes other bytes than the one that everybody has.
+option(KRX_FAST_BUILD "Compile by way of ccache and link with mold, where they are there" OFF)
+if(KRX_FAST_BUILD)
+    find_program(KRX_CCACHE ccache)
+    include(CheckLinkerFlag)
+    # A compiler that is older than the linker does not know its name.
+    check_linker_flag(CXX -fuse-ld=mold KRX_MOLD_LINKS)
+endif()
+if(KRX_FAST_BUILD AND KRX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     # The base folder makes a compile in one checkout serve another one; the sloppiness lets
     # precompiled headers be cached.
     set(CMAKE_CXX_COMPILER_LAUNCHER
@@ -39,9 +54,7 @@ if(KRX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
         CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
         ${KRX_CCACHE})
 endif()
-
-find_program(KRX_MOLD mold)
-if(KRX_MOLD)
+if(KRX_FAST_BUILD AND KRX_MOLD_LINKS)
     add_link_options(-fuse-ld=mold)
 endif()
 
@@ -60,11 +73,14 @@ if(KRX_SANITIZE)
     endif()
 endif()
 
-add_compile_options(-Wall -Wextra)
-if(KRX_LINT OR KRX_WARNINGS_ARE_ERRORS)
-    add_compile_options(-Wconversion -Wshadow)
+# A project around this one has warnings of its own, and may have them be errors.
+if(PROJECT_IS_TOP_LEVEL)
+    add_compile_options(-Wall -Wextra)
+    if(KRX_LINT OR KRX_WARNINGS_ARE_ERRORS)
+        add_compile_options(-Wconversion -Wshadow)
+    endif()
+    add_compile_options(-Wnon-virtual-dtor -Woverloaded-virtual)
 endif()
-add_compile_options(-Wnon-virtual-dtor -Woverloaded-virtual)
 if(KRX_WARNINGS_ARE_ERRORS)
     add_compile_options(-Werror)
 endif()
@@ -89,6 +105,18 @@ set(KRX_PCH_HEADERS
     <QTreeWidget> <QVBoxLayout> <QVariant> <QWidget>
     <algorithm> <array> <functional> <memory> <optional> <string> <string_view> <vector>)
 
+# The way from one folder of what is installed to another, as both lie below the prefix or at places of their own.
+function(krx_installed_way result from to)
+    foreach(place IN ITEMS from to)
+        if(NOT IS_ABSOLUTE "${${place}}")
+            set(${place} "${CMAKE_INSTALL_PREFIX}/${${place}}")
+        endif()
+    endforeach()
+    file(RELATIVE_PATH way "${from}" "${to}")
+    string(REGEX REPLACE "/$" "" way "${way}")
+    set(${result} "${way}" PARENT_SCOPE)
+endfunction()
+
 # The target that carries the precompiled header; a folder that compiles with other options or more headers sets one of
 # its own.
 set(KRX_PCH_TARGET krx_pch)
@@ -99,9 +127,9 @@ function(krx_qt_target target)
     target_link_libraries(${target} PRIVATE krx_strict_qt)
     if(KRX_PCH)
         if(NOT TARGET ${KRX_PCH_TARGET})
-            file(CONFIGURE OUTPUT "${CMAKE_BINARY_DIR}/krx_pch.cpp"
+            file(CONFIGURE OUTPUT "${PROJECT_BINARY_DIR}/krx_pch.cpp"
                 CONTENT "// Only carries the precompiled header.\n")
-            add_library(${KRX_PCH_TARGET} OBJECT "${CMAKE_BINARY_DIR}/krx_pch.cpp")
+            add_library(${KRX_PCH_TARGET} OBJECT "${PROJECT_BINARY_DIR}/krx_pch.cpp")
             target_link_libraries(${KRX_PCH_TARGET} PRIVATE ${KRX_QT}::Core ${KRX_QT}::Gui ${KRX_QT}::Widgets ${KRX_QT}::Xml
                 ${KRX_PCH_LIBS})
             set_target_properties(${KRX_PCH_TARGET} PROPERTIES AUTOMOC OFF AUTORCC OFF)

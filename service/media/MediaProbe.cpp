@@ -90,7 +90,7 @@ std::vector<std::string> usualProgram()
     std::string place(self, length > 0 ? static_cast<std::size_t>(length) : 0);
     place.resize(place.rfind('/') == std::string::npos ? 0 : place.rfind('/') + 1);
     const std::string beside = place + kProgram;
-    const std::string installed = place + "../lib/krx-service/" + kProgram;
+    const std::string installed = place + KRX_MEDIA_WAY "/" + kProgram;
     return {::access(beside.c_str(), X_OK) != 0 && ::access(installed.c_str(), X_OK) == 0 ? installed
                                                                                           : beside};
 }

@@ -10,9 +10,8 @@
 namespace {
 
 const QLatin1String kFileName("krx-desk-extras.so");
-/// Relative to the program's folder.
-const QLatin1String kPlaces[] = {QLatin1String("."), QLatin1String("../lib"),
-                                 QLatin1String("../lib/krx-desk")};
+/// Relative to the program's folder: where it is built, and where it is installed.
+const QLatin1String kPlaces[] = {QLatin1String("."), QLatin1String("../lib"), QLatin1String(KRX_EXTRAS_WAY)};
 
 QString tr(const char* text)
 {
