@@ -1,4 +1,5 @@
 #include "ActivityDocks.h"
+#include "ClipLists.h"
 #include "DeskPanel.h"
 #include "DeskSession.h"
 #include "DeskWindow.h"
@@ -209,6 +210,31 @@ private slots:
         action("&Refresh")->trigger();
         QTRY_COMPARE(state(), int(KRXFolderViewWidget::NewClipsAvailable));
         m_server->release();
+    }
+
+    void aFolderThatSomebodyElseMadeIsCalledByItsName()
+    {
+        serviceAnswers();
+        const QByteArray changes = "/KRXService/changes?since=";
+        m_server->setReply("GET", changes + "0", 200, "<changes version=\"5\"/>");
+        m_server->setReply(
+            "GET", "/KRXService/clips?since=0&offset=0&limit=1000", 200,
+            ClipLists::listXml(1, ClipLists::clipXml("c1", "WAITING").replace(">f1<", ">f2<")));
+        m_server->setReply(
+            "GET", changes + "5",
+            TestHttpServer::Reply::xml("<changes version=\"6\"><changed>folders</changed></changes>")
+                .heldBack());
+        m_server->setReply("GET", changes + "6", TestHttpServer::Reply::never());
+        m_window->start();
+        const auto* clips = m_window->findChild<QTableView*>(QStringLiteral("clipsTable"))->model();
+        const auto shown = [clips] { return clips->index(0, ClipTable::Folder).data().toString(); };
+        QTRY_COMPARE(shown(), QStringLiteral("f2"));
+        // The panel read its list before.
+        QTRY_COMPARE(m_window->folderView()->topLevelItemCount(), 1);
+        m_server->setReply("GET", "/KRXService/xelmediafolders?level=detail", 200,
+                           QByteArray(kFolders).replace("f1", "f2").replace("/watch", "/somewhere/Rushes"));
+        m_server->release();
+        QTRY_COMPARE(shown(), QStringLiteral("Rushes"));
     }
 
     void aServiceThatGoesAwayTakesThePanelOffLineAndLeavesItsRows()

@@ -26,6 +26,8 @@ constexpr int kInterval = 10;
 const QByteArray kActivity = "/KRXService/activity";
 const QByteArray kJobs = "/KRXService/jobs";
 
+const QByteArray kFolderList = "/KRXService/xelmediafolders?level=detail";
+const QByteArray kProfileList = "/KRXService/profiles?level=detail";
 const QByteArray kChanges = "/KRXService/changes?since=";
 
 QByteArray clipsUrl(int since)
@@ -276,7 +278,7 @@ private slots:
         QCOMPARE(listening.count(), 1);
         QVERIFY(listening.at(0).at(0).toBool());
         // What it waits for is cut short by its end.
-        QVERIFY(server.waitForRequests(5));
+        QTRY_COMPARE(server.requestCount("GET", kChanges + "6"), 1);
     }
 
     void aFeedThatCountsAnotherNumberReadsAllAgain()
@@ -298,6 +300,47 @@ private slots:
         QTRY_COMPARE(clips.count(), 2);
         QVERIFY(clips.at(1).at(0).value<ClipNews>().isWhole);
         QCOMPARE(clips.at(1).at(0).value<ClipNews>().clips.size(), 1);
+    }
+
+    void theFeedTellsWhatFoldersAndProfilesAreCalledWhoeverMadeThem()
+    {
+        const QByteArray folders = "<xelMediaFolders><xelMediaFolder id=\"f1\"><enabled>true</enabled>"
+                                   "<path>/in/&lt;one&gt;</path><outputXELFiles><fileName>x</fileName>"
+                                   "</outputXELFiles></xelMediaFolder>%1</xelMediaFolders>";
+        const QByteArray other = "<xelMediaFolder id=\"f2\"><path>/in/two</path></xelMediaFolder>";
+        const QByteArray profiles =
+            "<profiles><profile><profileDetail><profileName>%1</profileName><profileGUID>p1"
+            "</profileGUID></profileDetail><xelSettings><profileName>no</profileName>"
+            "</xelSettings></profile></profiles>";
+        TestHttpServer server;
+        const ScopedConnectPort connect(server.port());
+        server.setReply("GET", kChanges + "0", 200, "<changes version=\"5\"/>");
+        server.setReply("GET", clipsUrl(0), 200, listXml(0, {}));
+        server.addReplyOnce("GET", kFolderList,
+                            TestHttpServer::Reply::xml(QByteArray(folders).replace("%1", "")));
+        server.addReplyOnce("GET", kProfileList,
+                            TestHttpServer::Reply::xml(QByteArray(profiles).replace("%1", "Old")));
+        server.setReply("GET", kChanges + "5", 200,
+                        "<changes version=\"6\"><changed>folders</changed></changes>");
+        server.addReplyOnce("GET", kFolderList,
+                            TestHttpServer::Reply::xml(QByteArray(folders).replace("%1", other)));
+        server.addReplyOnce("GET", kProfileList,
+                            TestHttpServer::Reply::xml(QByteArray(profiles).replace("%1", "Old")));
+        server.setReply("GET", kChanges + "6", 200,
+                        "<changes version=\"7\"><changed>profiles</changed></changes>");
+        server.setReply("GET", kFolderList, 200, QByteArray(folders).replace("%1", other));
+        server.setReply("GET", kProfileList, 200, QByteArray(profiles).replace("%1", "New"));
+        server.setReply("GET", kChanges + "7", TestHttpServer::Reply::never());
+        ClipFeed feed;
+        QSignalSpy names(&feed, &ClipFeed::namesChanged);
+        feed.listen();
+        QTRY_COMPARE(names.count(), 3);
+        const auto at = [&](int i) { return names.at(i).at(0).value<ServiceNames>(); };
+        QCOMPARE(at(0).folders, (QHash<QString, QString>{{s("f1"), s("/in/<one>")}}));
+        QCOMPARE(at(1).folders,
+                 (QHash<QString, QString>{{s("f1"), s("/in/<one>")}, {s("f2"), s("/in/two")}}));
+        QCOMPARE(at(1).profiles, (QHash<QString, QString>{{s("p1"), s("Old")}}));
+        QCOMPARE(at(2).profiles, (QHash<QString, QString>{{s("p1"), s("New")}}));
     }
 
     void aServiceThatKnowsNoChangesIsAskedAgainOnlyWhenTold()
@@ -323,7 +366,7 @@ private slots:
         ClipFeed feed;
         QSignalSpy listening(&feed, &ClipFeed::listeningChanged);
         feed.listen();
-        QVERIFY(server.waitForRequests(3));
+        QTRY_COMPARE(server.requestCount("GET", kChanges + "5"), 1);
         QTRY_COMPARE(listening.count(), 1);
         server.setReply("GET", kChanges + "5", TestHttpServer::Reply::bare(500));
         server.dropConnections();

@@ -69,7 +69,10 @@ private:
     {
         QStringList topics;
         // What changes while the list is read is heard of afterwards.
-        return ask(kAnswer, 0, topics) && readClips(0);
+        if (!ask(kAnswer, 0, topics))
+            return false;
+        readNames();
+        return readClips(0);
     }
     bool listen()
     {
@@ -77,6 +80,9 @@ private:
         const quint64 since = m_version;
         if (!ask(kLongAnswer, since, topics))
             return false;
+        // Before the clips, which are told of by them.
+        if (topics.contains(QLatin1String("folders")) || topics.contains(QLatin1String("profiles")))
+            readNames();
         if (topics.contains(QLatin1String("clips")) && !readClips(m_clipsVersion))
             return false;
         if (!topics.isEmpty())
@@ -87,6 +93,16 @@ private:
     {
         const RestReply reply = restrequest::get(QStringLiteral("changes?since=%1").arg(since), longest);
         return reply.succeeded && readChanges(reply.body, topics, m_version);
+    }
+    /// A list that does not come leaves the names that were told of.
+    void readNames()
+    {
+        const RestReply folders = restrequest::get(QStringLiteral("xelmediafolders?level=detail"), kAnswer);
+        const RestReply profiles = restrequest::get(QStringLiteral("profiles?level=detail"), kAnswer);
+        ServiceNames names;
+        if (folders.succeeded && servicenames::readFolders(folders.body, names.folders) &&
+            profiles.succeeded && servicenames::readProfiles(profiles.body, names.profiles))
+            emit m_feed.namesChanged(names);
     }
     bool readClips(quint64 since)
     {
@@ -136,6 +152,7 @@ ClipFeed::ClipFeed(QObject* parent)
     , m_reader(new Reader(*this, m_waits))
 {
     qRegisterMetaType<ClipNews>();
+    qRegisterMetaType<ServiceNames>();
     m_thread.setObjectName(QStringLiteral("clip feed"));
     m_reader->moveToThread(&m_thread);
     connect(&m_thread, &QThread::finished, m_reader, &QObject::deleteLater);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ServiceClip.h"
+#include "ServiceNames.h"
 
 #include <QObject>
 #include <QStringList>
@@ -30,6 +31,8 @@ signals:
     // Delivered in the thread that the feed lives in.
     /// All clips first, then those that change.
     void clipsChanged(const ClipNews& news);
+    /// What folders and profiles are called, whoever made them: at first, and when that changes.
+    void namesChanged(const ServiceNames& names);
     /// Words of the service for what changed: "folders", "profiles", "jobs", "clips", "errors".
     void changed(const QStringList& topics);
     /// Whether changes are heard of as they happen. False at first.

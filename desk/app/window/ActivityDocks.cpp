@@ -12,7 +12,6 @@
 #include <QAction>
 #include <QApplication>
 #include <QDockWidget>
-#include <QFileInfo>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMainWindow>
@@ -83,9 +82,16 @@ ActivityDocks::ActivityDocks(QMainWindow& window, ServiceFollower& service)
     connect(m_jobs, &JobsPane::cancelWanted, &service.monitor(), &ServiceMonitor::cancelTheseJobs);
     connect(m_jobs, &JobsPane::retryWanted, &service.monitor(), &ServiceMonitor::retryTheseJobs);
     connect(&m_feed, &ClipFeed::clipsChanged, this, &ActivityDocks::clipsChanged);
+    connect(&m_feed, &ClipFeed::namesChanged, this, [this](const ServiceNames& names) {
+        m_hearsNames = true;
+        setNames(names);
+    });
     connect(&m_feed, &ClipFeed::changed, this, &ActivityDocks::serviceChanged);
     connect(&m_feed, &ClipFeed::listeningChanged, &service.monitor(), &ServiceMonitor::setHeardOfChanges);
-    connect(&m_feed, &ClipFeed::listeningChanged, this, [this](bool listens) { m_listens = listens; });
+    connect(&m_feed, &ClipFeed::listeningChanged, this, [this](bool listens) {
+        m_listens = listens;
+        m_hearsNames = m_hearsNames && listens;
+    });
     connect(&service, &ServiceFollower::reported, this, &ActivityDocks::showReport);
     m_messages.follow(m_clips);
     m_notifier.setInFront(QGuiApplication::applicationState() == Qt::ApplicationActive);
@@ -167,26 +173,34 @@ void ActivityDocks::showReport(const ServiceReport& report)
     }
     if (report.online && !m_listens)
         m_feed.listen();
-    readNames();
+    if (!m_hearsNames)
+        setNames(namesOfPanel());
     showCounts();
 }
 
-void ActivityDocks::readNames()
+/// What folders and profiles are called as far as the panel knows, which learns of those that others make
+/// only when it reads its list again.
+ServiceNames ActivityDocks::namesOfPanel()
 {
-    QHash<QString, QString> folders;
-    QStringList paths;
+    ServiceNames names;
     const auto& manager = KRXFolderManager::getInstance();
     for (int i = 0; i < manager.countFolders(); ++i) {
         const KRXFolder* folder = manager.getFolder(i);
-        const QString path = folder->property(KRXFolderProperties::kPath).toString();
-        folders.insert(folder->property(KRXFolderProperties::kId).toString(), QFileInfo(path).fileName());
-        paths << path;
+        names.folders.insert(folder->property(KRXFolderProperties::kId).toString(),
+                             folder->property(KRXFolderProperties::kPath).toString());
     }
-    QHash<QString, QString> profiles;
     for (const auto& item : KRXProfileManager::getInstance().profileItems())
-        profiles.insert(item.first, item.second);
-    m_clips.setNames(folders, profiles);
-    m_messages.setFolders(paths);
+        names.profiles.insert(item.first, item.second);
+    return names;
+}
+
+void ActivityDocks::setNames(const ServiceNames& names)
+{
+    QHash<QString, QString> folders;
+    for (auto it = names.folders.cbegin(); it != names.folders.cend(); ++it)
+        folders.insert(it.key(), it.value().mid(it.value().lastIndexOf(QLatin1Char('/')) + 1));
+    m_clips.setNames(folders, names.profiles);
+    m_messages.setFolders(names.folders.values());
 }
 
 void ActivityDocks::clipsChanged(const ClipNews& news)

@@ -63,7 +63,8 @@ private:
     void showReport(const ServiceReport& report);
     void clipsChanged(const ClipNews& news);
     void serviceChanged(const QStringList& topics);
-    void readNames();
+    static ServiceNames namesOfPanel();
+    void setNames(const ServiceNames& names);
     void show(QDockWidget* dock);
     void showCounts();
 
@@ -74,6 +75,7 @@ private:
     MessageList m_messages;
     Notifier m_notifier;
     bool m_listens = false;
+    bool m_hearsNames = false;          ///< of folders and profiles, from the service itself
     QStringList m_errors;               ///< of the service, as last told
     QHash<QString, ClipState> m_states; ///< of the clips, to see what became ready or failed
     JobsPane* m_jobs;
