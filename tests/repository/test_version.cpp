@@ -76,6 +76,25 @@ public:
     {
         return run(QStringLiteral("git"), arguments, m_folder.path()).text.trimmed();
     }
+    void commit(const char* message) const
+    {
+        git({QStringLiteral("commit"), QStringLiteral("-q"), QStringLiteral("-a"), QStringLiteral("-m"),
+             QString::fromLatin1(message)});
+    }
+    /// The version of the packages that are made of it.
+    QString packageVersion() const
+    {
+        return run(inTree("packaging/package-version"), {m_folder.path()}).text.trimmed();
+    }
+    /// "git", its time and its name: how packages tell of a commit that is no release.
+    QString build() const
+    {
+        const qint64 time =
+            git({QStringLiteral("log"), QStringLiteral("-1"), QStringLiteral("--format=%ct")}).toLongLong();
+        return QStringLiteral("git%1.%2")
+            .arg(QDateTime::fromSecsSinceEpoch(time, Qt::UTC).toString(QStringLiteral("yyyyMMddhhmmss")),
+                 git({QStringLiteral("rev-parse"), QStringLiteral("--short"), QStringLiteral("HEAD")}));
+    }
     Outcome release(const char* version) const
     {
         return run(inTree("packaging/release"), {QString::fromLatin1(version), m_folder.path()});
@@ -84,6 +103,14 @@ public:
 private:
     QTemporaryDir m_folder;
 };
+
+/// Whether a package is an upgrade of another one.
+bool isOlder(const QString& version, const QString& than)
+{
+    return run(QStringLiteral("dpkg"),
+               {QStringLiteral("--compare-versions"), version, QStringLiteral("lt"), than})
+               .exitCode == 0;
+}
 
 } // namespace
 
@@ -149,6 +176,40 @@ private slots:
         QCOMPARE(checkout.git({QStringLiteral("describe")}), QStringLiteral("v0.2.0"));
         QCOMPARE(checkout.git({QStringLiteral("log"), QStringLiteral("-1"), QStringLiteral("--format=%s")}),
                  QStringLiteral("Release 0.2.0"));
+    }
+
+    void packagesBetweenReleasesSayWhichCommitTheyAre()
+    {
+        const Checkout checkout("# Changes\n\n## Unreleased\n\n- One thing.\n");
+        const QString before = checkout.packageVersion();
+        QCOMPARE(before, QStringLiteral("0.1.0~") + checkout.build());
+        QCOMPARE(checkout.release("0.1.0").exitCode, 0);
+        const QString released = checkout.packageVersion();
+        QCOMPARE(released, QStringLiteral("0.1.0"));
+
+        TestFiles::write(checkout.path("CHANGELOG.md"),
+                         content(checkout.path("CHANGELOG.md"))
+                             .replace("## Unreleased\n", "## Unreleased\n\n- Another thing.\n"));
+        checkout.commit("Go on");
+        const QString after = checkout.packageVersion();
+        QCOMPARE(after, QStringLiteral("0.1.0+") + checkout.build());
+        // Also where nobody knows of the tag.
+        checkout.git({QStringLiteral("tag"), QStringLiteral("-d"), QStringLiteral("v0.1.0")});
+        QCOMPARE(checkout.packageVersion(), after);
+        // Each is an upgrade of the one before.
+        QVERIFY(isOlder(before, released));
+        QVERIFY(isOlder(released, after));
+        QVERIFY(isOlder(after, QStringLiteral("0.1.1")));
+    }
+
+    void aCommitAfterAReleaseIsNotTheReleaseThoughNothingIsSaidOfIt()
+    {
+        const Checkout checkout("# Changes\n\n## Unreleased\n\n- One thing.\n");
+        QCOMPARE(checkout.release("0.1.0").exitCode, 0);
+        TestFiles::write(checkout.path("new.txt"), "new");
+        checkout.git({QStringLiteral("add"), QStringLiteral("new.txt")});
+        checkout.commit("Add a file");
+        QCOMPARE(checkout.packageVersion(), QStringLiteral("0.1.0+") + checkout.build());
     }
 
     void whatIsNoReleaseIsRefused_data()
