@@ -52,8 +52,8 @@ public:
     /// been through the actions before this one, and has no checksums.
     virtual Forecast foresee(const Clip& clip, const ActivityRecipe& recipe, const CancelToken& cancel) const;
 
-    /// Whether run() reads all of the clip's source and tells its checksum. When such an action is the first
-    /// one, nobody else needs to read the source to know it again.
+    /// Whether run() reads all of the clip's source and sidecars and tells their checksums. When such an
+    /// action is the first one, nobody else needs to read them.
     virtual bool learnsContent() const { return false; }
 
     /// Why \a recipe can never be done, whatever the clip; nothing when it can.

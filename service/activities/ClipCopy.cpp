@@ -123,6 +123,13 @@ void undo(const CopyResult& result)
     }
 }
 
+void learnSidecars(Clip& clip, const CopyResult& result)
+{
+    auto file = result.files.end() - static_cast<std::ptrdiff_t>(clip.sidecars.size());
+    for (auto& sidecar : clip.sidecars)
+        sidecar.checksum = (file++)->checksum;
+}
+
 void relink(Clip& clip, const CopyResult& result, const FileFacts& copy)
 {
     clip.linked = copy;

@@ -32,6 +32,9 @@ bool isOther(const Clip& clip, const CopyResult& result, const CopyOrder& order)
 /// Removes what was copied then, as far as it did not lie there before and is still what it was.
 void undo(const CopyResult& result);
 
+/// Gives the sidecars that the clip keeps the checksums of their copies.
+void learnSidecars(Clip& clip, const CopyResult& result);
+
 /// Lets the clip be what was copied.
 void relink(Clip& clip, const CopyResult& result, const FileFacts& copy);
 

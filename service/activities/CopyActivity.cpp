@@ -87,6 +87,7 @@ Outcome<Clip> CopyActivity::run(const Clip& clip, const ActivityRecipe& recipe,
     Clip copied = clip;
     if (clip.linked.path == clip.source.path)
         copied.source.checksum = copied.linked.checksum = clipcopy::sourceChecksum(result, order);
+    clipcopy::learnSidecars(copied, result);
     if (recipe.relinkAfterCopy)
         clipcopy::relink(copied, result, copy);
     copied.activities.push_back({recipe.id, recipe.name, "verified", clipcopy::made(result, order), {}});

@@ -174,6 +174,13 @@ std::string Pipeline::knownBy(const std::string& checksum, const FileStamp& stam
                                                         : checksum + '@' + std::to_string(stamp.changed);
 }
 
+/// True when the first action reads all files of a clip and tells what they hold, so that nobody else has to.
+bool Pipeline::isReadByActions(const FileOrder& order)
+{
+    const auto& activities = order.profile.activities;
+    return !activities.empty() && Activity::forId(activities.front().id).learnsContent();
+}
+
 /// Fills in which content the file has. \return what is to be said when there is nothing to be done.
 ///
 /// An action may read all of the file and tell its checksum. So when one of those is the first, and no clip
@@ -184,10 +191,9 @@ std::optional<FileResult> Pipeline::recognise(Work& work)
     const FileOrder& order = work.order;
     ClipRecord& record = work.record;
     const std::string provisional = ClipStore::provisionalChecksum(record.stamp);
-    const auto& activities = order.profile.activities;
     auto seen = m_clips.find(order.ownerId, order.path, provisional);
-    const bool isUnread = !activities.empty() && Activity::forId(activities.front().id).learnsContent() &&
-                          (seen ? seen->done == 0 : !m_clips.knows(order.ownerId, order.path));
+    const bool isUnread =
+        isReadByActions(order) && (seen ? seen->done == 0 : !m_clips.knows(order.ownerId, order.path));
     std::string error;
     const auto checksum = isUnread ? std::optional(provisional) : contentOf(work, order.cancel, error);
     if (*order.cancel)
@@ -271,6 +277,10 @@ bool Pipeline::addSidecars(Work& work)
         const SourceFile file(path, work.order.ownerPath);
         if (file.isMissing())
             continue;
+        if (file.isOpen() && isReadByActions(work.order)) {
+            work.clip.sidecars.push_back({path, file.stamp(), {}});
+            continue;
+        }
         std::string error;
         const auto checksum =
             file.isOpen() ? filetools::checksum(file.get(), work.order.cancel, error) : std::nullopt;

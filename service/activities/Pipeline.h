@@ -122,6 +122,7 @@ private:
     std::optional<FileResult> recognise(Work& work);
     static std::optional<std::string> contentOf(const Work& work, const CancelToken& cancel,
                                                 std::string& error);
+    static bool isReadByActions(const FileOrder& order);
     void learnContent(Work& work);
     void noteContent(Work& work);
     void learnLate(const ClipRecord& clip, const CancelToken& cancel);

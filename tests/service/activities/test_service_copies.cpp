@@ -399,6 +399,33 @@ private slots:
         QCOMPARE(int(sound.bench.listed().size()), 2);
     }
 
+    void firstCopyReadsTheSidecarsOnceAndTellsWhatTheyHold()
+    {
+        for (const bool relinks : {false, true}) {
+            Sound sound;
+            const QString sidecar = sound.bench.folder.filePath(s("a.xml"));
+            QByteArray bytes(8 * 1024 * 1024, ' ');
+            bytes[0] = '<';
+            write(sidecar, bytes);
+            FileOrder order = sound.order();
+            order.profile.activities.front().relinkAfterCopy = relinks;
+            const std::int64_t before = bytesRead();
+            QCOMPARE(int(sound.bench.pipeline.process(order).end), int(FileResult::End::Offered));
+            const double times =
+                double(bytesRead() - before) / double(QFileInfo(sound.file).size() + bytes.size());
+            QVERIFY2(times > 1.9 && times < 2.5, qPrintable(QString::number(times)));
+            QCOMPARE(content(sound.to + s("/a.xml")), bytes);
+            std::string error;
+            const auto checksum = filetools::checksum(sidecar.toStdString(), makeCancelToken(), error);
+            QVERIFY(checksum);
+            const QString document = QString::fromUtf8(content(sound.bench.listed().at(0)));
+            const QString element = document.section(s("<sidecar>"), 1).section(s("</sidecar>"), 0, 0);
+            QVERIFY2(element.contains(QString::fromStdString(checksum->substr(checksum->find(':') + 1))),
+                     qPrintable(document));
+            QVERIFY(element.contains((relinks ? sound.to : sound.bench.folder.path()) + s("/a.xml")));
+        }
+    }
+
     void clipThatFailedBeforeItWasCopiedIsKnownByItsContent()
     {
         Sound sound;
