@@ -31,17 +31,17 @@ QString sentence(QString text)
     return text;
 }
 
+/// The ids of clips begin anew with each start of the service.
+QString keyOf(const ServiceClip& clip)
+{
+    return clip.guid.isEmpty() ? QString(clip.folderId + clip.jobId + clip.path) : clip.guid;
+}
+
 } // namespace
 
 ClipTable::ClipTable(QObject* parent)
     : QAbstractTableModel(parent)
 {
-}
-
-bool ClipTable::isCleared(const ServiceClip& clip) const
-{
-    const auto found = m_cleared.find(clip.id);
-    return found != m_cleared.end() && *found == clip.state;
 }
 
 void ClipTable::replaceAll(const QVector<ServiceClip>& clips)
@@ -50,10 +50,8 @@ void ClipTable::replaceAll(const QVector<ServiceClip>& clips)
     m_clips.clear();
     m_rows.clear();
     m_byPath.clear();
-    for (const ServiceClip& clip : clips) {
-        if (!isCleared(clip))
-            append(clip);
-    }
+    for (const ServiceClip& clip : clips)
+        append(clip);
     endResetModel();
     emit applied();
 }
@@ -72,9 +70,6 @@ void ClipTable::apply(const ClipNews& news)
     QVector<ServiceClip> added;
     QVector<int> changed;
     for (const ServiceClip& clip : news.clips) {
-        if (isCleared(clip))
-            continue;
-        m_cleared.remove(clip.id);
         const auto known = m_rows.find(clip.id);
         if (known == m_rows.end()) {
             added.append(clip);
@@ -114,16 +109,6 @@ void ClipTable::setNames(const QHash<QString, QString>& folders, const QHash<QSt
     m_profiles = profiles;
     if (!m_clips.isEmpty())
         emit dataChanged(index(0, Folder), index(m_clips.size() - 1, Profile));
-}
-
-void ClipTable::clearFinished()
-{
-    for (const ServiceClip& clip : qAsConst(m_clips)) {
-        if (clip.isOver())
-            m_cleared.insert(clip.id, clip.state);
-    }
-    const QVector<ServiceClip> all = m_clips;
-    replaceAll(all);
 }
 
 QString ClipTable::ownerName(const ServiceClip& clip) const
@@ -230,11 +215,41 @@ QVariant ClipTable::headerData(int section, Qt::Orientation orientation, int rol
     return titles[section];
 }
 
-ClipFilter::ClipFilter(QObject* parent)
+ClipFilter::ClipFilter(ClipTable& clips, QObject* parent)
     : QSortFilterProxyModel(parent)
+    , m_clips(clips)
 {
     setSortRole(ClipTable::SortRole);
     setSortCaseSensitivity(Qt::CaseInsensitive);
+    setSourceModel(&clips);
+}
+
+void ClipFilter::clearFinished()
+{
+    for (const ServiceClip& clip : m_clips.clips()) {
+        if (clip.isOver() && clip.state != ClipState::Failed)
+            m_cleared.insert(keyOf(clip), clip.state);
+    }
+    invalidateFilter();
+}
+
+bool ClipFilter::isCleared(const ServiceClip& clip) const
+{
+    if (m_cleared.isEmpty())
+        return false;
+    const auto found = m_cleared.find(keyOf(clip));
+    if (found != m_cleared.end() && *found != clip.state)
+        m_cleared.erase(found);
+    else if (found != m_cleared.end())
+        return true;
+    return false;
+}
+
+int ClipFilter::countUncleared() const
+{
+    const auto& clips = m_clips.clips();
+    return static_cast<int>(std::count_if(clips.begin(), clips.end(),
+                                          [this](const ServiceClip& clip) { return !isCleared(clip); }));
 }
 
 void ClipFilter::setKind(Kind kind)
@@ -251,6 +266,8 @@ void ClipFilter::setText(const QString& text)
 
 bool ClipFilter::filterAcceptsRow(int row, const QModelIndex& parent) const
 {
+    if (isCleared(m_clips.clips().at(row)))
+        return false;
     const QModelIndex first = sourceModel()->index(row, ClipTable::Clip, parent);
     const auto state = static_cast<ClipState>(first.data(ClipTable::StateRole).toInt());
     const bool isRunning = state == ClipState::Acting || state == ClipState::Publishing;

@@ -35,8 +35,6 @@ public:
     void setClocks(const Clocks& clocks) { m_clocks = clocks; }
     /// The names of folders and profiles by their ids.
     void setNames(const QHash<QString, QString>& folders, const QHash<QString, QString>& profiles);
-    /// Takes what is over out of the table for good.
-    void clearFinished();
     const QVector<ServiceClip>& clips() const { return m_clips; }
     /// Where the clip belongs, for people.
     QString ownerName(const ServiceClip& clip) const;
@@ -50,13 +48,12 @@ public:
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
 
 signals:
-    /// All that apply() or clearFinished() changed was told of.
+    /// All that apply() changed was told of.
     void applied();
 
 private:
     QString text(const ServiceClip& clip, int column) const;
     QVariant sortValue(const ServiceClip& clip, int column) const;
-    bool isCleared(const ServiceClip& clip) const;
     void replaceAll(const QVector<ServiceClip>& clips);
     void append(const ServiceClip& clip);
     void tellChanged(QVector<int> rows);
@@ -67,10 +64,9 @@ private:
     QHash<QString, int> m_byPath; ///< rows as well
     QHash<QString, QString> m_folders;
     QHash<QString, QString> m_profiles;
-    QHash<QString, ClipState> m_cleared; ///< ids of what was taken out, and as what
 };
 
-/// What a person searches for in it.
+/// What a person searches for in it, without what was cleared away.
 class ClipFilter : public QSortFilterProxyModel
 {
     Q_OBJECT
@@ -78,16 +74,27 @@ class ClipFilter : public QSortFilterProxyModel
 public:
     enum Kind { All, Working, NotReady, Failed, Finished };
 
-    explicit ClipFilter(QObject* parent = nullptr);
+    /// \param clips must outlive the filter.
+    explicit ClipFilter(ClipTable& clips, QObject* parent = nullptr);
     /// Only clips of this kind.
     void setKind(Kind kind);
     /// Only rows of which a text holds \a text, whatever its case.
     void setText(const QString& text);
+    /// Takes out what is over and cannot be waited for or mended, until something new is told of it. What
+    /// failed stays: it can be tried again.
+    void clearFinished();
+    /// How many rows there are whatever is searched for.
+    int countUncleared() const;
 
 protected:
     bool filterAcceptsRow(int row, const QModelIndex& parent) const override;
 
 private:
+    bool isCleared(const ServiceClip& clip) const;
+
+    ClipTable& m_clips;
     Kind m_kind = All;
     QString m_text;
+    /// What was taken out, by what stays when the service is started again, and as what.
+    mutable QHash<QString, ClipState> m_cleared;
 };

@@ -62,11 +62,10 @@ void ProgressDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
 JobsPane::JobsPane(ClipTable& clips, QWidget* parent)
     : QWidget(parent)
     , m_clips(clips)
-    , m_filter(new ClipFilter(this))
+    , m_filter(new ClipFilter(clips, this))
     , m_table(new QTableView(this))
 {
     setObjectName(QStringLiteral("jobsPane"));
-    m_filter->setSourceModel(&clips);
     makeActions();
     makeTable();
     auto* layout = new QVBoxLayout(this);
@@ -92,7 +91,10 @@ void JobsPane::makeActions()
     m_copy = add("copyReason", tr("Copy Reason"), [this] { copyReason(); });
     m_copy->setShortcut(QKeySequence::Copy);
     m_copy->setShortcutContext(Qt::WidgetWithChildrenShortcut);
-    m_clear = add("clearFinished", tr("Clear Finished"), [this] { m_clips.clearFinished(); });
+    m_clear = add("clearFinished", tr("Clear Finished"), [this] {
+        m_filter->clearFinished();
+        countRows();
+    });
     addAction(m_copy);
 }
 
@@ -214,7 +216,7 @@ void JobsPane::updateActions()
 void JobsPane::countRows()
 {
     const int shown = m_filter->rowCount();
-    const int all = m_clips.rowCount();
+    const int all = m_filter->countUncleared();
     QString text = all == 1 ? tr("1 clip") : tr("%1 clips").arg(all);
     if (shown != all)
         text = tr("%1 of %2 clips").arg(shown).arg(all);

@@ -4,21 +4,96 @@
 #include "PlainText.h"
 
 #include <QHeaderView>
-#include <QLocale>
 #include <QMap>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
+#include <algorithm>
+#include <array>
+
 namespace {
 
 enum Column { NameColumn, StateColumn, ReasonColumn, Columns };
-constexpr int kOwnerRole = Qt::UserRole;
 constexpr int kSoon = 200;       ///< milliseconds between news and the rows that show them
 constexpr int kCountdown = 1000; ///< the same while seconds are counted
 constexpr int kInToolTip = 10;
 constexpr int kMostRows = 1000; ///< below one folder; the others are counted
 
+/// What a person can wait for, mend or leave, in the order in which it is asked about.
+enum Kind { OnItsWay, Failed, Cancelled, NotOffered, Kinds };
+using Counts = std::array<int, Kinds>;
+using Clips = QVector<const ServiceClip*>;
+
+Kind kindOf(const ServiceClip& clip)
+{
+    switch (clip.state) {
+    case ClipState::Failed:
+        return Failed;
+    case ClipState::Cancelled:
+        return Cancelled;
+    case ClipState::Rejected:
+        return NotOffered;
+    default:
+        return OnItsWay;
+    }
+}
+
+bool isShown(const ServiceClip& clip)
+{
+    return clip.isNotReady() && clip.state != ClipState::Gone;
+}
+
+/// Those of a kind stay in the order in which they were heard of.
+void order(Clips& clips)
+{
+    std::stable_sort(clips.begin(), clips.end(),
+                     [](const ServiceClip* a, const ServiceClip* b) { return kindOf(*a) < kindOf(*b); });
+}
+
+QString textOf(const Counts& counts)
+{
+    const QString texts[Kinds] = {NotReadyPane::tr("%1 on the way"), NotReadyPane::tr("%1 failed"),
+                                  NotReadyPane::tr("%1 cancelled"), NotReadyPane::tr("%1 not offered")};
+    QStringList parts;
+    for (std::size_t kind = 0; kind < counts.size(); ++kind) {
+        if (counts[kind] > 0)
+            parts << texts[kind].arg(counts[kind]);
+    }
+    return parts.join(QLatin1String(", "));
+}
+
 } // namespace
+
+/// The row of a folder. There may be thousands of which one is looked at, so a tool tip is made when somebody
+/// asks for it.
+class NotReadyPane::OwnerRow : public QTreeWidgetItem
+{
+public:
+    OwnerRow(QTreeWidget* tree, const NotReadyPane& pane, const QString& owner)
+        : QTreeWidgetItem(tree)
+        , m_pane(pane)
+        , m_owner(owner)
+    {
+        setChildIndicatorPolicy(QTreeWidgetItem::ShowIndicator);
+    }
+    void show(const QString& name, const Counts& counts)
+    {
+        setText(NameColumn, name);
+        if (counts == m_counts)
+            return;
+        m_counts = counts;
+        setText(StateColumn, textOf(counts));
+    }
+    QVariant data(int column, int role) const override
+    {
+        return role == Qt::ToolTipRole ? m_pane.toolTipOf(m_owner) : QTreeWidgetItem::data(column, role);
+    }
+
+private:
+    const NotReadyPane& m_pane;
+    const QString m_owner;
+    Counts m_counts{};
+};
 
 NotReadyPane::NotReadyPane(const ClipTable& clips, QWidget* parent)
     : QWidget(parent)
@@ -31,7 +106,7 @@ NotReadyPane::NotReadyPane(const ClipTable& clips, QWidget* parent)
     m_tree->setUniformRowHeights(true);
     m_tree->setTextElideMode(Qt::ElideMiddle);
     m_tree->setColumnWidth(NameColumn, 240);
-    m_tree->setColumnWidth(StateColumn, 110);
+    m_tree->setColumnWidth(StateColumn, 200);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_tree);
     m_soon.setSingleShot(true);
@@ -64,53 +139,61 @@ void NotReadyPane::refreshSoon()
         m_soon.start(kSoon);
 }
 
-QTreeWidgetItem* NotReadyPane::rowOf(const QString& owner)
+QString NotReadyPane::toolTipOf(const QString& owner) const
 {
-    for (int i = 0; i < m_tree->topLevelItemCount(); ++i) {
-        if (m_tree->topLevelItem(i)->data(NameColumn, kOwnerRole) == owner)
-            return m_tree->topLevelItem(i);
-    }
-    auto* row = new QTreeWidgetItem(m_tree);
-    row->setData(NameColumn, kOwnerRole, owner);
-    row->setChildIndicatorPolicy(QTreeWidgetItem::ShowIndicator);
-    return row;
-}
-
-void NotReadyPane::refresh()
-{
-    QMap<QString, QVector<const ServiceClip*>> waiting; // by owner; single files under an empty one
-    bool counts = false;
+    Clips clips;
     for (const ServiceClip& clip : m_clips.clips()) {
-        if (!clip.isNotReady() || clip.state == ClipState::Gone)
-            continue;
-        waiting[clip.folderId].append(&clip);
-        counts = counts || !clip.settles.isForever();
+        if (clip.folderId == owner && isShown(clip))
+            clips.append(&clip);
     }
-    for (int i = m_tree->topLevelItemCount() - 1; i >= 0; --i) {
-        if (!waiting.contains(m_tree->topLevelItem(i)->data(NameColumn, kOwnerRole).toString()))
-            delete m_tree->takeTopLevelItem(i);
-    }
-    for (auto it = waiting.cbegin(); it != waiting.cend(); ++it)
-        fill(*rowOf(it.key()), it.value());
-    if (counts && isVisible())
-        m_soon.start(kCountdown);
-}
-
-void NotReadyPane::fill(QTreeWidgetItem& row, const QVector<const ServiceClip*>& clips)
-{
-    row.setText(NameColumn, m_clips.ownerName(*clips.first()));
-    row.setText(StateColumn, clips.size() == 1 ? tr("1 clip") : tr("%1 clips").arg(clips.size()));
+    order(clips);
     QStringList tip;
     for (int i = 0; i < clips.size() && i < kInToolTip; ++i)
         tip << clips.at(i)->name + QLatin1String(": ") + reasonOf(*clips.at(i));
     if (clips.size() > kInToolTip)
         tip << tr("and %1 more").arg(clips.size() - kInToolTip);
-    for (int column = 0; column < Columns; ++column)
-        row.setToolTip(column, plainToolTip(tip.join(QLatin1Char('\n'))));
-    if (!row.isExpanded()) {
-        qDeleteAll(row.takeChildren());
-        return;
+    return plainToolTip(tip.join(QLatin1Char('\n')));
+}
+
+void NotReadyPane::refresh()
+{
+    QMap<QString, Clips> owners;
+    bool isCounting = false;
+    for (const ServiceClip& clip : m_clips.clips()) {
+        if (!isShown(clip))
+            continue;
+        owners[clip.folderId].append(&clip);
+        isCounting = isCounting || !clip.settles.isForever();
     }
+    for (auto it = m_rows.begin(); it != m_rows.end();) {
+        if (owners.contains(it.key())) {
+            ++it;
+        } else {
+            delete it.value();
+            it = m_rows.erase(it);
+        }
+    }
+    for (auto it = owners.begin(); it != owners.end(); ++it) {
+        OwnerRow*& row = m_rows[it.key()];
+        if (!row)
+            row = new OwnerRow(m_tree, *this, it.key());
+        Counts counts{};
+        for (const ServiceClip* clip : qAsConst(*it))
+            ++counts[kindOf(*clip)];
+        row->show(m_clips.ownerName(*it->first()), counts);
+        if (!row->isExpanded()) {
+            qDeleteAll(row->takeChildren());
+            continue;
+        }
+        order(*it);
+        fill(*row, *it);
+    }
+    if (isCounting && isVisible())
+        m_soon.start(kCountdown);
+}
+
+void NotReadyPane::fill(QTreeWidgetItem& row, const QVector<const ServiceClip*>& clips)
+{
     const int shown = qMin(clips.size(), kMostRows);
     const int wanted = shown + (clips.size() > shown ? 1 : 0);
     while (row.childCount() > wanted)

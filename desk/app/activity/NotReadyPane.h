@@ -12,7 +12,8 @@ class QTreeWidget;
 class QTreeWidgetItem;
 
 /// Why is it not ready? A row for each folder with clips that are not, and below it those clips with their
-/// reasons; a folder's tool tip tells the first of them.
+/// reasons: what is on its way first, then what failed, then what is not offered at all. A folder's tool tip
+/// tells the first of them.
 class NotReadyPane : public QWidget
 {
     Q_OBJECT
@@ -28,12 +29,15 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
+    class OwnerRow;
+
     void refresh();
     void refreshSoon();
-    QTreeWidgetItem* rowOf(const QString& owner);
+    QString toolTipOf(const QString& owner) const;
     void fill(QTreeWidgetItem& row, const QVector<const ServiceClip*>& clips);
 
     const ClipTable& m_clips;
     QTreeWidget* m_tree;
+    QHash<QString, OwnerRow*> m_rows; ///< by folder; single files under an empty id
     QTimer m_soon{this};
 };

@@ -58,7 +58,7 @@ void readField(QXmlStreamReader& xml, const ClockReading& now, ServiceClip& clip
         const char* name;
         QString ServiceClip::*field;
     };
-    static constexpr std::array<TextField, 9> texts = {{
+    static constexpr std::array<TextField, 10> texts = {{
         {"id", &ServiceClip::id},
         {"name", &ServiceClip::name},
         {"path", &ServiceClip::path},
@@ -66,6 +66,7 @@ void readField(QXmlStreamReader& xml, const ClockReading& now, ServiceClip& clip
         {"jobId", &ServiceClip::jobId},
         {"profileID", &ServiceClip::profileId},
         {"reason", &ServiceClip::reason},
+        {"guid", &ServiceClip::guid},
         {"job", &ServiceClip::shownBy},
         {"activity", &ServiceClip::activity},
     }};

@@ -38,6 +38,7 @@ struct ServiceClip
     QString profileId;
     ClipState state = ClipState::Found;
     QString reason;
+    QString guid;     ///< of its output document, which stays; empty before the work began
     QString shownBy;  ///< id of the job that shows the work on it; empty without one
     QString activity; ///< the name of the action that runs, failed or waits
     int percent = 0;
