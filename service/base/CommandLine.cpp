@@ -28,6 +28,9 @@ constexpr std::array kSections = {
             "The configuration file is TOML with the names above as keys (port = 58885). Each option\n"
             "is also an environment variable (KRX_SERVICE_NO_PORT=true). The command line wins over\n"
             "the environment, the environment over the file.\n"},
+    Section{"ENVIRONMENT",
+            "KRX_SERVICE_...\n   the options, as above\n"
+            "KRX_CONNECT_USER\n   the user whose service the commands may ask besides the own one\n"},
     Section{"SIGNALS",
             "When it is ready it prints \"listening on http://127.0.0.1:PORT\" (or the socket's path).\n"
             "SIGTERM ends it; SIGHUP ends it when it runs in a terminal, otherwise it reads its\n"

@@ -1,3 +1,4 @@
+#include <QDirIterator>
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
@@ -155,6 +156,57 @@ private slots:
                 QVERIFY2(content(page).contains(QStringLiteral("\n.SH ") + QString::fromLatin1(title)),
                          title);
         }
+    }
+
+    void pagesNameTheEnvironment_data()
+    {
+        QTest::addColumn<QString>("page");
+        QTest::addColumn<QStringList>("folders");
+        // What the desk's host asks for is the desk's.
+        QTest::newRow("krx-desk") << QStringLiteral("krx-desk.1")
+                                  << QStringList{QStringLiteral("desk"), QStringLiteral("src")};
+        QTest::newRow("krx-service") << QStringLiteral("krx-service.1")
+                                     << QStringList{QStringLiteral("service")};
+    }
+    void pagesNameTheEnvironment()
+    {
+        QFETCH(QString, page);
+        QFETCH(QStringList, folders);
+        QSet<QString> asked;
+        for (const QString& folder : folders) {
+            QDirIterator sources(QStringLiteral(KRX_SOURCE_DIR "/") + folder, {QStringLiteral("*.cpp")},
+                                 QDir::Files, QDirIterator::Subdirectories);
+            while (sources.hasNext()) {
+                QFile source(sources.next());
+                QVERIFY(source.open(QIODevice::ReadOnly));
+                asked |= all(QString::fromUtf8(source.readAll()), "\"((?:KRX|XDG)_[A-Z_]+)\"");
+            }
+        }
+        QVERIFY(asked.size() > 1);
+        QString text = content(page);
+        text.remove(QLatin1Char('\\'));
+        for (const QString& name : qAsConst(asked))
+            QVERIFY2(text.contains(name), qPrintable(name));
+    }
+
+    void pagesSayWhatEachEndMeans_data()
+    {
+        QTest::addColumn<QString>("page");
+        QTest::addColumn<int>("last");
+        QTest::newRow("krx-desk") << QStringLiteral("krx-desk.1") << 3;
+        QTest::newRow("krx-service") << QStringLiteral("krx-service.1") << 4;
+    }
+    void pagesSayWhatEachEndMeans()
+    {
+        QFETCH(QString, page);
+        QFETCH(int, last);
+        const QString section = content(page)
+                                    .section(QStringLiteral("\n.SH EXIT STATUS\n"), 1)
+                                    .section(QStringLiteral("\n.SH "), 0, 0);
+        QSet<QString> wanted;
+        for (int code = 0; code <= last; ++code)
+            wanted << QString::number(code);
+        QCOMPARE(sorted(all(section, "\\b([0-9])\\b")), sorted(wanted));
     }
 
     void shellsUnderstandTheirCompletion_data()

@@ -131,8 +131,13 @@ QString DeskOptions::description(const QString& version)
     return result +
            QStringLiteral(
                "section\tENVIRONMENT\t"
-               "KRX_CONNECT_USER\\n   the user whose service may be asked besides the own one\\n\n"
-               "section\tEXIT STATUS\tIt ends with 0 when its window was closed, and with 2 for a wrong "
-               "command line.\\n\n"
+               "KRX_CONNECT_PORT\\n   the port of the service to ask (or to start), in place of the socket\\n"
+               "KRX_CONNECT_USER\\n   the user whose service may be asked besides the own one\\n"
+               "XDG_RUNTIME_DIR\\n   below it is the service's socket, krx-service/socket\\n\n"
+               "section\tSIGNALS\tSIGTERM, SIGINT and SIGHUP end it as closing its window does.\\n\n"
+               "section\tEXIT STATUS\tIt ends with 0 when its window was closed or every step of the tour "
+               "held,\\nwith 1 when no project can be opened, the demo cannot be made or a step of the tour "
+               "failed,\\nwith 2 for a wrong command line, and with 3 when the demo or the tour is asked for "
+               "and\\nnot installed.\\n\n"
                "see\tkrx-service\n");
 }
