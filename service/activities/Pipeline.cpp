@@ -40,6 +40,15 @@ CopiedClip copiedInto(const std::string& folder, std::vector<HistoryEntry> files
 
 constexpr char kBetweenScratch = '\n'; ///< no path that is worked on has it
 
+/// How far an action is, which is one of several perhaps.
+std::string progressText(const std::string& name, int percent, std::size_t index, std::size_t count)
+{
+    std::string text = name + ": " + std::to_string(percent) + " %";
+    if (count > 1)
+        text += " (action " + std::to_string(index + 1) + " of " + std::to_string(count) + ')';
+    return text;
+}
+
 /// What people call an action.
 const std::string& nameOf(const ActivityRecipe& activity)
 {
@@ -480,7 +489,8 @@ std::optional<Refusal> Pipeline::runActivities(Work& work)
             if (work.order.progress)
                 work.order.progress(all);
             if (work.order.activity)
-                work.order.activity(nameOf(activities[i]), all);
+                work.order.activity(nameOf(activities[i]), all,
+                                    progressText(nameOf(activities[i]), percent, i, activities.size()));
         };
         progress.percent(0);
         std::vector<CopiedClip> copied;

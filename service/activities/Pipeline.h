@@ -68,8 +68,8 @@ struct FileOrder
     /// Called when the clip is offered or has failed, within the transaction that notes it.
     std::function<void(const FileResult& result)> willEnd;
     std::function<void(int)> progress; ///< 0 to 100 over all actions
-    /// The same with the name of the action that runs.
-    std::function<void(const std::string& name, int percent)> activity;
+    /// The same with the name of the action that runs, and a sentence about it.
+    std::function<void(const std::string& name, int percent, const std::string& text)> activity;
     std::function<bool()> staysCancelled; ///< asked when cancelled: true when it is not to be tried again
 };
 

@@ -560,12 +560,23 @@ Outcome<ClipBook::Answer> Service::clips(const ClipBook::Question& question)
     if (!question.job.empty() && !m_jobs.find(question.job))
         return noJob();
     ClipBook::Answer answer = m_book.list(question);
-    std::map<std::string, bool> isJob; // by owner: there are few
+    struct Owner
+    {
+        bool isJob = false;
+        std::string profile;
+    };
+    std::map<std::string, Owner> owners; // there are few
     for (auto& clip : answer.clips) {
-        const auto [known, isNew] = isJob.try_emplace(clip.owner, false);
-        if (isNew)
-            known->second = !m_folders.find(clip.owner);
-        clip.isJob = known->second;
+        const auto [known, isNew] = owners.try_emplace(clip.owner);
+        if (isNew) {
+            const auto folder = m_folders.find(clip.owner);
+            const auto job = folder ? std::nullopt : m_jobs.find(clip.owner);
+            known->second = {!folder, folder ? folder->profile : job ? job->profile : std::string()};
+        }
+        clip.isJob = known->second.isJob;
+        // Until its work is begun, the one that it would be done by.
+        if (clip.profile.empty())
+            clip.profile = known->second.profile;
     }
     return answer;
 }

@@ -145,6 +145,13 @@ std::int64_t now()
     return duration_cast<nanoseconds>(system_clock::now().time_since_epoch()).count();
 }
 
+std::string asSentence(std::string text)
+{
+    if (!text.empty() && text.front() >= 'a' && text.front() <= 'z')
+        text.front() = static_cast<char>(text.front() - 'a' + 'A');
+    return text;
+}
+
 std::string baseName(std::string_view path)
 {
     while (path.size() > 1 && path.back() == '/')

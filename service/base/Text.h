@@ -33,6 +33,9 @@ std::string isoTime(std::int64_t nanoseconds);
 /// The present time, nanoseconds since 1970.
 std::int64_t now();
 
+/// \a text with a great first letter, as far as that is one of ASCII.
+std::string asSentence(std::string text);
+
 /// The last segment of \a path.
 std::string baseName(std::string_view path);
 

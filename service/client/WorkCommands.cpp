@@ -127,7 +127,8 @@ int change(const Options& options, const std::string& wish)
         if (!jobs)
             return output::refuse(jobs.refusal());
         for (const auto& job : *jobs) {
-            if (fits(job.state, wish))
+            // What was called off on purpose is begun again by its name only.
+            if (fits(job.state, wish) && job.state != jobstate::kCancelled)
                 ids.push_back(job.id);
         }
     }

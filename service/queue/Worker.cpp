@@ -413,10 +413,10 @@ FileResult Worker::processForFolder(Task& task)
 /// Has the book and the job told what happens to the clip. The task stays where it is while it is worked on.
 void Worker::follow(FileOrder& order, const Task& task)
 {
-    m_stores.clips.tellProgress(order.ownerId, order.path, {}, 0);
-    order.activity = [this, &task, owner = order.ownerId, path = order.path](const std::string& name,
-                                                                             int percent) {
-        m_stores.clips.tellProgress(owner, path, name, percent);
+    m_stores.clips.tellProgress(order.ownerId, order.path, {}, 0, "Is being worked on");
+    order.activity = [this, &task, owner = order.ownerId,
+                      path = order.path](const std::string& name, int percent, const std::string& text) {
+        m_stores.clips.tellProgress(owner, path, name, percent, text);
         m_stores.jobs.setActivity(task.jobId, name);
     };
 }

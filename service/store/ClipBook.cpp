@@ -45,6 +45,11 @@ bool isOver(ClipStage stage)
     return stage >= ClipStage::Offered;
 }
 
+bool isWork(ClipStage stage)
+{
+    return stage == ClipStage::Acting || stage == ClipStage::Publishing;
+}
+
 std::optional<Topic> topicOf(std::string_view table)
 {
     constexpr std::array<std::pair<std::string_view, Topic>, 5> tables = {{
@@ -183,21 +188,20 @@ void ClipBook::catchUp()
     std::map<std::int64_t, std::int64_t> changed;
     bool isLost = false;
     std::vector<Row> rows;
+    // Until all is taken over: who finds nothing to be taken over must find it done.
+    const auto databaseLock = m_database.lock();
     {
-        const auto lock = m_database.lock();
-        {
-            const std::lock_guard rowsLock(m_rowsMutex);
-            changed.swap(m_rows);
-            std::swap(isLost, m_rowsLost);
-        }
-        if (isLost)
-            rows = readAllRows();
-        for (const auto& [id, moment] : changed) {
-            auto found = readRows("WHERE clips.id=?", id);
-            rows.push_back(found.empty() ? Row() : std::move(found.front()));
-            rows.back().id = id;
-            rows.back().moment = moment;
-        }
+        const std::lock_guard rowsLock(m_rowsMutex);
+        changed.swap(m_rows);
+        std::swap(isLost, m_rowsLost);
+    }
+    if (isLost)
+        rows = readAllRows();
+    for (const auto& [id, moment] : changed) {
+        auto found = readRows("WHERE clips.id=?", id);
+        rows.push_back(found.empty() ? Row() : std::move(found.front()));
+        rows.back().id = id;
+        rows.back().moment = moment;
     }
     const std::lock_guard lock(m_mutex);
     if (isLost) {
@@ -275,11 +279,19 @@ void ClipBook::setStage(Line& line, ClipStage stage, std::int64_t moment)
     const bool isNew = line.entry.news.stage != stage;
     if (isNew || line.since == 0)
         line.since = moment;
-    if (stage == ClipStage::Acting && (isNew || line.started == 0)) {
+    if (stage == ClipStage::Acting && (line.started == 0 || line.ended != 0)) {
         line.started = moment;
         line.ended = 0;
+        line.worked = 0;
+        line.worksSince = 0;
     } else if (isOver(stage) && line.started != 0 && line.ended == 0) {
         line.ended = moment;
+    }
+    if (isWork(stage) && line.worksSince == 0) {
+        line.worksSince = moment;
+    } else if (!isWork(stage) && line.worksSince != 0) {
+        line.worked += moment - line.worksSince;
+        line.worksSince = 0;
     }
     line.heard = std::max(line.heard, moment);
     line.entry.news.stage = stage;
@@ -319,6 +331,8 @@ void ClipBook::tell(const std::string& owner, const std::string& path, const Cli
     const std::string job = news.job.empty() ? before.job : news.job;
     line.entry.news = news;
     line.entry.news.job = job;
+    if (news.since != 0)
+        line.since = news.since;
     if (news.settlesIn >= 0)
         line.settlesAt = m_clocks.steady() + static_cast<std::int64_t>(news.settlesIn * 1e9);
 }
@@ -346,18 +360,33 @@ void ClipBook::withdraw(const std::string& owner, const std::string& path)
 }
 
 void ClipBook::tellProgress(const std::string& owner, const std::string& path, const std::string& activity,
-                            int percent)
+                            int percent, const std::string& reason)
 {
     const std::lock_guard lock(m_mutex);
     Line& line = this->line(owner, path);
     ClipNews& news = line.entry.news;
-    if (news.stage == ClipStage::Acting && news.activity == activity && news.percent == percent)
+    if (news.stage == ClipStage::Acting && news.activity == activity && news.percent == percent &&
+        news.reason == reason)
         return;
     m_board.changed(Topic::Clips);
     setStage(line, ClipStage::Acting, m_clocks.steady());
     news.activity = activity;
     news.percent = percent;
-    news.reason = activity.empty() ? "Is being worked on" : activity + ": " + std::to_string(percent) + " %";
+    news.reason = reason;
+}
+
+void ClipBook::vanished(const std::string& owner, const std::string& path)
+{
+    catchUp();
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_byKey.find({owner, path});
+    if (found == m_byKey.end())
+        return;
+    Line& line = m_lines.at(found->second);
+    if (line.entry.news.stage != ClipStage::Failed && line.entry.news.stage != ClipStage::Rejected)
+        return;
+    m_board.changed(Topic::Clips);
+    setStage(line, ClipStage::Gone, m_clocks.steady());
 }
 
 void ClipBook::tellReason(const std::string& owner, const std::string& path, const std::string& reason)
@@ -414,11 +443,14 @@ ClipEntry ClipBook::told(const Line& line, std::int64_t now, std::int64_t wallOf
 {
     const auto onTheWall = [&](std::int64_t moment) { return moment == 0 ? 0 : moment + wallOffset; };
     ClipEntry entry = line.entry;
+    entry.news.reason = text::asSentence(std::move(entry.news.reason));
     entry.since = onTheWall(line.since);
-    entry.started = onTheWall(line.started);
-    entry.ended = onTheWall(line.ended);
-    if (line.started != 0 && line.ended != 0)
-        entry.took = double(line.ended - line.started) / 1e9;
+    // What is to be tried again has not begun again yet.
+    const bool isBefore = line.ended != 0 && !isOver(entry.news.stage);
+    entry.started = isBefore ? 0 : onTheWall(line.started);
+    entry.ended = isBefore ? 0 : onTheWall(line.ended);
+    if (line.started != 0 && line.ended != 0 && !isBefore)
+        entry.took = double(line.worked) / 1e9;
     if (line.settlesAt >= 0)
         entry.news.settlesIn = std::max<double>(0, double(line.settlesAt - now) / 1e9);
     return entry;

@@ -42,6 +42,7 @@ struct ClipNews
     int percent = 0;           ///< of all actions, 0 to 100
     double settlesIn = -1;     ///< seconds until it can be finished; negative when it does not settle
     std::string job = {};      ///< of the job that shows the work on it
+    std::int64_t since = 0;    ///< by the steady clock, when it came to this stage; 0 for now
 };
 
 /// A clip and its story so far.
@@ -51,7 +52,7 @@ struct ClipEntry
     std::string owner; ///< id of the folder or of the manual job
     bool isJob = false;
     std::string path;
-    std::string profile; ///< id of the profile whose actions were begun; may be empty
+    std::string profile; ///< id of the profile whose actions were begun; empty before
     std::string guid;    ///< of its output document and its lines in the log; empty before the work began
     ClipNews news;
     /// When it came to this stage by the clock on the wall as that is set now, nanoseconds since 1970; 0 when
@@ -59,7 +60,7 @@ struct ClipEntry
     std::int64_t since = 0;
     std::int64_t started = 0; ///< when the work on it began, the same way
     std::int64_t ended = 0;   ///< when the work on it ended, the same way
-    double took = -1;         ///< seconds between these two; negative when either is not known
+    double took = -1;         ///< seconds of work between these two; negative when either is not known
 };
 
 /// Where the book has the time from, in nanoseconds.
@@ -112,10 +113,13 @@ public:
     /// What was told of it counts no more: it is no clip by itself. What the database says stays.
     void withdraw(const std::string& owner, const std::string& path);
     /// How far the actions have come.
+    /// \param percent of all actions. \param reason says the same to a person.
     void tellProgress(const std::string& owner, const std::string& path, const std::string& activity,
-                      int percent);
+                      int percent, const std::string& reason);
     /// Why it failed or was rejected, or what it waits for.
     void tellReason(const std::string& owner, const std::string& path, const std::string& reason);
+    /// Its file is gone: nothing of what failed or was refused is left to be told. The rest tells itself.
+    void vanished(const std::string& owner, const std::string& path);
     /// The owner was removed, or its clips are to be found again.
     void forgetAll(const std::string& owner);
     /// Work on clips of \a owner was called off: those whose way is not over, only the one at \a path unless
@@ -136,6 +140,8 @@ private:
         std::int64_t since = 0; ///< that it is at its stage
         std::int64_t started = 0;
         std::int64_t ended = 0;
+        std::int64_t worksSince = 0; ///< 0 while it is not worked on
+        std::int64_t worked = 0;     ///< nanoseconds from the start on; what it waited does not count
         std::int64_t settlesAt = -1; ///< negative when it does not settle
     };
     /// What the database says of a clip.

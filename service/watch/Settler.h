@@ -30,6 +30,8 @@ public:
     /// True when the last reading was as the one before.
     bool isStill() const { return m_readings > 1; }
 
+    std::int64_t settleTime() const { return m_settle; }
+
     /// The earliest moment at which the file can be finished.
     std::int64_t dueAt() const { return m_since + m_settle; }
 

@@ -29,20 +29,22 @@ public:
     {
     }
 
-    /// A file is to stand still from now on.
-    void found(const std::string& path, const FileStamp& stamp);
-    /// It was read once more at \a now (nanoseconds).
+    /// A file is to stand still from \a now on (nanoseconds, as everywhere here).
+    void found(const std::string& path, const FileStamp& stamp, std::int64_t now);
+    /// It was read once more at \a now.
     void read(const std::string& path, const FileStamp& stamp, const Settler& settler, std::int64_t now);
     /// It stands still, and \a program has it open for writing.
     void open(const std::string& path, const std::string& program);
     /// It stands still and is nothing for this folder.
     void refused(const std::string& path, const std::string& reason);
     void gone(const std::string& path);
+    /// A file that others tell of is there again.
+    void returned(const std::string& path) { withdraw(path); }
     /// What becomes of it now others tell.
     void handedOver(const std::string& path) { m_told.erase(path); }
 
     /// Numbered pictures have one story together, under the first of them.
-    /// \param all those that are not handed over at \a now (nanoseconds); the others' stories are over.
+    /// \param all those that are not handed over at \a now; the others' stories are over.
     /// \param open who has one of the pictures open for writing, by their key.
     void pictures(const std::vector<Gathering::Waiting>& all, const std::map<std::string, std::string>& open,
                   std::int64_t now);
@@ -52,10 +54,24 @@ public:
     void picturesHandedOver(const std::string& key, const std::vector<std::string>& clips);
 
 private:
+    /// How something changes, at moments of the steady clock.
+    struct Growth
+    {
+        std::int64_t changedAt = 0;
+        std::int64_t since = 0; ///< 0 before the first change
+        std::int64_t longestRest = 0;
+
+        void changed(std::int64_t now);
+        /// It rests for longer than it did between two changes, and for more than a moment.
+        bool isOver(std::int64_t now, std::int64_t moment) const;
+    };
+
     struct Told
     {
         ClipStage stage = ClipStage::Found;
-        std::int64_t size = 0;
+        FileStamp stamp;
+        Growth growth;
+        std::int64_t dueAt = 0; ///< as told last
     };
 
     /// What was told of numbered pictures.
@@ -66,10 +82,12 @@ private:
         std::size_t pictures = 0;
         std::int64_t bytes = 0;
         std::int64_t dueAt = 0;
+        Growth growth;
     };
 
     void tell(const std::string& path, Told& told, const ClipNews& news);
-    void tellPictures(const Gathering::Waiting& now, const std::string& program, double left);
+    void changed(const std::string& path, Told& told, const FileStamp& stamp, std::int64_t now);
+    void tellPictures(const Gathering::Waiting& waiting, const std::string& program, std::int64_t now);
     void withdraw(const std::string& path);
 
     Tell m_tell;

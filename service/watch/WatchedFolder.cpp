@@ -162,7 +162,7 @@ void WatchedFolder::letSettle(const std::string& path, const FileStamp& stamp, s
     settler.reading(stamp, now);
     // Pictures and sidecars are told of with their clips.
     if (!picturekinds::isSidecar(path) && !Gathering::keyOf(path, m_settings.joinsAllPictures))
-        m_stories.found(path, stamp);
+        m_stories.found(path, stamp, now);
 }
 
 void WatchedFolder::beginReading()
@@ -209,10 +209,13 @@ std::vector<std::string> WatchedFolder::endReading()
         it = m_seen.count(it->first) > 0 ? std::next(it) : m_later.erase(it);
     std::vector<std::string> gone;
     for (const auto& [path, stamp] : m_known) {
-        if (m_seen.count(path) > 0)
-            m_gone.erase(path);
-        else if (m_gone.insert(path).second)
+        if (m_seen.count(path) > 0) {
+            // What was said of it before it went holds again.
+            if (m_gone.erase(path) > 0)
+                m_stories.returned(path);
+        } else if (m_gone.insert(path).second) {
             gone.push_back(path);
+        }
     }
     m_seen.clear();
     return gone;

@@ -238,6 +238,10 @@ void Watcher::heard(const std::string& id, const Lane::Report& report)
     guarded("bring the error list up to date", [&] {
         followTroubles(folder, report.troubles);
         forgetRefusals(report.gone);
+        for (const auto& path : report.gone) {
+            if (m_stores.book)
+                m_stores.book->vanished(id, path);
+        }
         if (report.isWhole && report.isAvailable && !folder.wasRead) {
             folder.wasRead = true;
             forgetOldEntries(folder);

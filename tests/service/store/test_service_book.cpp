@@ -7,8 +7,10 @@
 
 #include <QTest>
 
+#include <atomic>
 #include <future>
 #include <memory>
+#include <thread>
 
 namespace {
 
@@ -206,7 +208,7 @@ private slots:
         shelf.book->tell("f000001", "/in/a.mov", {ClipStage::Waiting, "Waits for a worker"});
         QCOMPARE(shelf.only().news.reason, std::string("Waits for a worker"));
         const ClipRecord record = shelf.begin("/in/a.mov");
-        shelf.book->tellProgress("f000001", "/in/a.mov", "Transcode", 40);
+        shelf.book->tellProgress("f000001", "/in/a.mov", "Transcode", 40, "Transcode: 40 %");
         QVERIFY(shelf.isAt(ClipStage::Acting));
         QCOMPARE(shelf.only().news.percent, 40);
         QCOMPARE(shelf.only().news.activity, std::string("Transcode"));
@@ -265,7 +267,7 @@ private slots:
         QCOMPARE(clips[0].news.job, id);
         QCOMPARE(clips[0].since, std::int64_t(0));
         QCOMPARE(clips[1].news.stage, ClipStage::Rejected);
-        QCOMPARE(clips[1].news.reason, std::string("it is a text"));
+        QCOMPARE(clips[1].news.reason, std::string("It is a text"));
     }
     void clocksThatAreSetChangeNoStoryAndNoLength_data()
     {
@@ -290,7 +292,7 @@ private slots:
         QVERIFY(shelf.isAt(ClipStage::Acting));
         shelf.pass(5);
         shelf.wall += jump * second;
-        shelf.book->tellProgress("f000001", "/in/a.mov", "Copy", 50);
+        shelf.book->tellProgress("f000001", "/in/a.mov", "Copy", 50, "Copy: 50 %");
         QCOMPARE(shelf.only().started, shelf.wall - 5 * second);
         QCOMPARE(shelf.only().took, -1.0);
         shelf.pass(2);
@@ -305,6 +307,107 @@ private slots:
         QCOMPARE(told.since, shelf.wall - second);
         QCOMPARE(told.started, shelf.wall - 8 * second);
         QCOMPARE(told.ended, shelf.wall - second);
+    }
+    void whatAClipWaitsIsNoWork()
+    {
+        TimedShelf shelf;
+        constexpr auto second = TimedShelf::kSecond;
+        const ClipRecord record = shelf.begin("/in/a.mov");
+        QVERIFY(shelf.isAt(ClipStage::Acting));
+        const auto begun = shelf.only().started;
+        shelf.pass(2);
+        shelf.book->tell("f000001", "/in/a.mov", {ClipStage::Waiting, "Waits for its turn", "Copy"});
+        QCOMPARE(shelf.only().news.activity, std::string("Copy"));
+        shelf.pass(100);
+        shelf.book->tellProgress("f000001", "/in/a.mov", "Copy", 1, "Copy: 1 %");
+        shelf.pass(3);
+        QVERIFY(shelf.clips.publish(record.id));
+        QVERIFY(shelf.isAt(ClipStage::Publishing));
+        shelf.pass(1);
+        QVERIFY(shelf.clips.offer(record.id));
+        QVERIFY(shelf.isAt(ClipStage::Offered));
+        QCOMPARE(shelf.only().started, begun);
+        QCOMPARE(shelf.only().ended, begun + 106 * second);
+        QCOMPARE(shelf.only().took, 6.0);
+    }
+    void whatIsTriedAgainHasNotBegunWhileItWaits()
+    {
+        TimedShelf shelf;
+        const ClipRecord record = shelf.begin("/in/a.mov");
+        QVERIFY(shelf.isAt(ClipStage::Acting));
+        shelf.pass(5);
+        QVERIFY(shelf.clips.fail(record.id));
+        QVERIFY(shelf.isAt(ClipStage::Failed));
+        QCOMPARE(shelf.only().took, 5.0);
+        shelf.book->tell("f000001", "/in/a.mov", {ClipStage::Waiting, "Waits for a worker"});
+        QCOMPARE(shelf.only().started, std::int64_t(0));
+        QCOMPARE(shelf.only().ended, std::int64_t(0));
+        QCOMPARE(shelf.only().took, -1.0);
+        shelf.pass(5);
+        shelf.book->tellProgress("f000001", "/in/a.mov", "Copy", 1, "Copy: 1 %");
+        QCOMPARE(shelf.only().started, shelf.wall);
+    }
+    void growingSinceIsWhatTheWatcherSaysItIs()
+    {
+        TimedShelf shelf;
+        const auto begun = shelf.steady;
+        shelf.pass(60);
+        ClipNews news{ClipStage::Growing, "Grows"};
+        news.since = begun;
+        shelf.book->tell("f000001", "/in/a.mov", news);
+        QCOMPARE(shelf.only().since, shelf.wall - 60 * TimedShelf::kSecond);
+    }
+    void whatFailedOrWasRefusedIsGoneWithItsFile()
+    {
+        Shelf shelf;
+        const ClipRecord record = shelf.begin("/in/a.mov");
+        shelf.book->vanished("f000001", "/in/a.mov");
+        QVERIFY(shelf.isAt(ClipStage::Acting));
+        QVERIFY(shelf.clips.fail(record.id, "Copy", "the disk is full"));
+        shelf.book->vanished("f000001", "/in/a.mov");
+        QVERIFY(shelf.isAt(ClipStage::Gone));
+        shelf.book->vanished("f000001", "/in/nobody.mov");
+        // It was moved away and back.
+        shelf.book->withdraw("f000001", "/in/a.mov");
+        QVERIFY(shelf.isAt(ClipStage::Failed));
+        QCOMPARE(shelf.only().news.reason, std::string("The disk is full"));
+        QCOMPARE(shelf.only().news.activity, std::string("Copy"));
+    }
+    void whatWasCalledOffWhileItWaitedSaysSo()
+    {
+        Shelf shelf;
+        const ClipRecord record = shelf.begin("/in/a.mov");
+        QVERIFY(shelf.clips.wait(record.id, "Copy"));
+        shelf.clips.giveUp("f000001", "/in/a.mov");
+        QVERIFY(shelf.isAt(ClipStage::Failed));
+        QCOMPARE(shelf.only().news.reason, std::string("Was cancelled"));
+        QCOMPARE(shelf.only().news.activity, std::string("Copy"));
+        shelf.clips.retry("f000001", "/in/a.mov");
+        QVERIFY(shelf.isAt(ClipStage::Waiting) && shelf.only().news.activity.empty());
+    }
+    void aReasonThatIsToldIsNotLostToAReader()
+    {
+        Shelf shelf;
+        shelf.database.execute("PRAGMA synchronous=OFF");
+        std::atomic<bool> over{false};
+        std::thread reader([&] {
+            while (!over)
+                shelf.all();
+        });
+        constexpr int kMany = 1500;
+        for (int i = 0; i < kMany; ++i) {
+            const std::string path = "/in/" + std::to_string(i);
+            shelf.clips.publish(shelf.begin(path).id);
+            shelf.book->tellReason("f000001", path, "Its link document waits");
+        }
+        over = true;
+        reader.join();
+        ClipBook::Question question;
+        question.limit = kMany;
+        int lost = 0;
+        for (const auto& clip : shelf.all(question))
+            lost += clip.news.reason == "Its link document waits" ? 0 : 1;
+        QCOMPARE(lost, 0);
     }
     void momentsAreToldAlikeUnlessTheClockIsSet()
     {

@@ -68,6 +68,14 @@ private slots:
         QVERIFY(!reply.texts(s("reason")).contains(QString()));
         QVERIFY(QFile::remove(m_stage.outputs().value(0)));
         QTRY_COMPARE_WITH_TIMEOUT(named("TAKEN"), QStringList{s("a.wav")}, kStagePatience);
+        QCOMPARE(clips("?state=REJECTED").text(s("reason")), s("It is no media file"));
+        // Nothing is said any more of what was moved elsewhere, until it is back.
+        const QString elsewhere = m_stage.folder.filePath(s("notes.doc"));
+        QVERIFY(QFile::rename(text.fileName(), elsewhere));
+        QTRY_COMPARE_WITH_TIMEOUT(named("GONE"), QStringList{s("notes.doc")}, kStagePatience);
+        QVERIFY(named("REJECTED").isEmpty());
+        QVERIFY(QFile::rename(elsewhere, text.fileName()));
+        QTRY_COMPARE_WITH_TIMEOUT(named("REJECTED"), QStringList{s("notes.doc")}, kStagePatience);
     }
     void aFileThatIsNotFinishedSaysWhy()
     {
@@ -79,6 +87,7 @@ private slots:
         QVERIFY(open.write(from.readAll()) > 0 && open.flush());
         const auto only = [&](const char* name) { return stage.service->get("clips").text(s(name)); };
         QTRY_COMPARE_WITH_TIMEOUT(only("state"), s("OPEN"), kStagePatience);
+        QCOMPARE(only("profileID"), stage.service->profileId(s("Default Profile")));
         QVERIFY(only("reason").contains(s("(process %1)").arg(QCoreApplication::applicationPid())));
         open.close();
         QTRY_COMPARE_WITH_TIMEOUT(only("state"), s("OFFERED"), kStagePatience);
@@ -132,6 +141,124 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(stage.service->get("clips?state=TAKEN").texts(s("name")).size(), 2,
                                   kStagePatience);
     }
+    void aFileTellsItsStory()
+    {
+        using Line = std::pair<ClipStage, std::string>;
+        std::vector<Line> told;
+        double left = -1;
+        Stories stories([&](const std::string& path, const ClipNews& news) {
+            QCOMPARE(path, std::string("/in/a.mov"));
+            told.emplace_back(news.stage, news.reason);
+            left = news.settlesIn;
+        });
+        constexpr std::int64_t second = 1000000000;
+        Settler settler(2 * second);
+        FileStamp stamp;
+        stamp.size = 500;
+        const auto read = [&](std::int64_t now) {
+            settler.reading(stamp, now);
+            stories.read("/in/a.mov", stamp, settler, now);
+        };
+        stories.found("/in/a.mov", stamp, 0);
+        settler.reading(stamp, 0);
+        QCOMPARE(told.back(), Line(ClipStage::Found, "Was found a moment ago"));
+        stamp.size = 1234567890;
+        read(second);
+        QCOMPARE(told.back(), Line(ClipStage::Growing, "Grows: 1.2 GB so far"));
+        read(2 * second);
+        QCOMPARE(told.back().first, ClipStage::Settling);
+        QCOMPARE(left, 1.0);
+        const auto count = told.size();
+        read(5 * second / 2);
+        QCOMPARE(told.size(), count);
+        stories.open("/in/a.mov", "camera (process 7)");
+        QCOMPARE(told.back(), Line(ClipStage::Open, "Is open for writing in camera (process 7)"));
+        settler.disturbed();
+        read(3 * second);
+        read(4 * second);
+        stories.open("/in/a.mov", "camera (process 7)");
+        QCOMPARE(told.size(), count + 1);
+        stories.gone("/in/a.mov");
+        QCOMPARE(told.back().first, ClipStage::Gone);
+        stories.gone("/in/a.mov");
+        QCOMPARE(told.size(), count + 2);
+    }
+    void whatIsHandedOverIsToldOfByOthers()
+    {
+        int told = 0;
+        Stories stories([&](const std::string&, const ClipNews&) { ++told; });
+        stories.found("/in/a.mov", {}, 0);
+        stories.handedOver("/in/a.mov");
+        stories.gone("/in/a.mov");
+        stories.refused("/in/a.mov", "no");
+        QCOMPARE(told, 1);
+    }
+    void aFileThatIsMadeBeforehandAndFilledLaterIsToldAsWrittenTo()
+    {
+        std::vector<ClipNews> told;
+        Stories stories([&](const std::string&, const ClipNews& news) { told.push_back(news); });
+        constexpr std::int64_t second = 1000000000;
+        Settler settler(2 * second);
+        FileStamp stamp;
+        stamp.size = 36800000;
+        std::int64_t now = 100 * second;
+        const auto pass = [&](int quarters, bool isWritten) {
+            for (int i = 0; i < quarters; ++i) {
+                now += second / 4;
+                if (isWritten && i % 2 == 0)
+                    stamp.modified = now;
+                settler.reading(stamp, now);
+                stories.read("/in/a.mov", stamp, settler, now);
+            }
+        };
+        stories.found("/in/a.mov", stamp, now);
+        settler.reading(stamp, now);
+        pass(2, false);
+        QCOMPARE(told.back().stage, ClipStage::Settling);
+        const auto begin = told.size();
+        pass(40, true);
+        // From its first change on, and not in turns with standing still.
+        for (std::size_t i = begin; i < told.size(); ++i) {
+            QCOMPARE(told[i].stage, ClipStage::Growing);
+            QCOMPARE(told[i].since, 100 * second + 3 * second / 4);
+        }
+        QCOMPARE(told.back().reason, std::string("Is being written to: 36.8 MB in all"));
+        pass(4, false);
+        QCOMPARE(told.back().stage, ClipStage::Settling);
+        QVERIFY(told.back().settlesIn > 0 && told.back().settlesIn < 2);
+        // A close without a change has it stand still anew.
+        const auto before = told.size();
+        settler.disturbed();
+        pass(3, false);
+        QCOMPARE(told.size(), before + 1);
+        QCOMPARE(told.back().settlesIn, 1.75);
+    }
+    void whatGrowsWithRestsStandsStillOnlyOnceItRestsForLonger()
+    {
+        std::vector<ClipStage> told;
+        Stories stories([&](const std::string&, const ClipNews& news) { told.push_back(news.stage); });
+        constexpr std::int64_t second = 1000000000;
+        Settler settler(4 * second);
+        FileStamp stamp;
+        std::int64_t now = 100 * second;
+        stories.found("/in/a.mov", stamp, now);
+        settler.reading(stamp, now);
+        const auto rest = [&](int seconds) {
+            for (int i = 0; i < seconds; ++i) {
+                now += second;
+                settler.reading(stamp, now);
+                stories.read("/in/a.mov", stamp, settler, now);
+            }
+        };
+        for (int i = 0; i < 4; ++i) {
+            ++stamp.size;
+            rest(3);
+        }
+        QCOMPARE(std::count(told.begin(), told.end(), ClipStage::Settling), std::ptrdiff_t(1));
+        told.clear();
+        rest(2);
+        QCOMPARE(told, std::vector<ClipStage>{ClipStage::Settling});
+    }
     void numberedPicturesTellOneStoryTogether()
     {
         constexpr std::int64_t second = 1000000000;
@@ -183,13 +310,16 @@ private slots:
         wait(1);
         QCOMPARE(withdrawn, QStringList{s("take.0002.dpx")});
         QCOMPARE(told.back(), Line(s("take.0001.dpx"), ClipStage::Growing));
+        // A moment's rest is none.
+        wait(1);
+        QCOMPARE(told.back(), Line(s("take.0001.dpx"), ClipStage::Growing));
         wait(1);
         QCOMPARE(told.back(), Line(s("take.0001.dpx"), ClipStage::Settling));
         QCOMPARE(reason, std::string("3 pictures, 15 bytes: waits whether more come"));
-        QCOMPARE(left, 2.5);
+        QCOMPARE(left, 2.25);
         const auto count = told.size();
         {
-            QFile open(folder.filePath(s("take.0003.dpx")));
+            QFile open(folder.filePath(s("take.0001.dpx")));
             QVERIFY(open.open(QIODevice::Append));
             wait(3);
             QCOMPARE(told.back(), Line(s("take.0001.dpx"), ClipStage::Open));

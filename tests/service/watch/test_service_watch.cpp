@@ -639,61 +639,6 @@ private slots:
                     std::string::npos);
         }
     }
-
-    // --- Why not yet -------------------------------------------------------------------------------------
-
-    void aFileTellsItsStory()
-    {
-        using Line = std::pair<ClipStage, std::string>;
-        std::vector<Line> told;
-        double left = -1;
-        Stories stories([&](const std::string& path, const ClipNews& news) {
-            QCOMPARE(path, std::string("/in/a.mov"));
-            told.emplace_back(news.stage, news.reason);
-            left = news.settlesIn;
-        });
-        constexpr std::int64_t second = 1000000000;
-        Settler settler(2 * second);
-        FileStamp stamp;
-        stamp.size = 500;
-        const auto read = [&](std::int64_t now) {
-            settler.reading(stamp, now);
-            stories.read("/in/a.mov", stamp, settler, now);
-        };
-        stories.found("/in/a.mov", stamp);
-        settler.reading(stamp, 0);
-        QCOMPARE(told.back(), Line(ClipStage::Found, "Was found a moment ago"));
-        stamp.size = 1234567890;
-        read(second);
-        QCOMPARE(told.back(), Line(ClipStage::Growing, "Grows: 1.2 GB so far"));
-        read(2 * second);
-        QCOMPARE(told.back().first, ClipStage::Settling);
-        QCOMPARE(left, 1.0);
-        const auto count = told.size();
-        read(5 * second / 2);
-        QCOMPARE(told.size(), count);
-        stories.open("/in/a.mov", "camera (process 7)");
-        QCOMPARE(told.back(), Line(ClipStage::Open, "Is open for writing in camera (process 7)"));
-        settler.disturbed();
-        read(3 * second);
-        read(4 * second);
-        stories.open("/in/a.mov", "camera (process 7)");
-        QCOMPARE(told.size(), count + 1);
-        stories.gone("/in/a.mov");
-        QCOMPARE(told.back().first, ClipStage::Gone);
-        stories.gone("/in/a.mov");
-        QCOMPARE(told.size(), count + 2);
-    }
-    void whatIsHandedOverIsToldOfByOthers()
-    {
-        int told = 0;
-        Stories stories([&](const std::string&, const ClipNews&) { ++told; });
-        stories.found("/in/a.mov", {});
-        stories.handedOver("/in/a.mov");
-        stories.gone("/in/a.mov");
-        stories.refused("/in/a.mov", "no");
-        QCOMPARE(told, 1);
-    }
 };
 
 QTEST_GUILESS_MAIN(TestServiceWatch)
