@@ -64,10 +64,15 @@ public:
             return failed(probe.text);
         m_media = probe.facts;
         m_isStill = m_clip.sequence || m_media.kind == "image";
+        std::vector<std::string> volumes;
         for (const auto& piece : pieces()) {
             if (const auto refusal = MediaTarget(piece.volume, m_clip).refusal(0))
                 return *refusal;
+            volumes.push_back(piece.volume);
         }
+        // Before all of it is read.
+        if (const std::string busy = VolumeTurn::toWaitFor(volumes); !busy.empty())
+            return Refusal{kWaitFor, busy};
         if (m_options.skipsOnTarget) {
             if (auto skipped = skip())
                 return std::move(*skipped);
@@ -258,7 +263,9 @@ private:
         const MediaTarget target(volume, m_clip);
         if (auto refusal = target.refusal(clip.linked.stamp.size))
             return refusal;
-        const VolumeTurn turn(volume, m_cancel);
+        const VolumeTurn turn(volume);
+        if (!turn.waitingFor().empty())
+            return Refusal{kWaitFor, turn.waitingFor()};
         CopyOrder order = clipcopy::order(clip);
         order.directory = volume;
         order.below = target.below();

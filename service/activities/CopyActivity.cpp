@@ -67,7 +67,9 @@ Outcome<Clip> CopyActivity::run(const Clip& clip, const ActivityRecipe& recipe,
     order.cancel = cancel;
     order.willWrite = progress.willWrite;
     order.progress = progress.percent;
-    const VolumeTurn turn(order.directory, cancel);
+    const VolumeTurn turn(order.directory);
+    if (!turn.waitingFor().empty())
+        return Refusal{kWaitFor, turn.waitingFor()};
     const CopyResult result = Copier::copy(order);
     if (result.sourceChanged)
         return Refusal{kLookAgain, result.error};

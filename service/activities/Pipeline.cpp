@@ -400,6 +400,31 @@ FileResult Pipeline::interrupted(Work& work)
     return ended(FileResult::End::Cancelled, "cancelled");
 }
 
+std::optional<FileStamp> Pipeline::callOff(const FileOrder& order, const ClipFiles& files,
+                                           const std::string& job)
+{
+    const auto stamp = files.sequence ? std::optional(files.stamp) : filetools::stampOf(files.path);
+    if (!stamp || !text::isPlainText(files.path))
+        return std::nullopt;
+    ClipRecord record;
+    record.owner = order.ownerId;
+    record.path = files.path;
+    record.stamp = *stamp;
+    record.checksum = ClipStore::provisionalChecksum(*stamp);
+    record.profile = order.profile.id;
+    Transaction transaction(m_database);
+    if (m_clips.find(record.owner, record.path, record.checksum))
+        return stamp;
+    const auto begun =
+        m_clips.begin(record, [&](std::int64_t id) { return OutputArea::fileName(id, files.path); });
+    if (!begun)
+        return std::nullopt;
+    m_clips.setJob(begun->id, job);
+    m_clips.fail(begun->id, {}, kCancelled);
+    transaction.commit();
+    return stamp;
+}
+
 FileResult Pipeline::waitFor(const Work& work, const std::string& what)
 {
     FileResult result = ended(FileResult::End::Waiting, what);

@@ -87,6 +87,11 @@ public:
 
     FileResult process(const FileOrder& order);
 
+    /// Notes that a client does not want the clip of \a files, on which no work was begun and which \a job
+    /// shows. Called off, it is not worked on until its content is another or it is tried again. \return the
+    /// stamp of what is known now, or nothing.
+    std::optional<FileStamp> callOff(const FileOrder& order, const ClipFiles& files, const std::string& job);
+
     /// Publishes what came back as Ready, with the cost of little more than one. \return how each ended, in
     /// the order of \a clips. Throws DatabaseError; then all of them are to be looked at again.
     std::vector<FileResult> publishTogether(const std::vector<std::shared_ptr<ReadyClip>>& clips);

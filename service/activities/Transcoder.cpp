@@ -110,7 +110,9 @@ public:
         m_plan = std::move(*plan);
         if (const auto refusal = reckonSpace())
             return *refusal;
-        const VolumeTurn turn(volumes(), m_cancel);
+        const VolumeTurn turn(volumes());
+        if (!turn.waitingFor().empty())
+            return Refusal{kWaitFor, turn.waitingFor()};
         if (const auto refusal = openResults())
             return *refusal;
         if (const auto refusal = encode())

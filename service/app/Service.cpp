@@ -478,10 +478,9 @@ bool Service::applyState(const JobRecord& job, const std::string& state)
         Transaction transaction(m_database);
         if (!m_jobs.move(job.id, {jobstate::kSubmitted, jobstate::kRunning}, state))
             return false;
-        if (!job.manual)
-            m_clips.giveUp(job.groupId, job.path);
+        const bool isNoted = !job.manual && m_clips.giveUp(job.groupId, job.path);
         transaction.commit();
-        m_worker.cancelJob(job.id);
+        m_worker.cancelJob(job.id, isNoted);
         return true;
     }
     {
@@ -530,7 +529,7 @@ std::optional<Refusal> Service::deleteJob(const std::string& id)
     if (!job)
         return noJob();
     if (job->manual) {
-        m_worker.cancelJob(id);
+        m_worker.cancelJob(id, true);
         withRemoval(id, [&] {
             Transaction transaction(m_database);
             m_clips.forgetAll(id);
@@ -541,11 +540,10 @@ std::optional<Refusal> Service::deleteJob(const std::string& id)
         });
     } else {
         Transaction transaction(m_database);
-        if (!jobstate::isFinal(job->state))
-            m_clips.giveUp(job->groupId, job->path);
+        const bool isNoted = jobstate::isFinal(job->state) || m_clips.giveUp(job->groupId, job->path);
         m_jobs.remove(id);
         transaction.commit();
-        m_worker.cancelJob(id);
+        m_worker.cancelJob(id, isNoted);
     }
     if (job->manual)
         m_book.forgetAll(id);

@@ -5,10 +5,9 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
-#include <condition_variable>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <mutex>
 #include <set>
 #include <system_error>
@@ -18,12 +17,14 @@ namespace krxservice {
 
 namespace {
 
-constexpr std::chrono::milliseconds kSlice{50}; ///< how soon one who is cancelled stops waiting
+constexpr char kWaiting[] = "waiting for its turn on ";
 
 std::mutex mutex;
-std::condition_variable freed;
 std::set<std::uint64_t> taken; ///< devices
 std::atomic<bool> allSpin{false};
+/// Held while they are called, so that nobody goes meanwhile.
+std::mutex observersMutex;
+std::map<const void*, std::function<void()>> observers;
 
 /// The driver of a virtual machine's disk. It says of every disk that it spins, because it does not know, and
 /// whoever runs the machine puts what many write into an order of his own.
@@ -34,6 +35,30 @@ std::string driverOf(const std::string& disk)
 {
     std::error_code none;
     return std::filesystem::read_symlink(disk + "/device/driver", none).filename().string();
+}
+
+/// The spinning disks that \a paths are on, each with one of them.
+std::map<std::uint64_t, std::string> disksOf(const std::vector<std::string>& paths)
+{
+    std::map<std::uint64_t, std::string> disks;
+    for (const auto& path : paths) {
+        struct stat facts
+        {
+        };
+        if (::stat(path.c_str(), &facts) == 0 && (allSpin || VolumeTurn::isSpinning(facts.st_dev)))
+            disks.emplace(facts.st_dev, path);
+    }
+    return disks;
+}
+
+/// Under the lock: what one who wants \a disks has to wait for, or an empty text.
+std::string takenOf(const std::map<std::uint64_t, std::string>& disks)
+{
+    for (const auto& [device, path] : disks) {
+        if (taken.count(device) > 0)
+            return kWaiting + path + ", which another clip is written to";
+    }
+    return {};
 }
 
 } // namespace
@@ -51,33 +76,21 @@ bool VolumeTurn::isSpinning(std::uint64_t device, const std::string& root)
     return false;
 }
 
-VolumeTurn::VolumeTurn(const std::string& path, const CancelToken& cancel)
-    : VolumeTurn(std::vector<std::string>{path}, cancel)
+VolumeTurn::VolumeTurn(const std::string& path)
+    : VolumeTurn(std::vector<std::string>{path})
 {
 }
 
-VolumeTurn::VolumeTurn(const std::vector<std::string>& paths, const CancelToken& cancel)
+VolumeTurn::VolumeTurn(const std::vector<std::string>& paths)
 {
-    std::set<std::uint64_t> wanted;
-    for (const auto& path : paths) {
-        struct stat facts
-        {
-        };
-        if (::stat(path.c_str(), &facts) == 0 && (allSpin || isSpinning(facts.st_dev)))
-            wanted.insert(facts.st_dev);
-    }
-    if (wanted.empty())
+    const auto disks = disksOf(paths);
+    const std::lock_guard lock(mutex);
+    m_waitingFor = takenOf(disks);
+    if (!m_waitingFor.empty())
         return;
-    const auto isFree = [](std::uint64_t device) { return taken.count(device) == 0; };
-    std::unique_lock lock(mutex);
-    while (!*cancel) {
-        if (std::all_of(wanted.begin(), wanted.end(), isFree)) {
-            taken.insert(wanted.begin(), wanted.end());
-            m_devices = std::move(wanted);
-            return;
-        }
-        freed.wait_for(lock, kSlice);
-    }
+    for (const auto& [device, path] : disks)
+        m_devices.insert(device);
+    taken.insert(m_devices.begin(), m_devices.end());
 }
 
 VolumeTurn::~VolumeTurn()
@@ -89,7 +102,30 @@ VolumeTurn::~VolumeTurn()
         for (const auto device : m_devices)
             taken.erase(device);
     }
-    freed.notify_all();
+    const std::lock_guard lock(observersMutex);
+    for (const auto& [owner, given] : observers)
+        given();
+}
+
+std::string VolumeTurn::toWaitFor(const std::vector<std::string>& paths)
+{
+    const auto disks = disksOf(paths);
+    const std::lock_guard lock(mutex);
+    return takenOf(disks);
+}
+
+bool VolumeTurn::isWaitingFor(const std::string& text)
+{
+    return text.rfind(kWaiting, 0) == 0;
+}
+
+void VolumeTurn::whenGiven(const void* owner, std::function<void()> given)
+{
+    const std::lock_guard lock(observersMutex);
+    if (given)
+        observers[owner] = std::move(given);
+    else
+        observers.erase(owner);
 }
 
 bool VolumeTurn::isTaken(const std::string& path)

@@ -4,6 +4,7 @@
 #include "base/Log.h"
 #include "base/Text.h"
 #include "documents/ProfileDocument.h"
+#include "files/VolumeTurn.h"
 #include "media/ClipFiles.h"
 #include "media/LinkSettings.h"
 #include "watch/FileWalk.h"
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <utility>
 
 namespace krxservice {
 
@@ -22,8 +24,7 @@ const std::vector<std::string> kRunningOnly = {jobstate::kRunning};
 constexpr std::chrono::milliseconds kGathering{20};
 constexpr std::size_t kLargestGroup = 64; ///< clips
 constexpr std::size_t kMostThreads = 32;
-constexpr std::size_t kLongestNotes = 1000; ///< bytes after which a job says no more
-constexpr char kWaits[] = "Waits for a worker";
+constexpr std::size_t kLongestNotes = 1000;     ///< bytes after which a job says no more
 constexpr std::chrono::seconds kMountsKnown{1}; ///< before the table of mounts is read again
 
 /// True when \a path lies in \a folder, which may end in slashes. A folder may have moved on since.
@@ -50,6 +51,7 @@ Worker::~Worker()
 
 void Worker::start(int threads)
 {
+    VolumeTurn::whenGiven(this, [this] { turnGiven(); });
     const std::lock_guard lock(m_mutex);
     m_perMount = static_cast<std::size_t>(threads);
     for (int i = 0; i < threads; ++i)
@@ -59,6 +61,7 @@ void Worker::start(int threads)
 
 void Worker::stop()
 {
+    VolumeTurn::whenGiven(this, {});
     {
         const std::lock_guard lock(m_mutex);
         m_stopping = true;
@@ -66,6 +69,7 @@ void Worker::stop()
         m_paused.clear();
         m_queued.clear();
         m_waiting.clear();
+        m_unshown.clear();
         m_background.clear();
         *m_backgroundCancel = true;
         for (auto& task : m_running)
@@ -82,17 +86,19 @@ void Worker::stop()
 
 void Worker::addFile(const std::string& folderId, const std::string& path, const std::string& jobId)
 {
-    add({folderId, path, jobId, makeCancelToken(), {}, {}}, path);
+    add({folderId, path, jobId, makeCancelToken(), {}, {}, !jobId.empty()}, path);
 }
 
 void Worker::addJob(const std::string& jobId)
 {
     const auto job = m_stores.jobs.find(jobId);
-    add({{}, {}, jobId, makeCancelToken(), {}, {}}, job ? job->path : std::string());
+    add({{}, {}, jobId, makeCancelToken(), {}, {}, false}, job ? job->path : std::string());
 }
 
 void Worker::add(Task task, const std::string& path)
 {
+    std::string former; // the job of the same file that waited, which another takes the place of
+    bool isShown = true;
     {
         const std::lock_guard lock(m_mutex);
         if (m_stopping)
@@ -108,15 +114,25 @@ void Worker::add(Task task, const std::string& path)
             m_stores.clips.tell(task.folderId, task.path, {ClipStage::Waiting, kWaits});
         if (m_queued.insert(key).second) {
             ++m_waiting[task.mount];
+            // One that begins at once has a job of its own in a moment.
+            isShown = task.folderId.empty() || !task.jobId.empty() ||
+                      m_queue.size() + m_running.size() < m_threads.size();
+            if (!isShown)
+                m_unshown.emplace_back(task.folderId, task.path);
             m_queue.push_back(std::move(task));
             helpOut();
         } else if (!task.folderId.empty() && !task.jobId.empty()) {
-            std::find_if(m_queue.begin(), m_queue.end(), [&](const Task& other) {
-                return keyOf(other) == key;
-            })->jobId = task.jobId;
+            Task& other = *std::find_if(m_queue.begin(), m_queue.end(),
+                                        [&](const Task& each) { return keyOf(each) == key; });
+            former = std::exchange(other.jobId, task.jobId);
+            other.isRetry = true;
         }
     }
     m_wake.notify_one();
+    if (!isShown)
+        m_wakePublisher.notify_one();
+    if (!former.empty() && former != task.jobId)
+        m_stores.jobs.remove(former);
 }
 
 void Worker::addBackground(std::function<void(const CancelToken& cancel)> work)
@@ -133,55 +149,6 @@ void Worker::addBackground(std::function<void(const CancelToken& cancel)> work)
 std::string Worker::keyOf(const Task& task)
 {
     return task.folderId.empty() ? task.jobId : task.folderId + '/' + task.path;
-}
-
-template <typename Matches>
-std::vector<Worker::Task> Worker::cancelWhere(Matches matches)
-{
-    const std::lock_guard lock(m_mutex);
-    std::vector<Task> waiting;
-    const auto out = std::stable_partition(m_queue.begin(), m_queue.end(),
-                                           [&](const Task& task) { return !matches(task); });
-    for (auto task = out; task != m_queue.end(); ++task) {
-        m_queued.erase(keyOf(*task));
-        noLongerWaits(*task);
-        waiting.push_back(std::move(*task));
-    }
-    m_queue.erase(out, m_queue.end());
-    for (auto& [what, pause] : m_paused) {
-        const auto gone = std::stable_partition(pause.tasks.begin(), pause.tasks.end(),
-                                                [&](const Task& task) { return !matches(task); });
-        waiting.insert(waiting.end(), gone, pause.tasks.end());
-        pause.tasks.erase(gone, pause.tasks.end());
-    }
-    for (auto& task : m_running) {
-        if (matches(task))
-            *task.cancel = true;
-    }
-    return waiting;
-}
-
-void Worker::cancelJob(const std::string& jobId)
-{
-    const auto waiting = cancelWhere([&](const Task& task) { return task.jobId == jobId; });
-    endWaiting(waiting);
-    // The watcher leaves alone what is still to be worked on.
-    for (const auto& task : waiting) {
-        if (!task.folderId.empty())
-            m_fileDone(task.folderId, task.path, std::nullopt);
-    }
-    learnCalledOff();
-}
-
-void Worker::cancelFolder(const std::string& folderId)
-{
-    // Nobody comes back to the jobs of files that were to be tried again.
-    const auto waiting = cancelWhere([&](const Task& task) { return task.folderId == folderId; });
-    endWaiting(waiting);
-    for (const auto& task : waiting) {
-        if (!task.jobId.empty())
-            m_stores.jobs.remove(task.jobId);
-    }
 }
 
 bool Worker::isActive()
@@ -231,14 +198,18 @@ bool Worker::isBusy(const std::string& key) const
 }
 
 /// A thread of its own: gathers finished clips for a moment, unless nothing else is coming, and publishes
-/// them together.
+/// them together. Beside this it shows those that wait.
 void Worker::publish()
 {
     std::unique_lock lock(m_mutex);
     for (;;) {
-        m_wakePublisher.wait(lock, [this] { return m_stopping || !m_ready.empty(); });
-        if (m_ready.empty())
+        m_wakePublisher.wait(lock, [this] { return m_stopping || !m_ready.empty() || !m_unshown.empty(); });
+        if (!m_stopping && !m_unshown.empty())
+            showWaiting(lock);
+        if (m_stopping && m_ready.empty())
             return;
+        if (m_ready.empty())
+            continue;
         m_wakePublisher.wait_for(lock, kGathering, [this] {
             return m_stopping || m_ready.size() >= kLargestGroup || (m_queue.empty() && m_running.empty());
         });
@@ -343,15 +314,19 @@ void Worker::perform(Task& task)
 
 void Worker::performFile(Task& task)
 {
-    const FileResult result = *task.cancel ? FileResult() : processForFolder(task);
+    FileResult result = *task.cancel ? FileResult() : processForFolder(task);
+    if (*task.cancel && !result.stamp && isCancelled(task))
+        result.stamp = callOff(task);
     if (result.end == FileResult::End::Ready) {
         const std::lock_guard lock(m_mutex);
         m_ready.emplace_back(task, result.ready);
         m_wakePublisher.notify_one();
         return;
     }
-    if (result.end == FileResult::End::Waiting)
+    if (result.end == FileResult::End::Waiting) {
+        task.isRetry = task.isRetry || !task.jobId.empty();
         return pause(task, result.text);
+    }
     endPause(task);
     m_fileDone(task.folderId, task.path, result.stamp);
     if (result.end == FileResult::End::Cancelled && result.stamp)
@@ -371,7 +346,7 @@ void Worker::learnCalledOff()
 
 FileResult Worker::processForFolder(Task& task)
 {
-    const bool wasRetried = !task.jobId.empty();
+    const bool wasRetried = task.isRetry;
     const auto folder = m_stores.folders.find(task.folderId);
     const auto profile = folder && folder->enabled ? m_stores.profiles.find(folder->profile) : std::nullopt;
     const auto recipe =
@@ -396,12 +371,7 @@ FileResult Worker::processForFolder(Task& task)
         };
         order.progress = [&](int percent) { m_stores.jobs.setPercent(task.jobId, percent); };
         follow(order, task);
-        order.staysCancelled = [&] {
-            if (task.jobId.empty())
-                return false;
-            const auto job = m_stores.jobs.find(task.jobId);
-            return !job || job->state == jobstate::kCancelled;
-        };
+        order.staysCancelled = [&] { return isCancelled(task); };
         result = m_pipeline.process(order);
         tellEnd(order, result);
     }
@@ -453,7 +423,9 @@ std::string Worker::showJob(Task& task, const FolderRecord& folder, const std::s
     const auto present = id.empty() ? std::nullopt : m_stores.jobs.find(id);
     if (present && present->state == jobstate::kSubmitted)
         m_stores.jobs.move(id, {jobstate::kSubmitted}, jobstate::kRunning);
-    if (!present || jobstate::isFinal(present->state)) {
+    // Somebody cancels it at this moment: it is interrupted in the next.
+    const bool isOver = *task.cancel && isCancelled(task);
+    if (!isOver && (!present || jobstate::isFinal(present->state))) {
         JobRecord job;
         job.path = task.path;
         job.profile = folder.profile;

@@ -52,8 +52,9 @@ public:
     /// Work that no clip waits for: done one at a time while nothing else is to be done, and not counted as
     /// activity.
     void addBackground(std::function<void(const CancelToken& cancel)> work);
-    /// Interrupts a job, or takes it out of the queue. Its state is the caller's business.
-    void cancelJob(const std::string& jobId);
+    /// Interrupts a job, or takes it out of the queue. Its state is the caller's business. \a isNoted: that
+    /// the file is not wanted has been noted of its clip, if there is one.
+    void cancelJob(const std::string& jobId, bool isNoted);
     /// Interrupts all work for a folder, or takes it out of the queue.
     void cancelFolder(const std::string& folderId);
 
@@ -61,6 +62,8 @@ public:
     bool isActive();
 
 private:
+    static constexpr char kWaits[] = "Waits for a worker";
+
     struct Task
     {
         std::string folderId; ///< empty for a manual job
@@ -69,6 +72,7 @@ private:
         CancelToken cancel;
         std::string mount;     ///< the file system that it is about
         std::string waitedFor; ///< what it waited for last, "waiting for ..."
+        bool isRetry = false;  ///< its job was shown before this run of it
     };
     /// Tasks that wait for the same: when it is time, one after the other is tried again.
     struct Pause
@@ -76,6 +80,7 @@ private:
         std::deque<Task> tasks;
         std::chrono::steady_clock::time_point due;
         std::chrono::milliseconds length{0};
+        bool isForTurn = false; ///< for another clip, which says when it is over
     };
 
     /// The same for tasks that must not be performed side by side.
@@ -90,11 +95,16 @@ private:
     void runBackground(std::unique_lock<std::mutex>& lock);
     void publish();
     void publishGroup(const std::vector<std::pair<Task, std::shared_ptr<ReadyClip>>>& group);
+    void showWaiting(std::unique_lock<std::mutex>& lock);
+    std::optional<JobRecord> jobOf(const std::string& folderId);
+    std::optional<FileStamp> callOff(const Task& task);
+    bool isCancelled(const Task& task);
     bool isBusy(const std::string& key) const;
     void pause(Task task, const std::string& waitedFor);
     void endPause(const Task& task);
     void endWaiting(const std::vector<Task>& tasks);
     void endPauses();
+    void turnGiven();
     void waitForWork(std::unique_lock<std::mutex>& lock);
     void perform(Task& task);
     void performFile(Task& task);
@@ -117,6 +127,8 @@ private:
     std::deque<Task> m_queue;
     std::unordered_set<std::string> m_queued;     ///< keys of the queue
     std::map<std::string, std::size_t> m_waiting; ///< tasks of the queue, by mount; none is zero
+    /// Folder and path of those of which no client could see a job yet.
+    std::deque<std::pair<std::string, std::string>> m_unshown;
     Mounts m_mounts;
     std::chrono::steady_clock::time_point m_mountsRead;
     std::vector<Task> m_running;

@@ -1,5 +1,7 @@
 #include "queue/Worker.h"
 
+#include "files/VolumeTurn.h"
+
 #include <algorithm>
 
 /// The tasks of the worker that wait for a volume.
@@ -25,13 +27,19 @@ void Worker::pause(Task task, const std::string& waitedFor)
             return;
         Pause& pause = m_paused[waitedFor];
         isNew = pause.length.count() == 0;
+        pause.isForTurn = VolumeTurn::isWaitingFor(waitedFor);
         pause.length = isNew ? kFirstPause : std::min(pause.length * 2, kLongestPause);
-        pause.due = std::chrono::steady_clock::now() + pause.length;
+        // That a turn was given may have been heard already, and is not to be forgotten.
+        if (isNew || !pause.isForTurn)
+            pause.due = std::chrono::steady_clock::now() + pause.length;
+        // Who waited before stays ahead of who comes to wait.
+        const bool isAhead = task.waitedFor == waitedFor;
         task.waitedFor = waitedFor;
-        pause.tasks.push_front(std::move(task));
+        pause.tasks.insert(isAhead ? pause.tasks.begin() : pause.tasks.end(), std::move(task));
     }
     m_wake.notify_one();
-    if (isNew)
+    // One clip after the other is nothing that somebody could mend.
+    if (isNew && !VolumeTurn::isWaitingFor(waitedFor))
         m_stores.errors.add(waitedFor);
 }
 
@@ -47,7 +55,7 @@ void Worker::endPause(const Task& task)
         return;
     if (found->second.tasks.empty())
         m_paused.erase(found);
-    else
+    else if (!found->second.isForTurn)
         found->second.due = std::chrono::steady_clock::now();
 }
 
@@ -69,6 +77,19 @@ void Worker::endWaiting(const std::vector<Task>& tasks)
     }
 }
 
+/// Somebody has written all that he had to write to a disk that takes one at a time.
+void Worker::turnGiven()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        for (auto& [what, pause] : m_paused) {
+            if (pause.isForTurn)
+                pause.due = std::chrono::steady_clock::now();
+        }
+    }
+    m_wake.notify_one();
+}
+
 /// Puts back into the queue one of each kind of waiting tasks whose time has come.
 void Worker::endPauses()
 {
@@ -78,7 +99,7 @@ void Worker::endPauses()
             continue;
         Task task = std::move(pause.tasks.front());
         pause.tasks.pop_front();
-        pause.due = now + kNextPause;
+        pause.due = now + (pause.isForTurn ? kLongestPause : kNextPause);
         task.cancel = makeCancelToken();
         if (!m_queued.insert(keyOf(task)).second)
             continue;

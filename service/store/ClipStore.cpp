@@ -314,7 +314,7 @@ void ClipStore::retry(const std::string& owner, const std::string& path)
         .run();
 }
 
-void ClipStore::giveUp(const std::string& owner, const std::string& path)
+bool ClipStore::giveUp(const std::string& owner, const std::string& path)
 {
     const auto lock = m_database.lock();
     m_database
@@ -323,6 +323,7 @@ void ClipStore::giveUp(const std::string& owner, const std::string& path)
         .bind(owner)
         .bind(path)
         .run();
+    return m_database.changes() > 0;
 }
 
 void ClipStore::reject(const ClipRecord& clip, const std::string& reason)

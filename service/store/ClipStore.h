@@ -70,7 +70,7 @@ public:
     /// Failed to Waiting: one path, or all of the owner's when \a path is empty.
     void retry(const std::string& owner, const std::string& path = {});
     /// Waiting to Failed: it is not to be tried again after all.
-    void giveUp(const std::string& owner, const std::string& path);
+    bool giveUp(const std::string& owner, const std::string& path);
     /// A file that is no media: Rejected from the start, for a \a reason that stays known. Nothing when its
     /// owner is gone.
     void reject(const ClipRecord& clip, const std::string& reason = {});

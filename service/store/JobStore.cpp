@@ -58,31 +58,45 @@ std::optional<JobRecord> JobStore::find(const std::string& id)
 
 std::string JobStore::create(const JobRecord& job)
 {
+    return createAll({job}).front();
+}
+
+std::vector<std::string> JobStore::createAll(const std::vector<JobRecord>& jobs)
+{
     Transaction transaction(m_database);
-    m_database
-        .prepare("INSERT INTO jobs(id, manual, path, profile, group_id, group_name, state) VALUES('', ?, ?, "
-                 "?, ?, ?, ?)")
-        .bind(std::int64_t(job.manual))
-        .bind(job.path)
-        .bind(job.profile)
-        .bind(job.groupId)
-        .bind(job.groupName)
-        .bind(job.state)
-        .run();
-    const auto sequence = m_database.lastRowId();
-    char id[32];
-    std::snprintf(id, sizeof id, "j%06lld", static_cast<long long>(sequence));
-    m_database.prepare("UPDATE jobs SET id=? WHERE seq=?").bind(id).bind(sequence).run();
-    if (!job.manual) {
+    std::vector<std::string> ids;
+    for (const auto& job : jobs) {
         m_database
-            .prepare("DELETE FROM jobs WHERE seq IN (SELECT seq FROM jobs WHERE manual=0 AND state=? "
-                     "ORDER BY seq DESC LIMIT -1 OFFSET ?)")
-            .bind(jobstate::kFailed)
-            .bind(std::int64_t(kMostFolderJobs))
+            .prepare(
+                "INSERT INTO jobs(id, manual, path, profile, group_id, group_name, state) VALUES('', ?, ?, "
+                "?, ?, ?, ?)")
+            .bind(std::int64_t(job.manual))
+            .bind(job.path)
+            .bind(job.profile)
+            .bind(job.groupId)
+            .bind(job.groupName)
+            .bind(job.state)
             .run();
+        const auto sequence = m_database.lastRowId();
+        char id[32];
+        std::snprintf(id, sizeof id, "j%06lld", static_cast<long long>(sequence));
+        m_database.prepare("UPDATE jobs SET id=? WHERE seq=?").bind(id).bind(sequence).run();
+        ids.emplace_back(id);
+        if (sequence % kForgettingEvery == 0)
+            forgetOldFailures();
     }
     transaction.commit();
-    return id;
+    return ids;
+}
+
+void JobStore::forgetOldFailures()
+{
+    m_database
+        .prepare("DELETE FROM jobs WHERE seq IN (SELECT seq FROM jobs WHERE manual=0 AND state=? "
+                 "ORDER BY seq DESC LIMIT -1 OFFSET ?)")
+        .bind(jobstate::kFailed)
+        .bind(std::int64_t(kMostFolderJobs))
+        .run();
 }
 
 bool JobStore::move(const std::string& id, const std::vector<std::string>& from, const std::string& to,

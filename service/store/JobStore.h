@@ -14,7 +14,10 @@ namespace krxservice {
 class JobStore
 {
 public:
-    static constexpr int kMostFolderJobs = 1000; ///< the oldest are forgotten beyond this
+    /// Failed ones of folders; the oldest are forgotten some time after there are more. As many as there are
+    /// clips of which the story is kept, so that each that failed can be tried again.
+    static constexpr int kMostFolderJobs = 10000;
+    static constexpr int kForgettingEvery = 100; ///< new jobs
 
     explicit JobStore(Database& database)
         : m_database(database)
@@ -27,6 +30,8 @@ public:
 
     /// Stores a new job and returns its id; ids are never used again.
     std::string create(const JobRecord& job);
+    /// The same for several, with the cost of little more than one.
+    std::vector<std::string> createAll(const std::vector<JobRecord>& jobs);
     /// Moves a job from one of the states in \a from to \a to; false when it is in none of them (or gone).
     /// Final states set the percentage to 0 or 100: a value between would count as work in progress.
     bool move(const std::string& id, const std::vector<std::string>& from, const std::string& to,
@@ -52,6 +57,7 @@ private:
     };
 
     void read(const Statement& row, std::vector<JobRecord>& jobs);
+    void forgetOldFailures();
 
     Database& m_database;
     std::map<std::string, Live> m_live; ///< by id; guarded by the lock of the database

@@ -488,18 +488,27 @@ private slots:
         QVERIFY(!VolumeTurn::isSpinning(makedev(254, 0), path));
 
         VolumeTurn::treatAllAsSpinning(true);
-        auto first = std::make_unique<VolumeTurn>(path, makeCancelToken());
+        const auto end = qScopeGuard([] { VolumeTurn::treatAllAsSpinning(false); });
+        int given = 0;
+        VolumeTurn::whenGiven(this, [&] { ++given; });
+        auto first = std::make_unique<VolumeTurn>(path);
         QVERIFY(first->isHeld());
-        // The second waits until it does not want to any more.
-        const auto cancelled = makeCancelToken();
-        std::thread canceller([&] { *cancelled = true; });
-        const VolumeTurn second(path, cancelled);
-        canceller.join();
-        QVERIFY(!second.isHeld());
+        QCOMPARE(first->waitingFor(), std::string());
+        {
+            const VolumeTurn second(path);
+            QVERIFY(!second.isHeld());
+            QCOMPARE(second.waitingFor(),
+                     "waiting for its turn on " + path + ", which another clip is written to");
+            QVERIFY(VolumeTurn::isWaitingFor(second.waitingFor()));
+            QCOMPARE(VolumeTurn::toWaitFor({path}), second.waitingFor());
+        }
+        QCOMPARE(given, 0); // by one who had none
         first.reset();
-        const VolumeTurn third(path, makeCancelToken());
-        QVERIFY(third.isHeld());
-        VolumeTurn::treatAllAsSpinning(false);
+        QCOMPARE(given, 1);
+        VolumeTurn::whenGiven(this, {});
+        QCOMPARE(VolumeTurn::toWaitFor({path}), std::string());
+        QVERIFY(VolumeTurn(path).isHeld());
+        QCOMPARE(given, 1);
     }
 
     void splitResultTakesTheTurnOnBothVolumes()

@@ -1,6 +1,7 @@
 #include "PipelineBench.h"
 #include "SilentMount.h"
 
+#include "engines/Ffmpeg.h"
 #include "files/VolumeTurn.h"
 #include "queue/Worker.h"
 #include "store/JobStore.h"
@@ -14,6 +15,7 @@
 #include <algorithm>
 #include <condition_variable>
 #include <mutex>
+#include <set>
 
 namespace {
 
@@ -40,7 +42,7 @@ class TestServiceQueue : public QObject
         ProfileStore profiles{database};
         std::mutex mutex;
         std::condition_variable changed;
-        std::string held;                                ///< the file at whose end the thread waits
+        std::set<std::string> held;                      ///< files at whose end the thread waits
         std::vector<std::pair<std::string, bool>> ended; ///< path, and whether its work is done
         ChangeBoard board;
         ClipBook book{database, board};
@@ -91,13 +93,31 @@ class TestServiceQueue : public QObject
             std::unique_lock lock(mutex);
             ended.emplace_back(path, isDone);
             changed.notify_all();
-            changed.wait(lock, [&] { return held != path; });
+            changed.wait(lock, [&] { return held.count(path) == 0; });
         }
         void release()
         {
             const std::lock_guard lock(mutex);
             held.clear();
             changed.notify_all();
+        }
+        /// The job for a file, whatever its state.
+        std::optional<JobRecord> jobOf(const std::string& path)
+        {
+            for (const auto& job : jobs.list(false)) {
+                if (job.path == path)
+                    return job;
+            }
+            return std::nullopt;
+        }
+        /// What is told of a file.
+        ClipNews newsOf(const std::string& path)
+        {
+            for (const auto& clip : book.list({}).clips) {
+                if (clip.path == path)
+                    return clip.news;
+            }
+            return {ClipStage::Gone, "nothing"};
         }
         bool waitForEnds(std::size_t count)
         {
@@ -124,7 +144,7 @@ private slots:
         // With an action each file's end is told on its own thread.
         QTemporaryDir copies;
         Line line(m_media.path(), {PipelineBench::copyTo(copies.path())});
-        line.held = m_one;
+        line.held = {m_one};
         line.worker.addFile("f000001", m_one);
         QVERIFY(line.waitForEnds(1));
         // Its work has not quite ended when it is reported once more; another file has its turn.
@@ -168,7 +188,7 @@ private slots:
     void fileThatWaitsIsNotQueuedTwice()
     {
         Line line(m_media.path());
-        line.held = m_one;
+        line.held = {m_one};
         line.worker.addFile("f000001", m_one);
         QVERIFY(line.waitForEnds(1));
         for (int i = 0; i < 5; ++i)
@@ -195,10 +215,111 @@ private slots:
         QCOMPARE(line.listed().size(), std::size_t(1));
     }
 
+    void filesThatWaitForAThreadAreShownAndCalledOff()
+    {
+        const QTemporaryDir watched;
+        const QTemporaryDir to;
+        std::vector<std::string> files;
+        for (int i = 0; i < 4; ++i) {
+            files.push_back(watched.filePath(QString::number(i) + s(".wav")).toStdString());
+            QVERIFY(QFile::copy(QString::fromStdString(m_one), QString::fromStdString(files.back())));
+        }
+        ActivityRecipe copy;
+        copy.destination = to.path().toStdString();
+        Line line(watched.path(), {copy});
+        line.held = {files[0], files[1]};
+        for (const auto& file : files)
+            line.worker.addFile("f000001", file);
+        QVERIFY(line.waitForEnds(2));
+        const auto isShown = [&](const std::string& file) {
+            const auto job = line.jobOf(file);
+            return job && job->state == jobstate::kSubmitted && line.newsOf(file).job == job->id;
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(isShown(files[2]) && isShown(files[3]), 30000);
+        const std::string id = line.jobOf(files[2])->id;
+        QCOMPARE(line.jobOf(files[2])->profile, std::string("p"));
+        QCOMPARE(line.jobOf(files[2])->groupId, std::string("f000001"));
+
+        QVERIFY(line.jobs.move(id, {jobstate::kSubmitted}, jobstate::kCancelled));
+        line.worker.cancelJob(id, false);
+        QCOMPARE(line.ended.back(), std::make_pair(files[2], true));
+        QCOMPARE(line.newsOf(files[2]).stage, ClipStage::Failed);
+        QCOMPARE(line.newsOf(files[2]).reason, std::string("Was cancelled"));
+        QCOMPARE(line.newsOf(files[2]).job, id);
+        // It is known: nothing begins when it is found again.
+        line.worker.addFile("f000001", files[2]);
+        line.release();
+        QTRY_VERIFY_WITH_TIMEOUT(!line.worker.isActive(), 30000);
+        QCOMPARE(int(QDir(to.path()).entryList({s("*.wav")}).size()), 3);
+        QVERIFY(!QFile::exists(to.filePath(s("2.wav"))));
+        QVERIFY(!line.jobOf(files[3]));
+
+        // Until somebody wants it after all.
+        line.clips.retry("f000001", files[2]);
+        QVERIFY(line.jobs.move(id, {jobstate::kCancelled}, jobstate::kSubmitted));
+        line.worker.addFile("f000001", files[2], id);
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(to.filePath(s("2.wav"))), 30000);
+        QTRY_VERIFY_WITH_TIMEOUT(!line.worker.isActive(), 30000);
+        QCOMPARE(line.listed().size(), std::size_t(4));
+        QVERIFY(!line.jobOf(files[2]));
+    }
+
+    void filesThatWaitForALinkOnlyAreNoJobs()
+    {
+        constexpr std::size_t kFiles = 20;
+        const QTemporaryDir watched;
+        Line line(watched.path());
+        for (std::size_t i = 0; i < kFiles; ++i) {
+            const QString file = watched.filePath(QString::number(i) + s(".wav"));
+            QVERIFY(QFile::copy(QString::fromStdString(m_one), file));
+            line.worker.addFile("f000001", file.toStdString());
+        }
+        QVERIFY(line.waitForEnds(kFiles));
+        QTRY_VERIFY_WITH_TIMEOUT(!line.worker.isActive(), 30000);
+        QCOMPARE(line.listed().size(), kFiles);
+        QCOMPARE(line.submit(watched.path()), std::string("j000001")); // the first ever
+    }
+
+    void whoWaitsForHisTurnOnADiskLeavesItsThreadToOthers()
+    {
+        const QTemporaryDir watched;
+        const QTemporaryDir to;
+        VolumeTurn::treatAllAsSpinning(true);
+        const auto end = qScopeGuard([] { VolumeTurn::treatAllAsSpinning(false); });
+        std::vector<std::string> files;
+        for (int i = 0; i < 5; ++i) {
+            files.push_back(watched.filePath(QString::number(i) + s(".wav")).toStdString());
+            QVERIFY(QFile::copy(QString::fromStdString(m_one), QString::fromStdString(files.back())));
+        }
+        ActivityRecipe copy;
+        copy.destination = to.path().toStdString();
+        Line line(watched.path(), {copy});
+        auto turn = std::make_unique<VolumeTurn>(to.path().toStdString());
+        QVERIFY(turn->isHeld());
+        for (const auto& file : files)
+            line.worker.addFile("f000001", file);
+        const std::string reason = VolumeTurn::toWaitFor({to.path().toStdString()});
+        QCOMPARE(reason,
+                 "waiting for its turn on " + to.path().toStdString() + ", which another clip is written to");
+        for (const auto& file : files) {
+            QTRY_COMPARE_WITH_TIMEOUT(line.newsOf(file).reason, reason, 30000);
+            QCOMPARE(line.newsOf(file).stage, ClipStage::Waiting);
+            QCOMPARE(line.jobOf(file)->state, std::string(jobstate::kSubmitted));
+        }
+        // Nobody can do anything about it but wait.
+        QVERIFY(line.errors.list().empty());
+        QTRY_VERIFY_WITH_TIMEOUT(!line.worker.isActive(), 30000);
+        turn.reset();
+        QVERIFY(line.waitForEnds(files.size()));
+        QTRY_VERIFY_WITH_TIMEOUT(!line.worker.isActive(), 30000);
+        QCOMPARE(line.listed().size(), files.size());
+        QVERIFY(!line.jobOf(files[0]));
+    }
+
     void cancelledFolderTakesTheJobsOfItsQueueAlong()
     {
         Line line(m_media.path());
-        line.held = m_one;
+        line.held = {m_one};
         line.worker.addFile("f000001", m_one);
         QVERIFY(line.waitForEnds(1));
         JobRecord job;
@@ -340,7 +461,7 @@ private slots:
         for (int round = 0; round < 20; ++round) {
             QTRY_VERIFY_WITH_TIMEOUT(line.jobs.find(id)->state != jobstate::kSubmitted, 30000);
             if (line.jobs.move(id, {jobstate::kRunning}, jobstate::kCancelled))
-                line.worker.cancelJob(id);
+                line.worker.cancelJob(id, false);
             QVERIFY(line.jobs.find(id)->state != jobstate::kFailed);
             if (line.jobs.move(id, {jobstate::kCancelled}, jobstate::kSubmitted))
                 line.worker.addJob(id);
@@ -354,34 +475,57 @@ private slots:
     // file is touched, until somebody asks for that.
     void clipThatWasCalledOffStaysSoWhenItIsTouched_data()
     {
+        QTest::addColumn<bool>("isRunning");
         QTest::addColumn<bool>("isRemoved");
-        QTest::newRow("cancelled") << false;
-        QTest::newRow("its job is removed") << true;
+        QTest::newRow("cancelled while it runs") << true << false;
+        QTest::newRow("its job is removed while it runs") << true << true;
+        QTest::newRow("cancelled while it waits") << false << false;
+        QTest::newRow("its job is removed while it waits") << false << true;
     }
     void clipThatWasCalledOffStaysSoWhenItIsTouched()
     {
+        QFETCH(bool, isRunning);
         QFETCH(bool, isRemoved);
-        QTemporaryDir copies;
+        QTemporaryDir media;
         QTemporaryDir watched;
         const QString file = watched.filePath(s("a.wav"));
         QVERIFY(QFile::copy(QString::fromStdString(m_one), file));
         const std::string path = file.toStdString();
-        Line line(watched.path(), {PipelineBench::copyTo(copies.path())});
-        // Somebody else writes to that volume, so that the copy waits for its turn.
-        VolumeTurn::treatAllAsSpinning(true);
-        const auto end = qScopeGuard([] { VolumeTurn::treatAllAsSpinning(false); });
-        auto turn = std::make_unique<VolumeTurn>(copies.path().toStdString(), makeCancelToken());
+        const std::string volume = media.path().toStdString();
+        ActivityRecipe transcode;
+        transcode.element =
+            "<activity id=\"transcode\"><outputDetail><filesystemVideoVolume>" + volume +
+            "/</filesystemVideoVolume><filesystemAudioVolume>" + volume +
+            "/</filesystemAudioVolume><outputTranscodeVideoProfile><videoCompressionType>16777217"
+            "</videoCompressionType></outputTranscodeVideoProfile></outputDetail></activity>";
+        Line line(watched.path(), {transcode});
+        // Its engine is never done, or somebody else writes to that volume, so that it waits for its turn.
+        const auto end = qScopeGuard([] {
+            VolumeTurn::treatAllAsSpinning(false);
+            Ffmpeg::use({});
+        });
+        VolumeTurn::treatAllAsSpinning(!isRunning);
+        Ffmpeg::use(isRunning ? std::vector<std::string>{"/bin/sh", "-c", "sleep 600", "/bin/sleep"}
+                              : std::vector<std::string>());
+        auto turn = std::make_unique<VolumeTurn>(volume);
         line.worker.addFile("f000001", path);
-        QTRY_VERIFY_WITH_TIMEOUT(!line.jobs.list(false).empty(), 30000);
-        const std::string job = line.jobs.list(false).front().id;
+        const char* const wanted = isRunning ? jobstate::kRunning : jobstate::kSubmitted;
+        QTRY_VERIFY_WITH_TIMEOUT(line.jobOf(path) && line.jobOf(path)->state == wanted &&
+                                     line.newsOf(path).reason.find(isRunning ? "transcode" : "waiting for") !=
+                                         std::string::npos,
+                                 30000);
+        const std::string job = line.jobOf(path)->id;
+        const bool isNoted = line.clips.giveUp("f000001", path);
+        QCOMPARE(isNoted, !isRunning);
         if (isRemoved)
             line.jobs.remove(job);
         else
-            QVERIFY(line.jobs.move(job, {jobstate::kRunning}, jobstate::kCancelled));
-        line.worker.cancelJob(job);
+            QVERIFY(line.jobs.move(job, {wanted}, jobstate::kCancelled));
+        line.worker.cancelJob(job, isNoted);
         QVERIFY(line.waitForEnds(1));
         turn.reset();
-        QVERIFY(line.ended.front().second);
+        VolumeTurn::treatAllAsSpinning(false);
+        Ffmpeg::use({});
         const auto isRead = [&] {
             const auto clips = line.clips.inState(ClipState::Failed);
             return clips.size() == 1 && !ClipStore::isProvisional(clips.front().checksum);
@@ -400,7 +544,7 @@ private slots:
         QVERIFY(line.waitForEnds(2));
         QVERIFY(line.ended.back().second);
         QVERIFY(line.listed().empty());
-        QVERIFY(QDir(copies.path()).isEmpty());
+        QVERIFY(QDir(media.filePath(s("KRX Media"))).entryList({s("*.wav")}).isEmpty());
         line.clips.retry("f000001", path);
         line.worker.addFile("f000001", path);
         QVERIFY(line.waitForEnds(3));
@@ -433,7 +577,7 @@ private slots:
             const std::string path = line.jobs.find(job)->path;
             QVERIFY(line.jobs.move(job, {jobstate::kSubmitted}, jobstate::kCancelled));
             line.clips.giveUp("f000001", path);
-            line.worker.cancelJob(job);
+            line.worker.cancelJob(job, true);
             // Whoever watches it is told, so that its next content is seen.
             QVERIFY(line.waitForEnds(++ended));
             QVERIFY(line.ended.back().first == path && !line.ended.back().second);
@@ -469,7 +613,7 @@ private slots:
 
         // One of them is given up; the other goes on when the volume is there.
         QVERIFY(line.jobs.move(job, {jobstate::kSubmitted}, jobstate::kCancelled));
-        line.worker.cancelJob(job);
+        line.worker.cancelJob(job, false);
         QVERIFY(QDir().mkpath(volume));
         QVERIFY(line.waitForEnds(1));
         QCOMPARE(line.ended.front(), std::make_pair(m_one, true));

@@ -1,3 +1,4 @@
+#include "store/ClipBook.h"
 #include "store/ClipStore.h"
 #include "store/Database.h"
 #include "store/ErrorStore.h"
@@ -251,6 +252,22 @@ private slots:
         QVERIFY(errors.list().empty());
         errors.add("one");
         QCOMPARE(errors.list().size(), std::size_t(1));
+    }
+
+    void failedJobsAreKeptForAsManyClipsAsAreKept()
+    {
+        Database database(newFile());
+        JobStore jobs(database);
+        const JobRecord failed = job(false, jobstate::kFailed);
+        const auto all = jobs.createAll(std::vector<JobRecord>(JobStore::kMostFolderJobs, failed));
+        QCOMPARE(all.front(), std::string("j000001"));
+        QCOMPARE(int(jobs.list(false).size()), JobStore::kMostFolderJobs);
+        QVERIFY(JobStore::kMostFolderJobs >= int(ClipBook::kMostClips));
+        const std::string own = jobs.create(job(true, jobstate::kFailed));
+        const auto more = jobs.createAll(std::vector<JobRecord>(JobStore::kForgettingEvery, failed));
+        QVERIFY(!jobs.find(all.front()));
+        QVERIFY(jobs.find(all.back()) && jobs.find(more.front()) && jobs.find(own));
+        QVERIFY(int(jobs.list(false).size()) <= JobStore::kMostFolderJobs + JobStore::kForgettingEvery);
     }
 
     void errorListKeepsTheNewestThousand()
