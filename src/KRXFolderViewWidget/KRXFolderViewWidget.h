@@ -77,7 +77,7 @@ public:
     /// seconds.
     void lookForDirectories();
 
-    // Cells of a row. Of no row (null) a text is empty and a state is NoNewClips; setters then do nothing.
+    /// Cells of a row. Of no row (null) a text is empty and a state is NoNewClips; setters do nothing. @{
     static QString getFolderId(const QTreeWidgetItem* item);
     static QString getFolderName(const QTreeWidgetItem* item);
     static QString getFolderPath(const QTreeWidgetItem* item);
@@ -89,7 +89,7 @@ public:
     /// Sets the shown profile. This is the deliberate change of a profile: it always emits itemChanged()
     /// once, also when the name is the old one, and so writes the row's folder to the service.
     static void setProfileName(QTreeWidgetItem* item, const QString& name);
-    static void setTargetBin(QTreeWidgetItem* item, const QString& bin);
+    static void setTargetBin(QTreeWidgetItem* item, const QString& bin); /// @}
 
     /// Makes a row of a folder record and puts it into the view. \return the row, owned by the view; null
     /// when the record has no identifier.
@@ -103,7 +103,7 @@ public:
 
     /// The icon of an acquire state in \ref ingestIconGroup(); empty when nothing is drawn.
     static QString ingestIconName(int state);
-    static QString ingestIconGroup();
+    static QString ingestIconGroup(); ///< Where those are among the skin's pictures.
 
 Q_SIGNALS:
     /// All clips that a folder had on offer were handed to the callback. \param count how many; never 0.

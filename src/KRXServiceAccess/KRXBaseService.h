@@ -46,13 +46,13 @@ protected:
     /// The URL of the resource collection.
     QString buildUrl() const;
 
-    // The four methods. \a response must be null before the call; the caller releases it when it is not null
-    // afterwards. The body is sent as UTF-8. Each returns false only when there is no REST client: a call
-    // that failed shows in checkResponse(). Each throws as ensureRestClient() does.
+    /// The four methods. \a response must be null before the call; the caller releases it when it is not null
+    /// afterwards. The body is sent as UTF-8. Each returns false only when there is no REST client: a call
+    /// that failed shows in checkResponse(). Each throws as ensureRestClient() does. @{
     bool restGet(const QString& url, IRestResponse*& response);
     bool restPost(const QString& url, const QString& body, IRestResponse*& response);
     bool restPut(const QString& url, const QString& body, IRestResponse*& response);
-    bool restDelete(const QString& url, IRestResponse*& response);
+    bool restDelete(const QString& url, IRestResponse*& response); /// @}
 
     /// Waits for the answer and judges it.
     /// \param response may be null. \param body receives the answer's text when given; an answer that cannot
@@ -60,12 +60,12 @@ protected:
     /// \return whether the service answered with success.
     bool checkResponse(IRestResponse* response, QString* body);
 
-    // Whole exchanges in the calling order of every operation: method, check, release. They never throw.
-    // \a body receives the answer's bytes when given, as text does in checkResponse().
+    /// Whole exchanges in the calling order of every operation: method, check, release. They never throw.
+    /// \a body receives the answer's bytes when given, as text does in checkResponse(). @{
     bool exchangeGet(const QString& url, QByteArray* body);
     bool exchangePost(const QString& url, const QString& content, QByteArray* body);
     bool exchangePut(const QString& url, const QString& content, QByteArray* body);
-    bool exchangeDelete(const QString& url);
+    bool exchangeDelete(const QString& url); /// @}
     /// Sends and forgets: the answer is neither waited for nor checked, and no failure is reported.
     void sendPost(const QString& url, const QString& content);
 

@@ -155,6 +155,57 @@ private slots:
             QCOMPARE(versions.first().toString(), QString::fromUtf8(content(inTree("VERSION"))).trimmed());
     }
 
+    /// What hosts include stands in two lists: what is installed, and what the reference tells of.
+    void theReferenceTellsOfEachInstalledHeader()
+    {
+        static const QRegularExpression header(QStringLiteral("[A-Za-z/]+\\.h\\b"));
+        const auto headers = [](const QString& text, const char* folder) {
+            QStringList found;
+            auto matches = header.globalMatch(text);
+            while (matches.hasNext())
+                found.append(QLatin1String(folder) + matches.next().captured());
+            return found;
+        };
+        const QString module = QString::fromUtf8(content(inTree("src/CMakeLists.txt")))
+                                   .section(QStringLiteral("set(KRX_MODULE_HEADERS"), 1)
+                                   .section(QLatin1Char(')'), 0, 0);
+        const QString contract = QString::fromUtf8(content(inTree("host/CMakeLists.txt")))
+                                     .section(QStringLiteral("install(FILES"), 1)
+                                     .section(QStringLiteral("DESTINATION"), 0, 0);
+        QStringList installed = headers(module, "src/") + headers(contract, "host/");
+        const QString doxyfile = QString::fromUtf8(content(inTree("docs/Doxyfile")));
+        const int input = doxyfile.indexOf(QLatin1String("\nINPUT "));
+        QStringList told = headers(doxyfile.mid(input + 1).section(QLatin1Char('\n'), 0, 0), "");
+        QVERIFY(installed.size() > 40);
+        installed.sort();
+        told.sort();
+        QCOMPARE(told.join(QLatin1Char(' ')), installed.join(QLatin1Char(' ')));
+    }
+
+    /// The packages are built with no library that the build of the tree does not have, and with each of
+    /// them.
+    void packagesAreBuiltWithTheLibrariesOfTheTree()
+    {
+        static const QRegularExpression needed(QStringLiteral("^(\\S+-dev(?:-tools)?) +build$"),
+                                               QRegularExpression::MultilineOption);
+        static const QRegularExpression listed(QStringLiteral("\\b[a-z0-9.+-]+-dev(?:-tools)?\\b"));
+        QStringList built;
+        auto matches =
+            needed.globalMatch(QString::fromUtf8(content(inTree("packaging/debian-packages.txt"))));
+        while (matches.hasNext())
+            built.append(matches.next().captured(1));
+        QStringList packaged;
+        matches = listed.globalMatch(QString::fromUtf8(content(inTree("packaging/debian/control")))
+                                         .section(QStringLiteral("Build-Depends:"), 1)
+                                         .section(QStringLiteral("Standards-Version"), 0, 0));
+        while (matches.hasNext())
+            packaged.append(matches.next().captured());
+        QVERIFY(built.size() > 10);
+        built.sort();
+        packaged.sort();
+        QCOMPARE(packaged.join(QLatin1Char(' ')), built.join(QLatin1Char(' ')));
+    }
+
     void aReleaseMovesTheNumberAndTheChanges()
     {
         const Checkout checkout(

@@ -37,7 +37,7 @@ public:
 
     /// The number in the activity's name; 0 is none.
     int number() const { return m_number; }
-    void setNumber(int number) { m_number = number; }
+    void setNumber(int number) { m_number = number; } ///< \param number from 1; 0 takes it away.
     /// The option widget; null until createWidget() and after its parent deleted it.
     QWidget* widget() const { return m_widget; }
 
