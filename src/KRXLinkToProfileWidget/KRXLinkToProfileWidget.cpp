@@ -1,13 +1,11 @@
 #include "KRXLinkToProfileWidget.h"
 
 #include "KRXDeletionHold.h"
-#include "KRXProfile.h"
 #include "KRXProfileManager.h"
-#include "KRXProfileProperties.h"
+#include "KRXProfileXml.h"
 #include "KRXProfilesWindow.h"
 #include "KRXSummaryWidget.h"
 #include "KRXText.h"
-#include "KRXXml.h"
 
 #include <QComboBox>
 #include <QDomDocument>
@@ -125,12 +123,8 @@ void KRXLinkToProfileWidget::refreshProfileSummary(const QString& profileId)
         m_summary->setRowCount(0);
         return;
     }
-    KRXProfile profile;
-    if (!KRXProfileManager::getInstance().getProfile(profileId, profile))
-        return;
-    const QVariant text = profile.property(KRXProfileProperties::kXml);
     QDomDocument document;
-    if (text.isValid() && KRXXml::parse(text.toString(), document))
+    if (KRXProfileXml::readDocumentOf(profileId, document))
         m_summary->updateSummaryFromXML(document);
 }
 

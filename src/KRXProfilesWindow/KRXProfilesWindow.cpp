@@ -12,11 +12,11 @@
 #include "KRXProfile.h"
 #include "KRXProfileManager.h"
 #include "KRXProfileProperties.h"
+#include "KRXProfileXml.h"
 #include "KRXSettingsController.h"
 #include "KRXSummaryWidget.h"
 #include "KRXText.h"
 #include "KRXTwistWidget.h"
-#include "KRXXml.h"
 #include "ProfileActionsController.h"
 #include "SaveProfileDialog.h"
 #include "XelSettingsType.h"
@@ -173,12 +173,8 @@ bool KRXProfilesWindow::mayChoose(int index)
 
 void KRXProfilesWindow::refreshProfileSummary(const QString& profileId)
 {
-    KRXProfile profile;
-    if (!KRXProfileManager::getInstance().getProfile(profileId, profile))
-        return;
-    const QVariant xml = profile.property(KRXProfileProperties::kXml);
     QDomDocument document;
-    if (!xml.isValid() || !KRXXml::parse(xml.toString(), document))
+    if (!KRXProfileXml::readDocumentOf(profileId, document))
         return;
     m_settingsController->updateUI(document);
     m_actionsController->readXml(document);

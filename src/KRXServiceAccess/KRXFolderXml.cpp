@@ -52,19 +52,15 @@ std::optional<FolderTexts> Reader::read(const QDomElement& element)
     result.id = element.attribute(QLatin1String(kIdAttribute));
     if (result.id.isEmpty())
         return {};
-    for (QDomElement child = element.firstChildElement(); !child.isNull();
-         child = child.nextSiblingElement()) {
-        const QString tag = child.tagName();
-        if (tag == QLatin1String(kOutputFilesElement)) {
-            result.outputFiles += fileNames(child);
-            continue;
-        }
-        for (std::size_t i = 0; i < kTextFields.size(); ++i) {
-            if (tag == QLatin1String(kTextFields[i].element))
-                result.texts[i] =
-                    kTextFields[i].isCommon ? shared(KRXXml::textOf(child)) : KRXXml::textOf(child);
-        }
-    }
+    KRXXml::readFields(
+        element, kTextFields,
+        [&](std::size_t field, const QString& text) {
+            result.texts[field] = kTextFields[field].isCommon ? shared(text) : text;
+        },
+        [&result](const QString& tag, const QDomElement& child) {
+            if (tag == QLatin1String(kOutputFilesElement))
+                result.outputFiles += fileNames(child);
+        });
     return result;
 }
 

@@ -32,16 +32,6 @@ constexpr std::array<TextField, 2> kStatusTexts = {{
 
 constexpr char kTrue[] = "true";
 
-template <std::size_t Count>
-void takeText(const std::array<TextField, Count>& fields, const QString& tag, const QDomElement& child,
-              KRXJob& job)
-{
-    for (const TextField& field : fields) {
-        if (tag == QLatin1String(field.element))
-            job.*field.member = KRXXml::textOf(child);
-    }
-}
-
 QStringList textsOf(const QDomNode& root, QLatin1String name)
 {
     QStringList texts;
@@ -55,28 +45,28 @@ QStringList textsOf(const QDomNode& root, QLatin1String name)
 KRXJob parseJobInfoElement(const QDomElement& element)
 {
     KRXJob job;
-    for (QDomElement child = element.firstChildElement(); !child.isNull();
-         child = child.nextSiblingElement()) {
-        const QString tag = child.tagName();
-        takeText(kInfoTexts, tag, child, job);
-        if (tag == QLatin1String("outputXELFiles"))
-            job.outputFiles = textsOf(child, QLatin1String("fileName"));
-    }
+    KRXXml::readFields(
+        element, kInfoTexts,
+        [&job](std::size_t field, const QString& text) { job.*kInfoTexts[field].member = text; },
+        [&job](const QString& tag, const QDomElement& child) {
+            if (tag == QLatin1String("outputXELFiles"))
+                job.outputFiles = textsOf(child, QLatin1String("fileName"));
+        });
     return job;
 }
 
 KRXJob parseJobStatusElement(const QDomElement& element)
 {
     KRXJob job;
-    for (QDomElement child = element.firstChildElement(); !child.isNull();
-         child = child.nextSiblingElement()) {
-        const QString tag = child.tagName();
-        takeText(kStatusTexts, tag, child, job);
-        if (tag == QLatin1String("complete"))
-            job.complete = KRXXml::textOf(child) == QLatin1String(kTrue);
-        else if (tag == QLatin1String("percentComplete"))
-            job.percentComplete = KRXXml::textOf(child).toShort();
-    }
+    KRXXml::readFields(
+        element, kStatusTexts,
+        [&job](std::size_t field, const QString& text) { job.*kStatusTexts[field].member = text; },
+        [&job](const QString& tag, const QDomElement& child) {
+            if (tag == QLatin1String("complete"))
+                job.complete = KRXXml::textOf(child) == QLatin1String(kTrue);
+            else if (tag == QLatin1String("percentComplete"))
+                job.percentComplete = KRXXml::textOf(child).toShort();
+        });
     return job;
 }
 

@@ -1,6 +1,7 @@
 #include "KRXProfileXml.h"
 
 #include "KRXProfile.h"
+#include "KRXProfileManager.h"
 #include "KRXProfileProperties.h"
 #include "KRXSettingsController.h"
 #include "KRXText.h"
@@ -62,13 +63,8 @@ Texts detailTexts(const QDomElement& detail)
 {
     Texts texts;
     texts.fill(QLatin1String(""));
-    for (QDomElement child = detail.firstChildElement(); !child.isNull();
-         child = child.nextSiblingElement()) {
-        for (std::size_t i = 0; i < kTextFields.size(); ++i) {
-            if (child.tagName() == QLatin1String(kTextFields[i].element))
-                texts[i] = KRXXml::textOf(child);
-        }
-    }
+    KRXXml::readFields(detail, kTextFields,
+                       [&texts](std::size_t field, const QString& text) { texts[field] = text; });
     return texts;
 }
 
@@ -129,6 +125,15 @@ std::unique_ptr<KRXProfile> parseProfileDetail(const QDomDocument& document)
     profile->setProperty(KRXProfileProperties::kCopyToFolder, copyDestinations(document));
     profile->setProperty(KRXProfileProperties::kXml, KRXXml::toText(document));
     return profile;
+}
+
+bool readDocumentOf(const QString& profileId, QDomDocument& document)
+{
+    KRXProfile profile;
+    if (!KRXProfileManager::getInstance().getProfile(profileId, profile))
+        return false;
+    const QVariant text = profile.property(KRXProfileProperties::kXml);
+    return text.isValid() && KRXXml::parse(text.toString(), document);
 }
 
 void createXmlProfileElement(QDomDocument& document, QDomElement& parent, KRXSettingsController* settings,

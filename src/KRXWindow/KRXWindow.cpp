@@ -7,10 +7,10 @@
 #include "KRXProfile.h"
 #include "KRXProfileManager.h"
 #include "KRXProfileProperties.h"
+#include "KRXProfileXml.h"
 #include "KRXProfilesWindow.h"
 #include "KRXSummaryWidget.h"
 #include "KRXText.h"
-#include "KRXXml.h"
 
 #include <QComboBox>
 #include <QDir>
@@ -329,12 +329,8 @@ void KRXWindow::putKnownProfileInBox(const QString& profileId)
 
 void KRXWindow::refreshProfileSummary(const QString& profileId)
 {
-    KRXProfile profile;
-    if (!KRXProfileManager::getInstance().getProfile(profileId, profile))
-        return;
-    const QVariant text = profile.property(KRXProfileProperties::kXml);
     QDomDocument document;
-    if (text.isValid() && KRXXml::parse(text.toString(), document))
+    if (KRXProfileXml::readDocumentOf(profileId, document))
         m_summaryWidget->updateSummaryFromXML(document);
 }
 

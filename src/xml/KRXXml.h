@@ -5,6 +5,8 @@
 #include <QDomElement>
 #include <QString>
 
+#include <algorithm>
+#include <cstddef>
 #include <functional>
 #include <vector>
 
@@ -56,6 +58,32 @@ std::vector<QDomElement> elementsByTag(const QDomNode& root, const QString& name
 QDomElement firstElement(const QDomNode& root, const QString& name);
 /// The direct child elements of \a parent, in order.
 std::vector<QDomElement> childElements(const QDomNode& parent);
+
+/// Reads the direct child elements of \a parent in order, by a table whose rows name an `element` each. \a
+/// take gets the number of the row that a child is called after, and the child's text; when several children
+/// have the same name, it is called for each. \a other gets every other child with its name.
+template <typename Fields, typename Take, typename Other>
+void readFields(const QDomElement& parent, const Fields& fields, Take take, Other other)
+{
+    for (QDomElement child = parent.firstChildElement(); !child.isNull();
+         child = child.nextSiblingElement()) {
+        const QString tag = child.tagName();
+        const auto field = std::find_if(fields.begin(), fields.end(), [&tag](const auto& candidate) {
+            return tag == QLatin1String(candidate.element);
+        });
+        if (field == fields.end())
+            other(tag, child);
+        else
+            take(static_cast<std::size_t>(field - fields.begin()), textOf(child));
+    }
+}
+
+/// As above; other children are passed over.
+template <typename Fields, typename Take>
+void readFields(const QDomElement& parent, const Fields& fields, Take take)
+{
+    readFields(parent, fields, take, [](const QString&, const QDomElement&) {});
+}
 
 /// Whether XML 1.0 can carry every character of \a text (no control characters but tab, line feed and
 /// carriage return, no lone surrogates, no U+FFFE and U+FFFF).

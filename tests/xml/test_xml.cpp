@@ -1,6 +1,8 @@
 #include "KRXTest.h"
 #include "KRXXml.h"
 
+#include <array>
+
 class TestXml : public QObject
 {
     Q_OBJECT
@@ -259,6 +261,36 @@ private slots:
              {"", "no xml", "<a>", "<a></b>", "<a/><b/>", "{\"a\":1}", "<", "<a b='", "<!-- "})
             QVERIFY2(!KRXXml::parse(QString::fromLatin1(bad), document), bad);
         QCOMPARE(document.documentElement().tagName(), QStringLiteral("kept"));
+    }
+
+    void fieldsAreReadByTheirTableAndAllElseIsHandedOver()
+    {
+        struct Field
+        {
+            const char* element;
+        };
+        constexpr std::array<Field, 2> fields = {{{"name"}, {"size"}}};
+        QDomDocument document;
+        QVERIFY(KRXXml::parse(QStringLiteral("<r><size>1</size><other>o</other>text<in><name>deep</name></in>"
+                                             "<name>a&amp;b</name><size>2</size><Name/></r>"),
+                              document));
+        QStringList taken, others;
+        const auto take = [&taken](std::size_t field, const QString& text) {
+            taken << QString::number(field) + QLatin1Char('=') + text;
+        };
+        KRXXml::readFields(document.documentElement(), fields, take,
+                           [&others](const QString& tag, const QDomElement& child) {
+                               others << tag + QLatin1Char('=') + child.text();
+                           });
+        const QStringList expected{QStringLiteral("1=1"), QStringLiteral("0=a&b"), QStringLiteral("1=2")};
+        QCOMPARE(taken, expected);
+        QCOMPARE(others, (QStringList{QStringLiteral("other=o"), QStringLiteral("in=deep"),
+                                      QStringLiteral("Name=")}));
+        taken.clear();
+        KRXXml::readFields(document.documentElement(), fields, take);
+        QCOMPARE(taken, expected);
+        KRXXml::readFields(QDomElement(), fields, take);
+        QCOMPARE(taken, expected);
     }
 
     void canCarryKnowsTheCharactersOfXml()
