@@ -3,6 +3,7 @@
 #include "ActionTWidget.h"
 #include "ActionTypeBox.h"
 #include "CodecBox.h"
+#include "CodecFills.h"
 #include "IAction.h"
 #include "KRXProfilesWindow.h"
 #include "KRXTwistWidget.h"
@@ -48,11 +49,7 @@ public:
         {
             const QSignalBlocker blocker(box);
             const QVariant chosen = box->currentData();
-            box->clear();
-            const int type = box->getProjectTypeBox()->currentData().toInt();
-            const int space = box->getColorSpaceBox()->currentData().toInt();
-            for (const StandInHost::Compression& compression : StandInHost::compressionsFor(type, space))
-                box->addItem(compression.name, compression.id);
+            CodecFills::codecs(box);
             box->setCurrentIndex(qMax(0, box->findData(chosen)));
         }
         updateEncodingProfileBox(box);
@@ -60,15 +57,8 @@ public:
 
     void updateEncodingProfileBox(CodecBox* box) override
     {
-        QComboBox* profiles = box->getEncodingProfileBox();
-        const QSignalBlocker blocker(profiles);
-        profiles->clear();
-        for (const StandInHost::Compression& compression : StandInHost::catalogue().compressions) {
-            if (compression.id != box->currentData().toUInt())
-                continue;
-            for (const StandInHost::EncodingProfile& profile : compression.profiles)
-                profiles->addItem(profile.name, profile.id);
-        }
+        const QSignalBlocker blocker(box->getEncodingProfileBox());
+        CodecFills::encodingProfiles(box);
     }
 
     KRXTwistWidget* section;

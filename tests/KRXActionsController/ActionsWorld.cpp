@@ -1,6 +1,7 @@
 #include "ActionsWorld.h"
 
 #include "CodecBox.h"
+#include "CodecFills.h"
 #include "IAction.h"
 #include "KRXXml.h"
 
@@ -208,11 +209,7 @@ void Editor::updateCodecBox(CodecBox* box)
     {
         const QSignalBlocker blocker(box);
         const QString chosen = box->currentText();
-        box->clear();
-        const int type = box->getProjectTypeBox()->currentData().toInt();
-        const int space = box->getColorSpaceBox()->currentData().toInt();
-        for (const StandInHost::Compression& compression : StandInHost::compressionsFor(type, space))
-            box->addItem(compression.name, compression.id);
+        CodecFills::codecs(box);
         box->addItem(QStringLiteral("Foreign"), kForeignCodec);
         box->setCurrentIndex(qMax(0, box->findText(chosen)));
     }
@@ -222,15 +219,8 @@ void Editor::updateCodecBox(CodecBox* box)
 void Editor::updateEncodingProfileBox(CodecBox* box)
 {
     ++encodingProfileFills;
-    QComboBox* profiles = box->getEncodingProfileBox();
-    const QSignalBlocker blocker(profiles);
-    profiles->clear();
-    for (const StandInHost::Compression& compression : StandInHost::catalogue().compressions) {
-        if (compression.id != box->currentData().toUInt())
-            continue;
-        for (const StandInHost::EncodingProfile& profile : compression.profiles)
-            profiles->addItem(profile.name, profile.id);
-    }
+    const QSignalBlocker blocker(box->getEncodingProfileBox());
+    CodecFills::encodingProfiles(box);
 }
 
 } // namespace ActionsWorld

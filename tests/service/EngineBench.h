@@ -1,7 +1,9 @@
 #pragma once
 
+#include "base/FileTools.h"
 #include "engines/Ffmpeg.h"
 #include "files/SourceFile.h"
+#include "media/Clip.h"
 #include "media/MediaProbe.h"
 
 #include <QFile>
@@ -24,6 +26,35 @@ struct EngineBench
     QTemporaryDir folder;
 
     QString path(const QString& name) const { return folder.filePath(name); }
+
+    static FileFacts factsOf(const std::string& path)
+    {
+        std::string error;
+        return {path, filetools::stampOf(path).value_or(FileStamp()),
+                filetools::checksum(path, makeCancelToken(), error).value_or(error)};
+    }
+    /// A file of the folder \a watched as it comes to the first action.
+    static Clip clipOf(const std::string& file, const std::string& watched)
+    {
+        Clip clip;
+        clip.watched = watched;
+        clip.source = factsOf(file);
+        clip.linked = clip.source;
+        return clip;
+    }
+    Clip clip(const QString& name) const
+    {
+        return clipOf(path(name).toStdString(), folder.path().toStdString());
+    }
+    /// The same when nobody asks when it was written and what it holds.
+    Clip clipUnread(const QString& name) const
+    {
+        Clip clip;
+        clip.watched = folder.path().toStdString();
+        clip.source.path = path(name).toStdString();
+        clip.linked = clip.source;
+        return clip;
+    }
 
     static QString run(const QString& program, const QStringList& arguments)
     {

@@ -1,4 +1,5 @@
 #include "CodecBox.h"
+#include "CodecFills.h"
 #include "ConsolidateAction.h"
 #include "CopyMoveAction.h"
 #include "CopyToPathWidget.h"
@@ -79,43 +80,26 @@ struct OrderOf
         StandInHost::setProject(project);
         QWidget* const widget = action.createWidget();
         codec = widget->template findChild<CodecBox*>();
-        QObject::connect(codec, &CodecBox::updateRezList, codec, [](CodecBox* box) { fillCodecs(box); });
-        QObject::connect(codec, &CodecBox::codecChanged, codec, [](CodecBox* box) { fillProfiles(box); });
+        QObject::connect(codec, &CodecBox::updateRezList, codec,
+                         [](CodecBox* box) { CodecFills::codecs(box); });
+        QObject::connect(codec, &CodecBox::codecChanged, codec,
+                         [](CodecBox* box) { CodecFills::encodingProfiles(box); });
         action.setDefaults();
     }
-    static void fillCodecs(CodecBox* box)
-    {
-        box->clear();
-        for (const auto& compression :
-             StandInHost::compressionsFor(box->getProjectTypeBox()->currentData().toInt(),
-                                          box->getColorSpaceBox()->currentData().toInt()))
-            box->addItem(compression.name, compression.id);
-    }
-    static void fillProfiles(CodecBox* box)
-    {
-        QComboBox* const profiles = box->getEncodingProfileBox();
-        profiles->clear();
-        for (const auto& compression : StandInHost::catalogue().compressions) {
-            for (const auto& profile : compression.profiles) {
-                if (compression.id == box->currentData().toUInt())
-                    profiles->addItem(profile.name, profile.id);
-            }
-        }
-    }
-
     /// Chooses what is shown as \a text in the box of that name.
     bool choose(const char* name, const QString& text) const
     {
-        auto* const box = action.widget()->template findChild<QComboBox*>(s(name));
-        const int row = box ? box->findText(text) : -1;
-        if (row >= 0)
-            box->setCurrentIndex(row);
-        return row >= 0;
+        return chooseRow(name, [&text](const QComboBox& box) { return box.findText(text); });
     }
     bool chooseData(const char* name, const QVariant& data) const
     {
+        return chooseRow(name, [&data](const QComboBox& box) { return box.findData(data); });
+    }
+    template <typename Find>
+    bool chooseRow(const char* name, Find find) const
+    {
         auto* const box = action.widget()->template findChild<QComboBox*>(s(name));
-        const int row = box ? box->findData(data) : -1;
+        const int row = box ? find(*box) : -1;
         if (row >= 0)
             box->setCurrentIndex(row);
         return row >= 0;
@@ -163,16 +147,8 @@ class TestMediaOrders : public QObject
     }
     Outcome<Clip> run(IAction& action, const QString& name)
     {
-        Clip clip;
-        clip.watched = m_bench.folder.path().toStdString();
-        clip.source.path = m_bench.path(name).toStdString();
-        clip.source.stamp = filetools::stampOf(clip.source.path).value_or(FileStamp());
-        std::string error;
-        clip.source.checksum =
-            filetools::checksum(clip.source.path, makeCancelToken(), error).value_or(error);
-        clip.linked = clip.source;
         const ActivityRecipe recipe = recipeOf(action);
-        return Activity::forId(recipe.id).run(clip, recipe, {}, makeCancelToken());
+        return Activity::forId(recipe.id).run(m_bench.clip(name), recipe, {}, makeCancelToken());
     }
     QString probed(const Outcome<Clip>& made, const char* entries, const char* streams = "v:0") const
     {

@@ -1,4 +1,5 @@
 #include "EngineBench.h"
+#include "PalProxy.h"
 #include "PipelineBench.h"
 #include "TestFiles.h"
 #include "activities/Activity.h"
@@ -46,23 +47,9 @@ class TestServiceChanges : public QObject
     MediaOptions options()
     {
         nextVolume();
-        MediaOptions options;
-        options.videoVolume = options.audioVolume = m_volume.toStdString();
-        options.video.compressionId = "16777217";
-        options.video.projectType = "PAL 25p";
-        options.video.colorSpace = "YCbCr 601";
-        options.video.raster = "720x576";
-        options.video.reformats = true;
-        return options;
+        return palProxy(m_volume.toStdString());
     }
-    Clip clip(const QString& name) const
-    {
-        Clip clip;
-        clip.watched = m_bench.folder.path().toStdString();
-        clip.source.path = m_bench.path(name).toStdString();
-        clip.linked = clip.source;
-        return clip;
-    }
+    Clip clip(const QString& name) const { return m_bench.clipUnread(name); }
     /// All files below a folder but the index of what lies on a volume, hidden ones too.
     static QStringList allFiles(const QString& folder)
     {

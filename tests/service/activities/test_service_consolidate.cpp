@@ -82,21 +82,8 @@ class TestServiceConsolidate : public QObject
         QDir().mkpath(wish.video);
         return wish;
     }
-    static FileFacts facts(const QString& path)
-    {
-        std::string error;
-        const std::string name = path.toStdString();
-        return {name, filetools::stampOf(name).value_or(FileStamp()),
-                filetools::checksum(name, makeCancelToken(), error).value_or(error)};
-    }
-    Clip clip(const QString& name) const
-    {
-        Clip clip;
-        clip.watched = m_bench.folder.path().toStdString();
-        clip.source = facts(m_bench.path(name));
-        clip.linked = clip.source;
-        return clip;
-    }
+    static FileFacts facts(const QString& path) { return EngineBench::factsOf(path.toStdString()); }
+    Clip clip(const QString& name) const { return m_bench.clip(name); }
     static Outcome<Clip> consolidate(const Clip& clip, const Wish& wish,
                                      const CancelToken& cancel = makeCancelToken())
     {

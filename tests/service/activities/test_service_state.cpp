@@ -92,6 +92,15 @@ class TestServiceState : public QObject
         return QDir().mkpath(place + s("/x")) ? place : QString();
     }
 
+    /// With nothing in its place, the document comes, once.
+    void offersOnceWithout(const QString& place)
+    {
+        QVERIFY(QDir(place).removeRecursively());
+        m_bench->pipeline.publishRest();
+        QCOMPARE(m_bench->listed().size(), std::size_t(1));
+        QCOMPARE(m_bench->clips.inState(ClipState::Offered).size(), std::size_t(1));
+    }
+
     /// Work on the files up to their documents, as the queue does it for clips without actions.
     std::vector<std::shared_ptr<ReadyClip>> ready(int count)
     {
@@ -152,10 +161,7 @@ private slots:
         bench.pipeline.publishRest();
         QVERIFY(bench.listed().empty());
         QCOMPARE(bench.errors.list().size(), std::size_t(1));
-        QVERIFY(QDir(place).removeRecursively());
-        bench.pipeline.publishRest();
-        QCOMPARE(bench.listed().size(), std::size_t(1));
-        QCOMPARE(bench.clips.inState(ClipState::Offered).size(), std::size_t(1));
+        offersOnceWithout(place);
         QVERIFY(bench.pipeline.process(bench.order(m_wave)).end == End::Known);
     }
 
@@ -184,10 +190,7 @@ private slots:
         bench.pipeline.recover();
         QCOMPARE(bench.clips.inState(ClipState::Publishing).size(), std::size_t(1));
         QVERIFY(QDir().rename(away, directory));
-        QVERIFY(QDir(place).removeRecursively());
-        bench.pipeline.publishRest();
-        QCOMPARE(bench.listed().size(), std::size_t(1));
-        QCOMPARE(bench.clips.inState(ClipState::Offered).size(), std::size_t(1));
+        offersOnceWithout(place);
     }
 
     void documentOutOfSightForARemovalThatIsRefusedKeepsPublishing()
@@ -204,10 +207,7 @@ private slots:
         QCOMPARE(bench.clips.inState(ClipState::Publishing).size(), std::size_t(1));
         QVERIFY(bench.errors.list().empty());
         bench.outputs.undoRemoval("f000001");
-        QVERIFY(QDir(place).removeRecursively());
-        bench.pipeline.publishRest();
-        QCOMPARE(bench.listed().size(), std::size_t(1));
-        QCOMPARE(bench.clips.inState(ClipState::Offered).size(), std::size_t(1));
+        offersOnceWithout(place);
     }
 
     void databaseThatFailsBetweenAnyTwoStepsOffersTheClipOnce_data()

@@ -1,4 +1,5 @@
 #include "EngineBench.h"
+#include "PalProxy.h"
 #include "PipelineBench.h"
 #include "TestFiles.h"
 #include "activities/MediaTarget.h"
@@ -40,23 +41,11 @@ class TestServiceTranscode : public QObject
     {
         m_volume = m_bench.path(s("volume%1").arg(++m_count));
         QDir().mkpath(m_volume);
-        MediaOptions options;
-        options.videoVolume = options.audioVolume = m_volume.toStdString();
-        options.video.compressionId = "16777217";
+        MediaOptions options = palProxy(m_volume.toStdString());
         options.video.projectType = projectType;
-        options.video.colorSpace = "YCbCr 601";
-        options.video.raster = "720x576";
-        options.video.reformats = true;
         return options;
     }
-    Clip clip(const QString& name) const
-    {
-        Clip clip;
-        clip.watched = m_bench.folder.path().toStdString();
-        clip.source.path = m_bench.path(name).toStdString();
-        clip.linked = clip.source;
-        return clip;
-    }
+    Clip clip(const QString& name) const { return m_bench.clipUnread(name); }
     Outcome<Clip> transcode(const QString& name, const MediaOptions& options,
                             const CancelToken& cancel = makeCancelToken())
     {

@@ -1,5 +1,6 @@
 #include "EngineBench.h"
 #include "Lures.h"
+#include "PalProxy.h"
 #include "activities/Activity.h"
 #include "activities/Transcoder.h"
 #include "base/FileTools.h"
@@ -52,13 +53,7 @@ std::string check(const std::string& path, const std::string&)
 
 Clip clipOf(const std::string& path)
 {
-    Clip clip;
-    std::string error;
-    clip.watched = path.substr(0, path.rfind('/'));
-    clip.source = {path, filetools::stampOf(path).value_or(FileStamp()),
-                   filetools::checksum(path, makeCancelToken(), error).value_or(error)};
-    clip.linked = clip.source;
-    return clip;
+    return EngineBench::clipOf(path, path.substr(0, path.rfind('/')));
 }
 
 std::string consolidate(const std::string& path, const std::string& folder)
