@@ -39,13 +39,13 @@ namespace {
 constexpr int kPollInterval = 10;
 
 const QByteArray kFolders =
-    "<xelMediaFolders><xelMediaFolder id=\"f1\"><path>/watch</path><profile>p1</profile>"
-    "<enabled>true</enabled></xelMediaFolder></xelMediaFolders>";
-const QByteArray kProfiles = "<profiles><profile><profileDetail><profileName>Default "
+    "<xelMediaFolderDetailList><xelMediaFolder id=\"f1\"><path>/watch</path><profile>p1</profile>"
+    "<enabled>true</enabled></xelMediaFolder></xelMediaFolderDetailList>";
+const QByteArray kProfiles = "<profileDetailList><profile><profileDetail><profileName>Default "
                              "Profile</profileName><profileGUID>p1</profileGUID>"
-                             "</profileDetail></profile></profiles>";
+                             "</profileDetail></profile></profileDetailList>";
 const QByteArray kProfileList =
-    "<profiles><profileURI>http://127.0.0.1:58885/KRXService/profiles/p1</profileURI></profiles>";
+    "<profileList><profileURI>http://127.0.0.1:58885/KRXService/profiles/p1</profileURI></profileList>";
 const QByteArray kIdle = "<activity><status>StatusIdle</status></activity>";
 const QByteArray kReady = "<activity><status>StatusActive</status><outputReadyFolder>"
                           "<folderURI>http://127.0.0.1:58885/KRXService/xelmediafolders/f1</folderURI>"

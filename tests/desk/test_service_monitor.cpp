@@ -304,14 +304,15 @@ private slots:
 
     void theFeedTellsWhatFoldersAndProfilesAreCalledWhoeverMadeThem()
     {
-        const QByteArray folders = "<xelMediaFolders><xelMediaFolder id=\"f1\"><enabled>true</enabled>"
-                                   "<path>/in/&lt;one&gt;</path><outputXELFiles><fileName>x</fileName>"
-                                   "</outputXELFiles></xelMediaFolder>%1</xelMediaFolders>";
+        const QByteArray folders =
+            "<xelMediaFolderDetailList><xelMediaFolder id=\"f1\"><enabled>true</enabled>"
+            "<path>/in/&lt;one&gt;</path><outputXELFiles><fileName>x</fileName>"
+            "</outputXELFiles></xelMediaFolder>%1</xelMediaFolderDetailList>";
         const QByteArray other = "<xelMediaFolder id=\"f2\"><path>/in/two</path></xelMediaFolder>";
         const QByteArray profiles =
-            "<profiles><profile><profileDetail><profileName>%1</profileName><profileGUID>p1"
+            "<profileDetailList><profile><profileDetail><profileName>%1</profileName><profileGUID>p1"
             "</profileGUID></profileDetail><xelSettings><profileName>no</profileName>"
-            "</xelSettings></profile></profiles>";
+            "</xelSettings></profile></profileDetailList>";
         TestHttpServer server;
         const ScopedConnectPort connect(server.port());
         server.setReply("GET", kChanges + "0", 200, "<changes version=\"5\"/>");

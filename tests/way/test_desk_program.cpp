@@ -1,4 +1,7 @@
+#include "ClipFeed.h"
 #include "DeskApplication.h"
+#include "RestRequest.h"
+#include "TestHttpServer.h"
 
 #include <QDir>
 #include <QFile>
@@ -126,6 +129,38 @@ private slots:
         QCOMPARE(desk.exitCode(), 1);
         QCOMPARE(desk.errors(), QStringLiteral("krx-desk: %1 belongs to another version of KRX Desk.\n")
                                     .arg(in("bin/krx-desk-extras.so")));
+    }
+
+    void theRealServiceTellsTheFeedOfWhatOthersMake()
+    {
+        const quint16 port = RefusingPort().port();
+        const ScopedConnectPort connect(port);
+        QVERIFY(QDir().mkpath(in("Rushes")));
+        const Program service(
+            QStringLiteral(KRX_SERVICE),
+            {QStringLiteral("--port"), QString::number(port), QStringLiteral("--data"), in("service")},
+            m_dir->path());
+        RestReply answer;
+        QTRY_VERIFY_WITH_TIMEOUT((answer = restrequest::get(QStringLiteral("activity"), kPatience)).succeeded,
+                                 kPatience);
+        ClipFeed feed;
+        ServiceNames names;
+        QObject::connect(&feed, &ClipFeed::namesChanged, &feed,
+                         [&](const ServiceNames& told) { names = told; });
+        feed.listen();
+        QTRY_COMPARE_WITH_TIMEOUT(names.profiles.values(), QStringList{QStringLiteral("Default Profile")},
+                                  kPatience);
+        QVERIFY(names.folders.isEmpty());
+        const QString profile = names.profiles.keys().first();
+        answer = restrequest::post(QStringLiteral("xelmediafolders"),
+                                   QStringLiteral("<xelMediaFolderRequest><xelMediaFolder><path>%1</path>"
+                                                  "<profile>%2</profile><enabled>false</enabled>"
+                                                  "</xelMediaFolder></xelMediaFolderRequest>")
+                                       .arg(in("Rushes"), profile)
+                                       .toUtf8(),
+                                   kPatience);
+        QVERIFY2(answer.succeeded, qPrintable(answer.error));
+        QTRY_COMPARE_WITH_TIMEOUT(names.folders.values(), QStringList{in("Rushes")}, kPatience);
     }
 
     void theDemoMakesAProjectAndMediaOfItsOwn()

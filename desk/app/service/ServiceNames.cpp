@@ -23,7 +23,7 @@ void forEach(QXmlStreamReader& xml, const char* name, Read read)
 bool readFolders(const QByteArray& body, QHash<QString, QString>& paths)
 {
     QXmlStreamReader xml(body);
-    if (!xml.readNextStartElement() || xml.name() != QLatin1String("xelMediaFolders"))
+    if (!xml.readNextStartElement() || xml.name() != QLatin1String("xelMediaFolderDetailList"))
         return false;
     forEach(xml, "xelMediaFolder", [&] {
         const QString id = xml.attributes().value(QLatin1String("id")).toString();
@@ -36,7 +36,7 @@ bool readFolders(const QByteArray& body, QHash<QString, QString>& paths)
 bool readProfiles(const QByteArray& body, QHash<QString, QString>& names)
 {
     QXmlStreamReader xml(body);
-    if (!xml.readNextStartElement() || xml.name() != QLatin1String("profiles"))
+    if (!xml.readNextStartElement() || xml.name() != QLatin1String("profileDetailList"))
         return false;
     forEach(xml, "profile", [&] {
         forEach(xml, "profileDetail", [&] {
