@@ -298,6 +298,62 @@ private slots:
         QVERIFY(dialog && dialog->isVisible());
     }
 
+    void whatIsSaidOfAServiceThatIsAwayGoesWhenItAnswers()
+    {
+        auto* link = m_window->findChild<StatusLink*>(QStringLiteral("messagesLink"));
+        const auto* list = m_window->findChild<QTableView*>(QStringLiteral("messagesTable"))->model();
+        m_window->start();
+        // There is no program that could be started.
+        QTRY_VERIFY(link->isVisible());
+        QVERIFY(list->rowCount() > 0);
+        m_window->showNews(QStringLiteral("5 clips are in the bin"));
+        QVERIFY(!list->index(0, MessageList::Text).data().toString().contains(QLatin1String("5 clips")));
+        serviceAnswers();
+        QTRY_VERIFY(!link->isVisible());
+        QCOMPARE(list->rowCount(), 0);
+        // It counts what the list shows, whoever said it.
+        m_window->showMessage(QStringLiteral("The job could not be cancelled"));
+        QVERIFY(link->isVisible());
+        QCOMPARE(link->text(), QStringLiteral("1 message"));
+    }
+
+    void aClipThatBecameReadyWhenAllAreReadAgainIsTold()
+    {
+        serviceAnswers();
+        const QByteArray changes = "/KRXService/changes?since=";
+        const auto clips = [](int since) -> QByteArray {
+            return "/KRXService/clips?since=" + QByteArray::number(since) + "&offset=0&limit=1000";
+        };
+        m_server->setReply("GET", changes + "0", 200, "<changes version=\"5\"/>");
+        m_server->addReplyOnce(
+            "GET", clips(0),
+            TestHttpServer::Reply::xml(ClipLists::listXml(3, ClipLists::clipXml("c1", "WAITING") +
+                                                                 ClipLists::clipXml("c2", "WAITING") +
+                                                                 ClipLists::clipXml("c3", "OFFERED"))));
+        m_server->setReply(
+            "GET", changes + "5",
+            TestHttpServer::Reply::xml("<changes version=\"6\"><changed>clips</changed></changes>")
+                .heldBack());
+        // The service forgot the second one.
+        m_server->setReply("GET", clips(5), 200,
+                           ClipLists::listXml(2, ClipLists::clipXml("c1", "OFFERED"), 6));
+        m_server->setReply(
+            "GET", clips(0), 200,
+            ClipLists::listXml(2, ClipLists::clipXml("c1", "OFFERED") + ClipLists::clipXml("c3", "OFFERED"),
+                               6));
+        m_server->setReply("GET", changes + "6", TestHttpServer::Reply::never());
+        QStringList notices;
+        Notifier& notifier = m_window->findChild<ActivityDocks*>()->notifier();
+        notifier.setShow([&](const QString&, const QString& text) { notices << text; });
+        m_window->start();
+        const auto* shown = m_window->findChild<QTableView*>(QStringLiteral("clipsTable"))->model();
+        QTRY_COMPARE(shown->rowCount(), 3);
+        notifier.setInFront(false);
+        m_server->release();
+        QTRY_COMPARE(shown->rowCount(), 2);
+        QCOMPARE(notices, QStringList{QStringLiteral("1 clip is ready")});
+    }
+
     void progressIsShownInTheStatusBarWhileClipsAreAcquired()
     {
         const auto* bar = m_window->findChild<QProgressBar*>(QStringLiteral("progress"));

@@ -70,6 +70,25 @@ private slots:
         list.setServiceErrors({});
         QCOMPARE(column(list, MessageList::Text), QStringList{s("the desk's")});
     }
+    void whatTheDeskSaidGoesWhenItHoldsNoMore()
+    {
+        ClipTable clips;
+        MessageList list;
+        const QAbstractItemModelTester tester(&list, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        list.follow(clips);
+        list.setServiceErrors({s("The service says this of /in/a.mov")});
+        list.add(s("/in/a.mov could not be submitted: x"));
+        list.add(s("The service ended"), MessageList::WhileServiceIsAway);
+        list.add(s("/in/b.mov could not be submitted: x"));
+        list.serviceAnswers();
+        QCOMPARE(column(list, MessageList::Text), (QStringList{s("/in/b.mov could not be submitted: x"),
+                                                               s("/in/a.mov could not be submitted: x"),
+                                                               s("The service says this of /in/a.mov")}));
+        clips.apply(all({clip("a", ClipState::Offered), clip("b", ClipState::Failed)}));
+        list.clipsAreReady({s("/in/a.mov")});
+        QCOMPARE(column(list, MessageList::Text), (QStringList{s("/in/b.mov could not be submitted: x"),
+                                                               s("The service says this of /in/a.mov")}));
+    }
     void aMessageTellsOfWhichFolderAndClipItSpeaks_data()
     {
         QTest::addColumn<QString>("text");

@@ -70,7 +70,7 @@ private slots:
     {
         m_session->project().binNamed(QStringLiteral("Mine"));
         replaceFile();
-        QSignalSpy messages(m_actions, &ProjectActions::message);
+        QSignalSpy messages(m_actions, &ProjectActions::saved);
         m_actions->save();
         QCOMPARE(asked(),
                  (QStringList{QStringLiteral("Project file replaced"), QStringLiteral("Error occurred")}));

@@ -137,9 +137,9 @@ void MessageList::order()
     emit layoutChanged();
 }
 
-void MessageList::insert(const QString& text, bool isService)
+void MessageList::insert(const QString& text, bool isService, Holds holds)
 {
-    Message message{m_clocks().steady, text, isService, {}, {}, {}};
+    Message message{m_clocks().steady, text, isService, holds, {}, {}, {}};
     place(message);
     const auto at = std::find_if(m_messages.begin(), m_messages.end(),
                                  [&](const Message& other) { return other.time <= message.time; });
@@ -168,9 +168,31 @@ void MessageList::setServiceErrors(const QStringList& errors)
     }
 }
 
-void MessageList::add(const QString& text)
+template <typename Fits>
+void MessageList::removeOwn(Fits fits)
 {
-    insert(text, false);
+    for (int row = m_messages.size() - 1; row >= 0; --row) {
+        if (m_messages.at(row).isService || !fits(m_messages.at(row)))
+            continue;
+        beginRemoveRows(QModelIndex(), row, row);
+        m_messages.removeAt(row);
+        endRemoveRows();
+    }
+}
+
+void MessageList::serviceAnswers()
+{
+    removeOwn([](const Message& message) { return message.holds == WhileServiceIsAway; });
+}
+
+void MessageList::clipsAreReady(const QSet<QString>& paths)
+{
+    removeOwn([&paths](const Message& message) { return paths.contains(message.path); });
+}
+
+void MessageList::add(const QString& text, Holds holds)
+{
+    insert(text, false, holds);
     int own = m_messages.size() - serviceErrors();
     for (int row = m_messages.size() - 1; own > kMostMessages && row >= 0; --row) {
         if (m_messages.at(row).isService)

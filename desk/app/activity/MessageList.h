@@ -18,6 +18,11 @@ class MessageList : public QAbstractTableModel
 
 public:
     enum Column { Time, Folder, Clip, Text, Advice, Columns };
+    /// How long a message of the desk holds.
+    enum Holds {
+        UntilItsClipIsReady, ///< where it speaks of one; others stay until they are the oldest of too many
+        WhileServiceIsAway
+    };
     static constexpr int kMostMessages = 2000; ///< of the desk; the oldest go
 
     explicit MessageList(QObject* parent = nullptr);
@@ -32,7 +37,11 @@ public:
     /// All that the service complains about now.
     void setServiceErrors(const QStringList& errors);
     /// The desk says something.
-    void add(const QString& text);
+    void add(const QString& text, Holds holds = UntilItsClipIsReady);
+    /// The service answers: what was said of its absence holds no more.
+    void serviceAnswers();
+    /// Clips are ready, by their paths: what the desk said of them holds no more.
+    void clipsAreReady(const QSet<QString>& paths);
     int serviceErrors() const;
 
     /// What a person can do about a message; empty when there is nothing to say.
@@ -49,12 +58,15 @@ private:
         qint64 time = 0; ///< by the steady clock
         QString text;
         bool isService = false;
+        Holds holds = UntilItsClipIsReady;
         QString folder;
         QString clip;
         QString path; ///< of the clip, when the service tells of it; otherwise the sentence counts
     };
 
-    void insert(const QString& text, bool isService);
+    void insert(const QString& text, bool isService, Holds holds = UntilItsClipIsReady);
+    template <typename Fits>
+    void removeOwn(Fits fits);
     void place(Message& message) const;
     bool placeByStory(Message& message) const;
     void placeByStories();

@@ -13,7 +13,8 @@ ServiceFollower::ServiceFollower(const ServiceSupervisor::Settings& service, int
 {
     connect(&m_monitor, &ServiceMonitor::reported, this, &ServiceFollower::take);
     connect(&m_monitor, &ServiceMonitor::commandFailed, this, &ServiceFollower::message);
-    connect(&m_supervisor, &ServiceSupervisor::message, this, &ServiceFollower::message);
+    connect(&m_monitor, &ServiceMonitor::submissionsWait, this, &ServiceFollower::absence);
+    connect(&m_supervisor, &ServiceSupervisor::message, this, &ServiceFollower::absence);
 }
 
 void ServiceFollower::take(const ServiceReport& report)

@@ -31,6 +31,8 @@ signals:
     void reported(const ServiceReport& report);
     /// Something that a person should know.
     void message(const QString& text);
+    /// The same, and it holds only until the service answers.
+    void absence(const QString& text);
 
 private:
     void take(const ServiceReport& report);

@@ -28,6 +28,7 @@ ServiceMonitor::ServiceMonitor(int interval, QObject* parent)
     connect(&m_thread, &QThread::finished, m_poller, &QObject::deleteLater);
     connect(m_poller, &ServicePoller::reported, this, &ServiceMonitor::reported);
     connect(m_poller, &ServicePoller::commandFailed, this, &ServiceMonitor::commandFailed);
+    connect(m_poller, &ServicePoller::submissionsWait, this, &ServiceMonitor::submissionsWait);
 }
 
 ServiceMonitor::~ServiceMonitor()

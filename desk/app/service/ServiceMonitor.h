@@ -47,6 +47,8 @@ signals:
     // Delivered in the thread that the monitor lives in.
     void reported(const ServiceReport& report);
     void commandFailed(const QString& message);
+    /// Files are submitted once the service answers.
+    void submissionsWait(const QString& message);
 
 private:
     QThread m_thread;

@@ -153,9 +153,10 @@ void ServicePoller::tellWaiting()
 {
     if (m_isAnswered || m_submissions.isEmpty())
         return;
-    emit commandFailed(m_submissions.size() == 1
-                           ? tr("1 file is submitted when the service is back")
-                           : tr("%1 files are submitted when the service is back").arg(m_submissions.size()));
+    emit submissionsWait(
+        m_submissions.size() == 1
+            ? tr("1 file is submitted when the service is back")
+            : tr("%1 files are submitted when the service is back").arg(m_submissions.size()));
 }
 
 void ServicePoller::deleteJob(const QString& jobId)

@@ -41,6 +41,7 @@ public:
 signals:
     void reported(const ServiceReport& report);
     void commandFailed(const QString& message);
+    void submissionsWait(const QString& message);
 
 private:
     struct Submission

@@ -91,6 +91,8 @@ ActivityDocks::ActivityDocks(QMainWindow& window, ServiceFollower& service)
     connect(&m_feed, &ClipFeed::listeningChanged, this, [this](bool listens) {
         m_listens = listens;
         m_hearsNames = m_hearsNames && listens;
+        // The next service counts its clips anew.
+        m_knowsClips = m_knowsClips && listens;
     });
     connect(&service, &ServiceFollower::reported, this, &ActivityDocks::showReport);
     m_messages.follow(m_clips);
@@ -149,9 +151,15 @@ void ActivityDocks::addTo(QMenu& menu) const
         menu.addAction(dock->toggleViewAction());
 }
 
-void ActivityDocks::addMessage(const QString& text)
+void ActivityDocks::addMessage(const QString& text, MessageList::Holds holds)
 {
-    m_messages.add(text);
+    m_messages.add(text, holds);
+    addNews(text);
+    showCounts();
+}
+
+void ActivityDocks::addNews(const QString& text)
+{
     addLine(QStringLiteral("%1  %2").arg(QTime::currentTime().toString(Qt::ISODate), text));
 }
 
@@ -163,6 +171,7 @@ void ActivityDocks::addLine(const QString& line)
 void ActivityDocks::showReport(const ServiceReport& report)
 {
     if (report.online) {
+        m_messages.serviceAnswers();
         m_messages.setServiceErrors(report.errors);
         const QSet<QString> known(m_errors.begin(), m_errors.end());
         for (const QString& error : report.errors) {
@@ -207,20 +216,25 @@ void ActivityDocks::clipsChanged(const ClipNews& news)
 {
     int ready = 0;
     int failed = 0;
+    QSet<QString> done;
     QHash<QString, ClipState> whole;
     QHash<QString, ClipState>& states = news.isWhole ? whole : m_states;
     for (const ServiceClip& clip : news.clips) {
         const auto before = m_states.value(clip.id, ClipState::Found);
         // What was so when the desk began is no news.
-        if (!news.isWhole && before != clip.state) {
+        if (m_knowsClips && before != clip.state) {
             ready += clip.state == ClipState::Offered ? 1 : 0;
             failed += clip.state == ClipState::Failed ? 1 : 0;
+            if (clip.state == ClipState::Offered || clip.state == ClipState::Taken)
+                done.insert(clip.path);
         }
         states.insert(clip.id, clip.state);
     }
     if (news.isWhole)
         m_states = whole;
+    m_knowsClips = true;
     m_clips.apply(news);
+    m_messages.clipsAreReady(done);
     m_notifier.tell(ready, failed);
     showCounts();
 }
@@ -247,7 +261,7 @@ void ActivityDocks::showCounts()
                            clip.state == ClipState::Publishing
                        ? 1
                        : 0;
-    const int complaints = m_messages.serviceErrors();
+    const int complaints = m_messages.rowCount();
     m_working->setVisible(working > 0);
     m_working->setText(working == 1 ? tr("1 clip in work") : tr("%1 clips in work").arg(working));
     m_complaints->setVisible(complaints > 0);

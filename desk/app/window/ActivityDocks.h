@@ -51,11 +51,14 @@ public:
 
     /// Puts the actions that show and hide the docks into \a menu.
     void addTo(QMenu& menu) const;
-    /// The desk says something: it goes into the list of messages.
-    void addMessage(const QString& text);
+    /// The desk says something: it goes into the list of messages, and into the log.
+    void addMessage(const QString& text, MessageList::Holds holds = MessageList::UntilItsClipIsReady);
+    /// Something went well: it goes into the log alone.
+    void addNews(const QString& text);
     /// A line of the service's log.
     void addLine(const QString& line);
     const ClipTable& clips() const { return m_clips; }
+    Notifier& notifier() { return m_notifier; }
 
 private:
     QDockWidget* addDock(const char* name, const QString& title, QWidget* content);
@@ -75,6 +78,7 @@ private:
     MessageList m_messages;
     Notifier m_notifier;
     bool m_listens = false;
+    bool m_knowsClips = false;          ///< as they were when the feed began
     bool m_hearsNames = false;          ///< of folders and profiles, from the service itself
     QStringList m_errors;               ///< of the service, as last told
     QHash<QString, ClipState> m_states; ///< of the clips, to see what became ready or failed

@@ -80,19 +80,21 @@ DeskWindow::DeskWindow(DeskSession& session, const ServiceSupervisor::Settings& 
     connect(&m_session.project(), &DeskProject::modifiedChanged, this, &DeskWindow::updateTitle);
     connect(&m_session, &DeskSession::accessChanged, this, &DeskWindow::updateTitle);
     connect(m_projects, &ProjectActions::message, this, &DeskWindow::showMessage);
+    connect(m_projects, &ProjectActions::saved, this, &DeskWindow::showNews);
     connect(&m_session.clips(), &ClipIntake::failed, this, &DeskWindow::showMessage);
     connect(&m_session.clips(), &ClipIntake::progressed, this, [this](int done, int all) {
         showProgress({done < all ? StandInHost::ProgressStep::Update : StandInHost::ProgressStep::Close,
                       tr("Acquiring clips... %1 of %2").arg(done).arg(all), done, all});
     });
     connect(&m_session.clips(), &ClipIntake::batchTaken, this, [this](const ClipIntake::Batch& batch) {
-        showMessage(ClipIntake::batchText(batch));
+        showNews(ClipIntake::batchText(batch));
         // The service learns that they were taken when it looks.
         m_service.monitor().askNow();
     });
     connect(&m_session.jobs(), &JobIntake::failed, this, &DeskWindow::showMessage);
     connect(&m_session.jobs(), &JobIntake::taken, &m_service.monitor(), &ServiceMonitor::deleteJob);
     connect(&m_service, &ServiceFollower::message, this, &DeskWindow::showMessage);
+    connect(&m_service, &ServiceFollower::absence, this, &DeskWindow::showAbsence);
     connect(&m_service, &ServiceFollower::onlineChanged, this, &DeskWindow::serviceCameOrWent);
     connect(&m_service, &ServiceFollower::reported, this, &DeskWindow::serviceReported);
     connect(&m_service.supervisor(), &ServiceSupervisor::line, m_docks, &ActivityDocks::addLine);
@@ -129,6 +131,19 @@ void DeskWindow::showMessage(const QString& text)
 {
     statusBar()->showMessage(text, kMessageTime);
     m_docks->addMessage(text);
+}
+
+void DeskWindow::showNews(const QString& text)
+{
+    statusBar()->showMessage(text, kMessageTime);
+    m_docks->addNews(text);
+}
+
+/// What is said of a service that is away holds until it answers.
+void DeskWindow::showAbsence(const QString& text)
+{
+    statusBar()->showMessage(text, kMessageTime);
+    m_docks->addMessage(text, MessageList::WhileServiceIsAway);
 }
 
 void DeskWindow::setDarkSkin(bool dark)
@@ -252,7 +267,7 @@ void DeskWindow::makeStatusBar()
     statusBar()->addPermanentWidget(m_progressText);
     statusBar()->addPermanentWidget(m_progress);
     statusBar()->addPermanentWidget(m_serviceState);
-    connect(m_serviceState, &ServiceLight::message, this, &DeskWindow::showMessage);
+    connect(m_serviceState, &ServiceLight::message, this, &DeskWindow::showAbsence);
 }
 
 void DeskWindow::setHeaderFont()

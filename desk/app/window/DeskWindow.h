@@ -52,6 +52,8 @@ public:
     void refreshFolders();
     /// Shows a text in the status bar and keeps it among the messages.
     void showMessage(const QString& text);
+    /// Shows a text in the status bar that tells of something that went well.
+    void showNews(const QString& text);
 
     /// Applies one of the two skins to the whole desk.
     void setDarkSkin(bool dark);
@@ -84,6 +86,7 @@ private:
     void showHelp(const QString& topic);
     void about();
 
+    void showAbsence(const QString& text);
     void serviceCameOrWent(bool online);
     void serviceReported(const ServiceReport& report);
     void showProgress(const StandInHost::ProgressStep& step);

@@ -111,7 +111,7 @@ void ProjectActions::save()
     QString error;
     const bool isSaved = m_session.conflict().isEmpty() ? m_session.save(error) : saveAsking(error);
     if (isSaved)
-        emit message(tr("%1 is saved").arg(m_session.project().path()));
+        emit saved(tr("%1 is saved").arg(m_session.project().path()));
     else
         showError(error);
 }

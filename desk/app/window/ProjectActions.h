@@ -30,6 +30,8 @@ public:
 signals:
     /// Something that a person should know.
     void message(const QString& text);
+    /// The project was saved because somebody wished it.
+    void saved(const QString& text);
 
 private:
     void chooseNew();
