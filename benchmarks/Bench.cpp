@@ -230,7 +230,7 @@ void writeWave(const QString& path, quint32 size)
     file.write("RIFF" + little(36 + size, 4) + "WAVEfmt " + little(16, 4) + little(1, 2) + little(2, 2) +
                little(48000, 4) + little(192000, 4) + little(4, 2) + little(16, 2) + "data" +
                little(size, 4));
-    file.write(reinterpret_cast<const char*>(noise.data()), qint64(noise.size() * 4));
+    file.write(reinterpret_cast<const char*>(noise.data()), qint64(noise.size()) * 4);
 }
 
 PlainHttp::PlainHttp()

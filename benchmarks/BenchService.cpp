@@ -111,7 +111,8 @@ QStringList BenchService::waitFor(const QString& folder, int count) const
     while (waiting(folder) < count) {
         require(timer.elapsed() < kPatience, QStringLiteral("all files are offered"));
         // A look at many takes a while itself, and must not hold up what is measured.
-        QThread::msleep(static_cast<unsigned long>(kLook + count / 100));
+        const int look = kLook + count / 100;
+        QThread::msleep(static_cast<unsigned long>(look));
     }
     return QDir(m_data + QStringLiteral("/output/") + folder).entryList(QDir::Files);
 }

@@ -147,7 +147,7 @@ void measureTypeChange(Table& table, Editor& editor)
         QStringLiteral("<profile>%1</profile>").arg(QStringLiteral("<activity id=\"copy\"/>").repeated(10)));
     const auto freshRow = [&] {
         actions->readXml(copies);
-        return actions->rows().first()->findChild<ActionTypeBox*>();
+        return actions->rows().constFirst()->findChild<ActionTypeBox*>();
     };
     std::vector<double> times;
     for (int run = 0; run < 15; ++run) {
@@ -179,7 +179,7 @@ void measureProjectTypeChange(Table& table, Editor& editor)
 {
     ProfileActionsController* actions = editor.getAllActionsController();
     actions->readXml(transcodes(editor, 1));
-    QComboBox* types = actions->rows().first()->findChild<CodecBox*>()->getProjectTypeBox();
+    QComboBox* types = actions->rows().constFirst()->findChild<CodecBox*>()->getProjectTypeBox();
     require(types->count() > 1, "there is another project type");
     const double time = medianMs(15, [&] {
         editor.codecFills = 0;

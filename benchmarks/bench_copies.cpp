@@ -44,6 +44,7 @@ struct Works
         std::atomic<int> next{0};
         std::atomic<int> offered{0};
         std::vector<std::thread> threads;
+        threads.reserve(kThreads);
         for (int i = 0; i < kThreads; ++i) {
             threads.emplace_back([&] {
                 for (int file = next++; file < names.size(); file = next++) {

@@ -45,8 +45,10 @@ std::vector<double> makeFolders(BenchService& service, const QString& root, int 
 
 void measureStart(Table& table, const QString& data, int count)
 {
+    constexpr int runs = 3;
     std::vector<double> times;
-    for (int run = 0; run < 3; ++run)
+    times.reserve(runs);
+    for (int run = 0; run < runs; ++run)
         times.push_back(BenchService(data).startMs());
     Row& row =
         table.add(QStringLiteral("start with enabled folders until it listens"), count, at(times, 0.5), 0);
@@ -91,6 +93,7 @@ void measureManyFolders(Table& table)
     service.get("xelmediafolders?level=detail");
 
     std::vector<double> details;
+    details.reserve(kQuestions);
     for (int i = 0; i < kQuestions; ++i)
         details.push_back(timedMs([&] { service.get("xelmediafolders?level=detail"); }));
     Row& detail =

@@ -85,8 +85,8 @@ void measureMedia(Table& table)
         };
         // One turn takes so long that nothing needs to warm up.
         addPairs(
-            table, QStringLiteral("transcode of %1 s to %2").arg(kSeconds).arg(codec.name), kSeconds * 25,
-            kPairs, kMost, false, [&] { return timedMs(ours); },
+            table, QStringLiteral("transcode of %1 s to %2").arg(kSeconds).arg(codec.name),
+            qint64{kSeconds} * 25, kPairs, kMost, false, [&] { return timedMs(ours); },
             [&] { return timedMs([&] { ffmpeg(bare); }); });
     }
 }

@@ -126,7 +126,7 @@ double medianProcessorMs(const std::function<void()>& work)
     const auto now = [] {
         timespec time{};
         clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-        return time.tv_sec * 1e3 + time.tv_nsec / 1e6;
+        return double(time.tv_sec) * 1e3 + double(time.tv_nsec) / 1e6;
     };
     constexpr int runs = 9;
     std::vector<double> times;

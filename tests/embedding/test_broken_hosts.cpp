@@ -66,7 +66,8 @@ Value nonsense()
         return QMessageBox::StandardButton(int(QMessageBox::Yes) | int(QMessageBox::Abort));
     else if constexpr (std::is_same_v<Value, HostMediaEngine::FrameRate>)
         return {-1, 0};
-    else if constexpr (std::is_same_v<Value, HostMediaEngine::ChannelGroups>)
+    else if constexpr (std::is_same_v<Value, HostMediaEngine::ChannelGroups> ||
+                       std::is_same_v<Value, HostCore::VolumeInformation>)
         return {longText(), longText()};
     else if constexpr (std::is_same_v<Value, HostMediaEngine::CustomFormat>)
         return {0, -1, -1, -1};
@@ -78,8 +79,6 @@ Value nonsense()
         return {{}, {0xffffffff, 0, 0xffffffff}};
     else if constexpr (std::is_same_v<Value, HostCore::VolumeIdentity>)
         return {longText()};
-    else if constexpr (std::is_same_v<Value, HostCore::VolumeInformation>)
-        return {longText(), longText()};
     else if constexpr (std::is_same_v<Value, QList<HostMediaEngine::LinkedMediaPlugin>>)
         return {{longText(), longText(), longText()}, {}};
     else

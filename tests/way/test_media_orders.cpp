@@ -317,6 +317,8 @@ private slots:
         QVERIFY2(made, made.refusal().text.c_str());
         QCOMPARE(edge(made) < 40, isBlackAtTheEdge);
     }
+
+private:
     /// The brightness of the first pixel in the middle line, 0 to 255.
     int edge(const Outcome<Clip>& made, const char* crop = "1:1:0:ih/2") const
     {
@@ -329,6 +331,7 @@ private slots:
         return bytes.isEmpty() ? -1 : static_cast<unsigned char>(bytes.at(0));
     }
 
+private slots:
     /// Red in 601 has another brightness than in 709: it changes only when colours are transformed.
     void colorsAreTransformedOnlyWhenAsked()
     {
@@ -581,6 +584,7 @@ private slots:
         QVERIFY(QString::fromStdString(made->parts[1].file.path).startsWith(other));
     }
 
+private:
     /// A transport stream cannot get other sound, so it cannot be consolidated.
     Outcome<Clip> transcodedInstead(Consolidation& order, const char* picture)
     {
@@ -596,6 +600,8 @@ private slots:
         order.putOn(m_volume, m_volume);
         return run(order, s("instead.ts"));
     }
+
+private slots:
     void consolidationThatCannotBeDoneIsTranscodedAsOrdered()
     {
         const char* const plain = "testsrc2=s=320x180:r=25:d=0.12";

@@ -183,6 +183,8 @@ private slots:
         QVERIFY(bench.listed().empty());
         QCOMPARE(allFiles(m_volume), QStringList());
     }
+
+private:
     bool makeChanging(const char* codec = "mpeg4") const
     {
         const QByteArray options = QByteArray("-f lavfi -i testsrc2=s=160x96:r=25:d=0.4 -c:v ") + codec;
@@ -225,6 +227,7 @@ private slots:
                filetools::stampOf(path) == before;
     }
 
+private slots:
     /// The same while ffmpeg reads what it was before; and what it is then is worked on anew.
     void sourceThatChangesWhileFfmpegReadsItIsLookedAtAgain_data()
     {

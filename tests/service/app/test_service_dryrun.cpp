@@ -96,7 +96,8 @@ private slots:
         QCOMPARE(reply.text(s("verdict")), s("WILL_DO"));
         QCOMPARE(reply.texts(s("path")),
                  (QStringList{at("from/sound.wav"), at("from/sound.wav"), at("to/sound.wav")}));
-        QCOMPARE(reply.texts(s("bytes")).last(), QString::number(QFileInfo(at("from/sound.wav")).size()));
+        QCOMPARE(reply.texts(s("bytes")).constLast(),
+                 QString::number(QFileInfo(at("from/sound.wav")).size()));
         QCOMPARE(stateOf(at("from")), before);
         QCOMPARE(stateOf(at("to")), target);
         QCOMPARE(m_stage.service->get("jobs/status").texts(s("id")), QStringList());
@@ -113,7 +114,7 @@ private slots:
         QVERIFY(QFile::copy(at("from/sound.wav"), at("full/movie.mov")));
         const Reply aside = tryOut(id, at("from/movie.mov"));
         QCOMPARE(aside.text(s("verdict")), s("WILL_DO"));
-        QCOMPARE(aside.texts(s("path")).last(), at("full/movie (2).mov"));
+        QCOMPARE(aside.texts(s("path")).constLast(), at("full/movie (2).mov"));
     }
 
     void copiesKeepThePathBelowTheWatchedFolder()
@@ -122,16 +123,16 @@ private slots:
         const QString id = profile("Kept", ModuleDocument::copyActivity(at("kept"), true));
         QVERIFY(QFile::copy(TestMedia::file(s("sound.wav")), m_stage.watch + s("/day 1/card/a.wav")));
         const Reply below = tryOut(id, m_stage.watch + s("/day 1/card/a.wav"));
-        QCOMPARE(below.texts(s("path")).last(), at("kept/day 1/card/a.wav"));
+        QCOMPARE(below.texts(s("path")).constLast(), at("kept/day 1/card/a.wav"));
         QCOMPARE(QDir(at("kept")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
         const QString self = profile("Self", ModuleDocument::copyActivity(m_stage.watch, true));
         QCOMPARE(tryOut(self, m_stage.watch + s("/day 1/card/a.wav")).text(s("verdict")), s("CANNOT"));
         // What is really done then is what was told.
         QVERIFY(QDir().mkpath(at("other")));
-        const QString folder = m_stage.service->addFolder(at("other"), id);
+        QVERIFY(!m_stage.service->addFolder(at("other"), id).isEmpty());
         QVERIFY(QDir().mkpath(at("other/card")));
         QVERIFY(QFile::copy(TestMedia::file(s("sound.wav")), at("other/card/b.wav")));
-        QCOMPARE(tryOut(id, at("other/card/b.wav")).texts(s("path")).last(), at("kept/card/b.wav"));
+        QCOMPARE(tryOut(id, at("other/card/b.wav")).texts(s("path")).constLast(), at("kept/card/b.wav"));
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(at("kept/card/b.wav")), kStagePatience);
     }
 
@@ -150,12 +151,12 @@ private slots:
         QCOMPARE(before.text(s("verdict")), s("WILL_DO"));
         QVERIFY2(before.text(s("reason")).contains(s("skipped when")), before.body.constData());
         m_stage.service->post("jobs", ModuleDocument::submitJob(at("from/sound.wav"), id));
-        const QString told = before.texts(s("path")).last();
+        const QString told = before.texts(s("path")).constLast();
         QTRY_COMPARE_WITH_TIMEOUT(tryOut(id, at("from/sound.wav")).text(s("verdict")), s("WILL_SKIP"),
                                   kStagePatience);
         const Reply after = tryOut(id, at("from/sound.wav"));
-        QCOMPARE(after.texts(s("path")).last(), told);
-        QCOMPARE(after.texts(s("bytes")).last(), QString::number(QFileInfo(told).size()));
+        QCOMPARE(after.texts(s("path")).constLast(), told);
+        QCOMPARE(after.texts(s("bytes")).constLast(), QString::number(QFileInfo(told).size()));
         // By content, not by name.
         QVERIFY(QFile::copy(at("from/sound.wav"), at("from/renamed.wav")));
         QCOMPARE(tryOut(id, at("from/renamed.wav")).text(s("verdict")), s("WILL_SKIP"));
@@ -194,11 +195,12 @@ private slots:
         const QString id = profile("Transcode", QByteArray(kTranscode).replace("%1", at("volume").toUtf8()));
         const Reply reply = tryOut(id, at("from/movie.mov"));
         QVERIFY2(reply.text(s("verdict")) == s("WILL_DO"), reply.body.constData());
-        QVERIFY2(reply.texts(s("path")).last().startsWith(at("volume/KRX Media/")), reply.body.constData());
+        QVERIFY2(reply.texts(s("path")).constLast().startsWith(at("volume/KRX Media/")),
+                 reply.body.constData());
         QCOMPARE(stateOf(at("volume")).size(), 0);
         // What is really done then is what was told.
         m_stage.service->post("jobs", ModuleDocument::submitJob(at("from/movie.mov"), id));
-        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(reply.texts(s("path")).last()), kStagePatience);
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(reply.texts(s("path")).constLast()), kStagePatience);
     }
 
     void aConsolidationNamesItsResults_data()
@@ -219,7 +221,7 @@ private slots:
                 .replace("outputTranscodeVideoProfile", "outputConsolidateVideoProfile"));
         const Reply reply = tryOut(id, m_stage.folder.filePath(name));
         QVERIFY2(reply.text(s("verdict")) == s("WILL_DO"), reply.body.constData());
-        const QString told = reply.texts(s("path")).last();
+        const QString told = reply.texts(s("path")).constLast();
         QVERIFY(told.startsWith(at("store/KRX Media/")) && !QFile::exists(told));
         m_stage.service->post("jobs", ModuleDocument::submitJob(m_stage.folder.filePath(name), id));
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(told), kStagePatience);

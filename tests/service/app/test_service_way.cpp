@@ -39,7 +39,7 @@ private slots:
                  s("http://localhost:58885/KRXService/xelmediafolders/") + stage.id);
         QCOMPARE(ready.text(s("outputReady")), s("true"));
         QVERIFY(stage.service->get("activity").texts(s("folderURI")).size() == 1);
-        QFile file(stage.outputs()[0]);
+        QFile file(stage.outputs().constFirst());
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QByteArray document = file.readAll();
         QVERIFY(document.contains("<path>" + path.toHtmlEscaped().toUtf8() + "</path>"));
@@ -136,7 +136,7 @@ private slots:
         QVERIFY(sidecar.open(QIODevice::WriteOnly) && sidecar.write("<x/>") > 0);
         sidecar.close();
         QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kStagePatience);
-        const QByteArray document = TestFiles::content(stage.outputs()[0].toStdString());
+        const QByteArray document = TestFiles::content(stage.outputs().constFirst().toStdString());
         QVERIFY(document.contains("<path>" + (stage.watch + s("/shot_08.dpx")).toUtf8() + "</path>"));
         QVERIFY(document.contains("<missingNumbers>9</missingNumbers>"));
         QVERIFY(document.contains("<path>" + sidecar.fileName().toUtf8() + "</path>"));
@@ -352,7 +352,7 @@ private slots:
                                                          stage.service->profileId(s("Default Profile"))))
                 .text(s("id"));
         QTRY_COMPARE_WITH_TIMEOUT(stage.service->jobState(job), s("COMPLETED"), kStagePatience);
-        QVERIFY(QFile::remove(stage.outputs()[0]));
+        QVERIFY(QFile::remove(stage.outputs().constFirst()));
         const QByteArray folders = stage.service->get("xelmediafolders?level=detail").body;
         const QByteArray profiles = stage.service->get("profiles?level=detail").body;
         const QByteArray jobs = stage.service->get("jobs/detail").body;
@@ -454,7 +454,7 @@ private slots:
         QVERIFY(stage.begin());
         const QString path = stage.drop(s("a.wav"));
         QTRY_COMPARE_WITH_TIMEOUT(stage.outputs().size(), 1, kStagePatience);
-        const QString output = stage.outputs()[0];
+        const QString output = stage.outputs().constFirst();
         QCOMPARE(stage.service->remove("xelmediafolders/" + stage.id.toUtf8()).status, 200);
         QVERIFY(!QFile::exists(output));
         QVERIFY(QFile::exists(path));

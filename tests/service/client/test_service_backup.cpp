@@ -75,7 +75,7 @@ class TestServiceBackup : public QObject
     {
         QVERIFY(stage.begin());
         QVERIFY(stage.marked(s("taken.wav")));
-        QVERIFY(QFile::remove(stage.outputs().first()));
+        QVERIFY(QFile::remove(stage.outputs().constFirst()));
         QVERIFY(stage.marked(s("waits.wav")));
         const CommandResult made =
             runCommand({s("backup"), stage.folder.filePath(s("backup")), s("--data"), stage.data});
@@ -256,9 +256,9 @@ private slots:
         QCOMPARE(result.code, 0);
         QVERIFY(result.out.contains(s("restored ") + data));
         const auto now = filesIn(data);
-        for (const QString& name : wanted.keys()) {
-            if (name != s(kList))
-                QVERIFY2(now.contains(name) && now[name] == wanted[name], qPrintable(name));
+        for (auto file = wanted.cbegin(); file != wanted.cend(); ++file) {
+            if (file.key() != s(kList))
+                QVERIFY2(now.contains(file.key()) && now[file.key()] == *file, qPrintable(file.key()));
         }
         QVERIFY(!now.contains(s("mark")));
         QCOMPARE(filesIn(at(s("backup"))), wanted);
@@ -320,7 +320,7 @@ private slots:
         row("a newer database", edit("<database>", "<database>9"));
         row("no database", edit("krx-service.db<", "krx-service.kept2<"));
         row("a way out", [edit](const QString& backup) {
-            const QString name = documentsIn(backup).first();
+            const QString name = documentsIn(backup).constFirst();
             QFile::copy(backup + QLatin1Char('/') + name, backup + s("/../") + QFileInfo(name).fileName());
             edit(">output/f000001/", ">output/f000001/../../../")(backup);
         });
@@ -332,14 +332,14 @@ private slots:
             write(backup + s("/krx-service.db"), bytes);
         });
         row("changed document", [](const QString& backup) {
-            const QString name = backup + QLatin1Char('/') + documentsIn(backup).first();
+            const QString name = backup + QLatin1Char('/') + documentsIn(backup).constFirst();
             write(name, content(name) + " ");
         });
         row("missing document", [](const QString& backup) {
-            QFile::remove(backup + QLatin1Char('/') + documentsIn(backup).first());
+            QFile::remove(backup + QLatin1Char('/') + documentsIn(backup).constFirst());
         });
         row("a link", [](const QString& backup) {
-            const QString name = backup + QLatin1Char('/') + documentsIn(backup).first();
+            const QString name = backup + QLatin1Char('/') + documentsIn(backup).constFirst();
             QFile::rename(name, backup + s("/elsewhere"));
             QFile::link(backup + s("/elsewhere"), name);
         });
