@@ -106,13 +106,26 @@ private slots:
         QCOMPARE(failed.count(), 0);
     }
 
+    void aJobThatWasCancelledIsNoFailure()
+    {
+        QSignalSpy failed(m_jobs.get(), &JobIntake::failed);
+        m_jobs->follow({job("CANCELLED", true)});
+        QCOMPARE(failed.count(), 0);
+        QCOMPARE(deletions(), 0);
+        // Tried again, it may fail.
+        m_jobs->follow({job("RUNNING", false)});
+        m_jobs->follow({job("FAILED", true)});
+        QCOMPARE(failed.count(), 1);
+    }
+
     void aFailedJobIsToldOnceAndKept()
     {
         QSignalSpy failed(m_jobs.get(), &JobIntake::failed);
         m_jobs->follow({job("FAILED", true)});
         m_jobs->follow({job("FAILED", true)});
         QCOMPARE(failed.count(), 1);
-        QCOMPARE(failed.at(0).at(0).toString(), QStringLiteral("/media/a.mov was not linked (FAILED)"));
+        QCOMPARE(failed.at(0).at(0).toString(),
+                 QStringLiteral("/media/a.mov was not linked: its job failed"));
         // Tried again and failed again: told again.
         m_jobs->follow({job("RUNNING", false)});
         m_jobs->follow({job("FAILED", true)});

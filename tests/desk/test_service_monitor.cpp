@@ -420,7 +420,14 @@ private slots:
         QTRY_VERIFY(reported.count() > before);
         // Fifty wishes are not fifty questions.
         QVERIFY(reported.count() < before + 25);
+        // While nobody wishes it nothing is asked: another one asks often meanwhile.
+        ServiceMonitor other(10);
+        QSignalSpy others(&other, &ServiceMonitor::reported);
+        other.start();
+        QTRY_VERIFY(others.count() > 20);
         const int settled = reported.count();
+        QTRY_VERIFY(others.count() > 40);
+        QCOMPARE(reported.count(), settled);
         monitor.setHeardOfChanges(false);
         QTRY_VERIFY(reported.count() > settled + 3);
     }

@@ -24,7 +24,9 @@ void JobIntake::follow(const QVector<DeskJob>& jobs)
             if (m_told.contains(job.id))
                 continue;
             m_told.insert(job.id);
-            emit failed(tr("%1 was not linked (%2)").arg(job.path, job.state));
+            // Whoever cancelled it knows.
+            if (!job.isCancelled())
+                emit failed(tr("%1 was not linked: its job failed").arg(job.path));
         } else if (takeOutputs(job)) {
             m_told.remove(job.id);
             m_taken.insert(job.id);

@@ -17,6 +17,7 @@ struct DeskJob
     /// Link documents that wait to be taken.
     QStringList outputs;
 
+    bool isCancelled() const { return complete && state == QLatin1String("CANCELLED"); }
     bool isCompleted() const { return complete && state == QLatin1String("COMPLETED"); }
 };
 
