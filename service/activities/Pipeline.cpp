@@ -24,7 +24,6 @@ namespace {
 
 constexpr char kRefusedBefore[] = "it was not offered before either, and holds the same content";
 constexpr char kRemoved[] = "its folder or job was removed";
-constexpr char kCancelled[] = "Was cancelled";
 constexpr char kSampled[] = "-sampled:"; ///< in the method of checksums that are made of samples
 
 CopiedClip copiedInto(const std::string& folder, std::vector<HistoryEntry> files)
@@ -390,7 +389,7 @@ FileResult Pipeline::reject(Work& work, const std::string& reason)
 FileResult Pipeline::interrupted(Work& work)
 {
     if (work.order.staysCancelled && work.order.staysCancelled()) {
-        m_clips.fail(work.record.id, presentActivity(work), kCancelled);
+        m_clips.fail(work.record.id, presentActivity(work), ClipStore::kCancelled);
         return ended(FileResult::End::Cancelled, "cancelled", work.record.stamp);
     }
     if (work.record.done > 0)
@@ -398,31 +397,6 @@ FileResult Pipeline::interrupted(Work& work)
     else
         drop(work.record);
     return ended(FileResult::End::Cancelled, "cancelled");
-}
-
-std::optional<FileStamp> Pipeline::callOff(const FileOrder& order, const ClipFiles& files,
-                                           const std::string& job)
-{
-    const auto stamp = files.sequence ? std::optional(files.stamp) : filetools::stampOf(files.path);
-    if (!stamp || !text::isPlainText(files.path))
-        return std::nullopt;
-    ClipRecord record;
-    record.owner = order.ownerId;
-    record.path = files.path;
-    record.stamp = *stamp;
-    record.checksum = ClipStore::provisionalChecksum(*stamp);
-    record.profile = order.profile.id;
-    Transaction transaction(m_database);
-    if (m_clips.find(record.owner, record.path, record.checksum))
-        return stamp;
-    const auto begun =
-        m_clips.begin(record, [&](std::int64_t id) { return OutputArea::fileName(id, files.path); });
-    if (!begun)
-        return std::nullopt;
-    m_clips.setJob(begun->id, job);
-    m_clips.fail(begun->id, {}, kCancelled);
-    transaction.commit();
-    return stamp;
 }
 
 FileResult Pipeline::waitFor(const Work& work, const std::string& what)

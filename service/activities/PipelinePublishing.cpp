@@ -212,6 +212,31 @@ void Pipeline::learnCalledOff(const CancelToken& cancel)
     }
 }
 
+std::optional<FileStamp> Pipeline::callOff(const FileOrder& order, const ClipFiles& files,
+                                           const std::string& job)
+{
+    const auto stamp = files.sequence ? std::optional(files.stamp) : filetools::stampOf(files.path);
+    if (!stamp || !text::isPlainText(files.path))
+        return std::nullopt;
+    ClipRecord record;
+    record.owner = order.ownerId;
+    record.path = files.path;
+    record.stamp = *stamp;
+    record.checksum = ClipStore::provisionalChecksum(*stamp);
+    record.profile = order.profile.id;
+    Transaction transaction(m_database);
+    if (m_clips.find(record.owner, record.path, record.checksum))
+        return stamp;
+    const auto begun =
+        m_clips.begin(record, [&](std::int64_t id) { return OutputArea::fileName(id, files.path); });
+    if (!begun)
+        return std::nullopt;
+    m_clips.setJob(begun->id, job);
+    m_clips.fail(begun->id, {}, ClipStore::kCancelled);
+    transaction.commit();
+    return stamp;
+}
+
 void Pipeline::prune(std::int64_t now, const CancelToken& cancel)
 {
     m_clips.noteLook(now, kMostBetweenLooks);

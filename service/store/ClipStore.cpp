@@ -24,7 +24,6 @@ constexpr char kOwnerExists[] = "(EXISTS(SELECT 1 FROM folders WHERE id=?) OR "
 constexpr std::array<std::string_view, 7> kWords = {"waiting", "acting",   "publishing", "offered",
                                                     "taken",   "rejected", "failed"};
 
-constexpr char kCancelled[] = "Was cancelled";
 constexpr char kProvisional[] = "stamp:"; ///< begins what stands for a checksum
 
 std::string_view word(ClipState state)

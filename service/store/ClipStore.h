@@ -17,6 +17,8 @@ namespace krxservice {
 class ClipStore
 {
 public:
+    /// Why a clip failed that a client called off, by which such ones are told from others.
+    static constexpr char kCancelled[] = "Was cancelled";
     /// Owner and id of a clip.
     using Key = std::pair<std::string, std::int64_t>;
 
