@@ -200,6 +200,11 @@ private slots:
         QTest::newRow("ffmpeg missing") << s("missing") << s("is not installed");
         QTest::newRow("ffmpeg killed") << s("killed") << s("was ended by signal 9");
         QTest::newRow("ffmpeg that makes nothing") << s("liar") << s("its result is not right");
+        QTest::newRow("ffmpeg that leaves pictures out")
+            << s("-frames:v 5") << s("it has 5 pictures and not 50");
+        QTest::newRow("ffmpeg that leaves the sound out")
+            << s("-an") << s("1 streams of pictures and 0 of sound, not 1 and 1");
+        QTest::newRow("ffmpeg that spoils what it made") << s("spoils") << s("its result is not right");
         QTest::newRow("truncated") << s("truncated") << s("it is cut off");
         QTest::newRow("no pictures beside sound") << s("no pictures") << s("it holds no pictures");
         QTest::newRow("zero frames") << s("empty") << s("it holds neither video nor audio");
@@ -209,7 +214,9 @@ private slots:
         QFETCH(QString, what);
         QFETCH(QString, reason);
         QString name = s("plain.mov");
-        QCOMPARE(m_bench.make(name, "-f lavfi -i testsrc2=s=160x96:r=25:d=2 -c:v mpeg4 -movflags +faststart"),
+        QCOMPARE(m_bench.make(name,
+                              "-f lavfi -i testsrc2=s=160x96:r=25:d=2 -f lavfi -i sine=r=48000:d=2 -c:v "
+                              "mpeg4 -c:a pcm_s16le -movflags +faststart"),
                  QString());
         MediaOptions order = options();
         if (what == s("codec")) {
@@ -229,6 +236,15 @@ private slots:
             Ffmpeg::use({"/bin/sh", "-c", "kill -9 $$"});
         } else if (what == s("liar")) {
             Ffmpeg::use({"/bin/sh", "-c", "cat <&4 >/dev/null", "/bin/cat"});
+        } else if (what.startsWith(QLatin1Char('-'))) {
+            // One argument more before the file that it writes.
+            Ffmpeg::use({"/bin/sh", "-c",
+                         "n=$#; i=0; for a; do i=$((i + 1)); test $i = $n && set -- \"$@\" " +
+                             what.toStdString() +
+                             "; set -- \"$@\" \"$a\"; done; shift $n; exec \"$0\" \"$@\"",
+                         "/usr/bin/ffmpeg"});
+        } else if (what == s("spoils")) {
+            Ffmpeg::use({"/bin/sh", "-c", "\"$0\" \"$@\" && printf %064d 0 >&5", "/usr/bin/ffmpeg"});
         } else if (what == s("truncated")) {
             QFile file(m_bench.path(name));
             QVERIFY(file.resize(file.size() / 2));
@@ -247,6 +263,62 @@ private slots:
         QCOMPARE(made.refusal().status, what == s("missing") || what == s("killed") ? kNoEngine : 500);
         QVERIFY2(QString::fromStdString(made.refusal().text).contains(reason), made.refusal().text.c_str());
         QCOMPARE(left(), QStringList());
+    }
+
+    // Each picture of the source is of one brightness, so one that is made of two of them shows, and so do
+    // two fields that are not of one picture.
+    void picturesAreLeftOutOrShownAgainAndNeverBlended_data()
+    {
+        QTest::addColumn<QByteArray>("rate");
+        QTest::addColumn<QString>("type");
+        QTest::newRow("half the pictures") << QByteArray("50") << s("PAL 25p");
+        QTest::newRow("twice") << QByteArray("12.5") << s("PAL 25p");
+        QTest::newRow("into fields") << QByteArray("25") << s("PAL 25i");
+        QTest::newRow("half of them into fields") << QByteArray("50") << s("PAL 25i");
+    }
+    void picturesAreLeftOutOrShownAgainAndNeverBlended()
+    {
+        QFETCH(QByteArray, rate);
+        QFETCH(QString, type);
+        const QByteArray make = "-f lavfi -i nullsrc=s=64x48:r=" + rate +
+                                ":d=0.32,geq=lum=40+20*mod(N\\,8):cb=128:cr=128 -c:v ffv1 -pix_fmt yuv422p";
+        QCOMPARE(m_bench.make(s("steps.mkv"), make.constData()), QString());
+        MediaOptions order = options(qPrintable(type));
+        order.video.compressionId = "4026531842";
+        const auto made = transcode(s("steps.mkv"), order);
+        QVERIFY2(made, made.refusal().text.c_str());
+        QProcess reader;
+        reader.start(s("ffmpeg"),
+                     {s("-v"), s("error"), s("-i"), linked(made), s("-vf"),
+                      s("extractplanes=y,crop=1:2:360:300:exact=1"), s("-f"), s("rawvideo"), s("-")});
+        QVERIFY(reader.waitForFinished(60000));
+        const QByteArray pixels = reader.readAllStandardOutput(); // of two lines of each picture
+        QCOMPARE(pixels.size(), 2 * 8);
+        for (int i = 0; i < pixels.size(); i += 2) {
+            const int one = static_cast<unsigned char>(pixels[i]);
+            const int other = static_cast<unsigned char>(pixels[i + 1]);
+            QVERIFY2(qAbs(one - other) <= 1 && qAbs((one - 30) % 20 - 10) <= 2,
+                     qPrintable(s("%1 and %2").arg(one).arg(other)));
+        }
+    }
+
+    void timeOfRecordingGoesIntoEachFile()
+    {
+        QCOMPARE(m_bench.make(s("when.mov"),
+                              "-f lavfi -i testsrc2=s=64x48:r=25:d=0.2 -f lavfi -i "
+                              "sine=r=48000:d=0.2 -metadata creation_time=2021-03-04T05:06:07Z "
+                              "-c:v mpeg4 -c:a pcm_s16le"),
+                 QString());
+        MediaOptions order = options();
+        order.audioVolume = m_bench.path(s("when")).toStdString();
+        QVERIFY(QDir().mkpath(m_bench.path(s("when"))));
+        const auto made = transcode(s("when.mov"), order);
+        QVERIFY2(made, made.refusal().text.c_str());
+        QVERIFY(EngineBench::probed(linked(made), "format_tags=creation_time")
+                    .startsWith(s("2021-03-04T05:06:07")));
+        const QString sound = QString::fromStdString(made->parts.at(1).file.path);
+        const QString tags = EngineBench::probed(sound, "format_tags", "a");
+        QVERIFY2(tags.contains(s("2021-03-04")) && tags.contains(s("05:06:07")), qPrintable(tags));
     }
 
     void volumesThatAreAwayOrFullAreWaitedFor()

@@ -617,6 +617,17 @@ private slots:
                  (std::vector<std::string>{paths[0], paths[2], paths[5]}));
     }
 
+    void knownVolumesAreTrustedWhenTheProfileSaysSo()
+    {
+        for (const char* word : {"TRUE", "true", "FALSE", "false", ""}) {
+            const std::string group =
+                std::string("<volumeMountingDetail><doNotCheckPreviousForModifications>") + word +
+                "</doNotCheckPreviousForModifications></volumeMountingDetail>";
+            const bool trusts = QString::fromUtf8(word).toLower() == s("true");
+            QCOMPARE(LinkSettings::read(settings(group.c_str())).trustsKnownVolumes, trusts);
+        }
+    }
+
     void timecodesAreFoundInNames_data()
     {
         QTest::addColumn<QByteArray>("name");
