@@ -43,7 +43,29 @@ bool isAboutSpace(const std::string& error)
     return endsWith(text::errnoText(ENOSPC)) || endsWith(text::errnoText(EDQUOT));
 }
 
+/// The directories in which systems let volumes appear, some with one for each user.
+bool isPlaceOfVolumes(const std::string& directory)
+{
+    const std::string parent = directory.substr(0, directory.rfind('/'));
+    return directory == "/mnt" || directory == "/media" || parent == "/media" || parent == "/run/media";
+}
+
 } // namespace
+
+bool CopyActivity::isAway(const std::string& folder)
+{
+    struct stat facts
+    {
+    };
+    if (::stat(folder.c_str(), &facts) == 0)
+        return false;
+    if (errno != ENOENT)
+        return errno == EIO || errno == ENODEV || errno == ENXIO || errno == ENOTCONN || errno == ESTALE ||
+               errno == EHOSTDOWN || errno == ETIMEDOUT;
+    const std::string above = folder.substr(0, folder.rfind('/'));
+    return isPlaceOfVolumes(above) ||
+           (!above.empty() && ::stat(above.c_str(), &facts) != 0 && errno == ENOENT);
+}
 
 std::optional<Refusal> CopyActivity::check(const ActivityRecipe& recipe) const
 {
@@ -75,6 +97,8 @@ Outcome<Clip> CopyActivity::run(const Clip& clip, const ActivityRecipe& recipe,
         return Refusal{kLookAgain, result.error};
     if (!result.ok && isAboutSpace(result.error))
         return Refusal{kWaitFor, "waiting for space on " + order.directory};
+    if (!result.ok && isAway(order.directory))
+        return Refusal{kWaitFor, "waiting for the volume of " + order.directory};
     if (!result.ok)
         return failed(clip, recipe, result.error);
     const FileFacts copy = clipcopy::facts(result, order);

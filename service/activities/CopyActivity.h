@@ -9,6 +9,10 @@ namespace krxservice {
 class CopyActivity : public Activity
 {
 public:
+    /// True when the folder is not there because the volume is away that it is on, as far as that can be
+    /// told: a folder alone that is missing where all above it is there is one that nobody made.
+    static bool isAway(const std::string& folder);
+
     Outcome<Clip> run(const Clip& clip, const ActivityRecipe& recipe, const ActivityProgress& progress,
                       const CancelToken& cancel) const override;
     Forecast foresee(const Clip& clip, const ActivityRecipe& recipe,

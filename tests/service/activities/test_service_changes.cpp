@@ -3,6 +3,7 @@
 #include "PipelineBench.h"
 #include "TestFiles.h"
 #include "activities/Activity.h"
+#include "activities/CopyActivity.h"
 #include "activities/Transcoder.h"
 #include "engines/Child.h"
 
@@ -315,6 +316,31 @@ private slots:
             QVERIFY2(made.refusal().status == kLookAgain || std::strcmp(change, "is cut off") == 0, change);
             QCOMPARE(allFiles(m_volume), QStringList());
         }
+    }
+
+    /// A folder that is missing alone is one that nobody made: then the copy fails.
+    void copyWaitsForAVolumeThatIsAway()
+    {
+        QVERIFY(makeChanging());
+        PipelineBench bench;
+        FileOrder order = bench.order(m_bench.path(s("changing.mov")).toStdString());
+        const QString drive = m_bench.path(s("drive%1").arg(++m_count));
+        order.profile.activities = {PipelineBench::copyTo(drive + s("/copies"), true)};
+        FileResult result = bench.pipeline.process(order);
+        QVERIFY2(result.end == FileResult::End::Waiting, result.text.c_str());
+        QCOMPARE(result.text, "waiting for the volume of " + drive.toStdString() + "/copies");
+        QVERIFY(!QFile::exists(drive) && bench.errors.list().empty());
+        QVERIFY(QDir().mkpath(drive + s("/copies")));
+        result = bench.pipeline.process(order);
+        QVERIFY2(result.end == FileResult::End::Offered, result.text.c_str());
+        QCOMPARE(allFiles(drive).filter(s(".mov")).size(), 1);
+        for (const char* away : {"/media/anna/no such drive", "/media/no such drive", "/mnt/no such drive",
+                                 "/run/media/anna/no such drive", "/no such/drive/copies"})
+            QVERIFY2(CopyActivity::isAway(away), away);
+        for (const QString& there :
+             QStringList{drive, drive + s("/not made"), m_bench.path(s("changing.mov")) + s("/x")})
+            QVERIFY2(!CopyActivity::isAway(there.toStdString()), qPrintable(there));
+        QVERIFY(!CopyActivity::isAway("/no such folder"));
     }
 
     void volumesThatAreReadOnlyOrGoAwayOfferNothing()

@@ -564,10 +564,10 @@ private slots:
     {
         Bench bench;
         FileOrder order = bench.order(m_wave);
-        order.profile.activities = {PipelineBench::copyTo(QStringLiteral("/nowhere/at/all"))};
+        order.profile.activities = {PipelineBench::copyTo(QStringLiteral("/nowhere"))};
         const auto result = bench.pipeline.process(order);
         QVERIFY(result.end == FileResult::End::Failed);
-        QVERIFY(result.text.find("/nowhere/at/all") != std::string::npos);
+        QVERIFY(result.text.find("/nowhere") != std::string::npos);
         QVERIFY(bench.listed().empty());
         QVERIFY(bench.pipeline.process(order).end == FileResult::End::Known);
         bench.clips.retry("f000001");
