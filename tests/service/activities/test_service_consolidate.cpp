@@ -524,6 +524,19 @@ private slots:
         const std::string note = "MXF cannot hold h264: it keeps its own wrapper";
         QCOMPARE(result.notes, std::vector<std::string>{note});
         QVERIFY(content(bench.listed().at(0)).contains(QByteArray::fromStdString(note)));
+
+        QCOMPARE(m_bench.make(s("other.ts"), "-f lavfi -i testsrc2=s=64x36:r=25:d=0.2 -f lavfi -i "
+                                             "sine=r=48000:d=0.2 -pix_fmt yuv420p -c:v libx264 -c:a aac"),
+                 QString());
+        Wish instead = wish();
+        instead.convertsBits = instead.transcodes = true;
+        order.path = m_bench.path(s("other.ts")).toStdString();
+        order.profile.activities = {instead.recipe()};
+        const FileResult other = bench.pipeline.process(order);
+        QVERIFY2(other.end == FileResult::End::Offered, other.text.c_str());
+        const QByteArray said = "It could not be consolidated and was transcoded instead: ";
+        QVERIFY(QByteArray::fromStdString(other.notes.at(0)).startsWith(said));
+        QVERIFY(content(bench.listed().at(1)).contains(said));
     }
 
     void truncatedMovieIsRefusedWithTheReason()

@@ -4,6 +4,7 @@
 #include "base/FileTools.h"
 #include "media/ClipFiles.h"
 #include "media/LinkSettings.h"
+#include "media/PictureKinds.h"
 #include "media/Timecode.h"
 
 #include <QDir>
@@ -615,6 +616,19 @@ private slots:
             paths.push_back(file("card/list/").toStdString() + name);
         QCOMPARE(clipfiles::clips(paths, file("card/list").toStdString(), false),
                  (std::vector<std::string>{paths[0], paths[2], paths[5]}));
+    }
+
+    void eachKindOfPictureAndSidecarIsKnown()
+    {
+        for (const char* end : {"dpx", "exr", "tif", "tiff", "cin", "tga", "DPX"})
+            QVERIFY2(picturekinds::isJoined(std::string("a.0001.") + end, false), end);
+        for (const char* end : {"png", "jpg", "jpeg"}) {
+            QVERIFY2(!picturekinds::isJoined(std::string("a.0001.") + end, false), end);
+            QVERIFY2(picturekinds::isJoined(std::string("a.0001.") + end, true), end);
+        }
+        for (const char* end : {"xml", "xmp", "srt", "cdl", "cube", "ale", "edl", "txt", "XML"})
+            QVERIFY2(picturekinds::isSidecar(std::string("a.") + end), end);
+        QVERIFY(!picturekinds::isSidecar("a.mov") && !picturekinds::isJoined("a.0001.mov", true));
     }
 
     void knownVolumesAreTrustedWhenTheProfileSaysSo()
