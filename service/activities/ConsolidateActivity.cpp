@@ -2,6 +2,7 @@
 
 #include "activities/ClipCopy.h"
 #include "activities/ConsolidationPlan.h"
+#include "activities/LinkedSource.h"
 #include "activities/MediaTarget.h"
 #include "activities/Transcoder.h"
 #include "base/Log.h"
@@ -48,7 +49,7 @@ public:
         , m_options(MediaOptions::read(recipe.element))
         , m_progress(progress)
         , m_cancel(cancel)
-        , m_source(clip.linked.path, clip.linked.path == clip.source.path ? clip.watched : std::string())
+        , m_source(linkedsource::open(clip))
     {
         m_note.id = recipe.id;
         m_note.name = recipe.name;
@@ -57,8 +58,7 @@ public:
     Outcome<Clip> run()
     {
         if (!m_source.isOpen())
-            return m_source.isMissing() ? Refusal{kLookAgain, m_clip.linked.path + " is gone"}
-                                        : failed(m_source.error());
+            return linkedsource::whyNot(m_source, failed(m_source.error()));
         const ProbeResult probe = MediaProbe::probe(m_source, m_cancel);
         if (probe.verdict != ProbeResult::Verdict::Media)
             return failed(probe.text);

@@ -2,6 +2,7 @@
 
 #include "MediaCatalogue.h"
 #include "activities/EncodingPlan.h"
+#include "activities/LinkedSource.h"
 #include "activities/MediaTarget.h"
 #include "base/Log.h"
 #include "base/Text.h"
@@ -84,15 +85,14 @@ public:
         , m_cancel(cancel)
         , m_videoTarget(options.videoVolume, clip)
         , m_audioTarget(options.audioVolume, clip)
-        , m_source(clip.linked.path, clip.linked.path == clip.source.path ? clip.watched : std::string())
+        , m_source(linkedsource::open(clip))
     {
     }
 
     Outcome<Clip> run()
     {
         if (!m_source.isOpen())
-            return m_source.isMissing() ? Refusal{kLookAgain, m_clip.linked.path + " is gone"}
-                                        : failed(m_source.error());
+            return linkedsource::whyNot(m_source, failed(m_source.error()));
         const ProbeResult probe = MediaProbe::probe(m_source, m_cancel);
         if (probe.verdict != ProbeResult::Verdict::Media)
             return notRead(probe, {});
@@ -301,8 +301,7 @@ private:
             return std::nullopt;
         m_soundSource = std::make_unique<SourceFile>(part->file.path);
         if (!m_soundSource->isOpen())
-            return m_soundSource->isMissing() ? Refusal{kLookAgain, part->file.path + " is gone"}
-                                              : failed(m_soundSource->error());
+            return linkedsource::whyNot(*m_soundSource, failed(m_soundSource->error()));
         const ProbeResult probe = MediaProbe::probe(*m_soundSource, m_cancel);
         if (probe.verdict != ProbeResult::Verdict::Media)
             return notRead(probe, part->file.path + ": ");
