@@ -1,6 +1,7 @@
 #include "PipelineBench.h"
 #include "SilentMount.h"
 
+#include "base/Text.h"
 #include "engines/Ffmpeg.h"
 #include "files/VolumeTurn.h"
 #include "queue/Worker.h"
@@ -302,7 +303,7 @@ private slots:
         QCOMPARE(reason,
                  "waiting for its turn on " + to.path().toStdString() + ", which another clip is written to");
         for (const auto& file : files) {
-            QTRY_COMPARE_WITH_TIMEOUT(line.newsOf(file).reason, reason, 30000);
+            QTRY_COMPARE_WITH_TIMEOUT(line.newsOf(file).reason, text::asSentence(reason), 30000);
             QCOMPARE(line.newsOf(file).stage, ClipStage::Waiting);
             QCOMPARE(line.jobOf(file)->state, std::string(jobstate::kSubmitted));
         }
@@ -511,7 +512,7 @@ private slots:
         line.worker.addFile("f000001", path);
         const char* const wanted = isRunning ? jobstate::kRunning : jobstate::kSubmitted;
         QTRY_VERIFY_WITH_TIMEOUT(line.jobOf(path) && line.jobOf(path)->state == wanted &&
-                                     line.newsOf(path).reason.find(isRunning ? "transcode" : "waiting for") !=
+                                     line.newsOf(path).reason.find(isRunning ? "ranscode" : "aiting for") !=
                                          std::string::npos,
                                  30000);
         const std::string job = line.jobOf(path)->id;
