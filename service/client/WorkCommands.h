@@ -11,7 +11,7 @@ namespace commands {
 int jobs(const Options& options);
 int clips(const Options& options);
 int errors(const Options& options);
-/// Jobs that failed or were cancelled are submitted again.
+/// Jobs that failed or were cancelled are submitted again; with --all those that failed.
 int retry(const Options& options);
 int cancel(const Options& options);
 /// What a profile would do to a file.

@@ -314,8 +314,9 @@ void Worker::perform(Task& task)
 
 void Worker::performFile(Task& task)
 {
-    FileResult result = *task.cancel ? FileResult() : processForFolder(task);
-    if (*task.cancel && !result.stamp && isCancelled(task))
+    bool isCalledOff = *task.cancel && isCancelled(task);
+    FileResult result = *task.cancel ? FileResult() : processForFolder(task, isCalledOff);
+    if (!result.stamp && isCalledOff)
         result.stamp = callOff(task);
     if (result.end == FileResult::End::Ready) {
         const std::lock_guard lock(m_mutex);
@@ -344,7 +345,9 @@ void Worker::learnCalledOff()
     });
 }
 
-FileResult Worker::processForFolder(Task& task)
+/// \param isCalledOff receives whether somebody called it off. Asked before its job goes: without one, what
+/// the end of the service interrupted would look the same.
+FileResult Worker::processForFolder(Task& task, bool& isCalledOff)
 {
     const bool wasRetried = task.isRetry;
     const auto folder = m_stores.folders.find(task.folderId);
@@ -375,6 +378,7 @@ FileResult Worker::processForFolder(Task& task)
         result = m_pipeline.process(order);
         tellEnd(order, result);
     }
+    isCalledOff = *task.cancel && !isEnded && isCancelled(task);
     if (!isEnded)
         endFolderJob(task, result, wasRetried);
     return result;
@@ -511,6 +515,10 @@ void Worker::performJob(Task& task)
                 job->id, static_cast<int>((i * 100 + static_cast<std::size_t>(percent)) / paths.size()));
         };
         follow(order, task);
+        order.staysCancelled = [&] {
+            const auto now = m_stores.jobs.find(job->id);
+            return now && now->state == jobstate::kCancelled;
+        };
         const FileResult result = m_pipeline.process(order);
         tellEnd(order, result);
         if (result.end == FileResult::End::Waiting) {
@@ -528,8 +536,11 @@ void Worker::performJob(Task& task)
         }
         m_stores.jobs.setPercent(job->id, static_cast<int>((i + 1) * 100 / paths.size()));
     }
-    if (*task.cancel)
+    if (*task.cancel) {
+        // Those whose turn never came wait no more.
+        m_stores.clips.forgetUnfinished(job->id);
         return;
+    }
     endPause(task);
     if (failure.empty() && offered == 0)
         failure = "no media was found";

@@ -110,7 +110,7 @@ private:
     void performFile(Task& task);
     void learnCalledOff();
     void performJob(Task& task);
-    FileResult processForFolder(Task& task);
+    FileResult processForFolder(Task& task, bool& isCalledOff);
     void follow(FileOrder& order, const Task& task);
     void tellEnd(const FileOrder& order, const FileResult& result);
     std::string showJob(Task& task, const FolderRecord& folder, const std::string& former);

@@ -1,8 +1,8 @@
+#include "QuietPort.h"
 #include "WayDesk.h"
 #include "WayMedia.h"
 
 #include "DeskProject.h"
-#include "TestHttpServer.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -15,7 +15,8 @@
 
 namespace {
 
-constexpr int kPatience = 60000;
+constexpr int kPatience =
+    30000; ///< a wait that fails lasts three times as long, and the program has five minutes
 constexpr int kFiles = 4;
 constexpr quint32 kBigFile = 24 * 1024 * 1024;
 
@@ -32,6 +33,7 @@ class TestKilledOnTheWay : public QObject
     Q_OBJECT
 
     std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<QuietPort> m_held;
     quint16 m_port = 0;
 
     QString in(const char* name) const { return m_dir->filePath(QString::fromLatin1(name)); }
@@ -110,9 +112,14 @@ class TestKilledOnTheWay : public QObject
         QCOMPARE(clipSources(), allClips());
     }
 
-    static void killHard(qint64 processId) { ::kill(static_cast<pid_t>(processId), SIGKILL); }
+    /// \param processId of one process: 0 would be all of this test's group, and the one that runs the tests.
+    static void killHard(qint64 processId)
+    {
+        QVERIFY(processId > 1);
+        ::kill(static_cast<pid_t>(processId), SIGKILL);
+    }
 
-    /// The service that the desk started.
+    /// The service that the desk started; 0 without one.
     static qint64 serviceOf(const WayDesk& desk)
     {
         QProcess pgrep;
@@ -128,7 +135,9 @@ private slots:
         m_dir = std::make_unique<QTemporaryDir>();
         for (const char* name : {"watched", "copies", "service"})
             QVERIFY(QDir().mkpath(in(name)));
-        m_port = RefusingPort().port();
+        m_held = std::make_unique<QuietPort>();
+        m_port = m_held->port();
+        QVERIFY(m_port != 0);
     }
 
     void theDeskDies_data()
@@ -212,6 +221,7 @@ private slots:
         WayDesk desk(m_dir->path(), m_port);
         QTRY_VERIFY_WITH_TIMEOUT(desk.hasSaid(QStringLiteral("online")), kPatience);
         const auto service = static_cast<pid_t>(serviceOf(desk));
+        QVERIFY(service > 1);
         dropAll();
         QTRY_VERIFY_WITH_TIMEOUT(desk.timesSaid(QStringLiteral("ready")) > 0, kPatience);
         desk.terminate();
@@ -221,12 +231,25 @@ private slots:
         aDeskFinishesTheWork();
     }
 
+    void aPortIsHeldAgainstOtherTestsAndNotHandedOut()
+    {
+        QVERIFY(m_port < QuietPort::firstHandedOut());
+        const int other = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        sockaddr_in address = {};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(m_port);
+        const bool isFree = ::bind(other, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        ::close(other);
+        QVERIFY(!isFree);
+    }
+
     void theServiceOfADeskThatDiedEndsToo()
     {
         WayDesk desk(m_dir->path(), m_port);
         QTRY_VERIFY_WITH_TIMEOUT(desk.hasSaid(QStringLiteral("online")), kPatience);
         const auto service = static_cast<pid_t>(serviceOf(desk));
-        QVERIFY(service > 0);
+        QVERIFY(service > 1);
         desk.kill();
         QTRY_VERIFY_WITH_TIMEOUT(::kill(service, 0) != 0, kPatience);
     }

@@ -162,6 +162,24 @@ private slots:
         QCOMPARE(told.last(), 90);
     }
 
+    void aPersonIsToldHowFarTheActionIsAndWhichOfThemItIs()
+    {
+        Sound sound;
+        const QString other = sound.bench.folder.filePath(s("other"));
+        QVERIFY(QDir().mkdir(other));
+        FileOrder order = sound.order();
+        order.profile.activities.front().name = "Archive";
+        QStringList told;
+        const auto tell = [&](const std::string& name, int percent, const std::string& text) {
+            told << QString::fromStdString(name + '|' + std::to_string(percent) + '|' + text);
+        };
+        order.activity = tell;
+        order.profile.activities.push_back(PipelineBench::copyTo(other));
+        QCOMPARE(sound.bench.pipeline.process(order).end, FileResult::End::Offered);
+        QCOMPARE(told.value(0), s("Archive|0|Archive: 0 % (action 1 of 2)"));
+        QVERIFY2(told.contains(s("copy|50|copy: 0 % (action 2 of 2)")), qPrintable(told.join(s("\n"))));
+    }
+
     void cancelledSequenceLeavesNothing()
     {
         Stage stage;

@@ -137,6 +137,10 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(m_stage->isIdle(), kStagePatience);
         QCOMPARE(m_stage->service->jobState(id), s("CANCELLED"));
         QCOMPARE(with(list("jobs"), "id", id).value(s("state")).toString(), s("CANCELLED"));
+        // Its file is there, and its story says what became of it and where.
+        QCOMPARE(clip("state"), s("FAILED"));
+        QCOMPARE(clip("reason"), s("Was cancelled"));
+        QCOMPARE(clip("activity"), s("Transcode 1"));
         // Nothing of it is left.
         QDirIterator left(volume, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
         QVERIFY2(!left.hasNext(), qPrintable(left.next()));
