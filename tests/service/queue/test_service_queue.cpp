@@ -552,6 +552,31 @@ private slots:
         QCOMPARE(int(line.listed().size()), 1);
     }
 
+    void whatTheEndOfTheServiceInterruptsIsNotCalledOff()
+    {
+        QTemporaryDir media;
+        QTemporaryDir watched;
+        const QString file = watched.filePath(s("a.wav"));
+        QVERIFY(QFile::copy(QString::fromStdString(m_one), file));
+        const std::string volume = media.path().toStdString();
+        ActivityRecipe transcode;
+        transcode.element =
+            "<activity id=\"transcode\"><outputDetail><filesystemVideoVolume>" + volume +
+            "/</filesystemVideoVolume><filesystemAudioVolume>" + volume +
+            "/</filesystemAudioVolume><outputTranscodeVideoProfile><videoCompressionType>16777217"
+            "</videoCompressionType></outputTranscodeVideoProfile></outputDetail></activity>";
+        Line line(watched.path(), {transcode});
+        const auto end = qScopeGuard([] { Ffmpeg::use({}); });
+        Ffmpeg::use({"/bin/sh", "-c", "sleep 600", "/bin/sleep"});
+        line.worker.addFile("f000001", file.toStdString());
+        QTRY_VERIFY_WITH_TIMEOUT(
+            line.newsOf(file.toStdString()).reason.find("Transcode") != std::string::npos, 30000);
+        line.worker.stop();
+        QVERIFY(line.waitForEnds(1));
+        QVERIFY(!line.ended.back().second);
+        QVERIFY(line.clips.inState(ClipState::Failed).empty());
+    }
+
     void whatWaitsAndIsCalledOffIsGivenBackAndNoLongerSaid()
     {
         const QString volume = m_media.filePath(s("never there"));
