@@ -1,5 +1,7 @@
+#include "activities/ClipCopy.h"
 #include "activities/ConsolidateActivity.h"
 #include "activities/ConsolidationPlan.h"
+#include "activities/CopyForecast.h"
 #include "activities/MediaTarget.h"
 #include "base/FileTools.h"
 #include "base/Text.h"
@@ -28,6 +30,7 @@ struct Way
     std::string extension;
     std::string reason;
     bool isBarred = false;
+    bool isCopied = false; ///< the very files go over
 };
 
 Way wayOf(const Clip& clip, const MediaOptions& options, bool goesApart)
@@ -36,20 +39,20 @@ Way wayOf(const Clip& clip, const MediaOptions& options, bool goesApart)
     const bool converts = consolidation::hasSound(clip.media) && consolidation::convertsSound(options);
     const std::string asItIs = extensionOf(clip.linked.path);
     if (clip.sequence || clip.media.kind == "image" || !clip.parts.empty() || (!hasPicture && !converts))
-        return {asItIs, "it goes over as it is", false};
+        return {asItIs, "it goes over as it is", false, true};
     if (!hasPicture)
-        return {"wav", {}, false};
+        return {"wav", {}};
     std::string note;
     const std::string own = consolidation::ownWrapper(clip.linked.path, note);
     const bool isRemade = converts || goesApart;
     if (own == "mxf" && !isRemade)
-        return {asItIs, "it goes over as it is", false};
+        return {asItIs, "it goes over as it is", false, true};
     const std::string reason = consolidation::whyNotMxf(options, clip.media);
     if (reason.empty())
-        return {"mxf", {}, false};
+        return {"mxf", {}};
     if (own == "mxf" || (isRemade && own.empty()))
         return {{}, reason, true};
-    return {isRemade ? own : asItIs, reason + ": it keeps its own wrapper", false};
+    return {isRemade ? own : asItIs, reason + ": it keeps its own wrapper", false, !isRemade};
 }
 
 constexpr std::int64_t kLargestRead = 1024LL * 1024 * 1024; ///< bytes; beyond nobody waits for it
@@ -123,6 +126,16 @@ Forecast ConsolidateActivity::foresee(const Clip& clip, const ActivityRecipe& re
     if (options.skipsOnTarget)
         forecast.reason += std::string(way.reason.empty() ? "" : "; ") +
                            "skipped when the same media lie on the target already";
+    if (way.isCopied && clip.parts.empty()) {
+        CopyOrder order = clipcopy::order(clip);
+        order.directory = (hasPicture ? options.videoVolume : options.audioVolume) + '/' + main.below();
+        CopyForecast copy = CopyForecast::of(order, cancel);
+        if (!copy.refusal.empty())
+            return {Forecast::Verdict::Cannot, copy.refusal, {}};
+        forecast.reason += copy.reason.empty() ? std::string() : "; " + copy.reason;
+        forecast.results = std::move(copy.results);
+        return forecast;
+    }
     forecast.results.push_back({main.path(way.extension), goesApart ? -1 : clip.linked.stamp.size});
     if (goesApart)
         forecast.results.push_back({sound.path("wav"), -1});

@@ -337,10 +337,7 @@ private:
 
     std::string nameOf(const Item& item, int number) const
     {
-        const auto index = static_cast<std::size_t>(&item - m_items.data());
-        if (index >= m_order.pictures)
-            return filetools::numberedName(item.name, number, m_longest);
-        return numberedStem(m_order.stem, number) + item.name.substr(m_order.stem.size());
+        return copiedName(m_order, static_cast<std::size_t>(&item - m_items.data()), number, m_longest);
     }
 
     CopyResult finish()
@@ -466,6 +463,14 @@ private:
 };
 
 } // namespace
+
+std::string copiedName(const CopyOrder& order, std::size_t index, int number, std::size_t longest)
+{
+    const std::string name = text::baseName(index == 0 ? order.source : order.companions[index - 1]);
+    if (index >= order.pictures)
+        return filetools::numberedName(name, number, longest);
+    return numberedStem(order.stem, number) + name.substr(order.stem.size());
+}
 
 CopyResult Copier::copy(const CopyOrder& order)
 {

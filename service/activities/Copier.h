@@ -38,6 +38,11 @@ struct CopyOrder
     std::function<void(int percent)> progress;
 };
 
+/// What a file of an order is called at its destination when the names up to \a number (from 1 on) are taken
+/// by other files. \a index: 0 is the source, then come the companions; \a longest: bytes that a name may
+/// have.
+std::string copiedName(const CopyOrder& order, std::size_t index, int number, std::size_t longest);
+
 /// A finished copy.
 struct CopiedFile
 {

@@ -1,6 +1,7 @@
 #include "activities/CopyActivity.h"
 
 #include "activities/ClipCopy.h"
+#include "activities/CopyForecast.h"
 #include "base/FileTools.h"
 #include "base/Log.h"
 #include "base/Text.h"
@@ -12,7 +13,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <vector>
 
 namespace krxservice {
@@ -122,32 +122,9 @@ Outcome<Clip> CopyActivity::run(const Clip& clip, const ActivityRecipe& recipe,
 
 namespace {
 
-constexpr std::int64_t kLargestCompared = 256LL * 1024 * 1024; ///< bytes; beyond nobody waits for it
-
 Forecast cannot(const std::string& reason)
 {
     return {Forecast::Verdict::Cannot, reason, {}};
-}
-
-/// How a file stands to the one that has its name already.
-enum class Twin { Free, Same, Likely, Other };
-
-Twin twinOf(const std::string& source, std::int64_t size, const std::string& target,
-            const CancelToken& cancel)
-{
-    const auto stamp = filetools::stampOfUnlinked(target);
-    struct stat facts
-    {
-    };
-    if (!stamp)
-        return ::lstat(target.c_str(), &facts) == 0 ? Twin::Other : Twin::Free;
-    if (stamp->size != size)
-        return Twin::Other;
-    if (size > kLargestCompared)
-        return Twin::Likely;
-    std::string error;
-    const auto one = filetools::checksum(source, cancel, error);
-    return one && one == filetools::checksum(target, cancel, error) ? Twin::Same : Twin::Other;
 }
 
 } // namespace
@@ -178,55 +155,20 @@ Forecast CopyActivity::foresee(const Clip& clip, const ActivityRecipe& recipe,
     if (const std::string below = clipcopy::belowWatched(clip); !below.empty())
         order.directory += '/' + below;
 
-    Forecast forecast;
-    std::vector<std::string> paths{order.source};
-    paths.insert(paths.end(), order.companions.begin(), order.companions.end());
-    std::int64_t bytes = 0;
-    bool isTaken = false;
-    bool isThere = true;
-    for (const auto& path : paths) {
-        const auto stamp = filetools::stampOfUnlinked(path);
-        if (!stamp)
-            return cannot(path + " is gone");
-        const std::string target = order.directory + '/' + text::baseName(path);
-        const Twin twin = twinOf(path, stamp->size, target, cancel);
-        isTaken = isTaken || twin == Twin::Other;
-        isThere = isThere && twin == Twin::Same;
-        if (twin == Twin::Likely)
-            forecast.reason =
-                "a file of this name and size is there; when its content is the same, it counts as the copy";
-        bytes += twin == Twin::Same ? 0 : stamp->size;
-        forecast.results.push_back({target, stamp->size});
-    }
-    if (isThere)
-        return {Forecast::Verdict::WillSkip, "it is there already, with the same content", forecast.results};
-    if (isTaken && order.pictures == 0) {
-        const auto isFree = [&](int number) {
-            return std::none_of(paths.begin(), paths.end(), [&](const std::string& path) {
-                struct stat there
-                {
-                };
-                const std::string name = filetools::numberedName(text::baseName(path), number, NAME_MAX);
-                return ::lstat((order.directory + '/' + name).c_str(), &there) == 0;
-            });
-        };
-        int number = 2;
-        while (!isFree(number))
-            ++number;
-        for (auto& result : forecast.results)
-            result.path = order.directory + '/' +
-                          filetools::numberedName(text::baseName(result.path), number, NAME_MAX);
-    }
-    if (isTaken)
-        forecast.reason = "other files have these names; the copy gets another one";
+    const CopyForecast copy = CopyForecast::of(order, cancel);
+    if (!copy.refusal.empty())
+        return cannot(copy.refusal);
+    if (copy.isThere)
+        return {Forecast::Verdict::WillSkip, "it is there already, with the same content", copy.results};
+    Forecast forecast{Forecast::Verdict::WillDo, copy.reason, copy.results};
     struct statvfs space
     {
     };
     if (::statvfs(recipe.destination.c_str(), &space) == 0 &&
         static_cast<double>(space.f_bavail) * static_cast<double>(space.f_frsize) <
-            static_cast<double>(bytes))
+            static_cast<double>(copy.bytes))
         return {Forecast::Verdict::Cannot,
-                "there is no space for " + std::to_string(bytes) + " bytes on " + recipe.destination,
+                "there is no space for " + std::to_string(copy.bytes) + " bytes on " + recipe.destination,
                 forecast.results};
     return forecast;
 }

@@ -1,5 +1,6 @@
 #include "activities/MediaTarget.h"
 
+#include "base/FileTools.h"
 #include "base/Text.h"
 #include "documents/ProfileDocument.h"
 #include "files/SourceFile.h"
@@ -10,11 +11,13 @@
 #include <sys/statvfs.h>
 
 #include <cerrno>
+#include <climits>
 
 namespace krxservice {
 
 namespace {
 
+constexpr int kMostNames = 10000;           ///< how many taken names are tried
 constexpr mode_t kMostOfDirectories = 0755; ///< where others may write, they may take clips away
 
 /// Errors of a volume that may be there again.
@@ -131,7 +134,16 @@ bool MediaTarget::isOnVolumeOf(const MediaTarget& other) const
 
 std::string MediaTarget::path(const std::string& extension) const
 {
-    return profiledocument::mediaFolder(m_volume) + '/' + m_folder + '/' + m_stem + '.' + extension;
+    const std::string directory = profiledocument::mediaFolder(m_volume) + '/' + m_folder + '/';
+    struct stat facts
+    {
+    };
+    for (int number = 1;; ++number) {
+        const std::string path =
+            directory + filetools::numberedName(m_stem + '.' + extension, number, NAME_MAX);
+        if (number == kMostNames || ::lstat(path.c_str(), &facts) != 0)
+            return path;
+    }
 }
 
 Outcome<std::shared_ptr<HiddenFile>> MediaTarget::begin(const std::string& extension,

@@ -30,7 +30,7 @@ public:
     /// True when both names lead to one volume.
     bool isOnVolumeOf(const MediaTarget& other) const;
 
-    /// Where a file with this \a extension would be, unless its name is taken.
+    /// Where a file with this \a extension would be now: under the first name that no other file has.
     std::string path(const std::string& extension) const;
 
     /// A file with this \a extension, not to be seen yet.

@@ -115,6 +115,11 @@ private slots:
         const Reply aside = tryOut(id, at("from/movie.mov"));
         QCOMPARE(aside.text(s("verdict")), s("WILL_DO"));
         QCOMPARE(aside.texts(s("path")).constLast(), at("full/movie (2).mov"));
+        // And once it stepped aside it is there, under that name.
+        QVERIFY(QFile::copy(at("from/movie.mov"), at("full/movie (2).mov")));
+        const Reply again = tryOut(id, at("from/movie.mov"));
+        QCOMPARE(again.text(s("verdict")), s("WILL_SKIP"));
+        QCOMPARE(again.texts(s("path")).constLast(), at("full/movie (2).mov"));
     }
 
     void copiesKeepThePathBelowTheWatchedFolder()
@@ -201,6 +206,10 @@ private slots:
         // What is really done then is what was told.
         m_stage.service->post("jobs", ModuleDocument::submitJob(at("from/movie.mov"), id));
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(reply.texts(s("path")).constLast()), kStagePatience);
+        // The next one finds the name taken.
+        const QString second = tryOut(id, at("from/movie.mov")).texts(s("path")).constLast();
+        QVERIFY2(second.endsWith(s("movie (2).mov")) || second.endsWith(s("movie (2).mxf")),
+                 qPrintable(second));
     }
 
     void aConsolidationNamesItsResults_data()
@@ -225,6 +234,8 @@ private slots:
         QVERIFY(told.startsWith(at("store/KRX Media/")) && !QFile::exists(told));
         m_stage.service->post("jobs", ModuleDocument::submitJob(m_stage.folder.filePath(name), id));
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(told), kStagePatience);
+        // Both go over as they are, and such a file that is there already is not brought twice.
+        QCOMPARE(tryOut(id, m_stage.folder.filePath(name)).texts(s("path")).constLast(), told);
     }
 
     void whatIsNoClipHasAReason_data()

@@ -577,6 +577,35 @@ private slots:
         QVERIFY(line.clips.inState(ClipState::Failed).empty());
     }
 
+    void fileOfAJobThatWasCancelledIsToldSo()
+    {
+        QTemporaryDir media;
+        ActivityRecipe transcode;
+        transcode.element =
+            "<activity id=\"transcode\"><outputDetail><filesystemVideoVolume>" + media.path().toStdString() +
+            "/</filesystemVideoVolume><filesystemAudioVolume>" + media.path().toStdString() +
+            "/</filesystemAudioVolume><outputTranscodeVideoProfile><videoCompressionType>16777217"
+            "</videoCompressionType></outputTranscodeVideoProfile></outputDetail></activity>";
+        Line line(m_media.path(), {transcode});
+        const auto end = qScopeGuard([] { Ffmpeg::use({}); });
+        Ffmpeg::use({"/bin/sh", "-c", "sleep 600", "/bin/sleep"});
+        const std::string job = line.submit(QString::fromStdString(m_one));
+        line.worker.addJob(job);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            line.newsOf(m_one).stage == ClipStage::Acting && !line.newsOf(m_one).activity.empty(), 30000);
+        QVERIFY(line.jobs.move(job, {jobstate::kRunning}, jobstate::kCancelled));
+        line.worker.cancelJob(job, false);
+        QTRY_VERIFY_WITH_TIMEOUT(!line.worker.isActive(), 30000);
+        QCOMPARE(line.newsOf(m_one).stage, ClipStage::Failed);
+        QCOMPARE(line.newsOf(m_one).reason, std::string("Was cancelled"));
+        Ffmpeg::use({});
+        line.clips.retry(job);
+        QVERIFY(line.jobs.move(job, {jobstate::kCancelled}, jobstate::kSubmitted));
+        line.worker.addJob(job);
+        QTRY_COMPARE_WITH_TIMEOUT(line.jobs.find(job)->state, std::string(jobstate::kCompleted), 30000);
+        QCOMPARE(line.newsOf(m_one).stage, ClipStage::Offered);
+    }
+
     void whatWaitsAndIsCalledOffIsGivenBackAndNoLongerSaid()
     {
         const QString volume = m_media.filePath(s("never there"));
