@@ -52,6 +52,7 @@ Worker::~Worker()
 void Worker::start(int threads)
 {
     VolumeTurn::whenGiven(this, [this] { turnGiven(); });
+    forgetWaits();
     const std::lock_guard lock(m_mutex);
     m_perMount = static_cast<std::size_t>(threads);
     for (int i = 0; i < threads; ++i)

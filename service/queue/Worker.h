@@ -81,6 +81,7 @@ private:
         std::chrono::steady_clock::time_point due;
         std::chrono::milliseconds length{0};
         bool isForTurn = false; ///< for another clip, which says when it is over
+        std::string said;       ///< in the list of errors, of the first of them; empty when nothing is
     };
 
     /// The same for tasks that must not be performed side by side.
@@ -102,6 +103,8 @@ private:
     bool isBusy(const std::string& key) const;
     void pause(Task task, const std::string& waitedFor);
     void endPause(const Task& task);
+    void forgetWaits();
+    std::string pathOf(const Task& task);
     void endWaiting(const std::vector<Task>& tasks);
     void endPauses();
     void turnGiven();

@@ -185,6 +185,7 @@ private slots:
         QVERIFY(MessageList::adviceFor(s("Copying /a to /b failed: No space left on device"))
                     .contains(s("room")));
         QVERIFY(MessageList::adviceFor(s("The file /a is not offered: a text")).contains(s("Move")));
+        QVERIFY(MessageList::adviceFor(s("/w/a.mov is waiting for the volume /v")).contains(s("Connect")));
         QVERIFY(MessageList::adviceFor(s("All is well")).isEmpty());
     }
     void theOldestOfManyMessagesGo()

@@ -17,7 +17,7 @@ struct Remedy
 };
 
 /// The first that fits counts.
-constexpr std::array<Remedy, 12> kAdvice = {{
+constexpr std::array<Remedy, 13> kAdvice = {{
     {"is not offered",
      QT_TRANSLATE_NOOP("MessageList",
                        "Move the file elsewhere, or convert it to a format that can be played")},
@@ -25,6 +25,8 @@ constexpr std::array<Remedy, 12> kAdvice = {{
      QT_TRANSLATE_NOOP("MessageList", "Make room on the volume; the work goes on by itself")},
     {"waiting for space",
      QT_TRANSLATE_NOOP("MessageList", "Make room on the volume; the work goes on by itself")},
+    {"waiting for the volume",
+     QT_TRANSLATE_NOOP("MessageList", "Connect the volume, or choose another folder")},
     {"Permission denied", QT_TRANSLATE_NOOP("MessageList", "Give yourself access to the file or folder")},
     {"does not answer",
      QT_TRANSLATE_NOOP("MessageList", "Look whether the volume or the network is connected")},

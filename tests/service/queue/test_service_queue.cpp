@@ -633,6 +633,12 @@ private slots:
             QVERIFY(line.jobs.move(job, {jobstate::kSubmitted}, jobstate::kCancelled));
             line.clips.giveUp("f000001", path);
             line.worker.cancelJob(job, true);
+            // It is named no more; when another waits, that one is.
+            const std::string own = path + " is waiting for the volume " + volume.toStdString();
+            const auto said = line.errors.list();
+            QCOMPARE(int(std::count(said.begin(), said.end(), own)), 0);
+            if (waiting().size() == 1)
+                QTRY_COMPARE_WITH_TIMEOUT(int(line.errors.list().size()), 1, 30000);
             // Whoever watches it is told, so that its next content is seen.
             QVERIFY(line.waitForEnds(++ended));
             QVERIFY(line.ended.back().first == path && !line.ended.back().second);
@@ -662,9 +668,18 @@ private slots:
         const std::string job = line.submit(QString::fromStdString(m_two));
         line.worker.addJob(job);
         QTRY_VERIFY_WITH_TIMEOUT(isWaiting(m_two), 30000);
+        // Said once, of the first.
         const auto all = line.errors.list();
-        QCOMPARE(int(std::count(all.begin(), all.end(), waiting)), 1);
+        QCOMPARE(int(std::count(all.begin(), all.end(), m_one + " is " + waiting)), 1);
+        QCOMPARE(int(all.size()), 1);
         QVERIFY(line.ended.empty());
+        // Another run of the service has it said anew, and leaves the rest as it is.
+        line.errors.add("/a is not offered: a text");
+        Worker another({line.folders, line.profiles, line.jobs, line.errors, line.book}, line.pipeline,
+                       [](const std::string&, const std::string&, const std::optional<FileStamp>&) {});
+        another.start(1);
+        QCOMPARE(line.errors.list(), std::vector<std::string>{"/a is not offered: a text"});
+        line.errors.remove("/a is not offered: a text");
 
         // One of them is given up; the other goes on when the volume is there.
         QVERIFY(line.jobs.move(job, {jobstate::kSubmitted}, jobstate::kCancelled));
