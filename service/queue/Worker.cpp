@@ -125,14 +125,15 @@ void Worker::add(Task task, const std::string& path)
         } else if (!task.folderId.empty() && !task.jobId.empty()) {
             Task& other = *std::find_if(m_queue.begin(), m_queue.end(),
                                         [&](const Task& each) { return keyOf(each) == key; });
-            former = std::exchange(other.jobId, task.jobId);
+            former = other.jobId == task.jobId ? std::string() : other.jobId;
+            other.jobId = task.jobId;
             other.isRetry = true;
         }
     }
     m_wake.notify_one();
     if (!isShown)
         m_wakePublisher.notify_one();
-    if (!former.empty() && former != task.jobId)
+    if (!former.empty())
         m_stores.jobs.remove(former);
 }
 
