@@ -305,7 +305,8 @@ private slots:
         for (const auto& file : files) {
             QTRY_COMPARE_WITH_TIMEOUT(line.newsOf(file).reason, text::asSentence(reason), 30000);
             QCOMPARE(line.newsOf(file).stage, ClipStage::Waiting);
-            QCOMPARE(line.jobOf(file)->state, std::string(jobstate::kSubmitted));
+            // The job follows in a moment.
+            QTRY_COMPARE_WITH_TIMEOUT(line.jobOf(file)->state, std::string(jobstate::kSubmitted), 30000);
         }
         // Nobody can do anything about it but wait.
         QVERIFY(line.errors.list().empty());
