@@ -245,8 +245,8 @@ void scroll(int count)
         clip.activity = QStringLiteral("Transcode 1");
         clip.reason = QStringLiteral("Transcoding %1 failed: no space is left on the device").arg(clip.path);
         clip.shownBy = QStringLiteral("j%1").arg(i);
-        clip.since = clip.started = now - i * 1000;
-        clip.took = i % 1000 * 1000;
+        clip.since = clip.started = now - qint64{i} * 1000;
+        clip.took = qint64{i} % 1000 * 1000;
         news.clips.append(clip);
     }
     ClipTable table;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QString>
 
 /// Lists of clips as a service sends them.
 namespace ClipLists {
