@@ -378,7 +378,7 @@ FileResult Worker::processForFolder(Task& task, bool& isCalledOff)
         follow(order, task);
         order.staysCancelled = [&] { return isCancelled(task); };
         result = m_pipeline.process(order);
-        tellEnd(order, result);
+        tellEnd(task, order, result);
     }
     isCalledOff = *task.cancel && !isEnded && isCancelled(task);
     if (!isEnded)
@@ -398,7 +398,7 @@ void Worker::follow(FileOrder& order, const Task& task)
 }
 
 /// The same for an end of which the database does not know all.
-void Worker::tellEnd(const FileOrder& order, const FileResult& result)
+void Worker::tellEnd(const Task& task, const FileOrder& order, const FileResult& result)
 {
     ClipBook& book = m_stores.clips;
     switch (result.end) {
@@ -410,8 +410,12 @@ void Worker::tellEnd(const FileOrder& order, const FileResult& result)
             return book.tell(order.ownerId, order.path,
                              {ClipStage::Waiting, "Is looked at again: " + result.text});
         return book.tell(order.ownerId, order.path, {ClipStage::Gone, "Its file is gone"});
-    case FileResult::End::Waiting:
-        return book.tell(order.ownerId, order.path, {ClipStage::Waiting, result.text, result.activity});
+    case FileResult::End::Waiting: {
+        ClipNews news{ClipStage::Waiting, result.text, result.activity};
+        // Each try in between is no new waiting.
+        news.since = task.waitedFor == result.text ? task.waitsSince : 0;
+        return book.tell(order.ownerId, order.path, news);
+    }
     case FileResult::End::Publishing:
         return book.tellReason(order.ownerId, order.path, "Its link document waits: " + result.text);
     case FileResult::End::Cancelled:
@@ -522,7 +526,7 @@ void Worker::performJob(Task& task)
             return now && now->state == jobstate::kCancelled;
         };
         const FileResult result = m_pipeline.process(order);
-        tellEnd(order, result);
+        tellEnd(task, order, result);
         if (result.end == FileResult::End::Waiting) {
             if (m_stores.jobs.move(job->id, kRunningOnly, jobstate::kSubmitted, result.text))
                 pause(task, result.text);

@@ -73,6 +73,8 @@ private:
         std::string mount;     ///< the file system that it is about
         std::string waitedFor; ///< what it waited for last, "waiting for ..."
         bool isRetry = false;  ///< its job was shown before this run of it
+        /// Since when it waits for that, by the steady clock in nanoseconds.
+        std::int64_t waitsSince = 0;
     };
     /// Tasks that wait for the same: when it is time, one after the other is tried again.
     struct Pause
@@ -115,7 +117,7 @@ private:
     void performJob(Task& task);
     FileResult processForFolder(Task& task, bool& isCalledOff);
     void follow(FileOrder& order, const Task& task);
-    void tellEnd(const FileOrder& order, const FileResult& result);
+    void tellEnd(const Task& task, const FileOrder& order, const FileResult& result);
     std::string showJob(Task& task, const FolderRecord& folder, const std::string& former);
     void endFolderJob(const Task& task, const FileResult& result, bool wasRetried);
     void giveUp(const Task& task, const std::string& reason);

@@ -58,6 +58,9 @@ void Worker::pause(Task task, const std::string& waitedFor)
             news = pause.said = said;
         // Who waited before stays ahead of who comes to wait.
         const bool isAhead = task.waitedFor == waitedFor;
+        if (!isAhead)
+            task.waitsSince =
+                std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count();
         task.waitedFor = waitedFor;
         pause.tasks.insert(isAhead ? pause.tasks.begin() : pause.tasks.end(), std::move(task));
     }

@@ -1,9 +1,17 @@
 #pragma once
 
 #include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QStringList>
+#include <QUuid>
+
+#include <sys/types.h>
+
+#include <csignal>
 
 /// A desk in a process of its own; see way_desk.cpp.
 class WayDesk : public QObject
@@ -15,6 +23,9 @@ public:
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("KRX_CONNECT_PORT"), QString::number(port));
+        m_mark = "KRX_WAY_DESK=" + QUuid::createUuid().toByteArray();
+        environment.insert(QStringLiteral("KRX_WAY_DESK"),
+                           QString::fromLatin1(m_mark.mid(m_mark.indexOf('=') + 1)));
         m_process.setProcessEnvironment(environment);
         m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         connect(&m_process, &QProcess::readyReadStandardOutput, this, &WayDesk::readLines);
@@ -28,7 +39,11 @@ public:
             arguments << QStringLiteral("--die-at") << dieAt;
         m_process.start(QString(here + QStringLiteral("/way_desk")), arguments);
     }
-    ~WayDesk() override { kill(); }
+    ~WayDesk() override
+    {
+        kill();
+        endFork();
+    }
 
     bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
     bool hasSaid(const QString& line) const { return m_lines.contains(line); }
@@ -47,6 +62,22 @@ signals:
     void said(const QString& line);
 
 private:
+    /// A desk that is killed while it starts its service can leave a fork of itself behind, which waits for
+    /// it for ever and holds the test's own outputs open.
+    void endFork() const
+    {
+        for (const QString& name : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
+            bool isProcess = false;
+            const pid_t id = name.toInt(&isProcess);
+            if (!isProcess ||
+                QFileInfo(QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(id))).fileName() !=
+                    QLatin1String("way_desk"))
+                continue;
+            QFile environment(QStringLiteral("/proc/%1/environ").arg(id));
+            if (environment.open(QIODevice::ReadOnly) && environment.readAll().contains(m_mark))
+                ::kill(id, SIGKILL);
+        }
+    }
     void readLines()
     {
         while (m_process.canReadLine()) {
@@ -56,5 +87,6 @@ private:
     }
 
     QProcess m_process;
+    QByteArray m_mark; ///< in the environment of this desk and of no other
     QStringList m_lines;
 };
